@@ -4,7 +4,8 @@
 add_library(vorlan_flags INTERFACE)
 target_compile_options(vorlan_flags INTERFACE
   -Wall -Wextra -Wpedantic -Werror -Wshadow=local -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align
-  -Wno-missing-field-initializers)
+  -Wno-missing-field-initializers
+  -pthread)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # GCC 12 reports these two inside inlined library code that is right.
   target_compile_options(vorlan_flags INTERFACE -fpch-preprocess -Wno-restrict -Wno-maybe-uninitialized)

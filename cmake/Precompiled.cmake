@@ -1,0 +1,14 @@
+# Two precompiled headers, each built once: `pch` for the code without windows and
+# `wxpch` for the code with them. They stand in targets of their own, because GCC
+# refuses a precompiled header that was built with a macro its user has not got.
+
+function(vorlan_precompiled name header)
+  add_library(${name} OBJECT ${PROJECT_SOURCE_DIR}/cmake/pch.cpp)
+  target_link_libraries(${name} PRIVATE vorlan_flags Threads::Threads Boost::headers ${ARGN})
+  target_precompile_headers(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/${header})
+endfunction()
+
+vorlan_precompiled(pch pch.h)
+if(VORLAN_GUI)
+  vorlan_precompiled(wxpch wxpch.h wx)
+endif()
