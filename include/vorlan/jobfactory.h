@@ -1,0 +1,49 @@
+#pragma once
+
+#include <corekit/containers.h>
+#include <corekit/optionmap.h>
+#include <corekit/string.h>
+#include <corekit/uid.h>
+#include <vorlan/fwd.h>
+#include <vorlan/product.h>
+
+#include <boost/shared_ptr.hpp>
+#include <shared_mutex>
+
+namespace vorlan {
+
+class Job;
+
+// The Products that this program knows, and the maker of Jobs from them.
+// One per program, reached by s_JobFactory; filled by the Messenger from the Master's messages.
+// Any thread. Products handed out are never changed: a new version takes the old one's place.
+class JobFactory {
+public:
+    static JobFactory* const s_JobFactory;
+
+    JobFactory() = default;
+    JobFactory(JobFactory const&) = delete;
+    JobFactory& operator=(JobFactory const&) = delete;
+
+    // A Job of that type with a fresh id, status Queued, created now.
+    // Throws MissingProductException for an unknown type.
+    boost::shared_ptr<Job> CreateJob(UID const& type) const;
+
+    boost::shared_ptr<Product const> GetProduct(UID const& type) const; // null for an unknown type
+    boost::shared_ptr<Product const> FindProduct(String const& nameOrAlias) const;
+    boost::shared_ptr<Product> GetMutableProduct(UID const& type) const; // a copy of the caller's own; null if unknown
+    corekit::vector<UID> ListProducts() const;                           // by name
+    boost::shared_ptr<Parameter const> GetTypeParameterInfo(UID const& type, String const& name) const;
+    bool AutoDetect(UID const& type, String const& name, OptionMap& values) const;
+
+    static corekit::vector<String> ListClasses();
+
+    void SetProduct(boost::shared_ptr<Product const> const& product);
+    void RemoveProduct(UID const& type); // UID::Null removes all
+
+private:
+    mutable std::shared_mutex m_mutex;
+    corekit::map<UID, boost::shared_ptr<Product const>> m_products; // guarded by m_mutex
+};
+
+} // namespace vorlan

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <corekit/containers.h>
+#include <corekit/string.h>
+#include <vorlan/fwd.h>
+
+#include <functional>
+#include <string_view>
+
+namespace vorlan {
+
+class Job;
+class Product;
+
+// Texts with references to values, as Products, custom columns and event commands have them:
+//
+//   $(Name)                the value; nothing when there is none
+//   $(Name:leaf)           a part of it: leaf, stem, folder, ext (of a path), lower, upper, trim,
+//                          pad=4 or pad=Other (zeros in front, to that width or to the width of that value)
+//   $(Name?text|other)     text when the value is true (not empty, not No, False, Off or 0), else other
+//   $(Name=x?text|other)   text when the value is x, case aside; != for the opposite
+//   [text $(Name) text]    drops out when any value that it refers to is missing or empty;
+//                          brackets without a reference are plain text
+//   $$ $[ $] $| $)         the character itself
+//
+// Values are put in as they stand and never expanded again. What is malformed stays as it is written.
+// A text nests at most k_TemplateDepthLimit deep, gives at most k_TemplateLengthLimit bytes and
+// resolves at most k_TemplateReferenceLimit references; past a limit an ArgumentException is thrown.
+inline constexpr int k_TemplateDepthLimit = 16;
+inline constexpr size_t k_TemplateLengthLimit = 1U << 20;
+inline constexpr size_t k_TemplateReferenceLimit = 10000;
+
+// Where a template's values come from. Answers whether there is a value.
+class TemplateValues {
+public:
+    virtual ~TemplateValues() = default;
+    virtual bool Find(std::string_view name, String& value) const = 0;
+    // Whether a value counts as true in a condition.
+    virtual bool IsTrue(std::string_view name, String const& value) const;
+};
+
+// A piece of an expanded text: written in the template, or a value put into it.
+struct TemplatePiece {
+    String text;
+    bool isValue = false;
+};
+
+struct ExpandedTemplate {
+    corekit::vector<TemplatePiece> pieces;
+    bool missing = false; // a reference outside brackets and conditions had no value
+
+    String Text() const;
+};
+
+String ExpandTemplate(String const& text, TemplateValues const& values);
+String ExpandTemplate(String const& text, std::function<bool(std::string_view name, String& value)> const& find);
+// With this Job's values and the Product's defaults; the product may be null.
+String ExpandTemplate(String const& text, Job const& job, Product const* product);
+// The pieces, for whoever must treat values and template text differently.
+ExpandedTemplate ExpandPieces(String const& text, TemplateValues const& values);
+
+// Splits a command line into words. Blanks part words, '…' and "…" hold them together, \ takes the next
+// character as it is (inside '…' it is an ordinary character). Values never part words.
+corekit::vector<String> SplitCommandLine(corekit::vector<TemplatePiece> const& pieces);
+corekit::vector<String> SplitCommandLine(String const& text);
+// The text as one word of a command line, in quotes only when it needs them.
+String QuoteWord(String const& text);
+// A script for /bin/sh in which each value is one word, or a harmless part of the quotes that it stands in.
+String ShellScript(corekit::vector<TemplatePiece> const& pieces);
+
+} // namespace vorlan

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <corekit/containers.h>
+#include <corekit/optionmap.h>
+#include <corekit/path.h>
+#include <corekit/string.h>
+#include <vorlan/fwd.h>
+#include <vorlan/launchtemplate.h>
+
+#include <boost/shared_ptr.hpp>
+
+namespace vorlan {
+
+class Job;
+class Product;
+
+// A process to start. `arguments` is complete: with `shell` it is already "/bin/sh", "-c" and the script.
+struct Launch {
+    corekit::vector<String> arguments;
+    corekit::map<String, String> environment;
+    Path folder; // empty: the caller's choice
+    bool shell = false;
+    corekit::vector<String> expectedFiles; // relative ones are relative to `folder`
+
+    // The command line as a person would type it, for logs.
+    String Text() const;
+};
+
+// The process of a work unit. engineValues: the Engine's options for this Product, and "Engine.Name", "Engine.ID".
+// A value comes from the unit, else from the Engine's options (which for an Option parameter come first),
+// else from the Product's default. Throws ArgumentException with a text for people when a required value is
+// missing, a frame range does not parse, or no program remains.
+Launch BuildLaunch(Product const& product, Job const& work, OptionMap const& engineValues);
+
+// The process of a Product's Command for a Job or work unit. `item` is the entry chosen from the Command's sub menu.
+// Answers false when the Product has no such Command or the Command starts no process.
+bool BuildCommandLaunch(Product const& product, Job const& job, String const& command, String const& item,
+                        Launch& launch);
+
+} // namespace vorlan
