@@ -3,26 +3,43 @@
 
 add_library(vorlan_flags INTERFACE)
 target_compile_options(vorlan_flags INTERFACE
-  -Wall -Wextra -Wpedantic -Werror -Wshadow=local -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align
-  -Wno-missing-field-initializers
+  -Wall -Wextra -Wpedantic -Werror -Wnon-virtual-dtor -Wcast-align -Wno-missing-field-initializers
   -pthread)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  # GCC 12 reports these two inside inlined library code that is right.
-  target_compile_options(vorlan_flags INTERFACE -fpch-preprocess -Wno-restrict -Wno-maybe-uninitialized)
+  # ccache needs the preprocessed form of a precompiled header. GCC 12 reports the
+  # last two inside inlined library code that is right.
+  target_compile_options(vorlan_flags INTERFACE
+    -fpch-preprocess -Wshadow=local -Woverloaded-virtual -Wno-restrict -Wno-maybe-uninitialized)
 else()
-  target_compile_options(vorlan_flags INTERFACE -Wthread-safety -Wno-unused-private-field -Wno-overloaded-virtual)
+  # A time stamp in the precompiled header would make every ccache entry a new one.
+  target_compile_options(vorlan_flags INTERFACE
+    "SHELL:-Xclang -fno-pch-timestamp" -Wthread-safety -Wno-unused-private-field -Wno-overloaded-virtual)
 endif()
 
-if(VORLAN_SANITIZER)
-  add_compile_options(-fsanitize=${VORLAN_SANITIZER} -fno-omit-frame-pointer)
-  add_link_options(-fsanitize=${VORLAN_SANITIZER})
-  if(VORLAN_SANITIZER STREQUAL "address")
-    add_compile_options(-fsanitize=undefined -fno-sanitize-recover=undefined)
-    add_link_options(-fsanitize=undefined)
-  elseif(VORLAN_SANITIZER STREQUAL "thread")
-    # The atomic fences of header-only libraries are unknown to the sanitizer.
+if(VORLAN_SANITIZER STREQUAL "address")
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+elseif(VORLAN_SANITIZER STREQUAL "thread")
+  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=thread)
+  # The atomic fences of header-only libraries are unknown to the sanitizer.
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     add_compile_options(-Wno-tsan)
   endif()
+elseif(VORLAN_SANITIZER)
+  message(FATAL_ERROR "VORLAN_SANITIZER is \"${VORLAN_SANITIZER}\"; it may be address, thread or empty.")
+endif()
+
+if(VORLAN_FUZZERS)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    message(FATAL_ERROR "The fuzzers need clang++: use the preset fuzz.")
+  endif()
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
+if(VORLAN_ANALYZE)
+  find_program(VORLAN_CLANG_TIDY NAMES clang-tidy REQUIRED)
+  set(CMAKE_CXX_CLANG_TIDY ${VORLAN_CLANG_TIDY} --quiet)
 endif()
 
 find_program(VORLAN_CCACHE ccache)
