@@ -59,8 +59,8 @@ String ExpandTemplate(String const& text, Job const& job, Product const* product
 // The pieces, for whoever must treat values and template text differently.
 ExpandedTemplate ExpandPieces(String const& text, TemplateValues const& values);
 
-// Splits a command line into words. Blanks part words, '…' and "…" hold them together, \ takes the next
-// character as it is (inside '…' it is an ordinary character). Values never part words.
+// Splits a command line into words. Blanks part words, '...' and "..." hold them together, \ before a blank, a
+// quote or \ takes that character as it is (never inside '...'). Values never part words.
 corekit::vector<String> SplitCommandLine(corekit::vector<TemplatePiece> const& pieces);
 corekit::vector<String> SplitCommandLine(String const& text);
 // The text as one word of a command line, in quotes only when it needs them.

@@ -14,13 +14,17 @@ namespace vorlan {
 class Job;
 class Product;
 
+inline constexpr size_t k_ExpectedFilesLimit = 10000;   // the first ones of a unit are checked
+inline constexpr size_t k_ArgumentLengthLimit = 131071; // the system takes no longer one
+
 // A process to start. `arguments` is complete: with `shell` it is already "/bin/sh", "-c" and the script.
 struct Launch {
     corekit::vector<String> arguments;
     corekit::map<String, String> environment;
-    Path folder; // empty: the caller's choice
+    Path folder;               // empty: the caller's choice
+    bool createFolder = false; // `folder` is to be made when it is not there
     bool shell = false;
-    corekit::vector<String> expectedFiles; // relative ones are relative to `folder`
+    corekit::vector<String> expectedFiles; // at most k_ExpectedFilesLimit; relative ones are relative to `folder`
 
     // The command line as a person would type it, for logs.
     String Text() const;

@@ -27,6 +27,7 @@ struct LaunchTemplate {
     corekit::vector<ArgumentTemplate> arguments;
     corekit::map<String, String> environment; // a variable that expands to nothing is not set
     String folder;                            // empty: the Engine's own folder for the unit
+    bool createFolder = false;                // make `folder` before the start
     String shell;                             // runs through /bin/sh when this expands to something true
     corekit::vector<String> expectedFiles;    // with $(Frame): one file for each frame of the unit
     String extra;                             // JSON object of keys that are none of this version's
@@ -37,12 +38,13 @@ struct LaunchTemplate {
 // One pattern on the lines that a process writes.
 struct OutputRule {
     enum class Kind {
-        Percent, // the value is a percentage: of the frame where Frame rules exist, else of the unit
-        Step,    // value of total, the same
-        Frame,   // the value is the number of the frame that is now worked on
-        Done,    // the value is the number of a frame that is finished
-        Warning, // the line goes into the unit's log of warnings
-        Error    // the unit is unsuccessful whatever its exit code; the line becomes its note
+        Percent,     // the value is a percentage: of the frame where Frame rules exist, else of the unit
+        Step,        // value of total, the same
+        Frame,       // the value is the number of the frame that is now worked on
+        FrameOffset, // the same, counted from the unit's first frame number, which is 1
+        Done,        // the value is the number of a frame that is finished
+        Warning,     // the line goes into the unit's log of warnings
+        Error        // the unit is unsuccessful whatever its exit code; the line becomes its note
     };
 
     Kind kind = Kind::Percent;

@@ -14,27 +14,27 @@ namespace vorlan {
 class VorlanObject;
 
 // The names of the settings that a Parameter reads. Any other setting is kept as it is.
-inline constexpr char const s_Name[] = "Name";
-inline constexpr char const s_NiceName[] = "NiceName";
-inline constexpr char const s_Prompt[] = "Prompt";
-inline constexpr char const s_Help[] = "Help";
-inline constexpr char const s_Default[] = "Default";
-inline constexpr char const s_Alternate[] = "Alternate";
-inline constexpr char const s_Filter[] = "Filter";
-inline constexpr char const s_Restriction[] = "Restriction";
-inline constexpr char const s_Range[] = "Range";
-inline constexpr char const s_Custom[] = "Custom";
-inline constexpr char const s_CustomDefault[] = "CustomDefault";
-inline constexpr char const s_NegativeCustom[] = "NegativeCustom";
-inline constexpr char const s_NegativeCustomDefault[] = "NegativeCustomDefault";
-inline constexpr char const s_Special[] = "Special "; // followed by the number it names: "Special 0"
-inline constexpr char const s_True[] = "True";
-inline constexpr char const s_False[] = "False";
-inline constexpr char const s_Override[] = "Override";
-inline constexpr char const s_Fields[] = "Fields";
-inline constexpr char const s_Separator[] = "Separator";
-inline constexpr char const s_TimeFormat[] = "TimeFormat";
-inline constexpr char const s_Join[] = "Join";
+inline constexpr char const k_SettingName[] = "Name";
+inline constexpr char const k_SettingNiceName[] = "NiceName";
+inline constexpr char const k_SettingPrompt[] = "Prompt";
+inline constexpr char const k_SettingHelp[] = "Help";
+inline constexpr char const k_SettingDefault[] = "Default";
+inline constexpr char const k_SettingAlternate[] = "Alternate";
+inline constexpr char const k_SettingFilter[] = "Filter";
+inline constexpr char const k_SettingRestriction[] = "Restriction";
+inline constexpr char const k_SettingRange[] = "Range";
+inline constexpr char const k_SettingCustom[] = "Custom";
+inline constexpr char const k_SettingCustomDefault[] = "CustomDefault";
+inline constexpr char const k_SettingNegativeCustom[] = "NegativeCustom";
+inline constexpr char const k_SettingNegativeCustomDefault[] = "NegativeCustomDefault";
+inline constexpr char const k_SettingSpecial[] = "Special "; // followed by the number it names: "Special 0"
+inline constexpr char const k_SettingTrue[] = "True";
+inline constexpr char const k_SettingFalse[] = "False";
+inline constexpr char const k_SettingOverride[] = "Override";
+inline constexpr char const k_SettingFields[] = "Fields";
+inline constexpr char const k_SettingSeparator[] = "Separator";
+inline constexpr char const k_SettingTimeFormat[] = "TimeFormat";
+inline constexpr char const k_SettingJoin[] = "Join";
 
 // One parameter of a Product: its type, flags, settings, choices and sub-parameters.
 // Owned by its Product, or by the Parameters-type Parameter above it.
@@ -117,15 +117,15 @@ public:
     OptionMap const& Settings() const { return m_settings; }
     String GetSetting(char const* name, String const& missing = String()) const;
 
-    String GetName() const { return GetSetting(s_Name); }
+    String GetName() const { return GetSetting(k_SettingName); }
     String GetNiceName() const; // the name where there is no nice one
     String GetPrompt() const;
-    String GetHelp() const { return GetSetting(s_Help); }
+    String GetHelp() const { return GetSetting(k_SettingHelp); }
     // The setting; without one the value that the type's control shows at first.
     String GetDefault() const;
-    String GetAlternate() const { return GetSetting(s_Alternate); }
+    String GetAlternate() const { return GetSetting(k_SettingAlternate); }
     String GetFilter() const;
-    String GetRestriction() const { return GetSetting(s_Restriction); }
+    String GetRestriction() const { return GetSetting(k_SettingRestriction); }
     bool IsDefault(String const& value) const;
 
     static String Get(VorlanObject const& object, String const& name);
@@ -146,7 +146,7 @@ public:
     String SubParam_MapToString(OptionMap const& values) const;
     OptionMap SubParam_StringToMap(String text) const;
 
-    String Number_GetRange() const { return GetSetting(s_Range); }
+    String Number_GetRange() const { return GetSetting(k_SettingRange); }
     // Both answer 0 and 0 without a range; low never exceeds high.
     void Number_GetRange(int& low, int& high) const;
     void Number_GetRange(double& low, double& high) const;

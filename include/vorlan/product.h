@@ -99,6 +99,10 @@ public:
     // Answers whether any rule applied.
     bool AutoDetect(String const& name, OptionMap& values) const;
 
+    // Texts made of other values, by name; templates refer to them as to parameters.
+    OptionMap const& GetDerivedValues() const { return m_derivedValues; }
+    void SetDerivedValue(String const& name, String const& text) { m_derivedValues[name] = text; }
+
     LaunchTemplate const& GetLaunch() const { return m_launch; }
     void SetLaunch(LaunchTemplate const& launch) { m_launch = launch; }
     OutputRules const& GetOutputRules() const { return m_outputRules; }
@@ -125,6 +129,7 @@ private:
     corekit::vector<boost::shared_ptr<Parameter>> m_params;
     corekit::vector<boost::shared_ptr<Command>> m_commands;
     corekit::map<String, OptionMap> m_autoDetect;
+    OptionMap m_derivedValues;
     LaunchTemplate m_launch;
     OutputRules m_outputRules;
     String m_extra;                                      // JSON object of keys that are none of this version's
