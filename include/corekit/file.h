@@ -76,10 +76,6 @@ public:
     // A FileException for the errno at hand: "Cannot <action> <path>", with what
     // the user can do about it.
     static FileException Failure(std::string_view action, const Path& path, int systemError);
-
-private:
-    friend class OutFile;
-    static mode_t TakeMode(const Path& path, int mode);
 };
 
 } // namespace corekit

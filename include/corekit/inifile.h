@@ -150,22 +150,28 @@ private:
 
     const String* FindValue(const String& section, const String& key) const;
     static vector<std::pair<const String*, const Entry*>> InOrder(const Section& section);
-    static SectionMap Parse(const String& text, String& fileComment);
-    static void ParseSection(class IniText& text, const char* rawName, Section& section);
-    void Take(SectionMap&& sections, bool replace);
+    struct Content {
+        SectionMap sections;
+        String headComment;
+        String endComment;
+    };
+    static Content Parse(const String& text);
+    void Take(Content&& content, bool replace);
+    bool Store(const String& section, const String& key, const String& value);
     template <class T>
     T Number(const String& section, const String& key, T def) const;
 
     std::recursive_mutex* const m_mutex = nullptr;
 
     // Guarded by *m_mutex when there is one.
-    SectionMap m_sections;
-    String m_fileComment;
+    Content m_content;
     String m_current;
     uint64_t m_nextOrder = 1;
-    // The order number of the last key that GetNextValue gave.
-    uint64_t m_lastKeyGiven = 0;
     bool m_beforeFirst = true;
+    // The keys that GetNextValue walks, taken at its first call on a section.
+    vector<String> m_walk;
+    size_t m_walkAt = 0;
+    bool m_walking = false;
 };
 
 } // namespace corekit

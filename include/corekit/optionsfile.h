@@ -52,6 +52,7 @@ protected:
 
 private:
     void WriteBack();
+    static bool KeepDamaged(const Path& path);
 
     // Taken before m_dataMutex, held while the file is written so that writes
     // come in the order of the changes.

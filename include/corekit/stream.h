@@ -5,7 +5,11 @@
 #include <corekit/time.h>
 #include <corekit/uid.h>
 
+#include <memory>
+
 namespace corekit {
+
+class TemporaryFile;
 
 // Typed reading from a row of bytes. Owned by one reader; one thread. Numbers are
 // little-endian, text is a 32-bit length and its bytes. All lengths are checked
@@ -136,18 +140,17 @@ public:
     OutFile& operator=(const OutFile&) = delete;
 
     void WriteBytes(const void* data, size_t bytes) override;
-    void Close();
+    // Puts the new file in place. False when an earlier or this write failed and
+    // the threshold let it pass; the old file is whole then.
+    bool Close();
 
 private:
     void Flush();
-    void Fail(int systemError);
 
     static constexpr size_t k_BufferBytes = 64 * 1024;
-    const Path m_path;
-    Path m_temporary;
-    int m_fd = -1;
+    // Null when closed or failed.
+    std::unique_ptr<TemporaryFile> m_file;
     String m_buffer;
-    bool m_failed = false;
 };
 
 } // namespace corekit

@@ -1,0 +1,20 @@
+#include <corekit/exception.h>
+#include <corekit/log.h>
+
+namespace corekit {
+
+Exception::Exception(String message, String detail, int code)
+    : m_code(code),
+      m_message(std::move(message)),
+      m_detail(std::move(detail)),
+      m_what(m_detail.empty() ? m_message : m_message + " (" + m_detail + ")") {}
+
+MissingProductException::MissingProductException(const UID& product)
+    : Exception("There is no Product with the ID " + product.ToString() +
+                    ". Ask an administrator to add the Product to this farm.",
+                {}, k_MissingProduct),
+      m_product(product) {}
+
+void FaultSource::LogFault(const Exception& exception) { LogWarning(exception.what()); }
+
+} // namespace corekit

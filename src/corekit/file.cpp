@@ -1,0 +1,204 @@
+#include "temporaryfile.h"
+
+#include <corekit/file.h>
+#include <corekit/sformat.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace corekit {
+
+namespace {
+
+FileLayer& RealLayer() {
+    static FileLayer s_real;
+    return s_real;
+}
+
+Path ProgramFolder() {
+    std::error_code error;
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+    return error ? Path(".") : Path(program.parent_path());
+}
+
+// Empty when it is not set.
+Path FromEnvironment(const char* name) {
+    const char* text = std::getenv(name);
+    return Path(text ? text : "");
+}
+
+Path HomeFolder() {
+    const Path home = FromEnvironment("HOME");
+    if (!home.empty())
+        return home;
+    char buffer[4096];
+    passwd entry{};
+    passwd* found = nullptr;
+    if (getpwuid_r(getuid(), &entry, buffer, sizeof buffer, &found) == 0 && found)
+        return Path(found->pw_dir);
+    return Path("/tmp");
+}
+
+// By the base directory rules: a relative value counts as none.
+Path BaseFolder(const char* name, const char* underHome) {
+    const Path base = FromEnvironment(name);
+    return base.IsAbsolute() ? base : HomeFolder() / underHome;
+}
+
+// The folder, made if it can be.
+Path Made(Path path) {
+    std::error_code error;
+    std::filesystem::create_directories(path.c_str(), error);
+    return path;
+}
+
+// Others may write in the system's folder for temporary files: what has our name
+// there may not be ours.
+bool IsOwnFolder(const Path& path) {
+    struct stat info {};
+    return lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == geteuid();
+}
+
+const char* Advice(int systemError) {
+    switch (systemError) {
+    case ENOSPC:
+    case EDQUOT:
+        return "Free some space on this disk, then try again.";
+    case EACCES:
+    case EPERM:
+        return "Check the access rights of the file and of its folder.";
+    case EROFS:
+        return "The disk is read-only: choose another folder.";
+    case ENOENT:
+    case ENOTDIR:
+        return "Check that the folder exists and that the name is right.";
+    case EISDIR:
+        return "This is a folder: choose the name of a file.";
+    case EMFILE:
+    case ENFILE:
+        return "Too many files are open: close some programs, then try again.";
+    case ENAMETOOLONG:
+        return "Choose a shorter name.";
+    default:
+        return "Check the disk, then try again.";
+    }
+}
+
+// What SetMode said for the next file; k_KeepMode when nothing.
+thread_local int s_nextMode = File::k_KeepMode;
+
+} // namespace
+
+int FileLayer::Open(const char* path, int flags, mode_t mode) { return ::open(path, flags, mode); }
+ssize_t FileLayer::Write(int fd, const void* data, size_t bytes) { return ::write(fd, data, bytes); }
+int FileLayer::Sync(int fd) { return ::fsync(fd); }
+int FileLayer::Close(int fd) { return ::close(fd); }
+int FileLayer::Rename(const char* from, const char* to) { return ::rename(from, to); }
+
+FileLayer* FileLayer::s_Layer = &RealLayer();
+
+Path File::s_AppDir = ProgramFolder();
+
+Path File::GetUserDir() {
+    const Path home = FromEnvironment("VORLAN_HOME");
+    return Made(home.empty() ? BaseFolder("XDG_CONFIG_HOME", ".config") / "vorlan" : home / "user");
+}
+
+Path File::GetMachineDir() {
+    const Path home = FromEnvironment("VORLAN_HOME");
+    if (!home.empty())
+        return Made(home / "machine");
+    const Path installed = "/var/lib/vorlan";
+    if (installed.IsFolder() && access(installed.c_str(), W_OK) == 0)
+        return installed;
+    return Made(BaseFolder("XDG_STATE_HOME", ".local/state") / "vorlan");
+}
+
+Path File::GetTempDir() {
+    const Path home = FromEnvironment("VORLAN_HOME");
+    if (!home.empty())
+        return Made(home / "temp");
+    const Path base = FromEnvironment("TMPDIR");
+    const Path own = (base.IsAbsolute() ? base : Path("/tmp")) / SFormat("vorlan-%u", static_cast<unsigned>(geteuid()));
+    ::mkdir(own.c_str(), 0700);
+    return IsOwnFolder(own) ? own : Made(GetUserDir() / "temp");
+}
+
+Path File::GetConnectionFile() {
+    const Path home = FromEnvironment("VORLAN_HOME");
+    return (home.empty() ? s_AppDir : home) / "Connection.ini";
+}
+
+int64_t File::Size(const Path& path) noexcept {
+    struct stat info {};
+    return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) ? int64_t{info.st_size} : -1;
+}
+
+String File::Read(const Path& path) {
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        throw Failure("read", path, errno);
+    const std::shared_ptr<void> closer(nullptr, [fd](void*) { ::close(fd); });
+    String text;
+    constexpr size_t piece = 64 * 1024;
+    for (;;) {
+        const size_t have = text.size();
+        if (have > static_cast<size_t>(k_MaxReadBytes))
+            throw FileException("Cannot read \"" + path + "\": it is too large to be a file of this system.", {},
+                                EFBIG);
+        text.resize(have + piece);
+        const ssize_t got = ::read(fd, text.data() + have, piece);
+        const int systemError = errno;
+        text.resize(have + static_cast<size_t>(std::max<ssize_t>(got, 0)));
+        if (got == 0)
+            return text;
+        if (got < 0 && systemError != EINTR)
+            throw Failure("read", path, systemError);
+    }
+}
+
+void File::WriteWhole(const Path& path, std::string_view text, int mode) {
+    const int asked = std::exchange(s_nextMode, k_KeepMode);
+    TemporaryFile file(path, mode == k_KeepMode ? asked : mode);
+    file.Write(text);
+    file.Commit();
+}
+
+void File::SetMode(int mask) { s_nextMode = ModeOfMask(mask); }
+
+void File::MakeFolder(const Path& path) {
+    std::error_code error;
+    std::filesystem::create_directories(path.c_str(), error);
+    if (error || !path.IsFolder())
+        throw Failure("make the folder", path, error ? error.value() : ENOTDIR);
+}
+
+bool File::Delete(const Path& path) {
+    if (::unlink(path.c_str()) == 0)
+        return true;
+    if (errno == ENOENT)
+        return false;
+    throw Failure("delete", path, errno);
+}
+
+Path File::MoveAside(const Path& path) {
+    Path aside = path + ".damaged";
+    for (int number = 2; aside.Exists(); ++number)
+        aside = path + SFormat(".damaged-%d", number);
+    if (FileLayer::s_Layer->Rename(path.c_str(), aside.c_str()) != 0)
+        throw Failure("move aside", path, errno);
+    return aside;
+}
+
+FileException File::Failure(std::string_view action, const Path& path, int systemError) {
+    return FileException("Cannot " + String(action) + " \"" + path + "\". " + Advice(systemError),
+                         std::generic_category().message(systemError), systemError);
+}
+
+} // namespace corekit

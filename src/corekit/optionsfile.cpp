@@ -1,0 +1,102 @@
+#include <corekit/file.h>
+#include <corekit/log.h>
+#include <corekit/optionsfile.h>
+
+namespace corekit {
+
+OptionsFile::~OptionsFile() {
+    // A write that failed gets its last chance.
+    WriteBack();
+}
+
+bool OptionsFile::Open(const Path& path) {
+    {
+        const std::lock_guard lock(m_dataMutex);
+        m_path = path;
+        m_mayWrite = false;
+    }
+    bool usable = true;
+    bool mayWrite = true;
+    try {
+        Load(path, false, true);
+    } catch (const ParseException& exception) {
+        usable = false;
+        LogError(exception.what());
+        mayWrite = KeepDamaged(path);
+    } catch (const std::exception& exception) {
+        usable = false;
+        mayWrite = false;
+        LogError(String(exception.what()) + " Until then changes to the options are not kept.");
+    }
+    if (!usable)
+        Clear();
+    const std::lock_guard lock(m_dataMutex);
+    m_mayWrite = mayWrite;
+    m_changed = false;
+    return usable;
+}
+
+// True when the file is out of the way.
+bool OptionsFile::KeepDamaged(const Path& path) {
+    try {
+        LogWarning("The damaged options are kept as \"" + File::MoveAside(path) + "\"; new ones are begun.");
+        return true;
+    } catch (const FileException& exception) {
+        LogError(String(exception.what()) + " Until then changes to the options are not kept.");
+        return false;
+    }
+}
+
+Path OptionsFile::FilePath() const {
+    const std::lock_guard lock(m_dataMutex);
+    return m_path;
+}
+
+OptionsFile::PauseAutoWrite::PauseAutoWrite(OptionsFile& options) : m_options(options) {
+    const std::lock_guard lock(options.m_dataMutex);
+    ++options.m_pauses;
+}
+
+OptionsFile::PauseAutoWrite::~PauseAutoWrite() {
+    {
+        const std::lock_guard lock(m_options.m_dataMutex);
+        --m_options.m_pauses;
+    }
+    m_options.WriteBack();
+}
+
+void OptionsFile::OnChanged() {
+    {
+        const std::lock_guard lock(m_dataMutex);
+        m_changed = true;
+    }
+    WriteBack();
+}
+
+// Does nothing while somebody holds the writes or nothing has changed.
+void OptionsFile::WriteBack() {
+    const std::lock_guard writing(m_writeMutex);
+    Path path;
+    String text;
+    {
+        const std::lock_guard lock(m_dataMutex);
+        if (m_pauses > 0 || !m_changed || !m_mayWrite)
+            return;
+        path = m_path;
+        text = SaveText();
+        m_changed = false;
+    }
+    try {
+        File::WriteWhole(path, text);
+        m_failing = false;
+    } catch (const std::exception& exception) {
+        {
+            const std::lock_guard lock(m_dataMutex);
+            m_changed = true;
+        }
+        if (!std::exchange(m_failing, true))
+            LogError(String("The options could not be saved and are kept in memory. ") + exception.what());
+    }
+}
+
+} // namespace corekit

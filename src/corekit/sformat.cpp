@@ -1,0 +1,32 @@
+#include <corekit/sformat.h>
+
+#include <cstdio>
+
+namespace corekit {
+
+String SFormat(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    String result = SFormatV(format, arguments);
+    va_end(arguments);
+    return result;
+}
+
+String SFormatV(const char* format, va_list arguments) {
+    char buffer[512];
+    va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(buffer, sizeof buffer, format, arguments);
+    String result;
+    if (length > 0 && static_cast<size_t>(length) < sizeof buffer) {
+        result = String(buffer, static_cast<size_t>(length));
+    } else if (length > 0) {
+        // The C library writes its zero into the string's own last byte.
+        result.resize(static_cast<size_t>(length));
+        std::vsnprintf(result.data(), result.size() + 1, format, again);
+    }
+    va_end(again);
+    return result;
+}
+
+} // namespace corekit
