@@ -1,8 +1,8 @@
 #pragma once
 
-#include "corekit/commandline.h"
-#include "corekit/path.h"
-#include "corekit/string.h"
+#include <corekit/commandline.h>
+#include <corekit/path.h>
+#include <corekit/string.h>
 
 #include <functional>
 

@@ -1,7 +1,7 @@
 // The call stack that each thread keeps for the crash report.
 #pragma once
 
-#include "corekit/string.h"
+#include <corekit/string.h>
 
 #include <atomic>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "corekit/containers.h"
-#include "corekit/string.h"
+#include <corekit/containers.h>
+#include <corekit/string.h>
 
 namespace corekit {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "corekit/lockorder.h"
-#include "corekit/threadannotations.h"
+#include <corekit/lockorder.h>
+#include <corekit/threadannotations.h>
 
 #include <mutex>
 

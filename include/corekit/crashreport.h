@@ -1,6 +1,6 @@
 #pragma once
 
-#include "corekit/path.h"
+#include <corekit/path.h>
 
 namespace corekit {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "corekit/path.h"
-#include "corekit/string.h"
+#include <corekit/path.h>
+#include <corekit/string.h>
 
 #include <cstddef>
 #include <functional>
@@ -68,6 +68,7 @@ public:
 // Ends its sink when it dies; the sink is not running on another thread then.
 class Log::SinkHandle {
 public:
+    struct Entry;
     SinkHandle() = default;
     ~SinkHandle();
     SinkHandle(SinkHandle&&) noexcept = default;
@@ -75,7 +76,6 @@ public:
 
 private:
     friend class Log;
-    struct Entry;
     explicit SinkHandle(std::shared_ptr<Entry> entry);
 
     std::shared_ptr<Entry> m_entry;

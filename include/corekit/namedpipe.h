@@ -1,8 +1,8 @@
 #pragma once
 
-#include "corekit/string.h"
-#include "corekit/thread.h"
-#include "corekit/uniquefd.h"
+#include <corekit/string.h>
+#include <corekit/thread.h>
+#include <corekit/uniquefd.h>
 
 namespace corekit {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "corekit/containers.h"
-#include "corekit/string.h"
-#include "corekit/uid.h"
+#include <corekit/containers.h>
+#include <corekit/string.h>
+#include <corekit/uid.h>
 
 #include <cstdint>
 

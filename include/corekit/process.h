@@ -1,9 +1,9 @@
 #pragma once
 
-#include "corekit/containers.h"
-#include "corekit/path.h"
-#include "corekit/string.h"
-#include "corekit/uniquefd.h"
+#include <corekit/containers.h>
+#include <corekit/path.h>
+#include <corekit/string.h>
+#include <corekit/uniquefd.h>
 
 #include <memory>
 #include <mutex>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "corekit/signalcore.h"
+#include <corekit/signalcore.h>
 
 #include <functional>
 #include <type_traits>

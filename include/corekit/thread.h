@@ -1,6 +1,6 @@
 #pragma once
 
-#include "corekit/string.h"
+#include <corekit/string.h>
 
 #include <atomic>
 #include <condition_variable>

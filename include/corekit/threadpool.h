@@ -1,7 +1,7 @@
 #pragma once
 
-#include "corekit/string.h"
-#include "corekit/uid.h"
+#include <corekit/string.h>
+#include <corekit/uid.h>
 
 #include <functional>
 

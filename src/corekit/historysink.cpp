@@ -1,0 +1,60 @@
+#include "historysink.h"
+
+#include <corekit/string.h>
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <spdlog/async.h>
+#include <string>
+
+namespace corekit {
+
+HistorySink::HistorySink(Path const& file, size_t maxBytes, size_t keep) : m_file(file.Str(), maxBytes, keep) {
+    m_file.set_pattern("%Y-%m-%d %H:%M:%S.%e %t %v");
+}
+
+void HistorySink::sink_it_(spdlog::details::log_msg const& record) {
+    try {
+        if (m_lost)
+            WriteLost(record);
+        m_file.log(record);
+        if (record.level >= spdlog::level::warn || (m_queue && m_queue->queue_size() == 0))
+            m_file.flush();
+    } catch (std::exception const&) {
+        ++m_lost;
+    }
+}
+
+void HistorySink::WriteLost(spdlog::details::log_msg const& record) {
+    std::string text = "Warning  " + std::to_string(m_lost) + " records were lost: the log could not be written";
+    m_file.log(spdlog::details::log_msg(record.time, {}, {}, record.level, text));
+    m_file.flush();
+    m_lost = 0;
+}
+
+void HistorySink::flush_() {
+    try {
+        m_file.flush();
+    } catch (std::exception const&) {
+        ++m_lost;
+    }
+    std::lock_guard lock(m_guard);
+    ++m_served;
+    m_flushed.notify_all();
+}
+
+uint64_t HistorySink::AskForFlush() {
+    std::lock_guard lock(m_guard);
+    return ++m_asked;
+}
+
+void HistorySink::WaitForFlush(uint64_t ticket, int timeoutMs) {
+    std::unique_lock lock(m_guard);
+    bool served = m_flushed.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] { return m_served >= ticket; });
+    // A full queue may have dropped the flush: count it, or all later ones would wait.
+    if (!served)
+        m_served = std::max(m_served, ticket);
+}
+
+} // namespace corekit

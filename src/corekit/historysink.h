@@ -1,0 +1,58 @@
+// The writer of "History.log", behind the log's queue.
+#pragma once
+
+#include <corekit/path.h>
+
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <spdlog/details/null_mutex.h>
+#include <spdlog/sinks/base_sink.h>
+#include <spdlog/sinks/rotating_file_sink.h>
+
+namespace spdlog::details {
+class thread_pool;
+}
+
+namespace corekit {
+
+// HistorySink writes records to a file that is rotated by size.
+// Owner: the log's spdlog logger. Thread: the log's writer thread alone, except
+// AskForFlush and WaitForFlush.
+// Always: a record that cannot be written is counted, and the count is written
+// as a record once writing works again. Nothing is thrown.
+class HistorySink : public spdlog::sinks::base_sink<spdlog::details::null_mutex> {
+public:
+    // Throws spdlog_ex when the file cannot be opened.
+    HistorySink(Path const& file, size_t maxBytes, size_t keep);
+
+    // The queue that feeds this sink: with nothing queued each record is flushed,
+    // under load they are flushed together.
+    // It outlives the writer thread.
+    void SetQueue(spdlog::details::thread_pool* queue) { m_queue = queue; }
+
+    // A number for a flush that the caller puts into the queue right after.
+    uint64_t AskForFlush();
+    // Waits until that flush has been served, or the time is over.
+    void WaitForFlush(uint64_t ticket, int timeoutMs);
+
+protected:
+    void sink_it_(spdlog::details::log_msg const& record) override;
+    void flush_() override;
+
+private:
+    void WriteLost(spdlog::details::log_msg const& record);
+
+    // Writer thread only.
+    spdlog::sinks::rotating_file_sink_st m_file;
+    spdlog::details::thread_pool* m_queue = nullptr;
+    uint64_t m_lost = 0;
+
+    std::mutex m_guard;
+    std::condition_variable m_flushed;
+    // Guarded by m_guard.
+    uint64_t m_asked = 0;
+    uint64_t m_served = 0;
+};
+
+} // namespace corekit
