@@ -64,5 +64,8 @@ String CallStackText();
 
 // Opens a function: CALL_ENTRY(); or, with a name of its own,
 // CALL_ENTRY_NAMED("JobList::InsertJob");
-#define CALL_ENTRY() ::corekit::_CallEntry callEntryOfThisScope_(__PRETTY_FUNCTION__, __FILE__, __LINE__)
-#define CALL_ENTRY_NAMED(name) ::corekit::_CallEntry callEntryOfThisScope_(name, __FILE__, __LINE__)
+#define CALL_ENTRY() CALL_ENTRY_NAMED(__PRETTY_FUNCTION__)
+#define CALL_ENTRY_NAMED(name) CALL_ENTRY_AT(name, __LINE__)
+// Two steps, so that the line's number is part of the variable's name.
+#define CALL_ENTRY_AT(name, line) CALL_ENTRY_AT_(name, line)
+#define CALL_ENTRY_AT_(name, line) ::corekit::_CallEntry callEntry##line##_(name, __FILE__, line)

@@ -1,0 +1,99 @@
+#include "runtimetools.h"
+
+#include <corekit/namedpipe.h>
+
+#include <atomic>
+#include <sys/wait.h>
+
+namespace corekit::test {
+namespace {
+
+class CountingPipe : public NamedPipeServerThread {
+public:
+    using NamedPipeServerThread::NamedPipeServerThread;
+    ~CountingPipe() override { Stop(); }
+    std::atomic<int> connections{0};
+
+protected:
+    void OnConnect() override { ++connections; }
+};
+
+struct NamedPipeTest : ::testing::Test {
+    TempFolder folder;
+    ScopedEnv home{"VORLAN_HOME", folder.Get().c_str()};
+};
+
+TEST_F(NamedPipeTest, EachConnectionIsTold) {
+    EXPECT_FALSE(NamedPipeServerThread::Signal("VorlanGui-EngineMode")) << "nobody listens yet";
+    {
+        CountingPipe pipe("VorlanGui-EngineMode");
+        ASSERT_TRUE(pipe.IsListening());
+        EXPECT_TRUE(NamedPipeServerThread::Signal("VorlanGui-EngineMode")) << "kept until the thread runs";
+        pipe.Start();
+        EXPECT_TRUE(NamedPipeServerThread::Signal("VorlanGui-EngineMode"));
+        EXPECT_FALSE(NamedPipeServerThread::Signal("Another"));
+        EXPECT_TRUE(WaitFor([&] { return pipe.connections == 2; }));
+    }
+    EXPECT_FALSE(NamedPipeServerThread::Signal("VorlanGui-EngineMode")) << "nobody listens any more";
+}
+
+TEST_F(NamedPipeTest, OneListensAtATimeAndANewOneReplacesADeadOne) {
+    {
+        CountingPipe first("Name");
+        LogCatcher log;
+        CountingPipe second("Name");
+        EXPECT_TRUE(first.IsListening());
+        EXPECT_FALSE(second.IsListening());
+        EXPECT_TRUE(log.Has(LogLevel::Error, "another process does"));
+        second.Start();
+    }
+    // A process that dies without tidying up.
+    pid_t child = ::fork();
+    if (child == 0) {
+        auto* pipe = new CountingPipe("Name");
+        ::_exit(pipe->IsListening() ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_EQ(status, 0);
+    CountingPipe next("Name");
+    ASSERT_TRUE(next.IsListening());
+    next.Start();
+    EXPECT_TRUE(NamedPipeServerThread::Signal("Name"));
+    EXPECT_TRUE(WaitFor([&] { return next.connections == 1; }));
+}
+
+TEST_F(NamedPipeTest, StopWakesAnIdleThreadAtOnce) {
+    for (int round = 0; round < 50; ++round) {
+        CountingPipe pipe("Idle");
+        pipe.Start();
+        pipe.Stop();
+        EXPECT_EQ(pipe.connections, 0);
+    }
+}
+
+TEST_F(NamedPipeTest, WorksUnderALongHomeAndRefusesOddNames) {
+    Path deep = folder.Get() / Path(String(150, 'd'));
+    ScopedEnv longHome("VORLAN_HOME", deep.c_str());
+    CountingPipe pipe("Name");
+    EXPECT_TRUE(pipe.IsListening());
+    EXPECT_TRUE(NamedPipeServerThread::Signal("Name"));
+    for (String const& name : {String(), String("a/b"), String("../a"), String(".hidden"), String(65, 'n')}) {
+        CountingPipe odd(name);
+        EXPECT_FALSE(odd.IsListening()) << name;
+        EXPECT_FALSE(NamedPipeServerThread::Signal(name)) << name;
+    }
+}
+
+TEST_F(NamedPipeTest, AFolderThatOthersMayWriteIsRefused) {
+    Path pipes = folder.Get() / Path("pipes");
+    std::filesystem::create_directory(pipes.Native());
+    std::filesystem::permissions(pipes.Native(), std::filesystem::perms::all);
+    LogCatcher log;
+    CountingPipe pipe("Name");
+    EXPECT_FALSE(pipe.IsListening());
+    EXPECT_TRUE(log.Has(LogLevel::Error, "can be written by other users"));
+}
+
+} // namespace
+} // namespace corekit::test

@@ -1,0 +1,232 @@
+#include "runtimetools.h"
+
+#include <corekit/commonmutex.h>
+#include <corekit/rwlock.h>
+
+#include <atomic>
+#include <deque>
+#include <functional>
+#include <thread>
+#include <vector>
+
+namespace corekit::test {
+namespace {
+
+// A thread that asks for the lock, and the test's view of how far it is.
+class Asker {
+public:
+    explicit Asker(std::function<void()> body)
+        : m_thread([this, body = std::move(body)] {
+              m_id = CurrentThread();
+              body();
+              m_done = true;
+          }) {}
+    ~Asker() { m_thread.join(); }
+    bool Sleeps() {
+        return WaitFor([this] { return m_done || (m_id != 0 && TaskState(m_id) == 'S'); }) && !m_done;
+    }
+    bool Done() {
+        return WaitFor([this] { return m_done.load(); });
+    }
+
+private:
+    std::atomic<long> m_id{0};
+    std::atomic<bool> m_done{false};
+    std::thread m_thread;
+};
+
+TEST(RWLock, AReaderComesInAgainWhileAWriterWaits) {
+    RWLock lock;
+    bool written = false;
+    lock.ReadLock();
+    Asker writer([&] {
+        RWLock::Writer scope(lock);
+        written = true;
+    });
+    ASSERT_TRUE(writer.Sleeps());
+    for (int depth = 0; depth < 3; ++depth)
+        lock.ReadLock();
+    for (int depth = 0; depth < 3; ++depth)
+        lock.ReadUnlock();
+    EXPECT_FALSE(written);
+    EXPECT_TRUE(lock.IsHeld());
+    lock.ReadUnlock();
+    EXPECT_TRUE(writer.Done());
+    EXPECT_TRUE(written);
+    EXPECT_FALSE(lock.IsHeld());
+}
+
+TEST(RWLock, NewReadersComeAfterTheWaitingWriterAndBeforeTheNext) {
+    RWLock lock;
+    std::vector<int> order; // guarded by the lock while written, read at the end
+    std::mutex orderGuard;
+    auto note = [&](int who) {
+        std::lock_guard guard(orderGuard);
+        order.push_back(who);
+    };
+    lock.ReadLock();
+    {
+        std::atomic<bool> secondAsks{false};
+        Asker writer([&] {
+            RWLock::Writer scope(lock);
+            note(1);
+            // Leave only when the next writer waits too.
+            EXPECT_TRUE(WaitFor([&] { return secondAsks.load(); }));
+        });
+        ASSERT_TRUE(writer.Sleeps());
+        Asker reader([&] {
+            RWLock::Reader scope(lock);
+            note(2);
+        });
+        ASSERT_TRUE(reader.Sleeps());
+        Asker second([&] {
+            RWLock::Writer scope(lock);
+            note(3);
+        });
+        ASSERT_TRUE(second.Sleeps());
+        // The reader inside lets one writer in, either of them; with the first
+        // one the reader stands between the two.
+        secondAsks = true;
+        lock.ReadUnlock();
+    }
+    ASSERT_EQ(order.size(), 3u);
+    EXPECT_EQ(order[1], 2) << "the reader waits for one writer, not for two";
+}
+
+TEST(RWLock, AWriterMayReadAndWriteAgain) {
+    RWLock lock;
+    RWLock::Writer outer(lock);
+    {
+        RWLock::Writer inner(lock);
+        RWLock::Reader reader(lock);
+    }
+    EXPECT_TRUE(lock.IsHeldForWriting());
+    outer.Unlock();
+    EXPECT_FALSE(lock.IsHeld());
+}
+
+TEST(RWLock, WritersExcludeEverybody) {
+    RWLock lock;
+    long first = 0, second = 0;
+    std::atomic<int> torn{0};
+    constexpr int k_Rounds = 40000;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 3; ++i) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < k_Rounds; ++round) {
+                RWLock::Writer scope(lock);
+                ++first;
+                ++second;
+            }
+        });
+        threads.emplace_back([&] {
+            for (int round = 0; round < k_Rounds; ++round) {
+                RWLock::Reader scope(lock);
+                RWLock::Reader again(lock);
+                if (first != second)
+                    ++torn;
+            }
+        });
+    }
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(first, 3L * k_Rounds);
+    EXPECT_EQ(torn, 0);
+}
+
+TEST(RWLock, NeitherSideStarves) {
+    RWLock lock;
+    std::atomic<bool> stop{false};
+    std::atomic<int> reads{0}, writes{0};
+    std::vector<std::thread> threads;
+    // Two of each that never let go for long.
+    for (int i = 0; i < 2; ++i) {
+        threads.emplace_back([&] {
+            while (!stop) {
+                RWLock::Writer scope(lock);
+                ++writes;
+            }
+        });
+        threads.emplace_back([&] {
+            while (!stop) {
+                RWLock::Reader scope(lock);
+                ++reads;
+            }
+        });
+    }
+    EXPECT_TRUE(WaitFor([&] { return reads > 500 && writes > 500; }));
+    stop = true;
+    for (auto& thread : threads)
+        thread.join();
+}
+
+TEST(RWLockDeathTest, MisuseEndsTheProgramWithAWord) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(
+        {
+            RWLock lock;
+            lock.ReadLock();
+            lock.WriteLock();
+        },
+        "only reads under a lock asks to write");
+    EXPECT_DEATH(
+        {
+            RWLock lock;
+            lock.ReadUnlock();
+        },
+        "gives back a lock that it doesn't hold");
+}
+
+#ifndef NDEBUG
+TEST(LockOrderDeathTest, TheOrderIsKept) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    struct Case {
+        std::vector<LockRank> taken;
+        const char* message; // null: allowed
+    } const cases[] = {
+        {{LockRank::JobList, LockRank::JobInfo, LockRank::WatcherRegistry, LockRank::PoolTable}, nullptr},
+        {{LockRank::PoolTable, LockRank::None}, nullptr},
+        {{LockRank::JobInfo, LockRank::JobList}, "holds JobInfo asks for JobList"},
+        {{LockRank::JobInfo, LockRank::JobInfo}, "holds JobInfo asks for JobInfo"},
+        {{LockRank::JobList, LockRank::PoolTable, LockRank::Failures}, "holds PoolTable asks for Failures"},
+    };
+    for (auto const& test : cases) {
+        auto takeAll = [&] {
+            std::deque<RWLock> locks;
+            for (LockRank rank : test.taken)
+                locks.emplace_back(rank).ReadLock();
+            for (auto lock = locks.rbegin(); lock != locks.rend(); ++lock)
+                lock->ReadUnlock();
+        };
+        if (test.message)
+            EXPECT_DEATH(takeAll(), test.message);
+        else
+            takeAll();
+        EXPECT_FALSE(LockOrder::IsHeld(LockRank::JobList));
+    }
+    EXPECT_DEATH(
+        {
+            CommonMutex later(LockRank::Failures);
+            RWLock earlier(LockRank::WorkList);
+            CommonMutex::Lock first(later);
+            RWLock::Writer second(earlier);
+        },
+        "holds Failures asks for WorkList");
+}
+
+TEST(LockOrder, OneLockMayBeTakenAgainAndALaterOneGivenBackFirstOrLast) {
+    RWLock list(LockRank::JobList), job(LockRank::JobInfo);
+    list.ReadLock();
+    job.ReadLock();
+    list.ReadLock();
+    list.ReadUnlock();
+    list.ReadUnlock();
+    EXPECT_FALSE(LockOrder::IsHeld(LockRank::JobList));
+    EXPECT_TRUE(LockOrder::IsHeld(LockRank::JobInfo));
+    job.ReadUnlock();
+    RWLock::Writer again(list);
+}
+#endif
+
+} // namespace
+} // namespace corekit::test
