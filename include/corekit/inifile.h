@@ -155,6 +155,7 @@ private:
         String headComment;
         String endComment;
     };
+    static bool IsHidden(const SectionMap::value_type& section);
     static Content Parse(const String& text);
     void Take(Content&& content, bool replace);
     bool Store(const String& section, const String& key, const String& value);

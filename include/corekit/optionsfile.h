@@ -51,6 +51,7 @@ protected:
     void OnChanged() override;
 
 private:
+    bool HasToWrite() const;
     void WriteBack();
     static bool KeepDamaged(const Path& path);
 

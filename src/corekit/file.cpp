@@ -2,6 +2,7 @@
 
 #include <corekit/file.h>
 #include <corekit/sformat.h>
+#include <corekit/uniquefd.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -141,10 +142,9 @@ int64_t File::Size(const Path& path) noexcept {
 }
 
 String File::Read(const Path& path) {
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0)
+    const UniqueFd fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!fd)
         throw Failure("read", path, errno);
-    const std::shared_ptr<void> closer(nullptr, [fd](void*) { ::close(fd); });
     String text;
     constexpr size_t piece = 64 * 1024;
     for (;;) {
@@ -153,7 +153,7 @@ String File::Read(const Path& path) {
             throw FileException("Cannot read \"" + path + "\": it is too large to be a file of this system.", {},
                                 EFBIG);
         text.resize(have + piece);
-        const ssize_t got = ::read(fd, text.data() + have, piece);
+        const ssize_t got = ::read(fd.Get(), text.data() + have, piece);
         const int systemError = errno;
         text.resize(have + static_cast<size_t>(std::max<ssize_t>(got, 0)));
         if (got == 0)

@@ -125,10 +125,15 @@ String IniFile::CurrentSection() const {
     return m_current;
 }
 
+// The head of the file without keys is no section to those outside.
+bool IniFile::IsHidden(const SectionMap::value_type& section) {
+    return section.first.empty() && section.second.entries.empty();
+}
+
 bool IniFile::HasSection(const String& name) const {
     const Guard guard(*this);
     const auto section = m_content.sections.find(name);
-    return section != m_content.sections.end() && (!name.empty() || !section->second.entries.empty());
+    return section != m_content.sections.end() && !IsHidden(*section);
 }
 
 void IniFile::InsertSection(const String& name) {
@@ -155,15 +160,22 @@ bool IniFile::ClearSection(const String& name) {
 }
 
 bool IniFile::EraseFirstSection() {
-    const Guard guard(*this);
-    const vector<String> names = Sections();
-    return !names.empty() && ClearSection(names.front());
+    {
+        const Guard guard(*this);
+        auto first = m_content.sections.begin();
+        if (first != m_content.sections.end() && IsHidden(*first))
+            ++first;
+        if (first == m_content.sections.end())
+            return false;
+        m_content.sections.erase(first);
+    }
+    OnChanged();
+    return true;
 }
 
 size_t IniFile::SectionCount() const {
     const Guard guard(*this);
-    const auto nameless = m_content.sections.find(String::Null);
-    const bool hidden = nameless != m_content.sections.end() && nameless->second.entries.empty();
+    const bool hidden = !m_content.sections.empty() && IsHidden(*m_content.sections.begin());
     return m_content.sections.size() - hidden;
 }
 
@@ -171,9 +183,9 @@ vector<String> IniFile::Sections() const {
     const Guard guard(*this);
     vector<String> names;
     names.reserve(m_content.sections.size());
-    for (const auto& [name, section] : m_content.sections)
-        if (!name.empty() || !section.entries.empty())
-            names.push_back(name);
+    for (const auto& section : m_content.sections)
+        if (!IsHidden(section))
+            names.push_back(section.first);
     return names;
 }
 
@@ -185,7 +197,7 @@ void IniFile::ResetSection() {
 bool IniFile::NextSection(String& name) {
     const Guard guard(*this);
     auto next = m_beforeFirst ? m_content.sections.begin() : m_content.sections.upper_bound(m_current);
-    if (next != m_content.sections.end() && next->first.empty() && next->second.entries.empty())
+    if (next != m_content.sections.end() && IsHidden(*next))
         ++next;
     if (next == m_content.sections.end())
         return false;

@@ -4,8 +4,10 @@
 
 #include <functional>
 
-// The bytes are UTF-8 by convention and pass through as they are.
+// The bytes are UTF-8 by convention and pass through as they are. The templates
+// come from the header: the packaged library is built with a conversion.
 #define SI_NO_CONVERSION
+#define SI_IMPLEMENTATION
 #include <SimpleIni.h>
 
 namespace corekit {

@@ -26,7 +26,7 @@ bool OptionsFile::Open(const Path& path) {
     } catch (const std::exception& exception) {
         usable = false;
         mayWrite = false;
-        LogError(String(exception.what()) + " Until then changes to the options are not kept.");
+        LogError(String(exception.what()) + " Changes to the options are not kept until this is put right.");
     }
     if (!usable)
         Clear();
@@ -42,7 +42,7 @@ bool OptionsFile::KeepDamaged(const Path& path) {
         LogWarning("The damaged options are kept as \"" + File::MoveAside(path) + "\"; new ones are begun.");
         return true;
     } catch (const FileException& exception) {
-        LogError(String(exception.what()) + " Until then changes to the options are not kept.");
+        LogError(String(exception.what()) + " Changes to the options are not kept until this is put right.");
         return false;
     }
 }
@@ -73,14 +73,22 @@ void OptionsFile::OnChanged() {
     WriteBack();
 }
 
-// Does nothing while somebody holds the writes or nothing has changed.
+bool OptionsFile::HasToWrite() const {
+    const std::lock_guard lock(m_dataMutex);
+    return m_pauses == 0 && m_changed && m_mayWrite;
+}
+
 void OptionsFile::WriteBack() {
+    // Asked first with the data lock alone: whoever holds a WriteLock comes no
+    // further, and so never waits for m_writeMutex under the data lock.
+    if (!HasToWrite())
+        return;
     const std::lock_guard writing(m_writeMutex);
     Path path;
     String text;
     {
         const std::lock_guard lock(m_dataMutex);
-        if (m_pauses > 0 || !m_changed || !m_mayWrite)
+        if (!HasToWrite())
             return;
         path = m_path;
         text = SaveText();

@@ -1,0 +1,80 @@
+#include "tempfolder.h"
+
+#include <corekit/filelock.h>
+#include <corekit/sformat.h>
+
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <thread>
+
+using namespace corekit;
+
+TEST(FileLock, OneHolderAtATimeWhoIsNamed) {
+    const TempFolder folder;
+    const Path path = folder / "Master.lock";
+    EXPECT_FALSE(FileLock::IsHeld(path));
+    auto lock = FileLock::TryTake(path, "VorlanMaster");
+    ASSERT_TRUE(lock);
+
+    const String expected = SFormat("VorlanMaster (%d)", static_cast<int>(getpid()));
+    String holder;
+    EXPECT_FALSE(FileLock::TryTake(path, "Other", &holder));
+    EXPECT_EQ(holder, expected);
+    holder.clear();
+    int processId = 0;
+    EXPECT_TRUE(FileLock::IsHeld(path, &holder, &processId));
+    EXPECT_EQ(holder, expected);
+    EXPECT_EQ(processId, getpid());
+
+    lock.reset();
+    EXPECT_FALSE(path.Exists());
+    EXPECT_TRUE(FileLock::TryTake(path, "Other"));
+}
+
+TEST(FileLock, TheLockOfADeadProcessIsTakenSilently) {
+    const TempFolder folder;
+    const Path path = folder / "Engine.lock";
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        const bool taken = FileLock::TryTake(path, "VorlanEngine").release() != nullptr;
+        _exit(taken ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    ASSERT_EQ(status, 0);
+    EXPECT_TRUE(path.Exists());
+    EXPECT_FALSE(FileLock::IsHeld(path));
+    EXPECT_TRUE(FileLock::TryTake(path, "VorlanEngine"));
+}
+
+TEST(FileLock, TakersAndAskersInARaceNeverShareIt) {
+    const TempFolder folder;
+    const Path path = folder / "race.lock";
+    std::atomic<int> inside{0};
+    std::atomic<int> taken{0};
+    std::atomic<bool> shared{false};
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&] {
+            for (int round = 0; round < 50; ++round) {
+                FileLock::IsHeld(path);
+                const auto lock = FileLock::TryTake(path, "racer");
+                if (!lock)
+                    continue;
+                if (++inside != 1)
+                    shared = true;
+                ++taken;
+                std::this_thread::yield();
+                --inside;
+            }
+        });
+    threads.clear();
+    EXPECT_FALSE(shared);
+    EXPECT_GT(taken, 0);
+}
+
+TEST(FileLock, AnUnusableFolderIsAClearError) {
+    EXPECT_THROW(FileLock::TryTake("/no/such/folder/x.lock", "x"), FileException);
+}

@@ -1,0 +1,54 @@
+#include <corekit/path.h>
+
+#include <gtest/gtest.h>
+
+using namespace corekit;
+
+TEST(Path, Parts) {
+    struct Case {
+        const char* path;
+        const char* branch;
+        const char* leaf;
+        const char* stem;
+        const char* extension;
+        bool absolute;
+    };
+    for (const Case& c :
+         {Case{"/shots/a.tar.gz", "/shots", "a.tar.gz", "a.tar", ".gz", true}, Case{"/a", "/", "a", "a", "", true},
+          Case{"a.vj", "", "a.vj", "a", ".vj", false}, Case{"x/.hidden", "x", ".hidden", ".hidden", "", false},
+          Case{"/shots/seq/", "/shots", "seq", "seq", "", true}, Case{"/", "/", "", "", "", true},
+          Case{"", "", "", "", "", false}, Case{"a/..", "a", "..", "..", "", false},
+          Case{"a//b", "a", "b", "b", "", false},
+          // A backslash is an ordinary letter here, and a separator in a path of Windows.
+          Case{"/a\\b.c", "/", "a\\b.c", "a\\b", ".c", true},
+          Case{"C:\\jobs\\a.ma", "C:\\jobs", "a.ma", "a", ".ma", true}, Case{"C:\\a", "C:\\", "a", "a", "", true},
+          Case{"\\\\host\\share\\a", "\\\\host\\share", "a", "a", "", true}, Case{"C:", "C:", "", "", "", true},
+          Case{"\\\\", "\\\\", "", "", "", true}}) {
+        const Path path = c.path;
+        EXPECT_EQ(path.Branch(), c.branch) << c.path;
+        EXPECT_EQ(path.Leaf(), c.leaf) << c.path;
+        EXPECT_EQ(path.Stem(), c.stem) << c.path;
+        EXPECT_EQ(path.Extension(), c.extension) << c.path;
+        EXPECT_EQ(path.IsAbsolute(), c.absolute) << c.path;
+    }
+}
+
+TEST(Path, Joins) {
+    EXPECT_EQ(Path("/a") / "b", "/a/b");
+    EXPECT_EQ(Path("/a/") / "b", "/a/b");
+    EXPECT_EQ(Path("/a") / "/b", "/b");
+    EXPECT_EQ(Path("") / "b", "b");
+    EXPECT_EQ(Path("/a") / "", "/a");
+    EXPECT_EQ(Path("C:\\a") / "b", "C:\\a\\b");
+    EXPECT_EQ(Path("C:/a") / "b", "C:/a/b");
+    EXPECT_EQ(Path("C:\\") / "b", "C:\\b");
+}
+
+TEST(Path, QuotesGoRoundOnceAndComeOffOnce) {
+    EXPECT_EQ(Path::Enquote("a b"), "\"a b\"");
+    EXPECT_EQ(Path::Enquote("\"a b\""), "\"a b\"");
+    EXPECT_EQ(Path::Enquote(""), "");
+    EXPECT_EQ(Path::Dequote("\"a b\""), "a b");
+    for (const char* text : {"a", "a\"b", "\"", "\"a", "a\"", "C:\\dir\\", " x "})
+        EXPECT_EQ(Path::Dequote(Path::Enquote(text)), text);
+}

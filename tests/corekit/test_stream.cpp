@@ -1,0 +1,153 @@
+#include "tempfolder.h"
+
+#include <corekit/stream.h>
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+using namespace corekit;
+
+namespace {
+
+String Sample(const UID& id) {
+    OutMemory out;
+    out.Write(true);
+    out.Write(int32_t{-2});
+    out.Write(uint32_t{4000000000u});
+    out.Write(int64_t{-5000000000});
+    out.Write(1.5);
+    out.Write(String(std::string_view("a\0b", 3)));
+    out.Write("literal");
+    out.Write(id);
+    out.Write(Time::Hours(1));
+    return out.Take();
+}
+
+void ReadSample(InStream& in) {
+    in.Get<bool>();
+    in.Get<int32_t>();
+    in.Get<uint32_t>();
+    in.Get<int64_t>();
+    in.Get<double>();
+    in.Get<String>();
+    in.Get<String>();
+    in.Get<UID>();
+    in.Get<Time>();
+}
+
+} // namespace
+
+TEST(Stream, TypedValuesReadBack) {
+    const UID id(true);
+    const String bytes = Sample(id);
+    InMemory in(bytes);
+    EXPECT_TRUE(in.Get<bool>());
+    EXPECT_EQ(in.Get<int32_t>(), -2);
+    EXPECT_EQ(in.Get<uint32_t>(), 4000000000u);
+    EXPECT_EQ(in.Get<int64_t>(), -5000000000);
+    EXPECT_EQ(in.Get<double>(), 1.5);
+    EXPECT_EQ(in.Get<String>(), String(std::string_view("a\0b", 3)));
+    EXPECT_EQ(in.Get<String>(), "literal");
+    EXPECT_EQ(in.Get<UID>(), id);
+    EXPECT_EQ(in.Get<Time>(), Time::Hours(1));
+    EXPECT_TRUE(in.AtEnd() && !in.Failed());
+    // The bytes are the same on every machine.
+    OutMemory out;
+    out.Write(uint32_t{0x01020304});
+    EXPECT_EQ(out.Bytes(), "\x04\x03\x02\x01");
+}
+
+TEST(Stream, DataThatEndsTooEarlyAnywhereIsAFault) {
+    const String bytes = Sample(UID::Full);
+    for (size_t length = 0; length < bytes.size(); ++length) {
+        const String part = bytes.Mid(0, length);
+        InMemory strict(part);
+        EXPECT_THROW(ReadSample(strict), ParseException) << length;
+
+        InMemory lenient(part);
+        const SetExceptionLevel level(lenient, 5);
+        LogLines lines;
+        ReadSample(lenient);
+        EXPECT_TRUE(lenient.Failed());
+        EXPECT_EQ(lenient.Get<int64_t>(), 0);
+        EXPECT_EQ(lines.Get().size(), 1u) << "one fault, one line";
+    }
+}
+
+TEST(Stream, ALengthBeyondItsLimitIsRefused) {
+    OutMemory out;
+    out.Write(uint32_t{0xFFFFFFFF});
+    InMemory in(out.Bytes());
+    EXPECT_THROW(in.Get<String>(), ParseException);
+
+    OutMemory small;
+    small.Write("12345");
+    String text;
+    InMemory limited(small.Bytes());
+    EXPECT_THROW(limited.Read(text, 4), ParseException);
+    InMemory all("12345");
+    EXPECT_THROW(all.ReadAll(4), ParseException);
+    InMemory fits("12345");
+    EXPECT_EQ(fits.ReadAll(5), "12345");
+}
+
+TEST(Stream, LinesOfAnyEndingAndLength) {
+    const String longLine(InStream::k_MaxLineBytes + 10, 'x');
+    const String text = "one\r\n\ntwo\n" + longLine + "\nlast";
+    InMemory in(text);
+    std::vector<String> lines;
+    for (String line; in.Line(line);)
+        lines.push_back(line);
+    EXPECT_EQ(lines,
+              (std::vector<String>{"one", "", "two", String(InStream::k_MaxLineBytes, 'x'), "xxxxxxxxxx", "last"}));
+}
+
+TEST(Stream, AFileTakesItsPlaceOnlyWhenClosed) {
+    const TempFolder folder;
+    const Path path = folder / "product.json";
+    File::WriteWhole(path, "old");
+    const String big(200000, 'x');
+    {
+        OutFile dropped(path);
+        dropped.Text(big);
+    }
+    EXPECT_EQ(File::Read(path), "old");
+    {
+        OutFile file(path);
+        file.Write(big);
+        file.Write(int32_t{7});
+        EXPECT_EQ(File::Read(path), "old");
+        EXPECT_TRUE(file.Close());
+        EXPECT_FALSE(file.Close());
+    }
+    InFile in(path);
+    EXPECT_EQ(in.Get<String>(), big);
+    EXPECT_EQ(in.Get<int32_t>(), 7);
+    EXPECT_TRUE(in.AtEnd());
+    EXPECT_EQ(folder.Names().size(), 1u);
+    EXPECT_THROW(InFile(folder / "none"), FileException);
+    EXPECT_THROW(OutFile(folder / "none/x"), FileException);
+}
+
+TEST(Stream, AFullDiskThrowsByTheLevelAndKeepsTheOldFile) {
+    const TempFolder folder;
+    const Path path = folder / "a";
+    File::WriteWhole(path, "old");
+    FaultyLayer layer;
+    layer.fault = FaultyLayer::Fault::FullDisk;
+    const String big(200000, 'x');
+    {
+        OutFile file(path);
+        EXPECT_THROW(file.Text(big), FileException);
+    }
+    {
+        OutFile file(path);
+        const SetExceptionLevel level(file, 5);
+        file.Text(big);
+        file.Text(big);
+        EXPECT_FALSE(file.Close());
+    }
+    EXPECT_EQ(File::Read(path), "old");
+    EXPECT_EQ(folder.Names().size(), 1u);
+}

@@ -1,0 +1,178 @@
+#include <corekit/optionmap.h>
+#include <corekit/path.h>
+#include <corekit/sformat.h>
+#include <corekit/string.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+
+using namespace corekit;
+
+// Initialised before main, maybe before the library's own statics.
+static const String s_early = String::Null + k_Yes + k_NL + String::From(false);
+
+TEST(String, CanBeUsedWhileStaticsAreMade) { EXPECT_EQ(s_early, "Yes\nNo"); }
+
+TEST(String, EveryKindOfTextComparesAndJoinsWithEveryOther) {
+    const String text = "ab";
+    const Path path = "ab";
+    const std::string standard = "ab";
+    const std::string_view view = "ab";
+    const char* pointer = "ab";
+    EXPECT_TRUE(text == standard && standard == text && text == view && view == text && text == pointer);
+    EXPECT_TRUE(pointer == text && text == "ab" && "ab" == text && path == text && text == path && path == "ab");
+    EXPECT_TRUE(text < "b" && "aa" < text && text <= standard && view >= text && text != "abc" && path < String("b"));
+    EXPECT_EQ(text + standard + view + pointer + path + "ab" + 'c', "ababababababc");
+    EXPECT_EQ("x" + text, "xab");
+    EXPECT_EQ(standard + text, "abab");
+    EXPECT_EQ(view + text, "abab");
+    const char* none = nullptr;
+    EXPECT_EQ(String(none), "");
+    EXPECT_TRUE(String() == none);
+    EXPECT_EQ(text + none, "ab");
+}
+
+TEST(String, OrderIsByUnsignedBytes) {
+    EXPECT_LT(String("z"), String("\xC3\xA4"));
+    EXPECT_LT(String(std::string_view("a\0", 2)), String("ab"));
+    EXPECT_LT(String("a").Compare("b"), 0);
+    EXPECT_GT(String("a").CompareNoCase("B") * -1, 0);
+    EXPECT_EQ(String("ENGine").CompareNoCase("engINE"), 0);
+    EXPECT_GT(String("ab").CompareNoCase("A"), 0);
+    // '_' lies between the cases: the fold must be to lower, as ciless keys rely on it.
+    EXPECT_LT(String("_").CompareNoCase("A"), 0);
+}
+
+TEST(String, OptionMapFindsKeysInAnyCase) {
+    OptionMap options;
+    options["Name"] = "1";
+    options["NAME"] = "2";
+    EXPECT_EQ(options.size(), 1u);
+    EXPECT_EQ(options.find(std::string_view("name"))->second, "2");
+    EXPECT_EQ(options.begin()->first, "Name");
+}
+
+TEST(String, Finds) {
+    const String text = "Frame.0001.EXR";
+    EXPECT_EQ(text.Find("."), 5u);
+    EXPECT_EQ(text.Find(".", 6), 10u);
+    EXPECT_EQ(text.Find('x'), String::npos);
+    EXPECT_EQ(text.FindNoCase("exr"), 11u);
+    EXPECT_EQ(text.FindNoCase("FRAME", 1), String::npos);
+    EXPECT_EQ(text.FindNoCase("", 3), 3u);
+    EXPECT_EQ(text.FindNoCase("a", 99), String::npos);
+    EXPECT_EQ(String("aaab").FindNoCase("AAB"), 1u);
+    EXPECT_EQ(text.FindOneOf("0123456789"), 6u);
+    EXPECT_EQ(text.FindOneNotOf("Frame"), 5u);
+    EXPECT_TRUE(text.Contains("0001") && !text.Contains("exr") && text.ContainsNoCase("exr"));
+}
+
+TEST(String, Replaces) {
+    struct Case {
+        const char* text;
+        const char* from;
+        const char* to;
+        bool caseSensitive;
+        size_t count;
+        const char* result;
+    };
+    for (const Case& c : {Case{"aXbXc", "X", "--", true, 2, "a--b--c"}, Case{"aaa", "a", "aa", true, 3, "aaaaaa"},
+                          Case{"aaa", "aa", "b", true, 1, "ba"}, Case{"abc", "", "x", true, 0, "abc"},
+                          Case{"Job JOB job", "job", "", false, 3, "  "}, Case{"Job", "job", "x", true, 0, "Job"}}) {
+        String text = c.text;
+        EXPECT_EQ(text.Replace(c.from, c.to, c.caseSensitive), c.count) << c.text;
+        EXPECT_EQ(text, c.result);
+    }
+    String self = "ab";
+    EXPECT_EQ(self.Replace(self, self + self), 1u);
+    EXPECT_EQ(self, "abab");
+}
+
+TEST(String, TakesPartsBySeparator) {
+    struct Case {
+        const char* text;
+        const char* leftFirst;
+        const char* rightFirst;
+        const char* leftLast;
+        const char* rightLast;
+    };
+    for (const Case& c : {Case{"a-b-c", "a", "b-c", "a-b", "c"}, Case{"abc", "abc", "abc", "abc", "abc"},
+                          Case{"-", "", "", "", ""}, Case{"a-", "a", "", "a", ""}, Case{"", "", "", "", ""}}) {
+        const String text = c.text;
+        EXPECT_EQ(text.LeftFirst("-"), c.leftFirst);
+        EXPECT_EQ(text.RightFirst("-"), c.rightFirst);
+        EXPECT_EQ(text.LeftLast("-"), c.leftLast);
+        EXPECT_EQ(text.RightLast("-"), c.rightLast);
+    }
+    EXPECT_EQ(String("10::20").RightFirst("::"), "20");
+    EXPECT_EQ(String(" \t a b\r\n").Trim(), "a b");
+    EXPECT_EQ(String(" \n ").Trim(), "");
+    EXPECT_EQ(String("abc").Mid(1), "bc");
+    EXPECT_EQ(String("abc").Mid(1, 1), "b");
+    EXPECT_EQ(String("abc").Mid(4), "");
+}
+
+TEST(String, ReadsNumbersAndFallsBack) {
+    struct Case {
+        const char* text;
+        int64_t asInt;
+        uint64_t asUint;
+        double asFloat;
+    };
+    constexpr int64_t lowest = std::numeric_limits<int64_t>::min();
+    for (const Case& c : {Case{"42", 42, 42, 42}, Case{" +7 frames", 7, 7, 7}, Case{"-3.5", -3, 77, -3.5},
+                          Case{"", 77, 77, 77}, Case{"abc", 77, 77, 77}, Case{"+-5", 77, 77, 77},
+                          Case{"1e3", 1, 1, 1000}, Case{"-9223372036854775808", lowest, 77, -9223372036854775808.0},
+                          Case{"18446744073709551616", 77, 77, 18446744073709551616.0}, Case{"nan", 77, 77, 77},
+                          Case{"1e999", 1, 1, 77}, Case{"inf", 77, 77, 77}, Case{"- 5", 77, 77, 77}}) {
+        const String text = c.text;
+        EXPECT_EQ(text.Int(77), c.asInt) << text;
+        EXPECT_EQ(text.Uint(77), c.asUint) << text;
+        EXPECT_EQ(text.Float(77), c.asFloat) << text;
+    }
+    for (const char* yes : {"Yes", "TRUE", "on", "1", " yes "})
+        EXPECT_TRUE(String(yes).Bool(false)) << yes;
+    for (const char* no : {"No", "false", "OFF", "0"})
+        EXPECT_FALSE(String(no).Bool(true)) << no;
+    for (const char* neither : {"", "2", "yess", "nope"}) {
+        EXPECT_TRUE(String(neither).Bool(true)) << neither;
+        EXPECT_FALSE(String(neither).Bool(false)) << neither;
+    }
+}
+
+TEST(String, DoublesReadBackAsTheSameNumber) {
+    std::mt19937_64 random(7);
+    for (int i = 0; i < 2000; ++i) {
+        const double value = std::bit_cast<double>(random());
+        if (std::isfinite(value)) {
+            ASSERT_EQ(String::From(value).Float(), value);
+        }
+    }
+    EXPECT_EQ(String::From(0.1), "0.1");
+    EXPECT_EQ(String::From(0.1f), "0.1");
+    EXPECT_EQ(String::From(-5), "-5");
+    EXPECT_EQ(String::From(std::numeric_limits<uint64_t>::max()), "18446744073709551615");
+}
+
+TEST(String, Wraps) {
+    struct Case {
+        const char* text;
+        size_t width;
+        const char* result;
+    };
+    for (const Case& c : {Case{"one two three", 7, "one two|three"}, Case{"one two three", 3, "one|two|thr|ee"},
+                          Case{"abcdefgh", 3, "abc|def|gh"}, Case{"a b", 0, "a b"}, Case{"", 5, ""},
+                          Case{"one\ntwo  three", 5, "one|two|three"}, Case{"\n", 5, "|"},
+                          // Four letters of two bytes each: characters count, and none is cut.
+                          Case{"\xC3\xA4\xC3\xA4\xC3\xA4\xC3\xA4", 3, "\xC3\xA4\xC3\xA4\xC3\xA4|\xC3\xA4"}})
+        EXPECT_EQ(String(c.text).Wrap(c.width, "|"), c.result) << c.text;
+}
+
+TEST(SFormat, WritesTextOfAnyLength) {
+    for (const int length : {0, 1, 510, 511, 512, 513, 5000})
+        EXPECT_EQ(SFormat("%s%d", std::string(static_cast<size_t>(length), 'x').c_str(), 7),
+                  String(static_cast<size_t>(length), 'x') + "7");
+}

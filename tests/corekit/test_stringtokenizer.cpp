@@ -1,0 +1,68 @@
+#include <corekit/stringtokenizer.h>
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+using namespace corekit;
+
+namespace {
+
+using Tokens = std::vector<String>;
+
+Tokens All(StringTokenizer tokenizer) {
+    Tokens tokens;
+    for (String token; tokenizer.Next(token);)
+        tokens.push_back(token);
+    return tokens;
+}
+
+} // namespace
+
+TEST(StringTokenizer, QuotesAndEscapesHideSeparatorsAndStayInTheToken) {
+    struct Case {
+        const char* text;
+        Tokens tokens;
+    };
+    for (const Case& c : {Case{"a,b,c", {"a", "b", "c"}}, Case{",a,,b,", {"a", "b"}}, Case{"", {}}, Case{",,,", {}},
+                          Case{"\"a,b\",c", {"\"a,b\"", "c"}}, Case{"a\\,b,c", {"a\\,b", "c"}},
+                          Case{"\\\"a,b\"c,d\"", {"\\\"a", "b\"c,d\""}}, Case{"\"a\\\",b\",c", {"\"a\\\",b\"", "c"}},
+                          // A quote without a partner must not swallow the rest.
+                          Case{"5\" disk,b,c", {"5\" disk", "b", "c"}}, Case{"\"a\",b\",c", {"\"a\"", "b\"", "c"}},
+                          Case{"a,b\\", {"a", "b\\"}}})
+        EXPECT_EQ(All({c.text, ","}), c.tokens) << c.text;
+    EXPECT_EQ(All({"a,,b,", ",", '"', '\\', StringTokenizer::EmptyTokens::Keep}), (Tokens{"a", "", "b", ""}));
+    EXPECT_EQ(All({"a;b c", "; "}), (Tokens{"a", "b", "c"}));
+    EXPECT_EQ(All({"\"a,b\\,c", ",", '\0', '\0'}), (Tokens{"\"a", "b\\", "c"}));
+}
+
+TEST(StringTokenizer, NestedListsComeApartLevelByLevel) {
+    // As columns are stored: records escaped with a backtick, fields with a backslash.
+    Tokens fields;
+    StringTokenizer records("Ti`;tle,10,1,3,x;a\\,b,20,0,4", ";", '"', '`');
+    for (String record; records.Next(record);) {
+        record.Replace("`;", ";");
+        StringTokenizer parts(record, ",");
+        String first;
+        ASSERT_TRUE(parts.Next(first));
+        fields.push_back(first);
+        fields.push_back(parts.Rest());
+    }
+    EXPECT_EQ(fields, (Tokens{"Ti;tle", "10,1,3,x", "a\\,b", "20,0,4"}));
+}
+
+TEST(StringTokenizer, PlainTokensLoseQuotesAndEscapes) {
+    StringTokenizer tokenizer("run \"my file.exr\" a\\ b \"\\\"x\\\" y\" 5\"", " ");
+    Tokens tokens;
+    for (String token; tokenizer.NextPlain(token);)
+        tokens.push_back(token);
+    EXPECT_EQ(tokens, (Tokens{"run", "my file.exr", "a b", "\"x\" y", "5\""}));
+}
+
+TEST(StringTokenizer, ManyLoneQuotesAndLongTextStayLinear) {
+    String text;
+    for (int i = 0; i < 200000; ++i)
+        text += "\\\",";
+    text += '"';
+    EXPECT_EQ(All({text, ","}).size(), 200001u);
+}
