@@ -29,6 +29,7 @@ start_display() {
 		gtk-overlay-scrolling=0
 		gtk-enable-animations=0
 	END
+    : >"$folder/number"
     setsid Xvfb -displayfd 3 -screen 0 1400x1000x24 -nolisten tcp -dpi 96 +extension XTEST \
         3>"$folder/number" >"$folder/xvfb.log" 2>&1 &
     display_pids=($!)
@@ -81,14 +82,15 @@ home_processes() {
 
 # end_home HOME: ends every program that runs with this VORLAN_HOME.
 end_home() {
-    local pids signal
-    for signal in TERM KILL; do
-        for _ in {1..80}; do
-            pids=$(home_processes "$1")
-            [[ -n $pids ]] || return 0
-            # shellcheck disable=SC2086
-            kill -"$signal" $pids 2>/dev/null || true
-            sleep 0.1
-        done
+    local pids tries
+    pids=$(home_processes "$1")
+    # shellcheck disable=SC2086
+    [[ -z $pids ]] || kill -TERM $pids 2>/dev/null || true
+    for ((tries = 0; tries < 160; ++tries)); do
+        pids=$(home_processes "$1")
+        [[ -n $pids ]] || return 0
+        # shellcheck disable=SC2086
+        ((tries < 80)) || kill -KILL $pids 2>/dev/null || true
+        sleep 0.1
     done
 }

@@ -1,0 +1,240 @@
+// The rules of the house: which library may include which, how long a file may
+// get, and which words mean nothing to a reader of this project.
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using std::string;
+
+constexpr size_t k_LongestFile = 800;
+
+const fs::path& Root() {
+    static const fs::path root = VORLAN_SOURCE_DIR;
+    return root;
+}
+
+/// Library -> what it may include besides itself. "wx" stands for the toolkit.
+const std::map<string, std::set<string>>& Arrows() {
+    static const std::map<string, std::set<string>> arrows = [] {
+        const std::set<string> program = {"corekit", "vorlan"};
+        const std::set<string> windows = {"corekit", "vorlan", "wxvorlan", "wxvorlanapp", "wx"};
+        return std::map<string, std::set<string>>{
+            {"corekit", {}},
+            {"vorlan", {"corekit"}},
+            {"wxvorlan", {"corekit", "wx"}},
+            {"wxvorlanapp", windows},
+            {"vorlangui", windows},
+            {"tools/brakka", windows},
+            {"tools/merrow", windows},
+            {"tools/panvale", windows},
+            {"master/core", program},
+            {"master", {"corekit", "vorlan", "master/core"}},
+            {"engine", program},
+            {"cli", program},
+        };
+    }();
+    return arrows;
+}
+
+bool Allowed(const string& from, const string& to) {
+    if (from == to)
+        return true;
+    const auto found = Arrows().find(from);
+    return found != Arrows().end() && found->second.contains(to);
+}
+
+string ReadText(const fs::path& path) {
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+bool IsSource(const fs::path& path) { return path.extension() == ".h" || path.extension() == ".cpp"; }
+
+std::vector<fs::path> FilesUnder(const fs::path& folder) {
+    std::vector<fs::path> files;
+    if (fs::is_regular_file(folder))
+        files.push_back(folder);
+    if (!fs::is_directory(folder))
+        return files;
+    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+        if (entry.is_regular_file())
+            files.push_back(entry.path());
+    }
+    return files;
+}
+
+std::vector<fs::path> Sources() {
+    std::vector<fs::path> files;
+    for (const char* folder : {"include", "src"}) {
+        for (const auto& path : FilesUnder(Root() / folder)) {
+            if (IsSource(path))
+                files.push_back(path);
+        }
+    }
+    return files;
+}
+
+string Relative(const fs::path& path) { return path.lexically_relative(Root()).generic_string(); }
+
+/// The library that a file of the project belongs to. A public header of the GUI
+/// belongs to the library that holds its source.
+string LibraryOf(const fs::path& path) {
+    const fs::path relative = path.lexically_relative(Root());
+    std::vector<string> parts;
+    for (const auto& part : relative)
+        parts.push_back(part.string());
+    if (parts.size() < 3)
+        return "";
+    if (parts[0] == "include" && parts[1] == "wx") {
+        const fs::path source = Root() / "src/wxvorlanapp" / path.filename().replace_extension(".cpp");
+        return fs::exists(source) ? "wxvorlanapp" : "wxvorlan";
+    }
+    if (parts[1] == "master" && parts[2] == "core")
+        return "master/core";
+    if (parts[1] == "tools")
+        return "tools/" + parts[2];
+    return parts[1];
+}
+
+/// The project's own file that an include means; nothing for a system header.
+std::optional<fs::path> Resolve(const fs::path& from, const string& text, bool quoted) {
+    std::vector<fs::path> places;
+    if (quoted)
+        places.push_back(from.parent_path());
+    places.push_back(Root() / "include");
+    const fs::path relative = from.lexically_relative(Root());
+    places.push_back(Root() / "src" / *std::next(relative.begin()));
+    places.push_back(Root() / "src");
+    for (const auto& place : places) {
+        const fs::path candidate = (place / text).lexically_normal();
+        if (fs::is_regular_file(candidate))
+            return candidate;
+    }
+    return std::nullopt;
+}
+
+bool IsToolkit(const string& text) {
+    for (const char* prefix : {"wx/", "gtk/", "gdk/", "X11/", "cairo", "pango/"}) {
+        if (text.starts_with(prefix))
+            return true;
+    }
+    return false;
+}
+
+/// Headers that read a clock, a file or a socket, or start a thread: not for pure code.
+bool IsEffect(const string& text) {
+    static const std::set<string> exact = {"thread",
+                                           "fstream",
+                                           "filesystem",
+                                           "sys/socket.h",
+                                           "unistd.h",
+                                           "fcntl.h",
+                                           "condition_variable",
+                                           "mutex",
+                                           "sys/stat.h",
+                                           "sqlite3.h",
+                                           "corekit/thread.h",
+                                           "corekit/threadpool.h",
+                                           "corekit/process.h",
+                                           "corekit/file.h",
+                                           "corekit/namedpipe.h",
+                                           "vorlan/messenger.h"};
+    return exact.contains(text) || text.starts_with("boost/asio") || text.starts_with("soci") ||
+           text.starts_with("openssl/");
+}
+
+/// What is wrong with one include; empty if nothing is.
+string IncludeFault(const fs::path& path, const string& text, bool quoted) {
+    const string library = LibraryOf(path);
+    const auto target = Resolve(path, text, quoted);
+    const string other = target ? LibraryOf(*target) : IsToolkit(text) ? "wx" : library;
+    if (!Allowed(library, other))
+        return library + " must not include " + other;
+    // What is not public is its library's own, but for the Master's core.
+    if (target && other != library && Relative(*target).starts_with("src/") && other != "master/core")
+        return "a private header of " + other;
+    if (library == "master/core" && IsEffect(text))
+        return "the decision maker reads no clock, file or socket and starts no thread";
+    return "";
+}
+
+TEST(House, ArrowsPointDownwards) {
+    const struct {
+        const char* from;
+        const char* to;
+        bool allowed;
+    } cases[] = {
+        {"corekit", "vorlan", false},   {"corekit", "wx", false},         {"vorlan", "corekit", true},
+        {"vorlan", "wx", false},        {"vorlan", "wxvorlan", false},    {"wxvorlan", "corekit", true},
+        {"wxvorlan", "vorlan", false},  {"wxvorlanapp", "vorlan", true},  {"vorlangui", "wxvorlanapp", true},
+        {"vorlangui", "master", false}, {"master/core", "master", false}, {"master", "master/core", true},
+        {"engine", "master", false},    {"cli", "engine", false},         {"tools/brakka", "vorlangui", false},
+        {"master", "wx", false},        {"nobody", "corekit", false},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(c.allowed, Allowed(c.from, c.to)) << c.from << " -> " << c.to;
+}
+
+TEST(House, EveryIncludeFollowsAnArrow) {
+    static const std::regex include(R"re(^\s*#\s*include\s*([<"])([^>"]+)[>"])re");
+    size_t count = 0;
+    for (const auto& path : Sources()) {
+        std::istringstream text(ReadText(path));
+        string line;
+        for (size_t number = 1; std::getline(text, line); ++number) {
+            std::smatch match;
+            if (line.find('#') == string::npos || !std::regex_search(line, match, include))
+                continue;
+            ++count;
+            const string fault = IncludeFault(path, match[2], match[1] == "\"");
+            EXPECT_EQ("", fault) << Relative(path) << ":" << number << " includes " << match[2];
+        }
+    }
+    EXPECT_GT(count, 0u) << "nothing was read under " << Root();
+}
+
+TEST(House, FilesStayReadable) {
+    for (const auto& path : Sources()) {
+        const string text = ReadText(path);
+        const auto lines = static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
+        EXPECT_LE(lines, k_LongestFile) << Relative(path) << " is two files";
+        if (path.extension() == ".h") {
+            EXPECT_NE(string::npos, text.find("#pragma once")) << Relative(path);
+        }
+    }
+}
+
+TEST(House, TextsSpeakOfTheProject) {
+    // Put together from pieces, so that this file does not find itself.
+    static const std::regex foreign(string("spec") + R"(\.md|\bPart)" + R"( \d\.\d|/work/)" + "(main|shared)");
+    for (const char* start : {"include", "src", "tests", "benchmarks", "fuzz", "docs", "demo", "products", "resources",
+                              "packages", "cmake", ".ci", "run", "test", "bench", "README.md", "CMakeLists.txt"}) {
+        for (const auto& path : FilesUnder(Root() / start)) {
+            std::istringstream text(ReadText(path));
+            string line;
+            for (size_t number = 1; std::getline(text, line); ++number) {
+                // A picture's bytes are no text, and too long for the expression.
+                if (line.size() > 4096 || line.find('\0') != string::npos)
+                    continue;
+                EXPECT_FALSE(std::regex_search(line, foreign)) << Relative(path) << ":" << number << ": " << line;
+            }
+        }
+    }
+}
+
+} // namespace
