@@ -17,10 +17,7 @@ namespace corekit {
 
 namespace {
 
-FileLayer& RealLayer() {
-    static FileLayer s_real;
-    return s_real;
-}
+constinit FileLayer s_realLayer;
 
 Path ProgramFolder() {
     std::error_code error;
@@ -102,9 +99,10 @@ int FileLayer::Sync(int fd) { return ::fsync(fd); }
 int FileLayer::Close(int fd) { return ::close(fd); }
 int FileLayer::Rename(const char* from, const char* to) { return ::rename(from, to); }
 
-FileLayer* FileLayer::s_Layer = &RealLayer();
+constinit FileLayer* FileLayer::s_Layer = &s_realLayer;
 
-Path File::s_AppDir = ProgramFolder();
+// Before the statics of all other files, which may use it.
+__attribute__((init_priority(102))) Path File::s_AppDir = ProgramFolder();
 
 Path File::GetUserDir() {
     const Path home = FromEnvironment("VORLAN_HOME");

@@ -81,7 +81,8 @@ void WrapLine(std::string_view line, size_t width, std::string_view lineBreak, S
 
 } // namespace
 
-constinit const String String::Null{};
+// Before the statics of all other files, which may use it.
+__attribute__((init_priority(101))) const String String::Null;
 
 size_t String::FindNoCase(std::string_view text, size_t from) const noexcept {
     if (from > size() || text.size() > size() - from)
