@@ -61,7 +61,6 @@ private:
     String m_itemizer;
     unsigned m_flags;
     LaunchTemplate m_launch;
-    String m_extra; // JSON object of keys that are none of this version's
 };
 
 } // namespace vorlan

@@ -52,6 +52,7 @@ struct OutputRule {
     int valueGroup = 1; // 0: the whole match
     int totalGroup = 2; // Step alone
     String text;        // the note; "$1" stands for group 1; empty: the whole line
+    String extra;       // JSON object of keys that are none of this version's
 
     bool operator==(OutputRule const&) const = default;
 };
@@ -60,6 +61,7 @@ struct OutputRule {
 struct OutputRules {
     corekit::vector<OutputRule> rules;
     corekit::vector<int> successCodes = {0};
+    String extra; // JSON object of keys that are none of this version's
 
     static char const* KindName(OutputRule::Kind kind);
 };

@@ -10,6 +10,9 @@
 
 namespace vorlan {
 
+// What is wrong with a rule's pattern or groups; empty when nothing is.
+String CheckOutputRule(OutputRule const& rule);
+
 // Reads a unit's output line by line: how far it is, what it warns of, what went wrong.
 // Owned by whoever watches the process (the Engine: one per running unit); one thread at a time.
 // Linear in the length of a line whatever the patterns; a line is cut at k_LineLimit.
@@ -40,8 +43,9 @@ public:
 private:
     struct Compiled;
 
-    void SetFrame(int64_t frame, bool done);
-    void SetPart(double part, Report& report);
+    void SetFrame(double frame, bool done);
+    void SetPart(double part);
+    void Raise(double part);
 
     // Constant after construction
     std::unique_ptr<Compiled> m_compiled;

@@ -1,0 +1,103 @@
+// Automatic detection: what else changes when one parameter of a Job changes.
+
+#include <vorlan/jobtemplate.h>
+#include <vorlan/product.h>
+
+#include <re2/re2.h>
+
+#include "productjson.h"
+
+namespace vorlan {
+
+namespace {
+
+constexpr int k_GroupLimit = 10;
+
+// The captured groups by number, then the Job's values, then the Product's defaults.
+class DetectValues : public TemplateValues {
+public:
+    DetectValues(Product const& product, OptionMap const& values, corekit::vector<String> groups)
+        : m_product(product), m_values(values), m_groups(std::move(groups)) {}
+
+    bool Find(std::string_view name, String& value) const override {
+        if (name.size() == 1 && name[0] >= '0' && name[0] <= '9') {
+            size_t const group = static_cast<size_t>(name[0] - '0');
+            value = group < m_groups.size() ? m_groups[group] : String();
+            return !value.Empty();
+        }
+        auto const found = m_values.find(name);
+        if (found != m_values.end() && !found->second.Empty()) {
+            value = found->second;
+            return true;
+        }
+        auto const parameter = m_product.GetParam(String(name));
+        value = parameter ? parameter->GetDefault() : String();
+        return !value.Empty();
+    }
+
+private:
+    Product const& m_product;
+    OptionMap const& m_values;
+    corekit::vector<String> m_groups;
+};
+
+// Whether the rule is for this change; fills the groups.
+bool Applies(DetectRule const& rule, String const& name, OptionMap const& values, corekit::vector<String>& groups) {
+    if (rule.name.CompareNoCase(name) != 0)
+        return false;
+    auto const found = values.find(name);
+    String const value = found == values.end() ? String() : found->second;
+    groups = {value};
+    if (rule.pattern.Empty())
+        return true;
+    re2::RE2::Options options;
+    options.set_log_errors(false);
+    re2::RE2 const pattern(re2::StringPiece(rule.pattern.data(), rule.pattern.size()), options);
+    re2::StringPiece matches[k_GroupLimit];
+    int const wanted = std::min(pattern.NumberOfCapturingGroups() + 1, k_GroupLimit);
+    if (!pattern.ok() || !pattern.Match(re2::StringPiece(value.data(), value.size()), 0, value.size(),
+                                        re2::RE2::UNANCHORED, matches, wanted))
+        return false;
+    groups.clear();
+    for (int i = 0; i < wanted; ++i)
+        groups.emplace_back(matches[i].data() != nullptr ? matches[i].as_string() : std::string());
+    return true;
+}
+
+} // namespace
+
+DetectRule SplitDetectRule(String const& key) {
+    size_t const tilde = key.Find('~');
+    if (tilde == String::npos)
+        return {key.Trim(), {}};
+    return {key.Mid(0, tilde).Trim(), key.Mid(tilde + 1).Trim()};
+}
+
+String CheckDetectRule(String const& key) {
+    re2::RE2::Options options;
+    options.set_log_errors(false);
+    String const pattern = SplitDetectRule(key).pattern;
+    re2::RE2 const compiled(re2::StringPiece(pattern.data(), pattern.size()), options);
+    return compiled.ok() ? String() : String(compiled.error());
+}
+
+bool Product::AutoDetect(String const& name, OptionMap& values) const {
+    OptionMap const before = values;
+    bool any = false;
+    for (auto const& [key, updates] : m_autoDetect) {
+        corekit::vector<String> groups;
+        if (!Applies(SplitDetectRule(key), name, before, groups))
+            continue;
+        any = true;
+        DetectValues const known(*this, before, groups);
+        for (auto const& [parameter, text] : updates) {
+            ExpandedTemplate const expanded = ExpandPieces(text, known);
+            // A text that lacks a value says nothing.
+            if (!expanded.missing)
+                values[parameter] = expanded.Text();
+        }
+    }
+    return any;
+}
+
+} // namespace vorlan
