@@ -19,7 +19,6 @@ public:
     explicit CommonEngine(UID const& engineID) : VorlanObject(engineID) {}
 
     String Get(String const& name, bool useDefault) const override;
-    bool Set(String const& name, String const& value) override;
 
     /// Takes over all settings of the other, customised or not; what an Engine is
     /// (id, name, host and the like) stays.
@@ -102,6 +101,7 @@ public:
 protected:
     /// The value that counts: its own, the default Engine's, or the built-in one.
     String Effective(String const& name) const;
+    int64_t EffectiveNumber(char const* name) const;
     void SetCommon(char const* name, String const& value);
 };
 

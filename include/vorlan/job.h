@@ -37,8 +37,9 @@ public:
     void Read(InStream& stream) override;
 
     /// Runs a Command of the Product by name, on this machine and without waiting
-    /// for it. False, with a line in the log, if there is none or it cannot start.
-    virtual bool RunCommand(String const& name) const;
+    /// for it. `item` is the entry chosen from the Command's own list. False, with a line in the log, if there is none
+    /// or it cannot start.
+    virtual bool RunCommand(String const& name, String const& item = String()) const;
 
     virtual bool IsActiveStatus(int status) const;
     virtual bool IsFinishedStatus(int status) const;
@@ -118,7 +119,12 @@ public:
     /// `format` with each `$(Name)` replaced by GetParameterString.
     String FormatStringWithParameters(String const& format) const;
 
+protected:
+    bool IsOwnField(String const& name) const override;
+
 private:
+    /// The text, `withoutName` standing for nothing in it.
+    String Expand(String const& format, char const* withoutName) const;
     bool Derive(String const& name, String& out) const;
     String DefaultOf(String const& name) const;
 };

@@ -19,6 +19,8 @@ class FrameRange {
 public:
     static constexpr uint64_t k_MaxFrames = 10'000'000;
     static constexpr size_t k_MaxTextLength = 65'536;
+    /// Frame numbers lie between this and its negative.
+    static constexpr int k_MaxFrame = 1'000'000'000;
 
     /// Frames first, first + step, ... `count` of them; step may be negative.
     struct Part {
@@ -77,7 +79,6 @@ public:
 
 private:
     friend class RangeFolder;
-    void DropDoubles();
     bool MayOverlap() const;
 
     corekit::vector<Part> m_parts;

@@ -165,13 +165,19 @@ private:
         std::string spelling;
         uint32_t number;
     };
+    enum class ShapeUse {
+        Follows, ///< all names so far are the first ones of m_shape
+        Learns,  ///< they were until here; m_shape grows with each name
+        None,    ///< values came otherwise, or twice
+    };
     void Append(uint32_t number, std::string_view text);
+    void Put(uint32_t number, std::string_view text);
     size_t Find(uint32_t number) const;
 
     std::vector<Item> m_values;
     std::deque<std::string> m_copies;
-    std::vector<ShapeName> m_shape; // the names last added by name, in order
-    bool m_inShape = true;          // all names so far are those of m_shape
+    std::vector<ShapeName> m_shape; // the names last added by name, in order, none twice
+    ShapeUse m_shapeUse = ShapeUse::Follows;
 };
 
 } // namespace vorlan

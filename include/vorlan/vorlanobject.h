@@ -122,6 +122,9 @@ protected:
     using Changer = std::function<boost::shared_ptr<ValueBlock const>(boost::shared_ptr<ValueBlock const> const&)>;
     bool Change(Changer const& change);
 
+    /// The names that are fields of the object and no values: p_ID here.
+    virtual bool IsOwnField(String const& name) const;
+
     // Typed reading of a value; `otherwise` without one or with one that is none.
     int64_t IntOf(uint32_t number, int64_t otherwise) const;
     double FloatOf(uint32_t number, double otherwise) const;
