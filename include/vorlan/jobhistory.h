@@ -120,9 +120,9 @@ public:
     EngineIterator eend() const noexcept { return EngineIterator(this, nullptr); }
 
     // Takes one element in. A second one that is the same changes nothing and
-    // gives false; so does one that names neither a run nor a sub-range. `job`
-    // and `work` may be null; they and `engine` fill what the element leaves
-    // empty.
+    // gives false, and so does one that names no run. `job` and `work` may be
+    // null; they and `engine` fill what the element leaves empty. A time outside
+    // the years 1 to 9999 is brought inside.
     bool Append(boost::shared_ptr<Job> const& job, boost::shared_ptr<Job> const& work, UID const& engine,
                 WorkHistoryElement const& element);
     bool Append(WorkHistoryElement const& element);
@@ -147,8 +147,6 @@ public:
     Time LastFinishTime() const noexcept;
     // Runs that have started and not ended.
     size_t ActiveRuns() const noexcept;
-    // How many units have more than zero runs that finished well.
-    size_t FinishedUnits() const noexcept;
 
     // Of runs that finished well; of all runs that ended; of all tries of one
     // unit. Zero when there is none. A run that took no time at all counts in
@@ -171,12 +169,11 @@ public:
 private:
     friend class WorkHistory;
     struct Data;
-    struct RunState;
-    struct Extreme;
 
+    bool AppendParts(UID const& job, std::string_view key, UID const& work, UID const& engine, int status, Time time,
+                     std::string_view note);
     WorkRun const* NextByEngine(WorkRun const& run) const;
     void NoteTotal(String const& key, Time total);
-    Extreme const& Finished() const;
 
     std::unique_ptr<Data> m_data;
 };

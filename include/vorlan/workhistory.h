@@ -56,9 +56,9 @@ public:
     UID const& Engine() const noexcept { return m_engine; }
     // The sub-range; empty when there is no such run.
     String const& Key() const noexcept;
-    // Counts from 0, in the order in which the tries began.
-    size_t RunIndex() const noexcept { return m_runIndex; }
-    // The Engine and nothing else is known of a run that does not exist.
+    // Counts from 0, in the order in which the tries began. O(log n).
+    size_t RunIndex() const noexcept;
+    // True when there is no such run.
     bool IsNull() const noexcept { return m_unit == nullptr; }
 
 protected:
@@ -67,7 +67,6 @@ protected:
     UID m_work;
     UID m_engine;
     Unit const* m_unit = nullptr;
-    uint32_t m_runIndex = 0;
 };
 
 // One try of a work unit: its events in the order in which they must have
@@ -76,6 +75,9 @@ protected:
 // the history.
 class WorkRun : public WorkIndex {
 public:
+    // Further elements of one run are dropped.
+    static constexpr size_t k_MaxElements = 1000;
+
     WorkRun() = default;
 
     size_t ElementCount() const noexcept { return m_items.size(); }
@@ -83,6 +85,9 @@ public:
     WorkHistoryElement operator[](size_t index) const;
     int ElementStatus(size_t index) const noexcept { return index < m_items.size() ? m_items[index].status : 0; }
     Time ElementTime(size_t index) const noexcept { return index < m_items.size() ? m_items[index].time : Time(); }
+    std::string_view ElementNote(size_t index) const noexcept {
+        return index < m_items.size() ? NoteAt(index) : std::string_view();
+    }
 
     UID const& Job() const noexcept;
     // The last status that is not the closing element's; 0 without any.
@@ -98,6 +103,8 @@ public:
     String LastNote() const;
     // Assigned or started, with no result yet.
     bool IsActive() const noexcept;
+    // It has a result.
+    bool HasEnded() const noexcept;
     // From start to result, to `now` while it runs; zero when it never started.
     Time RunTime() const;
     Time RunTime(Time now) const noexcept;
@@ -105,20 +112,27 @@ public:
 private:
     friend class JobHistory;
 
+    // What the run's time counts for.
+    enum class Rating : uint8_t { Finished, Ended, Nothing };
+
     struct Item {
         Time time;
         int32_t status;
         uint32_t noteLength;
     };
 
-    // False when exactly this event is there already.
+    // False when exactly this event is there already or there are too many.
     bool Insert(int status, Time time, std::string_view note);
     std::string_view NoteAt(size_t index) const noexcept;
-    size_t LastBeforeClosing() const noexcept;
+    // Null when there is none but a closing one.
+    Item const* LastBeforeClosing() const noexcept;
 
     boost::container::small_vector<Item, 4> m_items;
     // The notes of all elements, one behind the other.
     String m_notes;
+    // Kept by the history, which orders by them.
+    int64_t m_workMs = 0;
+    Rating m_rating = Rating::Nothing;
 };
 
 // All tries of one sub-range, in the order in which they began. Owned by the
@@ -138,13 +152,19 @@ public:
 
 private:
     friend class JobHistory;
+    friend class WorkIndex;
     friend class WorkRun;
+
+    // Where a run with this beginning stands or would stand.
+    size_t PlaceOf(Time first, UID const& work) const noexcept;
 
     UID m_job;
     // The runs themselves belong to the JobHistory.
-    std::vector<WorkRun*> m_runs;
+    std::vector<WorkRun const*> m_runs;
     // Of the ended runs, in milliseconds; wraps on absurd input.
     uint64_t m_endedMs = 0;
+    // Runs that have started and not ended.
+    uint32_t m_active = 0;
 };
 
 } // namespace vorlan
