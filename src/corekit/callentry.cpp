@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <pthread.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -28,6 +29,18 @@ thread_local Detacher t_detacher;
 
 // For threads beyond the table: they record, and no report shows them.
 thread_local CallStack t_spare{};
+
+// A forked child has one thread only; the entries of the others are free there.
+void ForgetOtherThreads() {
+    for (CallStack& entry : s_table) {
+        if (&entry != t_callStack)
+            entry.used.store(false, std::memory_order_relaxed);
+        else
+            entry.threadId = ::syscall(SYS_gettid);
+    }
+}
+
+[[maybe_unused]] int const s_forkHandler = ::pthread_atfork(nullptr, nullptr, &ForgetOtherThreads);
 
 const char* FileLeaf(const char* path) {
     const char* slash = std::strrchr(path, '/');

@@ -116,10 +116,10 @@ struct ReportPath {
     }
 };
 
-void WriteStack(RawText& out, CallStack const& stack, bool failed) {
+void WriteStack(RawText& out, CallStack const& stack, int64_t thread, bool failed) {
     out.Add(failed ? "\nThread that failed: " : "\nThread: ");
     out.Add(stack.threadName[0] ? stack.threadName : "(no name)").Add(", ");
-    out.Add(static_cast<uint64_t>(stack.threadId)).Add("\n");
+    out.Add(static_cast<uint64_t>(thread)).Add("\n");
     uint32_t recorded = std::min(stack.depth, CallStack::k_MaxDepth);
     if (stack.depth > recorded)
         out.Add("  ... ").Add(stack.depth - recorded).Add(" more\n");
@@ -144,12 +144,14 @@ void WriteReport(int fd, int signal, siginfo_t const* info, int64_t thread) {
     out.Add("Process: ").Add(static_cast<uint64_t>(::getpid())).Add("\n");
     if (s_reason[0])
         out.Add("Reason: ").Add(s_reason).Add("\n");
+    // Found by its entry, not by its number: a forked child has another one.
+    CallStack const* own = t_callStack;
+    if (own)
+        WriteStack(out, *own, thread, true);
     CallStack const* table = CallStack::Table();
-    for (bool failed : {true, false}) {
-        for (uint32_t i = 0; i < CallStack::k_MaxThreads; ++i) {
-            if (table[i].used.load(std::memory_order_acquire) && (table[i].threadId == thread) == failed)
-                WriteStack(out, table[i], failed);
-        }
+    for (uint32_t i = 0; i < CallStack::k_MaxThreads; ++i) {
+        if (table[i].used.load(std::memory_order_acquire) && &table[i] != own)
+            WriteStack(out, table[i], table[i].threadId, false);
     }
     out.Add("\nBack trace:\n").Flush();
     void* frames[k_MaxMachineFrames];

@@ -29,8 +29,8 @@ constexpr int k_FlushWaitMs = 2000;
 struct LogFile {
     Path name;
     std::shared_ptr<HistorySink> sink;
-    std::shared_ptr<spdlog::details::thread_pool> queue;
     std::shared_ptr<spdlog::async_logger> logger;
+    std::shared_ptr<spdlog::details::thread_pool> queue; // last, so that its thread ends first
 };
 
 struct LogState {

@@ -173,8 +173,7 @@ TEST_F(ThreadPoolTest, AFunctionDiesOnThePoolsThreadAndMayThrow) {
         diedOn = std::this_thread::get_id();
         delete data;
     });
-    ThreadPool::Queue([payload]() -> void { throw std::runtime_error("too heavy"); });
-    payload.reset();
+    ThreadPool::Queue([payload = std::move(payload)]() -> void { throw std::runtime_error("too heavy"); });
     ThreadPool::Shutdown();
     EXPECT_NE(diedOn.load(), std::thread::id());
     EXPECT_NE(diedOn.load(), std::this_thread::get_id());
