@@ -13,13 +13,15 @@ pkg_check_modules(ZSTD REQUIRED IMPORTED_TARGET libzstd)
 pkg_check_modules(STATGRAB REQUIRED IMPORTED_TARGET libstatgrab)
 pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET sqlite3)
 
+pkg_check_modules(LIBPQ REQUIRED IMPORTED_TARGET libpq)
+
 find_library(SOCI_CORE soci_core REQUIRED)
 find_library(SOCI_SQLITE3 soci_sqlite3 REQUIRED)
 find_library(SOCI_POSTGRESQL soci_postgresql REQUIRED)
 find_path(SOCI_INCLUDE soci/soci.h REQUIRED)
 add_library(soci INTERFACE)
 target_include_directories(soci SYSTEM INTERFACE ${SOCI_INCLUDE} ${SOCI_INCLUDE}/soci)
-target_link_libraries(soci INTERFACE ${SOCI_SQLITE3} ${SOCI_POSTGRESQL} ${SOCI_CORE} PkgConfig::SQLITE3)
+target_link_libraries(soci INTERFACE ${SOCI_SQLITE3} ${SOCI_POSTGRESQL} ${SOCI_CORE} PkgConfig::SQLITE3 PkgConfig::LIBPQ)
 
 if(VORLAN_TESTS)
   find_package(GTest REQUIRED)

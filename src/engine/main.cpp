@@ -1,1 +1,11 @@
-int main() { return 0; }
+#include "engine/runner/runnerhelper.h"
+
+#include <cstring>
+
+int main(int argc, char** argv) {
+    if (argc == 3 && std::strcmp(argv[1], "--runner") == 0) {
+        corekit::UID machine;
+        return corekit::UID::FromString(argv[2], machine) ? vorlan::runner::HelperMain(machine) : 2;
+    }
+    return 0;
+}

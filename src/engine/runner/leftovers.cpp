@@ -1,0 +1,101 @@
+#include "engine/runner/leftovers.h"
+
+#include <corekit/sformat.h>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <charconv>
+#include <chrono>
+#include <memory>
+#include <set>
+#include <string>
+#include <thread>
+
+#include <corekit/uniquefd.h>
+
+namespace vorlan::runner {
+
+namespace {
+
+/// An environment that is longer than this belongs to no unit.
+constexpr size_t k_EnvironmentLimit = size_t{4} << 20;
+
+std::string ReadEnvironment(pid_t pid) {
+    UniqueFd file(open(SFormat("/proc/%d/environ", pid).c_str(), O_RDONLY | O_CLOEXEC));
+    std::string text;
+    char buffer[16384];
+    while (file && text.size() < k_EnvironmentLimit) {
+        ssize_t const count = read(file.Get(), buffer, sizeof buffer);
+        if (count <= 0) {
+            break;
+        }
+        text.append(buffer, static_cast<size_t>(count));
+    }
+    return text;
+}
+
+/// A process that has ended and waits to be collected has no environment left, so
+/// that it is never among the marked ones.
+bool HasMark(std::string const& environment, std::string const& wanted) {
+    for (size_t from = 0; from < environment.size();) {
+        if (environment.compare(from, wanted.size(), wanted) == 0) {
+            return true;
+        }
+        size_t const end = environment.find('\0', from);
+        if (end == std::string::npos) {
+            break;
+        }
+        from = end + 1;
+    }
+    return false;
+}
+
+} // namespace
+
+String MarkPrefix(UID const& machine) {
+    return machine.ToString() + "/";
+}
+
+String MarkOf(UID const& machine, UID const& work) {
+    return MarkPrefix(machine) + work.ToString();
+}
+
+bool CarriesMark(pid_t pid, String const& prefix) {
+    return HasMark(ReadEnvironment(pid), std::string(k_MarkName) + "=" + prefix.Str());
+}
+
+std::vector<pid_t> MarkedProcesses(String const& prefix) {
+    std::vector<pid_t> found;
+    std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir("/proc"), closedir);
+    while (dirent const* entry = folder ? readdir(folder.get()) : nullptr) {
+        std::string_view const name(entry->d_name);
+        pid_t pid = 0;
+        auto const parsed = std::from_chars(name.data(), name.data() + name.size(), pid);
+        if (parsed.ec == std::errc() && parsed.ptr == name.data() + name.size() && pid != getpid() &&
+            CarriesMark(pid, prefix)) {
+            found.push_back(pid);
+        }
+    }
+    return found;
+}
+
+size_t EndMarkedProcesses(String const& prefix, int timeoutMs) {
+    auto const deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    std::set<pid_t> killed;
+    for (;;) {
+        std::vector<pid_t> const alive = MarkedProcesses(prefix);
+        if (alive.empty() || std::chrono::steady_clock::now() > deadline) {
+            return killed.size();
+        }
+        for (pid_t const pid : alive) {
+            kill(pid, SIGKILL);
+            killed.insert(pid);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
+
+} // namespace vorlan::runner

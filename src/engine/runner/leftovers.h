@@ -1,0 +1,35 @@
+// Finding and ending the processes that carry an Engine's mark.
+#pragma once
+
+#include <corekit/string.h>
+#include <corekit/uid.h>
+#include <vorlan/fwd.h>
+
+#include <sys/types.h>
+
+#include <vector>
+
+namespace vorlan::runner {
+
+/// The name of the environment variable that marks each process of a unit, and all
+/// that it starts.
+inline constexpr char const* k_MarkName = "VORLAN_ENGINE_MARK";
+
+/// The mark of one unit: the Engine, a stroke, the unit.
+String MarkOf(UID const& machine, UID const& work);
+
+/// What every mark of an Engine begins with.
+String MarkPrefix(UID const& machine);
+
+/// The live processes whose environment carries a mark that begins with `prefix`.
+/// Processes of other users, which cannot be read, are not among them.
+std::vector<pid_t> MarkedProcesses(String const& prefix);
+
+/// Whether this process carries a mark that begins with `prefix`.
+bool CarriesMark(pid_t pid, String const& prefix);
+
+/// Kills all processes with such a mark, again and again until none is left or the
+/// time is over. The number of processes killed.
+size_t EndMarkedProcesses(String const& prefix, int timeoutMs);
+
+} // namespace vorlan::runner

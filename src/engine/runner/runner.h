@@ -1,0 +1,60 @@
+// Where a unit of work runs: the interface, and what goes in and comes out.
+#pragma once
+
+#include <corekit/containers.h>
+#include <corekit/path.h>
+#include <corekit/string.h>
+#include <corekit/uid.h>
+#include <vorlan/fwd.h>
+
+#include <string_view>
+
+namespace vorlan {
+
+/// A process to start for a unit.
+struct RunSpec {
+    UID work;
+    corekit::vector<String> arguments;           ///< the program first, looked for in the PATH of `environment`
+    corekit::map<String, String> environment;    ///< complete, nothing is added but the mark
+    Path folder;                                 ///< empty: the Engine's own
+};
+
+/// How the process of a unit ended.
+struct RunEnd {
+    enum class Kind {
+        Exited,    ///< `code` is the exit code
+        Signaled,  ///< `code` is the signal
+        NotFound,  ///< the program is not there; never ran
+        NotStarted, ///< `error` says why; never ran
+        Lost,      ///< the runner itself ended; whatever was left of the unit has been ended too
+    };
+    Kind kind = Kind::Exited;
+    int code = 0;
+    String error;
+};
+
+/// Starts and ends the processes of units.
+///
+/// Owned by the Engine. Its calls may come from any thread and never wait. The
+/// listener is called on one thread of the runner's, for each unit: output any
+/// number of times, then the end exactly once, after its last output.
+class Runner {
+public:
+    class Listener {
+    public:
+        virtual ~Listener() = default;
+        virtual void OnRunStarted(UID const& work, int pid) = 0;
+        virtual void OnRunOutput(UID const& work, std::string_view bytes) = 0;
+        virtual void OnRunEnded(UID const& work, RunEnd const& end) = 0;
+    };
+
+    virtual ~Runner() = default;
+
+    virtual void Start(RunSpec const& spec) = 0;
+
+    /// Asks the whole group of the unit to end, kills what is left of it after the
+    /// grace. Nothing for a unit that does not run.
+    virtual void Stop(UID const& work, int graceMs) = 0;
+};
+
+} // namespace vorlan

@@ -1,0 +1,311 @@
+#include "engine/runner/runnerhelper.h"
+
+#include "engine/runner/leftovers.h"
+#include "engine/runner/runnerprotocol.h"
+#include "engine/runner/spawn.h"
+
+#include <corekit/exception.h>
+#include <corekit/uniquefd.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/signalfd.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <charconv>
+#include <chrono>
+#include <deque>
+#include <map>
+#include <unordered_map>
+
+namespace vorlan::runner {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// How long units have to end by themselves when the Engine is gone.
+constexpr int k_OrphanGraceMs = 200;
+constexpr int k_SweepMs = 5000;
+
+class Helper {
+public:
+    explicit Helper(UID const& machine) : m_machine(machine) {}
+    int Run();
+
+private:
+    struct Unit {
+        pid_t pid = 0;
+        Clock::time_point killAt = Clock::time_point::max();
+    };
+
+    bool ReadFrames();
+    void TakeDescriptors(msghdr const& header);
+    void Handle(Frame const& frame);
+    void StartUnit(Frame const& frame);
+    void StopUnit(Frame const& frame);
+    void CollectChildren();
+    void EndStrays();
+    void KillOverdue();
+    int PollTimeoutMs() const;
+    void Flush();
+    void Report(Frame const& frame) { AppendFrame(frame, m_out); }
+    void EndEverything();
+
+    UID const m_machine;
+    UniqueFd m_childSignals;
+    std::string m_in;
+    std::string m_out;
+    std::deque<UniqueFd> m_outputs; ///< write ends that came, in the order of their Start frames
+    std::map<UID, Unit> m_units;
+    std::unordered_map<pid_t, UID> m_byPid;
+};
+
+int Helper::Run() {
+    prctl(PR_SET_NAME, "vorlan-runner");
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
+    setsid();
+    for (int const ignored : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
+        signal(ignored, SIG_IGN);
+    }
+    sigset_t childSignal;
+    sigemptyset(&childSignal);
+    sigaddset(&childSignal, SIGCHLD);
+    sigprocmask(SIG_BLOCK, &childSignal, nullptr);
+    m_childSignals.Reset(signalfd(-1, &childSignal, SFD_CLOEXEC | SFD_NONBLOCK));
+    fcntl(k_HelperSocket, F_SETFL, fcntl(k_HelperSocket, F_GETFL) | O_NONBLOCK);
+    fcntl(k_HelperSocket, F_SETFD, FD_CLOEXEC);
+
+    for (bool open = true; open;) {
+        pollfd waited[2] = {
+            {k_HelperSocket, static_cast<short>(POLLIN | (m_out.empty() ? 0 : POLLOUT)), 0},
+            {m_childSignals.Get(), POLLIN, 0},
+        };
+        poll(waited, 2, PollTimeoutMs());
+        if (waited[1].revents & POLLIN) {
+            signalfd_siginfo info;
+            while (read(m_childSignals.Get(), &info, sizeof info) > 0) {
+            }
+            CollectChildren();
+        }
+        if (waited[0].revents & (POLLIN | POLLHUP | POLLERR)) {
+            open = ReadFrames();
+        }
+        KillOverdue();
+        Flush();
+    }
+    EndEverything();
+    return 0;
+}
+
+bool Helper::ReadFrames() {
+    char buffer[65536];
+    alignas(cmsghdr) char control[CMSG_SPACE(64 * sizeof(int))];
+    for (;;) {
+        iovec part{buffer, sizeof buffer};
+        msghdr header{};
+        header.msg_iov = &part;
+        header.msg_iovlen = 1;
+        header.msg_control = control;
+        header.msg_controllen = sizeof control;
+        ssize_t const count = recvmsg(k_HelperSocket, &header, MSG_CMSG_CLOEXEC);
+        if (count == 0 || (count < 0 && errno != EAGAIN && errno != EINTR)) {
+            return false;
+        }
+        if (count < 0) {
+            break;
+        }
+        TakeDescriptors(header);
+        m_in.append(buffer, static_cast<size_t>(count));
+    }
+    size_t from = 0;
+    try {
+        while (auto frame = TakeFrame(m_in, from)) {
+            Handle(*frame);
+        }
+    } catch (Exception const&) {
+        return false;
+    }
+    m_in.erase(0, from);
+    return true;
+}
+
+void Helper::TakeDescriptors(msghdr const& header) {
+    for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr; part = CMSG_NXTHDR(const_cast<msghdr*>(&header), part)) {
+        if (part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_RIGHTS) {
+            continue;
+        }
+        size_t const count = (part->cmsg_len - CMSG_LEN(0)) / sizeof(int);
+        for (size_t i = 0; i < count; ++i) {
+            int descriptor = -1;
+            std::memcpy(&descriptor, CMSG_DATA(part) + i * sizeof descriptor, sizeof descriptor);
+            m_outputs.emplace_back(descriptor);
+        }
+    }
+}
+
+void Helper::Handle(Frame const& frame) {
+    switch (frame.kind) {
+    case FrameKind::Start:
+        StartUnit(frame);
+        break;
+    case FrameKind::Stop:
+        StopUnit(frame);
+        break;
+    case FrameKind::Started:
+    case FrameKind::Ended:
+        break;
+    }
+}
+
+void Helper::StartUnit(Frame const& frame) {
+    UniqueFd output;
+    if (!m_outputs.empty()) {
+        output = std::move(m_outputs.front());
+        m_outputs.pop_front();
+    }
+    Frame answer;
+    answer.work = frame.work;
+    SpawnResult const result = SpawnUnit(frame.spec, MarkOf(m_machine, frame.work), output.Get());
+    if (result.pid <= 0) {
+        answer.kind = FrameKind::Ended;
+        answer.end.kind = result.notFound ? RunEnd::Kind::NotFound : RunEnd::Kind::NotStarted;
+        answer.end.error = result.error;
+    } else {
+        answer.kind = FrameKind::Started;
+        answer.pid = result.pid;
+        m_units[frame.work].pid = result.pid;
+        m_byPid[result.pid] = frame.work;
+    }
+    Report(answer);
+}
+
+void Helper::StopUnit(Frame const& frame) {
+    auto const unit = m_units.find(frame.work);
+    if (unit == m_units.end()) {
+        return;
+    }
+    kill(-unit->second.pid, SIGTERM);
+    auto const killAt = Clock::now() + std::chrono::milliseconds(frame.graceMs);
+    unit->second.killAt = std::min(unit->second.killAt, killAt);
+}
+
+void Helper::CollectChildren() {
+    for (;;) {
+        // Looked at before it is collected, so that its number is still its own.
+        siginfo_t info{};
+        if (waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) != 0 || info.si_pid == 0) {
+            break;
+        }
+        pid_t const pid = info.si_pid;
+        auto const known = m_byPid.find(pid);
+        if (known != m_byPid.end()) {
+            kill(-pid, SIGKILL); // what its group left behind ends with it
+            Frame ended;
+            ended.kind = FrameKind::Ended;
+            ended.work = known->second;
+            ended.end.kind = info.si_code == CLD_EXITED ? RunEnd::Kind::Exited : RunEnd::Kind::Signaled;
+            ended.end.code = info.si_status;
+            Report(ended);
+            m_units.erase(known->second);
+            m_byPid.erase(known);
+        }
+        waitpid(pid, nullptr, 0);
+    }
+    EndStrays();
+}
+
+/// Children that nobody here started were left behind by a unit and came to their
+/// reaper. Those whose unit has ended end too.
+void Helper::EndStrays() {
+    char path[64];
+    snprintf(path, sizeof path, "/proc/self/task/%d/children", getpid());
+    UniqueFd file(open(path, O_RDONLY | O_CLOEXEC));
+    std::string text;
+    char buffer[4096];
+    for (ssize_t count = 0; file && (count = read(file.Get(), buffer, sizeof buffer)) > 0;) {
+        text.append(buffer, static_cast<size_t>(count));
+    }
+    for (char const *at = text.data(), *end = at + text.size(); at < end;) {
+        pid_t pid = 0;
+        auto const parsed = std::from_chars(at, end, pid);
+        if (parsed.ec != std::errc()) {
+            break;
+        }
+        at = parsed.ptr + 1;
+        if (m_byPid.contains(pid)) {
+            continue;
+        }
+        bool unitRuns = false;
+        for (auto const& [work, unit] : m_units) {
+            unitRuns = unitRuns || CarriesMark(pid, MarkOf(m_machine, work));
+        }
+        if (!unitRuns) {
+            kill(pid, SIGKILL);
+        }
+    }
+}
+
+void Helper::KillOverdue() {
+    auto const now = Clock::now();
+    for (auto& [work, unit] : m_units) {
+        if (unit.killAt <= now) {
+            unit.killAt = Clock::time_point::max();
+            kill(-unit.pid, SIGKILL);
+            EndMarkedProcesses(MarkOf(m_machine, work), 100);
+        }
+    }
+}
+
+int Helper::PollTimeoutMs() const {
+    auto next = Clock::time_point::max();
+    for (auto const& [work, unit] : m_units) {
+        next = std::min(next, unit.killAt);
+    }
+    if (next == Clock::time_point::max()) {
+        return -1;
+    }
+    auto const left = std::chrono::duration_cast<std::chrono::milliseconds>(next - Clock::now()).count();
+    return static_cast<int>(std::clamp<long long>(left + 1, 0, 60000));
+}
+
+void Helper::Flush() {
+    while (!m_out.empty()) {
+        ssize_t const count = send(k_HelperSocket, m_out.data(), m_out.size(), MSG_NOSIGNAL);
+        if (count <= 0) {
+            break;
+        }
+        m_out.erase(0, static_cast<size_t>(count));
+    }
+}
+
+void Helper::EndEverything() {
+    for (auto const& [work, unit] : m_units) {
+        kill(-unit.pid, SIGTERM);
+    }
+    auto const until = Clock::now() + std::chrono::milliseconds(m_units.empty() ? 0 : k_OrphanGraceMs);
+    while (!m_units.empty() && Clock::now() < until) {
+        pollfd waited{m_childSignals.Get(), POLLIN, 0};
+        poll(&waited, 1, 10);
+        signalfd_siginfo info;
+        while (read(m_childSignals.Get(), &info, sizeof info) > 0) {
+        }
+        CollectChildren();
+    }
+    for (auto const& [work, unit] : m_units) {
+        kill(-unit.pid, SIGKILL);
+    }
+    EndMarkedProcesses(MarkPrefix(m_machine), k_SweepMs);
+}
+
+} // namespace
+
+int HelperMain(UID const& machine) {
+    return Helper(machine).Run();
+}
+
+} // namespace vorlan::runner
