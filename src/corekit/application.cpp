@@ -72,7 +72,7 @@ bool Application::OnException(Exception* exception) {
     return true;
 }
 
-void Application::SetLogDir(Path const& folder) { Log::Open(folder, GetMachineName()); }
+void Application::SetLogDir(Path const& folder) { Log::Open(folder, program_invocation_short_name); }
 
 int Application::Run(CommandLine& commandLine) {
     auto guarded = [this](auto&& step) {

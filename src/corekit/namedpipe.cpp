@@ -122,6 +122,11 @@ bool NamedPipeServerThread::Execute() {
         return errno == EINTR;
     if (IsStopping())
         return false;
+    if (waits[1].revents != 0) {
+        // Left from the stop of an earlier run.
+        uint64_t count = 0;
+        [[maybe_unused]] ssize_t taken = ::read(m_wake.Get(), &count, sizeof(count));
+    }
     UniqueFd connection(::accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
     if (!connection) {
         // Out of descriptors: leave the others time to give some back.

@@ -24,6 +24,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr int k_PollMs = 5;
+// Looking for a group's members reads through all processes.
+constexpr int k_GroupPollMs = 20;
 // A killed process that is still there after this waits for the kernel.
 constexpr int k_KillWaitMs = 2000;
 
@@ -163,7 +165,7 @@ void Process::Terminate(int graceMs) {
             Kill();
             return;
         }
-        ::poll(nullptr, 0, std::min(left, k_PollMs));
+        ::poll(nullptr, 0, std::min(left, k_GroupPollMs));
     }
 }
 

@@ -11,6 +11,7 @@
 #include <exception>
 #include <mutex>
 #include <pthread.h>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -69,8 +70,14 @@ void Pool::Initialize(unsigned threads) {
     }
     if (threads == 0)
         threads = std::max(2u, std::thread::hardware_concurrency());
-    for (unsigned number = 1; number <= threads; ++number)
-        m_threads.emplace_back(&Pool::Work, this, number);
+    try {
+        for (unsigned number = 1; number <= threads; ++number)
+            m_threads.emplace_back(&Pool::Work, this, number);
+    } catch (std::system_error const& error) {
+        LogError(String("Cannot start all background threads: ") + error.what());
+        std::lock_guard lock(m_guard);
+        m_ready = !m_threads.empty();
+    }
 }
 
 bool Pool::IsReady() {
