@@ -1,0 +1,84 @@
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+#include <corekit/containers.h>
+#include <corekit/string.h>
+#include <corekit/time.h>
+#include <corekit/uid.h>
+#include <vorlan/fwd.h>
+#include <vorlan/net/client.h>
+
+namespace vorlan {
+
+struct MasterInfoMsg;
+
+// What a Messenger needs to start. The defaults are those of the graphical client.
+struct MessengerOptions {
+    net::ClientOptions client;
+
+    MessengerOptions();
+    // The same for another program, a tool such as the command line.
+    MessengerOptions(net::PeerKind kind, String const& program);
+};
+
+// Messenger is the one connection of a client program to its Master.
+// Owner: none, static. Works with: net::Client, MessageFactory, JobFactory, Failures,
+// CommonEngine's defaults, VorlanApp::OnUnhandledMessage.
+// Thread: any. Received messages, MessengerConnectedEvt and MessengerDisconnectedEvt
+// come one after the other on the message thread, a thread of its own.
+// Always: connected means that the Products, the default Engine, the failures and the
+// path translations have arrived; an exception of a handler is logged and the next
+// message goes on.
+class Messenger {
+public:
+    // Starts looking for a Master, and never gives up. Does nothing when it looks
+    // or has one already.
+    static void Start(MessengerOptions const& options);
+    static void Start() { Start(MessengerOptions()); }
+
+    // Tears the connection down.
+    // `flush`: what was sent still goes out first, for two seconds at most. The call
+    //     waits for that, so not on the GUI thread.
+    // `final`: the end of the program: the message thread has ended when this
+    //     returns, and what it had not dispatched is dropped. Otherwise it goes on
+    //     for MessengerDisconnectedEvt and for messages to self.
+    // `reconnect`: looks for a Master at once, as a user's forced connect does; also
+    //     when it was stopped before.
+    static void Stop(bool flush, bool final, bool reconnect);
+
+    // Queues a message to the Master. Dropped with a line in the log when not
+    // connected: nothing outlives a connection.
+    static void Send(boost::shared_ptr<Message> const& message);
+    // Hands a message to this program's own dispatch as if received, also when
+    // stopped. Any thread.
+    static void SSendMessageToSelf(boost::shared_ptr<Message> const& message);
+    // Drops what came from a connection that is gone and was not dispatched yet.
+    // Messages of a new connection, to self, and the two events stay.
+    static void PurgeMessageQueues();
+
+    static bool IsConnected();
+    // True on the message thread.
+    static bool IsMessageThread();
+
+    // Of the Master; null, empty or zero while not connected.
+    static UID MasterID();
+    static String MasterMachineName();
+    static unsigned short MasterPort();
+    static unsigned MasterVersion();
+    static Time MasterReleaseDate();
+    static Time MasterStartTime();
+    // When the connection stood.
+    static Time ConnectedTime();
+    // The message of the day.
+    static String MasterMessage();
+    static unsigned MasterAdministrate();
+    // The last one; null before the first.
+    static boost::shared_ptr<MasterInfoMsg> MasterInfo();
+    // For each folder its path by platform, as the Master told last.
+    static corekit::vector<corekit::map<String, String>> PathTranslations();
+
+    // Why there is no connection, for people; empty when there is one.
+    static String LastFailure();
+};
+
+} // namespace vorlan
