@@ -54,7 +54,8 @@ public:
         if (m_withoutName && IsName(String(name), m_withoutName))
             return false;
         try {
-            if (m_values.Find(name, value))
+            bool const isSummary = IsName(String(name), p_JobSummary);
+            if (!isSummary && m_values.Find(name, value))
                 return true;
         } catch (ArgumentException const&) {
             return false; // a range that is none: the text stays readable without it

@@ -1,0 +1,355 @@
+#include "corekit/tempfolder.h"
+
+#include <corekit/exception.h>
+#include <corekit/sformat.h>
+#include <corekit/stream.h>
+#include <gtest/gtest.h>
+#include <vorlan/engine.h>
+#include <vorlan/job.h>
+#include <vorlan/jobfactory.h>
+#include <vorlan/keys.h>
+#include <vorlan/product.h>
+
+#include <boost/make_shared.hpp>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+namespace vorlan {
+namespace {
+
+/// Puts a Product into the factory for one test.
+class KnownProduct {
+public:
+    KnownProduct() : product(boost::make_shared<Product>("Paint", UID::FromName("paint"))) {
+        product->SetSummaryTemplate("$(Scene) [$(Range)] by $(Painter)");
+        product->NewParam(Parameter::t_Text).SetName("Scene");
+        MutableParameterInfo painter = product->NewParam(Parameter::t_Text);
+        painter.SetName("Painter");
+        painter.SetSetting(k_SettingDefault, "Vera");
+        MutableParameterInfo seed = product->NewParam(Parameter::t_Signed);
+        seed.SetName("Seed");
+        seed.SetFlags(Parameter::f_JobParameter | Parameter::f_NoParentUpdate);
+        product->ClearCache();
+        Publish();
+    }
+    ~KnownProduct() { JobFactory::s_JobFactory->RemoveProduct(product->Type()); }
+    void Publish() { JobFactory::s_JobFactory->SetProduct(product); }
+
+    boost::shared_ptr<Product> product;
+};
+
+TEST(VorlanObject, LosesNoUpdateOfConcurrentWriters) {
+    constexpr int k_Writers = 3;
+    constexpr int k_Values = 300;
+    Job job(UID(true));
+    job.SetValues({{"PairA", "0"}, {"PairB", "0"}});
+    std::atomic<bool> done{false};
+    std::atomic<int> torn{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 2; ++i) {
+        threads.emplace_back([&] {
+            while (!done) {
+                VorlanObject::ReadingScope const reading(job);
+                String const a = job.GetParameterString("PairA");
+                std::this_thread::yield();
+                if (a != job.GetParameterString("PairB"))
+                    ++torn;
+            }
+        });
+    }
+    std::vector<std::thread> writers;
+    for (int writer = 0; writer < k_Writers; ++writer) {
+        writers.emplace_back([&, writer] {
+            for (int i = 0; i < k_Values; ++i) {
+                job.Set(SFormat("W%d-%d", writer, i), String::From(i));
+                job.SetValues({{"PairA", String::From(i)}, {"PairB", String::From(i)}});
+                if (i % 3 == 0)
+                    job.Clear(SFormat("W%d-%d", writer, i));
+            }
+        });
+    }
+    for (std::thread& thread : writers)
+        thread.join();
+    done = true;
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(torn, 0);
+    for (int writer = 0; writer < k_Writers; ++writer) {
+        for (int i = 0; i < k_Values; ++i)
+            ASSERT_EQ(job.Get(SFormat("W%d-%d", writer, i), false), i % 3 == 0 ? String() : String::From(i));
+    }
+}
+
+TEST(VorlanObject, TellsWhetherAValueChanged) {
+    Job job(UID(true));
+    EXPECT_TRUE(job.SetParameter("Scene", "a"));
+    EXPECT_FALSE(job.SetParameter("scene", "a"));
+    EXPECT_TRUE(job.SetParameter("SCENE", ""));
+    EXPECT_FALSE(job.SetParameter("Scene", ""));
+    String out = "before";
+    EXPECT_TRUE(job.GetParameter("Scene", out));
+    EXPECT_EQ(out, "");
+    EXPECT_TRUE(job.Clear("Scene"));
+    EXPECT_FALSE(job.Clear("Scene"));
+    EXPECT_FALSE(job.GetParameter("Scene", out));
+
+    LogLines lines;
+    EXPECT_FALSE(job.Set("", "x"));
+    EXPECT_FALSE(job.Set(String(5000, 'n'), "x"));
+    EXPECT_EQ(lines.Get().size(), 2u);
+    UID const id = job.id;
+    EXPECT_FALSE(job.Set(p_ID, UID(true).ToString()));
+    EXPECT_FALSE(job.SetValues({{p_ID, UID(true).ToString()}, {"parentid", UID(true).ToString()}}));
+    EXPECT_EQ(job.id, id);
+    EXPECT_EQ(job.Get(p_ID, false), id.ToString());
+}
+
+TEST(VorlanObject, TravelsThroughStreamsAndOptionsText) {
+    Job job(UID(true));
+    job.parentID = UID(true);
+    String const wild("\0{}\"\\,=\n\xFF tail", 15);
+    job.SetValues({{"Name", "n"}, {"Empty", ""}, {"Wild", wild}, {wild, "in the name"}});
+    OutMemory out;
+    job.Send(out);
+    String const bytes = out.Bytes();
+
+    Job copy;
+    InMemory in(bytes);
+    copy.Read(in);
+    EXPECT_EQ(copy.id, job.id);
+    EXPECT_EQ(copy.parentID, job.parentID);
+    EXPECT_EQ(copy.Values(), job.Values());
+
+    for (size_t length = 0; length < bytes.size(); ++length) {
+        Job target(UID::Full);
+        target.SetName("kept");
+        InMemory cut(std::string_view(bytes).substr(0, length));
+        EXPECT_THROW(target.Read(cut), Exception) << length;
+        EXPECT_EQ(target.id, UID::Full);
+        EXPECT_TRUE(target.parentID.IsNull());
+        EXPECT_EQ(target.Values().size(), 1u);
+    }
+
+    String text;
+    job.Save(text, OptionsToStringMode::OneLine);
+    job.Save(text, {"Name", "Missing"}, OptionsToStringMode::OneLine);
+    Job whole;
+    whole.Load(text);
+    Job part(UID::Full);
+    part.Load(text);
+    EXPECT_EQ(whole.Values(), job.Values());
+    EXPECT_EQ(whole.id, job.id);
+    EXPECT_EQ(part.Values().size(), 1u);
+    EXPECT_EQ(part.id, UID::Full) << "an id is taken over only where there is none";
+    EXPECT_EQ(text, "");
+    text = "no options";
+    EXPECT_THROW(part.Load(text), ParseException);
+    EXPECT_EQ(text, "no options");
+}
+
+TEST(VorlanObject, ReplacesTextInEveryValue) {
+    Job job;
+    job.SetValues({{"Scene", "/old/a.blend"}, {"Output", "/Old/old/"}, {"Other", "x"}});
+    job.Replace("/old", "/new", true);
+    EXPECT_EQ(job.Get("Output", false), "/Old/new/");
+    job.Replace("/old", "/n", false);
+    EXPECT_EQ(job.Get("Scene", false), "/new/a.blend");
+    EXPECT_EQ(job.Get("Output", false), "/n/new/");
+    job.Replace("", "endless", true);
+    EXPECT_EQ(job.Get("Other", false), "x");
+}
+
+TEST(Job, ReadsTypedValuesFromAnyText) {
+    struct Case {
+        char const* text; // null: none
+        int status, priority, packetSize;
+        unsigned staggerCount;
+        float percent;
+    } const cases[] = {
+        {nullptr, 0, 50, 1, 0, 0},
+        {"", 0, 50, 1, 0, 0},
+        {"no number", 0, 50, 1, 0, 0},
+        {"7", 7, 7, 7, 7, 7},
+        {"-1", -1, -1, 1, 0, 0},
+        {"99999999999", 2147483647, 2147483647, 2147483647, 4294967295u, 100},
+        {"-99999999999", -2147483647 - 1, -2147483647 - 1, 1, 0, 0},
+        {"nan", 0, 50, 1, 0, 0},
+    };
+    for (Case const& test : cases) {
+        Job job;
+        for (char const* name : {p_Status, p_Priority, p_PacketSize, p_StaggerCount, p_PercentDone, p_Type}) {
+            if (test.text)
+                job.Set(name, test.text);
+        }
+        char const* const shown = test.text ? test.text : "(none)";
+        EXPECT_EQ(job.Status(), test.status) << shown;
+        EXPECT_EQ(job.Priority(), test.priority) << shown;
+        EXPECT_EQ(job.PacketSize(), test.packetSize) << shown;
+        EXPECT_EQ(job.StaggerCount(), test.staggerCount) << shown;
+        EXPECT_EQ(job.PercentDone(), test.percent) << shown;
+        EXPECT_TRUE(job.Type().IsNull()) << shown;
+    }
+}
+
+TEST(Job, KnowsWhatEachStatusMeans) {
+    struct Case {
+        int status;
+        char const* name;
+        char const* means; // of "aftch": active, finished, failed (t), canceled, held
+    } const cases[] = {
+        {-1, "Paused", "h"},
+        {0, "Queued", ""},
+        {1, "Assigned", "a"},
+        {2, "Started", "a"},
+        {3, "Closed", ""},
+        {4, "User Aborted", "c"},
+        {5, "Unsuccessful", "t"},
+        {6, "Lost", "c"},
+        {7, "Finished", "f"},
+        {8, "User Canceled", "fc"},
+        {9, "Failed", "ft"},
+        {10, "Timed Out", "t"},
+        {13, "Administrator Aborted", "c"},
+        {14, "Administrator Canceled", "fc"},
+        {11, "Unknown", ""},
+        {-2, "Unknown", ""},
+    };
+    for (Case const& test : cases) {
+        Job job;
+        job.SetStatus(test.status);
+        String means;
+        means += job.IsActiveStatus(job.Status()) ? "a" : "";
+        means += job.IsFinished() ? "f" : "";
+        means += job.IsFailed() ? "t" : "";
+        means += job.IsCanceled() ? "c" : "";
+        means += job.IsPaused() ? "h" : "";
+        EXPECT_EQ(means, test.means) << test.status;
+        EXPECT_EQ(job.StatusAsString(), test.name) << test.status;
+    }
+}
+
+TEST(Job, TakesMissingValuesFromItsProduct) {
+    KnownProduct const known;
+    auto const job = JobFactory::s_JobFactory->CreateJob(known.product->Type());
+    job->SetValues({{"Scene", "fish"}, {p_Range, "1-10,20"}});
+    EXPECT_EQ(job->TypeString(), "Paint");
+    EXPECT_EQ(job->GetParameterString("painter"), "Vera");
+    EXPECT_EQ(job->Get("Painter", true), "Vera");
+    EXPECT_EQ(job->Get("Painter", false), "");
+    EXPECT_EQ(job->GetParameterString(p_RangeCount), "11");
+    EXPECT_EQ(job->GetParameterString(p_JobSummary), "fish 1-10,20 by Vera");
+    job->Set(p_JobSummary, "stale");
+    job->Set("Scene", "bird");
+    EXPECT_EQ(job->GetParameterString(p_JobSummary), "bird 1-10,20 by Vera");
+    EXPECT_EQ(job->FormatStringWithParameters("$(Scene) $(Priority) $(JobSummary) $(None)."),
+              "bird 50 bird 1-10,20 by Vera .");
+    job->SetValues({{p_StaggerCount, "2"}, {p_StaggerStart, "1.5"}});
+    EXPECT_EQ(job->FormatStringWithParameters("Start $(StaggerCount) Work every $(StaggerStart) seconds"),
+              "Start 2 Work every 1.5 seconds");
+
+    job->Set(p_Range, "no range");
+    EXPECT_EQ(job->GetParameterString(p_JobSummary), "bird no range by Vera");
+    EXPECT_EQ(job->GetParameterString(p_RangeCount), "");
+
+    known.product->SetSummaryTemplate("never ends: $(JobSummary)");
+    EXPECT_EQ(job->GetParameterString(p_JobSummary), "never ends: ");
+
+    Job orphan;
+    orphan.SetValues({{p_Type, UID::Full.ToString()}, {p_JobSummary, "stored"}});
+    EXPECT_EQ(orphan.TypeString(), UID::Full.ToString());
+    EXPECT_EQ(orphan.GetParameterString(p_JobSummary), "stored");
+}
+
+TEST(Job, SharesWithItsWorkWhatIsNotTheWorksOwn) {
+    KnownProduct const known;
+    Job parent(UID(true));
+    parent.SetValues({{p_Type, known.product->Type().ToString()},
+                      {p_Name, "Job"},
+                      {p_Priority, "80"},
+                      {p_Status, "-1"},
+                      {p_PercentDone, "12"},
+                      {"Seed", "1"},
+                      {"Scene", "fish"}});
+    Job work(UID(true));
+    UID const id = work.id;
+    work.parentID = parent.id;
+    work.SetValues({{p_Name, "1-5"}, {p_SubRange, "1-5"}, {p_Status, "2"}, {"Seed", "7"}, {"Only", "here"}});
+    work.UpdateFromParent(parent);
+    OptionMap const expected{
+        {p_Name, "1-5"},  {p_SubRange, "1-5"}, {p_Status, "2"},   {"Seed", "7"},
+        {"Only", "here"}, {p_Priority, "80"},  {"Scene", "fish"}, {p_Type, known.product->Type().ToString()}};
+    EXPECT_EQ(work.Values(), expected);
+    EXPECT_EQ(work.id, id);
+    EXPECT_EQ(work.parentID, parent.id);
+
+    Job newer(UID(true));
+    newer.SetValues({{p_Name, "Newer"}});
+    work.UpdateFrom(newer, true);
+    EXPECT_EQ(work.Values().size(), expected.size());
+    EXPECT_EQ(work.Name(), "Newer");
+    work.UpdateFrom(newer, false);
+    EXPECT_EQ(work.Values(), newer.Values());
+    EXPECT_EQ(work.id, id);
+
+    auto const same = SDuplicateJob(work, false);
+    auto const other = SDuplicateJob(work, true);
+    EXPECT_EQ(same->id, work.id);
+    EXPECT_NE(other->id, work.id);
+    EXPECT_EQ(other->Values(), work.Values());
+    other->SetName("Other");
+    EXPECT_EQ(work.Name(), "Newer");
+}
+
+TEST(Job, ReadsItsLinks) {
+    UID const a(true);
+    UID const b(true);
+    Job job;
+    EXPECT_TRUE(job.GetDependencies().empty());
+    job.Set(p_WaitForJobID, " " + a.ToString() + "; {" + b.ToString() + "}, broken");
+    using Type = Job::DependencyType;
+    EXPECT_EQ(job.GetDependencies(), (corekit::map<UID, Type>{{a, Type::WholeJob}, {b, Type::WholeJob}}));
+    job.Set(p_WaitForWholeJob, k_No);
+    EXPECT_EQ(job.GetDependencies().at(a), Type::Frame);
+    job.Set(p_IncludeEngines, UIDsToString(corekit::vector<UID>{a, b, a}));
+    EXPECT_EQ(job.IncludeEngines(), (corekit::set<UID>{a, b}));
+    EXPECT_TRUE(job.ExcludeEngines().empty());
+}
+
+TEST(Job, RunsACommandOfItsProduct) {
+    KnownProduct known;
+    TempFolder const folder;
+    auto const command = known.product->AddCommand(Command::f_ForJobs);
+    command->SetName("Touch");
+    LaunchTemplate launch;
+    launch.arguments = {{ArgumentTemplate::Kind::Text, "/bin/sh", {}},
+                        {ArgumentTemplate::Kind::Text, "-c", {}},
+                        {ArgumentTemplate::Kind::Text, "echo done > \"$$0\"", {}},
+                        {ArgumentTemplate::Kind::Text, "$(Scene)", {}}};
+    command->SetLaunch(launch);
+    auto const missing = known.product->AddCommand(Command::f_ForJobs);
+    missing->SetName("Missing");
+    launch.arguments = {{ArgumentTemplate::Kind::Text, "/no/such/program", {}}};
+    missing->SetLaunch(launch);
+    known.Publish();
+
+    Job job(UID(true));
+    Path const mark = folder / "a mark";
+    job.SetValues({{p_Type, known.product->Type().ToString()}, {"Scene", mark}});
+    LogLines lines;
+    EXPECT_FALSE(job.RunCommand("No such command"));
+    EXPECT_FALSE(job.RunCommand("Missing"));
+    EXPECT_EQ(lines.Get().size(), 1u);
+    EXPECT_TRUE(job.RunCommand("touch"));
+    auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (File::Size(mark) != 5 && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::yield();
+    EXPECT_EQ(File::Read(mark), "done\n");
+
+    Job stranger;
+    EXPECT_FALSE(stranger.RunCommand("Touch"));
+}
+
+} // namespace
+} // namespace vorlan

@@ -1,0 +1,186 @@
+#include "corekit/tempfolder.h"
+
+#include <corekit/sformat.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <vorlan/job.h>
+#include <vorlan/jobfactory.h>
+#include <vorlan/jobfile.h>
+#include <vorlan/keys.h>
+#include <vorlan/product.h>
+#include <vorlan/version.h>
+
+#include <boost/make_shared.hpp>
+
+#include <random>
+#include <sys/stat.h>
+
+namespace vorlan {
+namespace {
+
+using Json = nlohmann::json;
+
+boost::shared_ptr<Job> MakeJob(OptionMap const& values) {
+    auto const job = boost::make_shared<Job>(UID(true));
+    job->SetValues(values);
+    return job;
+}
+
+TEST(JobFile, BringsAnyJobsBack) {
+    TempFolder const folder;
+    Path const path = folder / "jobs.vj";
+    std::mt19937 random(5);
+    JobFile out(path, false, true);
+    for (int i = 0; i < 20; ++i) {
+        OptionMap values{{p_Name, SFormat("Job %d", i)}, {"Literal", "hex:00"}, {"Hex", "hex:zz"}};
+        for (int n = 0; n < 10; ++n) {
+            String text;
+            for (unsigned length = random() % 20; length > 0; --length)
+                text += static_cast<char>(random() % (n % 2 ? 256 : 128));
+            values[SFormat("Value%d", n)] = text;
+            values["n" + text] = "in the name";
+        }
+        out.AddJob(MakeJob(values));
+        out.Jobs().back()->parentID = i % 2 ? UID(true) : UID::Null;
+    }
+    out.SaveJobs();
+
+    JobFile const stored(path, true, true);
+    ASSERT_EQ(stored.Jobs().size(), out.Jobs().size());
+    for (size_t i = 0; i < stored.Jobs().size(); ++i) {
+        EXPECT_EQ(stored.Jobs()[i]->Values(), out.Jobs()[i]->Values());
+        EXPECT_EQ(stored.Jobs()[i]->id, out.Jobs()[i]->id);
+        EXPECT_EQ(stored.Jobs()[i]->parentID, out.Jobs()[i]->parentID);
+    }
+    EXPECT_EQ(stored.WriterVersion(), k_VorlanVersion);
+}
+
+TEST(JobFile, MakesNewJobsOfStoredOnes) {
+    TempFolder const folder;
+    Path const path = folder / "jobs.vj";
+    JobFile out(path, false, true);
+    out.AddJob(MakeJob({{p_Status, "7"}, {p_FinishedTime, "5"}, {p_PercentDone, "100"}, {p_Range, "1-5"}}));
+    out.AddJob(MakeJob({{p_Status, "-1"}}));
+    out.SaveJobs();
+    JobFile const in(path, true, false);
+    Job const& job = *in.Jobs()[0];
+    EXPECT_NE(job.id, out.Jobs()[0]->id);
+    EXPECT_EQ(job.Status(), Queued);
+    EXPECT_TRUE(job.FinishedTime().IsZero());
+    EXPECT_EQ(job.PercentDone(), 0.0F);
+    EXPECT_EQ(job.Get(p_Range, false), "1-5");
+    EXPECT_TRUE(in.Jobs()[1]->IsPaused());
+    EXPECT_NE(in.Jobs()[1]->id, job.id);
+}
+
+TEST(JobFile, KeepsWhatANewerProgramWrote) {
+    TempFolder const folder;
+    Path const path = folder / "newer.vj";
+    File::WriteWhole(path, R"({
+      "format": "Vorlan Jobs", "version": 9, "program": 90000, "comment": {"by": "somebody"},
+      "jobs": [{"id": "00000000-0000-0000-0000-000000000001", "labels": ["a", "b"],
+                "values": {"Name": "old", "Count": 7, "Draft": true, "Curve": [1, 2], "Nothing": null}}]
+    })");
+    JobFile file(path, true, true);
+    EXPECT_EQ(file.WriterVersion(), 90000u);
+    EXPECT_EQ(file.Jobs().at(0)->Get("Count", false), "7");
+    EXPECT_EQ(file.Jobs().at(0)->Get("Draft", false), k_Yes);
+    file.Jobs().at(0)->SetName("new");
+    file.AddJob(MakeJob({{p_Name, "second"}}));
+    file.SaveJobs();
+
+    Json const json = Json::parse(File::Read(path).Str());
+    EXPECT_EQ(json["version"], 9);
+    EXPECT_EQ(json["comment"]["by"], "somebody");
+    EXPECT_EQ(json["jobs"][0]["labels"], Json::parse(R"(["a", "b"])"));
+    EXPECT_EQ(json["jobs"][0]["values"]["Curve"], Json::parse("[1, 2]"));
+    EXPECT_TRUE(json["jobs"][0]["values"]["Nothing"].is_null());
+    EXPECT_EQ(json["jobs"][0]["values"]["Name"], "new");
+    EXPECT_FALSE(json["jobs"][1].contains("labels"));
+}
+
+TEST(JobFile, GivesAProductThatChangedItsIdToOldJobs) {
+    TempFolder const folder;
+    Path const path = folder / "older.vj";
+    UID const oldType = UID::FromName("old id");
+    File::WriteWhole(path, R"({"format": "Vorlan Jobs", "version": 1, "jobs": [
+        {"product": "Old Paint", "values": {"Type": ")" +
+                               oldType.ToString().Str() + R"("}},
+        {"product": "Gone", "values": {"Type": ")" +
+                               oldType.ToString().Str() + R"("}},
+        {"values": {}}]})");
+    auto const product = boost::make_shared<Product>("Paint", UID::FromName("new id"));
+    product->AddAlias("old paint");
+    JobFactory::s_JobFactory->SetProduct(product);
+    JobFile file(path, true, true);
+    EXPECT_EQ(file.WriterVersion(), 0u);
+    EXPECT_FALSE(file.Jobs().at(0)->id.IsNull());
+    file.ConformFromVersion(20000);
+    JobFactory::s_JobFactory->RemoveProduct(product->Type());
+    EXPECT_EQ(file.Jobs().at(0)->Type(), product->Type());
+    EXPECT_EQ(file.Jobs().at(1)->Type(), oldType) << "an unknown Product is kept as it is";
+    EXPECT_TRUE(file.Jobs().at(2)->Type().IsNull());
+}
+
+TEST(JobFile, RefusesWhatIsNoJobFile) {
+    TempFolder const folder;
+    Path const path = folder / "bad.vj";
+    std::string deep = R"({"format": "Vorlan Jobs", "jobs": [], "x": )";
+    deep += std::string(100'000, '[') + std::string(100'000, ']') + "}";
+    std::string const cases[] = {
+        "",
+        "garbage",
+        std::string("\0\x01\xFF", 3),
+        "[]",
+        "{}",
+        R"({"format": "Other", "jobs": []})",
+        R"({"format": "Vorlan Jobs"})",
+        R"({"format": "Vorlan Jobs", "jobs": {}})",
+        R"({"format": "Vorlan Jobs", "jobs": [5]})",
+        R"({"format": "Vorlan Jobs", "jobs": [{"values": []}]})",
+        "{\"format\": \"Vorlan Jobs\", \"jobs\": [{\"values\": {\"a\": \"\xFF\"}}]}",
+        deep,
+    };
+    for (std::string const& text : cases) {
+        File::WriteWhole(path, text);
+        try {
+            JobFile file(path, true, true);
+            ADD_FAILURE() << "was read: " << text.substr(0, 80);
+        } catch (ParseException const& exception) {
+            EXPECT_TRUE(exception.Message().Contains(path)) << exception.Message();
+            EXPECT_NE(exception.Detail(), "");
+        }
+        EXPECT_EQ(File::Read(path), text);
+    }
+    EXPECT_THROW(JobFile(folder / "missing.vj", true, true), FileException);
+
+    String const whole = JobFile::ToText({MakeJob({{p_Name, "x"}, {"Wild", "\xFE"}})});
+    for (size_t length = 0; length + 2 < whole.size(); ++length)
+        EXPECT_THROW(JobFile::FromText(whole.Mid(0, length)), ParseException) << length;
+    EXPECT_EQ(JobFile::FromText(whole).at(0)->Name(), "x");
+}
+
+TEST(JobFile, LeavesTheOldFileWhenTheDiskIsFull) {
+    TempFolder const folder;
+    Path const path = folder / "jobs.vj";
+    JobFile file(path, false, true);
+    file.AddJob(MakeJob({{p_Name, "first"}}));
+    file.SaveJobs();
+    file.Jobs().front()->SetName("second");
+    {
+        FaultyLayer layer;
+        layer.fault = FaultyLayer::Fault::FullDisk;
+        EXPECT_THROW(file.SaveJobs(), FileException);
+    }
+    EXPECT_EQ(JobFile(path, true, true).Jobs().at(0)->Name(), "first");
+    EXPECT_EQ(folder.Names().size(), 1u);
+
+    file.Jobs().front()->Set(p_Password, "secret");
+    file.SaveJobs();
+    struct stat info {};
+    ASSERT_EQ(stat(path.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0600u) << "a password is for its owner's eyes";
+}
+
+} // namespace
+} // namespace vorlan

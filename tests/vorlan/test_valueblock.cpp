@@ -1,0 +1,152 @@
+#include <corekit/exception.h>
+#include <corekit/sformat.h>
+#include <gtest/gtest.h>
+#include <vorlan/job.h>
+#include <vorlan/keys.h>
+#include <vorlan/valueblock.h>
+
+#include <boost/make_shared.hpp>
+
+#include <malloc.h>
+#include <thread>
+
+namespace vorlan {
+namespace {
+
+String Listed(ValueBlock const& block) {
+    String text;
+    for (ValueBlock::Value const value : block)
+        text += String(value.Name()) + "=" + value.text + ";";
+    return text;
+}
+
+TEST(NameTable, TakesAnySpellingAndKeepsTheFirst) {
+    uint32_t const number = NameTable::Number("TestSpelling");
+    EXPECT_EQ(NameTable::Number("TESTspelling"), number);
+    EXPECT_EQ(NameTable::Lookup("testspelling"), number);
+    EXPECT_EQ(NameTable::Name(number), "TestSpelling");
+    EXPECT_EQ(NameTable::Name(NameTable::Number("pRiOrItY")), p_Priority);
+    size_t const count = NameTable::Count();
+    EXPECT_EQ(NameTable::Lookup("never a name of this test"), NameTable::k_None);
+    EXPECT_EQ(NameTable::Count(), count);
+    EXPECT_THROW(NameTable::Number(""), ArgumentException);
+    EXPECT_THROW(NameTable::Number(std::string(NameTable::k_MaxNameLength + 1, 'x')), ArgumentException);
+}
+
+TEST(NameTable, GivesOneNumberPerNameToManyThreads) {
+    constexpr int k_Threads = 4;
+    constexpr int k_Names = 5000; // grows the table several times
+    std::vector<std::vector<uint32_t>> numbers(k_Threads);
+    std::vector<std::thread> threads;
+    for (auto& mine : numbers) {
+        threads.emplace_back([&mine] {
+            for (int i = 0; i < k_Names; ++i)
+                mine.push_back(NameTable::Number(SFormat("Crowd%d", i)));
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    for (int i = 0; i < k_Names; ++i) {
+        EXPECT_EQ(NameTable::Name(numbers[0][i]), SFormat("Crowd%d", i));
+        for (auto const& other : numbers)
+            ASSERT_EQ(other[i], numbers[0][i]);
+    }
+}
+
+TEST(ValueBlock, ChangesOneValueAndKeepsTheRest) {
+    ValueBlockBuilder builder;
+    builder.Add("First", "1");
+    builder.Add("Second", "two");
+    builder.Add("Third", "");
+    auto const block = builder.Build();
+    EXPECT_EQ(Listed(*block), "First=1;Second=two;Third=;");
+
+    uint32_t const second = NameTable::Number("second");
+    EXPECT_EQ(Listed(*block->With(second, "a longer text")), "First=1;Second=a longer text;Third=;");
+    EXPECT_EQ(Listed(*block->With(second, "")), "First=1;Second=;Third=;");
+    EXPECT_EQ(Listed(*block->With(NameTable::Number("First"), "")), "First=;Second=two;Third=;");
+    EXPECT_EQ(Listed(*block->With(NameTable::Number("Third"), "3")), "First=1;Second=two;Third=3;");
+    EXPECT_EQ(Listed(*block->With(NameTable::Number("Fourth"), "4")), "First=1;Second=two;Third=;Fourth=4;");
+    EXPECT_EQ(Listed(*block->Without(second)), "First=1;Third=;");
+    EXPECT_EQ(Listed(*block->Without(NameTable::Number("Fourth"))), Listed(*block));
+    EXPECT_EQ(Listed(*ValueBlock::Empty()->With(second, "x")), "Second=x;");
+
+    EXPECT_NE(block->Find("third").data(), nullptr);
+    EXPECT_EQ(block->Find("fourth").data(), nullptr);
+}
+
+TEST(ValueBlockBuilder, MakesTheSameBlockWhateverCameBefore) {
+    using Pairs = std::vector<std::pair<char const*, char const*>>;
+    struct Case {
+        Pairs pairs;
+        char const* expected;
+    } const cases[] = {
+        {{{"A", "1"}, {"B", "2"}, {"C", "3"}}, "A=1;B=2;C=3;"},
+        {{{"A", "4"}, {"B", "5"}, {"C", "6"}}, "A=4;B=5;C=6;"},                 // the same names again
+        {{{"A", "1"}}, "A=1;"},                                                 // fewer
+        {{{"A", "1"}, {"B", "2"}, {"D", "3"}, {"E", "4"}}, "A=1;B=2;D=3;E=4;"}, // others behind
+        {{{"B", "1"}, {"A", "2"}}, "B=1;A=2;"},                                 // another order
+        {{{"A", "1"}, {"B", "2"}, {"a", "3"}}, "A=3;B=2;"},                     // one twice
+        {{{"A", "1"}, {"B", "2"}, {"a", "3"}, {"C", "4"}}, "A=3;B=2;C=4;"},
+        {{{"A", "1"}, {"A", "2"}, {"A", "3"}}, "A=3;"},
+        {{{"A", "1"}, {"B", "2"}, {"C", "3"}}, "A=1;B=2;C=3;"},
+        {{}, ""},
+    };
+    ValueBlockBuilder kept;
+    for (int round = 0; round < 2; ++round) {
+        for (Case const& test : cases) {
+            for (auto const& [name, text] : test.pairs)
+                kept.Add(name, text);
+            EXPECT_EQ(Listed(*kept.Build()), test.expected);
+        }
+    }
+    kept.Add("A", "1");
+    kept.Add(NameTable::Number("B"), "2");
+    kept.Add("B", "3");
+    kept.Remove(NameTable::Number("A"));
+    kept.AddCopy("C", std::string("4"));
+    EXPECT_EQ(Listed(*kept.Build()), "B=3;C=4;");
+}
+
+TEST(ValueBlockBuilder, RefusesMoreValuesThanTheLimit) {
+    ValueBlockBuilder builder;
+    uint32_t const number = NameTable::Number("Limit");
+    std::string const text(1 << 20, 'x');
+    builder.Add(number, text);
+    for (uint32_t i = 1; i < 300; ++i)
+        builder.Add(SFormat("Limit%u", i), text);
+    EXPECT_THROW(builder.Build(), ArgumentException);
+    builder.Add(number, "1");
+    EXPECT_EQ(builder.Build()->Count(), 1u) << "starts anew after a refusal";
+}
+
+// What 100,000 mirrored Jobs cost is decided here.
+TEST(ValueBlock, TakesLittleMoreThanItsPayload) {
+    constexpr size_t k_Jobs = 2000;
+    constexpr int k_Values = 40;
+    size_t payload = 0;
+    auto const before = mallinfo2().uordblks;
+    std::vector<boost::shared_ptr<Job>> jobs(k_Jobs);
+    for (auto& job : jobs) {
+        job = boost::make_shared<Job>(UID(true));
+        ValueBlockBuilder builder;
+        payload = 0;
+        for (int i = 0; i < k_Values; ++i) {
+            String const name = SFormat("Parameter%02d", i);
+            String const value(22, 'v');
+            builder.AddCopy(std::string_view(name), std::string_view(value));
+            payload += name.size() + value.size();
+        }
+        job->SetSnapshot(builder.Build());
+    }
+    auto const after = mallinfo2().uordblks;
+    if (after == before)
+        GTEST_SKIP() << "this allocator does not tell";
+    size_t const perJob = (after - before) / k_Jobs;
+    EXPECT_GT(perJob, payload / 2);
+    EXPECT_LT(perJob, payload + payload / 10) << "payload " << payload;
+    EXPECT_LE(sizeof(Job), 72u);
+}
+
+} // namespace
+} // namespace vorlan
