@@ -3,6 +3,7 @@
 #include <corekit/containers.h>
 #include <corekit/time.h>
 #include <tuple>
+#include <vorlan/job.h>
 #include <vorlan/jobhistory.h>
 #include <vorlan/message.h>
 

@@ -20,7 +20,7 @@ inline constexpr size_t k_MaxDepth = 16;
 inline constexpr size_t k_MaxItems = 1'000'000;
 inline constexpr size_t k_MaxText = 64u << 20;
 inline constexpr size_t k_MaxName = 1024;
-inline constexpr size_t k_MaxValues = 65'536;
+inline constexpr size_t k_MaxValues = 20'000;
 inline constexpr size_t k_MaxHistoryElements = 16'000'000;
 inline constexpr size_t k_MaxBody = 1u << 30;
 } // namespace limits

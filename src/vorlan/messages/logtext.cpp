@@ -1,4 +1,4 @@
-#include "messages/logtext.h"
+#include "logtext.h"
 
 #include <vorlan/keys.h>
 #include <vorlan/vorlanobject.h>

@@ -9,7 +9,7 @@
 #include <vorlan/messagefactory.h>
 #include <vorlan/wire.h>
 
-#include "messages/logtext.h"
+#include "logtext.h"
 
 #include <corekit/containers.h>
 
@@ -32,6 +32,9 @@ template <class T>
 concept MapLike = requires {
     typename T::mapped_type;
 };
+template <class T>
+concept TextMap =
+    MapLike<T> && std::same_as<typename T::key_type, String> && std::same_as<typename T::mapped_type, String>;
 template <class T>
 concept ListLike = !MapLike<T> && !std::same_as<T, String> && requires(T list) {
     typename T::value_type;
@@ -201,18 +204,17 @@ void CheckThere(MessageReader& reader, T const& record, F const& field) {
 
 template <Record T>
 void ReadRecord(MessageReader& reader, T& record) {
+    auto const readNamed = [&]([[maybe_unused]] std::string_view name) {
+        return std::apply([&](auto const&... field) { return (ReadIfNamed(reader, record, field, name) || ...); },
+                          T::Fields());
+    };
     size_t const count = reader.EnterMap();
-    std::apply(
-        [&](auto const&... field) {
-            for (size_t i = 0; i < count; ++i) {
-                std::string_view const name = reader.Name();
-                if (!(ReadIfNamed(reader, record, field, name) || ...))
-                    reader.Skip();
-            }
-            (CheckThere(reader, record, field), ...);
-        },
-        T::Fields());
+    for (size_t i = 0; i < count; ++i) {
+        if (!readNamed(reader.Name()))
+            reader.Skip();
+    }
     reader.Leave();
+    std::apply([&](auto const&... field) { (CheckThere(reader, record, field), ...); }, T::Fields());
 }
 
 template <Record T>
@@ -256,8 +258,7 @@ void LogItems(LogText& text, T const& items) {
             break;
         }
         ++shown;
-        if constexpr (MapLike<T> && std::same_as<typename T::key_type, String> &&
-                      std::same_as<typename T::mapped_type, String>) {
+        if constexpr (TextMap<T>) {
             text.Named(item.first, item.second);
         } else if constexpr (MapLike<T>) {
             LogValue(text, item.first);

@@ -1,6 +1,6 @@
 #include <vorlan/messagefactory.h>
 
-#include "messages/messagecodec.h"
+#include "messagecodec.h"
 
 #include <corekit/exception.h>
 

@@ -1,6 +1,6 @@
 #include <vorlan/messages_engines.h>
 
-#include "messages/messagecodec.h"
+#include "messagecodec.h"
 
 namespace vorlan {
 

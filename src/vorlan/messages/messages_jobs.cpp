@@ -1,6 +1,6 @@
 #include <vorlan/messages_jobs.h>
 
-#include "messages/messagecodec.h"
+#include "messagecodec.h"
 
 namespace vorlan {
 

@@ -1,6 +1,6 @@
 #include <vorlan/messages_master.h>
 
-#include "messages/messagecodec.h"
+#include "messagecodec.h"
 
 namespace vorlan {
 

@@ -1,6 +1,6 @@
 #include <vorlan/messages_output.h>
 
-#include "messages/messagecodec.h"
+#include "messagecodec.h"
 
 namespace vorlan {
 

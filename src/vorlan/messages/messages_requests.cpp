@@ -1,6 +1,6 @@
 #include <vorlan/messages_requests.h>
 
-#include "messages/messagecodec.h"
+#include "messagecodec.h"
 
 #include <vorlan/status.h>
 

@@ -10,6 +10,8 @@ namespace vorlan {
 
 namespace {
 
+static_assert(limits::k_MaxValues <= ValueBlock::k_MaxValues);
+
 void WriteValues(MessageWriter& writer, ValueBlock const& values) {
     // Names, headers and all in one step.
     writer.Reserve(values.TextBytes() + values.Count() * 40u + 8);

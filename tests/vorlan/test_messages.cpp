@@ -1,0 +1,243 @@
+#include "messagebodies.h"
+
+#include <vorlan/keys.h>
+#include <vorlan/messages.h>
+#include <vorlan/status.h>
+
+#include <corekit/exception.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace vorlan {
+namespace {
+
+using test::BodyMaker;
+using test::SameContent;
+using test::Shown;
+
+corekit::vector<MessageDescription> AllMessages() {
+    corekit::vector<MessageDescription> all = MessageFactory::Describe();
+    std::erase_if(all, [](MessageDescription const& description) { return description.type.IsNull(); });
+    return all;
+}
+
+boost::shared_ptr<Job> MakeJob(std::initializer_list<std::pair<char const*, char const*>> values) {
+    auto job = boost::make_shared<Job>(UID(true));
+    for (auto const& [name, value] : values)
+        job->Set(name, value);
+    return job;
+}
+
+TEST(Messages, EveryKindKeepsEveryFieldThroughDecodingAndEncoding) {
+    BodyMaker maker(4711);
+    for (MessageDescription const& message : AllMessages()) {
+        for (int round = 0; round < 40; ++round) {
+            std::string const body = maker.Body(message, BodyMaker::Fields::All);
+            boost::shared_ptr<Message> decoded;
+            ASSERT_NO_THROW(decoded = DecodeMessage(message.type, body)) << message.name << " " << Shown(body);
+            String const encoded = EncodeMessage(*decoded);
+            ASSERT_TRUE(SameContent(body, encoded)) << message.name << "\n" << Shown(body) << "\n" << Shown(encoded);
+            // What this program writes it reads to the byte.
+            ASSERT_EQ(EncodeMessage(*DecodeMessage(message.type, encoded)), encoded) << message.name;
+        }
+    }
+}
+
+TEST(Messages, UnknownFieldsArePassedOver) {
+    BodyMaker maker(4712);
+    for (MessageDescription const& message : AllMessages()) {
+        std::string const body = maker.Body(message, BodyMaker::Fields::AllAndStrangers);
+        boost::shared_ptr<Message> decoded;
+        ASSERT_NO_THROW(decoded = DecodeMessage(message.type, body)) << message.name << " " << Shown(body);
+        String const encoded = EncodeMessage(*decoded);
+        auto const again = DecodeMessage(message.type, encoded);
+        // The fields that it knows are all there: each one has its own name in the
+        // encoded body and a value that was in the received one.
+        for (FieldDescription const& field : message.fields)
+            EXPECT_TRUE(encoded.Contains(field.name)) << message.name;
+        EXPECT_EQ(EncodeMessage(*again), encoded);
+    }
+}
+
+TEST(Messages, MissingFieldsKeepTheirDefaults) {
+    BodyMaker maker(4713);
+    for (MessageDescription const& message : AllMessages()) {
+        for (int round = 0; round < 10; ++round) {
+            std::string const body = maker.Body(message, BodyMaker::Fields::Some);
+            ASSERT_NO_THROW(DecodeMessage(message.type, body)) << message.name << " " << Shown(body);
+        }
+    }
+    auto const info = boost::static_pointer_cast<GetJobInfoMsg>(DecodeMessage(GetJobInfoMsg::s_Type, "\x81\xa3"
+                                                                                                     "All\xc3"));
+    EXPECT_TRUE(info->all);
+    EXPECT_FALSE(info->wantJob);
+    EXPECT_TRUE(info->ids.empty());
+    auto const nil = boost::static_pointer_cast<GetJobInfoMsg>(
+        DecodeMessage(GetJobInfoMsg::s_Type, std::string_view("\x82\xa3"
+                                                              "All\xc0\xa7WantJob\xc3")));
+    EXPECT_FALSE(nil->all);
+    EXPECT_TRUE(nil->wantJob);
+    EXPECT_THROW(DecodeMessage(JobMsg::s_Type, "\x80"), ParseException) << "a message about a Job without a Job";
+    EXPECT_THROW(DecodeMessage(JobMsg::s_Type, "\x81\xa3Job\xc0"), ParseException);
+}
+
+TEST(Messages, AJobComesBackWithAllItsValues) {
+    auto const job = MakeJob({{"Name", "Shot 12"}, {"Range", "1-100"}, {"Empty", ""}, {"Note", "a\nb\xff"}});
+    job->parentID = UID(true);
+    String const body = EncodeMessage(*JobMsg::Create(job));
+    auto const back = boost::static_pointer_cast<JobMsg>(DecodeMessage(JobMsg::s_Type, body))->job;
+    EXPECT_EQ(back->id, job->id);
+    EXPECT_EQ(back->parentID, job->parentID);
+    EXPECT_TRUE(*back->Snapshot() == *job->Snapshot());
+    EXPECT_TRUE(*DecodeJob(EncodeJob(*job))->Snapshot() == *job->Snapshot());
+}
+
+TEST(Messages, ASignalCarriesTheMessageToItsListeners) {
+    struct Listener : HasSlots<ThreadPolicy::LocalThreaded> {
+        void OnDelete(boost::shared_ptr<DeleteJobMsg> const& message) { got = message; }
+        boost::shared_ptr<DeleteJobMsg> got;
+    } listener;
+    boost::shared_ptr<Message> const message = DeleteJobMsg::New();
+    EXPECT_FALSE(message->HasListeners());
+    DeleteJobMsg::s_Signal.Connect(&listener, &Listener::OnDelete);
+    EXPECT_TRUE(message->HasListeners());
+    message->Emit(message);
+    EXPECT_EQ(listener.got, message);
+}
+
+TEST(Messages, AStopGetsItsActionFromTheStatus) {
+    struct {
+        int status;
+        StopAction action;
+    } const cases[] = {{UserAborted, StopAction::Requeue}, {AdministratorAborted, StopAction::Requeue},
+                       {UserCanceled, StopAction::Cancel}, {AdministratorCanceled, StopAction::Cancel},
+                       {Failed, StopAction::Cancel},       {Lost, StopAction::Requeue}};
+    for (auto const& [status, action] : cases)
+        EXPECT_EQ(StopWorkMsg::Create(UID(true), status, "why")->action, static_cast<int>(action)) << status;
+}
+
+TEST(Messages, TheLogShowsOneLineAndNoPassword) {
+    auto const parameter = JobParameterMsg::New();
+    parameter->name = "password";
+    parameter->value = "s3cret";
+    auto const job =
+        JobMsg::Create(MakeJob({{"Name", "Shot"}, {p_Password, "s3cret"}, {"More", "{Password=\"s3cret\"}"}}));
+    auto const options = SetMasterOptionsMsg::New();
+    options->options = {{"Password", "s3cret"}, {"User", "joe\nbloggs"}};
+    auto const engine = EngineMsg::New();
+    engine->engine.Set(p_Password, "s3cret");
+    for (boost::shared_ptr<Message> const& message :
+         std::initializer_list<boost::shared_ptr<Message>>{parameter, job, options, engine}) {
+        String const text = message->Text();
+        EXPECT_FALSE(text.Contains("s3cret")) << text;
+        EXPECT_TRUE(text.Contains("***")) << text;
+        EXPECT_FALSE(text.Contains("\n")) << text;
+    }
+    EXPECT_TRUE(options->Text().Contains("joe\\nbloggs"));
+    parameter->name = "Priority";
+    parameter->value = "50";
+    EXPECT_EQ(parameter->Text(), "JobParameterMsg Job=" + UID().ToString() + " Name=\"Priority\" Value=\"50\"");
+
+    auto const logs = MasterLogsMsg::New();
+    logs->lines.assign(100'000, String(5'000, 'x'));
+    EXPECT_LE(logs->Text().size(), Message::k_MaxTextLength + 10);
+    logs->lines.assign(100, "short");
+    EXPECT_TRUE(logs->Text().Contains("100 items"));
+}
+
+// Bodies that nobody should send, made by hand. The name of the field must be in
+// the text, so that the log says what to look at.
+TEST(Messages, BadBodiesAreRefusedWithTheirField) {
+    std::string const deepMaps(100, '\x81');
+    std::string const deepLists(1000, '\x91');
+    auto const field = [](std::string const& name, std::string const& value) {
+        return std::string(1, '\x81') + static_cast<char>(0xa0 + name.size()) + name + value;
+    };
+    struct {
+        UID type;
+        std::string body;
+        char const* text;
+    } const cases[] = {
+        {DeleteJobMsg::s_Type, "", "ends too early"},
+        {DeleteJobMsg::s_Type, "\xc0", "not a map"},
+        {DeleteJobMsg::s_Type, "\xc1", "not a map"},
+        {DeleteJobMsg::s_Type, std::string("\x80\x80", 2), "after its end"},
+        {DeleteJobMsg::s_Type, field("Job", "\x01"), "\"Job\""},
+        {DeleteJobMsg::s_Type, field("Job", "\xc4\x0f" + std::string(15, 'x')), "\"Job\" is not an id"},
+        {DeleteJobMsg::s_Type, field("Immediately", "\x01"), "\"Immediately\" is neither true nor false"},
+        {DeleteJobMsg::s_Type, field("Other", "\xc1"), "begins nothing"},
+        {DeleteJobMsg::s_Type, field("Other", deepLists), "deep"},
+        {DeleteJobMsg::s_Type, field("Other", "\xdd\xff\xff\xff\xff"), "ends too early"},
+        {DeleteJobMsg::s_Type, field("Other", "\xc6\xff\xff\xff\xff"), "ends too early"},
+        {DeleteJobMsg::s_Type, "\xdf\xff\xff\xff\xff", "too many items"},
+        {MasterLogsMsg::s_Type, field("Lines", "\xdd\xff\xff\xff\xff" + std::string(1000, '\xa0')),
+         "\"Lines\" has too many"},
+        {MasterLogsMsg::s_Type, field("Lines", std::string("\xdd\x00\x0f\x00\x00", 5)), "\"Lines\" ends too early"},
+        {MasterLogsMsg::s_Type, field("Lines", "\x91\xdb\xff\xff\xff\xff"), "\"Lines\""},
+        {PoolMsg::s_Type, field("Pools", "\x91\x01"), "\"Pools\" is not a map"},
+        {FinishedWorkMsg::s_Type, field("Status", std::string("\xcf\x00\x00\x00\x01\x00\x00\x00\x00", 9)),
+         "out of range"},
+        {FinishedWorkMsg::s_Type, field("Status", std::string("\xcf\xff\x00\x00\x00\x00\x00\x00\x00", 9)), "too large"},
+        {MasterInfoMsg::s_Type, field("Port", std::string("\xce\x00\x01\x00\x00", 5)), "\"Port\" is out of range"},
+        {MasterInfoMsg::s_Type, field("Port", "\xff"), "\"Port\" is below zero"},
+        {HeartbeatMsg::s_Type, field("CpuPercent", std::string("\xcb\x7f\xf8\x00\x00\x00\x00\x00\x00", 9)),
+         "not a number"},
+        {HeartbeatMsg::s_Type, field("CpuPercent", std::string("\xca\x7f\x80\x00\x00", 5)), "not a number"},
+        {JobMsg::s_Type, field("Job", "\x80"), "\"Job\" has no id"},
+        {JobMsg::s_Type, field("Job", field("ID", "\xa4text")), "not an id"},
+        {JobMsg::s_Type, field("Job", field("Values", std::string("\x81\xa0\xa0"))), "values that are none"},
+        {JobMsg::s_Type, field("Job", field("Values", "\x81\xda\x04\x01" + std::string(1025, 'n') + "\xa0")),
+         "too long"},
+        {JobMsg::s_Type, field("Job", deepMaps), "\"Job\""},
+        {ZjobsMsg::s_Type, field("Jobs", "\x91\xc0"), "\"Jobs\""},
+        {WorkEndedMsg::s_Type, field("Ended", field("ExitCode", "\xa1x")), "\"ExitCode\" is not a whole number"},
+        {JobHistoryMsg::s_Type,
+         field("History", field("Units", "\x91\x91\xa1"
+                                         "1")),
+         "too few items"},
+        {JobHistoryMsg::s_Type, field("History", "\x90"), "\"History\" is not a map"},
+        {EngineHistoryMsg::s_Type, field("History", "\x91\x92\xa1x\xa1y"), "\"History\""},
+    };
+    for (auto const& [type, body, text] : cases) {
+        try {
+            DecodeMessage(type, body);
+            ADD_FAILURE() << MessageFactory::TypeName(type) << " took a body where it should say: " << text;
+        } catch (ParseException const& exception) {
+            EXPECT_TRUE(exception.Message().Contains(text)) << exception.Message() << "\nwanted: " << text;
+            EXPECT_TRUE(exception.Message().StartsWith(MessageFactory::TypeName(type))) << exception.Message();
+        }
+    }
+}
+
+// A body cut off anywhere is refused; one with changed bytes is refused or read,
+// and nothing else happens.
+TEST(Messages, DamagedBodiesAreRefusedOrReadAndNothingElse) {
+    BodyMaker maker(4714);
+    std::mt19937 random(4715);
+    size_t refused = 0;
+    for (MessageDescription const& message : AllMessages()) {
+        std::string const body = maker.Body(message, BodyMaker::Fields::AllAndStrangers);
+        for (size_t length = 0; length < body.size(); length += 1 + body.size() / 300)
+            EXPECT_THROW(DecodeMessage(message.type, std::string_view(body).substr(0, length)), ParseException)
+                << message.name << " cut off at " << length;
+        for (int round = 0; round < 200; ++round) {
+            std::string damaged = body;
+            for (size_t i = 0; i <= random() % 3; ++i)
+                damaged[random() % std::min<size_t>(damaged.size(), 2000)] = static_cast<char>(random());
+            try {
+                auto const decoded = DecodeMessage(message.type, damaged);
+                // What was read can be shown and sent on.
+                EXPECT_LE(decoded->Text().size(), Message::k_MaxTextLength + 10);
+                EXPECT_NO_THROW(DecodeMessage(message.type, EncodeMessage(*decoded)));
+            } catch (ParseException const&) {
+                ++refused;
+            }
+        }
+    }
+    EXPECT_GT(refused, 0u);
+}
+
+} // namespace
+} // namespace vorlan

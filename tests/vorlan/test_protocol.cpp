@@ -1,0 +1,74 @@
+#include <vorlan/messagefactory.h>
+
+#include <corekit/file.h>
+#include <corekit/path.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <set>
+
+namespace vorlan {
+namespace {
+
+constexpr char k_Begin[] = "<!-- messages: begin -->\n";
+constexpr char k_End[] = "<!-- messages: end -->";
+
+String TableOf(MessageDescription const& message) {
+    String text = "\n### " + message.name + "\n\n";
+    if (!message.type.IsNull())
+        text += message.about + " `" + message.type.ToString() + "`\n";
+    else
+        text += "A record inside messages.\n";
+    if (message.fields.empty())
+        return text + (message.type.IsNull() ? "" : "\nNo fields.\n");
+    text += "\n| Field | Type | Meaning |\n|---|---|---|\n";
+    for (FieldDescription const& field : message.fields)
+        text += "| `" + field.name + "` | " + field.type + " | " + field.help + " |\n";
+    return text;
+}
+
+TEST(Protocol, TheDocumentedMessagesAreTheDeclaredOnes) {
+    String tables;
+    for (MessageDescription const& message : MessageFactory::Describe())
+        tables += TableOf(message);
+
+    Path const file(String(VORLAN_SOURCE_DIR) + "/docs/protocol.md");
+    String const page = File::Read(file);
+    size_t const begin = page.Find(k_Begin);
+    size_t const end = page.Find(k_End);
+    ASSERT_NE(begin, String::npos);
+    ASSERT_NE(end, String::npos);
+    size_t const from = begin + std::string_view(k_Begin).size();
+    if (std::getenv("VORLAN_REWRITE_DOCS"))
+        File::WriteWhole(file, page.Mid(0, from) + tables + "\n" + page.Mid(end));
+    else
+        EXPECT_EQ(page.Mid(from, end - from), tables + "\n")
+            << "docs/protocol.md is behind the declarations. Run this test with VORLAN_REWRITE_DOCS=1.";
+}
+
+// Two names that clash, and a field that an older program would read as another
+// one, both break running farms.
+TEST(Protocol, NamesAreUniqueAndTypesFollowFromThem) {
+    std::set<UID> types;
+    for (MessageDescription const& message : MessageFactory::Describe()) {
+        std::set<String> fields;
+        for (FieldDescription const& field : message.fields) {
+            EXPECT_TRUE(fields.insert(field.name).second) << message.name << " " << field.name;
+            EXPECT_FALSE(field.help.empty()) << message.name << " " << field.name;
+        }
+        if (message.type.IsNull())
+            continue;
+        EXPECT_EQ(message.type, UID::FromName(message.name));
+        EXPECT_TRUE(types.insert(message.type).second) << message.name;
+        boost::shared_ptr<Message> const made = MessageFactory::CreateMessage(message.type);
+        ASSERT_TRUE(made) << message.name;
+        EXPECT_EQ(message.name, made->TypeName());
+        EXPECT_EQ(message.type, made->Type());
+    }
+    EXPECT_EQ(types.size(), MessageFactory::Types().size());
+    EXPECT_FALSE(MessageFactory::CreateMessage(UID::FromName("NoSuchMsg")));
+}
+
+} // namespace
+} // namespace vorlan
