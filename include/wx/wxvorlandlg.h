@@ -1,0 +1,54 @@
+#pragma once
+
+#include <corekit/signal.h>
+
+#include <corekit/string.h>
+#include <wx/dialog.h>
+
+class wxBoxSizer;
+class wxSizer;
+
+// wxVorlanDlg is the base of the system's dialogs: colours, margins, a remembered
+// place, and word to those who watch whether somebody is at work.
+// Owner: the toolkit; a modal one stands on its caller's stack.
+// Thread: the GUI thread.
+// Always: CloseAll reaches every one that is open.
+class wxVorlanDlg : public wxDialog {
+public:
+    using Told = corekit::Signal0<corekit::ThreadPolicy::SingleThreaded>;
+    static Told s_ModalStarted;
+    static Told s_ModalFinished;
+    // A modeless one has been closed.
+    static Told s_DlgClosed;
+
+    // Distances at plain resolution; use them through FromDIP.
+    static constexpr int k_Margin = 12;
+    static constexpr int k_LabelGap = 8;
+    static constexpr int k_GroupGap = 16;
+    static constexpr int k_ButtonWidth = 88;
+
+    // `section` names its memory in the options; empty: it keeps none.
+    wxVorlanDlg(wxWindow* parent, wxString const& title, corekit::String section,
+                long style = wxDEFAULT_DIALOG_STYLE);
+    ~wxVorlanDlg() override;
+
+    int ShowModal() override;
+    bool Destroy() override;
+
+    // Ends every open dialog as Cancel does.
+    static void CloseAll();
+
+protected:
+    corekit::String const& Section() const { return m_section; }
+
+    // Puts the content above a row of buttons, at the bottom right, and fits the
+    // window around them. `cancel` empty: one button only.
+    void Finish(wxSizer* content, wxString const& accept, wxString const& cancel);
+
+    // A text in the place of a label, in a colour of the scheme.
+    wxWindow* NewLabel(wxString const& text, double scale = 1.0);
+
+private:
+    corekit::String const m_section;
+    bool m_toldClosed = false;
+};

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <wx/panel.h>
+#include <wx/wxvcolors.h>
+
+// wxvPanel is a panel in the scheme's colours that knows whether it can be seen.
+// Owner: its parent window. Thread: the GUI thread.
+// Always: DoShow and DoHide take turns, beginning with DoShow.
+class wxvPanel : public wxPanel {
+public:
+    explicit wxvPanel(wxWindow* parent, ColorName background = ColorName::WindowBG, wxWindowID id = wxID_ANY);
+
+    // Takes the colours of the scheme, and those of its labels.
+    virtual void ApplyColors();
+
+protected:
+    // The panel comes into view or leaves it, by itself or with a window around it.
+    // What stays hidden should cost nothing.
+    virtual void DoShow() {}
+    virtual void DoHide() {}
+
+private:
+    void OnVisibility(bool visible);
+    void OnSysColorChange(wxSysColourChangedEvent& event);
+
+    ColorName const m_background;
+    bool m_visible = false;
+};

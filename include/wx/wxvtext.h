@@ -1,0 +1,10 @@
+// Texts between the system's String (UTF-8) and wxString.
+#pragma once
+
+#include <corekit/string.h>
+
+#include <wx/string.h>
+
+// Text that is no UTF-8 is read byte by byte, so that nothing of it is lost.
+wxString wxvText(corekit::String const& text);
+corekit::String wxvString(wxString const& text);

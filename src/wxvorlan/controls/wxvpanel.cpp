@@ -1,0 +1,40 @@
+#include <wx/stattext.h>
+#include <wx/wxvpanel.h>
+
+wxvPanel::wxvPanel(wxWindow* parent, ColorName background, wxWindowID id)
+    : wxPanel(parent, id, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxNO_BORDER), m_background(background) {
+    SetBackgroundColour(wxvGetColor(m_background));
+    SetForegroundColour(wxvGetColor(ColorName::Text));
+    Bind(wxEVT_SYS_COLOUR_CHANGED, &wxvPanel::OnSysColorChange, this);
+    Bind(wxEVT_SHOW, [this](wxShowEvent& event) {
+        event.Skip();
+        OnVisibility(event.IsShown() && IsShownOnScreen());
+    });
+    // A window around it that is shown or hidden sends no event here.
+    Bind(wxEVT_UPDATE_UI, [this](wxUpdateUIEvent& event) {
+        event.Skip();
+        if (event.GetEventObject() == this)
+            OnVisibility(IsShownOnScreen());
+    });
+}
+
+void wxvPanel::ApplyColors() {
+    SetBackgroundColour(wxvGetColor(m_background));
+    SetForegroundColour(wxvGetColor(ColorName::Text));
+    Refresh();
+}
+
+void wxvPanel::OnVisibility(bool visible) {
+    if (visible == m_visible)
+        return;
+    m_visible = visible;
+    if (visible)
+        DoShow();
+    else
+        DoHide();
+}
+
+void wxvPanel::OnSysColorChange(wxSysColourChangedEvent& event) {
+    ApplyColors();
+    event.Skip();
+}

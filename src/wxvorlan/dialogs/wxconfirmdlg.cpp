@@ -1,0 +1,44 @@
+#include <corekit/optionsfile.h>
+#include <wx/checkbox.h>
+#include <wx/intl.h>
+#include <wx/sizer.h>
+#include <wx/wxconfirmdlg.h>
+#include <wx/wxvcolors.h>
+#include <wx/wxvorlanframe.h>
+
+wxConfirmDlg::wxConfirmDlg(wxWindow* parent, wxString const& text, corekit::String key, wxString const& title)
+    : wxVorlanDlg(parent, title.empty() ? _("Please confirm") : title, corekit::String()), m_key(std::move(key)) {
+    auto* content = new wxBoxSizer(wxVERTICAL);
+    wxWindow* const question = NewLabel(text.BeforeFirst('\n'), 1.15);
+    content->Add(question);
+    wxString const rest = text.AfterFirst('\n');
+    if (!rest.empty())
+        content->Add(NewLabel(rest), wxSizerFlags().Border(wxTOP, FromDIP(k_LabelGap)));
+    m_dontAsk = new wxCheckBox(this, wxID_ANY, _("Don't ask this again"));
+    content->Add(m_dontAsk, wxSizerFlags().Border(wxTOP, FromDIP(k_GroupGap)));
+    Finish(content, _("OK"), _("Cancel"));
+}
+
+bool wxConfirmDlg::Confirm() {
+    if (IsAnswered(m_key))
+        return true;
+    if (ShowModal() != wxID_OK)
+        return false;
+    if (m_dontAsk->GetValue())
+        SetAnswered(m_key, true);
+    return true;
+}
+
+bool wxConfirmDlg::IsAnswered(corekit::String const& key) {
+    return wxvOptions() && wxvOptions()->GetValue(k_Section, key, false);
+}
+
+void wxConfirmDlg::SetAnswered(corekit::String const& key, bool answered) {
+    if (wxvOptions())
+        wxvOptions()->SetValue(k_Section, key, answered);
+}
+
+void wxConfirmDlg::ResetAll() {
+    if (wxvOptions())
+        wxvOptions()->ClearSection(k_Section);
+}

@@ -1,0 +1,13 @@
+#include <wx/wxvtext.h>
+
+wxString wxvText(corekit::String const& text) {
+    wxString result = wxString::FromUTF8(text.data(), text.size());
+    if (result.empty() && !text.empty())
+        result = wxString(text.c_str(), wxConvISO8859_1, text.size());
+    return result;
+}
+
+corekit::String wxvString(wxString const& text) {
+    wxScopedCharBuffer const bytes = text.utf8_str();
+    return corekit::String(bytes.data(), bytes.length());
+}
