@@ -87,8 +87,7 @@ void SignalCore::Drop(SlotOwner const& owner) {
     Guard guard(*this);
     for (auto& connection : m_connections) {
         if (connection && connection->Owner() == &owner) {
-            ended.push_back(std::move(connection));
-            connection.reset();
+            ended.emplace_back().swap(connection);
         }
     }
     if (!ended.empty()) {
@@ -109,10 +108,8 @@ void SignalCore::Close() {
     std::vector<boost::intrusive_ptr<ConnectionBase>> ended;
     Guard guard(*this);
     ended.reserve(m_connections.size());
-    for (auto& connection : m_connections) {
-        ended.push_back(std::move(connection));
-        connection.reset();
-    }
+    for (auto& connection : m_connections)
+        ended.emplace_back().swap(connection);
     m_needsSweep = true;
     Sweep();
 }
