@@ -164,6 +164,7 @@ private:
     struct ShapeName {
         std::string spelling;
         uint32_t number;
+        bool Is(std::string_view name) const;
     };
     enum class ShapeUse {
         Follows, ///< all names so far are the first ones of m_shape

@@ -1,5 +1,7 @@
 #include <vorlan/valueblock.h>
 
+#include "shortbytes.h"
+
 #include <boost/smart_ptr/make_shared_array.hpp>
 #include <corekit/exception.h>
 #include <corekit/sformat.h>
@@ -114,10 +116,14 @@ void ValueBlockBuilder::Put(uint32_t number, std::string_view text) {
         Append(number, text);
 }
 
+bool ValueBlockBuilder::ShapeName::Is(std::string_view name) const {
+    return name.size() == spelling.size() && SameShort(name.data(), spelling.data(), name.size());
+}
+
 void ValueBlockBuilder::Add(std::string_view name, std::string_view text) {
     // As long as the names come in the order of the last time none can be doubled.
     size_t const at = m_values.size();
-    if (m_shapeUse == ShapeUse::Follows && at < m_shape.size() && m_shape[at].spelling == name) {
+    if (m_shapeUse == ShapeUse::Follows && at < m_shape.size() && m_shape[at].Is(name)) {
         Append(m_shape[at].number, text);
         return;
     }
@@ -182,8 +188,7 @@ boost::shared_ptr<ValueBlock const> ValueBlockBuilder::Build() {
     uint32_t end = 0;
     for (Item const& item : m_values) {
         *numbers++ = item.number;
-        if (!item.text.empty())
-            std::memcpy(texts + end, item.text.data(), item.text.size());
+        CopyShort(texts + end, item.text.data(), item.text.size());
         *ends++ = end += static_cast<uint32_t>(item.text.size());
     }
     Reset();
