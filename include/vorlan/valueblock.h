@@ -111,6 +111,7 @@ public:
 
 private:
     friend class ValueBlockBuilder;
+    friend class ValueReader;
     explicit ValueBlock(uint32_t count) : m_count(count) {}
     static boost::shared_ptr<ValueBlock const> Allocate(uint32_t count, size_t textBytes, uint32_t*& numbers,
                                                         uint32_t*& ends, char*& texts);

@@ -61,8 +61,10 @@ public:
         m_at = at + 2 + UID::k_Size;
     }
 
-    // Makes room for what follows in one step.
-    void Reserve(size_t bytes) { Room(bytes); }
+    // For those who put the bytes themselves: room for so many, and where they end.
+    char* Begin(size_t bytes) { return Room(bytes); }
+    void End(char* at) noexcept { m_at = at; }
+    static char* TextHeader(char* at, size_t length);
     std::string_view Bytes() const noexcept { return {m_begin, static_cast<size_t>(m_at - m_begin)}; }
     size_t Size() const noexcept { return static_cast<size_t>(m_at - m_begin); }
     // Starts anew and keeps the memory.
@@ -77,7 +79,6 @@ private:
             Grow(bytes);
         return m_at;
     }
-    static char* TextHeader(char* at, size_t length);
     void Grow(size_t bytes);
     void Header(size_t count, unsigned small, size_t smallLimit, unsigned wide);
 
@@ -147,6 +148,8 @@ public:
     size_t Left() const noexcept { return static_cast<size_t>(m_end - m_at); }
     // The bytes not yet read.
     std::string_view Rest() const noexcept { return {m_at, Left()}; }
+    // Passes over bytes of Rest() that the caller has read himself.
+    void Pass(size_t bytes) noexcept { m_at += bytes; }
 
     // Throws ParseException: message, field and what is wrong with it.
     [[noreturn]] void Fail(char const* what) const;

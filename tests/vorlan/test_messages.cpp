@@ -94,6 +94,41 @@ TEST(Messages, AJobComesBackWithAllItsValues) {
     EXPECT_TRUE(*DecodeJob(EncodeJob(*job))->Snapshot() == *job->Snapshot());
 }
 
+// Objects of a kind are coded by the names of the last one. Whatever the lengths
+// of the values, and however kinds follow each other, nothing of the last one may
+// show in the next.
+TEST(Messages, JobsOfDifferentKindsFollowEachOther) {
+    size_t const lengths[] = {0, 1, 3, 4, 7, 8, 15, 16, 31, 32, 33, 255, 256, 65'535, 65'536};
+    std::mt19937 random(4716);
+    for (int round = 0; round < 400; ++round) {
+        auto const job = boost::make_shared<Job>(UID(true));
+        // 20 kinds with as many values, more than are remembered; some with long names.
+        size_t const kind = random() % 20;
+        for (size_t i = 0; i < 5; ++i) {
+            String const name = "Kind" + String::From(kind) + String(kind % 4 * 20, 'n') + String::From(i);
+            job->Set(name, String(lengths[random() % std::size(lengths)], static_cast<char>('a' + i)));
+        }
+        String const body = EncodeJob(*job);
+        auto const back = DecodeJob(body);
+        ASSERT_TRUE(*back->Snapshot() == *job->Snapshot());
+        String cut = body;
+        cut.resize(body.size() - 1 - random() % std::min<size_t>(body.size() - 1, 100));
+        EXPECT_THROW(DecodeJob(cut), ParseException);
+    }
+    // A doubled name: the last one counts, now and after it was seen once.
+    std::string const twice = std::string("\x82\xa2ID\xc4\x10") + std::string(16, 'i') +
+                              "\xa6Values\x82\xa1"
+                              "a\xa1"
+                              "1\xa1"
+                              "A\xa1"
+                              "2";
+    for (int i = 0; i < 3; ++i) {
+        auto const job = DecodeJob(twice);
+        EXPECT_EQ(job->Snapshot()->Count(), 1u);
+        EXPECT_EQ(job->Get("a", false), "2");
+    }
+}
+
 TEST(Messages, ASignalCarriesTheMessageToItsListeners) {
     struct Listener : HasSlots<ThreadPolicy::LocalThreaded> {
         void OnDelete(boost::shared_ptr<DeleteJobMsg> const& message) { got = message; }

@@ -2,50 +2,13 @@
 #include <vorlan/job.h>
 #include <vorlan/wire.h>
 
-#include <corekit/exception.h>
+#include "valuewire.h"
 
 #include <boost/make_shared.hpp>
 
 namespace vorlan {
 
 namespace {
-
-static_assert(limits::k_MaxValues <= ValueBlock::k_MaxValues);
-
-void WriteValues(MessageWriter& writer, ValueBlock const& values) {
-    // Names, headers and all in one step.
-    writer.Reserve(values.TextBytes() + values.Count() * 40u + 8);
-    writer.Text("Values");
-    writer.Map(values.Count());
-    for (uint32_t i = 0; i < values.Count(); ++i) {
-        writer.Text(NameTable::Name(values.NameNumber(i)));
-        writer.Text(values.Text(i));
-    }
-}
-
-// The one of this thread remembers the names of the last object.
-ValueBlockBuilder& Builder() {
-    static thread_local ValueBlockBuilder t_builder;
-    return t_builder;
-}
-
-boost::shared_ptr<ValueBlock const> ReadValues(MessageReader& reader) {
-    ValueBlockBuilder& builder = Builder();
-    builder.Reset();
-    try {
-        size_t const count = reader.EnterMap(limits::k_MaxValues);
-        builder.Reserve(count);
-        for (size_t i = 0; i < count; ++i) {
-            std::string_view const name = reader.Name();
-            builder.Add(name, reader.Text());
-        }
-        reader.Leave();
-        return builder.Build();
-    } catch (ArgumentException const& exception) {
-        builder.Reset();
-        reader.Fail((String("has values that are none: ") + exception.Message()).c_str());
-    }
-}
 
 // Calls `take` for each field but "ID" and "Values", which every object has.
 template <class Take>
@@ -59,7 +22,7 @@ void ReadObject(MessageReader& reader, VorlanObject& object, Take take) {
             object.id = reader.Id();
             hasID = true;
         } else if (name == "Values") {
-            object.SetSnapshot(ReadValues(reader));
+            object.SetSnapshot(ValueReader::OfThisThread().Read(reader));
         } else if (!take(name)) {
             reader.Skip();
         }
@@ -81,7 +44,8 @@ void WriteJob(MessageWriter& writer, Job const& job) {
         writer.Text("Parent");
         writer.Id(job.parentID);
     }
-    WriteValues(writer, *values);
+    writer.Text("Values");
+    ValueWriter::OfThisThread().Write(writer, *values);
 }
 
 boost::shared_ptr<Job> ReadJob(MessageReader& reader) {
@@ -100,7 +64,8 @@ void WriteEngine(MessageWriter& writer, Engine const& engine) {
     writer.Map(2);
     writer.Text("ID");
     writer.Id(engine.id);
-    WriteValues(writer, *values);
+    writer.Text("Values");
+    ValueWriter::OfThisThread().Write(writer, *values);
 }
 
 void ReadEngine(MessageReader& reader, Engine& engine) {
