@@ -1,0 +1,174 @@
+#include <corekit/exception.h>
+#include <corekit/optionmap.h>
+#include <gtest/gtest.h>
+#include <vorlan/jobtemplate.h>
+
+#include <chrono>
+#include <random>
+
+namespace vorlan {
+namespace {
+
+OptionMap const k_Values = {{"Name", "Shot 12"},   {"File", "/a/b/Scene.x.pov"},
+                            {"Empty", ""},         {"Yes", "Yes"},
+                            {"Off", "off"},        {"Zero", "0"},
+                            {"Frame", "-7"},       {"Last", "1200"},
+                            {"Ref", "$(Name) x"},  {"Loop", "$(Loop:expand)"},
+                            {"Evil", "'; rm"},     {"Quote", "a\"b$c"},
+                            {"Bracket", "a]b|c)"}, {"Two", "a b"}};
+
+bool FindValue(std::string_view name, String& value) {
+    auto const found = k_Values.find(name);
+    if (found == k_Values.end())
+        return false;
+    value = found->second;
+    return true;
+}
+
+class Values : public TemplateValues {
+public:
+    bool Find(std::string_view name, String& value) const override { return FindValue(name, value); }
+};
+
+String Expand(String const& text) { return ExpandTemplate(text, FindValue); }
+
+TEST(JobTemplate, Expands) {
+    struct Case {
+        char const* text;
+        char const* expected;
+    };
+    Case const cases[] = {
+        {"plain", "plain"},
+        {"<$(Name)>", "<Shot 12>"},
+        {"$(name)", "Shot 12"},
+        {"<$(Unknown)>", "<>"},
+        {"$(Ref)", "$(Name) x"}, // values are not looked into ...
+        {"$(Ref:expand)", "Shot 12 x"},
+        {"a[ of $(Name) frames]b", "a of Shot 12 framesb"},
+        {"a[ of $(Unknown) frames]b", "ab"},
+        {"a[ of $(Empty) frames]b", "ab"},
+        {"[x $(Name)[ y $(Unknown)] z]", "x Shot 12 z"}, // the inner piece drops out alone
+        {"[x[ y $(Name)] $(Unknown)]", ""},
+        {"file[0-9].png", "file[0-9].png"}, // no reference: text
+        {"[a[b]$(Name)]", "a[b]Shot 12"},
+        {"$(Yes?on|off)", "on"},
+        {"$(Off?on|off)", "off"},
+        {"$(Zero?on|off)", "off"},
+        {"$(Empty?on|off)", "off"},
+        {"$(Unknown?on|off)", "off"},
+        {"$(Unknown?on)", ""},
+        {"$(Name?|no)", ""},
+        {"$(Yes=YES?same|other)", "same"},
+        {"$(Yes!=no?same|other)", "same"},
+        {"$(Unknown=?none|some)", "none"},
+        {"$(Off?a|$(Yes?$(Name)|c))", "Shot 12"},
+        {"[-t $(Off?$(Unknown)|4)]", "-t 4"}, // the branch not taken does not count
+        {"[-t $(Yes?$(Unknown)|4)]", ""},
+        {"$(Bracket)", "a]b|c)"}, // values never close anything
+        {"[x$(Bracket)y]", "xa]b|c)y"},
+        {"$$ $[ $] $| $)", "$ [ ] | )"},
+        {"$(Yes?f($)$|g|h)", "f()|g"},
+        {"$$(Name)", "$(Name)"},
+        {"$(File:leaf) $(File:stem) $(File:folder) $(File:ext)", "Scene.x.pov Scene.x /a/b pov"},
+        {"$(File:stem:upper)", "SCENE.X"},
+        {"$(Frame:pad=4) $(Zero:pad=3) $(Zero:pad=Last) $(Last:pad=2)", "-0007 000 0000 1200"},
+        {"$(Name", "$(Name"}, // malformed: as it stands
+        {"[x $(Name)", "[x Shot 12"},
+        {"x] $(Name)", "x] Shot 12"},
+        {"$()", "$()"},
+        {"$(Name:nothing)", "$(Name:nothing)"},
+        {"$(Name=a)", "$(Name=a)"},
+        {"cost: 5$", "cost: 5$"},
+        {"$x", "$x"},
+    };
+    for (Case const& c : cases)
+        EXPECT_EQ(Expand(c.text), c.expected) << c.text;
+}
+
+TEST(JobTemplate, HasLimits) {
+    String deep;
+    for (int i = 0; i < 40; ++i)
+        deep = "$(Yes?" + deep + ")";
+    EXPECT_THROW(Expand(deep), ArgumentException);
+    EXPECT_THROW(Expand("$(Loop:expand)"), ArgumentException);
+    String many;
+    for (size_t i = 0; i <= k_TemplateReferenceLimit; ++i)
+        many += "$(Zero)";
+    EXPECT_THROW(Expand(many), ArgumentException);
+    EXPECT_THROW(Expand(String(k_TemplateLengthLimit + 1, 'x')), ArgumentException);
+}
+
+// Open brackets that are never closed must not be tried again and again.
+TEST(JobTemplate, UnclosedBracketsStayCheap) {
+    String text;
+    for (int i = 0; i < 100000; ++i)
+        text += "[$(";
+    auto const start = std::chrono::steady_clock::now();
+    EXPECT_EQ(Expand(text), text);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+}
+
+TEST(JobTemplate, SplitsCommandLines) {
+    struct Case {
+        char const* text;
+        corekit::vector<String> words;
+    };
+    Case const cases[] = {
+        {"", {}},
+        {"  a   b\tc\n", {"a", "b", "c"}},
+        {R"(a "b c" 'd "e')", {"a", "b c", "d \"e"}},
+        {R"(a"b c"d)", {"ab cd"}},
+        {R"("" '')", {"", ""}},
+        {R"(a\ b \"c \\d)", {"a b", "\"c", "\\d"}},
+        {R"(C:\dir\file)", {R"(C:\dir\file)"}}, // a path of another system keeps its backslashes
+        {R"('a\b')", {R"(a\b)"}},
+        {R"("open)", {"open"}},
+    };
+    for (Case const& c : cases)
+        EXPECT_EQ(SplitCommandLine(c.text), c.words) << c.text;
+    // Values never part words, make quotes or vanish inside them.
+    auto const words =
+        SplitCommandLine(ExpandPieces("run -n $(Two) \"$(Quote)\" x$(Evil) $(Empty) [-t $(Unknown)]", Values()).pieces);
+    EXPECT_EQ(words, (corekit::vector<String>{"run", "-n", "a b", "a\"b$c", "x'; rm"}));
+}
+
+TEST(JobTemplate, QuotedWordsReadBack) {
+    std::mt19937 random(7);
+    char const characters[] = "ab \\\"'\t$";
+    for (int i = 0; i < 5000; ++i) {
+        String word;
+        for (unsigned n = random() % 8; n > 0; --n)
+            word += characters[random() % 8];
+        ASSERT_EQ(SplitCommandLine("x " + QuoteWord(word) + " y"), (corekit::vector<String>{"x", word, "y"})) << word;
+    }
+}
+
+// Whatever a value holds, the shell sees it as text of one word.
+TEST(JobTemplate, ShellScriptsKeepValuesWhole) {
+    corekit::vector<String> const values = {
+        "plain", "a b", "'; echo BAD; '", "\"; echo BAD; \"", "$(echo BAD)", "`echo BAD`", "a\\", "$HOME", "!x", "*"};
+    for (String const& value : values) {
+        auto const find = [&value](std::string_view, String& out) {
+            out = value;
+            return true;
+        };
+        class One : public TemplateValues {
+        public:
+            explicit One(decltype(find) const& lookUp) : m_find(lookUp) {}
+            bool Find(std::string_view name, String& out) const override { return m_find(name, out); }
+
+        private:
+            decltype(find) const& m_find;
+        } const one(find);
+        String const script = ShellScript(ExpandPieces("printf '<%s>' $(V) \"$(V)\" '$(V)' x$(V)y", one).pieces);
+        FILE* const pipe = popen(script.c_str(), "r");
+        ASSERT_NE(pipe, nullptr);
+        char buffer[400] = {};
+        size_t const length = fread(buffer, 1, sizeof buffer - 1, pipe);
+        EXPECT_EQ(pclose(pipe), 0) << script;
+        EXPECT_EQ(String(buffer, length), "<" + value + "><" + value + "><" + value + "><x" + value + "y>") << script;
+    }
+}
+
+} // namespace
+} // namespace vorlan
