@@ -16,17 +16,19 @@ class Product;
 //
 //   $(Name)                the value; nothing when there is none
 //   $(Name:leaf)           a part of it: leaf, stem, folder, ext (of a path), lower, upper, trim,
-//                          pad=4 or pad=Other (zeros in front, to that width or to the width of that value)
+//                          expand (its references, too), pad=4 or pad=Other (zeros in front, to that width or to the
+//                          width of that value)
 //   $(Name?text|other)     text when the value is true (not empty, not No, False, Off or 0), else other
 //   $(Name=x?text|other)   text when the value is x, case aside; != for the opposite
 //   [text $(Name) text]    drops out when any value that it refers to is missing or empty;
 //                          brackets without a reference are plain text
 //   $$ $[ $] $| $)         the character itself
 //
-// Values are put in as they stand and never expanded again. What is malformed stays as it is written.
-// A text nests at most k_TemplateDepthLimit deep, gives at most k_TemplateLengthLimit bytes and
-// resolves at most k_TemplateReferenceLimit references; past a limit an ArgumentException is thrown.
+// Values are put in as they stand, without looking into them, unless :expand says so. What is malformed stays as it is
+// written. A text nests at most k_TemplateDepthLimit deep, gives at most k_TemplateLengthLimit bytes and resolves at
+// most k_TemplateReferenceLimit references; past a limit an ArgumentException is thrown.
 inline constexpr int k_TemplateDepthLimit = 16;
+inline constexpr int k_TemplateExpandLimit = 4; // :expand inside what was expanded
 inline constexpr size_t k_TemplateLengthLimit = 1U << 20;
 inline constexpr size_t k_TemplateReferenceLimit = 10000;
 

@@ -12,6 +12,7 @@ struct ArgumentTemplate {
         Text,       // one argument; left out when it expands to nothing
         Group,      // its items; all left out when a value that they refer to is missing or empty
         If,         // its items, when `text` expands to something that is true
+        Each,       // its items for each entry of the list parameter `text`, which is $(Item) there; ";" parts them
         CommandLine // `text` names a parameter whose value is a command line: split, then expanded word by word
     };
 
@@ -43,6 +44,8 @@ struct OutputRule {
         Frame,       // the value is the number of the frame that is now worked on
         FrameOffset, // the same, counted from the unit's first frame number, which is 1
         Done,        // the value is the number of a frame that is finished
+        Total,       // what Position counts towards; the first one seen holds for the process
+        Position,    // the value of that total; both may be times such as 00:01:30.5
         Warning,     // the line goes into the unit's log of warnings
         Error        // the unit is unsuccessful whatever its exit code; the line becomes its note
     };

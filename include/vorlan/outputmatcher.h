@@ -43,16 +43,20 @@ public:
 private:
     struct Compiled;
 
-    void SetFrame(double frame, bool done);
+    void TakeNumber(OutputRule::Kind kind, double value, double total);
+    bool IsOwnFrame(double frame) const;
+    void BeginFrame(double frame);
     void SetPart(double part);
     void Raise(double part);
 
     // Constant after construction
     std::unique_ptr<Compiled> m_compiled;
-    corekit::vector<int64_t> m_frames;
+    corekit::set<int64_t> m_frames;
     bool m_byFrame = false;
 
-    size_t m_frameIndex = 0;
+    corekit::set<int64_t> m_begun;
+    corekit::set<int64_t> m_done;
+    double m_total = 0;
     double m_percent = 0;
     String m_firstError;
 };

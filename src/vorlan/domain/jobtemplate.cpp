@@ -61,10 +61,17 @@ String Padded(String const& value, size_t width) {
     return negative ? "-" + digits : digits;
 }
 
+// What one text and all that it expands may use up together.
+struct Budget {
+    size_t length = 0;
+    size_t references = 0;
+    int level = 0;
+};
+
 class Expander {
 public:
-    Expander(std::string_view text, TemplateValues const& values)
-        : m_text(text), m_partners(FindPartners(text)), m_values(values) {}
+    Expander(std::string_view text, TemplateValues const& values, Budget& budget)
+        : m_text(text), m_partners(FindPartners(text)), m_values(values), m_budget(budget) {}
 
     ExpandedTemplate Run() {
         Scope scope;
@@ -93,8 +100,8 @@ private:
     };
 
     void Count(size_t length) {
-        m_length += length;
-        if (m_length > k_TemplateLengthLimit)
+        m_budget.length += length;
+        if (m_budget.length > k_TemplateLengthLimit)
             throw ArgumentException("The text \"" + Start() + "\" grows beyond " + String::From(k_TemplateLengthLimit) +
                                     " bytes. Shorten it or the values it names.");
     }
@@ -151,7 +158,7 @@ private:
         String const name = String(content.substr(0, nameEnd)).Trim();
         if (name.Empty())
             return false;
-        if (++m_references > k_TemplateReferenceLimit)
+        if (++m_budget.references > k_TemplateReferenceLimit)
             throw ArgumentException("The text \"" + Start() + "\" refers to more than " +
                                     String::From(k_TemplateReferenceLimit) + " values. Shorten it.");
         scope.refers = true;
@@ -225,9 +232,21 @@ private:
             value = value.Trim();
         else if (modifier.StartsWith("pad="))
             value = value.Empty() ? value : Padded(value, PadWidth(modifier.Mid(4)));
+        else if (modifier == "expand")
+            value = ExpandedAgain(value);
         else
             return false;
         return true;
+    }
+
+    String ExpandedAgain(String const& value) {
+        if (m_budget.level == k_TemplateExpandLimit)
+            throw ArgumentException("The text \"" + Start() + "\" expands values inside values more than " +
+                                    String::From(k_TemplateExpandLimit) + " times. Does a value name itself?");
+        ++m_budget.level;
+        String const text = Expander(value, m_values, m_budget).Run().Text();
+        --m_budget.level;
+        return text;
     }
 
     size_t PadWidth(String const& width) {
@@ -241,8 +260,7 @@ private:
     std::string_view m_text;
     corekit::vector<size_t> m_partners;
     TemplateValues const& m_values;
-    size_t m_length = 0;
-    size_t m_references = 0;
+    Budget& m_budget;
 };
 
 class FunctionValues : public TemplateValues {
@@ -266,7 +284,10 @@ String ExpandedTemplate::Text() const {
     return text;
 }
 
-ExpandedTemplate ExpandPieces(String const& text, TemplateValues const& values) { return Expander(text, values).Run(); }
+ExpandedTemplate ExpandPieces(String const& text, TemplateValues const& values) {
+    Budget budget;
+    return Expander(text, values, budget).Run();
+}
 
 String ExpandTemplate(String const& text, TemplateValues const& values) { return ExpandPieces(text, values).Text(); }
 

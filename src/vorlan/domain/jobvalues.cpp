@@ -7,6 +7,9 @@
 #include <vorlan/product.h>
 #include <vorlan/range.h>
 
+#include <algorithm>
+#include <cstdlib>
+
 namespace vorlan {
 
 namespace {
@@ -205,13 +208,28 @@ JobValues::Frames JobValues::ReadFrames(String const& text, char const* name) {
     if (frames.count == 0)
         return frames;
     frames.first = range.At(0);
-    frames.last = range.At(frames.count - 1);
+    frames.last = range.At(0);
+    for (FrameRange::Part const& part : range.Parts()) {
+        frames.first = std::min<int64_t>({frames.first, part.first, part.Last()});
+        frames.last = std::max<int64_t>({frames.last, part.first, part.Last()});
+    }
     frames.even = range.Parts().size() == 1;
-    frames.step = range.Parts().front().count > 1 ? range.Parts().front().step : 1;
+    frames.step = range.Parts().front().count > 1 ? std::abs(range.Parts().front().step) : 1;
     if (frames.count <= k_FrameListLimit) {
         range.ForEach([&frames](int frame) { frames.list += (frames.list.Empty() ? "" : ",") + String::From(frame); });
     }
     return frames;
+}
+
+void JobValues::TakeNameAsRange() {
+    String text;
+    FrameRange range;
+    if (FindStored(p_SubRange, text) || !FrameRange::Parse(m_job.Name(), range) || range.Empty())
+        return;
+    FrameRange whole;
+    FindOwn(p_Range, text);
+    if (FrameRange::Parse(text, whole) && range.Subtract(whole).Empty())
+        m_unitFrames = ReadFrames(m_job.Name(), p_Name);
 }
 
 bool JobValues::HasEvenFrames() const { return UnitFrames().even; }

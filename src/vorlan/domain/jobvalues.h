@@ -25,6 +25,8 @@ public:
     void SetFrame(int64_t frame);
     // $(Item) of a Command's sub menu.
     void SetItem(String const& item) { m_item = item; }
+    // A history row's copy of the Job has the row's frames as its name: takes them for the unit's.
+    void TakeNameAsRange();
     // Whether the unit's frames are evenly spaced.
     bool HasEvenFrames() const;
     // Whether $(Frame) was looked at since the last call.
@@ -33,8 +35,8 @@ public:
 private:
     // The numbers of a range's frames.
     struct Frames {
-        int64_t first = 0;
-        int64_t last = 0;
+        int64_t first = 0; // the lowest
+        int64_t last = 0;  // the highest
         int64_t step = 1;
         uint64_t count = 0;
         bool even = true;

@@ -53,6 +53,9 @@ private:
             if (IsTrueText(argument.text))
                 AddAll(argument.items, out, missing);
             break;
+        case ArgumentTemplate::Kind::Each:
+            AddEach(argument, out, missing);
+            break;
         case ArgumentTemplate::Kind::Group: {
             corekit::vector<String> group;
             bool groupMissing = false;
@@ -75,6 +78,19 @@ private:
         String const argument = m_result.shell ? ShellScript(expanded.pieces) : expanded.Text();
         if (!argument.Empty())
             out.push_back(argument);
+    }
+
+    void AddEach(ArgumentTemplate const& argument, corekit::vector<String>& out, bool& missing) {
+        String list;
+        if (!m_values.Find(argument.text, list))
+            missing = true;
+        for (size_t from = 0; from < list.size();) {
+            size_t const end = std::min(list.Find(';', from), list.size());
+            m_values.SetItem(list.Mid(from, end - from).Trim());
+            if (!list.Mid(from, end - from).Trim().Empty())
+                AddAll(argument.items, out, missing);
+            from = end + 1;
+        }
     }
 
     void AddCommandLine(String const& name, corekit::vector<String>& out, bool& missing) {
@@ -199,6 +215,7 @@ bool BuildCommandLaunch(Product const& product, Job const& job, String const& co
         return false;
     JobValues values(job, &product);
     values.SetItem(item);
+    values.TakeNameAsRange();
     if (!item.Empty() && item.FindOneNotOf("-0123456789") == String::npos)
         values.SetFrame(item.Int());
     launch = LaunchBuilder(found->GetLaunch(), values).Build();

@@ -23,8 +23,21 @@ struct CompiledRule {
     std::unique_ptr<re2::RE2> pattern;
 };
 
+using Groups = std::array<re2::StringPiece, k_GroupLimit>;
+
+// Plain, or hours, minutes and seconds with colons between them.
+double NumberIn(re2::StringPiece text) {
+    double number = 0;
+    String rest(text.as_string());
+    for (int part = 0; part < 3 && rest.Contains(":"); ++part) {
+        number = (number + rest.LeftFirst(":").Float()) * 60;
+        rest = rest.RightFirst(":");
+    }
+    return number + rest.Float();
+}
+
 // "$1" of a note's text; "$$" is "$".
-String NoteText(String const& text, std::array<re2::StringPiece, k_GroupLimit> const& groups) {
+String NoteText(String const& text, Groups const& groups) {
     String note;
     for (size_t i = 0; i < text.size(); ++i) {
         if (text[i] != '$' || i + 1 == text.size()) {
@@ -49,8 +62,8 @@ struct OutputMatcher::Compiled {
 };
 
 char const* OutputRules::KindName(OutputRule::Kind kind) {
-    static constexpr std::array<char const*, 7> names = {"Percent", "Step",    "Frame", "FrameOffset",
-                                                         "Done",    "Warning", "Error"};
+    static constexpr std::array<char const*, 9> names = {"Percent", "Step",     "Frame",   "FrameOffset", "Done",
+                                                         "Total",   "Position", "Warning", "Error"};
     return names[static_cast<size_t>(kind)];
 }
 
@@ -81,13 +94,13 @@ OutputMatcher::OutputMatcher(OutputRules const& rules, String const& subRange)
         if (!error.Empty())
             throw ParseException("The pattern \"" + rule.pattern + "\" of output rule " + String::From(i + 1) + " (" +
                                  OutputRules::KindName(rule.kind) + ") " + error);
-        m_byFrame = m_byFrame || rule.kind == Kind::Frame || rule.kind == Kind::FrameOffset;
+        m_byFrame = m_byFrame || rule.kind == Kind::Frame || rule.kind == Kind::FrameOffset || rule.kind == Kind::Done;
         m_compiled->rules.push_back(
             {rule, std::make_unique<re2::RE2>(re2::StringPiece(rule.pattern.data(), rule.pattern.size()), options)});
     }
     FrameRange range;
     if (FrameRange::Parse(subRange, range))
-        range.ForEach([this](int frame) { m_frames.push_back(frame); });
+        range.ForEach([this](int frame) { m_frames.insert(frame); });
 }
 
 OutputMatcher::~OutputMatcher() = default;
@@ -96,64 +109,82 @@ OutputMatcher::Report OutputMatcher::Feed(std::string_view line) {
     Report report;
     line = line.substr(0, k_LineLimit);
     double const before = m_percent;
-    std::array<re2::StringPiece, k_GroupLimit> groups;
+    Groups groups;
     for (CompiledRule const& compiled : m_compiled->rules) {
         groups.fill({});
         int const wanted = std::min(compiled.pattern->NumberOfCapturingGroups() + 1, k_GroupLimit);
         if (!compiled.pattern->Match(re2::StringPiece(line.data(), line.size()), 0, line.size(), re2::RE2::UNANCHORED,
                                      groups.data(), wanted))
             continue;
-        auto const number = [&groups](int group) {
-            return String(groups[static_cast<size_t>(group)].as_string()).Float();
-        };
         OutputRule const& rule = compiled.rule;
-        String const note = rule.text.Empty() ? String(line).Trim() : NoteText(rule.text, groups);
-        switch (rule.kind) {
-        case Kind::Percent:
-            SetPart(number(rule.valueGroup) / 100);
-            break;
-        case Kind::Step:
-            if (number(rule.totalGroup) > 0)
-                SetPart(number(rule.valueGroup) / number(rule.totalGroup));
-            break;
-        case Kind::Frame:
-        case Kind::Done:
-            SetFrame(number(rule.valueGroup), rule.kind == Kind::Done);
-            break;
-        case Kind::FrameOffset:
-            if (!m_frames.empty())
-                SetFrame(static_cast<double>(m_frames.front()) + number(rule.valueGroup) - 1, false);
-            break;
-        case Kind::Warning:
-            report.warning = note;
-            break;
-        case Kind::Error:
-            report.error = note;
-            if (m_firstError.Empty())
+        if (rule.kind == Kind::Warning || rule.kind == Kind::Error) {
+            String const note = rule.text.Empty() ? String(line).Trim() : NoteText(rule.text, groups);
+            (rule.kind == Kind::Warning ? report.warning : report.error) = note;
+            if (rule.kind == Kind::Error && m_firstError.Empty())
                 m_firstError = note;
-            break;
+        } else {
+            double const total = rule.kind == Kind::Step ? NumberIn(groups[static_cast<size_t>(rule.totalGroup)]) : 0;
+            TakeNumber(rule.kind, NumberIn(groups[static_cast<size_t>(rule.valueGroup)]), total);
         }
     }
     report.progressChanged = m_percent > before;
     return report;
 }
 
-void OutputMatcher::SetFrame(double frame, bool done) {
-    // Frames come in order: looking on from the present one finds the next at once.
-    for (size_t i = 0; i < m_frames.size(); ++i) {
-        size_t const at = (m_frameIndex + i) % m_frames.size();
-        if (std::abs(static_cast<double>(m_frames[at]) - frame) < 0.5) {
-            m_frameIndex = at;
-            Raise(static_cast<double>(at + (done ? 1 : 0)) / static_cast<double>(m_frames.size()));
-            return;
+void OutputMatcher::TakeNumber(Kind kind, double value, double total) {
+    switch (kind) {
+    case Kind::Percent:
+        SetPart(value / 100);
+        break;
+    case Kind::Step:
+        if (total > 0)
+            SetPart(value / total);
+        break;
+    case Kind::Total:
+        if (!(m_total > 0))
+            m_total = value;
+        break;
+    case Kind::Position:
+        if (m_total > 0)
+            SetPart(value / m_total);
+        break;
+    case Kind::Frame:
+        BeginFrame(value);
+        break;
+    case Kind::FrameOffset:
+        if (!m_frames.empty())
+            BeginFrame(static_cast<double>(*m_frames.begin()) + value - 1);
+        break;
+    case Kind::Done:
+        if (IsOwnFrame(value)) {
+            m_done.insert(static_cast<int64_t>(value));
+            Raise(static_cast<double>(m_done.size()) / static_cast<double>(m_frames.size()));
         }
+        break;
+    case Kind::Warning:
+    case Kind::Error:
+        break;
     }
+}
+
+bool OutputMatcher::IsOwnFrame(double frame) const {
+    return std::abs(frame) < 1e12 && m_frames.count(static_cast<int64_t>(frame)) != 0;
+}
+
+// Frames are counted as they begin, so that it does not matter in which order a program takes them.
+void OutputMatcher::BeginFrame(double frame) {
+    if (!IsOwnFrame(frame))
+        return;
+    m_begun.insert(static_cast<int64_t>(frame));
+    Raise(static_cast<double>(m_begun.size() - 1) / static_cast<double>(m_frames.size()));
 }
 
 void OutputMatcher::SetPart(double part) {
     part = std::clamp(part, 0.0, 1.0);
-    if (m_byFrame && !m_frames.empty())
-        part = (static_cast<double>(m_frameIndex) + part) / static_cast<double>(m_frames.size());
+    if (m_byFrame && !m_frames.empty()) {
+        size_t const before = std::max(m_done.size(), m_begun.empty() ? 0 : m_begun.size() - 1);
+        part = (static_cast<double>(before) + part) / static_cast<double>(m_frames.size());
+    }
     Raise(part);
 }
 

@@ -1,5 +1,6 @@
 // Automatic detection: what else changes when one parameter of a Job changes.
 
+#include <corekit/path.h>
 #include <vorlan/jobtemplate.h>
 #include <vorlan/product.h>
 
@@ -26,12 +27,13 @@ public:
             return !value.Empty();
         }
         auto const found = m_values.find(name);
-        if (found != m_values.end() && !found->second.Empty()) {
-            value = found->second;
-            return true;
-        }
         auto const parameter = m_product.GetParam(String(name));
-        value = parameter ? parameter->GetDefault() : String();
+        if (found != m_values.end() && !found->second.Empty())
+            value = found->second;
+        else
+            value = parameter ? parameter->GetDefault() : String();
+        if (parameter && parameter->HasFlag(Parameter::f_Enquote))
+            value = Path::Dequote(value);
         return !value.Empty();
     }
 
@@ -42,11 +44,9 @@ private:
 };
 
 // Whether the rule is for this change; fills the groups.
-bool Applies(DetectRule const& rule, String const& name, OptionMap const& values, corekit::vector<String>& groups) {
+bool Applies(DetectRule const& rule, String const& name, String const& value, corekit::vector<String>& groups) {
     if (rule.name.CompareNoCase(name) != 0)
         return false;
-    auto const found = values.find(name);
-    String const value = found == values.end() ? String() : found->second;
     groups = {value};
     if (rule.pattern.Empty())
         return true;
@@ -83,18 +83,23 @@ String CheckDetectRule(String const& key) {
 
 bool Product::AutoDetect(String const& name, OptionMap& values) const {
     OptionMap const before = values;
+    String changed;
+    DetectValues(*this, before, {}).Find(name, changed);
     bool any = false;
     for (auto const& [key, updates] : m_autoDetect) {
         corekit::vector<String> groups;
-        if (!Applies(SplitDetectRule(key), name, before, groups))
+        if (!Applies(SplitDetectRule(key), name, changed, groups))
             continue;
         any = true;
         DetectValues const known(*this, before, groups);
         for (auto const& [parameter, text] : updates) {
             ExpandedTemplate const expanded = ExpandPieces(text, known);
             // A text that lacks a value says nothing.
-            if (!expanded.missing)
-                values[parameter] = expanded.Text();
+            if (expanded.missing)
+                continue;
+            auto const info = GetParam(parameter);
+            bool const enquote = info && info->HasFlag(Parameter::f_Enquote);
+            values[parameter] = enquote ? Path::Enquote(expanded.Text()) : expanded.Text();
         }
     }
     return any;

@@ -18,6 +18,30 @@ bool IsNumber(Parameter::TYPE type) {
 
 bool IsHeading(Parameter::TYPE type) { return type == Parameter::t_Separator || type == Parameter::t_HelpText; }
 
+bool IsKnownSetting(std::string_view key) {
+    static corekit::set<std::string_view, String::ciless> const known = {k_SettingName,
+                                                                         k_SettingNiceName,
+                                                                         k_SettingPrompt,
+                                                                         k_SettingHelp,
+                                                                         k_SettingDefault,
+                                                                         k_SettingAlternate,
+                                                                         k_SettingFilter,
+                                                                         k_SettingRestriction,
+                                                                         k_SettingRange,
+                                                                         k_SettingCustom,
+                                                                         k_SettingCustomDefault,
+                                                                         k_SettingNegativeCustom,
+                                                                         k_SettingNegativeCustomDefault,
+                                                                         k_SettingTrue,
+                                                                         k_SettingFalse,
+                                                                         k_SettingOverride,
+                                                                         k_SettingFields,
+                                                                         k_SettingSeparator,
+                                                                         k_SettingTimeFormat,
+                                                                         k_SettingJoin};
+    return known.count(key) != 0;
+}
+
 String TypeNames() {
     String names;
     for (int i = 0; i < Parameter::t_Count; ++i)
@@ -96,7 +120,7 @@ void ProductReader::ReadSettings(JsonPlace const& place, Parameter& parameter) {
         } else if (value.is_boolean() && key == k_SettingDefault) {
             parameter.m_settings[key] =
                 parameter.Type() == Parameter::t_BoolOverride ? (value.get<bool>() ? "1" : "0") : member.Text();
-        } else if (value.is_primitive() && !value.is_null()) {
+        } else if (IsKnownSetting(key) || (value.is_primitive() && !value.is_null())) {
             parameter.m_settings[key] = member.Text();
         } else {
             extra[key] = value;

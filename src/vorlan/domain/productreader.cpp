@@ -235,7 +235,7 @@ OutputRule ProductReader::ReadRule(JsonPlace const& place) {
     if (!known)
         place.Member("Kind").Fail("\"" + kind +
                                   R"(" is no kind of rule. Expected "Percent", "Step", "Frame", )"
-                                  R"("FrameOffset", "Done", "Warning" or "Error")");
+                                  R"("FrameOffset", "Done", "Total", "Position", "Warning" or "Error")");
     rule.pattern = place.Member("Pattern").Text();
     if (place.Has("Value"))
         rule.valueGroup = place.Member("Value").Int(0, 15);
@@ -302,8 +302,13 @@ ArgumentTemplate ProductReader::ReadArgument(JsonPlace const& place, int depth) 
         argument.kind = Kind::If;
         argument.text = place.Member("If").Text();
         items = place.Member("Arguments");
+    } else if (place.Value().is_object() && place.Has("Each") && place.Has("Arguments")) {
+        argument.kind = Kind::Each;
+        argument.text = place.Member("Each").Text();
+        items = place.Member("Arguments");
     } else if (place.Value().is_object()) {
-        place.Fail(R"(expected {"CommandLine": "parameter"} or {"If": "condition", "Arguments": [...]})");
+        place.Fail(
+            R"(expected {"CommandLine": "parameter"}, {"Each": "parameter", "Arguments": [...]} or {"If": "condition", "Arguments": [...]})");
     } else {
         argument.text = place.Text();
         return argument;

@@ -131,7 +131,7 @@ Json ProductWriter::WriteArgument(ArgumentTemplate const& argument) {
     if (argument.kind == Kind::Group)
         return items;
     Json json = Json::object();
-    json["If"] = argument.text.Str();
+    json[argument.kind == Kind::If ? "If" : "Each"] = argument.text.Str();
     json["Arguments"] = items;
     return json;
 }
