@@ -1,0 +1,217 @@
+#include "master/core/core.h"
+
+#include "master/core/distributor.h"
+#include "master/core/engines.h"
+#include "master/core/jobs.h"
+#include "master/core/loader.h"
+#include "master/core/relay.h"
+#include "master/core/reporter.h"
+#include "master/core/runs.h"
+#include "master/core/settings.h"
+
+#include <algorithm>
+
+namespace farm {
+
+namespace {
+
+// Time-outs are looked at that often.
+constexpr Time k_CheckEvery = Time::Seconds(1);
+
+} // namespace
+
+Core::Core(CoreConfig config) : m_farm(std::make_unique<Farm>(std::move(config))) {
+    m_farm->settings->AddShipped();
+    ListenToClients();
+    ListenToEngines();
+}
+
+Core::~Core() = default;
+
+template <class T, class Function>
+void Core::On(From from, Function function) {
+    m_handlers[T::s_Type] = {from, [function](Peer& peer, boost::shared_ptr<Message> const& message) {
+                                 function(peer, boost::static_pointer_cast<T>(message));
+                             }};
+}
+
+void Core::ListenToClients() {
+    Farm& f = *m_farm;
+    auto const c = From::Clients;
+    // Jobs and work.
+    On<JobMsg>(c, [&f](Peer& p, auto const& m) { f.jobActions->OnJob(p.id, *m); });
+    On<JobParameterMsg>(c, [&f](Peer& p, auto const& m) { f.jobActions->OnParameter(p.id, *m); });
+    On<DeleteJobMsg>(c, [&f](Peer& p, auto const& m) { f.jobActions->OnDelete(p.id, *m); });
+    On<ResetJobFailuresMsg>(c, [&f](Peer& p, auto const& m) { f.jobActions->OnResetFailures(p.id, *m); });
+    On<StopWorkMsg>(c, [&f](Peer& p, auto const& m) { f.engineActions->OnStop(p.id, *m); });
+    // Engines.
+    On<EngineMsg>(c, [&f](Peer& p, auto const& m) { f.engineActions->OnEngine(p.id, *m); });
+    On<EngineOptionsMsg>(c, [&f](Peer& p, auto const& m) { f.engineActions->OnOptions(p.id, *m); });
+    On<RemoveEngineMsg>(c, [&f](Peer& p, auto const& m) { f.engineActions->OnRemove(p.id, *m); });
+    On<DefaultEngineMsg>(c, [&f](Peer&, auto const& m) { f.engineActions->OnDefault(*m); });
+    On<DefaultEngineOptionsMsg>(c, [&f](Peer&, auto const& m) { f.engineActions->OnDefaultOptions(*m); });
+    On<ResetEngineFailuresMsg>(c, [&f](Peer& p, auto const& m) { f.engineActions->OnResetFailures(p.id, *m); });
+    // Settings.
+    On<SetMasterOptionsMsg>(c, [&f](Peer& p, auto const& m) { f.settings->OnOptions(p.id, *m); });
+    On<SetMasterLimitsMsg>(c, [&f](Peer&, auto const& m) { f.settings->OnLimits(*m); });
+    On<SetMasterRestrictionsMsg>(c, [&f](Peer&, auto const& m) { f.settings->OnRestrictions(*m); });
+    On<PathTranslationsMsg>(c, [&f](Peer&, auto const& m) { f.settings->OnTranslations(*m); });
+    On<MasterDefaultStartupMsg>(c, [&f](Peer&, auto const& m) { f.settings->OnStartup(*m); });
+    On<PoolMsg>(c, [&f](Peer&, auto const& m) { f.settings->OnPools(*m); });
+    On<DeletePoolMsg>(c, [&f](Peer& p, auto const& m) { f.settings->OnDeletePool(p.id, *m); });
+    On<ProductMsg>(c, [&f](Peer& p, auto const& m) { f.settings->OnProduct(p.id, *m); });
+    On<RemoveProductMsg>(c, [&f](Peer& p, auto const& m) { f.settings->OnRemoveProduct(p.id, *m); });
+    // Requests.
+    On<NotifyOnEventMsg>(c, [&f](Peer& p, auto const& m) { f.peers.Follow(p, m->all, m->ids); });
+    On<GetJobInfoMsg>(c, [&f](Peer& p, auto const& m) { f.loader->OnGetJobs(p, *m); });
+    On<GetEngineInfoMsg>(c, [&f](Peer& p, auto const& m) { f.loader->OnGetEngines(p, *m); });
+    On<GetMasterOptionsMsg>(c, [&f](Peer& p, auto const&) { f.settings->SendOptions(p.id); });
+    On<GetMasterLimitsMsg>(c, [&f](Peer& p, auto const&) { f.settings->SendLimits(p.id); });
+    On<GetMasterRestrictionsMsg>(c, [&f](Peer& p, auto const&) { f.settings->SendRestrictions(p.id); });
+    On<GetDefaultEngineMsg>(c, [&f](Peer& p, auto const&) { f.settings->SendDefaultEngine(p.id); });
+    On<GetFailureArchiveMsg>(c, [&f](Peer& p, auto const&) { f.settings->SendFailures(p.id); });
+    On<GetPoolsMsg>(c, [&f](Peer& p, auto const&) { f.settings->SendPools(p.id); });
+    On<ReportJobStatusMsg>(c, [&f](Peer& p, auto const& m) { f.reporter->OnJobStatus(p.id, *m); });
+    On<WatchJobDispatchMsg>(c, [&f](Peer& p, auto const& m) { f.reporter->OnWatchJob(p.id, *m); });
+    On<WatchEngineDispatchMsg>(c, [&f](Peer& p, auto const& m) { f.reporter->OnWatchEngine(p.id, *m); });
+    On<LogDumpMsg>(c, [&f](Peer&, auto const&) { f.out.Log(LogLevel::System, f.reporter->State()); });
+    // What goes on to Engines.
+    On<GetOutputMsg>(c, [&f](Peer& p, auto const& m) { f.relay->OnGetOutput(p.id, m); });
+    On<CloseOutputMsg>(c, [&f](Peer& p, auto const& m) { f.relay->OnCloseOutput(p.id, m); });
+    On<ExecuteCommandMsg>(c, [&f](Peer& p, auto const& m) { f.relay->OnExecute(p.id, m); });
+    On<MachineMsg>(c, [&f](Peer& p, auto const& m) { f.relay->OnMachine(p.id, m); });
+    On<StopVorlanOnNodeMsg>(c, [&f](Peer& p, auto const& m) { f.relay->OnStopPrograms(p.id, m); });
+    On<ShutdownMsg>(c, [&f](Peer&, auto const&) { f.relay->OnShutdown(); });
+}
+
+void Core::ListenToEngines() {
+    Farm& f = *m_farm;
+    auto const e = From::Engines;
+    On<RegisterEngineMsg>(e, [&f](Peer& p, auto const& m) { f.engineActions->OnRegister(p, *m); });
+    On<HeartbeatMsg>(e, [&f](Peer& p, auto const&) { f.engineActions->OnHeartbeat(p); });
+    On<WorkBegunMsg>(e, [&f](Peer& p, auto const& m) { f.engineActions->OnBegun(p, *m); });
+    On<WorkProgressMsg>(e, [&f](Peer& p, auto const& m) { f.engineActions->OnProgress(p, *m); });
+    On<WorkEndedMsg>(e, [&f](Peer& p, auto const& m) { f.engineActions->OnEnded(p, *m); });
+    On<OutputDataMsg>(e, [&f](Peer& p, auto const& m) { f.relay->OnOutput(p, m); });
+    On<PingMsg>(From::All, [&f](Peer& p, auto const& m) {
+        auto pong = PongMsg::New();
+        pong->time = m->time;
+        f.out.To(p.id, pong);
+    });
+}
+
+void Core::Restore(Record const& record) {
+    m_farm->lastNumber = std::max(m_farm->lastNumber, record.number);
+    switch (record.kind) {
+    case RecordKind::Job:
+        m_farm->jobActions->RestoreJob(record);
+        break;
+    case RecordKind::JobState:
+        m_farm->jobActions->RestoreState(record);
+        break;
+    case RecordKind::History:
+        m_farm->jobActions->RestoreRun(record);
+        break;
+    case RecordKind::Engine:
+        m_farm->engineActions->RestoreEngine(record);
+        break;
+    case RecordKind::EngineOptions:
+        m_farm->engineActions->RestoreOptions(record);
+        break;
+    case RecordKind::Pool:
+        m_farm->settings->RestorePool(record);
+        break;
+    case RecordKind::Product:
+        m_farm->settings->RestoreProduct(record);
+        break;
+    case RecordKind::Option:
+        m_farm->settings->RestoreOption(record);
+        break;
+    case RecordKind::Failure:
+        m_farm->settings->RestoreFailure(record);
+        break;
+    case RecordKind::EngineHistory:
+        m_farm->engineActions->RestoreHistory(record);
+        break;
+    case RecordKind::Counter:
+        break;
+    }
+}
+
+void Core::RestoreDone(Time now) {
+    m_farm->now = now;
+    m_farm->settings->RestoreDone();
+    m_farm->engineActions->RestoreDone();
+    m_farm->jobActions->RestoreDone();
+    m_farm->runActions->CountCreators();
+    m_nextCheck = now;
+}
+
+void Core::Handle(Time now, Event const& event, std::vector<Effect>& effects) {
+    m_farm->now = now;
+    m_farm->out.Open(effects);
+    m_farm->jobActions->FinishRestored();
+    std::visit([this](auto const& one) { HandleOne(one); }, event);
+    if (m_nextCheck <= now)
+        CheckTimes();
+    m_farm->distributor->CheckTimes();
+    m_farm->jobActions->CheckTimes();
+    m_farm->distributor->Distribute();
+    m_farm->out.Close();
+}
+
+void Core::HandleOne(PeerConnected const& event) {
+    if (event.peer == 0 || m_farm->peers.Find(event.peer))
+        return;
+    m_farm->loader->SendInitial(m_farm->peers.Add(event));
+}
+
+void Core::HandleOne(PeerGone const& event) {
+    Peer* const peer = m_farm->peers.Find(event.peer);
+    if (!peer)
+        return;
+    EngineEntry* const engine = peer->engine;
+    m_farm->peers.Remove(event.peer);
+    m_farm->relay->PeerGone(event.peer);
+    if (engine)
+        m_farm->engineActions->PeerGone(*engine);
+}
+
+void Core::HandleOne(PeerMessage const& event) {
+    Peer* const peer = m_farm->peers.Find(event.peer);
+    if (!peer || !event.message)
+        return;
+    if (peer->engine)
+        peer->engine->lastSeen = m_farm->now;
+    auto const at = m_handlers.find(event.message->Type());
+    bool const isEngine = peer->kind == net::PeerKind::Engine;
+    if (at == m_handlers.end() || (at->second.from == From::Engines && !isEngine) ||
+        (at->second.from == From::Clients && isEngine)) {
+        m_farm->out.Log(LogLevel::Warning, "Ignored a " + String(event.message->TypeName()) + " from " +
+                                               peer->machineName + ": not expected from it.");
+        return;
+    }
+    at->second.handler(*peer, event.message);
+}
+
+void Core::HandleOne(Tick const&) {}
+
+void Core::CheckTimes() {
+    m_nextCheck = m_farm->now + k_CheckEvery;
+    m_farm->engineActions->CheckTimes();
+    m_farm->runActions->CheckTimes();
+}
+
+bool Core::Pull(PeerId id, size_t maxBytes, std::vector<MessagePtr>& out) {
+    Peer* const peer = m_farm->peers.Find(id);
+    return peer && m_farm->loader->Pull(*peer, maxBytes, out);
+}
+
+Time Core::NextDeadline() const {
+    Time next = std::min(m_nextCheck, m_farm->distributor->NextTime());
+    if (Time const deletion = m_farm->jobActions->NextTime(); !deletion.IsZero())
+        next = std::min(next, deletion);
+    return next;
+}
+
+} // namespace farm

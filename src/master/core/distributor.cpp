@@ -1,0 +1,246 @@
+#include "master/core/distributor.h"
+
+#include "master/core/conditions.h"
+#include "master/core/runs.h"
+
+#include <algorithm>
+
+namespace farm {
+
+namespace {
+
+// The shortest time between two rounds over everything.
+constexpr Time k_ShortestRound = Time::Seconds(1);
+
+} // namespace
+
+void Distributor::EngineChanged(EngineEntry& engine) { m_dirtyEngines.insert(engine.number); }
+
+void Distributor::JobChanged(JobEntry& job, Chance chance) {
+    Chance& known = m_dirtyJobs.try_emplace(job.number, Chance::Same).first->second;
+    known = std::max(known, chance);
+}
+
+void Distributor::DependentsChanged(UID const& job) {
+    auto const at = m_farm.dependents.find(job);
+    if (at == m_farm.dependents.end())
+        return;
+    for (uint64_t const number : at->second)
+        m_dirtyJobs[number] = Chance::New;
+}
+
+void Distributor::ForgetJob(JobEntry& job) {
+    m_farm.waiting.Remove(job);
+    m_dirtyJobs.erase(job.number);
+}
+
+void Distributor::ForgetEngine(EngineEntry& engine) {
+    if (engine.inFree)
+        m_farm.freeEngines.erase(&engine);
+    engine.inFree = false;
+    m_dirtyEngines.erase(engine.number);
+}
+
+void Distributor::WakeJob(JobEntry const& job, Time at) {
+    if (!at.IsZero())
+        m_wakes.push({at, job.number});
+}
+
+void Distributor::WakeAll(Time at) {
+    if (!at.IsZero())
+        m_wakes.push({at, 0});
+}
+
+WaitKey Distributor::KeyOf(JobEntry const& job) const {
+    WaitKey key;
+    key.priority = job.settings.priority;
+    key.number = job.number;
+    int boost = job.settings.boost;
+    if (boost == 0) {
+        auto const ofProduct = m_farm.productBoosts.find(job.settings.type);
+        boost = ofProduct == m_farm.productBoosts.end() ? m_farm.policy.globalBoost : ofProduct->second;
+    }
+    key.boosted = boost > 0 && job.given < static_cast<uint64_t>(boost);
+    key.running = m_farm.policy.fifo ? 0 : static_cast<unsigned>(job.runs.size());
+    return key;
+}
+
+void Distributor::Refresh(JobEntry& job) {
+    if (JobAllows(m_farm, job))
+        m_farm.waiting.Insert(job, KeyOf(job));
+    else
+        m_farm.waiting.Remove(job);
+}
+
+void Distributor::Refresh(EngineEntry& engine) {
+    bool const isFree = engine.Online() && engine.settings.enabled && engine.Free() > 0 &&
+                        (m_farm.policy.packEngine || engine.runs.empty());
+    if (engine.inFree) {
+        if (isFree && engine.freeCores == engine.Free() && engine.freePriority == engine.settings.priority)
+            return;
+        m_farm.freeEngines.erase(&engine);
+    }
+    engine.inFree = isFree;
+    engine.freeCores = engine.Free();
+    engine.freePriority = engine.settings.priority;
+    if (isFree)
+        m_farm.freeEngines.insert(&engine);
+}
+
+bool Distributor::GiveOne(JobEntry& job, EngineEntry& engine) {
+    bool const bound = !job.engineOfUnit.empty();
+    FrameMap const* const even = job.settings.evenPackets ? &job.frames : nullptr;
+    Spans packet =
+        job.queue.Take(PacketSizeOf(m_farm, job), even, AllowedPositions(m_farm, job, bound ? &engine : nullptr));
+    if (packet.empty())
+        return false;
+    m_farm.runActions->Give(job, engine, std::move(packet));
+    Refresh(job);
+    Refresh(engine);
+    return true;
+}
+
+JobEntry* Distributor::ChooseFrom(std::vector<WaitIndex::Buckets const*> const& pools,
+                                  EngineEntry const& engine) const {
+    std::vector<Cursor> cursors;
+    for (WaitIndex::Buckets const* const pool : pools) {
+        for (auto const& [key, bucket] : *pool) {
+            if (BucketAllows(m_farm, **bucket.begin(), engine))
+                cursors.push_back({bucket.begin(), bucket.end()});
+        }
+    }
+    while (!cursors.empty()) {
+        auto const best = std::min_element(cursors.begin(), cursors.end(), [](Cursor const& a, Cursor const& b) {
+            return (*a.at)->key < (*b.at)->key;
+        });
+        JobEntry* const job = *best->at;
+        if (PairAllows(m_farm, *job, engine))
+            return job;
+        if (++best->at == best->end) {
+            *best = cursors.back();
+            cursors.pop_back();
+        }
+    }
+    return nullptr;
+}
+
+JobEntry* Distributor::Choose(EngineEntry const& engine) const {
+    std::vector<WaitIndex::Buckets const*> pools;
+    // The Engine's Pools in its order, then the whole system.
+    for (UID const& pool : engine.settings.pools) {
+        if (WaitIndex::Buckets const* const buckets = m_farm.waiting.OfPool(pool))
+            pools.push_back(buckets);
+    }
+    if (WaitIndex::Buckets const* const buckets = m_farm.waiting.OfPool(UID::Null))
+        pools.push_back(buckets);
+    if (m_farm.policy.ignorePools)
+        return ChooseFrom(pools, engine);
+    for (WaitIndex::Buckets const* const pool : pools) {
+        if (JobEntry* const job = ChooseFrom({pool}, engine))
+            return job;
+    }
+    return nullptr;
+}
+
+// Gives the Engines, the first in order first, a unit each as long as there are any.
+void Distributor::Serve(std::vector<EngineEntry*> engines) {
+    auto const later = [](EngineEntry const* a, EngineEntry const* b) { return FreeLess()(b, a); };
+    std::erase_if(engines, [](EngineEntry const* engine) { return !engine->inFree; });
+    std::make_heap(engines.begin(), engines.end(), later);
+    while (!engines.empty() && m_farm.waiting.Size() > 0) {
+        std::pop_heap(engines.begin(), engines.end(), later);
+        EngineEntry& engine = *engines.back();
+        JobEntry* const job = EngineAllows(m_farm, engine) ? Choose(engine) : nullptr;
+        if (job && GiveOne(*job, engine) && engine.inFree)
+            std::push_heap(engines.begin(), engines.end(), later);
+        else
+            engines.pop_back();
+    }
+}
+
+// Offers the units of one Job to the free Engines.
+void Distributor::Offer(JobEntry& job) {
+    auto const later = [](EngineEntry const* a, EngineEntry const* b) { return FreeLess()(b, a); };
+    auto const allows = [&](EngineEntry const& engine) {
+        return EngineAllows(m_farm, engine) && BucketAllows(m_farm, job, engine) && PairAllows(m_farm, job, engine);
+    };
+    // One unit is all there is as often as not: the first that may have it is enough.
+    std::vector<EngineEntry*> engines(m_farm.freeEngines.begin(), m_farm.freeEngines.end());
+    while (!engines.empty() && job.waiting) {
+        std::pop_heap(engines.begin(), engines.end(), later);
+        EngineEntry& engine = *engines.back();
+        if (engine.inFree && allows(engine) && GiveOne(job, engine) && engine.inFree)
+            std::push_heap(engines.begin(), engines.end(), later);
+        else
+            engines.pop_back();
+    }
+}
+
+void Distributor::Distribute() {
+    if (m_all) {
+        m_all = false;
+        m_serveAll = false;
+        m_lastRound = m_farm.now;
+        m_dirtyJobs.clear();
+        m_dirtyEngines.clear();
+        for (auto const& [number, job] : m_farm.jobs)
+            Refresh(*job);
+        for (auto const& [number, engine] : m_farm.engines)
+            Refresh(*engine);
+        Serve({m_farm.freeEngines.begin(), m_farm.freeEngines.end()});
+        return;
+    }
+    std::vector<EngineEntry*> engines;
+    for (uint64_t const number : std::exchange(m_dirtyEngines, {})) {
+        auto const at = m_farm.engines.find(number);
+        if (at == m_farm.engines.end())
+            continue;
+        Refresh(*at->second);
+        engines.push_back(at->second.get());
+    }
+    std::vector<JobEntry*> jobs;
+    for (auto const& [number, chance] : std::exchange(m_dirtyJobs, {})) {
+        JobEntry* const job = m_farm.FindJob(number);
+        if (!job)
+            continue;
+        bool const wasWaiting = job->waiting;
+        Refresh(*job);
+        if (job->waiting && (!wasWaiting || chance == Chance::New))
+            jobs.push_back(job);
+    }
+    if (m_serveAll)
+        engines.assign(m_farm.freeEngines.begin(), m_farm.freeEngines.end());
+    m_serveAll = false;
+    Serve(std::move(engines));
+    std::sort(jobs.begin(), jobs.end(), [](JobEntry const* a, JobEntry const* b) { return a->key < b->key; });
+    for (JobEntry* const job : jobs) {
+        if (job->waiting && !m_farm.freeEngines.empty())
+            Offer(*job);
+    }
+    m_dirtyEngines.clear();
+    m_dirtyJobs.clear();
+}
+
+void Distributor::CheckTimes() {
+    while (!m_wakes.empty() && m_wakes.top().at <= m_farm.now) {
+        Wake const wake = m_wakes.top();
+        m_wakes.pop();
+        if (wake.job != 0)
+            m_dirtyJobs[wake.job] = Chance::New;
+        else
+            m_serveAll = true;
+    }
+    if (m_lastRound + std::max(m_farm.policy.frequency, k_ShortestRound) > m_farm.now)
+        return;
+    // The regular round finds what the changes alone did not, such as limits that
+    // another Engine's unit has freed.
+    m_lastRound = m_farm.now;
+    m_serveAll = true;
+}
+
+Time Distributor::NextTime() const {
+    Time const round = m_lastRound + std::max(m_farm.policy.frequency, k_ShortestRound);
+    return m_wakes.empty() ? round : std::min(round, m_wakes.top().at);
+}
+
+} // namespace farm

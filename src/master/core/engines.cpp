@@ -1,0 +1,409 @@
+#include "master/core/engines.h"
+
+#include "master/core/distributor.h"
+#include "master/core/jobs.h"
+#include "master/core/rows.h"
+#include "master/core/runs.h"
+
+#include <boost/make_shared.hpp>
+#include <corekit/sformat.h>
+#include <vorlan/status.h>
+
+#include <algorithm>
+
+namespace farm {
+
+namespace {
+
+// An Engine that is connected and says nothing for that long is taken for gone.
+constexpr Time k_Silence = Time::Seconds(60);
+
+UID UIDOfRecord(Record const& record) {
+    return UID::FromBytes({reinterpret_cast<uint8_t const*>(record.id.data()), record.id.size()});
+}
+
+} // namespace
+
+EngineEntry& Engines::Make(UID const& id, uint64_t number) {
+    auto owned = std::make_unique<EngineEntry>();
+    EngineEntry& engine = *owned;
+    engine.number = number;
+    engine.id = id;
+    m_farm.enginesById[id] = &engine;
+    m_farm.engines.emplace(number, std::move(owned));
+    return engine;
+}
+
+void Engines::ReadSettings(EngineEntry& engine) {
+    Engine effective = *engine.engine;
+    effective.FillFrom(*m_farm.defaultEngine);
+    EngineSettings& s = engine.settings;
+    s.enabled = effective.Enabled();
+    s.priority = effective.Priority();
+    s.forceCores = effective.ForceCores();
+    s.capacity = effective.UseCPUsAtTime(m_farm.now);
+    s.restricted = effective.Restricted();
+    s.pools = effective.GetAllPools();
+    s.disabledProducts = effective.DisabledProducts();
+    m_farm.distributor->EngineChanged(engine);
+}
+
+boost::shared_ptr<Engine> Engines::Change(EngineEntry& engine) {
+    auto changed = boost::make_shared<Engine>(*engine.engine);
+    engine.engine = changed;
+    return changed;
+}
+
+void Engines::StoreEngine(EngineEntry const& engine) {
+    m_farm.out.Put(RecordKind::Engine, engine.number, engine.id, EncodeEngine(*engine.engine));
+}
+
+void Engines::TellEngine(EngineEntry const& engine) {
+    if (!m_farm.out.Wanted<EngineMsg>())
+        return;
+    auto message = EngineMsg::New();
+    message->engine = *engine.engine;
+    m_farm.out.ToFollowers(message);
+}
+
+void Engines::SendSettings(EngineEntry const& engine) {
+    if (!engine.Online())
+        return;
+    auto message = EngineSettingsMsg::New();
+    message->engine = *engine.engine;
+    message->engine.FillFrom(*m_farm.defaultEngine);
+    m_farm.out.To(engine.peer, message);
+}
+
+void Engines::Note(EngineEntry& engine, String const& text) {
+    uint64_t const number = m_farm.NextNumber();
+    EngineHistoryElement const element{m_farm.now, text};
+    engine.history.emplace_back(number, element);
+    m_farm.out.Put(RecordKind::EngineHistory, number, engine.id, WriteRow(EngineHistoryRow{engine.id, element}));
+    while (engine.history.size() > std::max(m_farm.policy.maxEngineHistory, 1U)) {
+        m_farm.out.Erase(RecordKind::EngineHistory, engine.history.front().first);
+        engine.history.pop_front();
+    }
+    if (m_farm.out.Wanted<EngineHistoryElementMsg>()) {
+        auto message = EngineHistoryElementMsg::New();
+        message->engine = engine.id;
+        message->element = element;
+        m_farm.out.ToFollowers(message);
+    }
+}
+
+void Engines::OnRegister(Peer& peer, RegisterEngineMsg const& message) {
+    UID const id = message.engine.id;
+    if (id.IsNull() || peer.engine) {
+        m_farm.out.Log(LogLevel::Warning, "Ignored a registration from " + peer.machineName +
+                                              (id.IsNull() ? ": it has no Engine ID." : ": it is registered already."));
+        return;
+    }
+    EngineEntry* engine = m_farm.FindEngine(id);
+    bool const isNew = !engine;
+    if (isNew)
+        engine = &Make(id, m_farm.NextNumber());
+    if (engine->Online()) {
+        PeerId const old = engine->peer;
+        if (Peer* const other = m_farm.peers.Find(old))
+            other->engine = nullptr;
+        m_farm.out.ClosePeerWith(old, "The Engine " + message.engine.Name() + " has connected again.");
+    }
+    peer.engine = engine;
+    engine->peer = peer.id;
+    engine->lastSeen = m_farm.now;
+    engine->goneSince = Time();
+
+    auto record = boost::make_shared<Engine>(message.engine);
+    if (!isNew) {
+        record->CopyCommon(*engine->engine);
+        record->SetNote(engine->engine->Note());
+    }
+    record->SetUTCOffset(message.engine.UTCOffset());
+    record->SetOnline(true);
+    record->SetStatus(0);
+    if (record->StartTime().IsZero())
+        record->SetStartTime(m_farm.now);
+    engine->engine = record;
+    ReadSettings(*engine);
+    StoreEngine(*engine);
+    TellEngine(*engine);
+    SendSettings(*engine);
+    Note(*engine, isNew ? "Connected for the first time" : "Connected");
+    m_farm.out.Log(LogLevel::Status, "Engine " + record->Name() + " connected");
+    Settle(*engine, message);
+}
+
+// What the Engine ran and what ended decides over what the Master thought.
+void Engines::Settle(EngineEntry& engine, RegisterEngineMsg const& message) {
+    for (WorkEnded const& ended : message.ended)
+        Ended(engine, ended);
+    std::set<UID> running;
+    for (RunState const& state : message.running) {
+        running.insert(state.work);
+        Run* const run = m_farm.FindRun(state.work);
+        if (!run) {
+            m_farm.runActions->AdoptOrphan(engine, state.work, 1, "The Master has given this work up");
+        } else if (run->engine == &engine) {
+            if (state.status == Started)
+                m_farm.runActions->Begin(*run, state.started);
+            if (run->stop)
+                m_farm.runActions->SendStop(*run);
+        }
+    }
+    std::vector<Run*> missing;
+    for (Run* const run : engine.runs) {
+        if (!running.contains(run->work))
+            missing.push_back(run);
+    }
+    for (Run* const run : missing)
+        m_farm.runActions->GiveUp(*run, Lost, "The Engine has no such work any more");
+}
+
+void Engines::OnHeartbeat(Peer& peer) {
+    if (peer.engine)
+        peer.engine->lastSeen = m_farm.now;
+}
+
+void Engines::OnBegun(Peer& peer, WorkBegunMsg const& message) {
+    Run* const run = m_farm.FindRun(message.work);
+    if (run && peer.engine && run->engine == peer.engine)
+        m_farm.runActions->Begin(*run, message.time);
+}
+
+void Engines::OnProgress(Peer& peer, WorkProgressMsg const& message) {
+    Run* const run = m_farm.FindRun(message.work);
+    if (run && peer.engine && run->engine == peer.engine)
+        m_farm.runActions->SetValues(*run, message.values);
+}
+
+void Engines::OnEnded(Peer& peer, WorkEndedMsg const& message) {
+    if (peer.engine)
+        Ended(*peer.engine, message.ended);
+}
+
+void Engines::Ended(EngineEntry& engine, WorkEnded const& ended) {
+    Run* const run = m_farm.FindRun(ended.work);
+    if (run && run->engine != &engine) {
+        m_farm.out.Log(LogLevel::Warning, "Engine " + engine.engine->Name() + " reports the end of work {" +
+                                              ended.work.ToString() + "}, which another Engine has. Ignored.");
+        return;
+    }
+    bool const counts = run && run->job;
+    if (run)
+        m_farm.runActions->End(*run, ended.status, ended.note, ended.time);
+    if (!counts) {
+        if (JobEntry* const job = m_farm.FindJob(ended.job))
+            m_farm.runActions->LateResult(*job, ended);
+    }
+    auto ack = WorkEndedAckMsg::New();
+    ack->work = ended.work;
+    m_farm.out.To(engine.peer, ack);
+}
+
+void Engines::PeerGone(EngineEntry& engine) {
+    engine.peer = 0;
+    engine.goneSince = m_farm.now;
+    Change(engine)->SetOnline(false);
+    TellEngine(engine);
+    Note(engine, "Disconnected");
+    m_farm.out.Log(LogLevel::Status, "Engine " + engine.engine->Name() + " disconnected");
+    // What it was told to drop it drops when it comes back.
+    std::vector<Run*> const runs = engine.runs;
+    for (Run* const run : runs) {
+        if (run->stop)
+            m_farm.runActions->EndUnconfirmed(*run);
+    }
+    m_farm.distributor->EngineChanged(engine);
+}
+
+void Engines::OnEngine(PeerId peer, EngineMsg const& message) {
+    EngineEntry* const engine = m_farm.FindEngine(message.engine.id);
+    if (!engine) {
+        m_farm.out.Refuse(peer, message.engine.id, "The Engine is not there any more.");
+        return;
+    }
+    bool const wasEnabled = engine->settings.enabled;
+    int const offset = engine->engine->UTCOffset();
+    auto const changed = Change(*engine);
+    changed->CopyCommon(message.engine);
+    changed->SetNote(message.engine.Note());
+    changed->SetUTCOffset(offset);
+    ReadSettings(*engine);
+    StoreEngine(*engine);
+    TellEngine(*engine);
+    SendSettings(*engine);
+    if (engine->settings.enabled != wasEnabled)
+        Note(*engine, wasEnabled ? "Disabled" : "Enabled");
+}
+
+void Engines::PutOptions(EngineProduct& product, UID const& engine, UID const& type, OptionMap const& options) {
+    if (product.number == 0)
+        product.number = m_farm.NextNumber();
+    product.options = options;
+    product.rule = ProductRule::Read(options);
+    m_farm.out.Put(RecordKind::EngineOptions, product.number, engine,
+                   WriteRow(EngineProductRow{engine, type, options}));
+}
+
+void Engines::OnOptions(PeerId peer, EngineOptionsMsg const& message) {
+    auto told = EngineOptionsMsg::New();
+    told->product = message.product;
+    told->options = message.options;
+    for (UID const& id : message.engines) {
+        EngineEntry* const engine = m_farm.FindEngine(id);
+        if (!engine) {
+            m_farm.out.Refuse(peer, id, "The Engine is not there any more.");
+            continue;
+        }
+        PutOptions(engine->products[message.product], id, message.product, message.options);
+        told->engines.insert(id);
+        m_farm.distributor->EngineChanged(*engine);
+    }
+    if (!told->engines.empty())
+        m_farm.out.ToFollowers(told);
+}
+
+void Engines::OnRemove(PeerId peer, RemoveEngineMsg const& message) {
+    EngineEntry* const engine = m_farm.FindEngine(message.engine);
+    if (!engine || engine->Online()) {
+        m_farm.out.Refuse(peer, message.engine,
+                          engine ? "The Engine is online. Only an offline Engine can be removed."
+                                 : "The Engine is not there any more.");
+        return;
+    }
+    while (!engine->runs.empty())
+        m_farm.runActions->GiveUp(*engine->runs.front(), Lost, "The Engine was removed");
+    for (uint64_t const number : m_farm.failures.RemoveEngine(engine->id))
+        m_farm.out.Erase(RecordKind::Failure, number);
+    for (auto const& [type, product] : engine->products)
+        m_farm.out.Erase(RecordKind::EngineOptions, product.number);
+    for (auto const& [number, element] : engine->history)
+        m_farm.out.Erase(RecordKind::EngineHistory, number);
+    m_farm.out.Erase(RecordKind::Engine, engine->number);
+    m_farm.distributor->ForgetEngine(*engine);
+    auto told = RemoveEngineMsg::New();
+    told->engine = engine->id;
+    m_farm.out.ToFollowers(told);
+    auto reset = ResetEngineFailuresMsg::New();
+    reset->engine = engine->id;
+    m_farm.out.ToFollowers(reset);
+    m_farm.enginesById.erase(engine->id);
+    m_farm.engines.erase(engine->number);
+}
+
+void Engines::OnDefault(DefaultEngineMsg const& message) {
+    m_farm.defaultEngine = boost::make_shared<Engine>(message.engine);
+    if (m_farm.defaultEngineNumber == 0)
+        m_farm.defaultEngineNumber = m_farm.NextNumber();
+    m_farm.out.Put(RecordKind::Engine, m_farm.defaultEngineNumber, UID::Null, EncodeEngine(message.engine));
+    auto told = DefaultEngineMsg::New();
+    told->engine = message.engine;
+    m_farm.out.ToFollowers(told);
+    for (auto const& [number, engine] : m_farm.engines) {
+        ReadSettings(*engine);
+        SendSettings(*engine);
+    }
+}
+
+void Engines::OnDefaultOptions(DefaultEngineOptionsMsg const& message) {
+    PutOptions(m_farm.defaultProducts[message.product], UID::Null, message.product, message.options);
+    auto told = DefaultEngineOptionsMsg::New();
+    told->product = message.product;
+    told->options = message.options;
+    m_farm.out.ToFollowers(told);
+    m_farm.distributor->AllChanged();
+}
+
+void Engines::OnResetFailures(PeerId peer, ResetEngineFailuresMsg const& message) {
+    EngineEntry* const engine = m_farm.FindEngine(message.engine);
+    if (!engine) {
+        m_farm.out.Refuse(peer, message.engine, "The Engine is not there any more.");
+        return;
+    }
+    for (uint64_t const number : m_farm.failures.RemoveEngine(engine->id))
+        m_farm.out.Erase(RecordKind::Failure, number);
+    auto told = ResetEngineFailuresMsg::New();
+    told->engine = engine->id;
+    m_farm.out.ToFollowers(told);
+    m_farm.distributor->AllChanged();
+}
+
+void Engines::OnStop(PeerId peer, StopWorkMsg const& message) {
+    Run* const run = m_farm.FindRun(message.work);
+    if (!run || !run->job) {
+        m_farm.out.Refuse(peer, message.work, "The work has ended already.");
+        return;
+    }
+    auto const action = message.action == 1   ? StopAction::Cancel
+                        : message.action == 2 ? StopAction::SubmitAsNew
+                                              : StopAction::Requeue;
+    m_farm.runActions->Stop(*run, message.status, message.reason, action);
+}
+
+void Engines::CheckTimes() {
+    for (auto const& [number, engine] : m_farm.engines) {
+        if (engine->Online()) {
+            if (engine->lastSeen + k_Silence <= m_farm.now) {
+                if (Peer* const peer = m_farm.peers.Find(engine->peer))
+                    peer->engine = nullptr;
+                m_farm.out.ClosePeerWith(engine->peer, "The Engine has been silent for too long.");
+                PeerGone(*engine);
+                continue;
+            }
+            if (engine->settings.restricted) {
+                Engine effective = *engine->engine;
+                effective.FillFrom(*m_farm.defaultEngine);
+                unsigned const capacity = effective.UseCPUsAtTime(m_farm.now);
+                if (capacity != engine->settings.capacity) {
+                    engine->settings.capacity = capacity;
+                    m_farm.distributor->EngineChanged(*engine);
+                }
+            }
+        } else if (!engine->goneSince.IsZero() && engine->goneSince + m_farm.policy.lostTimeout <= m_farm.now) {
+            engine->goneSince = Time();
+            if (!engine->runs.empty())
+                Note(*engine, "Given up, its work goes back to the queue");
+            while (!engine->runs.empty())
+                m_farm.runActions->GiveUp(*engine->runs.front(), Lost, "The Engine was gone for too long");
+        }
+    }
+}
+
+void Engines::RestoreEngine(Record const& record) {
+    auto engine = boost::make_shared<Engine>();
+    DecodeEngine(record.body, *engine);
+    UID const id = UIDOfRecord(record);
+    if (id.IsNull()) {
+        m_farm.defaultEngine = engine;
+        m_farm.defaultEngineNumber = record.number;
+        return;
+    }
+    engine->SetOnline(false);
+    Make(id, record.number).engine = engine;
+}
+
+void Engines::RestoreOptions(Record const& record) {
+    EngineProductRow row = ReadEngineProductRow(record.body);
+    ProductRule const rule = ProductRule::Read(row.options);
+    EngineProduct product{record.number, std::move(row.options), rule};
+    if (row.engine.IsNull())
+        m_farm.defaultProducts[row.product] = std::move(product);
+    else if (EngineEntry* const engine = m_farm.FindEngine(row.engine))
+        engine->products[row.product] = std::move(product);
+}
+
+void Engines::RestoreHistory(Record const& record) {
+    EngineHistoryRow row = ReadEngineHistoryRow(record.body);
+    if (EngineEntry* const engine = m_farm.FindEngine(row.engine))
+        engine->history.emplace_back(record.number, std::move(row.element));
+}
+
+void Engines::RestoreDone() {
+    for (auto const& [number, engine] : m_farm.engines) {
+        engine->goneSince = m_farm.now;
+        ReadSettings(*engine);
+    }
+}
+
+} // namespace farm

@@ -1,0 +1,59 @@
+// What happens to Engines.
+#pragma once
+
+#include "master/core/farm.h"
+
+namespace farm {
+
+/// Takes Engines in, settles with them what ran, keeps their settings.
+///
+/// Owned by the Farm. Works with Runs and the Distributor. Always: an Engine's settings
+/// are the Master's; what it is comes from the Engine.
+class Engines {
+public:
+    explicit Engines(Farm& farm) : m_farm(farm) {}
+
+    // From Engines.
+    void OnRegister(Peer& peer, RegisterEngineMsg const& message);
+    void OnHeartbeat(Peer& peer);
+    void OnBegun(Peer& peer, WorkBegunMsg const& message);
+    void OnProgress(Peer& peer, WorkProgressMsg const& message);
+    void OnEnded(Peer& peer, WorkEndedMsg const& message);
+    void PeerGone(EngineEntry& engine);
+
+    // From clients.
+    void OnEngine(PeerId peer, EngineMsg const& message);
+    void OnOptions(PeerId peer, EngineOptionsMsg const& message);
+    void OnRemove(PeerId peer, RemoveEngineMsg const& message);
+    void OnDefault(DefaultEngineMsg const& message);
+    void OnDefaultOptions(DefaultEngineOptionsMsg const& message);
+    void OnResetFailures(PeerId peer, ResetEngineFailuresMsg const& message);
+    void OnStop(PeerId peer, StopWorkMsg const& message);
+
+    /// Silence, lost Engines, restricted times.
+    void CheckTimes();
+
+    /// Adds a line to the Engine's log.
+    void Note(EngineEntry& engine, String const& text);
+
+    // Restoring.
+    void RestoreEngine(Record const& record);
+    void RestoreOptions(Record const& record);
+    void RestoreHistory(Record const& record);
+    void RestoreDone();
+
+private:
+    EngineEntry& Make(UID const& id, uint64_t number);
+    void ReadSettings(EngineEntry& engine);
+    void Settle(EngineEntry& engine, RegisterEngineMsg const& message);
+    void Ended(EngineEntry& engine, WorkEnded const& ended);
+    boost::shared_ptr<Engine> Change(EngineEntry& engine);
+    void StoreEngine(EngineEntry const& engine);
+    void TellEngine(EngineEntry const& engine);
+    void SendSettings(EngineEntry const& engine);
+    void PutOptions(EngineProduct& product, UID const& engine, UID const& type, OptionMap const& options);
+
+    Farm& m_farm;
+};
+
+} // namespace farm

@@ -1,0 +1,67 @@
+// What the Core is told and what it wants done.
+#pragma once
+
+#include "master/core/record.h"
+
+#include <boost/shared_ptr.hpp>
+#include <corekit/log.h>
+#include <corekit/uid.h>
+#include <vorlan/fwd.h>
+#include <vorlan/messages.h>
+#include <vorlan/net/peer.h>
+
+#include <memory>
+#include <variant>
+#include <vector>
+
+namespace farm {
+
+using namespace vorlan;
+
+/// Names one connection, never used twice by one process.
+using PeerId = uint64_t;
+using MessagePtr = boost::shared_ptr<Message const>;
+
+struct PeerConnected {
+    PeerId peer = 0;
+    net::PeerKind kind{};
+    UID machine;
+    String machineName;
+};
+struct PeerGone {
+    PeerId peer = 0;
+};
+struct PeerMessage {
+    PeerId peer = 0;
+    boost::shared_ptr<Message> message;
+};
+/// Time has passed; see Core::NextDeadline.
+struct Tick {};
+using Event = std::variant<PeerConnected, PeerGone, PeerMessage, Tick>;
+
+struct SendTo {
+    PeerId peer = 0;
+    MessagePtr message;
+};
+/// To many; the message needs to be encoded once only.
+struct SendAll {
+    std::shared_ptr<std::vector<PeerId> const> peers;
+    MessagePtr message;
+};
+struct ClosePeer {
+    PeerId peer = 0;
+    String reason;
+};
+/// Call Core::Pull for this peer while its queue is below its low-water mark.
+struct LoadReady {
+    PeerId peer = 0;
+};
+struct LogLine {
+    LogLevel level{};
+    String text;
+};
+/// The Master is to end.
+struct StopProgram {};
+using Effect = std::variant<SendTo, SendAll, ClosePeer, Record, LoadReady, LogLine, StopProgram>;
+
+} // namespace farm

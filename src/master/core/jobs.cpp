@@ -1,0 +1,501 @@
+#include "master/core/jobs.h"
+
+#include "master/core/conditions.h"
+#include "master/core/distributor.h"
+#include "master/core/runs.h"
+
+#include <boost/make_shared.hpp>
+#include <vorlan/keys.h>
+#include <vorlan/status.h>
+
+#include <algorithm>
+#include <array>
+
+namespace farm {
+
+namespace {
+
+// A command for one of these that comes late is not taken for a new Job.
+constexpr size_t k_MaxRecentlyDeleted = 10'000;
+constexpr size_t k_MaxValueLength = size_t{16} << 20;
+
+// Values that are the Master's own.
+constexpr std::array k_MasterValues{p_Type, p_Status, p_Created, p_FinishedTime, p_PercentDone};
+constexpr std::array k_Unsettable{p_ID,      p_ParentID,     p_Type,        p_Status,
+                                  p_Created, p_FinishedTime, p_PercentDone, p_RangeCount};
+
+bool IsAmong(String const& name, std::span<char const* const> names) {
+    return std::any_of(names.begin(), names.end(), [&](char const* other) { return name.CompareNoCase(other) == 0; });
+}
+
+bool HasFrames(Product const& product) {
+    return product.Class() == ProductClass::Sequence || product.Class() == ProductClass::VirtualModule;
+}
+
+String RangeTextOf(Job const& job, Product const& product) {
+    String text;
+    if (job.GetParameter(p_Range, text) && !text.Empty())
+        return text;
+    auto const parameter = product.GetParam(p_Range);
+    return parameter ? parameter->GetDefault() : String();
+}
+
+} // namespace
+
+// The frames of a Job; a text for people if they cannot be told.
+String Jobs::CheckRange(Job const& job, Product const& product, FrameMap& frames) const {
+    FrameRange range;
+    String error;
+    if (!FrameRange::Parse(HasFrames(product) ? RangeTextOf(job, product) : String("1"), range, &error))
+        return error;
+    if (range.Empty())
+        return "The Job has no frames. Set its Range, for example to 1-100.";
+    frames = FrameMap(std::move(range));
+    return String();
+}
+
+// One unit for each Engine that may take part now.
+void Jobs::FillEngines(JobEntry& job) {
+    for (auto const& [number, engine] : m_farm.engines) {
+        if (TakesPart(m_farm, job, *engine))
+            job.engineOfUnit.push_back(engine->id);
+    }
+    auto const count = static_cast<int>(job.engineOfUnit.size());
+    FrameRange range;
+    if (count > 0)
+        FrameRange::Parse("1-" + String::From(count), range);
+    job.frames = FrameMap(std::move(range));
+}
+
+void Jobs::ReadSettings(JobEntry& job) {
+    Job const& values = *job.job;
+    VorlanObject::ReadingScope const reading(values);
+    JobSettings& s = job.settings;
+    s.type = values.Type();
+    s.pool = values.Pool();
+    s.creator = values.Creator();
+    s.status = values.Status();
+    s.priority = values.Priority();
+    s.cpus = values.CPUs();
+    s.failureLimit = values.FailureLimit();
+    s.usageLimit = values.UsageLimit();
+    s.overtimeKill = values.OvertimeKill();
+    s.stagger.mode = static_cast<StaggerMode>(std::clamp(values.StaggerMode(), 0, 2));
+    s.stagger.count = values.StaggerCount();
+    s.stagger.span = Time(static_cast<int64_t>(std::clamp(values.StaggerStart(), 0.0F, 1e8F) * 1000));
+    s.include = values.IncludeEngines();
+    s.exclude = values.ExcludeEngines();
+    s.boost = static_cast<int>(values.Get(p_PriorityBoost, false).Int());
+    job.product = m_farm.FindProduct(s.type);
+    bool const divides = job.product && HasFrames(*job.product);
+    s.packetSize = divides ? static_cast<uint32_t>(std::max(values.PacketSize(), 1)) : 1;
+    s.evenPackets = divides && job.product->NeedsEvenPackets();
+    Watch(job, false);
+    s.dependencies = values.GetDependencies();
+    s.dependencies.erase(job.id);
+    Watch(job, true);
+}
+
+void Jobs::Watch(JobEntry& job, bool add) {
+    for (auto const& [id, type] : job.settings.dependencies) {
+        if (add) {
+            m_farm.dependents[id].insert(job.number);
+            continue;
+        }
+        auto const at = m_farm.dependents.find(id);
+        if (at == m_farm.dependents.end())
+            continue;
+        at->second.erase(job.number);
+        if (at->second.empty())
+            m_farm.dependents.erase(at);
+    }
+}
+
+// The Job as it is to be changed; TellJob or the like must follow. Those who hold the
+// old one keep it as it was told.
+boost::shared_ptr<Job> Jobs::Change(JobEntry& job) { return job.job = boost::make_shared<Job>(*job.job); }
+
+void Jobs::StoreJob(JobEntry const& job) {
+    m_farm.out.Put(RecordKind::Job, job.number, job.id, EncodeJob(*job.job), job.number);
+}
+
+void Jobs::StoreState(JobEntry const& job) {
+    JobStateRow const row{job.deleting, job.redividedAt, job.failuresResetAt, job.engineOfUnit};
+    m_farm.out.Put(RecordKind::JobState, job.number, job.id, WriteRow(row), job.number);
+}
+
+void Jobs::TellJob(JobEntry const& job) {
+    if (m_farm.out.Wanted<JobMsg>())
+        m_farm.out.AboutJob(job.number, JobMsg::Create(job.job));
+}
+
+bool Jobs::Submit(boost::shared_ptr<Job> const& job, PeerId peer) {
+    auto const product = m_farm.FindProduct(job->Type());
+    if (job->id.IsNull() || !product) {
+        m_farm.out.Refuse(peer, job->id,
+                          job->id.IsNull() ? "The Job has no ID."
+                                           : "The Job's Product is not known to the Master. Choose another one, or add "
+                                             "the Product in the Product editor.");
+        return false;
+    }
+    auto owned = std::make_unique<JobEntry>();
+    JobEntry& entry = *owned;
+    entry.number = m_farm.NextNumber();
+    entry.id = job->id;
+    entry.job = boost::make_shared<Job>(*job);
+    Job& values = *entry.job;
+    if (values.Status() != Paused)
+        values.SetStatus(Queued);
+    if (m_farm.policy.resetCreation || values.Created().IsZero())
+        values.SetCreated(m_farm.now);
+    values.Clear(p_FinishedTime);
+    values.Clear(p_PercentDone);
+    ReadSettings(entry);
+    if (product->Class() == ProductClass::OncePerEngine) {
+        FillEngines(entry);
+        if (entry.engineOfUnit.empty()) {
+            Watch(entry, false);
+            m_farm.out.Refuse(peer, job->id,
+                              "No Engine that is online may take this Job. Check its Pool, its included "
+                              "Engines and its Product's settings.");
+            return false;
+        }
+    } else if (String const error = CheckRange(values, *product, entry.frames); !error.Empty()) {
+        Watch(entry, false);
+        m_farm.out.Refuse(peer, job->id, error);
+        return false;
+    }
+    entry.queue.AddFresh(Span{0, entry.frames.Count()});
+    m_farm.jobsById[entry.id] = &entry;
+    m_farm.jobs.emplace(entry.number, std::move(owned));
+    StoreJob(entry);
+    if (!entry.engineOfUnit.empty())
+        StoreState(entry);
+    TellJob(entry);
+    m_farm.distributor->JobChanged(entry, Distributor::Chance::New);
+    m_farm.distributor->DependentsChanged(entry.id);
+    return true;
+}
+
+void Jobs::OnJob(PeerId peer, JobMsg const& message) {
+    if (!message.job)
+        return;
+    if (JobEntry* const job = m_farm.FindJob(message.job->id)) {
+        Edit(*job, message.job, peer);
+        return;
+    }
+    auto const& deleted = m_farm.recentlyDeleted;
+    if (message.job->IsFinished() && std::find(deleted.begin(), deleted.end(), message.job->id) != deleted.end()) {
+        m_farm.out.Refuse(peer, message.job->id, "The Job was deleted in the meantime.");
+        return;
+    }
+    Submit(message.job, peer);
+}
+
+void Jobs::Edit(JobEntry& job, boost::shared_ptr<Job> const& wanted, PeerId peer) {
+    int const status = wanted->Status();
+    if (job.settings.IsFinished() && (status == Queued || status == Paused)) {
+        Reopen(job, wanted, peer);
+        return;
+    }
+    if (wanted->Type() != job.settings.type) {
+        m_farm.out.Refuse(peer, job.id, "The Product of a Job cannot be changed. Submit it as a new Job.");
+        return;
+    }
+    auto changed = boost::make_shared<Job>(*job.job);
+    changed->UpdateFrom(*wanted, false);
+    for (char const* const name : k_MasterValues) {
+        if (job.job->Has(name))
+            changed->Set(name, job.job->Get(name, false));
+        else
+            changed->Clear(name);
+    }
+    bool const finishes = !job.settings.IsFinished() && IsFinishedStatus(status);
+    if (!job.settings.IsFinished() && (status == Queued || status == Paused))
+        changed->SetStatus(status);
+    if (!TakeRange(job, changed, peer))
+        return;
+    StoreJob(job);
+    if (finishes) {
+        Finish(job, status);
+        return;
+    }
+    Runs::JobEdited(job);
+    TellJob(job);
+    m_farm.distributor->JobChanged(job, Distributor::Chance::New);
+    UnitEnded(job);
+}
+
+// Puts changed values in place, with the frames divided anew where that is due. False
+// when the range is none.
+bool Jobs::TakeRange(JobEntry& job, boost::shared_ptr<Job> const& changed, PeerId peer) {
+    bool const divides = job.product && HasFrames(*job.product);
+    bool const newRange = divides && RangeTextOf(*changed, *job.product) != RangeTextOf(*job.job, *job.product);
+    FrameMap frames;
+    if (newRange) {
+        if (String const error = CheckRange(*changed, *job.product, frames); !error.Empty()) {
+            m_farm.out.Refuse(peer, job.id, error);
+            return false;
+        }
+    }
+    uint32_t const oldPacketSize = job.settings.packetSize;
+    job.job = changed;
+    ReadSettings(job);
+    if (job.settings.packetSize != oldPacketSize) {
+        job.queue.Redivide();
+        job.redividedAt = m_farm.lastNumber;
+        StoreState(job);
+    }
+    if (newRange) {
+        job.frames = std::move(frames);
+        Rebuild(job);
+    }
+    return true;
+}
+
+void Jobs::OnParameter(PeerId peer, JobParameterMsg const& message) {
+    JobEntry* const job = m_farm.FindJob(message.job);
+    if (!job) {
+        m_farm.out.Refuse(peer, message.job, "The Job is not there any more.");
+        return;
+    }
+    if (message.name.CompareNoCase(p_Status) == 0) {
+        int const status = static_cast<int>(message.value.Int(INT32_MIN));
+        if (job->settings.IsFinished() || !IsJobStatus(status)) {
+            m_farm.out.Refuse(peer, job->id, job->settings.IsFinished() ? "The Job is finished." : "No such status.");
+            return;
+        }
+        if (status == job->settings.status)
+            return;
+        if (IsFinishedStatus(status)) {
+            Finish(*job, status);
+            return;
+        }
+        Change(*job)->SetStatus(status);
+    } else {
+        if (message.name.Empty() || message.name.size() > NameTable::k_MaxNameLength ||
+            message.value.size() > k_MaxValueLength || IsAmong(message.name, k_Unsettable)) {
+            m_farm.out.Refuse(peer, job->id, "The parameter \"" + message.name.Mid(0, 100) + "\" cannot be set.");
+            return;
+        }
+        auto const changed = boost::make_shared<Job>(*job->job);
+        String value = message.value;
+        if (message.name.CompareNoCase(p_Priority) == 0)
+            value = String::From(std::clamp<int64_t>(value.Int(job->settings.priority), 0, 100));
+        if (!changed->SetParameter(message.name, value) || !TakeRange(*job, changed, peer))
+            return;
+    }
+    ReadSettings(*job);
+    StoreJob(*job);
+    Runs::JobParameterSet(*job, message.name, job->job->Get(message.name, false));
+    if (m_farm.out.Wanted<JobParameterMsg>()) {
+        auto told = JobParameterMsg::New();
+        told->job = job->id;
+        told->name = message.name;
+        told->value = job->job->Get(message.name, false);
+        m_farm.out.AboutJob(job->number, told);
+    }
+    m_farm.distributor->JobChanged(*job, Distributor::Chance::New);
+    UnitEnded(*job);
+}
+
+void Jobs::OnDelete(PeerId peer, DeleteJobMsg const& message) {
+    JobEntry* const job = m_farm.FindJob(message.job);
+    if (!job) {
+        m_farm.out.Refuse(peer, message.job, "The Job is not there any more.");
+        return;
+    }
+    if (message.immediately || job->runs.empty()) {
+        Delete(*job);
+        return;
+    }
+    job->deleting = true;
+    StoreState(*job);
+    m_farm.distributor->JobChanged(*job, Distributor::Chance::Same);
+}
+
+void Jobs::OnResetFailures(PeerId peer, ResetJobFailuresMsg const& message) {
+    JobEntry* const job = m_farm.FindJob(message.job);
+    if (!job) {
+        m_farm.out.Refuse(peer, message.job, "The Job is not there any more.");
+        return;
+    }
+    job->unitFailures.clear();
+    job->failuresResetAt = m_farm.lastNumber;
+    StoreState(*job);
+    for (uint64_t const number : m_farm.failures.RemoveJob(job->id))
+        m_farm.out.Erase(RecordKind::Failure, number);
+    auto told = ResetJobFailuresMsg::New();
+    told->job = job->id;
+    m_farm.out.ToFollowers(told);
+    m_farm.distributor->JobChanged(*job, Distributor::Chance::New);
+}
+
+void Jobs::Delete(JobEntry& job) {
+    bool const wasSettled = job.settings.IsFinished() && job.runs.empty();
+    std::vector<Run*> const runs = job.runs;
+    for (Run* const run : runs)
+        m_farm.runActions->DropJob(*run);
+    if (!wasSettled)
+        TellGone(job);
+    if (m_farm.policy.resetFailuresOnDelete && m_farm.failures.OfJob(job.id) > 0) {
+        for (uint64_t const number : m_farm.failures.RemoveJob(job.id))
+            m_farm.out.Erase(RecordKind::Failure, number);
+        auto told = ResetJobFailuresMsg::New();
+        told->job = job.id;
+        m_farm.out.ToFollowers(told);
+    }
+    m_farm.out.EraseJob(job.number);
+    auto told = DeleteJobMsg::New();
+    told->job = job.id;
+    m_farm.out.AboutGone(job.number, told);
+
+    Watch(job, false);
+    m_farm.distributor->ForgetJob(job);
+    m_farm.distributor->DependentsChanged(job.id);
+    m_farm.deletions.erase({job.deleteAt, job.number});
+    m_farm.recentlyDeleted.push_back(job.id);
+    if (m_farm.recentlyDeleted.size() > k_MaxRecentlyDeleted)
+        m_farm.recentlyDeleted.pop_front();
+    m_farm.jobsById.erase(job.id);
+    m_farm.jobs.erase(job.number);
+}
+
+// A finished Job goes on under its own id: for everybody else it is deleted and
+// submitted again.
+void Jobs::Reopen(JobEntry& job, boost::shared_ptr<Job> const& wanted, PeerId peer) {
+    auto const again = boost::make_shared<Job>(*wanted);
+    auto const product = m_farm.FindProduct(again->Type());
+    FrameMap frames;
+    if (!product ||
+        (product->Class() != ProductClass::OncePerEngine && !CheckRange(*again, *product, frames).Empty())) {
+        m_farm.out.Refuse(peer, again->id, "The Job's Product or Range is not valid.");
+        return;
+    }
+    Delete(job);
+    Submit(again, peer);
+}
+
+// True when there is something new to tell.
+bool Jobs::ShowProgress(JobEntry& job) {
+    uint64_t const total = job.Total();
+    int const permille = total == 0 ? 0 : static_cast<int>(job.finished.Count() * 1000 / total);
+    if (permille == job.toldPermille)
+        return false;
+    job.toldPermille = permille;
+    Change(job)->Set(p_PercentDone,
+                     String::From(permille / 10) + (permille % 10 == 0 ? String() : "." + String::From(permille % 10)));
+    return true;
+}
+
+void Jobs::UnitEnded(JobEntry& job) {
+    if (ShowProgress(job) && m_farm.out.Wanted<JobParameterMsg>()) {
+        auto told = JobParameterMsg::New();
+        told->job = job.id;
+        told->name = p_PercentDone;
+        told->value = job.job->Get(p_PercentDone, false);
+        m_farm.out.AboutJob(job.number, told);
+    }
+    m_farm.distributor->DependentsChanged(job.id);
+    if (!job.runs.empty() || (!job.queue.Empty() && !job.deleting && !job.settings.IsFinished())) {
+        bool const newChance = job.settings.usageLimit < 0 || !job.engineOfUnit.empty();
+        m_farm.distributor->JobChanged(job, newChance ? Distributor::Chance::New : Distributor::Chance::Same);
+        return;
+    }
+    if (job.deleting) {
+        Delete(job);
+        return;
+    }
+    if (job.Total() == 0)
+        return; // nobody knows its Product, so its frames are not known either
+    if (job.settings.IsFinished()) {
+        SettleFinished(job);
+        return;
+    }
+    Finish(job, !job.failed.Empty()     ? static_cast<int>(Failed)
+                : !job.canceled.Empty() ? static_cast<int>(UserCanceled)
+                                        : static_cast<int>(vorlan::Finished));
+}
+
+// Ends a Job; its active work goes on, what is queued is canceled.
+void Jobs::Finish(JobEntry& job, int status) {
+    job.canceled.Insert(job.queue.Positions());
+    job.queue.Clear();
+    auto const changed = Change(job);
+    changed->SetStatus(status);
+    changed->SetFinishedTime(m_farm.now);
+    ReadSettings(job);
+    ShowProgress(job);
+    StoreJob(job);
+    if (m_farm.out.Wanted<FinishedJobMsg>()) {
+        auto told = FinishedJobMsg::New();
+        told->job = job.job;
+        m_farm.out.AboutJob(job.number, told);
+    }
+    m_farm.distributor->JobChanged(job, Distributor::Chance::Same);
+    m_farm.distributor->DependentsChanged(job.id);
+    job.givenUp.clear();
+    if (job.runs.empty())
+        SettleFinished(job);
+}
+
+// A finished Job has no active work any more.
+void Jobs::SettleFinished(JobEntry& job) {
+    TellGone(job);
+    Schedule(job);
+}
+
+// Engines that worked on it may clean up after it.
+void Jobs::TellGone(JobEntry const& job) {
+    auto gone = JobGoneMsg::New();
+    gone->job = job.id;
+    for (UID const& id : job.workedOn) {
+        if (EngineEntry const* const engine = m_farm.FindEngine(id))
+            m_farm.out.To(engine->peer, gone);
+    }
+}
+
+// Puts down when a finished Job is deleted.
+void Jobs::Schedule(JobEntry& job) {
+    m_farm.deletions.erase({job.deleteAt, job.number});
+    job.deleteAt = Time();
+    if (!job.settings.IsFinished() || !job.runs.empty())
+        return;
+    int const disposition = job.job->FinishDisposition();
+    if (disposition == 0 || (disposition < 0 && m_farm.policy.autoDelete == 0))
+        return;
+    Time const finished = job.job->FinishedTime();
+    bool const atOnce = disposition > 0 || m_farm.policy.autoDelete == 1;
+    job.deleteAt = std::max(finished + (atOnce ? Time() : m_farm.policy.deleteAfter), Time(1));
+    m_farm.deletions.insert({job.deleteAt, job.number});
+}
+
+void Jobs::CheckTimes() {
+    while (!m_farm.deletions.empty() && m_farm.deletions.begin()->first <= m_farm.now) {
+        auto const [at, number] = *m_farm.deletions.begin();
+        m_farm.deletions.erase(m_farm.deletions.begin());
+        if (JobEntry* const job = m_farm.FindJob(number))
+            Delete(*job);
+    }
+}
+
+Time Jobs::NextTime() const { return m_farm.deletions.empty() ? Time() : m_farm.deletions.begin()->first; }
+
+void Jobs::SettingsChanged() {
+    for (auto const& [number, job] : m_farm.jobs)
+        Schedule(*job);
+    m_farm.distributor->AllChanged();
+}
+
+void Jobs::ProductChanged(UID const& type) {
+    for (auto const& [number, job] : m_farm.jobs) {
+        if (job->settings.type != type)
+            continue;
+        ReadSettings(*job);
+        if (job->Total() == 0 && job->product && CheckRange(*job->job, *job->product, job->frames).Empty())
+            Rebuild(*job);
+    }
+    m_farm.distributor->AllChanged();
+}
+
+} // namespace farm

@@ -1,0 +1,75 @@
+// What happens to Jobs.
+#pragma once
+
+#include "master/core/farm.h"
+#include "master/core/rows.h"
+
+namespace farm {
+
+/// Takes Jobs in, changes, finishes and deletes them.
+///
+/// Owned by the Farm. Works with Runs, which tells of each unit that ended, and with
+/// the Distributor. Always: a Job's row is written in the event in which anybody is
+/// told of the Job.
+class Jobs {
+public:
+    explicit Jobs(Farm& farm) : m_farm(farm) {}
+
+    // Commands of clients; `peer` hears of a refusal.
+    void OnJob(PeerId peer, JobMsg const& message);
+    void OnParameter(PeerId peer, JobParameterMsg const& message);
+    void OnDelete(PeerId peer, DeleteJobMsg const& message);
+    void OnResetFailures(PeerId peer, ResetJobFailuresMsg const& message);
+
+    /// Takes a new Job in; false, after telling the peer why, if it cannot be.
+    bool Submit(boost::shared_ptr<Job> const& job, PeerId peer);
+    void Delete(JobEntry& job);
+
+    /// A run of the Job has ended and its frames are settled.
+    void UnitEnded(JobEntry& job);
+
+    /// The policy, the Products or the limits changed.
+    void SettingsChanged();
+    void ProductChanged(UID const& type);
+
+    /// Deletions that are due.
+    void CheckTimes();
+    Time NextTime() const;
+
+    // Restoring, in this order.
+    void RestoreJob(Record const& record);
+    void RestoreState(Record const& record);
+    void RestoreRun(Record const& record);
+    /// All rows are in, the Engines too: puts the frames where they belong.
+    void RestoreDone();
+    /// In the first event after that: ends the Jobs that have nothing left to do.
+    void FinishRestored();
+
+private:
+    enum class Redivide { No, Yes };
+
+    String CheckRange(Job const& job, Product const& product, FrameMap& frames) const;
+    void FillEngines(JobEntry& job);
+    void ReadSettings(JobEntry& job);
+    void Rebuild(JobEntry& job);
+    void ApplyPast(JobEntry& job, uint64_t number, RunRow const& row);
+    boost::shared_ptr<Job> Change(JobEntry& job);
+    void Edit(JobEntry& job, boost::shared_ptr<Job> const& wanted, PeerId peer);
+    bool TakeRange(JobEntry& job, boost::shared_ptr<Job> const& changed, PeerId peer);
+    void Finish(JobEntry& job, int status);
+    void SettleFinished(JobEntry& job);
+    void Reopen(JobEntry& job, boost::shared_ptr<Job> const& wanted, PeerId peer);
+    bool ShowProgress(JobEntry& job);
+    void TellGone(JobEntry const& job);
+    void Schedule(JobEntry& job);
+    void Watch(JobEntry& job, bool add);
+    void StoreJob(JobEntry const& job);
+    void StoreState(JobEntry const& job);
+    void TellJob(JobEntry const& job);
+
+    Farm& m_farm;
+    std::vector<uint64_t> m_unfinished; // after restoring: Jobs with nothing left to do
+    std::map<uint64_t, std::vector<std::pair<uint64_t, RunRow>>> m_open; // while restoring: runs that were out, by Job
+};
+
+} // namespace farm

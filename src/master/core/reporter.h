@@ -1,0 +1,31 @@
+// Reports for people: why a Job or an Engine gets work or does not.
+#pragma once
+
+#include "master/core/farm.h"
+
+namespace farm {
+
+/// Answers the report and watch commands with a text.
+///
+/// Owned by the Farm. Reads only, and asks the same conditions as the distribution.
+class Reporter {
+public:
+    explicit Reporter(Farm& farm) : m_farm(farm) {}
+
+    void OnJobStatus(PeerId peer, ReportJobStatusMsg const& message);
+    void OnWatchJob(PeerId peer, WatchJobDispatchMsg const& message);
+    void OnWatchEngine(PeerId peer, WatchEngineDispatchMsg const& message);
+
+    String JobStatus(JobEntry const& job) const;
+    String JobDispatch(JobEntry const& job) const;
+    String EngineDispatch(EngineEntry const& engine) const;
+    /// Counts of everything, for the log.
+    String State() const;
+
+private:
+    void Send(PeerId peer, String const& report);
+
+    Farm& m_farm;
+};
+
+} // namespace farm

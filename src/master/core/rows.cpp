@@ -1,0 +1,191 @@
+#include "master/core/rows.h"
+
+#include <corekit/stream.h>
+
+namespace farm {
+
+namespace {
+
+// Of all rows so far. A later form that only adds fields at the end keeps it.
+constexpr uint32_t k_Form = 1;
+constexpr uint32_t k_MaxListLength = 10'000'000;
+
+class Writer : public OutMemory {
+public:
+    Writer() { Write(k_Form); }
+    void Count(size_t count) { Write(static_cast<uint32_t>(count)); }
+};
+
+class Reader : public InMemory {
+public:
+    explicit Reader(String const& body) : InMemory(body) {
+        if (Get<uint32_t>() != k_Form)
+            throw ParseException("A row of the store has a form that this version does not know.");
+    }
+    uint32_t Count() {
+        auto const count = Get<uint32_t>();
+        if (count > k_MaxListLength)
+            throw ParseException("A row of the store has a list that is too long.");
+        return count;
+    }
+};
+
+void WriteMap(Writer& out, OptionMap const& options) {
+    out.Count(options.size());
+    for (auto const& [key, value] : options) {
+        out.Write(key);
+        out.Write(value);
+    }
+}
+
+OptionMap ReadMap(Reader& in) {
+    OptionMap options;
+    for (uint32_t left = in.Count(); left > 0; --left) {
+        auto key = in.Get<String>();
+        options[key] = in.Get<String>();
+    }
+    return options;
+}
+
+} // namespace
+
+String WriteRow(RunRow const& row) {
+    Writer out;
+    out.Write(row.work);
+    out.Write(row.engine);
+    out.Write(row.subRange);
+    out.Write(row.cores);
+    out.Write(static_cast<int32_t>(row.outcome));
+    out.Count(row.elements.size());
+    for (RunElement const& element : row.elements) {
+        out.Write(static_cast<int32_t>(element.status));
+        out.Write(element.time);
+        out.Write(element.note);
+    }
+    return out.Take();
+}
+
+RunRow ReadRunRow(String const& body) {
+    Reader in(body);
+    RunRow row;
+    in.Read(row.work);
+    in.Read(row.engine);
+    in.Read(row.subRange);
+    row.cores = in.Get<uint32_t>();
+    row.outcome = static_cast<Outcome>(in.Get<int32_t>());
+    for (uint32_t left = in.Count(); left > 0; --left) {
+        RunElement element;
+        element.status = in.Get<int32_t>();
+        in.Read(element.time);
+        in.Read(element.note);
+        row.elements.push_back(std::move(element));
+    }
+    return row;
+}
+
+String WriteRow(JobStateRow const& row) {
+    Writer out;
+    out.Write(row.deleting);
+    out.Write(row.redividedAt);
+    out.Write(row.failuresResetAt);
+    out.Count(row.engineOfUnit.size());
+    for (UID const& engine : row.engineOfUnit)
+        out.Write(engine);
+    return out.Take();
+}
+
+JobStateRow ReadJobStateRow(String const& body) {
+    Reader in(body);
+    JobStateRow row;
+    in.Read(row.deleting);
+    in.Read(row.redividedAt);
+    in.Read(row.failuresResetAt);
+    for (uint32_t left = in.Count(); left > 0; --left)
+        row.engineOfUnit.push_back(in.Get<UID>());
+    return row;
+}
+
+String WriteRow(EngineProductRow const& row) {
+    Writer out;
+    out.Write(row.engine);
+    out.Write(row.product);
+    WriteMap(out, row.options);
+    return out.Take();
+}
+
+EngineProductRow ReadEngineProductRow(String const& body) {
+    Reader in(body);
+    EngineProductRow row;
+    in.Read(row.engine);
+    in.Read(row.product);
+    row.options = ReadMap(in);
+    return row;
+}
+
+String WriteRow(EngineHistoryRow const& row) {
+    Writer out;
+    out.Write(row.engine);
+    out.Write(row.element.time);
+    out.Write(row.element.message);
+    return out.Take();
+}
+
+EngineHistoryRow ReadEngineHistoryRow(String const& body) {
+    Reader in(body);
+    EngineHistoryRow row;
+    in.Read(row.engine);
+    in.Read(row.element.time);
+    in.Read(row.element.message);
+    return row;
+}
+
+String WriteRow(FailureItem const& item) {
+    Writer out;
+    out.Write(item.job);
+    out.Write(item.engine);
+    out.Write(item.product);
+    out.Write(static_cast<uint32_t>(item.count));
+    out.Write(item.time);
+    return out.Take();
+}
+
+FailureItem ReadFailureRow(String const& body) {
+    Reader in(body);
+    FailureItem item;
+    in.Read(item.job);
+    in.Read(item.engine);
+    in.Read(item.product);
+    item.count = in.Get<uint32_t>();
+    in.Read(item.time);
+    return item;
+}
+
+String WriteRow(OptionMap const& options) {
+    Writer out;
+    WriteMap(out, options);
+    return out.Take();
+}
+
+OptionMap ReadOptionRow(String const& body) {
+    Reader in(body);
+    return ReadMap(in);
+}
+
+String RowOf(Run const& run, Outcome outcome) {
+    // Written without the detour of a RunRow: this runs several times for each unit.
+    Writer out;
+    out.Write(run.work);
+    out.Write(run.engine->id);
+    out.Write(run.subRange);
+    out.Write(run.cores);
+    out.Write(static_cast<int32_t>(outcome));
+    out.Count(run.elements.size());
+    for (RunElement const& element : run.elements) {
+        out.Write(static_cast<int32_t>(element.status));
+        out.Write(element.time);
+        out.Write(element.note);
+    }
+    return out.Take();
+}
+
+} // namespace farm

@@ -1,0 +1,574 @@
+#include "master/core/runs.h"
+
+#include "master/core/conditions.h"
+#include "master/core/distributor.h"
+#include "master/core/jobs.h"
+#include "master/core/loader.h"
+
+#include <boost/make_shared.hpp>
+#include <corekit/sformat.h>
+#include <vorlan/keys.h>
+#include <vorlan/status.h>
+
+#include <algorithm>
+
+namespace farm {
+
+namespace {
+
+// How long an Engine may take to confirm a stop: its own five seconds, and some.
+constexpr Time k_StopPatience = Time::Seconds(30);
+// A unit is compared with the average when that many have finished.
+constexpr uint64_t k_FinishedForOvertime = 5;
+
+// The status of a stop must fit what becomes of the unit.
+int StatusOfStop(int status, StopAction action) {
+    if (action == StopAction::Requeue) {
+        switch (status) {
+        case UserCanceled:
+            return UserAborted;
+        case AdministratorCanceled:
+            return AdministratorAborted;
+        case Failed:
+            return Unsuccessful;
+        case UserAborted:
+        case Unsuccessful:
+        case Lost:
+        case TimedOut:
+        case AdministratorAborted:
+            return status;
+        default:
+            return UserAborted;
+        }
+    }
+    if (status == Failed && action == StopAction::Cancel)
+        return Failed;
+    return status == AdministratorAborted || status == AdministratorCanceled ? AdministratorCanceled : UserCanceled;
+}
+
+Outcome OutcomeOf(int status) {
+    if (status == Finished)
+        return Outcome::Finished;
+    if (status == Failed)
+        return Outcome::FailedForGood;
+    return IsFinishedStatus(status) ? Outcome::Canceled : Outcome::Requeued;
+}
+
+void RemoveRun(std::vector<Run*>& runs, Run const* run) {
+    auto const at = std::find(runs.begin(), runs.end(), run);
+    if (at != runs.end()) {
+        *at = runs.back();
+        runs.pop_back();
+    }
+}
+
+} // namespace
+
+Run& Runs::Make(uint64_t number, UID const& work, JobEntry* job, EngineEntry& engine, unsigned cores) {
+    auto owned = std::make_unique<Run>();
+    Run& run = *owned;
+    run.number = number;
+    run.work = work;
+    run.job = job;
+    run.engine = &engine;
+    run.cores = cores;
+    m_farm.runsByWork[work] = &run;
+    m_farm.runs.emplace(number, std::move(owned));
+    return run;
+}
+
+boost::shared_ptr<Job> Runs::MakeUnit(Run const& run) const {
+    auto unit = boost::make_shared<Job>(run.work);
+    unit->parentID = run.job->id;
+    auto const values = run.job->job->Snapshot();
+    static uint32_t const s_name = NameTable::Number(p_Name);
+    static uint32_t const s_subRange = NameTable::Number(p_SubRange);
+    static uint32_t const s_status = NameTable::Number(p_Status);
+    static uint32_t const s_cpus = NameTable::Number(p_DispatchCPUs);
+    static uint32_t const s_percent = NameTable::Number(p_PercentDone);
+    String const status = String::From(static_cast<int>(run.HasStarted() ? Started : Assigned));
+    String const cores = String::From(run.cores);
+    ValueBlockBuilder builder;
+    builder.Reserve(values->Count() + 4);
+    builder.AddAll(*values);
+    builder.Add(s_name, run.subRange);
+    builder.Add(s_subRange, run.subRange);
+    builder.Add(s_status, status);
+    builder.Add(s_cpus, cores);
+    builder.Remove(s_percent);
+    unit->SetSnapshot(builder.Build());
+    unit->SetCreated(run.HasStarted() ? run.StartedAt() : run.Assigned());
+    return unit;
+}
+
+void Runs::Use(Run& run) {
+    EngineEntry& engine = *run.engine;
+    engine.used += run.cores;
+    engine.runs.push_back(&run);
+    JobEntry* const job = run.job;
+    if (!job)
+        return;
+    run.type = job->settings.type;
+    run.pool = job->settings.pool;
+    run.creator = job->settings.creator;
+    ++engine.runsOfProduct[run.type];
+    job->runs.push_back(&run);
+    job->usage.Add(&engine);
+    job->workedOn.insert(engine.id);
+    m_farm.productUsage[run.type].Add(&engine);
+    m_farm.poolUsage[run.pool].Add(&engine);
+    for (size_t const index : m_farm.creatorMatcher.Match(run.creator))
+        m_farm.creatorUsage[index].Add(&engine);
+}
+
+// Takes the run out of all that counts it for its Job; the Engine's cores stay in use.
+void Runs::Release(Run& run) {
+    EngineEntry& engine = *run.engine;
+    auto const ofProduct = engine.runsOfProduct.find(run.type);
+    if (ofProduct != engine.runsOfProduct.end() && --ofProduct->second == 0)
+        engine.runsOfProduct.erase(ofProduct);
+    RemoveRun(run.job->runs, &run);
+    run.job->usage.Remove(&engine);
+    m_farm.productUsage[run.type].Remove(&engine);
+    m_farm.poolUsage[run.pool].Remove(&engine);
+    for (size_t const index : m_farm.creatorMatcher.Match(run.creator))
+        m_farm.creatorUsage[index].Remove(&engine);
+}
+
+void Runs::Destroy(Run& run) {
+    EngineEntry& engine = *run.engine;
+    engine.used -= run.cores;
+    RemoveRun(engine.runs, &run);
+    m_farm.runsByWork.erase(run.work);
+    m_farm.runs.erase(run.number);
+    m_farm.distributor->EngineChanged(engine);
+}
+
+void Runs::NoteStart(Run& run) {
+    JobEntry& job = *run.job;
+    EngineEntry& engine = *run.engine;
+    Time const at = run.Assigned();
+    Distributor& distributor = *m_farm.distributor;
+    if (Time const again = job.stagger.Note(job.settings.stagger, engine.id, !job.usage.engines.contains(&engine), at);
+        !again.IsZero())
+        distributor.WakeJob(job, again);
+    PoolRule const& pool = m_farm.RuleOfPool(run.pool);
+    if (pool.stagger.Active()) {
+        bool const isNew = !m_farm.UsageOf(m_farm.poolUsage, run.pool).engines.contains(&engine);
+        distributor.WakeAll(m_farm.poolStaggers[run.pool].Note(pool.stagger, engine.id, isNew, at));
+    }
+    if (EngineProduct const* const product = m_farm.ProductOn(engine, run.type);
+        product && product->rule.stagger.Active())
+        distributor.WakeAll(engine.productStaggers[run.type].Note(product->rule.stagger, engine.id, false, at));
+    distributor.WakeAll(m_farm.globalStagger.Note(m_farm.policy.globalStagger, UID::Null, false, at));
+}
+
+Run& Runs::Give(JobEntry& job, EngineEntry& engine, Spans packet) {
+    unsigned const wanted = CoresWanted(job, engine);
+    unsigned const cores = m_farm.policy.overload && m_farm.policy.fewerCPUs ? wanted : std::min(wanted, engine.Free());
+    Run& run = Make(m_farm.NextNumber(), m_farm.random.NextUID(), &job, engine, cores);
+    run.frames = std::move(packet);
+    run.subRange = job.frames.TextOf(run.frames);
+    run.elements.push_back({Assigned, m_farm.now, String()});
+    run.type = job.settings.type;
+    run.pool = job.settings.pool;
+    run.creator = job.settings.creator;
+    NoteStart(run);
+    Use(run);
+    ++job.given;
+    run.unit = MakeUnit(run);
+    Store(run, Outcome::Open);
+
+    auto order = RunWorkMsg::New();
+    order->work = run.unit;
+    if (EngineProduct const* const product = m_farm.ProductOn(engine, run.type))
+        order->engineOptions = product->options;
+    m_farm.out.To(engine.peer, order);
+    TellUnit(run);
+    TellElement(job, run.work, engine.id, run.subRange, run.elements.back());
+    return run;
+}
+
+void Runs::Begin(Run& run, Time at) {
+    if (!run.job || run.HasStarted())
+        return;
+    run.elements.push_back({Started, std::clamp(at, run.Assigned(), std::max(m_farm.now, run.Assigned())), String()});
+    Store(run, Outcome::Open);
+    auto unit = boost::make_shared<Job>(*run.unit);
+    unit->SetStatus(Started);
+    unit->SetCreated(run.StartedAt());
+    run.unit = unit;
+    TellUnit(run);
+    TellElement(*run.job, run.work, run.engine->id, run.subRange, run.elements.back());
+}
+
+void Runs::SetValues(Run& run, OptionMap const& values) {
+    if (!run.job)
+        return;
+    constexpr std::array k_Fixed{p_ID, p_ParentID, p_Name, p_Type, p_Status, p_SubRange, p_Created};
+    OptionMap allowed;
+    for (auto const& [name, value] : values) {
+        bool const isFixed = std::any_of(k_Fixed.begin(), k_Fixed.end(),
+                                         [&](char const* fixed) { return name.CompareNoCase(fixed) == 0; });
+        if (!name.Empty() && name.size() <= NameTable::k_MaxNameLength && !isFixed)
+            allowed[name] = value;
+    }
+    auto unit = boost::make_shared<Job>(*run.unit);
+    if (!unit->SetValues(allowed))
+        return;
+    run.unit = unit;
+    if (!m_farm.out.Wanted<WorkParameterChangedMsg>())
+        return;
+    for (auto const& [name, value] : allowed) {
+        auto message = WorkParameterChangedMsg::New();
+        message->work = run.work;
+        message->name = name;
+        message->value = value;
+        m_farm.out.AboutRun(run.number, message);
+    }
+}
+
+void Runs::JobEdited(JobEntry& job) {
+    for (Run* const run : job.runs) {
+        auto unit = boost::make_shared<Job>(*run->unit);
+        unit->UpdateFromParent(*job.job);
+        run->unit = unit;
+    }
+}
+
+void Runs::JobParameterSet(JobEntry& job, String const& name, String const& value) {
+    auto const parameter = job.product ? job.product->GetParam(name) : nullptr;
+    if (!parameter || parameter->HasFlag(Parameter::f_NoParentUpdate))
+        return;
+    for (Run* const run : job.runs) {
+        auto unit = boost::make_shared<Job>(*run->unit);
+        unit->SetParameter(name, value);
+        run->unit = unit;
+    }
+}
+
+// Counts a failure and gives the status, which a limit may have turned into the end of
+// the unit.
+int Runs::CountFailure(Run const& run, int status) {
+    if (!IsFailedStatus(status))
+        return status;
+    JobEntry& job = *run.job;
+    unsigned const failures = ++job.unitFailures[run.subRange];
+    bool const isNew = !m_farm.failures.Has(job.id, run.engine->id);
+    FailureEntry const& entry =
+        m_farm.failures.Add(job.id, run.engine->id, run.type, m_farm.now, isNew ? m_farm.NextNumber() : 0);
+    m_farm.out.Put(RecordKind::Failure, entry.number, job.id, WriteRow(entry.item));
+    bool const atLimit = job.settings.failureLimit > 0 && failures >= static_cast<unsigned>(job.settings.failureLimit);
+    return atLimit ? static_cast<int>(Failed) : status;
+}
+
+// Closes the history of a run and takes its frames from it.
+void Runs::Finish(Run& run, int status, String const& note, Time at, Outcome outcome) {
+    JobEntry& job = *run.job;
+    Time const earliest = run.elements.back().time;
+    at = std::clamp(at.IsZero() ? m_farm.now : at, earliest, std::max(earliest, m_farm.now));
+    run.elements.push_back({status, at, note});
+    run.elements.push_back({Closed, at, String()});
+    job.past.push_back({run.number, RowOf(run, outcome)});
+    m_farm.out.Put(RecordKind::History, run.number, run.work, job.past.back().row, job.number);
+    if (outcome == Outcome::Finished && run.elements.size() > 3) {
+        ++job.finishedRuns;
+        job.finishedFrames += CountOf(run.frames);
+        job.finishedMs += (at - run.StartedAt()).Milliseconds();
+    }
+    for (size_t i = run.elements.size() - 2; i < run.elements.size(); ++i)
+        TellElement(job, run.work, run.engine->id, run.subRange, run.elements[i]);
+    if (m_farm.out.Wanted<FinishedWorkMsg>()) {
+        auto message = FinishedWorkMsg::New();
+        message->work = run.work;
+        message->status = status;
+        m_farm.out.AboutGone(job.number, message);
+    }
+    Release(run);
+}
+
+void Runs::End(Run& run, int status, String const& note, Time at) {
+    if (!run.job) {
+        Destroy(run);
+        return;
+    }
+    JobEntry& job = *run.job;
+    String text = note;
+    StopAction const action = run.stop ? run.stop->action : StopAction::Requeue;
+    if (status != Finished && run.stop) {
+        status = run.stop->status;
+        text = run.stop->reason;
+    }
+    StatusInfo const* const info = FindStatus(status);
+    if (!info || info->active || info->held || status == Queued || status == Closed)
+        status = Unsuccessful;
+    status = CountFailure(run, status);
+    Outcome outcome = OutcomeOf(status);
+    if (outcome == Outcome::Requeued && job.settings.IsFinished())
+        outcome = Outcome::Canceled;
+
+    Spans frames = run.frames;
+    String const subRange = run.subRange;
+    Finish(run, status, text, at, outcome);
+    Destroy(run);
+    switch (outcome) {
+    case Outcome::Finished:
+        job.finished.Insert(frames);
+        break;
+    case Outcome::FailedForGood:
+        job.failed.Insert(frames);
+        break;
+    case Outcome::Canceled:
+        job.canceled.Insert(frames);
+        break;
+    default:
+        job.queue.PutBack(std::move(frames), IsFailedStatus(status) ? UnitQueue::Place::Back : UnitQueue::Place::Front);
+        break;
+    }
+    if (action == StopAction::SubmitAsNew && outcome == Outcome::Canceled)
+        SubmitAsNew(job, subRange);
+    m_farm.jobActions->UnitEnded(job);
+}
+
+void Runs::GiveUp(Run& run, int status, String const& note) {
+    if (run.job)
+        run.job->givenUp[run.work] = run.number;
+    run.stop.reset();
+    End(run, status, note, m_farm.now);
+}
+
+void Runs::EndUnconfirmed(Run& run) {
+    if (run.job)
+        run.job->givenUp[run.work] = run.number;
+    PendingStop const stop = run.stop.value_or(PendingStop{});
+    End(run, stop.status, stop.reason, m_farm.now);
+}
+
+void Runs::Stop(Run& run, int status, String const& reason, StopAction action) {
+    run.stop = PendingStop{StatusOfStop(status, action), reason, action, m_farm.now};
+    if (!run.engine->Online()) {
+        // Nobody will confirm it. When the Engine comes back it is told to end the run.
+        EndUnconfirmed(run);
+        return;
+    }
+    SendStop(run);
+}
+
+void Runs::SendStop(Run const& run) {
+    auto message = EndWorkMsg::New();
+    message->work = run.work;
+    message->status = run.stop->status;
+    message->reason = run.stop->reason;
+    m_farm.out.To(run.engine->peer, message);
+}
+
+void Runs::Orphan(Run& run, String const& reason) {
+    bool const told = run.stop.has_value();
+    run.stop = PendingStop{UserCanceled, reason, StopAction::Cancel, m_farm.now};
+    run.job = nullptr;
+    if (!run.engine->Online()) {
+        Destroy(run);
+        return;
+    }
+    if (!told)
+        SendStop(run);
+}
+
+void Runs::DropJob(Run& run) {
+    if (m_farm.out.Wanted<FinishedWorkMsg>()) {
+        auto message = FinishedWorkMsg::New();
+        message->work = run.work;
+        message->status = UserCanceled;
+        m_farm.out.AboutGone(run.job->number, message);
+    }
+    Release(run);
+    Orphan(run, "The Job was deleted");
+}
+
+void Runs::AdoptOrphan(EngineEntry& engine, UID const& work, unsigned cores, String const& reason) {
+    Run& run = Make(m_farm.NextNumber(), work, nullptr, engine, cores);
+    Use(run);
+    Orphan(run, reason);
+}
+
+// Ends a run of which another one's result takes the frames `taken`.
+void Runs::Supersede(Run& run, SpanSet const& taken, String const& note) {
+    JobEntry& job = *run.job;
+    SpanSet left;
+    left.Insert(run.frames);
+    left.Erase(taken.All());
+    job.givenUp[run.work] = run.number;
+    Finish(run, Lost, note, m_farm.now, Outcome::Superseded);
+    job.queue.AddFresh(left.All());
+    Orphan(run, note);
+}
+
+void Runs::LateResult(JobEntry& job, WorkEnded const& ended) {
+    auto const known = job.givenUp.find(ended.work);
+    if (ended.status != Finished || known == job.givenUp.end() || job.settings.IsFinished())
+        return;
+    auto const past =
+        std::find_if(job.past.begin(), job.past.end(), [&](PastRun const& run) { return run.number == known->second; });
+    job.givenUp.erase(known);
+    if (past == job.past.end())
+        return;
+    RunRow row = ReadRunRow(past->row);
+    FrameRange range;
+    FrameRange::Parse(row.subRange, range);
+    SpanSet taken;
+    taken.Insert(job.frames.PositionsOf(range));
+    for (SpanSet const* const done : {&job.finished, &job.failed, &job.canceled})
+        taken.Erase(done->All());
+    if (taken.Empty())
+        return;
+
+    EngineEntry const* const engine = m_farm.FindEngine(row.engine);
+    String const note =
+        "Finished on " + (engine ? engine->engine->Name() : String("an Engine")) + " while it was away from the Master";
+    std::vector<Run*> const runs = job.runs;
+    for (Run* const run : runs) {
+        if (taken.Intersects(run->frames))
+            Supersede(*run, taken, note);
+    }
+    job.queue.Remove(taken.All());
+    job.finished.Insert(taken);
+
+    // The history tells it as a run of its own, since the one given up has its result.
+    RunRow told;
+    told.work = m_farm.random.NextUID();
+    told.engine = row.engine;
+    told.subRange = row.subRange;
+    told.outcome = Outcome::Finished;
+    for (RunElement const& element : row.elements) {
+        if (element.status == Assigned || element.status == Started)
+            told.elements.push_back(element);
+    }
+    Time const earliest = told.elements.empty() ? m_farm.now : told.elements.back().time;
+    Time const at = std::clamp(ended.time, earliest, std::max(earliest, m_farm.now));
+    told.elements.push_back({Finished, at, note});
+    told.elements.push_back({Closed, at, String()});
+    uint64_t const number = m_farm.NextNumber();
+    job.past.push_back({number, WriteRow(told)});
+    m_farm.out.Put(RecordKind::History, number, told.work, job.past.back().row, job.number);
+    for (RunElement const& element : told.elements)
+        TellElement(job, told.work, told.engine, told.subRange, element);
+    CountPast(job, told);
+    m_farm.jobActions->UnitEnded(job);
+}
+
+void Runs::SubmitAsNew(JobEntry const& job, String const& subRange) {
+    auto copy = boost::make_shared<Job>(*job.job);
+    copy->id = m_farm.random.NextUID();
+    for (char const* const name : {p_FinishedTime, p_PercentDone, p_Status})
+        copy->Clear(name);
+    copy->SetStatus(Queued);
+    copy->SetCreated(m_farm.now);
+    copy->SetName(job.job->Name() + " " + subRange);
+    if (job.product &&
+        (job.product->Class() == ProductClass::Sequence || job.product->Class() == ProductClass::VirtualModule))
+        copy->Set(p_Range, subRange);
+    m_farm.jobActions->Submit(copy, 0);
+}
+
+void Runs::CheckTimes() {
+    std::vector<Run*> late;
+    for (auto const& [number, run] : m_farm.runs) {
+        if (run->stop
+                ? run->stop->asked + k_StopPatience <= m_farm.now
+                : run->job && run->engine->Online() && !run->HasStarted() && m_farm.policy.startTimeout > Time() &&
+                      run->Assigned() + m_farm.policy.startTimeout <= m_farm.now) {
+            late.push_back(run.get());
+            continue;
+        }
+        JobEntry const* const job = run->job;
+        if (!job || run->stop || !run->HasStarted() || job->settings.overtimeKill <= 0 ||
+            job->finishedRuns < k_FinishedForOvertime || job->finishedFrames == 0)
+            continue;
+        double const average = static_cast<double>(job->finishedMs) / static_cast<double>(job->finishedFrames) *
+                               static_cast<double>(CountOf(run->frames));
+        if (static_cast<double>((m_farm.now - run->StartedAt()).Milliseconds()) > average * job->settings.overtimeKill)
+            late.push_back(run.get());
+    }
+    for (Run* const run : late) {
+        if (!run->job) {
+            Destroy(*run);
+        } else if (run->stop) {
+            EndUnconfirmed(*run);
+        } else if (run->HasStarted()) {
+            Stop(*run, TimedOut, SFormat("Took longer than %g times the average", run->job->settings.overtimeKill),
+                 StopAction::Requeue);
+        } else {
+            // The order may have been lost or the Engine be stuck: it is told to end the
+            // run, and its cores stay in use until it says so.
+            String const reason = SFormat("Did not start within %g seconds",
+                                          static_cast<double>(m_farm.policy.startTimeout.Milliseconds()) / 1000);
+            EngineEntry& engine = *run->engine;
+            UID const work = run->work;
+            unsigned const cores = run->cores;
+            GiveUp(*run, TimedOut, reason);
+            AdoptOrphan(engine, work, cores, reason);
+        }
+    }
+}
+
+void Runs::RestoreOpen(JobEntry& job, EngineEntry& engine, uint64_t number, RunRow const& row) {
+    Run& run = Make(number, row.work, &job, engine, row.cores);
+    run.subRange = row.subRange;
+    run.elements = row.elements;
+    if (run.elements.empty())
+        run.elements.push_back({Assigned, m_farm.now, String()});
+    FrameRange range;
+    FrameRange::Parse(row.subRange, range);
+    run.frames = job.frames.PositionsOf(range);
+    run.type = job.settings.type;
+    run.pool = job.settings.pool;
+    NoteStart(run);
+    Use(run);
+    run.unit = MakeUnit(run);
+}
+
+void Runs::CountPast(JobEntry& job, RunRow const& row) {
+    job.workedOn.insert(row.engine);
+    if (row.outcome != Outcome::Finished)
+        return;
+    auto const started = std::find_if(row.elements.begin(), row.elements.end(),
+                                      [](RunElement const& element) { return element.status == Started; });
+    if (started == row.elements.end())
+        return;
+    FrameRange range;
+    FrameRange::Parse(row.subRange, range);
+    ++job.finishedRuns;
+    job.finishedFrames += range.Count();
+    job.finishedMs += (row.elements.back().time - started->time).Milliseconds();
+}
+
+void Runs::CountCreators() {
+    m_farm.creatorMatcher = CreatorMatcher(m_farm.policy.creatorLimits);
+    m_farm.creatorUsage.assign(m_farm.policy.creatorLimits.size(), Usage());
+    for (auto const& [number, run] : m_farm.runs) {
+        if (!run->job)
+            continue;
+        for (size_t const index : m_farm.creatorMatcher.Match(run->creator))
+            m_farm.creatorUsage[index].Add(run->engine);
+    }
+}
+
+void Runs::Store(Run const& run, Outcome outcome) {
+    m_farm.out.Put(RecordKind::History, run.number, run.work, RowOf(run, outcome), run.job->number);
+}
+
+void Runs::TellElement(JobEntry const& job, UID const& work, UID const& engine, String const& subRange,
+                       RunElement const& element) {
+    if (!m_farm.out.Wanted<WorkHistoryElementMsg>())
+        return;
+    auto message = WorkHistoryElementMsg::New();
+    message->element = {element.status, element.time, element.note, subRange, work, job.id, engine};
+    m_farm.out.AboutJob(job.number, message);
+}
+
+void Runs::TellUnit(Run const& run) {
+    if (run.HasStarted() ? m_farm.out.Wanted<StartedWorkMsg>() : m_farm.out.Wanted<AssignedWorkMsg>())
+        m_farm.out.AboutRun(run.number, Loader::UnitMessage(run));
+}
+
+} // namespace farm

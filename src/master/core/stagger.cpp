@@ -1,0 +1,40 @@
+#include "master/core/stagger.h"
+
+namespace farm {
+
+void Stagger::Trim(Starts& starts, StaggerRule const& rule, Time now) {
+    while (!starts.empty() && (starts.size() > rule.count || starts.front() + rule.span <= now))
+        starts.pop_front();
+}
+
+bool Stagger::Full(Starts const& starts, StaggerRule const& rule, Time now) {
+    // Only the last `count` starts are kept, so the oldest of them decides.
+    return starts.size() >= rule.count && starts[starts.size() - rule.count] + rule.span > now;
+}
+
+bool Stagger::Allows(StaggerRule const& rule, UID const& engine, bool newEngine, Time now) const {
+    if (!rule.Active())
+        return true;
+    switch (rule.mode) {
+    case StaggerMode::Engines:
+        return !newEngine || !Full(m_starts, rule, now);
+    case StaggerMode::UnitsOnAnEngine: {
+        auto const at = m_byEngine.find(engine);
+        return at == m_byEngine.end() || !Full(at->second, rule, now);
+    }
+    case StaggerMode::Units:
+        break;
+    }
+    return !Full(m_starts, rule, now);
+}
+
+Time Stagger::Note(StaggerRule const& rule, UID const& engine, bool newEngine, Time now) {
+    if (!rule.Active() || (rule.mode == StaggerMode::Engines && !newEngine))
+        return Time();
+    Starts& starts = rule.mode == StaggerMode::UnitsOnAnEngine ? m_byEngine[engine] : m_starts;
+    starts.push_back(now);
+    Trim(starts, rule, now);
+    return Full(starts, rule, now) ? starts[starts.size() - rule.count] + rule.span : Time();
+}
+
+} // namespace farm
