@@ -39,13 +39,19 @@ TEST(ProductFile, ErrorsNameThePlaceAndWhatIsExpected) {
         {R"("Parameters": [{"Type": "Text"}])", "Parameters[0]: \"Name\" is missing"},
         {R"("Parameters": [{"Type": "Text", "Name": "A"}, {"Type": "Colour", "Name": "B"}])",
          "Parameters[1].Type: \"Colour\" is no type of parameter. Expected one of \"None\", \"Text\""},
-        {R"("Parameters": [{"Type": "Text", "Name": "A"}, {"Type": "Text", "Name": "a"}])", "Parameters[1]: the name \"a\" is taken"},
-        {R"("Parameters": [{"Type": "Text", "Name": "A", "Flags": ["Hidden"]}])", "Parameters[0].Flags[0]: \"Hidden\" is no flag"},
+        {R"("Parameters": [{"Type": "Text", "Name": "A"}, {"Type": "Text", "Name": "a"}])",
+         "Parameters[1]: the name \"a\" is taken"},
+        {R"("Parameters": [{"Type": "Text", "Name": "A", "Flags": ["Hidden"]}])",
+         "Parameters[0].Flags[0]: \"Hidden\" is no flag"},
         {R"("Parameters": [{"Type": "Text", "Name": "A:b"}])", "Parameters[0].Name: \"A:b\" cannot be referred to"},
-        {R"("Parameters": [{"Type": "Floating Point", "Name": "A", "Range": "5"}])", "Parameters[0].Range: \"5\" is no range"},
-        {R"("Parameters": [{"Type": "Signed Integer", "Name": "A", "Range": [0, 5]}])", "Parameters[0].Range: expected a text"},
-        {R"("Parameters": [{"Type": "Choice", "Name": "A", "Default": "z", "Choices": ["y"]}])", "Parameters[0].Default: \"z\" is none"},
-        {R"("Parameters": [{"Type": "Choice", "Name": "A", "Choices": [{"Display": "y"}]}])", "Parameters[0].Choices[0]: expected"},
+        {R"("Parameters": [{"Type": "Floating Point", "Name": "A", "Range": "5"}])",
+         "Parameters[0].Range: \"5\" is no range"},
+        {R"("Parameters": [{"Type": "Signed Integer", "Name": "A", "Range": [0, 5]}])",
+         "Parameters[0].Range: expected a text"},
+        {R"("Parameters": [{"Type": "Choice", "Name": "A", "Default": "z", "Choices": ["y"]}])",
+         "Parameters[0].Default: \"z\" is none"},
+        {R"("Parameters": [{"Type": "Choice", "Name": "A", "Choices": [{"Display": "y"}]}])",
+         "Parameters[0].Choices[0]: expected"},
         {R"("Parameters": [{"Type": "Multiple Texts", "Name": "A"}])", "Parameters[0]: \"Fields\" is missing"},
         {R"("Parameters": [{"Type": "Parameters", "Name": "A", "Parameters": [{"Type": "X"}]}])",
          "Parameters[0].Parameters[0].Type: \"X\" is no type"},
@@ -58,30 +64,33 @@ TEST(ProductFile, ErrorsNameThePlaceAndWhatIsExpected) {
         {R"("Launch": {"Arguments": [[[[[[[[[[["x"]]]]]]]]]]]})", "nests deeper than 8"},
         {R"("Output": {"Rules": [{"Kind": "Percent"}]})", "Output.Rules[0]: \"Pattern\" is missing"},
         {R"("Output": {"Rules": [{"Kind": "Speed", "Pattern": "x"}]})", "Output.Rules[0].Kind: \"Speed\" is no kind"},
-        {R"("Output": {"Rules": [{"Kind": "Error", "Pattern": "("}]})", "Output.Rules[0].Pattern: \"(\" does not compile: missing )"},
-        {R"("Output": {"Rules": [{"Kind": "Percent", "Pattern": "x"}]})", "Output.Rules[0].Pattern: \"x\" has 0 groups"},
-        {R"("Output": {"Rules": [{"Kind": "Step", "Pattern": "(x)"}]})", "has 1 groups, and the total is to be group 2"},
+        {R"("Output": {"Rules": [{"Kind": "Error", "Pattern": "("}]})",
+         "Output.Rules[0].Pattern: \"(\" does not compile: missing )"},
+        {R"("Output": {"Rules": [{"Kind": "Percent", "Pattern": "x"}]})",
+         "Output.Rules[0].Pattern: \"x\" has 0 groups"},
+        {R"json("Output": {"Rules": [{"Kind": "Step", "Pattern": "(x)"}]})json",
+         "has 1 groups, and the total is to be group 2"},
         {R"("Output": {"SuccessCodes": [256]})", "Output.SuccessCodes[0]: expected a whole number from 0 to 255"},
         {R"("Values": {"A": null})", "Values.A: expected a text"},
-};
-for (Case const& c : cases) {
-    nlohmann::ordered_json json = nlohmann::ordered_json::parse("{" + std::string(k_Head) + "}");
-    json.update(nlohmann::ordered_json::parse("{" + std::string(c.members) + "}", nullptr, true, true));
-    String const error = Parsing(String(json.dump()));
-    EXPECT_TRUE(error.Contains(c.says)) << c.members << "\n -> " << error;
-}
-EXPECT_TRUE(Parsing("").StartsWith("Not valid JSON: parse error at line 1")) << Parsing("");
-EXPECT_TRUE(Parsing("{\n\"ID\": }").Contains("line 2")) << Parsing("{\n\"ID\": }");
-EXPECT_TRUE(Parsing("[]").Contains("A Product is expected"));
-EXPECT_TRUE(Parsing("{}").Contains("\"ID\" is missing"));
-EXPECT_TRUE(Parsing(R"({"ID": "x", "Name": "P", "Class": "Single"})").Contains("\"x\" is no ID"));
-EXPECT_TRUE(Parsing("{\"Name\": \"\xff\"}").Contains("UTF-8"));
-EXPECT_TRUE(Parsing(String(100000, '[')).Contains("nests deeper"));
-EXPECT_TRUE(Parsing(String(k_ProductTextLimit + 1, ' ')).Contains("at most"));
+    };
+    for (Case const& c : cases) {
+        nlohmann::ordered_json json = nlohmann::ordered_json::parse("{" + std::string(k_Head) + "}");
+        json.update(nlohmann::ordered_json::parse("{" + std::string(c.members) + "}", nullptr, true, true));
+        String const error = Parsing(String(json.dump()));
+        EXPECT_TRUE(error.Contains(c.says)) << c.members << "\n -> " << error;
+    }
+    EXPECT_TRUE(Parsing("").StartsWith("Not valid JSON: parse error at line 1")) << Parsing("");
+    EXPECT_TRUE(Parsing("{\n\"ID\": }").Contains("line 2")) << Parsing("{\n\"ID\": }");
+    EXPECT_TRUE(Parsing("[]").Contains("A Product is expected"));
+    EXPECT_TRUE(Parsing("{}").Contains("\"ID\" is missing"));
+    EXPECT_TRUE(Parsing(R"({"ID": "x", "Name": "P", "Class": "Single"})").Contains("\"x\" is no ID"));
+    EXPECT_TRUE(Parsing("{\"Name\": \"\xff\"}").Contains("UTF-8"));
+    EXPECT_TRUE(Parsing(String(100000, '[')).Contains("nests deeper"));
+    EXPECT_TRUE(Parsing(String(k_ProductTextLimit + 1, ' ')).Contains("at most"));
 }
 
 TEST(ProductFile, UnknownKeysAndEverythingElseReadBack) {
-    String const text = "{" + String(k_Head) + R"(,
+    String const text = "{" + String(k_Head) + R"json(,
         "Future": {"a": [1, 2]}, "Queue": "Maintenance", "EvenPackets": true, "Customized": true, "Aliases": ["x", "y"],
         "ShortHelp": "s", "LongHelp": ["one", "two"], "Summary": "$(Name)", "Values": {"V": "$(A)!"},
         "Parameters": [
@@ -96,31 +105,31 @@ TEST(ProductFile, UnknownKeysAndEverythingElseReadBack) {
                    {"Each": "L", "Arguments": ["+$(Item)"]}], "Environment": {"E": "1"}, "Folder": "/f", "CreateFolder": true,
                    "Shell": "$(S)", "ExpectedFiles": ["f"], "Niceness": 5},
         "Output": {"SuccessCodes": [0, 3], "Locale": "C",
-                   "Rules": [{"Kind": "Step", "Pattern": "(a)(b)", "Value": 2, "Total": 1, "Text": "t", "Since": 4}]}})";
+                   "Rules": [{"Kind": "Step", "Pattern": "(a)(b)", "Value": 2, "Total": 1, "Text": "t", "Since": 4}]}})json";
     auto const product = ProductFromText(text);
-EXPECT_EQ(product->LongHelp(), "one\ntwo");
-EXPECT_EQ(product->GetParam("PacketSize")->GetDefault(), "8"); // its own in place of the standard one
-EXPECT_EQ(product->GetParamCount(), 4U);
-EXPECT_EQ(product->GetParam("A")->Flags(), 0x400U | 0x4000U | 0x100000U);
+    EXPECT_EQ(product->LongHelp(), "one\ntwo");
+    EXPECT_EQ(product->GetParam("PacketSize")->GetDefault(), "8"); // its own in place of the standard one
+    EXPECT_EQ(product->GetParamCount(), 4U);
+    EXPECT_EQ(product->GetParam("A")->Flags(), 0x400U | 0x4000U | 0x100000U);
 
-for (bool compact : {false, true}) {
-    String const saved = SSaveProduct(*product, compact);
-    EXPECT_EQ(saved.Trim().Contains(k_NL), !compact);
-    EXPECT_EQ(SSaveProduct(*ProductFromText(saved), compact), saved);
-    auto const json = nlohmann::json::parse(saved.Str());
-    EXPECT_EQ(json["Future"]["a"][1], 2);
-    EXPECT_EQ(json["Parameters"][0]["Colour"], "red");
-    EXPECT_EQ(json["Parameters"][0]["Shape"]["r"], 1);
-    EXPECT_EQ(json["Parameters"][1]["Parameters"][0]["Icon"][0], 1);
-    EXPECT_EQ(json["Commands"][0]["Key"], "F5");
-    EXPECT_EQ(json["Launch"]["Niceness"], 5);
-    EXPECT_EQ(json["Output"]["Locale"], "C");
-    EXPECT_EQ(json["Output"]["Rules"][0]["Since"], 4);
-}
-auto const again = ProductFromText(ProductToText(*product));
-EXPECT_EQ(again->GetLaunch().arguments, product->GetLaunch().arguments);
-EXPECT_EQ(again->GetOutputRules().rules, product->GetOutputRules().rules);
-EXPECT_EQ(again->GetAutoDetectStrings(), product->GetAutoDetectStrings());
+    for (bool compact : {false, true}) {
+        String const saved = SSaveProduct(*product, compact);
+        EXPECT_EQ(saved.Trim().Contains(k_NL), !compact);
+        EXPECT_EQ(SSaveProduct(*ProductFromText(saved), compact), saved);
+        auto const json = nlohmann::json::parse(saved.Str());
+        EXPECT_EQ(json["Future"]["a"][1], 2);
+        EXPECT_EQ(json["Parameters"][0]["Colour"], "red");
+        EXPECT_EQ(json["Parameters"][0]["Shape"]["r"], 1);
+        EXPECT_EQ(json["Parameters"][1]["Parameters"][0]["Icon"][0], 1);
+        EXPECT_EQ(json["Commands"][0]["Key"], "F5");
+        EXPECT_EQ(json["Launch"]["Niceness"], 5);
+        EXPECT_EQ(json["Output"]["Locale"], "C");
+        EXPECT_EQ(json["Output"]["Rules"][0]["Since"], 4);
+    }
+    auto const again = ProductFromText(ProductToText(*product));
+    EXPECT_EQ(again->GetLaunch().arguments, product->GetLaunch().arguments);
+    EXPECT_EQ(again->GetOutputRules().rules, product->GetOutputRules().rules);
+    EXPECT_EQ(again->GetAutoDetectStrings(), product->GetAutoDetectStrings());
 }
 
 TEST(ProductFile, AFolderLoadsWithoutItsBadFiles) {
@@ -131,7 +140,7 @@ TEST(ProductFile, AFolderLoadsWithoutItsBadFiles) {
     File::WriteWhole(folder / "c.json", "{\"Name\": 3");
     File::WriteWhole(folder / "notes.txt", "no Product");
     corekit::vector<String> errors;
-    EXPECT_EQ(LoadProductFolder(folder.path(), errors).size(), 1U);
+    EXPECT_EQ(LoadProductFolder(folder.Folder(), errors).size(), 1U);
     ASSERT_EQ(errors.size(), 2U);
     EXPECT_TRUE(errors[0].Contains("b.json: ID: 11111111-2222-3333-4444-555555555555 is the ID of the Product \"P\""))
         << errors[0];

@@ -50,420 +50,404 @@ String LaunchError(Product const& product, OptionMap const& values) {
 }
 
 TEST(Launch, ArgumentsFollowTheValues) {
-    auto const product = WithLaunch(R"({"Arguments": ["run", "$(Empty)", "a$(First)-$(Last)x$(Step)", "[-t $(Threads)]",
+    auto const product =
+        WithLaunch(R"json({"Arguments": ["run", "$(Empty)", "a$(First)-$(Last)x$(Step)", "[-t $(Threads)]",
         ["-o", "$(Out)"], ["-s", "$(Scene)", ["-q", "$(Empty)"]], {
     "If" : "$(Flag)", "Arguments" : ["-f"]},
         {
     "Each" : "List", "Arguments" : [ "+L", "$(Item)" ]}, {"CommandLine": "Extra"}, "$(Engine.Name)", "$(Program)"],
         "Environment": {"OUT": "$(Out)", "GONE": "$(Empty)"}, "Folder": "$(Scene:folder)",
-        "ExpectedFiles": ["$(Frame:pad=3).png", "all", "$(Out)/x"]})",
-                                    R"(, "Parameters": [{"Type": "Boolean", "Name": "Flag", "True": "Sure", "False": "Never"},
+        "ExpectedFiles": ["$(Frame:pad=3).png", "all", "$(Out)/x"]})json",
+                   R"(, "Parameters": [{"Type": "Boolean", "Name": "Flag", "True": "Sure", "False": "Never"},
         {"Type": "Text", "Name": "Threads", "Default": 4}, {"Type": "Path to a File", "Name": "Scene", "Flags": ["Enquote"]},
         {"Type": "Text", "Name": "Program", "Default": "p", "Flags": ["Option"]}])");
-auto const unit = Unit(*product, {{p_SubRange, "9-5x2"},
-                                  {"Scene", "\"/s h/a b\""},
-                                  {"Flag", "sure"},
-                                  {"List", "/a; /b c ;"},
-                                  {"Extra", "-x 'y z' $(Scene) [-n $(Empty)]"},
-                                  {"Program", "mine"}});
-Launch const launch = BuildLaunch(*product, *unit, {{"Engine.Name", "e1"}, {"Program", "theirs"}});
-EXPECT_EQ(launch.arguments, (Words{"run", "a5-9x2", "-t 4", "-s", "/s h/a b", "-f", "+L", "/a", "+L", "/b c", "-x",
-                                   "y z", "/s h/a b", "e1", "theirs"}));
-EXPECT_EQ(launch.environment, (corekit::map<String, String>{}));
-EXPECT_EQ(launch.folder, "/s h");
-EXPECT_EQ(launch.expectedFiles, (Words{"009.png", "007.png", "005.png", "all"}));
-EXPECT_FALSE(launch.shell);
-unit->Set("Flag", "Never");
-unit->Set("Out", "/o");
-Launch const other = BuildLaunch(*product, *unit, {});
-EXPECT_EQ(Words(other.arguments.begin(), other.arguments.begin() + 5), (Words{"run", "a5-9x2", "-t 4", "-o", "/o"}));
-EXPECT_EQ(std::count(other.arguments.begin(), other.arguments.end(), "-f"), 0);
-EXPECT_EQ(other.environment, (corekit::map<String, String>{{"OUT", "/o"}}));
-EXPECT_EQ(other.arguments.back(), "mine");
+    auto const unit = Unit(*product, {{p_SubRange, "9-5x2"},
+                                      {"Scene", "\"/s h/a b\""},
+                                      {"Flag", "sure"},
+                                      {"List", "/a; /b c ;"},
+                                      {"Extra", "-x 'y z' $(Scene) [-n $(Empty)]"},
+                                      {"Program", "mine"}});
+    Launch const launch = BuildLaunch(*product, *unit, {{"Engine.Name", "e1"}, {"Program", "theirs"}});
+    EXPECT_EQ(launch.arguments, (Words{"run", "a5-9x2", "-t 4", "-s", "/s h/a b", "-f", "+L", "/a", "+L", "/b c", "-x",
+                                       "y z", "/s h/a b", "e1", "theirs"}));
+    EXPECT_EQ(launch.environment, (corekit::map<String, String>{}));
+    EXPECT_EQ(launch.folder, "/s h");
+    EXPECT_EQ(launch.expectedFiles, (Words{"009.png", "007.png", "005.png", "all"}));
+    EXPECT_FALSE(launch.shell);
+    unit->Set("Flag", "Never");
+    unit->Set("Out", "/o");
+    Launch const other = BuildLaunch(*product, *unit, {});
+    EXPECT_EQ(Words(other.arguments.begin(), other.arguments.begin() + 5),
+              (Words{"run", "a5-9x2", "-t 4", "-o", "/o"}));
+    EXPECT_EQ(std::count(other.arguments.begin(), other.arguments.end(), "-f"), 0);
+    EXPECT_EQ(other.environment, (corekit::map<String, String>{{"OUT", "/o"}}));
+    EXPECT_EQ(other.arguments.back(), "mine");
 }
 
 TEST(Launch, SaysWhatIsWrong) {
-    auto const product = WithLaunch(R"({"Arguments": ["$(Program)", "$(Big)"]})",
-                                    R"(, "EvenPackets": true, "Values": {"A": "$(B)", "B": "$(A)"
+    auto const product = WithLaunch(R"json({"Arguments": ["$(Program)", "$(Big)"]})json",
+                                    R"json(, "EvenPackets": true, "Values": {"A": "$(B)", "B": "$(A)"
 }, "Parameters": [
-        {"Type": "Text", "Name": "Scene", "NiceName": "The Scene", "Flags": ["Job Parameter", "Required"]}])");
+        {"Type": "Text", "Name": "Scene", "NiceName": "The Scene", "Flags": ["Job Parameter", "Required"]}])json");
     OptionMap const good = {{"Scene", "s"}, {"Program", "p"}, {p_SubRange, "1-3"}};
-auto const with = [&good](char const* name, String const& value) {
-    OptionMap values = good;
-    values[name] = value;
-    return values;
-};
-EXPECT_EQ(LaunchError(*product, good), "no error");
-EXPECT_TRUE(LaunchError(*product, with("Scene", " ")).StartsWith("\"The Scene\" (Scene) of the Job has no value"));
-EXPECT_TRUE(LaunchError(*product, with("Program", "")).Contains("names no program to run"));
-EXPECT_TRUE(LaunchError(*product, with(p_SubRange, "1,2,9")).Contains("The frames 1,2,9 are not evenly spaced"));
-EXPECT_TRUE(LaunchError(*product, with(p_SubRange, "1-")).Contains("is not a range of frames"));
-EXPECT_TRUE(
-    LaunchError(*product, with("Big", String(k_ArgumentLengthLimit + 1, 'x'))).Contains("an argument of 131072 bytes"));
-EXPECT_TRUE(LaunchError(*product, with("Big", String("a\0b", 3))).Contains("zero byte"));
-EXPECT_TRUE(LaunchError(*product, with("Big", "x")).Contains("no error"));
-EXPECT_TRUE(LaunchError(*WithLaunch("{}"), good).Contains("does not say what to run"));
-    EXPECT_TRUE(LaunchError(*WithLaunch(R"({"Arguments": ["x", "$(A)"]
-    })", R"(, "Values": {"A": "$(B)", "B": "$(A)"})"), good)
-                    .Contains("is made of itself"));
-    }
-
-    TEST(Launch, CommandsRunOnFramesAndHistoryRows) {
-        auto const product = Shipped("povray.json");
-        auto const job =
-            Unit(*product, {{p_Range, "1-100"}, {"OutputFolder", "/o"}, {"OutputName", "i"}, {p_SubRange, ""}});
-        Launch launch;
-        ASSERT_TRUE(BuildCommandLaunch(*product, *job, c_ViewCommand, "42", launch));
-        EXPECT_EQ(launch.arguments, (Words{"xdg-open", "/o/i042.png"}));
-        job->SetName("7-9"); // a history row's copy of the Job
-        ASSERT_TRUE(BuildCommandLaunch(*product, *job, c_ViewCommand, "", launch));
-        EXPECT_EQ(launch.arguments, (Words{"xdg-open", "/o/i007.png"}));
-        ASSERT_TRUE(BuildCommandLaunch(*product, *job, c_CheckFileSequences, "", launch));
-        EXPECT_EQ(launch.arguments.front(), "ffplay");
-        EXPECT_FALSE(
-            BuildCommandLaunch(*product, *job, c_Output, "", launch)); // the window that shows it knows what to do
-        EXPECT_FALSE(BuildCommandLaunch(*product, *job, "Unknown", "", launch));
-    }
-
-    TEST(OutputMatcher, CountsFramesAndParts) {
-        using Kind = OutputRule::Kind;
-        auto const rule = [](Kind kind, char const* pattern) {
-            OutputRule result;
-            result.kind = kind;
-            result.pattern = pattern;
-            return result;
-        };
-        struct Step {
-            char const* line;
-            double percent;
-        };
-        struct Case {
-            corekit::vector<OutputRule> rules;
-            char const* subRange;
-            corekit::vector<Step> steps;
-        };
-        Case const cases[] = {
-            {{rule(Kind::Percent, "(\\S+)%")},
-             "1-4",
-             {{"x 25.5%", 25.5}, {"10%", 25.5}, {"none", 25.5}, {"900%", 100}, {"nan%", 100}}},
-            {{rule(Kind::Step, "(\\d+)/(\\d+)")}, "", {{"1/4", 25}, {"3/0", 25}, {"4/4", 100}}},
-            {{rule(Kind::Frame, "F(-?\\d+)"), rule(Kind::Percent, "(\\d+)%")},
-             "-5--2",
-             {{"F-5", 0},
-              {"50%", 12.5},
-              {"F-5", 12.5},
-              {"100%", 25},
-              {"F-4", 25},
-              {"F99", 25},
-              {"F-2", 50},
-              {"100%", 75}}},
-            // A program that takes the frames from the end.
-            {{rule(Kind::Frame, "F(\\d+)"), rule(Kind::Percent, "(\\d+)%")},
-             "1-4",
-             {{"F4", 0}, {"F3", 25}, {"50%", 37.5}}},
-            {{rule(Kind::FrameOffset, "frame (\\d+) of"), rule(Kind::Percent, "(\\d+)%")},
-             "3-9x2",
-             {{"frame 1 of 7", 0}, {"100%", 25}, {"frame 3 of 7", 25}, {"frame 7 of 7", 50}}},
-            {{rule(Kind::Done, "saved (\\d+)")}, "1-4", {{"saved 2", 25}, {"saved 2", 25}, {"saved 1", 50}}},
-            {{rule(Kind::Total, "total (\\S+)"), rule(Kind::Position, "at (\\S+)")},
-             "",
-             {{"at 00:00:05", 0},
-              {"total 00:01:40.0", 0},
-              {"total 5", 0},
-              {"at 00:00:25.00", 25},
-              {"at 00:01:15", 75}}},
-        };
-        for (Case const& c : cases) {
-            OutputMatcher matcher({c.rules, {0}, {}}, c.subRange);
-            for (Step const& step : c.steps) {
-                double const before = matcher.Percent();
-                EXPECT_EQ(matcher.Feed(step.line).progressChanged, step.percent > before) << step.line;
-                EXPECT_NEAR(matcher.Percent(), step.percent, 1e-9) << c.rules[0].pattern << ": " << step.line;
-            }
-        }
-    }
-
-    TEST(OutputMatcher, FirstErrorCountsAndNotesAreMade) {
-        OutputRule error;
-        error.kind = OutputRule::Kind::Error;
-        error.pattern = "failed: (\\w+)(?: at (\\d+))?";
-        error.text = "$1 ($2) costs 5$$";
-        OutputRule warning;
-        warning.kind = OutputRule::Kind::Warning;
-        warning.pattern = "warn";
-        OutputMatcher matcher({{error, warning}, {0}, {}}, "");
-        EXPECT_EQ(matcher.Feed("  warn me \r").warning, "warn me");
-        EXPECT_EQ(matcher.Feed("x failed: disk at 7").error, "disk (7) costs 5$");
-        EXPECT_EQ(matcher.Feed("failed: again").error, "again () costs 5$");
-        EXPECT_EQ(matcher.FirstError(), "disk (7) costs 5$");
-        // Far beyond the limit, and a pattern that makes other engines take for ever.
-        error.pattern = "(a*)*b";
-        OutputMatcher slow({{error}, {0}, {}}, "");
-        EXPECT_TRUE(slow.Feed(std::string(10 << 20, 'a') + "b").error.Empty());
-        error.pattern = "(";
-        EXPECT_THROW(OutputMatcher({{error}, {0}, {}}, ""), ParseException);
-    }
-
-    // Every shipped file loads, its texts are complete, its patterns compile, and it reads back.
-    TEST(ShippedProducts, AreComplete) {
-        corekit::vector<String> errors;
-        auto const products = LoadProductFolder(Path(VORLAN_SOURCE_DIR) / "products", errors);
-        for (String const& error : errors)
-            ADD_FAILURE() << error;
-        ASSERT_GE(products.size(), 4U);
-        auto const checkHelp = [](auto const& self, String const& place, Parameter const& parameter) -> void {
-            bool const heading =
-                parameter.Type() == Parameter::t_Separator || parameter.Type() == Parameter::t_HelpText;
-            EXPECT_TRUE(heading || !parameter.GetHelp().Empty()) << place << " " << parameter.GetName();
-            EXPECT_TRUE(parameter.IsDefault(parameter.GetDefault())) << place << " " << parameter.GetName();
-            for (size_t i = 0; i < parameter.GetSubParamCount(); ++i)
-                self(self, place + " " + parameter.GetName(), *parameter.GetSubParam(i));
-        };
-        for (auto const& product : products) {
-            EXPECT_FALSE(product->ShortHelp().Empty() || product->LongHelp().Empty() ||
-                         product->SummaryTemplate().Empty())
-                << product->Name();
-            for (size_t i = 0; i < product->GetParamCount(); ++i)
-                checkHelp(checkHelp, product->Name(), *product->GetParam(i));
-            EXPECT_NE(product->FindCommand(c_Output), nullptr) << product->Name();
-            EXPECT_NE(product->FindCommand(c_ViewCommand), nullptr) << product->Name();
-            EXPECT_NO_THROW(OutputMatcher(product->GetOutputRules(), "1-10")) << product->Name();
-            // What a rule changes is there to be changed.
-            for (auto const& [key, updates] : product->GetAutoDetectStrings()) {
-                for (auto const& [name, text] : updates)
-                    EXPECT_NE(product->GetParam(name), nullptr) << product->Name() << " " << key << " " << name;
-            }
-            String const text = ProductToText(*product);
-            EXPECT_EQ(ProductToText(*ProductFromText(text)), text) << product->Name();
-        }
-    }
-
-    TEST(ShippedProducts, BlenderCommandLine) {
-        auto const product = Shipped("blender.json");
-        OptionMap values = {{"SceneFile", "\"/s/a.blend\""}, {p_SubRange, "10-4x3"}, {"CPUs", "8"}};
-        Launch launch = BuildLaunch(*product, *Unit(*product, values), {{"Program", "/opt/blender"}});
-        EXPECT_EQ(launch.Text(), "/opt/blender -b /s/a.blend -t 8 -s 4 -e 10 -j 3 -a");
-        EXPECT_TRUE(launch.expectedFiles.empty()); // the file decides on the names
-        values.merge(OptionMap{{"OutputFolder", "/o"},
-                               {"Format", "OPEN_EXR"},
-                               {"Renderer", "CYCLES"},
-                               {"Device", "CPU"},
-                               {"AutoRun", "0"},
-                               {"Scene", "Main Scene"},
-                               {"Options", "-noaudio"}});
-        launch = BuildLaunch(*product, *Unit(*product, values), {});
-        EXPECT_EQ(
-            launch.Text(),
-            "blender -b -Y /s/a.blend -S \"Main Scene\" -o /o/image_#### -F OPEN_EXR -x 1 -E CYCLES -t 8 -noaudio "
-            "-s 4 -e 10 -j 3 -a -- --cycles-device CPU");
-        EXPECT_EQ(launch.expectedFiles, (Words{"/o/image_0010.exr", "/o/image_0007.exr", "/o/image_0004.exr"}));
-
-        OutputMatcher matcher(product->GetOutputRules(), "1-2");
-        matcher.Feed("Fra:1 Mem:20.55M (Peak 20.56M) | Time:00:00.53 | Mem:0.66M, Peak:0.66M | Scene, View Layer | "
-                     "Sample 32/64");
-        EXPECT_NEAR(matcher.Percent(), 25, 1e-9);
-        matcher.Feed("Saved: '/o/image_0001.exr'");
-        matcher.Feed("Fra:2 Mem:20.55M (Peak 20.56M) | Time:00:00.10 | Compositing");
-        EXPECT_NEAR(matcher.Percent(), 50, 1e-9);
-        EXPECT_EQ(matcher.Feed("Error: Cannot read file '/s/a.blend': No such file or directory").error,
-                  "Error: Cannot read file '/s/a.blend': No such file or directory");
-    }
-
-    bool IsInstalled(char const* program) {
-        return std::system((String("command -v ") + program + " >/dev/null 2>&1").c_str()) == 0;
-    }
-
-    // What a launch did: its exit code and all lines of its output fed to the matcher.
-    struct Outcome {
-        int exitCode = -1;
-        double percent = 0;
-        int progressReports = 0;
-        String error;
-        String output;
+    auto const with = [&good](char const* name, String const& value) {
+        OptionMap values = good;
+        values[name] = value;
+        return values;
     };
+    EXPECT_EQ(LaunchError(*product, good), "no error");
+    EXPECT_TRUE(LaunchError(*product, with("Scene", " ")).StartsWith("\"The Scene\" (Scene) of the Job has no value"));
+    EXPECT_TRUE(LaunchError(*product, with("Program", "")).Contains("names no program to run"));
+    EXPECT_TRUE(LaunchError(*product, with(p_SubRange, "1,2,9")).Contains("The frames 1,2,9 are not evenly spaced"));
+    EXPECT_TRUE(LaunchError(*product, with(p_SubRange, "1-")).Contains("is not a range of frames"));
+    EXPECT_TRUE(LaunchError(*product, with("Big", String(k_ArgumentLengthLimit + 1, 'x')))
+                    .Contains("an argument of 131072 bytes"));
+    EXPECT_TRUE(LaunchError(*product, with("Big", String("a\0b", 3))).Contains("zero byte"));
+    EXPECT_TRUE(LaunchError(*product, with("Big", "x")).Contains("no error"));
+    EXPECT_TRUE(LaunchError(*WithLaunch("{}"), good).Contains("does not say what to run"));
+    EXPECT_TRUE(LaunchError(*WithLaunch(R"json({"Arguments": ["x", "$(A)"]
+    })json",
+                                        R"json(, "Values": {"A": "$(B)", "B": "$(A)"})json"),
+                            good)
+                    .Contains("is made of itself"));
+}
 
-    Outcome Run(Product const& product, Job const& unit, Launch const& launch, TempFolder const& folder) {
-        Path const log = folder / "output.txt";
-        int const fd = open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-        ProcessOptions options;
-        options.args = Words(launch.arguments.begin() + 1, launch.arguments.end());
-        options.env = launch.environment;
-        options.env["HOME"] = folder.Folder();
-        options.folder = launch.folder.Empty() ? folder.Folder() : launch.folder;
-        options.stdoutFd = fd;
-        options.stderrFd = fd;
-        if (launch.createFolder)
-            std::filesystem::create_directories(launch.folder.Native());
-        String error;
-        auto const process = Process::Start(Path(launch.arguments.front()), options, &error);
-        close(fd);
-        Outcome outcome;
-        EXPECT_NE(process, nullptr) << error;
-        if (!process)
-            return outcome;
-        outcome.exitCode = process->Wait(60000).value_or(-1000);
-        outcome.output = File::Read(log);
-        OutputMatcher matcher(product.GetOutputRules(), unit.GetParameterString(p_SubRange));
-        for (size_t from = 0; from < outcome.output.size();) {
-            size_t const end = std::min(outcome.output.FindOneOf("\r\n", from), outcome.output.size());
-            outcome.progressReports += matcher.Feed(outcome.output.Mid(from, end - from)).progressChanged ? 1 : 0;
-            from = end + 1;
+TEST(Launch, CommandsRunOnFramesAndHistoryRows) {
+    auto const product = Shipped("povray.json");
+    auto const job =
+        Unit(*product, {{p_Range, "1-100"}, {"OutputFolder", "/o"}, {"OutputName", "i"}, {p_SubRange, ""}});
+    Launch launch;
+    ASSERT_TRUE(BuildCommandLaunch(*product, *job, c_ViewCommand, "42", launch));
+    EXPECT_EQ(launch.arguments, (Words{"xdg-open", "/o/i042.png"}));
+    job->SetName("7-9"); // a history row's copy of the Job
+    ASSERT_TRUE(BuildCommandLaunch(*product, *job, c_ViewCommand, "", launch));
+    EXPECT_EQ(launch.arguments, (Words{"xdg-open", "/o/i007.png"}));
+    ASSERT_TRUE(BuildCommandLaunch(*product, *job, c_CheckFileSequences, "", launch));
+    EXPECT_EQ(launch.arguments.front(), "ffplay");
+    EXPECT_FALSE(BuildCommandLaunch(*product, *job, c_Output, "", launch)); // the window that shows it knows what to do
+    EXPECT_FALSE(BuildCommandLaunch(*product, *job, "Unknown", "", launch));
+}
+
+TEST(OutputMatcher, CountsFramesAndParts) {
+    using Kind = OutputRule::Kind;
+    auto const rule = [](Kind kind, char const* pattern) {
+        OutputRule result;
+        result.kind = kind;
+        result.pattern = pattern;
+        return result;
+    };
+    struct Step {
+        char const* line;
+        double percent;
+    };
+    struct Case {
+        corekit::vector<OutputRule> rules;
+        char const* subRange;
+        corekit::vector<Step> steps;
+    };
+    Case const cases[] = {
+        {{rule(Kind::Percent, "(\\S+)%")},
+         "1-4",
+         {{"x 25.5%", 25.5}, {"10%", 25.5}, {"none", 25.5}, {"900%", 100}, {"nan%", 100}}},
+        {{rule(Kind::Step, "(\\d+)/(\\d+)")}, "", {{"1/4", 25}, {"3/0", 25}, {"4/4", 100}}},
+        {{rule(Kind::Frame, "F(-?\\d+)"), rule(Kind::Percent, "(\\d+)%")},
+         "-5--2",
+         {{"F-5", 0}, {"50%", 12.5}, {"F-5", 12.5}, {"100%", 25}, {"F-4", 25}, {"F99", 25}, {"F-2", 50}, {"100%", 75}}},
+        // A program that takes the frames from the end.
+        {{rule(Kind::Frame, "F(\\d+)"), rule(Kind::Percent, "(\\d+)%")}, "1-4", {{"F4", 0}, {"F3", 25}, {"50%", 37.5}}},
+        {{rule(Kind::FrameOffset, "frame (\\d+) of"), rule(Kind::Percent, "(\\d+)%")},
+         "3-9x2",
+         {{"frame 1 of 7", 0}, {"100%", 25}, {"frame 3 of 7", 25}, {"frame 7 of 7", 50}}},
+        {{rule(Kind::Done, "saved (\\d+)")}, "1-4", {{"saved 2", 25}, {"saved 2", 25}, {"saved 1", 50}}},
+        {{rule(Kind::Total, "total (\\S+)"), rule(Kind::Position, "at (\\S+)")},
+         "",
+         {{"at 00:00:05", 0}, {"total 00:01:40.0", 0}, {"total 5", 0}, {"at 00:00:25.00", 25}, {"at 00:01:15", 75}}},
+    };
+    for (Case const& c : cases) {
+        OutputMatcher matcher({c.rules, {0}, {}}, c.subRange);
+        for (Step const& step : c.steps) {
+            double const before = matcher.Percent();
+            EXPECT_EQ(matcher.Feed(step.line).progressChanged, step.percent > before) << step.line;
+            EXPECT_NEAR(matcher.Percent(), step.percent, 1e-9) << c.rules[0].pattern << ": " << step.line;
         }
-        outcome.percent = matcher.Percent();
-        outcome.error = matcher.FirstError();
+    }
+}
+
+TEST(OutputMatcher, FirstErrorCountsAndNotesAreMade) {
+    OutputRule error;
+    error.kind = OutputRule::Kind::Error;
+    error.pattern = "failed: (\\w+)(?: at (\\d+))?";
+    error.text = "$1 ($2) costs 5$$";
+    OutputRule warning;
+    warning.kind = OutputRule::Kind::Warning;
+    warning.pattern = "warn";
+    OutputMatcher matcher({{error, warning}, {0}, {}}, "");
+    EXPECT_EQ(matcher.Feed("  warn me \r").warning, "warn me");
+    EXPECT_EQ(matcher.Feed("x failed: disk at 7").error, "disk (7) costs 5$");
+    EXPECT_EQ(matcher.Feed("failed: again").error, "again () costs 5$");
+    EXPECT_EQ(matcher.FirstError(), "disk (7) costs 5$");
+    // Far beyond the limit, and a pattern that makes other engines take for ever.
+    error.pattern = "(a*)*b";
+    OutputMatcher slow({{error}, {0}, {}}, "");
+    EXPECT_TRUE(slow.Feed(std::string(10 << 20, 'a') + "b").error.Empty());
+    error.pattern = "(";
+    EXPECT_THROW(OutputMatcher({{error}, {0}, {}}, ""), ParseException);
+}
+
+// Every shipped file loads, its texts are complete, its patterns compile, and it reads back.
+TEST(ShippedProducts, AreComplete) {
+    corekit::vector<String> errors;
+    auto const products = LoadProductFolder(Path(VORLAN_SOURCE_DIR) / "products", errors);
+    for (String const& error : errors)
+        ADD_FAILURE() << error;
+    ASSERT_GE(products.size(), 4U);
+    auto const checkHelp = [](auto const& self, String const& place, Parameter const& parameter) -> void {
+        bool const heading = parameter.Type() == Parameter::t_Separator || parameter.Type() == Parameter::t_HelpText;
+        EXPECT_TRUE(heading || !parameter.GetHelp().Empty()) << place << " " << parameter.GetName();
+        EXPECT_TRUE(parameter.IsDefault(parameter.GetDefault())) << place << " " << parameter.GetName();
+        for (size_t i = 0; i < parameter.GetSubParamCount(); ++i)
+            self(self, place + " " + parameter.GetName(), *parameter.GetSubParam(i));
+    };
+    for (auto const& product : products) {
+        EXPECT_FALSE(product->ShortHelp().Empty() || product->LongHelp().Empty() || product->SummaryTemplate().Empty())
+            << product->Name();
+        for (size_t i = 0; i < product->GetParamCount(); ++i)
+            checkHelp(checkHelp, product->Name(), *product->GetParam(i));
+        EXPECT_NE(product->FindCommand(c_Output), nullptr) << product->Name();
+        EXPECT_NE(product->FindCommand(c_ViewCommand), nullptr) << product->Name();
+        EXPECT_NO_THROW(OutputMatcher(product->GetOutputRules(), "1-10")) << product->Name();
+        // What a rule changes is there to be changed.
+        for (auto const& [key, updates] : product->GetAutoDetectStrings()) {
+            for (auto const& [name, text] : updates)
+                EXPECT_NE(product->GetParam(name), nullptr) << product->Name() << " " << key << " " << name;
+        }
+        String const text = ProductToText(*product);
+        EXPECT_EQ(ProductToText(*ProductFromText(text)), text) << product->Name();
+    }
+}
+
+TEST(ShippedProducts, BlenderCommandLine) {
+    auto const product = Shipped("blender.json");
+    OptionMap values = {{"SceneFile", "\"/s/a.blend\""}, {p_SubRange, "10-4x3"}, {"CPUs", "8"}};
+    Launch launch = BuildLaunch(*product, *Unit(*product, values), {{"Program", "/opt/blender"}});
+    EXPECT_EQ(launch.Text(), "/opt/blender -b /s/a.blend -t 8 -s 4 -e 10 -j 3 -a");
+    EXPECT_TRUE(launch.expectedFiles.empty()); // the file decides on the names
+    values.merge(OptionMap{{"OutputFolder", "/o"},
+                           {"Format", "OPEN_EXR"},
+                           {"Renderer", "CYCLES"},
+                           {"Device", "CPU"},
+                           {"AutoRun", "0"},
+                           {"Scene", "Main Scene"},
+                           {"Options", "-noaudio"}});
+    launch = BuildLaunch(*product, *Unit(*product, values), {});
+    EXPECT_EQ(launch.Text(),
+              "blender -b -Y /s/a.blend -S \"Main Scene\" -o /o/image_#### -F OPEN_EXR -x 1 -E CYCLES -t 8 -noaudio "
+              "-s 4 -e 10 -j 3 -a -- --cycles-device CPU");
+    EXPECT_EQ(launch.expectedFiles, (Words{"/o/image_0010.exr", "/o/image_0007.exr", "/o/image_0004.exr"}));
+
+    OutputMatcher matcher(product->GetOutputRules(), "1-2");
+    matcher.Feed("Fra:1 Mem:20.55M (Peak 20.56M) | Time:00:00.53 | Mem:0.66M, Peak:0.66M | Scene, View Layer | "
+                 "Sample 32/64");
+    EXPECT_NEAR(matcher.Percent(), 25, 1e-9);
+    matcher.Feed("Saved: '/o/image_0001.exr'");
+    matcher.Feed("Fra:2 Mem:20.55M (Peak 20.56M) | Time:00:00.10 | Compositing");
+    EXPECT_NEAR(matcher.Percent(), 50, 1e-9);
+    EXPECT_EQ(matcher.Feed("Error: Cannot read file '/s/a.blend': No such file or directory").error,
+              "Error: Cannot read file '/s/a.blend': No such file or directory");
+}
+
+bool IsInstalled(char const* program) {
+    return std::system((String("command -v ") + program + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+// What a launch did: its exit code and all lines of its output fed to the matcher.
+struct Outcome {
+    int exitCode = -1;
+    double percent = 0;
+    int progressReports = 0;
+    String error;
+    String output;
+};
+
+Outcome RunLaunch(Product const& product, Job const& unit, Launch const& launch, TempFolder const& folder) {
+    Path const log = folder / "output.txt";
+    int const fd = open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    ProcessOptions options;
+    options.args = Words(launch.arguments.begin() + 1, launch.arguments.end());
+    options.env = launch.environment;
+    options.env["HOME"] = folder.Folder();
+    options.folder = launch.folder.Empty() ? folder.Folder() : launch.folder;
+    options.stdoutFd = fd;
+    options.stderrFd = fd;
+    if (launch.createFolder)
+        std::filesystem::create_directories(launch.folder.Native());
+    String error;
+    auto const process = Process::Start(Path(launch.arguments.front()), options, &error);
+    close(fd);
+    Outcome outcome;
+    EXPECT_NE(process, nullptr) << error;
+    if (!process)
         return outcome;
+    outcome.exitCode = process->Wait(60000).value_or(-1000);
+    outcome.output = File::Read(log);
+    OutputMatcher matcher(product.GetOutputRules(), unit.GetParameterString(p_SubRange));
+    for (size_t from = 0; from < outcome.output.size();) {
+        size_t const end = std::min(outcome.output.FindOneOf("\r\n", from), outcome.output.size());
+        outcome.progressReports += matcher.Feed(outcome.output.Mid(from, end - from)).progressChanged ? 1 : 0;
+        from = end + 1;
     }
+    outcome.percent = matcher.Percent();
+    outcome.error = matcher.FirstError();
+    return outcome;
+}
 
-    void ExpectFiles(Launch const& launch, size_t count) {
-        EXPECT_EQ(launch.expectedFiles.size(), count);
-        for (String const& file : launch.expectedFiles) {
-            std::error_code error;
-            EXPECT_GT(std::filesystem::file_size(Path(file).Native(), error), 0U) << file;
-            EXPECT_FALSE(error) << file << ": " << error.message();
-        }
+void ExpectFiles(Launch const& launch, size_t count) {
+    EXPECT_EQ(launch.expectedFiles.size(), count);
+    for (String const& file : launch.expectedFiles) {
+        std::error_code error;
+        EXPECT_GT(std::filesystem::file_size(Path(file).Native(), error), 0U) << file;
+        EXPECT_FALSE(error) << file << ": " << error.message();
     }
+}
 
-    TEST(RealPrograms, CommandWithAndWithoutShell) {
-        auto const product = Shipped("command.json");
-        TempFolder const folder;
-        auto const unit =
-            Unit(*product,
-                 {{p_SubRange, "3-4"},
-                  {p_Name, "it's; $HOME"},
-                  {"Folder", folder.Folder()},
-                  {"OutputFile", "out.$(Frame:pad=3)"},
-                  {"CommandLine",
-                   "/bin/sh -c 'echo \"$0\" > out.00$1; echo \"$0\" > out.00$2; echo 40%' $(Name) $(First) $(Last)"}});
-        Launch launch = BuildLaunch(*product, *unit, {});
-        EXPECT_FALSE(launch.shell);
-        EXPECT_EQ(launch.expectedFiles, (Words{"out.003", "out.004"}));
-        Outcome outcome = Run(*product, *unit, launch, folder);
-        EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
-        EXPECT_EQ(File::Read(folder / "out.004"), "it's; $HOME\n");
-        EXPECT_NEAR(outcome.percent, 40, 1e-9);
+TEST(RealPrograms, CommandWithAndWithoutShell) {
+    auto const product = Shipped("command.json");
+    TempFolder const folder;
+    auto const unit = Unit(
+        *product, {{p_SubRange, "3-4"},
+                   {p_Name, "it's; $HOME"},
+                   {"Folder", folder.Folder()},
+                   {"OutputFile", "out.$(Frame:pad=3)"},
+                   {"CommandLine",
+                    "/bin/sh -c 'echo \"$0\" > out.00$1; echo \"$0\" > out.00$2; echo 40%' $(Name) $(First) $(Last)"}});
+    Launch launch = BuildLaunch(*product, *unit, {});
+    EXPECT_FALSE(launch.shell);
+    EXPECT_EQ(launch.expectedFiles, (Words{"out.003", "out.004"}));
+    Outcome outcome = RunLaunch(*product, *unit, launch, folder);
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
+    EXPECT_EQ(File::Read(folder / "out.004"), "it's; $HOME\n");
+    EXPECT_NEAR(outcome.percent, 40, 1e-9);
 
-        unit->Set("Shell", k_Yes);
-        unit->Set("CommandLine", "echo $(Name) | tr a-z A-Z > \"$(Name)\" && exit 3");
-        launch = BuildLaunch(*product, *unit, {});
-        EXPECT_TRUE(launch.shell);
-        outcome = Run(*product, *unit, launch, folder);
-        EXPECT_EQ(outcome.exitCode, 3) << outcome.output;
-        EXPECT_EQ(File::Read(folder / "it's; $HOME"), "IT'S; $HOME\n");
+    unit->Set("Shell", k_Yes);
+    unit->Set("CommandLine", "echo $(Name) | tr a-z A-Z > \"$(Name)\" && exit 3");
+    launch = BuildLaunch(*product, *unit, {});
+    EXPECT_TRUE(launch.shell);
+    outcome = RunLaunch(*product, *unit, launch, folder);
+    EXPECT_EQ(outcome.exitCode, 3) << outcome.output;
+    EXPECT_EQ(File::Read(folder / "it's; $HOME"), "IT'S; $HOME\n");
+}
+
+char const k_Scene[] = "#version 3.7;\nglobal_settings { assumed_gamma 1 }\ncamera { location <0,1,-4> look_at 0 }\n"
+                       "light_source { <5,5,-5> rgb 1 }\nsphere { <clock,0,0>, Radius pigment { rgb <1,0.2,0.2> } }\n";
+
+TEST(RealPrograms, PovRayRendersPackets) {
+    if (!IsInstalled("povray"))
+        GTEST_SKIP() << "povray is not installed";
+    auto const product = Shipped("povray.json");
+    TempFolder const folder;
+    File::WriteWhole(folder / "ball one.pov", k_Scene);
+    OptionMap const values = {{"SceneFile", "\"" + (folder / "ball one.pov") + "\""},
+                              {"OutputFolder", folder / "made/images"},
+                              {"OutputName", "my ball_"},
+                              {"Width", "64"},
+                              {"Height", "48"},
+                              {"Declare", "Radius=1"},
+                              {"Antialias", "2"},
+                              {"LibraryPaths", "/tmp; /usr/share/povray/include"},
+                              {"Options", "-J +BS16"}};
+    struct Case {
+        char const* range;
+        char const* subRange;
+        char const* format;
+        size_t files;
+        char const* firstName;
+    };
+    // The names depend on the whole range: as many digits as its last number has, none for a lone frame 1.
+    for (Case const& c : {Case{"1-120", "8-12", "N", 5, "my ball_008.png"},
+                          {"1-20x2", "11-3x2", "J", 5, "my ball_11.jpg"},
+                          {"1", "1", "N", 1, "my ball_.png"},
+                          {"5", "5", "T", 1, "my ball_5.tga"},
+                          {"0-1", "0-1", "B", 2, "my ball_0.bmp"}}) {
+        OptionMap all = values;
+        all[p_Range] = c.range;
+        all[p_SubRange] = c.subRange;
+        all["Format"] = c.format;
+        auto const unit = Unit(*product, all);
+        Launch const launch = BuildLaunch(*product, *unit, {});
+        Outcome const outcome = RunLaunch(*product, *unit, launch, folder);
+        EXPECT_EQ(outcome.exitCode, 0) << launch.Text() << "\n" << outcome.output;
+        EXPECT_EQ(outcome.error, "");
+        EXPECT_NEAR(outcome.percent, 100, 1e-9) << outcome.output;
+        EXPECT_GE(outcome.progressReports, static_cast<int>(c.files));
+        ExpectFiles(launch, c.files);
+        EXPECT_EQ(Path(launch.expectedFiles.front()).Leaf(), c.firstName);
     }
+}
 
-    char const k_Scene[] =
-        "#version 3.7;\nglobal_settings { assumed_gamma 1 }\ncamera { location <0,1,-4> look_at 0 }\n"
-        "light_source { <5,5,-5> rgb 1 }\nsphere { <clock,0,0>, Radius pigment { rgb <1,0.2,0.2> } }\n";
-
-    TEST(RealPrograms, PovRayRendersPackets) {
-        if (!IsInstalled("povray"))
-            GTEST_SKIP() << "povray is not installed";
-        auto const product = Shipped("povray.json");
-        TempFolder const folder;
-        File::WriteWhole(folder / "ball one.pov", k_Scene);
-        OptionMap const values = {{"SceneFile", "\"" + (folder / "ball one.pov") + "\""},
-                                  {"OutputFolder", folder / "made/images"},
-                                  {"OutputName", "my ball_"},
-                                  {"Width", "64"},
-                                  {"Height", "48"},
-                                  {"Declare", "Radius=1"},
-                                  {"Antialias", "2"},
-                                  {"LibraryPaths", "/tmp; /usr/share/povray/include"},
-                                  {"Options", "-J +BS16"}};
-        struct Case {
-            char const* range;
-            char const* subRange;
-            char const* format;
-            size_t files;
-            char const* firstName;
-        };
-        // The names depend on the whole range: as many digits as its last number has, none for a lone frame 1.
-        for (Case const& c : {Case{"1-120", "8-12", "N", 5, "my ball_008.png"},
-                              {"1-20x2", "11-3x2", "J", 5, "my ball_11.jpg"},
-                              {"1", "1", "N", 1, "my ball_.png"},
-                              {"5", "5", "T", 1, "my ball_5.tga"},
-                              {"0-1", "0-1", "B", 2, "my ball_0.bmp"}}) {
-            OptionMap all = values;
-            all[p_Range] = c.range;
-            all[p_SubRange] = c.subRange;
-            all["Format"] = c.format;
-            auto const unit = Unit(*product, all);
-            Launch const launch = BuildLaunch(*product, *unit, {});
-            Outcome const outcome = Run(*product, *unit, launch, folder);
-            EXPECT_EQ(outcome.exitCode, 0) << launch.Text() << "\n" << outcome.output;
-            EXPECT_EQ(outcome.error, "");
-            EXPECT_NEAR(outcome.percent, 100, 1e-9) << outcome.output;
-            EXPECT_GE(outcome.progressReports, static_cast<int>(c.files));
-            ExpectFiles(launch, c.files);
-            EXPECT_EQ(Path(launch.expectedFiles.front()).Leaf(), c.firstName);
-        }
-    }
-
-    TEST(RealPrograms, PovRayErrorsAreSeen) {
-        if (!IsInstalled("povray"))
-            GTEST_SKIP() << "povray is not installed";
-        auto const product = Shipped("povray.json");
-        TempFolder const folder;
-        File::WriteWhole(folder / "bad.pov", "#version 3.7;\nsphere { nonsense }\n");
-        for (char const* scene : {"bad.pov", "missing.pov"}) {
-            auto const unit = Unit(*product, {{"SceneFile", folder / scene},
-                                              {"OutputFolder", folder.Folder()},
-                                              {p_Range, "1"},
-                                              {p_SubRange, "1"},
-                                              {"Width", "8"},
-                                              {"Height", "8"}});
-            Outcome const outcome = Run(*product, *unit, BuildLaunch(*product, *unit, {}), folder);
-            EXPECT_NE(outcome.exitCode, 0);
-            EXPECT_TRUE(outcome.error.Contains("Parse Error:")) << outcome.error << "\n" << outcome.output;
-        }
-    }
-
-    TEST(RealPrograms, FFmpegMakesAFilm) {
-        if (!IsInstalled("ffmpeg"))
-            GTEST_SKIP() << "ffmpeg is not installed";
-        auto const product = Shipped("ffmpeg.json");
-        TempFolder const folder;
-        String const make =
-            "ffmpeg -loglevel error -f lavfi -i testsrc=size=64x48:rate=25:duration=2 -start_number 7 '" +
-            (folder / "shot 1_%04d.png") + "' -f lavfi -i sine=duration=1 '" + (folder / "tone.wav") + "'";
-        ASSERT_EQ(std::system(make.c_str()), 0);
-
-        // The way a user goes: the first image is picked, the rest fills itself in.
-        OptionMap values = {{"FirstImage", Path::Enquote(folder / "shot 1_0007.png")}};
-        ASSERT_TRUE(product->AutoDetect("FirstImage", values));
-        EXPECT_EQ(values["Pattern"], Path::Enquote(folder / "shot 1_%04d.png"));
-        EXPECT_EQ(values["StartNumber"], "7");
-        EXPECT_EQ(values["OutputFile"], Path::Enquote(folder / "shot 1.mp4"));
-
-        struct Case {
-            OptionMap more;
-            char const* film;
-        };
-        Case const cases[] = {
-            {{}, "a.mp4"},
-            {{{"SoundFile", folder / "tone.wav"}, {"Size", "32x-2"}, {"Options", "-movflags +faststart"}}, "b.mp4"},
-            {{{"Codec", "prores_ks"}}, "c.mov"},
-            {{{"Codec", "ffv1"}, {"PixelFormat", "Codec"}, {"ImageCount", "50"}}, "d.mkv"},
-        };
-        for (Case const& c : cases) {
-            OptionMap all = c.more;
-            all.insert(values.begin(), values.end());
-            all["OutputFile"] = Path::Enquote(folder / c.film);
-            auto const unit = Unit(*product, all);
-            Launch const launch = BuildLaunch(*product, *unit, {});
-            Outcome const outcome = Run(*product, *unit, launch, folder);
-            EXPECT_EQ(outcome.exitCode, 0) << launch.Text() << "\n" << outcome.output;
-            EXPECT_EQ(outcome.error, "");
-            EXPECT_GT(outcome.percent, c.more.count("SoundFile") != 0 ? 40 : 90) << outcome.output;
-            ExpectFiles(launch, 1);
-        }
-
-        values["Pattern"] = folder / "none_%04d.png";
-        auto const unit = Unit(*product, values);
-        Outcome const outcome = Run(*product, *unit, BuildLaunch(*product, *unit, {}), folder);
+TEST(RealPrograms, PovRayErrorsAreSeen) {
+    if (!IsInstalled("povray"))
+        GTEST_SKIP() << "povray is not installed";
+    auto const product = Shipped("povray.json");
+    TempFolder const folder;
+    File::WriteWhole(folder / "bad.pov", "#version 3.7;\nsphere { nonsense }\n");
+    for (char const* scene : {"bad.pov", "missing.pov"}) {
+        auto const unit = Unit(*product, {{"SceneFile", folder / scene},
+                                          {"OutputFolder", folder.Folder()},
+                                          {p_Range, "1"},
+                                          {p_SubRange, "1"},
+                                          {"Width", "8"},
+                                          {"Height", "8"}});
+        Outcome const outcome = RunLaunch(*product, *unit, BuildLaunch(*product, *unit, {}), folder);
         EXPECT_NE(outcome.exitCode, 0);
-        EXPECT_TRUE(outcome.error.Contains("No such file or directory")) << outcome.output;
+        EXPECT_TRUE(outcome.error.Contains("Parse Error:")) << outcome.error << "\n" << outcome.output;
+    }
+}
+
+TEST(RealPrograms, FFmpegMakesAFilm) {
+    if (!IsInstalled("ffmpeg"))
+        GTEST_SKIP() << "ffmpeg is not installed";
+    auto const product = Shipped("ffmpeg.json");
+    TempFolder const folder;
+    String const make = "ffmpeg -loglevel error -f lavfi -i testsrc=size=64x48:rate=25:duration=2 -start_number 7 '" +
+                        (folder / "shot 1_%04d.png") + "' -f lavfi -i sine=duration=1 '" + (folder / "tone.wav") + "'";
+    ASSERT_EQ(std::system(make.c_str()), 0);
+
+    // The way a user goes: the first image is picked, the rest fills itself in.
+    OptionMap values = {{"FirstImage", Path::Enquote(folder / "shot 1_0007.png")}};
+    ASSERT_TRUE(product->AutoDetect("FirstImage", values));
+    EXPECT_EQ(values["Pattern"], Path::Enquote(folder / "shot 1_%04d.png"));
+    EXPECT_EQ(values["StartNumber"], "7");
+    EXPECT_EQ(values["OutputFile"], Path::Enquote(folder / "shot 1.mp4"));
+
+    struct Case {
+        OptionMap more;
+        char const* film;
+    };
+    Case const cases[] = {
+        {{}, "a.mp4"},
+        {{{"SoundFile", folder / "tone.wav"}, {"Size", "32x-2"}, {"Options", "-movflags +faststart"}}, "b.mp4"},
+        {{{"Codec", "prores_ks"}}, "c.mov"},
+        {{{"Codec", "ffv1"}, {"PixelFormat", "Codec"}, {"ImageCount", "50"}}, "d.mkv"},
+    };
+    for (Case const& c : cases) {
+        OptionMap all = c.more;
+        all.insert(values.begin(), values.end());
+        all["OutputFile"] = Path::Enquote(folder / c.film);
+        auto const unit = Unit(*product, all);
+        Launch const launch = BuildLaunch(*product, *unit, {});
+        Outcome const outcome = RunLaunch(*product, *unit, launch, folder);
+        EXPECT_EQ(outcome.exitCode, 0) << launch.Text() << "\n" << outcome.output;
+        EXPECT_EQ(outcome.error, "");
+        EXPECT_GT(outcome.percent, c.more.count("SoundFile") != 0 ? 40 : 90) << outcome.output;
+        ExpectFiles(launch, 1);
     }
 
-    } // namespace
-    } // namespace vorlan
+    values["Pattern"] = folder / "none_%04d.png";
+    auto const unit = Unit(*product, values);
+    Outcome const outcome = RunLaunch(*product, *unit, BuildLaunch(*product, *unit, {}), folder);
+    EXPECT_NE(outcome.exitCode, 0);
+    EXPECT_TRUE(outcome.error.Contains("No such file or directory")) << outcome.output;
+}
+
+} // namespace
+} // namespace vorlan

@@ -144,7 +144,9 @@ bool JobValues::FindDerived(std::string_view name, String& value) const {
                                 "\" is made of itself. Break the circle in the Product's \"Values\".");
     bool const usedBefore = m_frameUsed;
     m_frameUsed = false;
-    value = ExpandTemplate(text->second, *this);
+    ExpandedTemplate const expanded = ExpandPieces(text->second, *this);
+    // What lacks a part is no value at all.
+    value = expanded.missing ? String() : expanded.Text();
     m_underWay.erase(text->first);
     // One that depends on the frame is cheap to make again and must be.
     if (!m_frameUsed)

@@ -36,7 +36,13 @@ public:
     }
 
 private:
+    // A lone reference is true as its parameter says, any other text as its words say.
     bool IsTrueText(String const& text) const {
+        if (text.StartsWith("$(") && text.FindOneOf(":=!?[|)") == text.size() - 1) {
+            String value;
+            String const name = text.Mid(2, text.size() - 3).Trim();
+            return m_values.Find(name, value) && m_values.IsTrue(name, value);
+        }
         String const expanded = ExpandTemplate(text, m_values).Trim();
         return !expanded.Empty() && expanded.Bool(true);
     }
