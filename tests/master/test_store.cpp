@@ -137,7 +137,8 @@ TEST_F(StoreTest, ADamagedFileIsMendedAndKept) {
     };
     Damage const damages[] = {
         {"no data base at all", [](auto const& file) { std::ofstream(file) << std::string(20000, 'g'); }},
-        {"cut in half", [](auto const& file) { std::filesystem::resize_file(file, std::filesystem::file_size(file) / 2); }},
+        {"cut in half",
+         [](auto const& file) { std::filesystem::resize_file(file, std::filesystem::file_size(file) / 2); }},
         {"a page of rubbish",
          [](auto const& file) {
              std::fstream stream(file, std::ios::in | std::ios::out | std::ios::binary);

@@ -20,9 +20,7 @@ constexpr size_t k_SalvageBatch = 1000;
 /// The side files that belong to an SQLite file.
 constexpr char const* k_Companions[] = {"", "-wal", "-shm"};
 
-String Connection(std::filesystem::path const& file) {
-    return "sqlite3://" + file.string();
-}
+String Connection(std::filesystem::path const& file) { return "sqlite3://" + file.string(); }
 
 /// Reads what can be read; true when that was all of it.
 bool ReadAll(SqlStore& store, std::vector<Record>& records) {
@@ -59,8 +57,7 @@ std::unique_ptr<SqlStore> OpenSqliteStore(Path const& path, String& report) {
         }
     }
 
-    std::filesystem::path const aside =
-        file.string() + ".damaged-" + Time::CurrentTime().Format("%Y%m%d-%H%M%S").Str();
+    std::filesystem::path const aside = file.string() + ".damaged-" + Time::CurrentTime().Format("%Y%m%d-%H%M%S").Str();
     MoveAside(file, aside);
     auto mended = std::make_unique<SqlStore>(Connection(file));
     for (size_t from = 0; from < records.size(); from += k_SalvageBatch) {

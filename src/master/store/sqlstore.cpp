@@ -18,21 +18,18 @@ using corekit::String;
 namespace {
 
 constexpr int k_FirstKind = 1;
-constexpr int k_LastKind = static_cast<int>(RecordKind::k_Last);
+constexpr int k_LastKind = static_cast<int>(RecordKind::EngineHistory);
 
 /// The schema's own number, stored so that a later Master can tell what it opens.
 constexpr int k_SchemaVersion = 1;
 
-std::string TableName(int kind) {
-    return "record_" + std::to_string(kind);
-}
+std::string TableName(int kind) { return "record_" + std::to_string(kind); }
 
 StoreException::Cause CauseOf(soci::soci_error const& error) {
     constexpr int k_Corrupt = 11;
     constexpr int k_NotADatabase = 26;
     auto const* sqliteError = dynamic_cast<soci::sqlite3_soci_error const*>(&error);
-    bool const damaged =
-        sqliteError && (sqliteError->result() == k_Corrupt || sqliteError->result() == k_NotADatabase);
+    bool const damaged = sqliteError && (sqliteError->result() == k_Corrupt || sqliteError->result() == k_NotADatabase);
     return damaged ? StoreException::Cause::Damage : StoreException::Cause::Surroundings;
 }
 
@@ -165,9 +162,7 @@ SqlStore::SqlStore(String const& connection) : m_impl(std::make_unique<Impl>()) 
     }
 }
 
-SqlStore::~SqlStore() {
-    m_impl->ForgetStatements();
-}
+SqlStore::~SqlStore() { m_impl->ForgetStatements(); }
 
 void SqlStore::LoadAll(std::function<void(Record const&)> const& take) {
     try {

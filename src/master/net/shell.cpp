@@ -1,0 +1,291 @@
+#include "master/net/shell.h"
+
+#include <corekit/log.h>
+#include <corekit/sformat.h>
+#include <vorlan/messages.h>
+#include <vorlan/version.h>
+
+#include <thread>
+
+namespace farm {
+
+using corekit::LogError;
+using corekit::LogStatus;
+using corekit::SFormat;
+namespace net = vorlan::net;
+
+namespace {
+
+/// Events of one turn: enough to make one commit worth its wait, few enough that
+/// nobody waits long for an answer.
+constexpr size_t k_EventsPerTurn = 4000;
+
+/// Bytes of a load that are asked for at a time.
+constexpr size_t k_LoadPiece = 128 * 1024;
+
+constexpr std::chrono::milliseconds k_LongestWait{1000};
+constexpr std::chrono::milliseconds k_FirstStorePause{250};
+constexpr std::chrono::milliseconds k_LongestStorePause{5000};
+
+} // namespace
+
+Shell::Shell(Options options, std::unique_ptr<Store> store)
+    : m_options(std::move(options)), m_store(std::move(store)), m_startTime(Time::CurrentTime()) {
+    if (m_options.seed == 0) {
+        UID const fresh(true);
+        std::memcpy(&m_options.seed, fresh.Bytes(), sizeof m_options.seed);
+    }
+}
+
+Shell::~Shell() {
+    m_inbox.Close();
+    m_responder.reset();
+    m_server.reset();
+}
+
+std::unique_ptr<Core> Shell::RestoredCore() {
+    CoreConfig config;
+    config.seed = m_options.seed++;
+    config.machine = m_options.machine;
+    config.machineName = m_options.machineName;
+    config.port = m_server ? m_server->Port() : m_options.port;
+    config.version = vorlan::k_VorlanVersion;
+    config.releaseDate = m_options.releaseDate;
+    config.startTime = m_startTime;
+    config.products = m_options.products;
+    auto core = std::make_unique<Core>(std::move(config));
+    size_t lost = 0;
+    m_store->LoadAll([&](Record const& record) {
+        try {
+            core->Restore(record);
+        } catch (corekit::ParseException const& error) {
+            ++lost;
+            corekit::LogDebug(error.Message());
+        }
+    });
+    if (lost > 0) {
+        LogError(SFormat("%zu rows of the store made no sense and were left out. Jobs that are missing must be "
+                         "submitted again.",
+                         lost));
+    }
+    core->RestoreDone(Time::CurrentTime());
+    return core;
+}
+
+void Shell::OpenPort() {
+    net::ServerOptions options;
+    options.port = m_options.port;
+    options.key = m_options.key;
+    options.machineDir = m_options.machineDir;
+    options.self.kind = net::PeerKind::Tool;
+    options.self.machine = m_options.machine;
+    options.self.instance = UID(true);
+    options.self.machineName = m_options.machineName;
+    options.self.version = vorlan::k_VorlanVersion;
+    options.self.program = "VorlanMaster";
+
+    net::Handlers handlers;
+    handlers.onConnected = [this](ConnectionPtr const& connection) {
+        net::PeerInfo const& peer = connection->Peer();
+        {
+            std::lock_guard const lock(m_connectionsGuard);
+            m_connections[connection->Number()] = connection;
+        }
+        m_inbox.Push(Event(PeerConnected{connection->Number(), peer.kind, peer.machine, peer.machineName}));
+    };
+    handlers.onMessage = [this](ConnectionPtr const& connection, boost::shared_ptr<vorlan::Message> const& message) {
+        m_inbox.Push(Event(PeerMessage{connection->Number(), message}));
+    };
+    handlers.onClosed = [this](ConnectionPtr const& connection, String const& reason) {
+        corekit::LogInfo(SFormat("%s on %s has left: %s", connection->Peer().program.c_str(),
+                                 connection->Peer().machineName.c_str(), reason.c_str()));
+        {
+            std::lock_guard const lock(m_connectionsGuard);
+            m_connections.erase(connection->Number());
+        }
+        m_inbox.Push(Event(PeerGone{connection->Number()}));
+    };
+    handlers.onDrained = [this](ConnectionPtr const& connection) { m_inbox.Push(PeerDrained{connection->Number()}); };
+    m_server = std::make_unique<net::Server>(std::move(options), std::move(handlers));
+    m_server->Start();
+}
+
+void Shell::Start() {
+    OpenPort();
+    m_core = RestoredCore();
+    if (m_options.answerMulticast) {
+        m_responder = std::make_unique<vorlan::DiscoveryResponder>(m_options.key, m_server->Port(), m_options.machine);
+        m_responder->Start();
+    }
+}
+
+unsigned short Shell::Port() const { return m_server ? m_server->Port() : 0; }
+
+void Shell::Stop() { m_inbox.Close(); }
+
+std::chrono::steady_clock::time_point Shell::NextTurn() const {
+    auto const now = std::chrono::steady_clock::now();
+    if (!m_loading.empty()) {
+        return now + std::chrono::milliseconds(20);
+    }
+    Time const deadline = m_core->NextDeadline();
+    if (deadline.IsZero()) {
+        return now + k_LongestWait;
+    }
+    int64_t const leftMs = (deadline - Time::CurrentTime()).Milliseconds();
+    return now + std::min(k_LongestWait, std::chrono::milliseconds(std::max<int64_t>(leftMs, 0)));
+}
+
+void Shell::Run() {
+    while (!m_stopping && !m_inbox.IsClosed()) {
+        Turn(m_inbox.Take(k_EventsPerTurn, NextTurn()));
+        FeedLoads();
+    }
+}
+
+void Shell::Turn(std::deque<Incoming> events) {
+    Time const now = Time::CurrentTime();
+    std::vector<Effect> effects;
+    for (Incoming const& incoming : events) {
+        if (auto const* event = std::get_if<Event>(&incoming)) {
+            m_core->Handle(now, *event, effects);
+        }
+    }
+    Time const deadline = m_core->NextDeadline();
+    if (!deadline.IsZero() && deadline <= now) {
+        m_core->Handle(now, Tick{}, effects);
+    }
+    String reason;
+    if (Commit(effects, reason)) {
+        Perform(effects);
+    } else {
+        Forget(events, reason);
+    }
+}
+
+bool Shell::Commit(std::vector<Effect> const& effects, String& reason) {
+    m_records.clear();
+    for (Effect const& effect : effects) {
+        if (auto const* record = std::get_if<Record>(&effect)) {
+            m_records.push_back(*record);
+        }
+    }
+    try {
+        m_store->Commit(m_records);
+        return true;
+    } catch (StoreException const& error) {
+        reason = error.Message();
+        return false;
+    }
+}
+
+/// Takes the turn back: the Core is made anew from the store, and everybody who had a
+/// part in the turn comes back and asks again.
+void Shell::Forget(std::deque<Incoming> const& events, String const& reason) {
+    LogError(reason);
+    for (Incoming const& incoming : events) {
+        auto const* event = std::get_if<Event>(&incoming);
+        auto const* told = event ? std::get_if<PeerMessage>(event) : nullptr;
+        auto const job = told ? boost::dynamic_pointer_cast<vorlan::JobMsg>(told->message) : nullptr;
+        ConnectionPtr const connection = job && job->job ? Find(told->peer) : nullptr;
+        if (connection) {
+            auto refused = vorlan::RefusedMsg::New();
+            refused->id = job->job->id;
+            refused->reason = "The Job was not accepted. " + reason;
+            connection->Send(refused);
+        }
+    }
+    std::map<PeerId, ConnectionPtr> connections;
+    {
+        std::lock_guard const lock(m_connectionsGuard);
+        connections = m_connections;
+    }
+    for (auto const& [peer, connection] : connections) {
+        connection->Close("the Master's store could not be written");
+    }
+    m_loading.clear();
+    WaitForStore();
+}
+
+void Shell::WaitForStore() {
+    auto pause = k_FirstStorePause;
+    while (!m_inbox.IsClosed()) {
+        std::this_thread::sleep_for(pause);
+        pause = std::min(pause * 2, k_LongestStorePause);
+        try {
+            Record probe;
+            probe.kind = RecordKind::Counter;
+            probe.number = 0;
+            probe.body = String(std::string(64 * 1024, 'p'));
+            Record erase = probe;
+            erase.op = Record::Op::Erase;
+            m_store->Commit(std::vector<Record>{probe});
+            m_store->Commit(std::vector<Record>{erase});
+            m_core = RestoredCore();
+            LogStatus("The store can be written again.");
+            break;
+        } catch (StoreException const&) {
+            continue; // the line about it stands in the log already
+        }
+    }
+    // Who connected to the old Core and is still here must be known to the new one.
+    std::lock_guard const lock(m_connectionsGuard);
+    for (auto const& [peer, connection] : m_connections) {
+        connection->Close("the Master has read its store anew");
+    }
+}
+
+void Shell::Perform(std::vector<Effect> const& effects) {
+    for (Effect const& effect : effects) {
+        if (auto const* one = std::get_if<SendTo>(&effect)) {
+            if (ConnectionPtr const connection = Find(one->peer)) {
+                connection->Send(one->message);
+            }
+        } else if (auto const* all = std::get_if<SendAll>(&effect)) {
+            Send(*all);
+        } else if (auto const* close = std::get_if<ClosePeer>(&effect)) {
+            if (ConnectionPtr const connection = Find(close->peer)) {
+                connection->Close(close->reason);
+            }
+        } else if (auto const* load = std::get_if<LoadReady>(&effect)) {
+            m_loading.insert(load->peer);
+        } else if (auto const* line = std::get_if<LogLine>(&effect)) {
+            corekit::Log::Write(line->level, line->text);
+        } else if (std::holds_alternative<StopProgram>(effect)) {
+            m_stopping = true;
+        }
+    }
+}
+
+void Shell::Send(SendAll const& effect) {
+    auto const encoded = net::EncodedMessage::Encode(*effect.message);
+    for (PeerId const peer : *effect.peers) {
+        if (ConnectionPtr const connection = Find(peer)) {
+            connection->SendEncoded(encoded);
+        }
+    }
+}
+
+void Shell::FeedLoads() {
+    net::Limits const limits;
+    for (auto peer = m_loading.begin(); peer != m_loading.end();) {
+        ConnectionPtr const connection = Find(*peer);
+        bool more = connection != nullptr;
+        while (more && connection->QueuedBytes() < limits.lowWater) {
+            std::vector<MessagePtr> messages;
+            more = m_core->Pull(*peer, k_LoadPiece, messages);
+            for (MessagePtr const& message : messages) {
+                connection->Send(message, net::Traffic::Load);
+            }
+        }
+        peer = more ? std::next(peer) : m_loading.erase(peer);
+    }
+}
+
+Shell::ConnectionPtr Shell::Find(PeerId peer) const {
+    std::lock_guard const lock(m_connectionsGuard);
+    auto const found = m_connections.find(peer);
+    return found == m_connections.end() ? nullptr : found->second;
+}
+
+} // namespace farm

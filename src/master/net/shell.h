@@ -1,0 +1,93 @@
+// The shell around the Core: sockets, store, clock and log.
+#pragma once
+
+#include "master/core/core.h"
+#include "master/net/inbox.h"
+#include "master/store/store.h"
+
+#include <vorlan/discovery.h>
+#include <vorlan/farmkey.h>
+#include <vorlan/net/connection.h>
+#include <vorlan/net/server.h>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+
+namespace farm {
+
+/// Feeds the Core with what peers say and the clock shows, and does what it asks for.
+///
+/// Owned by VorlanMaster's main, or by a test or benchmark. Run works on the thread
+/// that calls it, the working thread; Stop may come from any.
+///
+/// A turn takes all events that wait, lets the Core handle them, commits their records
+/// in one transaction, and only then sends what the Core said: nobody ever hears of
+/// something that the store could forget. When the store cannot be written nothing of
+/// the turn is sent; the Core is made anew from the store, the peers are dropped and
+/// come back with a fresh load.
+class Shell {
+public:
+    struct Options {
+        vorlan::FarmKey key;
+        unsigned short port = 0;  ///< 0: any free one
+        corekit::Path machineDir; ///< of the certificate; empty: the machine folder
+        UID machine;
+        String machineName;
+        std::vector<boost::shared_ptr<vorlan::Product const>> products;
+        Time releaseDate;
+        uint64_t seed = 0;            ///< 0: a fresh one
+        bool answerMulticast = false; ///< tell those who look for a Master in the local network
+    };
+
+    Shell(Options options, std::unique_ptr<Store> store);
+    ~Shell();
+
+    /// Restores the Core and opens the port. Throws StoreException or NetException.
+    void Start();
+
+    /// Works until Stop, or until a message ends the Master.
+    void Run();
+
+    void Stop();
+
+    /// The port it listens on, once started.
+    unsigned short Port() const;
+
+private:
+    using ConnectionPtr = boost::shared_ptr<vorlan::net::Connection>;
+
+    std::unique_ptr<Core> RestoredCore();
+    void OpenPort();
+    void Turn(std::deque<Incoming> events);
+    void Forget(std::deque<Incoming> const& events, String const& reason);
+    bool Commit(std::vector<Effect> const& effects, String& reason);
+    void Perform(std::vector<Effect> const& effects);
+    void Send(SendAll const& effect);
+    void FeedLoads();
+    void WaitForStore();
+    std::chrono::steady_clock::time_point NextTurn() const;
+    ConnectionPtr Find(PeerId peer) const;
+
+    // Constant after Start.
+    Options m_options;
+    std::unique_ptr<Store> m_store;
+    Time m_startTime;
+    std::unique_ptr<vorlan::net::Server> m_server;
+    std::unique_ptr<vorlan::DiscoveryResponder> m_responder;
+
+    Inbox m_inbox; ///< has its own lock
+
+    // Guarded by m_connectionsGuard: network threads add and the working thread looks up.
+    mutable std::mutex m_connectionsGuard;
+    std::map<PeerId, ConnectionPtr> m_connections;
+
+    // The working thread only.
+    std::unique_ptr<Core> m_core;
+    std::vector<Record> m_records;
+    std::set<PeerId> m_loading;
+    bool m_stopping = false;
+};
+
+} // namespace farm
