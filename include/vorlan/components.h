@@ -39,7 +39,7 @@ public:
     static Process* Start(String const& program, bool onlyOne, String const& arguments);
 
     // Asks it to end and kills it 10 seconds later, whoever started it; returns at
-    // once. An early end is waited for on a thread of its own.
+    // once, the waiting is done on a thread of its own.
     static void Stop(int component);
     static void Stop(String const& program);
     // The same, and returns when it has ended. False when it could not be ended.
@@ -50,6 +50,7 @@ public:
     static bool DidStart(int component);
     // It runs, whoever started it.
     static bool IsRunning(int component);
+    static bool IsRunning(String const& program);
 
     // "VorlanMaster/VorlanMaster.lock" in the machine folder.
     static Path LockFile(int component);

@@ -57,8 +57,6 @@ public:
     bool operator==(FarmKey const& other) const { return m_bytes == other.m_bytes; }
 
 private:
-    void Store(corekit::Path const& machineDir) const;
-
     Bytes m_bytes{};
     corekit::String m_fingerprint;
     bool m_joined = false;

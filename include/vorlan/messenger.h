@@ -39,12 +39,12 @@ public:
     // Tears the connection down.
     // `flush`: what was sent still goes out first, for two seconds at most. The call
     //     waits for that, so not on the GUI thread.
-    // `final`: the end of the program: the message thread has ended when this
+    // `forGood`: the end of the program: the message thread has ended when this
     //     returns, and what it had not dispatched is dropped. Otherwise it goes on
     //     for MessengerDisconnectedEvt and for messages to self.
     // `reconnect`: looks for a Master at once, as a user's forced connect does; also
     //     when it was stopped before.
-    static void Stop(bool flush, bool final, bool reconnect);
+    static void Stop(bool flush, bool forGood, bool reconnect);
 
     // Queues a message to the Master. Dropped with a line in the log when not
     // connected: nothing outlives a connection.

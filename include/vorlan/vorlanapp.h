@@ -94,8 +94,8 @@ public:
     bool Startup(CommandLine& commandLine) override;
     // Raises VorlanClientAppCleanupEvt and stops the Messenger.
     void Cleanup() override;
-    bool OnException(Exception* exception) override;
     String OptionsFilename() override;
+    String GetClientName() override;
 
 private:
     // Hears ShutdownMsg, which calls RequestShutdown. Not a base: a program's own

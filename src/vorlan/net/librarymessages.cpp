@@ -1,0 +1,68 @@
+#include "net/librarymessages.h"
+
+#include <corekit/exception.h>
+#include <corekit/log.h>
+#include <vorlan/commonengine.h>
+#include <vorlan/failures.h>
+#include <vorlan/jobfactory.h>
+#include <vorlan/messages.h>
+#include <vorlan/productfile.h>
+#include <vorlan/vorlanapp.h>
+
+namespace vorlan {
+
+void LibraryMessages::BeginLoad() {
+    m_loading = true;
+    m_loaded.clear();
+}
+
+void LibraryMessages::EndLoad() {
+    if (!std::exchange(m_loading, false))
+        return;
+    for (UID const& type : JobFactory::s_JobFactory->ListProducts()) {
+        if (!m_loaded.contains(type))
+            JobFactory::s_JobFactory->RemoveProduct(type);
+    }
+    m_loaded.clear();
+}
+
+bool LibraryMessages::Take(Message const& message) {
+    UID const& type = message.Type();
+    if (type == ProductMsg::s_Type) {
+        boost::shared_ptr<Product> const product = ProductFromText(static_cast<ProductMsg const&>(message).text);
+        JobFactory::s_JobFactory->SetProduct(product);
+        if (m_loading)
+            m_loaded.insert(product->Type());
+    } else if (type == RemoveProductMsg::s_Type) {
+        UID const& product = static_cast<RemoveProductMsg const&>(message).product;
+        // The null id would remove all.
+        if (!product.IsNull())
+            JobFactory::s_JobFactory->RemoveProduct(product);
+        m_loaded.erase(product);
+    } else if (type == DefaultEngineMsg::s_Type) {
+        CommonEngine::SetDefaultEngine(static_cast<DefaultEngineMsg const&>(message).engine);
+    } else if (type == FailureArchiveMsg::s_Type) {
+        corekit::vector<Failures::FailureItem> items;
+        for (FailureItem const& item : static_cast<FailureArchiveMsg const&>(message).items)
+            items.push_back({item.job, item.engine, item.product, item.count, item.time, item.count});
+        Failures::ReplaceAll(items);
+    } else if (type == PathTranslationsMsg::s_Type) {
+        std::lock_guard const lock(m_guard);
+        m_translations = static_cast<PathTranslationsMsg const&>(message).translations;
+    } else if (type == RefusedMsg::s_Type) {
+        auto const& refused = static_cast<RefusedMsg const&>(message);
+        LogWarning("The Master refused a command: " + refused.reason);
+        if (VorlanApp* const app = VorlanApp::Get())
+            app->RequestHasFailed(refused.id, refused.reason);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+corekit::vector<corekit::map<String, String>> LibraryMessages::PathTranslations() const {
+    std::lock_guard const lock(m_guard);
+    return m_translations;
+}
+
+} // namespace vorlan

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <corekit/containers.h>
+#include <corekit/string.h>
+#include <corekit/uid.h>
+#include <vorlan/message.h>
+
+#include <mutex>
+
+namespace vorlan {
+
+// What the library itself keeps of the Master's messages: Products, the default
+// Engine, failures, path translations.
+// Owner: the Messenger. Thread: the message thread, but for PathTranslations.
+class LibraryMessages {
+public:
+    // A new connection begins to load.
+    void BeginLoad();
+    // All has arrived: Products that the Master did not name are gone.
+    void EndLoad();
+    // True when it was one of these messages.
+    bool Take(Message const& message);
+
+    corekit::vector<corekit::map<String, String>> PathTranslations() const;
+
+private:
+    corekit::set<UID> m_loaded; // the Products of this load
+    bool m_loading = false;
+    mutable std::mutex m_guard;
+    corekit::vector<corekit::map<String, String>> m_translations; // guarded by m_guard
+};
+
+} // namespace vorlan
