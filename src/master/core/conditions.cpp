@@ -303,7 +303,7 @@ unsigned CoresWanted(JobEntry const& job, EngineEntry const& engine) {
 
 uint32_t PacketSizeOf(Farm const& farm, JobEntry const& job) {
     uint32_t const asked = std::max(job.settings.packetSize, 1U);
-    if (!farm.policy.dynamicPackets || job.finishedFrames == 0)
+    if (!farm.policy.dynamicPackets || !job.settings.divides || job.finishedFrames == 0)
         return asked;
     double const frameMs =
         std::max<double>(static_cast<double>(job.finishedMs), 1) / static_cast<double>(job.finishedFrames);

@@ -118,6 +118,7 @@ struct JobSettings {
     corekit::set<UID> include;
     corekit::set<UID> exclude;
     corekit::map<UID, Job::DependencyType> dependencies;
+    bool divides = false; ///< packets may have any number of frames
     bool evenPackets = false;
 
     bool IsFinished() const { return status > 0; }

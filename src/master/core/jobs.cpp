@@ -87,9 +87,9 @@ void Jobs::ReadSettings(JobEntry& job) {
     s.exclude = values.ExcludeEngines();
     s.boost = static_cast<int>(values.Get(p_PriorityBoost, false).Int());
     job.product = m_farm.FindProduct(s.type);
-    bool const divides = job.product && HasFrames(*job.product);
-    s.packetSize = divides ? static_cast<uint32_t>(std::max(values.PacketSize(), 1)) : 1;
-    s.evenPackets = divides && job.product->NeedsEvenPackets();
+    s.divides = job.product && HasFrames(*job.product);
+    s.packetSize = s.divides ? static_cast<uint32_t>(std::max(values.PacketSize(), 1)) : 1;
+    s.evenPackets = s.divides && job.product->NeedsEvenPackets();
     Watch(job, false);
     s.dependencies = values.GetDependencies();
     s.dependencies.erase(job.id);
@@ -348,7 +348,7 @@ void Jobs::Delete(JobEntry& job) {
     m_farm.out.EraseJob(job.number);
     auto told = DeleteJobMsg::New();
     told->job = job.id;
-    m_farm.out.AboutGone(job.number, told);
+    m_farm.out.ToFollowers(told);
 
     Watch(job, false);
     m_farm.distributor->ForgetJob(job);

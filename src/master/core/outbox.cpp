@@ -40,10 +40,6 @@ void Outbox::AboutRun(uint64_t run, MessagePtr message) {
     Spread(message, [run](Peer const& peer) { return peer.RunReached(run); });
 }
 
-void Outbox::AboutGone(uint64_t job, MessagePtr message) {
-    Spread(message, [job](Peer const& peer) { return peer.fullLoads > 1 || peer.JobReached(job); });
-}
-
 namespace {
 
 String BytesOf(UID const& id) { return String(reinterpret_cast<char const*>(id.Bytes()), UID::k_Size); }

@@ -28,15 +28,13 @@ public:
         return m_peers.Anyone(T::s_Type);
     }
 
-    /// To all who follow this kind of message.
+    /// To all who follow this kind of message. What tells that something is gone always
+    /// goes this way: a client may have been told of it before it asked for a load.
     void ToFollowers(MessagePtr message);
     /// The same, but a full load that has not come to this Job yet tells it later.
     void AboutJob(uint64_t job, MessagePtr message);
     /// The same for the run with this number.
     void AboutRun(uint64_t run, MessagePtr message);
-    /// The same for something that is no more, and that clients may have been told of
-    /// before they asked for a new load.
-    void AboutGone(uint64_t job, MessagePtr message);
 
     void Put(RecordKind kind, uint64_t number, UID const& id, String body, uint64_t job = 0);
     void Put(RecordKind kind, uint64_t number, String const& id, String body);

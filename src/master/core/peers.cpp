@@ -70,7 +70,6 @@ void Peers::Follow(Peer& peer, bool all, corekit::set<UID> const& kinds) {
 
 void Peers::AddLoad(Peer& peer, LoadTask task) {
     if (task.what == LoadTask::What::Jobs && task.all && task.wantObject) {
-        ++peer.fullLoads;
         // A new full load makes an unfinished one useless.
         for (LoadTask& old : peer.loads) {
             if (old.what == LoadTask::What::Jobs && old.all && old.wantObject)

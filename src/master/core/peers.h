@@ -33,7 +33,6 @@ struct Peer {
     bool followsAll = false;
     corekit::set<UID> follows; ///< kinds of messages
     std::deque<LoadTask> loads;
-    unsigned fullLoads = 0;        ///< asked for so far
     EngineEntry* engine = nullptr; ///< the Engine that registered on it
 
     /// The load that tells all Jobs, where one is going on.

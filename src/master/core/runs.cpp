@@ -282,7 +282,7 @@ void Runs::Finish(Run& run, int status, String const& note, Time at, Outcome out
         auto message = FinishedWorkMsg::New();
         message->work = run.work;
         message->status = status;
-        m_farm.out.AboutGone(job.number, message);
+        m_farm.out.ToFollowers(message);
     }
     Release(run);
 }
@@ -379,7 +379,7 @@ void Runs::DropJob(Run& run) {
         auto message = FinishedWorkMsg::New();
         message->work = run.work;
         message->status = UserCanceled;
-        m_farm.out.AboutGone(run.job->number, message);
+        m_farm.out.ToFollowers(message);
     }
     Release(run);
     Orphan(run, "The Job was deleted");

@@ -1,0 +1,45 @@
+// A store in memory, for the simulation.
+#pragma once
+
+#include "master/core/record.h"
+
+#include <map>
+#include <set>
+#include <vector>
+
+namespace sim {
+
+/// Keeps what was committed; a restarted Master is restored from it.
+class SimStore {
+public:
+    void Commit(std::vector<farm::Record> const& records) {
+        for (farm::Record const& record : records) {
+            int const kind = static_cast<int>(record.kind);
+            switch (record.op) {
+            case farm::Record::Op::Put:
+                if (record.kind == farm::RecordKind::Job)
+                    m_jobs.insert(record.id);
+                m_rows[{kind, record.number}] = record;
+                break;
+            case farm::Record::Op::Erase:
+                m_rows.erase({kind, record.number});
+                break;
+            case farm::Record::Op::EraseJob:
+                std::erase_if(m_rows,
+                              [&](auto const& row) { return row.first.first == kind && row.second.job == record.job; });
+                break;
+            }
+        }
+    }
+
+    /// A Job with this id was stored, though it may have been deleted since.
+    bool HadJob(corekit::String const& idBytes) const { return m_jobs.contains(idBytes); }
+
+    std::map<std::pair<int, uint64_t>, farm::Record> const& Rows() const { return m_rows; }
+
+private:
+    std::map<std::pair<int, uint64_t>, farm::Record> m_rows;
+    std::set<corekit::String> m_jobs;
+};
+
+} // namespace sim

@@ -1,0 +1,335 @@
+#include "sim/world.h"
+
+#include "master/core/audit.h"
+
+#include <boost/make_shared.hpp>
+#include <corekit/sformat.h>
+#include <vorlan/keys.h>
+#include <vorlan/product.h>
+#include <vorlan/status.h>
+
+namespace sim {
+
+namespace {
+
+constexpr size_t k_TraceLines = 80;
+
+CoreConfig ConfigFor(uint64_t seed, SimClient::Products const& products) {
+    CoreConfig config;
+    config.seed = seed;
+    config.machineName = "simulated";
+    for (auto const& [type, product] : products)
+        config.products.push_back(product);
+    return config;
+}
+
+} // namespace
+
+World::World(WorldOptions const& options)
+    : m_options(options), m_random(options.seed), m_now(Time::FromUnixMs(1'800'000'000'000)) {
+    for (ProductClass const productClass :
+         {ProductClass::Sequence, ProductClass::Single, ProductClass::OncePerEngine, ProductClass::Sequence}) {
+        auto product = Product::CreateDefault(productClass);
+        product->SetType(m_random.NextUID());
+        product->SetName(SFormat("Product %zu", m_products.size()));
+        product->SetEvenPackets(m_products.size() == 3);
+        m_products[product->Type()] = product;
+    }
+    for (int i = 0; i < 3; ++i)
+        m_pools.push_back(m_random.NextUID());
+    for (size_t i = 0; i < options.engines; ++i)
+        m_engines.push_back(std::make_unique<SimEngine>(m_random.NextUID(), SFormat("engine%zu", i),
+                                                        1 + static_cast<unsigned>(Pick(8))));
+    for (size_t i = 0; i < options.clients; ++i)
+        m_clients.push_back(std::make_unique<SimClient>(m_products));
+    m_core = std::make_unique<Core>(ConfigFor(m_random.Next(), m_products));
+    m_core->RestoreDone(m_now);
+}
+
+void World::Fail(String const& text) {
+    if (!m_fault.Empty())
+        return;
+    m_fault = SFormat("seed %llu: ", static_cast<unsigned long long>(m_options.seed)) + text + "\nBefore it:";
+    for (String const& line : m_trace)
+        m_fault += "\n  " + line;
+}
+
+void World::Trace(String const& text) {
+    m_trace.push_back(SFormat("%lld ", static_cast<long long>(m_now.Milliseconds() % 100'000'000)) + text);
+    if (m_trace.size() > k_TraceLines)
+        m_trace.pop_front();
+}
+
+String World::Summary() const {
+    return SFormat("%zu units given out, %zu restarts, %zu comparisons, %zu Jobs left", m_units, m_restarts, m_compared,
+                   m_core->State().jobs.size());
+}
+
+boost::shared_ptr<Message> World::OverTheWire(MessagePtr const& message) const {
+    if (!m_options.encode)
+        return boost::const_pointer_cast<Message>(message);
+    return DecodeMessage(message->Type(), EncodeMessage(*message));
+}
+
+void World::Connect(SimEngine* engine, SimClient* client) {
+    PeerId const peer = ++m_lastPeer;
+    Link& link = m_links[peer];
+    link.peer = peer;
+    link.engine = engine;
+    link.client = client;
+    PeerConnected event{peer, engine ? net::PeerKind::Engine : net::PeerKind::Client, UID::Null,
+                        engine ? engine->Name() : "client"};
+    Trace(String("connects ") + event.machineName + " as " + String::From(peer));
+    if (engine) {
+        engine->peer = peer;
+        SendUp(peer, {engine->Register()});
+    } else {
+        client->peer = peer;
+        SendUp(peer, client->Refresh());
+    }
+    Turn({event}, Fate::Normal);
+}
+
+void World::Drop(PeerId peer, bool tellsCore) {
+    auto const at = m_links.find(peer);
+    if (at == m_links.end())
+        return;
+    Trace("breaks connection " + String::From(peer));
+    if (at->second.engine && at->second.engine->peer == peer)
+        at->second.engine->peer = 0;
+    if (at->second.client && at->second.client->peer == peer)
+        at->second.client->peer = 0;
+    m_links.erase(at);
+    if (tellsCore)
+        m_gone.push_back(peer);
+}
+
+void World::SendUp(PeerId peer, std::vector<boost::shared_ptr<Message>> const& messages) {
+    auto const at = m_links.find(peer);
+    if (at == m_links.end())
+        return;
+    for (auto const& message : messages) {
+        if (message)
+            at->second.up.push_back(OverTheWire(message));
+    }
+}
+
+// Works whose good end this event reports to a Core that knows the sender.
+void World::NoteReports(Event const& event, std::vector<UID>& finished) const {
+    auto const* const message = std::get_if<PeerMessage>(&event);
+    if (!message)
+        return;
+    auto const peer = m_core->State().peers.All().find(message->peer);
+    if (peer == m_core->State().peers.All().end())
+        return;
+    if (message->message->Type() == WorkEndedMsg::s_Type && peer->second.engine) {
+        WorkEnded const& ended = static_cast<WorkEndedMsg const&>(*message->message).ended;
+        if (ended.status == Finished)
+            finished.push_back(ended.work);
+    } else if (message->message->Type() == RegisterEngineMsg::s_Type && !peer->second.engine) {
+        for (WorkEnded const& ended : static_cast<RegisterEngineMsg const&>(*message->message).ended) {
+            if (ended.status == Finished)
+                finished.push_back(ended.work);
+        }
+    }
+}
+
+void World::RememberFinished(std::vector<UID> const& works) {
+    for (UID const& work : works) {
+        auto const at = m_given.find(work);
+        if (at == m_given.end())
+            continue;
+        for (int const frame : FrameRange(at->second.subRange).Frames())
+            m_finishedFrames[at->second.job].insert(frame);
+    }
+}
+
+// Handles events as the Master's shell does, or is cut off on the way.
+void World::Turn(std::vector<Event> const& events, Fate fate) {
+    std::vector<Effect> effects;
+    std::vector<UID> finished;
+    for (Event const& event : events) {
+        NoteReports(event, finished);
+        size_t const from = effects.size();
+        m_core->Handle(m_now, event, effects);
+        CheckEffects(effects, from);
+        if (!m_fault.Empty())
+            return;
+        // What was reported counts from now on for what is given out, unless all is lost.
+        if (fate == Fate::Normal)
+            RememberFinished(finished);
+    }
+    if (fate == Fate::LostBeforeCommit) {
+        Trace("the Master dies before it commits");
+        Restart();
+        return;
+    }
+    std::vector<Record> records;
+    for (Effect const& effect : effects) {
+        if (auto const* const record = std::get_if<Record>(&effect))
+            records.push_back(*record);
+    }
+    m_store.Commit(records);
+    RememberFinished(finished);
+    if (fate == Fate::LostAfterCommit) {
+        Trace("the Master dies before it sends");
+        Restart();
+        return;
+    }
+    for (Effect const& effect : effects)
+        Deliver(effect);
+    for (String const& fault : Audit(m_core->State())) {
+        Fail(fault);
+        return;
+    }
+}
+
+void World::CheckUnit(EngineEntry const& engine, Job const& unit) {
+    Farm const& state = m_core->State();
+    auto const at = state.jobsById.find(unit.parentID);
+    if (at == state.jobsById.end()) {
+        Fail("a unit of an unknown Job was given out");
+        return;
+    }
+    JobEntry const& job = *at->second;
+    String const subRange = unit.Get(p_SubRange, false);
+    String const what = "unit " + subRange + " of " + job.job->Name() + " on " + engine.engine->Name();
+    Trace("gives " + what + " as {" + unit.id.ToString() + "}");
+    ++m_units;
+    m_given[unit.id] = {job.number, subRange};
+    std::set<int> const& finished = m_finishedFrames[job.number];
+    for (int const frame : FrameRange(subRange).Frames()) {
+        if (finished.contains(frame))
+            Fail(what + ": frame " + String::From(frame) + " was reported as finished before");
+    }
+    bool const overloads = state.policy.overload && state.policy.fewerCPUs;
+    if (engine.used > engine.settings.capacity && !overloads)
+        Fail(what + SFormat(": %u cores of %u in use", engine.used, engine.settings.capacity));
+    if (!engine.settings.enabled || !engine.Online())
+        Fail(what + ": the Engine is disabled or offline");
+    int const limit = job.settings.usageLimit;
+    if ((limit > 0 && job.usage.units > static_cast<unsigned>(limit)) ||
+        (limit < 0 && job.usage.engines.size() > static_cast<size_t>(-limit)))
+        Fail(what + ": beyond the Job's usage limit");
+    int const productLimit = state.LimitOfProduct(job.settings.type);
+    if (productLimit > 0 &&
+        state.UsageOf(state.productUsage, job.settings.type).units > static_cast<unsigned>(productLimit))
+        Fail(what + ": beyond the Product's limit");
+    if (job.settings.IsPaused() || job.settings.IsFinished())
+        Fail(what + ": the Job is paused or finished");
+}
+
+void World::CheckEffects(std::vector<Effect> const& effects, size_t from) {
+    for (size_t i = from; i < effects.size(); ++i) {
+        auto const* const send = std::get_if<SendTo>(&effects[i]);
+        if (!send || send->message->Type() != RunWorkMsg::s_Type)
+            continue;
+        for (auto const& [number, engine] : m_core->State().engines) {
+            if (engine->peer == send->peer)
+                CheckUnit(*engine, *static_cast<RunWorkMsg const&>(*send->message).work);
+        }
+    }
+}
+
+void World::Deliver(Effect const& effect) {
+    auto const put = [this](PeerId peer, MessagePtr const& message) {
+        auto const at = m_links.find(peer);
+        if (at == m_links.end())
+            return;
+        if (message->Type() == JobMsg::s_Type) {
+            UID const id = static_cast<JobMsg const&>(*message).job->id;
+            if (!m_store.HadJob(String(reinterpret_cast<char const*>(id.Bytes()), UID::k_Size)))
+                Fail("told of a Job that is not in the store");
+        }
+        at->second.down.push_back(OverTheWire(message));
+    };
+    if (auto const* const send = std::get_if<SendTo>(&effect)) {
+        put(send->peer, send->message);
+    } else if (auto const* const all = std::get_if<SendAll>(&effect)) {
+        for (PeerId const peer : *all->peers)
+            put(peer, all->message);
+    } else if (auto const* const close = std::get_if<ClosePeer>(&effect)) {
+        Drop(close->peer, true);
+    } else if (auto const* const load = std::get_if<LoadReady>(&effect)) {
+        if (auto const at = m_links.find(load->peer); at != m_links.end())
+            at->second.wantsPull = true;
+    } else if (auto const* const line = std::get_if<LogLine>(&effect)) {
+        Trace("log: " + line->text);
+    }
+}
+
+void World::Restart() {
+    ++m_restarts;
+    m_links.clear();
+    m_gone.clear();
+    for (auto const& engine : m_engines)
+        engine->peer = 0;
+    for (auto const& client : m_clients)
+        client->peer = 0;
+    m_core = std::make_unique<Core>(ConfigFor(m_random.Next(), m_products));
+    for (auto const& [key, record] : m_store.Rows())
+        m_core->Restore(record);
+    m_now += Time(static_cast<int64_t>(Pick(5000)));
+    m_core->RestoreDone(m_now);
+}
+
+// Everybody is connected, and all that is under way has arrived.
+void World::Settle() {
+    for (int round = 0; round < 10'000 && m_fault.Empty(); ++round) {
+        bool busy = false;
+        while (!m_gone.empty() && m_fault.Empty()) {
+            PeerId const peer = m_gone.back();
+            m_gone.pop_back();
+            Turn({PeerGone{peer}}, Fate::Normal);
+            busy = true;
+        }
+        for (auto const& engine : m_engines) {
+            if (engine->peer == 0 && (busy = true))
+                Connect(engine.get(), nullptr);
+        }
+        for (auto const& client : m_clients) {
+            if (client->peer == 0 && (busy = true))
+                Connect(nullptr, client.get());
+        }
+        PullLoads(true);
+        DeliverDown(true);
+        std::vector<Event> events;
+        for (auto& [peer, link] : m_links) {
+            for (auto const& message : link.up)
+                events.push_back(PeerMessage{peer, message});
+            link.up.clear();
+        }
+        if (!events.empty())
+            Turn(events, Fate::Normal);
+        if (!busy && events.empty())
+            return;
+    }
+    Fail("messages never come to an end");
+}
+
+void World::CompareClients() {
+    Settle();
+    if (!m_fault.Empty())
+        return;
+    SimClient fresh(m_products);
+    Connect(nullptr, &fresh);
+    std::vector<boost::shared_ptr<Message>> asks;
+    for (UID const& job : fresh.Jobs())
+        asks.push_back(fresh.AskHistory(job));
+    Settle();
+    for (UID const& job : fresh.Jobs())
+        asks.push_back(fresh.AskHistory(job));
+    SendUp(fresh.peer, asks);
+    Settle();
+    for (auto const& client : m_clients) {
+        std::vector<String> const faults = SimClient::Compare(*client, fresh);
+        if (!faults.empty())
+            Fail("a client was told something else than a fresh load tells: " + faults.front());
+    }
+    ++m_compared;
+    PeerId const peer = fresh.peer;
+    Drop(peer, false);
+    Turn({PeerGone{peer}}, Fate::Normal);
+}
+
+} // namespace sim
