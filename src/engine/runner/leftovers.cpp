@@ -64,7 +64,9 @@ String MarkOf(UID const& machine, UID const& work) {
 }
 
 bool CarriesMark(pid_t pid, String const& prefix) {
-    return HasMark(ReadEnvironment(pid), std::string(k_MarkName) + "=" + prefix.Str());
+    std::string mark(k_MarkName);
+    mark.append("=").append(prefix.Str());
+    return HasMark(ReadEnvironment(pid), mark);
 }
 
 std::vector<pid_t> MarkedProcesses(String const& prefix) {
