@@ -80,6 +80,7 @@ void SqlStore::Impl::Open(std::string const& connection) {
 }
 
 void SqlStore::Impl::MakeTables() {
+    soci::transaction transaction(session); // one wait for the disk, not one a table
     for (int kind = k_FirstKind; kind <= k_LastKind; ++kind) {
         std::string const table = TableName(kind);
         session << "CREATE TABLE IF NOT EXISTS " << table
@@ -99,6 +100,7 @@ void SqlStore::Impl::MakeTables() {
                                      "Start the newer VorlanMaster, or move the store away to begin an empty one.",
                                      version, k_SchemaVersion));
     }
+    transaction.commit();
 }
 
 void SqlStore::Impl::Put(Record const& record) {

@@ -1,10 +1,10 @@
 #include <vorlan/net/server.h>
 
-#include "net/certificate.h"
-#include "net/channel.h"
-#include "net/guarded.h"
-#include "net/loop.h"
-#include "net/refusallog.h"
+#include "certificate.h"
+#include "channel.h"
+#include "guarded.h"
+#include "loop.h"
+#include "refusallog.h"
 
 #include <corekit/exception.h>
 #include <corekit/file.h>
@@ -219,12 +219,12 @@ void Server::Impl::Stop() {
         for (auto const& entry : m_proved)
             open.push_back(entry.second);
     }
-    if (m_loops.empty())
+    // Start has failed or was never called.
+    if (!m_acceptPause)
         return;
     m_loops[0]->Post([self = shared_from_this()] {
         error_code ignored;
-        if (self->m_acceptor)
-            self->m_acceptor->close(ignored);
+        self->m_acceptor->close(ignored);
         self->m_acceptPause->cancel();
     });
     for (ChannelPtr const& channel : open)
@@ -245,10 +245,13 @@ void Server::Impl::Stop() {
     }
     for (ChannelPtr const& channel : open)
         channel->DropHere("the program ends");
-    m_acceptor.reset();
-    m_acceptPause.reset();
+    error_code ignored;
+    m_acceptor->close(ignored);
+    m_acceptPause->cancel();
     for (auto const& loop : m_loops)
         loop->Drain();
+    m_acceptor.reset();
+    m_acceptPause.reset();
 }
 
 Server::Server(ServerOptions options, Handlers handlers)

@@ -1,0 +1,225 @@
+#include "master/net/shell.h"
+#include "master/store/sqlstore.h"
+
+#include <corekit/file.h>
+#include <corekit/log.h>
+#include <corekit/sformat.h>
+#include <vorlan/keys.h>
+#include <vorlan/messages.h>
+#include <vorlan/net/client.h>
+#include <vorlan/productfile.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <filesystem>
+#include <functional>
+#include <thread>
+
+using namespace vorlan;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// A store that others can look at and break while a shell uses it.
+class SharedStore : public farm::Store {
+public:
+    explicit SharedStore(std::shared_ptr<farm::MemoryStore> store) : m_store(std::move(store)) {}
+    void LoadAll(std::function<void(farm::Record const&)> const& take) override { m_store->LoadAll(take); }
+    void Commit(std::span<farm::Record const> records) override { m_store->Commit(records); }
+
+private:
+    std::shared_ptr<farm::MemoryStore> m_store;
+};
+
+/// A client that remembers what it was told.
+class Listener {
+public:
+    Listener(FarmKey key, unsigned short port) {
+        net::ClientOptions options;
+        options.self.machine = UID(true);
+        options.self.instance = UID(true);
+        options.self.machineName = "test";
+        options.self.program = "test";
+        options.key = [key] { return key; };
+        options.find = [port](FarmKey const&, std::function<bool()> const&) {
+            IPPeer peer;
+            EXPECT_TRUE(IPPeer::FromString(SFormat("127.0.0.1:%u", port), peer));
+            return corekit::vector<IPPeer>{peer};
+        };
+        net::Handlers handlers;
+        handlers.onMessage = [this](auto const&, boost::shared_ptr<Message> const& message) {
+            std::lock_guard const lock(m_guard);
+            m_messages.push_back(message);
+            m_arrived.notify_all();
+        };
+        m_client = std::make_unique<net::Client>(std::move(options), std::move(handlers));
+        m_client->Start();
+    }
+
+    void Send(boost::shared_ptr<Message const> const& message) {
+        auto const connection = m_client->Current();
+        ASSERT_TRUE(connection);
+        connection->Send(message);
+    }
+
+    /// The first message of a kind that satisfies `wanted`, taken off what came.
+    template <class T>
+    boost::shared_ptr<T> Expect(std::function<bool(T const&)> const& wanted = [](T const&) { return true; }) {
+        std::unique_lock lock(m_guard);
+        auto const until = std::chrono::steady_clock::now() + 20s;
+        for (;;) {
+            for (auto message = m_messages.begin(); message != m_messages.end(); ++message) {
+                auto const found = boost::dynamic_pointer_cast<T>(*message);
+                if (found && wanted(*found)) {
+                    m_messages.erase(message);
+                    return found;
+                }
+            }
+            if (m_arrived.wait_until(lock, until) == std::cv_status::timeout) {
+                ADD_FAILURE() << "no " << T::k_Name << " came";
+                return nullptr;
+            }
+        }
+    }
+
+private:
+    std::mutex m_guard;
+    std::condition_variable m_arrived;
+    std::vector<boost::shared_ptr<Message>> m_messages;
+    std::unique_ptr<net::Client> m_client;
+};
+
+class ShellTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        m_folder = std::filesystem::temp_directory_path() / ("vorlan-shell-" + UID(true).ToString().Str());
+        std::filesystem::create_directories(m_folder);
+        corekit::vector<String> errors;
+        m_command = SLoadProductFile(Path(String(VORLAN_SOURCE_DIR "/products/command.json")));
+        Start();
+    }
+    void TearDown() override {
+        Stop();
+        std::filesystem::remove_all(m_folder);
+    }
+
+    void Start() {
+        farm::Shell::Options options;
+        options.key = m_key;
+        options.machineDir = Path(String(m_folder.string()));
+        options.machine = UID::FromName("master");
+        options.machineName = "master";
+        options.products.push_back(m_command);
+        m_shell = std::make_unique<farm::Shell>(std::move(options), std::make_unique<SharedStore>(m_store));
+        m_shell->Start();
+        m_thread = std::thread([this] { m_shell->Run(); });
+    }
+    void Stop() {
+        m_shell->Stop();
+        m_thread.join();
+        m_shell.reset();
+    }
+
+    boost::shared_ptr<Job> NewJob(char const* name) const {
+        auto job = boost::make_shared<Job>(UID(true));
+        job->Set(p_Name, name);
+        job->Set(p_Type, m_command->Type().ToString());
+        job->Set("CommandLine", "true");
+        job->Set(p_Range, "1-5");
+        return job;
+    }
+
+    static boost::shared_ptr<Message const> AllJobs() {
+        auto message = GetJobInfoMsg::New();
+        message->AddAll();
+        message->wantJob = true;
+        return message;
+    }
+
+    FarmKey const m_key = FarmKey::Fresh();
+    std::filesystem::path m_folder;
+    boost::shared_ptr<Product> m_command;
+    std::shared_ptr<farm::MemoryStore> m_store = std::make_shared<farm::MemoryStore>();
+    std::unique_ptr<farm::Shell> m_shell;
+    std::thread m_thread;
+};
+
+} // namespace
+
+TEST_F(ShellTest, AJobIsStoredToldAndThereAgainAfterARestart) {
+    auto const job = NewJob("first");
+    {
+        Listener client(m_key, m_shell->Port());
+        ASSERT_TRUE(client.Expect<ProductMsg>());
+        ASSERT_TRUE(client.Expect<LoadedMsg>());
+        auto follow = NotifyOnEventMsg::New();
+        follow->AddAll();
+        client.Send(follow);
+        client.Send(JobMsg::Create(job));
+        auto const told = client.Expect<JobMsg>();
+        ASSERT_TRUE(told);
+        EXPECT_EQ(told->job->id, job->id);
+        EXPECT_GT(m_store->Size(), 0U);
+    }
+    Stop();
+    Start();
+    Listener again(m_key, m_shell->Port());
+    ASSERT_TRUE(again.Expect<LoadedMsg>());
+    again.Send(AllJobs());
+    auto const told = again.Expect<JobMsg>();
+    ASSERT_TRUE(told);
+    EXPECT_EQ(told->job->Name(), "first");
+    EXPECT_TRUE(again.Expect<EndJobInfoMsg>());
+}
+
+TEST_F(ShellTest, AFullDiskRefusesTheJobSaysSoAndTheFarmGoesOn) {
+    std::atomic<int> errors{0};
+    auto const sink = Log::AddSink([&](LogLevel level, String const&) { errors += level == LogLevel::Error ? 1 : 0; });
+    Listener client(m_key, m_shell->Port());
+    ASSERT_TRUE(client.Expect<LoadedMsg>());
+    auto const lost = NewJob("lost");
+    m_store->FailNext(3);
+    client.Send(JobMsg::Create(lost));
+    auto const refused = client.Expect<RefusedMsg>();
+    ASSERT_TRUE(refused);
+    EXPECT_EQ(refused->id, lost->id);
+    EXPECT_TRUE(refused->reason.Contains("full"));
+
+    ASSERT_TRUE(client.Expect<LoadedMsg>()) << "it must come back by itself";
+    EXPECT_EQ(errors, 1);
+    auto follow = NotifyOnEventMsg::New();
+    follow->AddAll();
+    client.Send(follow);
+    auto const kept = NewJob("kept");
+    client.Send(JobMsg::Create(kept));
+    ASSERT_TRUE(client.Expect<JobMsg>([&](JobMsg const& told) { return told.job->id == kept->id; }));
+    client.Send(AllJobs());
+    client.Expect<EndJobInfoMsg>();
+    size_t jobs = 0;
+    m_store->LoadAll([&](farm::Record const& record) { jobs += record.kind == farm::RecordKind::Job ? 1 : 0; });
+    EXPECT_EQ(jobs, 1U);
+}
+
+TEST_F(ShellTest, ManyJobsReachASlowStarterWhole) {
+    Listener client(m_key, m_shell->Port());
+    ASSERT_TRUE(client.Expect<LoadedMsg>());
+    std::set<UID> wanted;
+    for (int i = 0; i < 3000; ++i) {
+        auto const job = NewJob("many");
+        wanted.insert(job->id);
+        client.Send(JobMsg::Create(job));
+    }
+    Listener late(m_key, m_shell->Port());
+    ASSERT_TRUE(late.Expect<LoadedMsg>());
+    auto follow = NotifyOnEventMsg::New();
+    follow->AddAll();
+    late.Send(follow);
+    late.Send(AllJobs());
+    while (!wanted.empty()) {
+        auto const told = late.Expect<JobMsg>();
+        ASSERT_TRUE(told) << wanted.size() << " never came";
+        wanted.erase(told->job->id);
+    }
+}
