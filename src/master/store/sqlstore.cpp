@@ -76,6 +76,7 @@ void SqlStore::Impl::Open(std::string const& connection) {
         constexpr std::string_view postgresPrefix = "postgresql://";
         bool const prefixed = connection.starts_with(postgresPrefix);
         session.open(soci::postgresql, prefixed ? connection.substr(postgresPrefix.size()) : connection);
+        session << "SET client_min_messages = warning"; // tables that exist already are no news
     }
 }
 
