@@ -1,5 +1,5 @@
 // The one place where the network library is compiled.
-#include "net/asio.h"
+#include "asio.h"
 
 #include <boost/asio/impl/src.hpp>
 #include <boost/asio/ssl/impl/src.hpp>

@@ -1,6 +1,6 @@
-#include "net/certificate.h"
+#include "certificate.h"
 
-#include "net/secretfile.h"
+#include "secretfile.h"
 
 #include <corekit/exception.h>
 #include <corekit/file.h>

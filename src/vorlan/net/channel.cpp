@@ -1,4 +1,4 @@
-#include "net/channel.h"
+#include "channel.h"
 
 #include <corekit/exception.h>
 #include <corekit/log.h>

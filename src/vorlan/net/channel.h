@@ -1,10 +1,10 @@
 #pragma once
 
-#include "net/asio.h"
-#include "net/frame.h"
-#include "net/handshake.h"
-#include "net/loop.h"
-#include "net/sendqueue.h"
+#include "asio.h"
+#include "frame.h"
+#include "handshake.h"
+#include "loop.h"
+#include "sendqueue.h"
 
 #include <boost/enable_shared_from_this.hpp>
 #include <vorlan/net/limits.h>

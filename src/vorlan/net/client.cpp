@@ -1,9 +1,9 @@
 #include <vorlan/net/client.h>
 
-#include "net/channel.h"
-#include "net/guarded.h"
-#include "net/loop.h"
-#include "net/resolver.h"
+#include "channel.h"
+#include "guarded.h"
+#include "loop.h"
+#include "resolver.h"
 
 #include <corekit/exception.h>
 #include <corekit/file.h>

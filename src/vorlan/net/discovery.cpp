@@ -1,6 +1,6 @@
 #include <vorlan/discovery.h>
 
-#include "net/frame.h"
+#include "frame.h"
 
 #include <corekit/exception.h>
 #include <corekit/log.h>

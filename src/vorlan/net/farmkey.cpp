@@ -1,7 +1,7 @@
 #include <vorlan/farmkey.h>
 
-#include "net/certificate.h"
-#include "net/secretfile.h"
+#include "certificate.h"
+#include "secretfile.h"
 
 #include <corekit/exception.h>
 #include <corekit/file.h>

@@ -1,4 +1,4 @@
-#include "net/frame.h"
+#include "frame.h"
 
 #include <corekit/exception.h>
 #include <corekit/sformat.h>

@@ -1,4 +1,4 @@
-#include "net/handshake.h"
+#include "handshake.h"
 
 #include <corekit/exception.h>
 #include <corekit/sformat.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "net/frame.h"
+#include "frame.h"
 
 #include <vorlan/farmkey.h>
 #include <vorlan/net/peer.h>

@@ -1,4 +1,4 @@
-#include "net/librarymessages.h"
+#include "librarymessages.h"
 
 #include <corekit/exception.h>
 #include <corekit/log.h>

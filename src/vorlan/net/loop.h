@@ -1,6 +1,6 @@
 #pragma once
 
-#include "net/asio.h"
+#include "asio.h"
 
 #include <corekit/thread.h>
 #include <vorlan/fwd.h>

@@ -1,4 +1,4 @@
-#include "net/messagequeue.h"
+#include "messagequeue.h"
 
 namespace vorlan {
 

@@ -1,7 +1,7 @@
 #include <vorlan/messenger.h>
 
-#include "net/librarymessages.h"
-#include "net/messagequeue.h"
+#include "librarymessages.h"
+#include "messagequeue.h"
 
 #include <corekit/exception.h>
 #include <corekit/log.h>

@@ -1,4 +1,4 @@
-#include "net/refusallog.h"
+#include "refusallog.h"
 
 #include <corekit/log.h>
 

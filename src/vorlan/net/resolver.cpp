@@ -1,4 +1,4 @@
-#include "net/resolver.h"
+#include "resolver.h"
 
 #include <cerrno>
 #include <cstring>

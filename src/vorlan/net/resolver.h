@@ -1,6 +1,6 @@
 #pragma once
 
-#include "net/loop.h"
+#include "loop.h"
 
 #include <vorlan/ippeer.h>
 

@@ -1,4 +1,4 @@
-#include "net/secretfile.h"
+#include "secretfile.h"
 
 #include <corekit/exception.h>
 #include <corekit/file.h>

@@ -1,6 +1,6 @@
-#include "net/sendqueue.h"
+#include "sendqueue.h"
 
-#include "net/frame.h"
+#include "frame.h"
 
 namespace vorlan::net {
 

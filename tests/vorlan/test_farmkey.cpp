@@ -1,0 +1,105 @@
+#include <vorlan/farmkey.h>
+
+#include "corekit/tempfolder.h"
+
+#include <corekit/exception.h>
+#include <vorlan/fwd.h>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <thread>
+
+namespace vorlan {
+
+namespace {
+
+unsigned ModeOf(Path const& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 ? info.st_mode & 0777u : 0;
+}
+
+} // namespace
+
+TEST(FarmKey, IsMadeOnceAndJoinedElsewhere) {
+    TempFolder const master;
+    TempFolder const engine;
+    EXPECT_TRUE(FarmKey::Load(master.Folder()).IsNull());
+    FarmKey const made = FarmKey::LoadOrCreate(master.Folder());
+    EXPECT_FALSE(made.IsNull());
+    EXPECT_FALSE(made.IsJoined());
+    EXPECT_EQ(made.Fingerprint().size(), 64u);
+    EXPECT_EQ(ModeOf(FarmKey::FilePath(master.Folder())), 0600u);
+    EXPECT_EQ(ModeOf(master / "certificate.pem"), 0600u);
+    FarmKey const again = FarmKey::LoadOrCreate(master.Folder());
+    EXPECT_EQ(again, made);
+    EXPECT_EQ(again.Text(), made.Text());
+    EXPECT_FALSE(again.IsJoined());
+
+    FarmKey::FromText("  " + made.Text() + "\n").Join(engine.Folder());
+    FarmKey const joined = FarmKey::Load(engine.Folder());
+    EXPECT_EQ(joined, made);
+    EXPECT_EQ(joined.Fingerprint(), made.Fingerprint());
+    EXPECT_TRUE(joined.IsJoined());
+    EXPECT_EQ(ModeOf(FarmKey::FilePath(engine.Folder())), 0600u);
+}
+
+TEST(FarmKey, ProgramsThatStartTogetherAgree) {
+    for (int round = 0; round < 10; ++round) {
+        TempFolder const folder;
+        std::vector<FarmKey> keys(4);
+        std::vector<std::thread> threads;
+        for (FarmKey& key : keys)
+            threads.emplace_back([&] { key = FarmKey::LoadOrCreate(folder.Folder()); });
+        for (std::thread& thread : threads)
+            thread.join();
+        for (FarmKey const& key : keys) {
+            EXPECT_EQ(key, keys[0]);
+            EXPECT_EQ(key.Text(), FarmKey::Load(folder.Folder()).Text());
+        }
+        EXPECT_EQ(folder.Names().size(), 2u) << "a temporary file was left behind";
+    }
+}
+
+TEST(FarmKey, OtherTextIsRefused) {
+    TempFolder const folder;
+    String const good = FarmKey::Create(folder.Folder()).Text();
+    for (String const& bad :
+         {String(), String("vorlan1"), String("vorlan1-"), good.Mid(1), good.Mid(0, good.size() - 1), good + "0",
+          String("vorlan2") + good.Mid(7), good.LeftLast("-") + "-", good + "-" + good.RightLast("-"),
+          "vorlan1-" + String(64, '0'), good.Mid(0, 20) + "g" + good.Mid(21), String(100'000, 'a')})
+        EXPECT_THROW(FarmKey::FromText(bad), ParseException) << bad.Mid(0, 200);
+    EXPECT_EQ(FarmKey::FromText(good.Upper().Mid(0, 0) + good).Text(), good);
+
+    File::WriteWhole(FarmKey::FilePath(folder.Folder()), "rubbish");
+    try {
+        FarmKey::Load(folder.Folder());
+        FAIL() << "a damaged key was taken";
+    } catch (ParseException const& exception) {
+        EXPECT_TRUE(exception.Message().Contains("vorlan key join")) << exception.what();
+    }
+}
+
+TEST(FarmKey, SecretsThatOthersCanReadAreClosed) {
+    TempFolder const folder;
+    FarmKey const key = FarmKey::Create(folder.Folder());
+    ASSERT_EQ(::chmod(FarmKey::FilePath(folder.Folder()).c_str(), 0644), 0);
+    LogLines lines;
+    EXPECT_EQ(FarmKey::Load(folder.Folder()), key);
+    EXPECT_EQ(ModeOf(FarmKey::FilePath(folder.Folder())), 0600u);
+    ASSERT_EQ(lines.Get().size(), 1u);
+    EXPECT_TRUE(lines.Get()[0].Contains("farm.key"));
+}
+
+TEST(FarmKey, AProofHoldsForOneKeyPurposeAndText) {
+    FarmKey const key = FarmKey::Fresh();
+    auto const proof = key.Proof("greeting", "text");
+    std::string_view const bytes(reinterpret_cast<char const*>(proof.data()), proof.size());
+    EXPECT_TRUE(key.Verify("greeting", "text", bytes));
+    EXPECT_FALSE(FarmKey::Fresh().Verify("greeting", "text", bytes));
+    EXPECT_FALSE(FarmKey().Verify("greeting", "text", bytes));
+    EXPECT_FALSE(key.Verify("greetin", "gtext", bytes));
+    EXPECT_FALSE(key.Verify("greeting", "text2", bytes));
+    EXPECT_FALSE(key.Verify("greeting", "text", bytes.substr(0, 31)));
+}
+
+} // namespace vorlan

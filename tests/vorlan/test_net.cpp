@@ -1,0 +1,300 @@
+#include "nettools.h"
+
+#include <corekit/exception.h>
+
+namespace vorlan::net {
+
+using Net = NetTest;
+
+TEST_F(Net, BothSidesHearEachOtherInOrder) {
+    constexpr size_t k_Count = 20'000;
+    End server;
+    End client;
+    server.onMessage = [](ConnectionPtr const& connection, boost::shared_ptr<Message> const& message) {
+        connection->Send(message);
+    };
+    auto const listening = MakeServer(server);
+    auto const calling = MakeClient(client, listening->Port());
+    ASSERT_TRUE(WaitFor([&] { return client.connected == 1 && server.connected == 1; }));
+    EXPECT_EQ(client.Last()->Peer().program, "VorlanMaster");
+    EXPECT_EQ(client.Last()->Peer().kind, PeerKind::Master);
+    EXPECT_EQ(server.Last()->Peer().kind, PeerKind::Engine);
+    EXPECT_EQ(server.Last()->Peer().address.Host(), "127.0.0.1");
+    for (size_t i = 0; i < k_Count; ++i)
+        client.Last()->Send(Line(String::From(i)));
+    ASSERT_TRUE(WaitFor([&] { return client.messages == k_Count; }));
+    auto const back = client.Messages();
+    for (size_t i = 0; i < k_Count; ++i)
+        ASSERT_EQ(TextOf(back[i]), String::From(i));
+    EXPECT_EQ(client.Last()->QueuedBytes(), 0u);
+}
+
+TEST_F(Net, LongMessagesTravelInPartsAmongShortOnes) {
+    End server;
+    End client;
+    auto const listening = MakeServer(server);
+    auto const calling = MakeClient(client, listening->Port());
+    ASSERT_TRUE(WaitFor([&] { return client.connected == 1; }));
+    // 50 MB that hardly compress, beside sizes around the limit of one frame.
+    auto const longOne = MasterLogsMsg::New();
+    uint64_t state = 88172645463325252;
+    for (int i = 0; i < 50; ++i) {
+        String line(1u << 20, '\0');
+        for (char& c : line) {
+            state ^= state << 13;
+            state ^= state >> 7;
+            state ^= state << 17;
+            c = static_cast<char>(state);
+        }
+        longOne->lines.push_back(line);
+    }
+    std::vector<boost::shared_ptr<Message>> sent = {Line("before"), longOne, Line("between")};
+    for (size_t const size : {(1u << 20) - 200, (1u << 20) - 20, 1u << 20, (1u << 20) + 1, 3u << 20})
+        sent.push_back(Line(String(size, 'x')));
+    sent.push_back(Line("after"));
+    for (auto const& message : sent)
+        client.Last()->Send(message);
+    ASSERT_TRUE(WaitFor([&] { return server.messages == sent.size(); }, 60'000));
+    auto const got = server.Messages();
+    for (size_t i = 0; i < sent.size(); ++i) {
+        auto const& expected = static_cast<MasterLogsMsg const&>(*sent[i]).lines;
+        EXPECT_TRUE(static_cast<MasterLogsMsg const&>(*got[i]).lines == expected) << i;
+    }
+}
+
+TEST_F(Net, ABroadcastIsEncodedOnceAndReachesAll) {
+    End server;
+    std::vector<std::unique_ptr<End>> ends;
+    std::vector<std::unique_ptr<Client>> clients;
+    std::vector<ConnectionPtr> connections;
+    std::mutex guard;
+    auto const listening = MakeServer(server);
+    for (int i = 0; i < 5; ++i) {
+        ends.push_back(std::make_unique<End>());
+        clients.push_back(MakeClient(*ends.back(), listening->Port()));
+        ASSERT_TRUE(WaitFor([&] { return server.connected == i + 1; }));
+        connections.push_back(server.Last());
+    }
+    for (size_t const size : {10u, 100'000u, 2'000'000u}) {
+        auto const encoded = EncodedMessage::Encode(*Line(String(size, 'b')));
+        for (ConnectionPtr const& connection : connections)
+            connection->SendEncoded(encoded);
+    }
+    for (auto const& end : ends) {
+        ASSERT_TRUE(WaitFor([&] { return end->messages == 3; }));
+        EXPECT_EQ(TextOf(end->Messages()[2]).size(), 2'000'000u);
+    }
+}
+
+// A load is pulled piece by piece as the queue drains, however slow the reader, and
+// an event in between keeps its place.
+TEST_F(Net, ALoadIsStreamedWithoutCountingAgainstTheBound) {
+    constexpr size_t k_Pieces = 400;
+    Limits limits;
+    limits.queued = 64 * 1024;
+    limits.lowWater = 16 * 1024;
+    End server;
+    End client;
+    std::atomic<size_t> sent{0};
+    std::atomic<size_t> most{0};
+    auto const pull = [&](ConnectionPtr const& connection) {
+        while (sent < k_Pieces && connection->QueuedBytes() < limits.lowWater) {
+            connection->Send(Line(String::From(size_t{sent++}) + " " + String(10'000, 'l')), Traffic::Load);
+            most = std::max(most.load(), connection->QueuedBytes());
+        }
+    };
+    server.onMessage = [&](ConnectionPtr const& connection, auto const&) { pull(connection); };
+    server.onDrained = pull;
+    auto const listening = MakeServer(server, 0, limits);
+    auto const calling = MakeClient(client, listening->Port());
+    ASSERT_TRUE(WaitFor([&] { return client.connected == 1; }));
+    client.Last()->Send(Line("load"));
+    ASSERT_TRUE(WaitFor([&] { return client.messages == k_Pieces; }));
+    auto const got = client.Messages();
+    for (size_t i = 0; i < k_Pieces; ++i)
+        ASSERT_EQ(TextOf(got[i]).LeftFirst(" "), String::From(i));
+    EXPECT_LT(most, limits.lowWater + 11'000);
+    EXPECT_EQ(server.closed, 0);
+    // One big load at once is more than the bound, and is no reason to drop the peer.
+    server.Last()->Send(Line(String(900'000, 'x')), Traffic::Load);
+    ASSERT_TRUE(WaitFor([&] { return client.messages == k_Pieces + 1; }));
+    EXPECT_EQ(server.closed, 0);
+}
+
+TEST_F(Net, AWrongKeyIsOneLineOnBothSidesAndNothingIsParsed) {
+    LogLines lines;
+    End server;
+    End client;
+    auto const listening = MakeServer(server);
+    ClientOptions options = OptionsFor(listening->Port());
+    FarmKey const other = FarmKey::Fresh();
+    options.key = [other] { return other; };
+    Client calling(std::move(options), client.MakeHandlers());
+    calling.Start();
+    ASSERT_TRUE(WaitFor([&] { return client.failed >= 5; }));
+    calling.Stop();
+    EXPECT_EQ(server.connected, 0);
+    EXPECT_EQ(client.connected, 0);
+    int here = 0;
+    int there = 0;
+    for (String const& line : lines.Get()) {
+        here += line.Contains("does not have this farm's key") && line.Contains(" here.");
+        there += line.Contains("does not have this farm's key") && line.Contains(" there.");
+    }
+    EXPECT_EQ(here, 1);
+    EXPECT_EQ(there, 1);
+}
+
+TEST_F(Net, AClientComesBackAfterTheServersRestart) {
+    End server;
+    End client;
+    auto listening = MakeServer(server);
+    unsigned short const port = listening->Port();
+    auto const calling = MakeClient(client, port);
+    for (int round = 1; round <= 3; ++round) {
+        ASSERT_TRUE(WaitFor([&] { return client.connected == round; })) << round;
+        calling->Current()->Send(Line(String::From(round)));
+        ASSERT_TRUE(WaitFor([&] { return server.messages == static_cast<size_t>(round); })) << round;
+        listening.reset();
+        ASSERT_TRUE(WaitFor([&] { return client.closed == round && client.failed > 0; })) << round;
+        listening = MakeServer(server, port);
+    }
+    ASSERT_TRUE(WaitFor([&] { return client.connected == 4; }));
+    calling->Reconnect();
+    ASSERT_TRUE(WaitFor([&] { return client.connected == 5 && client.closed == 4; }));
+    EXPECT_TRUE(WaitFor([&] { return server.closed == 4; }));
+}
+
+TEST_F(Net, AClientWaitsForAKeyAndTriesAllHosts) {
+    End server;
+    End client;
+    auto const listening = MakeServer(server);
+    std::atomic<bool> hasKey{false};
+    ClientOptions options = OptionsFor(listening->Port());
+    options.key = [&] { return hasKey ? key : FarmKey(); };
+    options.find = [port = listening->Port()](FarmKey const&, auto const&) {
+        return corekit::vector<IPPeer>{{"host.invalid", port}, {"127.0.0.1", 1}, {"localhost", port}};
+    };
+    Client calling(std::move(options), client.MakeHandlers());
+    calling.Start();
+    ASSERT_TRUE(WaitFor([&] { return client.failed > 0; }));
+    EXPECT_TRUE(client.HasReason("no farm key on this machine yet"));
+    hasKey = true;
+    ASSERT_TRUE(WaitFor([&] { return client.connected == 1; }));
+}
+
+TEST_F(Net, OneRoundOnlyWhenAskedFor) {
+    End client;
+    ClientOptions options = OptionsFor(1);
+    options.retry = ClientOptions::Retry::Never;
+    Client calling(std::move(options), client.MakeHandlers());
+    calling.Start();
+    ASSERT_TRUE(WaitFor([&] { return client.failed == 1; }));
+    EXPECT_TRUE(client.HasReason("127.0.0.1:1"));
+    calling.Stop();
+    EXPECT_EQ(client.failed, 1);
+}
+
+TEST_F(Net, WhatWasQueuedStillGoesOutAtAClose) {
+    End server;
+    End client;
+    auto listening = MakeServer(server);
+    auto const calling = MakeClient(client, listening->Port());
+    ASSERT_TRUE(WaitFor([&] { return server.connected == 1; }));
+    ConnectionPtr const connection = server.Last();
+    for (int i = 0; i < 1000; ++i)
+        connection->Send(Line(String(1000, 'x')));
+    connection->Close("for the test");
+    connection->Send(Line("too late"));
+    ASSERT_TRUE(WaitFor([&] { return client.closed == 1; }));
+    EXPECT_EQ(client.messages, 1000u);
+    ASSERT_TRUE(WaitFor([&] { return server.closed == 1; }));
+    EXPECT_TRUE(server.HasReason("for the test"));
+    EXPECT_FALSE(connection->IsOpen());
+
+    ASSERT_TRUE(WaitFor([&] { return client.connected == 2; }));
+    client.Last()->Send(Line("last words"));
+    calling->FlushAndStop(5000);
+    EXPECT_EQ(client.closed, 2);
+    EXPECT_TRUE(WaitFor([&] { return server.messages == 1; }));
+    // The pointers stay usable after everything has ended.
+    listening.reset();
+    client.Last()->Send(Line("nobody"));
+    connection->Close("again");
+    EXPECT_EQ(server.closed, 2);
+}
+
+TEST_F(Net, AFailingHandlerCostsOneMessageOnly) {
+    LogLines lines;
+    End server;
+    End client;
+    server.onMessage = [](ConnectionPtr const&, boost::shared_ptr<Message> const& message) {
+        if (TextOf(message) == "bad")
+            throw ArgumentException("for the test");
+    };
+    auto const listening = MakeServer(server);
+    auto const calling = MakeClient(client, listening->Port());
+    ASSERT_TRUE(WaitFor([&] { return client.connected == 1; }));
+    for (char const* text : {"one", "bad", "two"})
+        client.Last()->Send(Line(text));
+    ASSERT_TRUE(WaitFor([&] { return server.messages == 2; }));
+    EXPECT_EQ(TextOf(server.Messages()[1]), "two");
+    ASSERT_EQ(lines.Get().size(), 1u);
+    EXPECT_TRUE(lines.Get()[0].Contains("for the test"));
+}
+
+TEST_F(Net, APingIsAnsweredByTheConnectionItself) {
+    End server;
+    End client;
+    auto const listening = MakeServer(server);
+    auto const calling = MakeClient(client, listening->Port());
+    ASSERT_TRUE(WaitFor([&] { return client.connected == 1; }));
+    auto const ping = PingMsg::New();
+    ping->time = Time(12345);
+    client.Last()->Send(ping);
+    ASSERT_TRUE(WaitFor([&] { return client.messages == 1; }));
+    EXPECT_EQ(static_cast<PongMsg const&>(*client.Messages()[0]).time, Time(12345));
+    EXPECT_EQ(server.messages, 0u);
+}
+
+TEST_F(Net, APortInUseIsRefusedWithAdvice) {
+    End server;
+    auto const listening = MakeServer(server);
+    try {
+        MakeServer(server, listening->Port());
+        FAIL() << "two servers have one port";
+    } catch (NetException const& exception) {
+        EXPECT_TRUE(exception.Message().Contains("choose another port")) << exception.what();
+    }
+    key = FarmKey();
+    EXPECT_THROW(MakeServer(server), NetException);
+}
+
+// Senders on many threads: nothing is lost, each thread's messages keep their order.
+TEST_F(Net, ManyThreadsSendAtOnce) {
+    constexpr int k_Threads = 4;
+    constexpr int k_Each = 2000;
+    End server;
+    End client;
+    auto const listening = MakeServer(server);
+    auto const calling = MakeClient(client, listening->Port());
+    ASSERT_TRUE(WaitFor([&] { return client.connected == 1; }));
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < k_Threads; ++thread) {
+        threads.emplace_back([&, thread] {
+            for (int i = 0; i < k_Each; ++i)
+                client.Last()->Send(Line(SFormat("%d %d", thread, i)));
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    ASSERT_TRUE(WaitFor([&] { return server.messages == size_t{k_Threads * k_Each}; }));
+    int next[k_Threads] = {};
+    for (auto const& message : server.Messages()) {
+        String const text = TextOf(message);
+        size_t const thread = text.LeftFirst(" ").Uint();
+        ASSERT_EQ(text.RightFirst(" ").Int(), next[thread]++);
+    }
+}
+
+} // namespace vorlan::net

@@ -1,0 +1,198 @@
+#include <vorlan/net/frame.h>
+#include <vorlan/net/sendqueue.h>
+
+#include <corekit/exception.h>
+#include <vorlan/fwd.h>
+
+#include <gtest/gtest.h>
+#include <random>
+
+namespace vorlan::net {
+
+namespace {
+
+UID const k_Type = UID::FromName("a type");
+
+std::string Noise(size_t bytes) {
+    std::minstd_rand random(7);
+    std::string text(bytes, '\0');
+    for (char& c : text)
+        c = static_cast<char>(random() >> 8);
+    return text;
+}
+
+std::string FrameOf(std::string_view body) {
+    std::string bytes;
+    AppendFrameHeader(bytes, k_Type, body.size());
+    return bytes.append(body);
+}
+
+void Feed(FrameReader& reader, std::string_view bytes) {
+    while (!bytes.empty()) {
+        std::span<char> const room = reader.Room();
+        size_t const size = std::min(room.size(), bytes.size());
+        std::copy_n(bytes.data(), size, room.data());
+        reader.Filled(size);
+        bytes.remove_prefix(size);
+    }
+}
+
+} // namespace
+
+TEST(FrameReader, CutsAnyPiecesIntoTheSameFrames) {
+    std::vector<std::string> const bodies = {"", "a", Noise(100), Noise(40'000), "", Noise(300'000), "end"};
+    std::string stream;
+    for (std::string const& body : bodies)
+        stream += FrameOf(body);
+    for (size_t const step : {size_t{1}, size_t{7}, size_t{19}, size_t{20}, size_t{4096}, stream.size()}) {
+        FrameReader reader(1u << 20);
+        std::vector<std::string> got;
+        for (size_t at = 0; at < stream.size(); at += step) {
+            Feed(reader, std::string_view(stream).substr(at, step));
+            for (Frame frame; reader.Next(frame);) {
+                EXPECT_EQ(frame.type, k_Type);
+                got.emplace_back(frame.body);
+            }
+        }
+        EXPECT_EQ(got, bodies) << "in steps of " << step;
+        EXPECT_FALSE(reader.InFrame());
+    }
+}
+
+TEST(FrameReader, RefusesALongFrameByItsHeaderAlone) {
+    FrameReader reader(4096);
+    Frame frame;
+    Feed(reader, FrameOf(std::string(4096, 'x')));
+    EXPECT_TRUE(reader.Next(frame));
+    Feed(reader, std::string_view("\0\0\x10\x01", 4));
+    EXPECT_THROW(reader.Next(frame), NetException);
+}
+
+TEST(Parts, LongMessagesComeBackAsTheyWere) {
+    constexpr size_t k_Frame = 5000;
+    for (std::string const& body : {std::string(), std::string("x"), std::string(3'000'000, 'a'), Noise(6'000'000)}) {
+        std::string stream;
+        AppendParts(stream, k_Type, body, k_Frame, 10'000'000);
+        FrameReader reader(k_Frame);
+        PartAssembler parts(10'000'000);
+        // The same assembler takes one message after the other.
+        for (int round = 0; round < 2; ++round) {
+            int ended = 0;
+            for (size_t at = 0; at < stream.size(); at += 3000) {
+                Feed(reader, std::string_view(stream).substr(at, 3000));
+                for (Frame frame; reader.Next(frame);) {
+                    ASSERT_EQ(frame.type, k_PartType);
+                    if (parts.Take(frame.body)) {
+                        ++ended;
+                        EXPECT_EQ(parts.Type(), k_Type);
+                        EXPECT_TRUE(parts.Body() == body) << body.size();
+                    }
+                }
+            }
+            EXPECT_EQ(ended, 1) << body.size();
+            EXPECT_FALSE(parts.Busy());
+        }
+    }
+    std::string stream;
+    EXPECT_THROW(AppendParts(stream, k_Type, std::string(101, 'a'), k_Frame, 100), ArgumentException);
+}
+
+TEST(Parts, WhatIsNoRightPartIsRefused) {
+    constexpr size_t k_Frame = 2000;
+    constexpr size_t k_Limit = 100'000;
+    std::string const body = Noise(9000);
+    std::string stream;
+    AppendParts(stream, k_Type, body, k_Frame, k_Limit);
+    std::vector<std::string> good;
+    FrameReader reader(k_Frame);
+    Feed(reader, stream);
+    for (Frame frame; reader.Next(frame);)
+        good.emplace_back(frame.body);
+    ASSERT_GT(good.size(), 3u);
+
+    auto const with = [&](size_t part, size_t offset, char value) {
+        std::vector<std::string> parts = good;
+        parts[part][offset] = value;
+        return parts;
+    };
+    std::vector<std::string> late(good.begin() + 1, good.end());
+    std::vector<std::string> gap = good;
+    gap.erase(gap.begin() + 1);
+    std::vector<std::string> twice = good;
+    twice.insert(twice.begin() + 1, good[1]);
+    std::vector<std::string> more = good;
+    more.back() += "more";
+    std::vector<std::string> bomb;
+    {
+        // A small message under the announcement of a smaller one.
+        std::string packed;
+        AppendParts(packed, k_Type, std::string(90'000, 'a'), k_Frame, k_Limit);
+        FrameReader inner(k_Frame);
+        Feed(inner, packed);
+        Frame frame;
+        ASSERT_TRUE(inner.Next(frame));
+        bomb.emplace_back(frame.body);
+        bomb[0].replace(UID::k_Size, 8, std::string("\0\0\0\0\0\0\0\x10", 8));
+    }
+    struct Case {
+        char const* name;
+        std::vector<std::string> parts;
+    } const cases[] = {
+        {"shorter than its header", {good[0].substr(0, k_PartHeader - 1)}},
+        {"begins in the midst", late},
+        {"one is missing", gap},
+        {"one comes twice", twice},
+        {"another type", with(1, 0, static_cast<char>(good[1][0] ^ 1))},
+        {"another length", with(1, UID::k_Size + 7, static_cast<char>(good[1][UID::k_Size + 7] ^ 1))},
+        {"over the limit", with(0, UID::k_Size, '\x7f')},
+        {"announced too short", bomb},
+        {"no compressed data", with(0, k_PartHeader, '\0')},
+        {"bytes behind the end", more},
+    };
+    for (Case const& test : cases) {
+        PartAssembler parts(k_Limit);
+        bool complete = false;
+        EXPECT_THROW(
+            {
+                for (std::string const& part : test.parts)
+                    complete = parts.Take(part);
+            },
+            NetException)
+            << test.name;
+        EXPECT_FALSE(complete) << test.name;
+    }
+}
+
+TEST(SendQueue, KeepsTheOrderAndCountsEachKind) {
+    SendQueue queue;
+    std::string expected;
+    size_t live = 0;
+    size_t load = 0;
+    std::string const noise = Noise(80'000);
+    for (size_t i = 0; i < 3000; ++i) {
+        Traffic const traffic = i % 3 == 0 ? Traffic::Load : Traffic::Live;
+        std::string const body = noise.substr(i, i % 50 == 0 ? 70'000 : i % 97);
+        std::string const frame = FrameOf(body);
+        if (i % 5 == 0)
+            queue.Push(boost::make_shared<EncodedMessage const>(String(frame)), traffic);
+        else
+            queue.Push(k_Type, body, traffic);
+        (traffic == Traffic::Live ? live : load) += frame.size();
+        expected += frame;
+    }
+    EXPECT_EQ(queue.LiveBytes(), live);
+    EXPECT_EQ(queue.Bytes(), live + load);
+    std::string got;
+    size_t pieces = 0;
+    for (SendQueue::Piece piece; queue.Take(piece); ++pieces) {
+        EXPECT_EQ(piece.live + piece.load, piece.Bytes().size());
+        got += piece.Bytes();
+        queue.Written(piece);
+    }
+    EXPECT_TRUE(got == expected);
+    EXPECT_EQ(queue.Bytes(), 0u);
+    // Small messages travel together.
+    EXPECT_LT(pieces, 300u);
+}
+
+} // namespace vorlan::net
