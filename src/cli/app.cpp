@@ -1,0 +1,88 @@
+#include "cli/app.h"
+
+#include "cli/commandtools.h"
+
+#include <corekit/log.h>
+#include <vorlan/version.h>
+
+#include <algorithm>
+#include <ostream>
+
+namespace vorlan::cli {
+
+namespace {
+
+constexpr char k_Footer[] = R"(Exit codes:
+  0    done; with `wait`: all Jobs finished well
+  1    a Job failed or was canceled, the Master refused, or there is no such thing
+  2    the command line is wrong
+  3    no Master can be reached
+  4    the time of --timeout is over
+  130  interrupted
+
+`vorlan COMMAND --help` says more about one command.)";
+
+void Declare(CLI::App& app, Commands& commands, std::string& hosts) {
+    app.require_subcommand(1);
+    app.fallthrough(); // the options of the program may stand behind the command, too
+    app.set_version_flag("--version", std::string("vorlan ") + k_VorlanVersionText);
+    app.add_option("--master", hosts,
+                   "The Master's host, or several with blanks between them, each with :PORT if "
+                   "need be")
+        ->type_name("HOST");
+    app.footer(k_Footer);
+    AddSubmitCommand(commands);
+    AddJobCommands(commands);
+    AddWorkCommands(commands);
+    AddWaitCommand(commands);
+    AddControlCommands(commands);
+    AddFarmCommands(commands);
+    AddKeyCommands(commands);
+}
+
+ExitCode Run(Action const& action, Context& context) {
+    Terminal& terminal = context.Term();
+    try {
+        ExitCode const code = action(context);
+        terminal.ClearStatus();
+        terminal.out << std::flush;
+        return code;
+    } catch (CommandException const& exception) {
+        terminal.ClearStatus();
+        terminal.err << "vorlan: " << Printable(exception.Message(), true) << std::endl;
+        return exception.Exit();
+    } catch (ArgumentException const& exception) {
+        terminal.ClearStatus();
+        terminal.err << "vorlan: " << Printable(exception.what(), true) << std::endl;
+        return ExitCode::Usage;
+    } catch (std::exception const& exception) {
+        terminal.ClearStatus();
+        terminal.err << "vorlan: " << Printable(exception.what(), true) << std::endl;
+        return ExitCode::Failed;
+    }
+}
+
+} // namespace
+
+int RunCommandLine(std::vector<std::string> const& arguments, Terminal& terminal, LinkMaker const& connect) {
+    CLI::App app("Submits, watches and controls the Jobs of a render farm.", "vorlan");
+    Action action;
+    std::string hosts;
+    Commands commands{app, action};
+    try {
+        Declare(app, commands, hosts);
+        // The parser takes the arguments from the back.
+        std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+        app.parse(std::move(reversed));
+    } catch (CLI::ParseError const& error) {
+        int const code = app.exit(error, terminal.out, terminal.err);
+        return code == 0 ? 0 : static_cast<int>(ExitCode::Usage);
+    } catch (std::exception const& exception) {
+        terminal.err << "vorlan: " << exception.what() << std::endl;
+        return static_cast<int>(ExitCode::Failed);
+    }
+    Context context(terminal, [&] { return connect(hosts); });
+    return static_cast<int>(Run(action, context));
+}
+
+} // namespace vorlan::cli

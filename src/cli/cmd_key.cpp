@@ -1,0 +1,98 @@
+#include "cli/commandtools.h"
+
+#include <corekit/file.h>
+#include <corekit/inifile.h>
+#include <vorlan/farmkey.h>
+#include <vorlan/ippeer.h>
+
+#include <ostream>
+
+namespace vorlan::cli {
+
+namespace {
+
+struct NoOptions {};
+
+struct JoinOptions {
+    std::string host;
+    std::string line;
+    bool replace = false;
+};
+
+ExitCode ShowKey(Context& context, NoOptions const&) {
+    FarmKey const key = FarmKey::Load(File::GetMachineDir());
+    if (key.IsNull())
+        throw CommandException(ExitCode::Failed, "This machine has no farm key yet. Start VorlanMaster here, or run "
+                                                 "this on the Master's machine.");
+    context.Out() << key.Text() << std::endl;
+    return ExitCode::Ok;
+}
+
+FarmKey KeyOf(String const& line) {
+    try {
+        return FarmKey::FromText(line);
+    } catch (ParseException const& exception) {
+        throw CommandException(ExitCode::Usage, exception.Message() + ".");
+    }
+}
+
+// The key that is there; a null one for one that cannot be read.
+FarmKey PresentKey(Path const& folder) {
+    try {
+        return FarmKey::Load(folder);
+    } catch (ParseException const&) {
+        return FarmKey();
+    }
+}
+
+void WriteHost(String const& host) {
+    Path const path = File::GetConnectionFile();
+    IniFile file;
+    file.Load(path);
+    file.SetValue("Master", "Peer", host);
+    file.Save(path);
+}
+
+ExitCode JoinFarm(Context& context, JoinOptions const& options) {
+    IPPeer peer;
+    if (!IPPeer::FromString(options.host, peer))
+        throw CommandException(ExitCode::Usage, "\"" + String(options.host) +
+                                                    "\" is no host. Give a name or an "
+                                                    "address, with a port behind a colon "
+                                                    "if need be.");
+    FarmKey const key = KeyOf(options.line);
+    Path const folder = File::GetMachineDir();
+    FarmKey const present = PresentKey(folder);
+    if (!present.IsNull() && !(present == key) && !options.replace) {
+        throw CommandException(ExitCode::Failed,
+                               String("This machine has the key of another farm") +
+                                   (present.IsJoined() ? "." : ", made by its own Master.") +
+                                   " Give --replace to join the new one; write the old line down first: `vorlan key "
+                                   "show`.");
+    }
+    if (!(present == key))
+        key.Join(folder);
+    WriteHost(options.host);
+    context.Out() << "Joined the farm of " << options.host << ". Programs that run already find it by themselves."
+                  << std::endl;
+    return ExitCode::Ok;
+}
+
+} // namespace
+
+void AddKeyCommands(Commands& commands) {
+    CLI::App& key = *commands.app.add_subcommand("key", "The farm's key, which every machine of it needs");
+    key.require_subcommand(1);
+
+    CLI::App& show = *key.add_subcommand("show", "Print this machine's key and certificate fingerprint as one line");
+    commands.OnChosen(show, std::make_shared<NoOptions>(), &ShowKey);
+
+    auto const options = std::make_shared<JoinOptions>();
+    CLI::App& join = *key.add_subcommand("join", "Join this machine to the farm of another one");
+    join.add_option("host", options->host, "The Master's host, with :PORT if need be")->required();
+    join.add_option("line", options->line, "What `vorlan key show` prints there")->required();
+    join.add_flag("--replace", options->replace, "Even if this machine has another key");
+    commands.OnChosen(join, options, &JoinFarm);
+}
+
+} // namespace vorlan::cli

@@ -1,0 +1,84 @@
+// What all commands share: how they are declared, and what they work with.
+#pragma once
+
+#include "cli/exitcode.h"
+#include "cli/farm.h"
+#include "cli/terminal.h"
+
+#include <corekit/containers.h>
+
+#include <functional>
+#include <memory>
+
+namespace CLI {
+class App;
+}
+
+namespace vorlan::cli {
+
+// Context is what a command works with.
+// Owner: RunCommandLine. Thread: the main thread.
+class Context {
+public:
+    Context(Terminal& terminal, Farm::Connector connector) : m_terminal(terminal), m_connector(std::move(connector)) {}
+
+    Terminal& Term() { return m_terminal; }
+    std::ostream& Out() { return m_terminal.out; }
+    std::ostream& Err() { return m_terminal.err; }
+    // Connected at the first call.
+    Farm& TheFarm() {
+        if (!m_farm)
+            m_farm = std::make_unique<Farm>(m_connector);
+        return *m_farm;
+    }
+
+private:
+    Terminal& m_terminal;
+    Farm::Connector const m_connector;
+    std::unique_ptr<Farm> m_farm;
+};
+
+using Action = std::function<ExitCode(Context&)>;
+
+// Commands declares subcommands; the one on the command line leaves its action here.
+struct Commands {
+    CLI::App& app;
+    Action& chosen;
+
+    // `Options` is filled by the parser; `run` gets it afterwards.
+    template <class Options>
+    void OnChosen(CLI::App& sub, std::shared_ptr<Options> options, ExitCode (*run)(Context&, Options const&));
+};
+
+// One function for each file of commands.
+void AddSubmitCommand(Commands& commands);
+void AddJobCommands(Commands& commands);  // jobs, job
+void AddWorkCommands(Commands& commands); // work, log
+void AddWaitCommand(Commands& commands);
+void AddControlCommands(Commands& commands); // pause, resume, priority, stop, requeue, delete
+void AddFarmCommands(Commands& commands);    // engines, products, pools, report
+void AddKeyCommands(Commands& commands);
+
+// What the commands give people to read.
+Colour StatusColour(int status);
+// As many characters of a UID as people need; at least eight.
+String ShortId(UID const& id);
+// "2m 05s"; "-" for none.
+String DurationText(Time const& span);
+// In local time; empty for none.
+String MomentText(Time const& time);
+// "42 %".
+String PercentText(double percent);
+
+struct WaitRequest {
+    corekit::vector<UID> jobs;
+    bool progress = false;
+    bool json = false;
+    int64_t timeoutMs = 0; // 0: none
+};
+// Waits for the end of Jobs that were loaded. Ok when all finished well.
+ExitCode WaitForJobs(Context& context, WaitRequest const& request);
+// "90", "90s", "5m", "2h", "1d" in milliseconds; false for what is none.
+bool ParseSpan(String const& text, int64_t& ms);
+
+} // namespace vorlan::cli

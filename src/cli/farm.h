@@ -1,0 +1,67 @@
+// The farm as a command sees it: a connection and what came over it.
+#pragma once
+
+#include "cli/farmview.h"
+#include "cli/masterlink.h"
+
+#include <functional>
+#include <memory>
+
+namespace vorlan::cli {
+
+// Farm asks the Master and waits for the answers.
+// Owner: Context. Works with: MasterLink, FarmView.
+// Thread: the main thread. All calls throw CommandException when the Master is gone or
+// does not answer.
+class Farm {
+public:
+    using Connector = std::function<std::unique_ptr<MasterLink>()>;
+
+    // Connects, and waits for what the Master tells everybody first.
+    explicit Farm(Connector connector);
+
+    FarmView const& View() const { return m_view; }
+
+    // Jobs and their active work; all of them if `ids` is empty. Those loaded before
+    // are forgotten.
+    void LoadJobs(corekit::set<UID> const& ids = {});
+    void LoadHistories(corekit::set<UID> const& ids = {});
+    void LoadEngines();
+    void LoadPools();
+    // From now on Next gives these kinds of messages, too.
+    void Follow(corekit::set<UID> const& kinds);
+
+    // Does a command and waits until the Master has stored it. Throws with the
+    // Master's own words if it refuses.
+    void Do(boost::shared_ptr<Message const> const& message);
+    // The same for many, sent together. What is refused does not hold up the rest;
+    // gives the refusals.
+    struct Refusal {
+        UID id;
+        String reason;
+    };
+    corekit::vector<Refusal> DoAll(corekit::vector<boost::shared_ptr<Message const>> const& messages);
+    // Sends without waiting for anything.
+    void Send(boost::shared_ptr<Message const> const& message) { m_link->Send(message); }
+
+    // The text that answers a request for a report.
+    String Report(boost::shared_ptr<Message const> const& request);
+
+    // The next message, already taken into the view; null when there is none by the
+    // deadline.
+    boost::shared_ptr<Message> Next(Clock::time_point deadline);
+
+    // Connects again, trying until the deadline. What was followed and loaded is gone.
+    void Reconnect(Clock::time_point deadline);
+
+private:
+    void Open();
+    boost::shared_ptr<Message> WaitFor(corekit::set<UID> const& kinds);
+
+    Connector const m_connector;
+    std::unique_ptr<MasterLink> m_link;
+    FarmView m_view;
+    corekit::vector<Refusal> m_refusals; // not asked for yet
+};
+
+} // namespace vorlan::cli

@@ -1,0 +1,72 @@
+// What the command line knows of the farm.
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+#include <corekit/containers.h>
+#include <corekit/time.h>
+#include <vorlan/engine.h>
+#include <vorlan/fwd.h>
+#include <vorlan/job.h>
+#include <vorlan/jobhistory.h>
+
+namespace vorlan {
+class Message;
+class Product;
+} // namespace vorlan
+
+namespace vorlan::cli {
+
+// FarmView mirrors Jobs, Engines, work and Pools from the Master's messages, as far as
+// they were asked for. Products go to the JobFactory.
+// Owner: Farm, or a test. Thread: the main thread.
+class FarmView {
+public:
+    // A work unit that an Engine has now.
+    struct Unit {
+        boost::shared_ptr<Job> work; // its parent is the Job
+        UID engine;
+        int status = Assigned;
+        Time since; // of the status
+    };
+
+    // Takes a message in; one that is none of the view's changes nothing.
+    void Take(Message const& message);
+    // Forgets Jobs, work and histories, before they are loaded anew.
+    void ClearJobs();
+
+    corekit::map<UID, boost::shared_ptr<Job>> const& Jobs() const { return m_jobs; }
+    corekit::map<UID, Engine> const& Engines() const { return m_engines; }
+    corekit::map<UID, String> const& Pools() const { return m_pools; }
+    corekit::map<UID, Unit> const& Units() const { return m_units; }
+
+    // Null when it is not there.
+    boost::shared_ptr<Job> FindJob(UID const& id) const;
+    // An empty one when it was not loaded.
+    JobHistory const& History(UID const& job) const;
+    corekit::map<UID, JobHistory> const& Histories() const { return m_histories; }
+    // The oldest first.
+    corekit::vector<boost::shared_ptr<Job>> JobsByAge() const;
+    corekit::vector<Engine const*> EnginesByName() const;
+    // The longest running first; of one Job if `job` is not null.
+    corekit::vector<Unit const*> UnitsByAge(UID const& job) const;
+    size_t UnitCount(UID const& job) const;
+    size_t UnitCountOn(UID const& engine) const;
+
+    // The names; the UID as text for one that is not there.
+    String EngineName(UID const& id) const;
+    String JobName(UID const& id) const;
+    // "Whole System" for the null UID.
+    String PoolName(UID const& id) const;
+
+private:
+    void TakeWork(boost::shared_ptr<Job> const& work, UID const& engine, int status);
+    void TakeHistoryElement(WorkHistoryElement const& element);
+
+    corekit::map<UID, boost::shared_ptr<Job>> m_jobs;
+    corekit::map<UID, Engine> m_engines;
+    corekit::map<UID, String> m_pools;
+    corekit::map<UID, Unit> m_units; // by the unit's own UID
+    corekit::map<UID, JobHistory> m_histories;
+};
+
+} // namespace vorlan::cli

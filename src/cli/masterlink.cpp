@@ -1,0 +1,145 @@
+#include "cli/masterlink.h"
+
+#include "cli/exitcode.h"
+
+#include <corekit/stringtokenizer.h>
+#include <vorlan/discovery.h>
+#include <vorlan/keys.h>
+#include <vorlan/message.h>
+#include <vorlan/net/client.h>
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+
+namespace vorlan::cli {
+
+namespace {
+
+// One that is there answers at once; a round over many dead hosts may take as long.
+constexpr std::chrono::seconds k_LongestSearch{60};
+constexpr int k_ConnectMs = 3'000;
+
+corekit::vector<IPPeer> HostsOf(String const& text) {
+    corekit::vector<IPPeer> hosts;
+    StringTokenizer words(text, " \t,;");
+    String word;
+    while (words.Next(word)) {
+        IPPeer peer;
+        if (word.empty())
+            continue;
+        if (!IPPeer::FromString(word, peer, o_MasterPortDefault))
+            throw CommandException(ExitCode::Usage, "\"" + word +
+                                                        "\" is no host. Give a name or an address, with a "
+                                                        "port behind a colon if need be.");
+        hosts.push_back(peer);
+    }
+    return hosts;
+}
+
+class NetLink final : public MasterLink {
+public:
+    explicit NetLink(corekit::vector<IPPeer> hosts) : m_client(Options(std::move(hosts)), MakeHandlers()) {
+        m_client.Start();
+        WaitForConnection();
+    }
+    ~NetLink() override { m_client.Stop(); }
+
+    void Send(boost::shared_ptr<Message const> const& message) override {
+        if (auto const connection = m_client.Current())
+            connection->Send(message);
+    }
+
+    boost::shared_ptr<Message> Receive(Clock::time_point deadline) override {
+        std::unique_lock lock(m_guard);
+        m_changed.wait_until(lock, deadline, [this] { return !m_messages.empty() || m_closed; });
+        if (!m_messages.empty()) {
+            auto message = std::move(m_messages.front());
+            m_messages.pop_front();
+            return message;
+        }
+        if (m_closed)
+            throw CommandException(ExitCode::NoMaster, "The connection to the Master has ended: " + m_reason);
+        return nullptr;
+    }
+
+private:
+    net::ClientOptions Options(corekit::vector<IPPeer> hosts) {
+        net::ClientOptions options;
+        options.self = net::PeerInfo::Self(net::PeerKind::Tool, "vorlan");
+        options.retry = net::ClientOptions::Retry::Never;
+        options.limits.connectMs = k_ConnectMs;
+        options.find = [this, hosts = std::move(hosts)](FarmKey const& key, Cancelled const& cancelled) {
+            auto const found = hosts.empty() ? MasterFinder::Find(key, cancelled) : hosts;
+            std::lock_guard const lock(m_guard);
+            m_tried = found;
+            return found;
+        };
+        return options;
+    }
+
+    net::Handlers MakeHandlers() {
+        net::Handlers handlers;
+        handlers.onConnected = [this](auto const&) { Change([this] { m_connected = true; }); };
+        handlers.onMessage = [this](auto const&, boost::shared_ptr<Message> const& message) {
+            Change([&] { m_messages.push_back(message); });
+        };
+        handlers.onClosed = [this](auto const&, String const& reason) { End(reason); };
+        handlers.onFailed = [this](String const& reason) { End(reason); };
+        return handlers;
+    }
+
+    template <class Function>
+    void Change(Function function) {
+        {
+            std::lock_guard const lock(m_guard);
+            function();
+        }
+        m_changed.notify_all();
+    }
+
+    void End(String const& reason) {
+        Change([&] {
+            m_closed = true;
+            m_reason = reason;
+        });
+    }
+
+    void WaitForConnection() {
+        std::unique_lock lock(m_guard);
+        if (!m_changed.wait_for(lock, k_LongestSearch, [this] { return m_connected || m_closed; }))
+            m_reason = "the search takes too long";
+        if (m_connected)
+            return;
+        String text = "No Master can be reached";
+        if (!m_tried.empty()) {
+            text += " (tried";
+            for (IPPeer const& peer : m_tried)
+                text += (&peer == &m_tried.front() ? " " : ", ") + peer.ToString();
+            text += ")";
+        }
+        text += ": " + m_reason;
+        if (!m_tried.empty()) {
+            text += "\nStart VorlanMaster (or VorlanGui) on this machine, give the Master's host with --master HOST, "
+                    "or join its farm with `vorlan key join HOST LINE`.";
+        }
+        throw CommandException(ExitCode::NoMaster, text);
+    }
+
+    std::mutex m_guard;
+    std::condition_variable m_changed;
+    // Guarded by m_guard.
+    std::deque<boost::shared_ptr<Message>> m_messages;
+    corekit::vector<IPPeer> m_tried;
+    String m_reason;
+    bool m_connected = false;
+    bool m_closed = false;
+
+    net::Client m_client; // last: its thread uses the others
+};
+
+} // namespace
+
+std::unique_ptr<MasterLink> ConnectToMaster(String const& hosts) { return std::make_unique<NetLink>(HostsOf(hosts)); }
+
+} // namespace vorlan::cli

@@ -1,0 +1,35 @@
+// The command line's connection to the Master.
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+#include <vorlan/fwd.h>
+
+#include <chrono>
+#include <memory>
+
+namespace vorlan {
+class Message;
+}
+
+namespace vorlan::cli {
+
+using Clock = std::chrono::steady_clock;
+
+// MasterLink is one proven connection to a Master, as a queue that one thread reads.
+// Owner: Farm. Works with: net::Client behind NetLink; tests bring their own.
+// Thread: the main thread.
+class MasterLink {
+public:
+    virtual ~MasterLink() = default;
+    virtual void Send(boost::shared_ptr<Message const> const& message) = 0;
+    // The next message; null when there is none by the deadline. Throws
+    // CommandException with ExitCode::NoMaster when the connection is gone.
+    virtual boost::shared_ptr<Message> Receive(Clock::time_point deadline) = 0;
+};
+
+// Looks for a Master once, at `hosts` (with blanks between them) or, if that is empty,
+// where this machine is configured to look. Throws CommandException with
+// ExitCode::NoMaster that names the hosts tried and says what to do.
+std::unique_ptr<MasterLink> ConnectToMaster(String const& hosts);
+
+} // namespace vorlan::cli

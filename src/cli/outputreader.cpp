@@ -1,0 +1,65 @@
+#include "cli/outputreader.h"
+
+#include <vorlan/messages.h>
+
+#include <ostream>
+
+namespace vorlan::cli {
+
+namespace {
+
+constexpr size_t k_LongestLine = 64 * 1024; // then it is written without its end
+
+} // namespace
+
+void OutputReader::Ask(UID const& work, UID const& engine, Mode mode, String const& prefix) {
+    auto request = GetOutputMsg::New();
+    request->request = UID(true);
+    request->work = work;
+    request->engine = engine;
+    request->follow = mode == Mode::Follow;
+    m_requests[request->request] = Request{prefix, String()};
+    m_asked.insert(work);
+    m_context.TheFarm().Send(request);
+}
+
+bool OutputReader::Take(Message const& message) {
+    if (message.Type() != OutputDataMsg::s_Type)
+        return false;
+    auto const& output = static_cast<OutputDataMsg const&>(message);
+    auto const at = m_requests.find(output.request);
+    if (at == m_requests.end())
+        return false;
+    bool const end = output.end || !output.error.empty();
+    Write(at->second, output.data, end);
+    if (!output.error.empty()) {
+        ++m_errors;
+        m_context.Err() << at->second.prefix << "vorlan: No output: " << Printable(output.error, true) << std::endl;
+    }
+    if (end)
+        m_requests.erase(at);
+    return true;
+}
+
+void OutputReader::Write(Request& request, String const& data, bool end) {
+    Terminal& terminal = m_context.Term();
+    // What a program of the farm wrote must not drive the terminal of whoever reads it.
+    auto const shown = [&](String const& text) { return terminal.outIsTerminal ? Printable(text, true) : text; };
+    request.line += data;
+    // A terminal gets whole lines, so that no character is cut in two.
+    bool const whole = terminal.outIsTerminal || !request.prefix.empty();
+    size_t from = 0;
+    for (size_t at = request.line.Find('\n'); at != String::npos; at = request.line.Find('\n', from)) {
+        terminal.out << request.prefix << shown(request.line.Mid(from, at + 1 - from));
+        from = at + 1;
+    }
+    String rest = request.line.Mid(from);
+    if (!rest.empty() && (end || !whole || rest.size() > k_LongestLine)) {
+        terminal.out << request.prefix << shown(rest) << (whole ? "\n" : "");
+        rest.clear();
+    }
+    request.line = rest;
+    terminal.out << std::flush;
+}
+
+} // namespace vorlan::cli

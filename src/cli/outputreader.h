@@ -1,0 +1,40 @@
+// Reads the output of runs, by way of the Master.
+#pragma once
+
+#include "cli/command.h"
+
+namespace vorlan::cli {
+
+// OutputReader asks for outputs and writes them as they come.
+// Owner: the command `log`. Works with: Farm, which carries requests and answers.
+// Thread: the main thread.
+class OutputReader {
+public:
+    enum class Mode { Once, Follow };
+
+    explicit OutputReader(Context& context) : m_context(context) {}
+
+    // `prefix` stands before each line; without one bytes are written as they come.
+    void Ask(UID const& work, UID const& engine, Mode mode, String const& prefix = String());
+    // True when the message was one of an output asked for.
+    bool Take(Message const& message);
+    // Outputs that have not ended.
+    size_t Waiting() const { return m_requests.size(); }
+    bool HasAsked(UID const& work) const { return m_asked.contains(work); }
+    // Requests that ended with an error, which was shown.
+    size_t Errors() const { return m_errors; }
+
+private:
+    struct Request {
+        String prefix;
+        String line; // begun, not ended
+    };
+    void Write(Request& request, String const& data, bool end);
+
+    Context& m_context;
+    corekit::map<UID, Request> m_requests;
+    corekit::set<UID> m_asked;
+    size_t m_errors = 0;
+};
+
+} // namespace vorlan::cli
