@@ -148,6 +148,7 @@ void World::RememberFinished(std::vector<UID> const& works) {
 void World::Turn(std::vector<Event> const& events, Fate fate) {
     std::vector<Effect> effects;
     std::vector<UID> finished;
+    m_newlyFinished.clear();
     for (Event const& event : events) {
         NoteReports(event, finished);
         size_t const from = effects.size();
@@ -178,6 +179,7 @@ void World::Turn(std::vector<Event> const& events, Fate fate) {
     }
     for (Effect const& effect : effects)
         Deliver(effect);
+    CheckFinished();
     for (String const& fault : Audit(m_core->State())) {
         Fail(fault);
         return;
@@ -221,8 +223,13 @@ void World::CheckUnit(EngineEntry const& engine, Job const& unit) {
 
 void World::CheckEffects(std::vector<Effect> const& effects, size_t from) {
     for (size_t i = from; i < effects.size(); ++i) {
+        if (auto const* const all = std::get_if<SendAll>(&effects[i]))
+            NoteFinishedJob(*all->message);
         auto const* const send = std::get_if<SendTo>(&effects[i]);
-        if (!send || send->message->Type() != RunWorkMsg::s_Type)
+        if (!send)
+            continue;
+        NoteFinishedJob(*send->message);
+        if (send->message->Type() != RunWorkMsg::s_Type)
             continue;
         for (auto const& [number, engine] : m_core->State().engines) {
             if (engine->peer == send->peer)
@@ -307,8 +314,45 @@ void World::Settle() {
     Fail("messages never come to an end");
 }
 
+void World::NoteFinishedJob(Message const& message) {
+    if (message.Type() != FinishedJobMsg::s_Type)
+        return;
+    UID const id = static_cast<FinishedJobMsg const&>(message).job->id;
+    if (auto const job = m_core->State().jobsById.find(id); job != m_core->State().jobsById.end())
+        m_newlyFinished.push_back(job->second->number);
+}
+
+// Whoever was told that a Job has finished never meets it unfinished.
+void World::CheckFinished() {
+    m_finishedJobs.insert(m_newlyFinished.begin(), m_newlyFinished.end());
+    for (auto const& [number, job] : m_core->State().jobs) {
+        if (m_finishedJobs.contains(number) && !job->settings.IsFinished())
+            Fail("the Job " + job->job->Name() + " was told to be finished and is not");
+    }
+}
+
+// With everything delivered, the Master's runs are those of the Engines.
+void World::CheckRuns() {
+    for (auto const& engine : m_engines) {
+        auto const known = m_core->State().enginesById.find(engine->Id());
+        if (known == m_core->State().enginesById.end())
+            continue;
+        for (auto const* const run : known->second->runs) {
+            if (run->job && !engine->Runs().contains(run->work))
+                Fail("the Master has a run of " + run->subRange + " on " + engine->Name() + " that the Engine has not");
+        }
+        for (auto const& [work, run] : engine->Runs()) {
+            if (!m_core->State().runsByWork.contains(work))
+                Fail(engine->Name() + " runs " + run.subRange + ", of which the Master knows nothing");
+        }
+        if (!engine->Unacknowledged().empty())
+            Fail(engine->Name() + " has a result that the Master never acknowledged");
+    }
+}
+
 void World::CompareClients() {
     Settle();
+    CheckRuns();
     if (!m_fault.Empty())
         return;
     SimClient fresh(m_products);

@@ -92,6 +92,9 @@ private:
     void Connect(SimEngine* engine, SimClient* client);
     void Drop(PeerId peer, bool tellsCore);
     void SendUp(PeerId peer, std::vector<boost::shared_ptr<Message>> const& messages);
+    void CheckRuns();
+    void NoteFinishedJob(Message const& message);
+    void CheckFinished();
     void CompareClients();
     void Settle();
     void Fail(String const& text);
@@ -113,6 +116,8 @@ private:
 
     std::map<UID, GivenWork> m_given;                   ///< all work that was ever handed out
     std::map<uint64_t, std::set<int>> m_finishedFrames; ///< of each Job, reported and stored
+    std::set<uint64_t> m_finishedJobs;                  ///< numbers of those that anybody was told have finished
+    std::vector<uint64_t> m_newlyFinished;              ///< in the turn that is going on
     std::set<UID> m_submitted;
 
     std::deque<String> m_trace;

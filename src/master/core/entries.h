@@ -95,7 +95,8 @@ struct Usage {
     bool Allows(int limit, EngineEntry const* engine) const {
         if (limit > 0)
             return units < static_cast<unsigned>(limit);
-        return limit == 0 || engines.contains(engine) || engines.size() < static_cast<size_t>(-int64_t{limit});
+        auto const most = static_cast<size_t>(-int64_t{limit});
+        return limit == 0 || engines.size() < most || (engines.size() == most && engines.contains(engine));
     }
     /// No unit on any Engine is possible.
     bool Exhausted(int limit) const { return limit > 0 && units >= static_cast<unsigned>(limit); }
