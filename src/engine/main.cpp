@@ -1,4 +1,7 @@
+#include "engine/engineapp.h"
 #include "engine/runner/runnerhelper.h"
+
+#include <corekit/commandline.h>
 
 #include <cstring>
 
@@ -7,5 +10,7 @@ int main(int argc, char** argv) {
         corekit::UID machine;
         return corekit::UID::FromString(argv[2], machine) ? vorlan::runner::HelperMain(machine) : 2;
     }
-    return 0;
+    corekit::CommandLine commandLine(argc, argv);
+    vorlan::EngineApp app{corekit::Path("/proc/self/exe")};
+    return app.Run(commandLine);
 }

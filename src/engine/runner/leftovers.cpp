@@ -55,13 +55,9 @@ bool HasMark(std::string const& environment, std::string const& wanted) {
 
 } // namespace
 
-String MarkPrefix(UID const& machine) {
-    return machine.ToString() + "/";
-}
+String MarkPrefix(UID const& machine) { return machine.ToString() + "/"; }
 
-String MarkOf(UID const& machine, UID const& work) {
-    return MarkPrefix(machine) + work.ToString();
-}
+String MarkOf(UID const& machine, UID const& work) { return MarkPrefix(machine) + work.ToString(); }
 
 bool CarriesMark(pid_t pid, String const& prefix) {
     std::string mark(k_MarkName);

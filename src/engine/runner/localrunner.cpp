@@ -40,8 +40,12 @@ constexpr int k_ReadsAtOnce = 4;
 } // namespace
 
 LocalRunner::LocalRunner(Path program, UID const& machine, Listener& listener)
-    : Thread("Runner"), m_program(std::move(program)), m_machine(machine), m_listener(listener),
-      m_wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), m_poll(epoll_create1(EPOLL_CLOEXEC)) {
+    : Thread("Runner"),
+      m_program(std::move(program)),
+      m_machine(machine),
+      m_listener(listener),
+      m_wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      m_poll(epoll_create1(EPOLL_CLOEXEC)) {
     Watch(m_wake.Get(), k_WakeTag, EPOLLIN);
     Thread::Start();
 }
@@ -78,9 +82,7 @@ void LocalRunner::Stop(UID const& work, int graceMs) {
     eventfd_write(m_wake.Get(), 1);
 }
 
-void LocalRunner::OnStopSignaled() {
-    eventfd_write(m_wake.Get(), 1);
-}
+void LocalRunner::OnStopSignaled() { eventfd_write(m_wake.Get(), 1); }
 
 void LocalRunner::Watch(int descriptor, uint64_t tag, uint32_t events) {
     epoll_event event{};
@@ -133,7 +135,7 @@ bool LocalRunner::StartHelper() {
 
     String const file = m_program.Text();
     String const machine = m_machine.ToString();
-    std::string texts[] = {file.Str(), "--runner", machine.Str()};
+    std::string texts[] = {"VorlanEngine", "--runner", machine.Str()};
     char* arguments[] = {texts[0].data(), texts[1].data(), texts[2].data(), nullptr};
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);

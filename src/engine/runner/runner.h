@@ -14,19 +14,19 @@ namespace vorlan {
 /// A process to start for a unit.
 struct RunSpec {
     UID work;
-    corekit::vector<String> arguments;           ///< the program first, looked for in the PATH of `environment`
-    corekit::map<String, String> environment;    ///< complete, nothing is added but the mark
-    Path folder;                                 ///< empty: the Engine's own
+    corekit::vector<String> arguments;        ///< the program first, looked for in the PATH of `environment`
+    corekit::map<String, String> environment; ///< complete, nothing is added but the mark
+    Path folder;                              ///< empty: the Engine's own
 };
 
 /// How the process of a unit ended.
 struct RunEnd {
     enum class Kind {
-        Exited,    ///< `code` is the exit code
-        Signaled,  ///< `code` is the signal
-        NotFound,  ///< the program is not there; never ran
+        Exited,     ///< `code` is the exit code
+        Signaled,   ///< `code` is the signal
+        NotFound,   ///< the program is not there; never ran
         NotStarted, ///< `error` says why; never ran
-        Lost,      ///< the runner itself ended; whatever was left of the unit has been ended too
+        Lost,       ///< the runner itself ended; whatever was left of the unit has been ended too
     };
     Kind kind = Kind::Exited;
     int code = 0;

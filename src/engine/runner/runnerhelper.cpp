@@ -16,11 +16,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <deque>
 #include <map>
+#include <optional>
 #include <unordered_map>
+#include <vector>
 
 namespace vorlan::runner {
 
@@ -31,6 +34,9 @@ using Clock = std::chrono::steady_clock;
 /// How long units have to end by themselves when the Engine is gone.
 constexpr int k_OrphanGraceMs = 200;
 constexpr int k_SweepMs = 5000;
+/// A process that cannot be killed yet waits for a disk or a device.
+constexpr int k_KillAgainMs = 1000;
+constexpr int k_KillWaitMs = 100;
 
 class Helper {
 public:
@@ -41,6 +47,7 @@ private:
     struct Unit {
         pid_t pid = 0;
         Clock::time_point killAt = Clock::time_point::max();
+        std::optional<Frame> ended; ///< its process has, while others of its group still have time
     };
 
     bool ReadFrames();
@@ -49,7 +56,12 @@ private:
     void StartUnit(Frame const& frame);
     void StopUnit(Frame const& frame);
     void CollectChildren();
+    void Collect(siginfo_t const& info);
+    void FinishUnit(UID const& work, Frame const& ended);
+    void FinishStopped();
+    std::vector<pid_t> Children() const;
     void EndStrays();
+    bool BelongsToRunningUnit(pid_t pid) const;
     void KillOverdue();
     int PollTimeoutMs() const;
     void Flush();
@@ -135,7 +147,8 @@ bool Helper::ReadFrames() {
 }
 
 void Helper::TakeDescriptors(msghdr const& header) {
-    for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr; part = CMSG_NXTHDR(const_cast<msghdr*>(&header), part)) {
+    for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr;
+         part = CMSG_NXTHDR(const_cast<msghdr*>(&header), part)) {
         if (part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_RIGHTS) {
             continue;
         }
@@ -201,27 +214,56 @@ void Helper::CollectChildren() {
         if (waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) != 0 || info.si_pid == 0) {
             break;
         }
-        pid_t const pid = info.si_pid;
-        auto const known = m_byPid.find(pid);
-        if (known != m_byPid.end()) {
-            kill(-pid, SIGKILL); // what its group left behind ends with it
-            Frame ended;
-            ended.kind = FrameKind::Ended;
-            ended.work = known->second;
-            ended.end.kind = info.si_code == CLD_EXITED ? RunEnd::Kind::Exited : RunEnd::Kind::Signaled;
-            ended.end.code = info.si_status;
-            Report(ended);
-            m_units.erase(known->second);
-            m_byPid.erase(known);
-        }
-        waitpid(pid, nullptr, 0);
+        Collect(info);
     }
+    FinishStopped();
     EndStrays();
 }
 
-/// Children that nobody here started were left behind by a unit and came to their
-/// reaper. Those whose unit has ended end too.
-void Helper::EndStrays() {
+void Helper::Collect(siginfo_t const& info) {
+    auto const known = m_byPid.find(info.si_pid);
+    if (known == m_byPid.end()) {
+        waitpid(info.si_pid, nullptr, 0);
+        return;
+    }
+    Frame ended;
+    ended.kind = FrameKind::Ended;
+    ended.work = known->second;
+    ended.end.kind = info.si_code == CLD_EXITED ? RunEnd::Kind::Exited : RunEnd::Kind::Signaled;
+    ended.end.code = info.si_status;
+    m_byPid.erase(known);
+    Unit& unit = m_units[ended.work];
+    bool const stopping = unit.killAt != Clock::time_point::max();
+    if (!stopping) {
+        kill(-unit.pid, SIGKILL); // what its group left behind ends with it
+    }
+    waitpid(info.si_pid, nullptr, 0);
+    if (stopping && kill(-unit.pid, 0) == 0) {
+        unit.ended = ended; // a group that was asked to end has its grace, each process of it
+        return;
+    }
+    FinishUnit(ended.work, ended);
+}
+
+void Helper::FinishUnit(UID const& work, Frame const& ended) {
+    Report(ended);
+    m_units.erase(UID(work));
+}
+
+/// Units that were stopped and whose last process of the group has ended now.
+void Helper::FinishStopped() {
+    std::vector<Frame> gone;
+    for (auto const& [work, unit] : m_units) {
+        if (unit.ended && kill(-unit.pid, 0) != 0) {
+            gone.push_back(*unit.ended);
+        }
+    }
+    for (Frame const& ended : gone) {
+        FinishUnit(ended.work, ended);
+    }
+}
+
+std::vector<pid_t> Helper::Children() const {
     char path[64];
     snprintf(path, sizeof path, "/proc/self/task/%d/children", getpid());
     UniqueFd file(open(path, O_RDONLY | O_CLOEXEC));
@@ -230,6 +272,7 @@ void Helper::EndStrays() {
     for (ssize_t count = 0; file && (count = read(file.Get(), buffer, sizeof buffer)) > 0;) {
         text.append(buffer, static_cast<size_t>(count));
     }
+    std::vector<pid_t> children;
     for (char const *at = text.data(), *end = at + text.size(); at < end;) {
         pid_t pid = 0;
         auto const parsed = std::from_chars(at, end, pid);
@@ -237,28 +280,43 @@ void Helper::EndStrays() {
             break;
         }
         at = parsed.ptr + 1;
-        if (m_byPid.contains(pid)) {
-            continue;
-        }
-        bool unitRuns = false;
-        for (auto const& [work, unit] : m_units) {
-            unitRuns = unitRuns || CarriesMark(pid, MarkOf(m_machine, work));
-        }
-        if (!unitRuns) {
+        children.push_back(pid);
+    }
+    return children;
+}
+
+/// Children that nobody here started were left behind by a unit and came to their
+/// reaper. Those whose unit has ended end too.
+void Helper::EndStrays() {
+    for (pid_t const pid : Children()) {
+        if (!m_byPid.contains(pid) && !BelongsToRunningUnit(pid)) {
             kill(pid, SIGKILL);
         }
     }
+}
+
+/// One without a mark may be anybody's: it stays as long as any unit runs.
+bool Helper::BelongsToRunningUnit(pid_t pid) const {
+    if (m_units.empty()) {
+        return false;
+    }
+    if (!CarriesMark(pid, MarkPrefix(m_machine))) {
+        return true;
+    }
+    return std::any_of(m_units.begin(), m_units.end(),
+                       [&](auto const& entry) { return CarriesMark(pid, MarkOf(m_machine, entry.first)); });
 }
 
 void Helper::KillOverdue() {
     auto const now = Clock::now();
     for (auto& [work, unit] : m_units) {
         if (unit.killAt <= now) {
-            unit.killAt = Clock::time_point::max();
+            unit.killAt = now + std::chrono::milliseconds(k_KillAgainMs);
             kill(-unit.pid, SIGKILL);
-            EndMarkedProcesses(MarkOf(m_machine, work), 100);
+            EndMarkedProcesses(MarkOf(m_machine, work), k_KillWaitMs);
         }
     }
+    FinishStopped();
 }
 
 int Helper::PollTimeoutMs() const {
@@ -296,16 +354,22 @@ void Helper::EndEverything() {
         }
         CollectChildren();
     }
+    auto const giveUp = Clock::now() + std::chrono::milliseconds(k_SweepMs);
     for (auto const& [work, unit] : m_units) {
         kill(-unit.pid, SIGKILL);
     }
-    EndMarkedProcesses(MarkPrefix(m_machine), k_SweepMs);
+    m_units.clear(); // from here on every child is a stray, with or without a mark
+    m_byPid.clear();
+    do {
+        EndMarkedProcesses(MarkPrefix(m_machine), k_SweepMs);
+        EndStrays();
+        while (waitpid(-1, nullptr, WNOHANG) > 0) {
+        }
+    } while (!Children().empty() && Clock::now() < giveUp && poll(nullptr, 0, 2) == 0);
 }
 
 } // namespace
 
-int HelperMain(UID const& machine) {
-    return Helper(machine).Run();
-}
+int HelperMain(UID const& machine) { return Helper(machine).Run(); }
 
 } // namespace vorlan::runner

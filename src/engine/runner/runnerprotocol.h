@@ -19,10 +19,10 @@ inline constexpr size_t k_FrameLimit = size_t{4} << 20;
 struct Frame {
     FrameKind kind = FrameKind::Start;
     UID work;
-    RunSpec spec;     ///< Start
-    int graceMs = 0;  ///< Stop
-    int pid = 0;      ///< Started
-    RunEnd end;       ///< Ended
+    RunSpec spec;    ///< Start
+    int graceMs = 0; ///< Stop
+    int pid = 0;     ///< Started
+    RunEnd end;      ///< Ended
 };
 
 /// Adds the frame's bytes to the end of `out`.

@@ -46,8 +46,7 @@ public:
         sigfillset(&all);
         posix_spawnattr_setsigmask(&m_attributes, &none);
         posix_spawnattr_setsigdefault(&m_attributes, &all);
-        posix_spawnattr_setflags(&m_attributes,
-                                 POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+        posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     }
     ~Attributes() { posix_spawnattr_destroy(&m_attributes); }
     Attributes(Attributes const&) = delete;

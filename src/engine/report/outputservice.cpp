@@ -1,0 +1,96 @@
+#include "engine/report/outputservice.h"
+
+#include <corekit/sformat.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace vorlan {
+
+OutputService::OutputService(OutputFolder const& folder, std::function<bool(UID const&)> runs)
+    : m_folder(folder), m_runs(std::move(runs)) {}
+
+void OutputService::Request(SinkPtr const& sink, GetOutputMsg const& message) {
+    Reader reader{sink, message.request, message.work, std::max<int64_t>(message.offset, 0), message.follow, {}};
+    if (m_readers.size() >= k_Requests) {
+        SendPiece(reader, {}, true, "The Engine sends too much output at the moment. Try again later.");
+        return;
+    }
+    m_readers.push_back(std::move(reader));
+}
+
+void OutputService::Close(SinkPtr const& sink, UID const& request) {
+    m_readers.remove_if([&](Reader const& reader) { return reader.sink == sink && reader.request == request; });
+}
+
+void OutputService::Gone(SinkPtr const& sink) {
+    m_readers.remove_if([&](Reader const& reader) { return reader.sink == sink; });
+}
+
+int OutputService::Pump() {
+    int again = -1;
+    for (auto reader = m_readers.begin(); reader != m_readers.end();) {
+        Result const result = Send(*reader);
+        if (result == Result::Slow) {
+            again = k_RetryMs;
+        }
+        reader = result == Result::Done ? m_readers.erase(reader) : std::next(reader);
+    }
+    return again;
+}
+
+OutputService::Result OutputService::Send(Reader& reader) {
+    bool const runs = m_runs(reader.work);
+    if (!reader.file) {
+        reader.file.Reset(open(m_folder.PathOf(reader.work).c_str(), O_RDONLY | O_CLOEXEC));
+    }
+    if (!reader.file) {
+        if (runs && reader.follow) {
+            return Result::Waits;
+        }
+        SendPiece(reader, {}, true,
+                  errno == ENOENT ? String("The Engine has no output of this run: it wrote none, or its log was "
+                                           "cleaned up.")
+                                  : SFormat("The Engine cannot read this output: %s.", std::strerror(errno)));
+        return Result::Done;
+    }
+    char buffer[k_PieceBytes];
+    for (;;) {
+        if (reader.sink->QueuedBytes() > k_QueueBytes) {
+            return Result::Slow;
+        }
+        ssize_t const count = pread(reader.file.Get(), buffer, sizeof buffer, reader.offset);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            SendPiece(reader, {}, true, SFormat("The Engine cannot read this output: %s.", std::strerror(errno)));
+            return Result::Done;
+        }
+        if (count > 0) {
+            SendPiece(reader, std::string_view(buffer, static_cast<size_t>(count)), false, {});
+            reader.offset += count;
+            continue;
+        }
+        if (runs && reader.follow) {
+            return Result::Waits;
+        }
+        SendPiece(reader, {}, true, {});
+        return Result::Done;
+    }
+}
+
+void OutputService::SendPiece(Reader const& reader, std::string_view data, bool end, String const& error) {
+    auto message = OutputDataMsg::New();
+    message->request = reader.request;
+    message->offset = reader.offset;
+    message->data = String(data);
+    message->end = end;
+    message->error = error;
+    reader.sink->Send(message);
+}
+
+} // namespace vorlan

@@ -1,0 +1,58 @@
+// Sends the output of runs to those who ask for it.
+#pragma once
+
+#include "engine/messagesink.h"
+#include "engine/report/outputlog.h"
+
+#include <vorlan/messages_output.h>
+
+#include <functional>
+#include <list>
+
+namespace vorlan {
+
+/// Answers requests for output, piece by piece as the receiver takes them.
+///
+/// Owned by the Engine's main part; its thread. Works with the files of OutputFolder.
+/// A request that follows ends when its run has ended and all has been sent. Never more
+/// than k_QueueBytes wait for one receiver.
+class OutputService {
+public:
+    static constexpr size_t k_PieceBytes = size_t{64} << 10;
+    static constexpr size_t k_QueueBytes = size_t{512} << 10;
+    static constexpr size_t k_Requests = 1000;
+    /// How long a pause is before it is tried again with a receiver that is slow.
+    static constexpr int k_RetryMs = 20;
+
+    /// `runs` says whether a run still writes.
+    OutputService(OutputFolder const& folder, std::function<bool(UID const&)> runs);
+
+    void Request(SinkPtr const& sink, GetOutputMsg const& message);
+    void Close(SinkPtr const& sink, UID const& request);
+    /// The receiver is gone with all its requests.
+    void Gone(SinkPtr const& sink);
+
+    /// Sends what there is to send. Milliseconds until it is to be called again even if
+    /// nothing was written, -1 when not at all.
+    int Pump();
+
+private:
+    struct Reader {
+        SinkPtr sink;
+        UID request;
+        UID work;
+        int64_t offset;
+        bool follow;
+        UniqueFd file;
+    };
+
+    enum class Result { Done, Waits, Slow };
+    Result Send(Reader& reader);
+    static void SendPiece(Reader const& reader, std::string_view data, bool end, String const& error);
+
+    OutputFolder const& m_folder;
+    std::function<bool(UID const&)> const m_runs;
+    std::list<Reader> m_readers;
+};
+
+} // namespace vorlan

@@ -1,0 +1,284 @@
+// The way of a unit through the WorkDesk, stage by stage.
+#include "engine/workdesk.h"
+
+#include <corekit/exception.h>
+#include <corekit/file.h>
+#include <corekit/log.h>
+#include <corekit/sformat.h>
+#include <vorlan/events.h>
+#include <vorlan/jobfactory.h>
+#include <vorlan/keys.h>
+#include <vorlan/status.h>
+
+namespace vorlan {
+
+namespace {
+
+constexpr size_t k_NoteLength = 2000;
+
+/// The command line without the unit's password.
+String Printable(Launch const& launch, Job const& work) {
+    String text = launch.Text();
+    String password;
+    if (work.GetParameter(p_Password, password) && !password.Empty()) {
+        text.Replace(password, "***");
+    }
+    return text;
+}
+
+} // namespace
+
+void WorkDesk::Take(boost::shared_ptr<Job> const& work, OptionMap const& options) {
+    Unit& unit = m_units[work->id];
+    unit.work = work;
+    unit.taken = m_setup.clock->Now();
+    unit.values = options;
+    unit.values["Engine.Name"] = m_setup.host;
+    unit.values["Engine.ID"] = m_setup.engine.ToString();
+    unit.log = m_setup.output->Create(work->id);
+    m_journal.Begun({work->id, work->parentID, Assigned, unit.taken, String()});
+
+    unit.product = JobFactory::s_JobFactory->GetProduct(work->Type());
+    unit.scanner = std::make_unique<OutputScanner>(OutputRules{}, String());
+    if (!unit.product) {
+        return Fail(unit, SFormat("%s does not know the Product {%s}: it was removed, or the Master has not sent it.",
+                                  m_setup.host.c_str(), work->Type().ToString().c_str()));
+    }
+    try {
+        Plan(unit);
+    } catch (Exception const& error) {
+        return Fail(unit, error.Message());
+    }
+    Step(unit);
+}
+
+/// Makes all that is known before anything runs.
+void WorkDesk::Plan(Unit& unit) {
+    Job& work = *unit.work;
+    String cores;
+    if (work.GetParameter(p_DispatchCPUs, cores) && cores.Int() > 0 && cores.Int() != work.CPUs()) {
+        work.SetParameter(p_CPUs, cores); // what it was given is what it may use
+    }
+    unit.launch = BuildLaunch(*unit.product, work, unit.values);
+    unit.spec.work = work.id;
+    unit.spec.arguments = unit.launch.arguments;
+    unit.spec.environment = m_setup.environment;
+    for (auto const& [name, value] : unit.launch.environment) {
+        unit.spec.environment[name] = value;
+    }
+    bool const isKnown = IsKnownJob(work);
+    unit.spec.folder = unit.launch.folder;
+    if (unit.spec.folder.Empty()) {
+        unit.spec.folder = JobFolder(work.parentID);
+        if (!isKnown || !unit.spec.folder.IsFolder()) {
+            File::MakeFolder(unit.spec.folder);
+        }
+    }
+    String subRange;
+    work.GetParameter(p_SubRange, subRange);
+    unit.log->AppendLine(SFormat("[VorlanEngine on %s, %s: %s]", m_setup.host.c_str(),
+                                 unit.taken.Format(k_DateTimeNoMS).c_str(), NameOf(unit).c_str()));
+    unit.log->AppendLine("[" + Printable(unit.launch, work) + "]");
+
+    AddCommands(unit, WorkAssignedEvt::TypeName());
+    if (!isKnown) {
+        AddCommands(unit, FirstWorkEvt::TypeName());
+    }
+    AddCommands(unit, WorkStartedEvt::TypeName());
+}
+
+void WorkDesk::AddCommands(Unit& unit, char const* eventName) {
+    for (EventCommand& command :
+         CommandsFor(eventName, m_settings.get(), *unit.work, unit.product.get(), unit.values)) {
+        unit.commands.push_back(std::move(command));
+    }
+}
+
+void WorkDesk::Step(Unit& unit) {
+    if (unit.stop) {
+        return Report(unit, *unit.stop);
+    }
+    if (!unit.commands.empty()) {
+        EventCommand const command = std::move(unit.commands.front());
+        unit.commands.pop_front();
+        return RunCommand(unit, command);
+    }
+    if (unit.stage == Unit::Stage::Before) {
+        CheckSurroundings(unit);
+    } else {
+        Report(unit, unit.verdict);
+    }
+}
+
+void WorkDesk::RunCommand(Unit& unit, EventCommand const& command) {
+    unit.commandLabel = command.label;
+    unit.log->AppendLine("[" + command.label + ": " + command.script + "]");
+    unit.scanner = std::make_unique<OutputScanner>(OutputRules{}, String());
+    RunSpec spec;
+    spec.work = unit.work->id;
+    spec.arguments = {"/bin/sh", "-c", command.script};
+    spec.environment = m_setup.environment;
+    spec.folder = m_setup.folder; // the unit's own may not be there yet
+    unit.inRunner = true;
+    m_setup.runner->Start(spec);
+}
+
+/// Shares are looked for after the commands, which may have connected them.
+void WorkDesk::CheckSurroundings(Unit& unit) {
+    unit.stage = Unit::Stage::Checking;
+    String resources;
+    if (auto const option = unit.values.find(p_Resources); option != unit.values.end()) {
+        resources = option->second;
+    }
+    if (resources.Empty()) {
+        unit.work->GetParameter(p_Resources, resources);
+    }
+    Path const make = unit.launch.createFolder ? unit.spec.folder : Path();
+    UID const work = unit.work->id;
+    if (resources.Trim().Empty() && make.Empty()) {
+        return OnChecked(work, String());
+    }
+    m_setup.aside([this, work, resources, make, host = m_setup.host, post = m_setup.post] {
+        String error = CheckShares(resources, host);
+        try {
+            if (error.Empty() && !make.Empty()) {
+                File::MakeFolder(make);
+            }
+        } catch (Exception const& exception) {
+            error = exception.what();
+        }
+        post([this, work, error] { OnChecked(work, error); });
+    });
+}
+
+void WorkDesk::OnChecked(UID const& work, String const& error) {
+    Unit* const unit = Find(work);
+    if (!unit || unit->stage != Unit::Stage::Checking) {
+        return;
+    }
+    if (!error.Empty()) {
+        return Fail(*unit, error);
+    }
+    unit->stage = Unit::Stage::Running;
+    String subRange;
+    unit->work->GetParameter(p_SubRange, subRange);
+    unit->scanner = std::make_unique<OutputScanner>(unit->product->GetOutputRules(), subRange);
+    unit->inRunner = true;
+    m_setup.runner->Start(unit->spec);
+}
+
+void WorkDesk::OnRunEnded(UID const& work, RunEnd const& end) {
+    Unit* const unit = Find(work);
+    if (!unit) {
+        m_side.OnEnded(work, end);
+        return;
+    }
+    unit->inRunner = false;
+    TakeFound(*unit, unit->scanner->Finish());
+    if (unit->stage != Unit::Stage::Running) {
+        return EndCommand(*unit, end);
+    }
+    unit->ended = m_setup.clock->Now();
+    unit->exitCode = end.code;
+    unit->log->AppendLine("[" + EndText(end) + "]");
+    if (unit->stop) {
+        return Report(*unit, *unit->stop);
+    }
+    JudgeFiles(*unit, end);
+}
+
+void WorkDesk::EndCommand(Unit& unit, RunEnd const& end) {
+    if (!HasSucceeded(end, {0}) && !unit.stop) {
+        String note = "The " + unit.commandLabel + " command failed: " + EndText(end);
+        if (!unit.scanner->LastLine().Empty()) {
+            note += ": " + unit.scanner->LastLine();
+        }
+        if (unit.stage == Unit::Stage::Before) {
+            return Fail(unit, note);
+        }
+        if (unit.verdict.status == Finished) {
+            unit.verdict = {Unsuccessful, note};
+        }
+    }
+    Step(unit);
+}
+
+void WorkDesk::JudgeFiles(Unit& unit, RunEnd const& end) {
+    unit.stage = Unit::Stage::Judging;
+    UID const work = unit.work->id;
+    bool const succeeded = HasSucceeded(end, unit.product->GetOutputRules().successCodes);
+    if (!succeeded || unit.launch.expectedFiles.empty()) {
+        return OnJudged(work, end, String());
+    }
+    m_setup.aside([this, work, end, files = unit.launch.expectedFiles, folder = unit.spec.folder, post = m_setup.post] {
+        String const missing = FindMissingFile(files, folder);
+        post([this, work, end, missing] { OnJudged(work, end, missing); });
+    });
+}
+
+void WorkDesk::OnJudged(UID const& work, RunEnd const& end, String const& missingFile) {
+    Unit* const unit = Find(work);
+    if (!unit || unit->stage != Unit::Stage::Judging) {
+        return;
+    }
+    EndFacts facts;
+    facts.end = end;
+    facts.program = unit->launch.arguments.front();
+    facts.command = Printable(unit->launch, *unit->work);
+    facts.host = m_setup.host;
+    facts.successCodes = unit->product->GetOutputRules().successCodes;
+    facts.error = unit->scanner->FirstError();
+    facts.lastLine = unit->scanner->LastLine();
+    facts.missingFile = missingFile;
+    unit->verdict = Judge(facts);
+    if (!unit->scanner->RuleError().Empty()) {
+        unit->log->AppendLine("[VorlanEngine: " + unit->scanner->RuleError() + "]");
+    }
+    unit->stage = Unit::Stage::After;
+    AddCommands(*unit, WorkPostExecuteEvt::TypeName());
+    AddCommands(*unit, unit->verdict.status == Finished ? WorkPostExecuteSuccessfulEvt::TypeName()
+                                                        : WorkPostExecuteUnsuccessfulEvt::TypeName());
+    Step(*unit);
+}
+
+void WorkDesk::Fail(Unit& unit, String const& note) { Report(unit, {Unsuccessful, note}); }
+
+/// The end of a unit here; `unit` is gone afterwards.
+void WorkDesk::Report(Unit& unit, Verdict const& result) {
+    Verdict const verdict = result; // it may be the unit's own
+    WorkEnded ended;
+    ended.work = unit.work->id;
+    ended.job = unit.work->parentID;
+    ended.status = verdict.status;
+    ended.note = verdict.note.Mid(0, k_NoteLength);
+    ended.time = unit.ended.IsZero() ? m_setup.clock->Now() : unit.ended;
+    ended.exitCode = unit.exitCode;
+    Time const ran = unit.started.IsZero() ? Time() : ended.time - unit.started;
+    m_journal.Ended(ended, ran);
+    SendResult(ended);
+
+    String const outcome = StatusName(verdict.status) + (verdict.note.Empty() ? String() : ": " + verdict.note);
+    unit.log->AppendLine("[" + outcome + "]");
+    m_history.Note(outcome + ", " + NameOf(unit) + ", after " + ran.FormatDuration(2, 4, 1));
+    unit.work->SetStatus(verdict.status);
+    RunFinishedCommands(unit, verdict);
+    m_units.erase(UID(ended.work));
+}
+
+void WorkDesk::RunFinishedCommands(Unit const& unit, Verdict const& verdict) {
+    if (!unit.product) {
+        return;
+    }
+    OptionMap extra = unit.values;
+    extra["Note"] = verdict.note;
+    for (char const* const event :
+         {WorkFinishedEvt::TypeName(), verdict.status == Finished ? WorkFinishedSuccessfulEvt::TypeName()
+                                                                  : WorkFinishedUnsuccessfulEvt::TypeName()}) {
+        for (EventCommand const& command :
+             CommandsFor(event, m_settings.get(), *unit.work, unit.product.get(), extra)) {
+            m_side.Run(command.label, command.script, unit.spec.folder, SideCommands::Tell::Failures);
+        }
+    }
+}
+
+} // namespace vorlan

@@ -1,0 +1,270 @@
+#include "engine/workdesk.h"
+
+#include <boost/make_shared.hpp>
+#include <corekit/exception.h>
+#include <corekit/file.h>
+#include <corekit/log.h>
+#include <corekit/sformat.h>
+#include <vorlan/events.h>
+#include <vorlan/jobfactory.h>
+#include <vorlan/keys.h>
+#include <vorlan/status.h>
+
+#include <algorithm>
+
+namespace vorlan {
+
+WorkDesk::WorkDesk(DeskSetup setup)
+    : m_setup(std::move(setup)),
+      m_journal(m_setup.folder / "results.journal", m_setup.clock->Now()),
+      m_history(m_setup.engine, *m_setup.clock),
+      m_side(*m_setup.runner, m_setup.environment, [this](String const& line) { m_history.Note(line); }) {
+    if (size_t const cutOff = m_journal.CutOff(); cutOff > 0) {
+        m_history.Note(
+            SFormat("An earlier VorlanEngine ended while it ran %zu units; they are reported as lost.", cutOff));
+    }
+}
+
+WorkDesk::~WorkDesk() = default;
+
+void WorkDesk::SetMaster(SinkPtr master) {
+    m_master = std::move(master);
+    m_outbox.clear(); // what it said is in the registration
+    m_history.SetSink({});
+    if (!m_master) {
+        return;
+    }
+    m_journal.Flush();
+    auto message = RegisterEngineMsg::New();
+    message->engine = m_setup.describe();
+    for (auto const& [work, unit] : m_units) {
+        bool const hasStarted = !unit.started.IsZero();
+        String subRange;
+        unit.work->GetParameter(p_SubRange, subRange);
+        message->running.push_back({work, unit.work->parentID, hasStarted ? Started : Assigned,
+                                    hasStarted ? unit.started : unit.taken, subRange});
+    }
+    for (auto const& [work, ended] : m_journal.Pending()) {
+        message->ended.push_back(ended);
+    }
+    m_master->Send(message);
+    m_history.SetSink(m_master);
+}
+
+Unit* WorkDesk::Find(UID const& work) {
+    auto const found = m_units.find(work);
+    return found == m_units.end() ? nullptr : &found->second;
+}
+
+void WorkDesk::OnRunWork(RunWorkMsg const& message) {
+    if (!message.work || message.work->id.IsNull()) {
+        LogWarning("The Master sent work without an id. Ignored.");
+        return;
+    }
+    UID const& id = message.work->id;
+    if (m_units.contains(id) || m_settled.contains(id)) {
+        return;
+    }
+    if (WorkEnded const* const ended = m_journal.FindPending(id)) {
+        SendResult(*ended);
+        return;
+    }
+    Take(message.work, message.engineOptions);
+}
+
+void WorkDesk::OnEndWork(EndWorkMsg const& message) {
+    Verdict const stop{message.status, message.reason};
+    if (Unit* const unit = Find(message.work)) {
+        if (unit->stop) {
+            return; // under way
+        }
+        unit->stop = stop;
+        if (unit->inRunner) {
+            unit->log->AppendLine("[VorlanEngine: stopped: " + stop.note + "]");
+            m_setup.runner->Stop(message.work, k_StopGraceMs);
+        } else {
+            Report(*unit, stop);
+        }
+        return;
+    }
+    if (WorkEnded const* const ended = m_journal.FindPending(message.work)) {
+        SendResult(*ended);
+        return;
+    }
+    // Never had it, or settled it long ago: the Master waits for an answer all the same.
+    WorkEnded ended;
+    ended.work = message.work;
+    ended.status = message.status;
+    ended.note = message.reason;
+    ended.time = m_setup.clock->Now();
+    SendResult(ended);
+}
+
+void WorkDesk::SendResult(WorkEnded const& ended) {
+    auto message = WorkEndedMsg::New();
+    message->ended = ended;
+    Send(message);
+}
+
+void WorkDesk::OnAcknowledged(WorkEndedAckMsg const& message) {
+    if (!m_journal.FindPending(message.work)) {
+        return;
+    }
+    m_journal.Acknowledged(message.work);
+    m_settled.insert(message.work);
+    m_settledOrder.push_back(message.work);
+    if (m_settledOrder.size() > k_RememberedRuns) {
+        m_settled.erase(m_settledOrder.front());
+        m_settledOrder.pop_front();
+    }
+}
+
+void WorkDesk::OnSettings(EngineSettingsMsg const& message) { m_settings = boost::make_shared<Engine>(message.engine); }
+
+void WorkDesk::OnJobGone(JobGoneMsg const& message) {
+    auto known = m_jobs.extract(message.job);
+    std::erase(m_jobOrder, message.job);
+    rmdir((m_setup.folder / "work" / Path(message.job.ToString())).c_str()); // stays if anything lies in it
+    Job const unknown(message.job);
+    Job const& job = known.empty() ? unknown : *known.mapped();
+    auto const product = JobFactory::s_JobFactory->GetProduct(job.Type());
+    OptionMap const extra{{p_ID, message.job.ToString()}, {"Engine.Name", m_setup.host}};
+    for (EventCommand const& command :
+         CommandsFor(FinishedJobEvt::TypeName(), m_settings.get(), job, product.get(), extra)) {
+        m_side.Run(command.label, command.script, m_setup.folder, SideCommands::Tell::Failures);
+    }
+}
+
+void WorkDesk::OnExecute(ExecuteCommandMsg const& message) {
+    m_history.Note("Runs the command: " + message.command);
+    m_side.Run("\"" + message.command.Mid(0, 80) + "\"", message.command, m_setup.folder, SideCommands::Tell::All);
+}
+
+void WorkDesk::OnRunStarted(UID const& work, int) {
+    Unit* const unit = Find(work);
+    if (!unit || unit->stage != Unit::Stage::Running) {
+        return;
+    }
+    unit->started = m_setup.clock->Now();
+    unit->work->SetStatus(Started);
+    m_history.Note("Started " + NameOf(*unit));
+    auto message = WorkBegunMsg::New();
+    message->work = work;
+    message->time = unit->started;
+    Send(message);
+}
+
+void WorkDesk::OnRunOutput(UID const& work, std::string_view bytes) {
+    Unit* const unit = Find(work);
+    if (!unit) {
+        m_side.OnOutput(work, bytes);
+        return;
+    }
+    unit->log->Append(bytes);
+    TakeFound(*unit, unit->scanner->Feed(bytes));
+}
+
+void WorkDesk::TakeFound(Unit& unit, OutputScanner::Found const& found) {
+    if (found.progress) {
+        unit.progress.Offer(p_PercentDone, SFormat("%.1f", unit.scanner->Percent()));
+    }
+    if (!found.warning.Empty()) {
+        unit.progress.Offer(p_Note, found.warning);
+    }
+    if (found.progress || !found.warning.Empty()) {
+        TellProgress(unit, m_setup.clock->SteadyMs());
+    }
+}
+
+void WorkDesk::TellProgress(Unit& unit, int64_t now) {
+    OptionMap values = unit.progress.Take(now);
+    if (values.empty()) {
+        return;
+    }
+    unit.work->SetValues(values);
+    auto message = WorkProgressMsg::New();
+    message->work = unit.work->id;
+    message->values = std::move(values);
+    Send(message);
+    for (EventCommand const& command : CommandsFor(WorkParameterChangedEvt::TypeName(), m_settings.get(), *unit.work,
+                                                   unit.product.get(), unit.values)) {
+        m_side.Run(command.label, command.script, unit.spec.folder, SideCommands::Tell::Failures);
+    }
+}
+
+void WorkDesk::Tick() {
+    int64_t const now = m_setup.clock->SteadyMs();
+    for (auto& [work, unit] : m_units) {
+        if (unit.progress.DueMs() <= now) {
+            TellProgress(unit, now);
+        }
+    }
+}
+
+int64_t WorkDesk::NextTickMs() const {
+    int64_t next = ProgressThrottle::k_Never;
+    for (auto const& [work, unit] : m_units) {
+        next = std::min(next, unit.progress.DueMs());
+    }
+    return next;
+}
+
+void WorkDesk::EndTurn() {
+    m_journal.Flush();
+    for (auto& [work, unit] : m_units) {
+        unit.log->Flush();
+    }
+    // Without a Master nothing is lost: the next registration says it all.
+    std::vector<boost::shared_ptr<Message const>> outbox;
+    outbox.swap(m_outbox);
+    for (auto const& message : outbox) {
+        if (m_master) {
+            m_master->Send(message);
+        }
+    }
+}
+
+void WorkDesk::StopAll(String const& reason) {
+    m_side.StopAll(k_StopGraceMs);
+    std::vector<UID> works;
+    for (auto const& [work, unit] : m_units) {
+        works.push_back(work);
+    }
+    for (UID const& work : works) {
+        EndWorkMsg stop;
+        stop.work = work;
+        stop.status = Lost;
+        stop.reason = reason;
+        OnEndWork(stop);
+    }
+}
+
+Path WorkDesk::JobFolder(UID const& job) { return m_setup.folder / "work" / Path(job.ToString()); }
+
+/// Whether a unit of the same Job was here before; from now on it was.
+bool WorkDesk::IsKnownJob(Job const& work) {
+    auto const [known, isNew] = m_jobs.try_emplace(work.parentID);
+    if (!isNew) {
+        return true;
+    }
+    known->second = boost::make_shared<Job>(work);
+    m_jobOrder.push_back(work.parentID);
+    if (m_jobOrder.size() > k_KnownJobs) {
+        m_jobs.erase(m_jobOrder.front());
+        m_jobOrder.pop_front();
+    }
+    return false;
+}
+
+String WorkDesk::NameOf(Unit const& unit) const {
+    String frames;
+    unit.work->GetParameter(p_SubRange, frames);
+    String name;
+    unit.work->GetParameter("JobName", name);
+    if (name.Empty()) {
+        name = (unit.product ? unit.product->Name() + " " : String()) + "{" + unit.work->parentID.ToString() + "}";
+    }
+    return "work " + frames + " of Job " + name;
+}
+
+} // namespace vorlan

@@ -1,0 +1,123 @@
+// All work of this Engine: takes units, runs them, reports what became of them.
+#pragma once
+
+#include "engine/engineclock.h"
+#include "engine/historyreporter.h"
+#include "engine/messagesink.h"
+#include "engine/report/resultjournal.h"
+#include "engine/sidecommands.h"
+#include "engine/unit.h"
+
+#include <vorlan/messages_engines.h>
+#include <vorlan/messages_farm.h>
+#include <vorlan/messages_requests.h>
+
+#include <functional>
+#include <vector>
+
+namespace vorlan {
+
+/// What a WorkDesk works with. All of it outlives the desk.
+struct DeskSetup {
+    UID engine;
+    String host;                              ///< this Engine's name
+    Path folder;                              ///< of the journal, the output and the Jobs' own folders
+    corekit::map<String, String> environment; ///< what every process gets
+    EngineClock const* clock = nullptr;
+    Runner* runner = nullptr;
+    OutputFolder* output = nullptr;
+    /// Runs a function on another thread, since it may have to wait for a disk far away.
+    std::function<void(std::function<void()>)> aside;
+    /// Runs a function on the desk's own thread, soon. From any thread.
+    std::function<void(std::function<void()>)> post;
+    /// The Engine's record as it is now.
+    std::function<Engine()> describe;
+};
+
+/// Owns all units of the Engine. Owned by the Engine's main part.
+///
+/// One thread: messages, what the Runner says and the tick all come on it. EndTurn must
+/// follow each batch of calls: it writes the journal, then the output, then sends. A unit
+/// is taken once and reported once; its result is kept until the Master acknowledges it,
+/// across a lost connection and across a crash of the Engine. Stage by stage:
+/// commands before, checks, process, checks of its files, commands after, report.
+class WorkDesk : public Runner::Listener {
+public:
+    explicit WorkDesk(DeskSetup setup);
+    ~WorkDesk() override;
+
+    /// There is a Master: tells it all that it must know first. Null: it is gone, and
+    /// everything goes on without it.
+    void SetMaster(SinkPtr master);
+
+    void OnRunWork(RunWorkMsg const& message);
+    void OnEndWork(EndWorkMsg const& message);
+    void OnAcknowledged(WorkEndedAckMsg const& message);
+    void OnSettings(EngineSettingsMsg const& message);
+    void OnJobGone(JobGoneMsg const& message);
+    void OnExecute(ExecuteCommandMsg const& message);
+
+    void OnRunStarted(UID const& work, int pid) override;
+    void OnRunOutput(UID const& work, std::string_view bytes) override;
+    void OnRunEnded(UID const& work, RunEnd const& end) override;
+
+    /// Tells progress that has waited for its time.
+    void Tick();
+    /// When a Tick is due, as EngineClock::SteadyMs; ProgressThrottle::k_Never for none.
+    int64_t NextTickMs() const;
+    void EndTurn();
+
+    /// Stops all units, for the end of the program. They are reported as Lost.
+    void StopAll(String const& reason);
+    bool HasUnit(UID const& work) const { return m_units.contains(work); }
+    size_t UnitCount() const { return m_units.size(); }
+    bool Idle() const { return m_units.empty() && m_side.Running() == 0; }
+
+    HistoryReporter& History() { return m_history; }
+    SideCommands& Side() { return m_side; }
+    boost::shared_ptr<CommonEngine const> Settings() const { return m_settings; }
+
+private:
+    static constexpr int k_StopGraceMs = 5000;
+    static constexpr size_t k_KnownJobs = 5000;
+    static constexpr size_t k_RememberedRuns = 4096;
+
+    // A unit's way, in this order; unitsteps.cpp.
+    void Take(boost::shared_ptr<Job> const& work, OptionMap const& options);
+    void Plan(Unit& unit);
+    void AddCommands(Unit& unit, char const* eventName);
+    void Step(Unit& unit);
+    void RunCommand(Unit& unit, EventCommand const& command);
+    void CheckSurroundings(Unit& unit);
+    void OnChecked(UID const& work, String const& error);
+    void JudgeFiles(Unit& unit, RunEnd const& end);
+    void OnJudged(UID const& work, RunEnd const& end, String const& missingFile);
+    void EndCommand(Unit& unit, RunEnd const& end);
+    void Report(Unit& unit, Verdict const& verdict);
+    void RunFinishedCommands(Unit const& unit, Verdict const& verdict);
+
+    void Fail(Unit& unit, String const& note);
+    Unit* Find(UID const& work);
+    void Send(boost::shared_ptr<Message const> message) { m_outbox.push_back(std::move(message)); }
+    void SendResult(WorkEnded const& ended);
+    void TakeFound(Unit& unit, OutputScanner::Found const& found);
+    void TellProgress(Unit& unit, int64_t now);
+    Path JobFolder(UID const& job);
+    bool IsKnownJob(Job const& work);
+    String NameOf(Unit const& unit) const;
+
+    DeskSetup const m_setup;
+    SinkPtr m_master;
+    boost::shared_ptr<CommonEngine const> m_settings;
+    ResultJournal m_journal;
+    HistoryReporter m_history;
+    SideCommands m_side;
+    corekit::map<UID, Unit> m_units;
+    std::vector<boost::shared_ptr<Message const>> m_outbox;
+    corekit::map<UID, boost::shared_ptr<Job>> m_jobs; ///< one unit of each Job that was worked on
+    corekit::deque<UID> m_jobOrder;
+    corekit::set<UID> m_settled; ///< acknowledged runs, so that a late order does not run them again
+    corekit::deque<UID> m_settledOrder;
+};
+
+} // namespace vorlan
