@@ -100,30 +100,38 @@ public:
 
     // False when it could not be ended.
     bool End(int graceMs) {
-        int process = 0;
-        if (!FileLock::IsHeld(m_lock, nullptr, &process))
-            return true;
-        if (process <= 1)
-            return Failed("its lock file does not name its process");
-        // The handle stays that of this process even when its number is given away.
-        UniqueFd const handle(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
-        int again = 0;
-        if (!FileLock::IsHeld(m_lock, nullptr, &again))
-            return true;
-        if (again != process)
-            return End(graceMs);
-        if (!handle)
-            return Failed(std::strerror(errno));
-        if (!Signal(handle.Get(), SIGTERM))
-            return Failed(std::strerror(errno));
-        if (Gone(handle.Get(), graceMs))
-            return true;
-        LogWarning(m_program + " did not end when asked to, and is killed");
-        Signal(handle.Get(), SIGKILL);
-        return Gone(handle.Get(), k_AfterKillMs) || Failed("it does not end");
+        auto const until = Clock::now() + std::chrono::milliseconds(graceMs);
+        for (int process = 0; FileLock::IsHeld(m_lock, nullptr, &process);) {
+            if (process <= 1)
+                return Failed("its lock file does not name its process");
+            // The handle stays that of this process even when its number is given away.
+            UniqueFd const handle(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
+            int const failure = errno;
+            int again = 0;
+            if (!FileLock::IsHeld(m_lock, nullptr, &again))
+                return true;
+            if (again == process && handle)
+                return EndProcess(handle.Get(), graceMs);
+            if (again == process && failure != ESRCH)
+                return Failed(std::strerror(failure));
+            // Another one has just taken its place, or a dying child still holds the file.
+            if (Clock::now() > until)
+                return Failed("its lock file is held by a process that it does not name");
+            std::this_thread::sleep_for(std::chrono::milliseconds(k_LookMs));
+        }
+        return true;
     }
 
 private:
+    bool EndProcess(int handle, int graceMs) {
+        if (!Signal(handle, SIGTERM))
+            return Failed(std::strerror(errno));
+        if (Gone(handle, graceMs))
+            return true;
+        LogWarning(m_program + " did not end when asked to, and is killed");
+        Signal(handle, SIGKILL);
+        return Gone(handle, k_AfterKillMs) || Failed("it does not end");
+    }
     static bool Signal(int handle, int signal) {
         return ::syscall(SYS_pidfd_send_signal, handle, signal, nullptr, 0) == 0 || errno == ESRCH;
     }
@@ -189,6 +197,7 @@ Process* Components::Start(String const& program, bool onlyOne, String const& ar
         ending->second = arguments;
         return nullptr;
     }
+    // The look and the start are one step, so that two threads do not start it twice.
     std::unique_ptr<Process>& own = table.started[program];
     String holder;
     if (onlyOne && ((own && own->Running()) || FileLock::IsHeld(LockFile(program), &holder))) {
@@ -205,24 +214,25 @@ Process* Components::Start(String const& program, bool onlyOne, String const& ar
     return process;
 }
 
-bool Components::StopAndWait(String const& program, int graceMs) {
+// Ends the program that is marked as stopping, and takes the mark away.
+static bool EndMarked(String const& program, int graceMs) {
     Table& table = Table::Get();
     std::unique_ptr<Process> own;
     {
-        std::unique_lock lock(table.guard);
-        if (table.stopping.contains(program)) {
-            table.stopped.wait(lock, [&] { return !table.stopping.contains(program); });
-            return true;
-        }
-        table.stopping[program];
+        std::lock_guard const lock(table.guard);
         own = std::move(table.started[program]);
         table.started.erase(program);
     }
     bool ended = true;
-    if (own && own->Running())
-        ended = EndOwn(*own, program, graceMs);
-    own.reset();
-    ended = Stranger(program).End(graceMs) && ended;
+    try {
+        if (own && own->Running())
+            ended = EndOwn(*own, program, graceMs);
+        own.reset();
+        ended = Stranger(program).End(graceMs) && ended;
+    } catch (Exception const& exception) {
+        LogError("Cannot stop " + program + ": " + exception.what());
+        ended = false;
+    }
     std::optional<String> again;
     {
         std::lock_guard const lock(table.guard);
@@ -231,8 +241,18 @@ bool Components::StopAndWait(String const& program, int graceMs) {
     }
     table.stopped.notify_all();
     if (again)
-        Start(program, true, *again);
+        Components::Start(program, true, *again);
     return ended;
+}
+
+bool Components::StopAndWait(String const& program, int graceMs) {
+    Table& table = Table::Get();
+    {
+        std::unique_lock lock(table.guard);
+        table.stopped.wait(lock, [&] { return !table.stopping.contains(program); });
+        table.stopping[program];
+    }
+    return EndMarked(program, graceMs);
 }
 
 bool Components::StopAndWait(int component, int graceMs) {
@@ -254,14 +274,11 @@ void Components::Stop(String const& program) {
             ending->second.reset();
             return;
         }
+        table.stopping[program];
         ++table.threads;
     }
     std::thread([program, &table] {
-        try {
-            StopAndWait(program);
-        } catch (std::exception const& exception) {
-            LogError("Cannot stop " + program + ": " + exception.what());
-        }
+        EndMarked(program, k_GraceMs);
         {
             std::lock_guard const lock(table.guard);
             --table.threads;

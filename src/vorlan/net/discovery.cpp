@@ -94,7 +94,8 @@ bool Ask(int fd, DiscoveryGroup const& group, std::string const& question) {
     sockaddr_in const to = GroupAddress(group);
     bool sent = false;
     for (in_addr const& interface : Interfaces(group)) {
-        ::setsockopt(fd, IPPROTO_IP, IP_MULTICAST_IF, &interface, sizeof interface);
+        if (::setsockopt(fd, IPPROTO_IP, IP_MULTICAST_IF, &interface, sizeof interface) != 0)
+            continue;
         sent |= ::sendto(fd, question.data(), question.size(), 0, reinterpret_cast<sockaddr const*>(&to), sizeof to) ==
                 static_cast<ssize_t>(question.size());
     }

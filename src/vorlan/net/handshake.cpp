@@ -229,9 +229,10 @@ String Handshake::FailureText(String const& peer, String const& host) const {
         return SFormat("%s speaks protocol %u, this program %u. Install the same version on both machines.",
                        peer.c_str(), m_peerProtocol, m_self.protocol);
     case Failure::Malformed:
-        return m_refused
-                   ? peer + " did not understand this program's greeting. Install the same version on both machines."
-                   : peer + " does not speak the protocol of the farm. See what uses that port.";
+        if (m_refused)
+            return peer + " did not understand this program's greeting. Install the same version on both machines.";
+        return peer + " does not speak the protocol of the farm." +
+               (m_role == Role::Caller ? " See what uses that port there." : "");
     case Failure::None:
         break;
     }

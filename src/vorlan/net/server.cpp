@@ -156,7 +156,7 @@ void Server::Impl::OnAccepted(error_code error, Socket& socket, Loop& loop) {
             m_refusals.Note("full", SFormat("Refused a connection from %s: there are %zu already",
                                             channel->Address().ToString().c_str(), m_options.limits.connections));
         if (oldest)
-            oldest->Drop("too many connections wait for their handshake");
+            oldest->Drop(oldest->Address().ToString() + " had to go: too many connections wait for their handshake");
     }
     Accept();
 }

@@ -1,0 +1,154 @@
+#include <vorlan/components.h>
+
+#include "nettools.h"
+
+#include <corekit/filelock.h>
+
+#include <csignal>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+namespace vorlan {
+
+using net::WaitFor;
+
+// Programs of a few lines stand for the real ones, in a folder of the test's own.
+class ComponentsTest : public ::testing::Test {
+protected:
+    ComponentsTest()
+        : m_home("VORLAN_HOME", (m_folder / "home").c_str()),
+          m_appDir(std::exchange(File::s_AppDir, m_folder.Folder())) {}
+    ~ComponentsTest() override {
+        for (int component : {k_ComponentMaster, k_ComponentEngine, k_ComponentMerrow})
+            Components::StopAndWait(component, 100);
+        Components::WaitForStops();
+        File::s_AppDir = m_appDir;
+    }
+
+    void Script(char const* program, char const* lines) {
+        Path const path = m_folder / program;
+        File::WriteWhole(path, String("#!/bin/sh\n") + lines, 0755);
+        ::chmod(path.c_str(), 0755);
+    }
+    // A program that says it is there and holds its lock as a real one does.
+    static constexpr char k_Locking[] = "mkdir -p \"$VORLAN_HOME/machine/VorlanMaster\"\n"
+                                        "exec 9>\"$VORLAN_HOME/machine/VorlanMaster/VorlanMaster.lock\"\n"
+                                        "flock -n 9 || exit 3\n"
+                                        "printf '%s VorlanMaster\\n' $$ >&9\n"
+                                        "echo ready\n"
+                                        "while :; do sleep 0.05 9>&-; done\n";
+    String Console(char const* program) {
+        Path const path = Components::Folder(program) / "Console.log";
+        return path.Exists() ? File::Read(path) : String();
+    }
+
+    TempFolder m_folder;
+    EnvironmentValue m_home;
+    Path const m_appDir;
+};
+
+TEST_F(ComponentsTest, NumbersAndNames) {
+    char const* const names[] = {"VorlanMaster", "VorlanEngine", "VorlanGui", "Brakka", "Merrow", "Panvale"};
+    for (int component = 0; component < k_ComponentCount; ++component)
+        EXPECT_STREQ(Components::GetName(component), names[component]);
+    EXPECT_STREQ(Components::GetName(-1), "");
+    EXPECT_STREQ(Components::GetName(6), "");
+    EXPECT_EQ(Components::LockFile(1), m_folder / "home/machine/VorlanEngine/VorlanEngine.lock");
+}
+
+TEST_F(ComponentsTest, StartsOnceWithItsArgumentsAndStops) {
+    Script("Merrow", "echo \"got $# $1 $2\"\nexec sleep 60\n");
+    EXPECT_FALSE(Components::DidStart(k_ComponentMerrow));
+    Process* const process = Components::Start(k_ComponentMerrow, "--name \"two words\"");
+    ASSERT_TRUE(process != nullptr);
+    ASSERT_TRUE(WaitFor([&] { return Console("Merrow").Contains("got 2 --name two words"); })) << Console("Merrow");
+    EXPECT_TRUE(Components::DidStart(k_ComponentMerrow));
+    EXPECT_EQ(::getsid(process->Pid()), process->Pid()) << "it shares the terminal of its starter";
+    EXPECT_TRUE(Components::Start(k_ComponentMerrow, "") == nullptr);
+    Components::Stop(k_ComponentMerrow);
+    // While it ends, a start is done right after.
+    Components::Start(k_ComponentMerrow, "again");
+    Components::WaitForStops();
+    ASSERT_TRUE(WaitFor([&] { return Console("Merrow").Contains("got 1 again"); })) << Console("Merrow");
+    EXPECT_TRUE(Components::StopAndWait(k_ComponentMerrow));
+    EXPECT_FALSE(Components::DidStart(k_ComponentMerrow));
+    EXPECT_FALSE(Components::IsRunning(k_ComponentMerrow));
+    // One that ended by itself can start again.
+    Script("Merrow", "exit 0\n");
+    ASSERT_TRUE(Components::Start(k_ComponentMerrow, "") != nullptr);
+    ASSERT_TRUE(WaitFor([&] { return !Components::DidStart(k_ComponentMerrow); }));
+    EXPECT_TRUE(Components::Start(k_ComponentMerrow, "") != nullptr);
+}
+
+TEST_F(ComponentsTest, WhatCannotStartIsOneErrorLine) {
+    LogLines lines(LogLevel::Error);
+    EXPECT_TRUE(Components::Start(k_ComponentEngine, "") == nullptr);
+    ASSERT_EQ(lines.Get().size(), 1u);
+    EXPECT_TRUE(lines.Get()[0].Contains("VorlanEngine") && lines.Get()[0].Contains("Install it"));
+    File::WriteWhole(m_folder / "VorlanEngine", "no program", 0644);
+    EXPECT_TRUE(Components::Start(k_ComponentEngine, "") == nullptr);
+    EXPECT_EQ(lines.Get().size(), 2u);
+    EXPECT_TRUE(Components::Start(k_ComponentGui, "") == nullptr);
+    EXPECT_TRUE(Components::Start(17, "") == nullptr);
+    EXPECT_FALSE(Components::DidStart(k_ComponentEngine));
+    Components::Stop(k_ComponentEngine);
+    EXPECT_TRUE(Components::StopAndWait(k_ComponentEngine));
+}
+
+TEST_F(ComponentsTest, OneThatDoesNotEndIsKilled) {
+    LogLines lines;
+    Script("Merrow", "trap '' TERM\necho deaf\nwhile :; do sleep 0.05; done\n");
+    ASSERT_TRUE(Components::Start(k_ComponentMerrow, "") != nullptr);
+    ASSERT_TRUE(WaitFor([&] { return Console("Merrow").Contains("deaf"); }));
+    EXPECT_TRUE(Components::StopAndWait(k_ComponentMerrow, 100));
+    EXPECT_FALSE(Components::IsRunning(k_ComponentMerrow));
+    ASSERT_EQ(lines.Get().size(), 1u);
+    EXPECT_TRUE(lines.Get()[0].Contains("killed"));
+}
+
+TEST_F(ComponentsTest, OneOfAnotherProcessIsFoundByItsLockFile) {
+    Script("VorlanMaster", k_Locking);
+    ProcessOptions options;
+    options.stdoutFd = ProcessOptions::k_Null;
+    std::unique_ptr<Process> const other = Process::Start(m_folder / "VorlanMaster", options);
+    ASSERT_TRUE(other != nullptr);
+    ASSERT_TRUE(WaitFor([&] { return FileLock::IsHeld(Components::LockFile(k_ComponentMaster)); }));
+    EXPECT_TRUE(Components::IsRunning(k_ComponentMaster));
+    EXPECT_FALSE(Components::DidStart(k_ComponentMaster));
+    EXPECT_TRUE(Components::Start(k_ComponentMaster, "") == nullptr);
+    int process = 0;
+    ASSERT_TRUE(WaitFor([&] {
+        return FileLock::IsHeld(Components::LockFile(k_ComponentMaster), nullptr, &process) && process == other->Pid();
+    }));
+    // The starter takes its dead child away, as another client would.
+    std::thread reaper([&] { other->Wait(20'000); });
+    EXPECT_TRUE(Components::StopAndWait(k_ComponentMaster));
+    reaper.join();
+    EXPECT_FALSE(other->Running());
+    // The file of a dead one is in nobody's way.
+    EXPECT_FALSE(Components::IsRunning(k_ComponentMaster));
+    ASSERT_TRUE(Components::Start(k_ComponentMaster, "") != nullptr);
+    ASSERT_TRUE(WaitFor([&] { return Console("VorlanMaster").Contains("ready"); }));
+    EXPECT_TRUE(Components::DidStart(k_ComponentMaster));
+}
+
+TEST_F(ComponentsTest, ALockIsTakenOnceAndAStaleOneSilently) {
+    LogLines lines;
+    Path const file = Components::LockFile(k_ComponentEngine);
+    File::MakeFolder(file.Branch());
+    File::WriteWhole(file, "999999 VorlanEngine\n");
+    String holder;
+    {
+        auto const lock = ComponentLock::Take(k_ComponentEngine, &holder);
+        ASSERT_TRUE(lock != nullptr) << holder;
+        EXPECT_TRUE(ComponentLock::Take(k_ComponentEngine, &holder) == nullptr);
+        EXPECT_TRUE(holder.Contains("VorlanEngine") && holder.Contains(String::From(::getpid()))) << holder;
+        EXPECT_TRUE(Components::IsRunning(k_ComponentEngine));
+    }
+    EXPECT_TRUE(ComponentLock::Take(k_ComponentEngine, &holder) != nullptr);
+    EXPECT_TRUE(lines.Get().empty());
+}
+
+} // namespace vorlan

@@ -1,0 +1,91 @@
+#include <vorlan/discovery.h>
+
+#include "corekit/tempfolder.h"
+
+#include <vorlan/fwd.h>
+
+#include <gtest/gtest.h>
+
+namespace vorlan {
+
+namespace {
+
+// A group that no farm of this machine uses, on the loopback alone.
+DiscoveryGroup TestGroup() {
+    DiscoveryGroup group;
+    group.address = "239.255.74.99";
+    group.port = static_cast<unsigned short>(20'000 + ::getpid() % 20'000);
+    group.interfaceAddress = "127.0.0.1";
+    return group;
+}
+
+} // namespace
+
+TEST(Discovery, WhoSharesTheKeyAnswersAndNobodyElse) {
+    FarmKey const key = FarmKey::Fresh();
+    DiscoveryResponder responder(key, 7777, UID::FromName("master"), TestGroup());
+    if (!responder.Start())
+        GTEST_SKIP() << "this machine has no multicast";
+    auto const found = Discovery::Find(key, {}, 5000, TestGroup());
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(found[0], IPPeer("127.0.0.1", 7777));
+    EXPECT_TRUE(Discovery::Find(FarmKey::Fresh(), {}, 100, TestGroup()).empty());
+    EXPECT_TRUE(Discovery::Find(FarmKey(), {}, 100, TestGroup()).empty());
+    // An end that is asked for is not waited out.
+    auto const begin = std::chrono::steady_clock::now();
+    EXPECT_TRUE(Discovery::Find(
+                    FarmKey::Fresh(), [] { return true; }, 60'000, TestGroup())
+                    .empty());
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
+}
+
+TEST(Discovery, AMachineWithoutMulticastIsNoFault) {
+    DiscoveryGroup group = TestGroup();
+    group.interfaceAddress = "192.0.2.1"; // nobody's
+    LogLines lines;
+    EXPECT_TRUE(Discovery::Find(FarmKey::Fresh(), {}, 5000, group).empty());
+    DiscoveryResponder responder(FarmKey::Fresh(), 7777, UID::FromName("master"), group);
+    EXPECT_FALSE(responder.Start());
+    EXPECT_TRUE(lines.Get().empty());
+}
+
+TEST(MasterFinder, ReadsTheConnectionFileEachTime) {
+    TempFolder const home;
+    EnvironmentValue const variable("VORLAN_HOME", home.Folder().c_str());
+    FarmKey const key = FarmKey::Fresh();
+    auto const texts = [&] {
+        String all;
+        for (IPPeer const& peer : MasterFinder::Find(key))
+            all += (all.empty() ? "" : " ") + peer.ToString();
+        return all;
+    };
+    // Nothing configured: this machine, at the port its Master left.
+    EXPECT_EQ(texts(), "127.0.0.1:7466");
+    EXPECT_EQ(MasterFinder::ListenPort(), 0);
+    MasterFinder::WritePortFile(41234);
+    EXPECT_EQ(texts(), "127.0.0.1:41234");
+
+    struct Case {
+        char const* file;
+        char const* peers;
+        unsigned short listen;
+        size_t warnings;
+    } const cases[] = {
+        {"[Master]\nPeer=alpha\n", "alpha:7466", 0, 0},
+        {"[Master]\nPeer=alpha  beta:99 [::1]:5\nPort=8000\n", "alpha:8000 beta:99 [::1]:5", 8000, 0},
+        {"[Master]\nPeer=localhost\n", "localhost:41234", 0, 0},
+        {"[Master]\nPeer=localhost\nPort=8000\n", "localhost:8000", 8000, 0},
+        {"[Master]\nPeer=a/b beta\n", "beta:7466", 0, 1},
+        {"[Master]\nPort=8000\n", "127.0.0.1:41234", 8000, 0},
+        {"[Master]\nPeer=\nPort=0\n", "127.0.0.1:41234", 0, 0},
+    };
+    for (Case const& test : cases) {
+        File::WriteWhole(File::GetConnectionFile(), test.file);
+        LogLines lines;
+        EXPECT_EQ(texts(), test.peers) << test.file;
+        EXPECT_EQ(lines.Get().size(), test.warnings) << test.file;
+        EXPECT_EQ(MasterFinder::ListenPort(), test.listen) << test.file;
+    }
+}
+
+} // namespace vorlan

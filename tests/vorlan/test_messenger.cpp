@@ -1,0 +1,400 @@
+#include "nettools.h"
+
+#include <corekit/exception.h>
+#include <vorlan/commonengine.h>
+#include <vorlan/discovery.h>
+#include <vorlan/events.h>
+#include <vorlan/failures.h>
+#include <vorlan/fileserver.h>
+#include <vorlan/infoclient.h>
+#include <vorlan/jobfactory.h>
+#include <vorlan/messenger.h>
+#include <vorlan/productfile.h>
+
+namespace vorlan {
+
+using net::Line;
+using net::TextOf;
+using net::WaitFor;
+
+namespace {
+
+// Hears what a client hears. The counts are of the message thread.
+class Listener : public HasSlots<ThreadPolicy::LocalThreaded> {
+public:
+    Listener() {
+        MessengerConnectedEvt::Signal().Connect(this, &Listener::OnConnected);
+        MessengerDisconnectedEvt::Signal().Connect(this, &Listener::OnDisconnected);
+        MasterLogsMsg::s_Signal.Connect(this, &Listener::OnLogs);
+        ProductMsg::s_Signal.Connect(this, &Listener::OnProduct);
+    }
+
+    void OnConnected(MessengerConnectedEvt&) {
+        knownAtConnect = static_cast<int>(JobFactory::s_JobFactory->ListProducts().size());
+        ++connected;
+    }
+    void OnDisconnected(MessengerDisconnectedEvt&) { ++disconnected; }
+    void OnProduct(boost::shared_ptr<ProductMsg> const&) {
+        productsKnown += static_cast<int>(JobFactory::s_JobFactory->ListProducts().size());
+    }
+    void OnLogs(boost::shared_ptr<MasterLogsMsg> const& message) {
+        onMessageThread = onMessageThread && Messenger::IsMessageThread();
+        String const text = TextOf(message);
+        {
+            std::unique_lock lock(guard);
+            lines.push_back(text);
+            wake.wait(lock, [this] { return !hold; });
+        }
+        if (text == "throw")
+            throw ArgumentException("for the test");
+    }
+    size_t Count() {
+        std::lock_guard const lock(guard);
+        return lines.size();
+    }
+    void Hold(bool on) {
+        {
+            std::lock_guard const lock(guard);
+            hold = on;
+        }
+        wake.notify_all();
+    }
+
+    std::atomic<int> connected{0};
+    std::atomic<int> disconnected{0};
+    std::atomic<int> knownAtConnect{-1};
+    std::atomic<int> productsKnown{0};
+    std::atomic<bool> onMessageThread{true};
+    std::mutex guard;
+    std::condition_variable wake;
+    std::vector<String> lines; // guarded by guard
+    bool hold = false;         // guarded by guard
+};
+
+String ProductText(char const* name, UID const& type) {
+    return SFormat("{\"Format\":1,\"ID\":\"%s\",\"Name\":\"%s\",\"Class\":\"Single\"}", type.ToString().c_str(), name);
+}
+
+} // namespace
+
+// A home of its own with a key, a Master's server in it, and the Messenger.
+class MessengerTest : public net::NetTest {
+protected:
+    MessengerTest() : m_home("VORLAN_HOME", folder.Folder().c_str()) {
+        key = FarmKey::LoadOrCreate(File::GetMachineDir());
+        JobFactory::s_JobFactory->RemoveProduct(UID::Null);
+        master.onMessage = [](net::ConnectionPtr const& connection, boost::shared_ptr<Message> const& message) {
+            // As an Engine's port and a Master answer.
+            if (message->Type() == GetOutputMsg::s_Type)
+                Answer(connection, static_cast<GetOutputMsg const&>(*message));
+            else if (message->Type() == GetHardwareMsg::s_Type) {
+                auto const figures = HardwareMsg::New();
+                figures->totalPhysicalMB = 4000;
+                figures->freePhysicalMB = -5;
+                figures->cpuPercent = 250;
+                connection->Send(figures);
+            }
+        };
+        StartMaster();
+    }
+    ~MessengerTest() override {
+        Messenger::Stop(false, true, false);
+        FileServer::Shutdown();
+        JobFactory::s_JobFactory->RemoveProduct(UID::Null);
+        Failures::Clear();
+        CommonEngine::SetDefaultEngine(CommonEngine());
+    }
+
+    static void Answer(net::ConnectionPtr const& connection, GetOutputMsg const& request) {
+        if (request.work == UID::FromName("silent"))
+            return;
+        auto const piece = [&](int64_t offset, char const* text, bool end, char const* error = "") {
+            auto const data = OutputDataMsg::New();
+            data->request = request.request;
+            data->offset = offset;
+            data->data = text;
+            data->end = end;
+            data->error = error;
+            connection->Send(data);
+        };
+        if (request.work == UID::FromName("refused"))
+            return piece(0, "", true, "the log was cleaned up");
+        if (request.work == UID::FromName("gap")) {
+            piece(0, "one\n", false);
+            return piece(5, "two\n", true);
+        }
+        piece(0, "one\n", false);
+        piece(4, "two\n", true);
+    }
+
+    void StartMaster() {
+        server = MakeServer(master, port);
+        port = server->Port();
+        MasterFinder::WritePortFile(port);
+    }
+    net::ConnectionPtr Accepted(int count) {
+        EXPECT_TRUE(WaitFor([&] { return master.connected == count; }));
+        return master.Last();
+    }
+    void Load(net::ConnectionPtr const& connection, std::vector<String> const& products = {}) {
+        auto const info = MasterInfoMsg::New();
+        info->machine = UID::FromName("the master");
+        info->machineName = "master01";
+        info->version = 30002;
+        info->administrate = 77;
+        info->message = "Maintenance on Friday";
+        info->port = port;
+        connection->Send(info);
+        for (String const& text : products) {
+            auto const message = ProductMsg::New();
+            message->text = text;
+            connection->Send(message);
+        }
+        connection->Send(LoadedMsg::New());
+    }
+    net::ConnectionPtr Connect(int count = 1) {
+        if (count == 1)
+            Messenger::Start();
+        net::ConnectionPtr const connection = Accepted(count);
+        Load(connection);
+        EXPECT_TRUE(WaitFor([&] { return listener.connected == count; }));
+        return connection;
+    }
+
+    EnvironmentValue m_home;
+    net::End master;
+    Listener listener;
+    std::unique_ptr<net::Server> server;
+    unsigned short port = 0;
+};
+
+TEST_F(MessengerTest, ConnectedMeansLoaded) {
+    UID const first = UID::FromName("first");
+    UID const second = UID::FromName("second");
+    Messenger::Start();
+    net::ConnectionPtr const connection = Accepted(1);
+    EXPECT_EQ(connection->Peer().kind, net::PeerKind::Client);
+    EXPECT_EQ(connection->Peer().program, "VorlanGui");
+    EXPECT_FALSE(Messenger::IsConnected());
+    EXPECT_TRUE(Messenger::MasterInfo() == nullptr);
+    auto const failures = FailureArchiveMsg::New();
+    failures->items.push_back({UID::FromName("job"), UID::FromName("engine"), first, 3, Time(5)});
+    connection->Send(failures);
+    auto const engine = DefaultEngineMsg::New();
+    engine->engine.SetPriority(17);
+    connection->Send(engine);
+    auto const paths = PathTranslationsMsg::New();
+    paths->translations.push_back({{"1", "P:\\"}, {"3", "/p"}});
+    connection->Send(paths);
+    Load(connection, {ProductText("First", first), ProductText("Second", second)});
+    ASSERT_TRUE(WaitFor([&] { return listener.connected == 1; }));
+
+    EXPECT_EQ(listener.knownAtConnect, 2);
+    EXPECT_EQ(listener.productsKnown, 3) << "a signal came before its Product was known";
+    EXPECT_TRUE(Messenger::IsConnected());
+    EXPECT_EQ(Messenger::MasterID(), UID::FromName("the master"));
+    EXPECT_EQ(Messenger::MasterMachineName(), "master01");
+    EXPECT_EQ(Messenger::MasterVersion(), 30002u);
+    EXPECT_EQ(Messenger::MasterAdministrate(), 77u);
+    EXPECT_EQ(Messenger::MasterMessage(), "Maintenance on Friday");
+    EXPECT_EQ(Messenger::MasterPort(), port);
+    EXPECT_FALSE(Messenger::ConnectedTime().IsZero());
+    EXPECT_EQ(Messenger::PathTranslations().at(0).at("3"), "/p");
+    EXPECT_EQ(Failures::JobFailureCount(UID::FromName("job")), 3u);
+    EXPECT_EQ(CommonEngine::GetDefaultEngine()->Priority(), 17);
+
+    // What a later Master does not name any more is gone.
+    connection->Close("for the test");
+    ASSERT_TRUE(WaitFor([&] { return listener.disconnected == 1; }));
+    EXPECT_FALSE(Messenger::IsConnected());
+    EXPECT_TRUE(Messenger::MasterID().IsNull());
+    Load(Accepted(2), {ProductText("Second, renamed", second)});
+    ASSERT_TRUE(WaitFor([&] { return listener.connected == 2; }));
+    EXPECT_TRUE(JobFactory::s_JobFactory->GetProduct(first) == nullptr);
+    EXPECT_TRUE(JobFactory::s_JobFactory->GetProduct(second) != nullptr);
+}
+
+TEST_F(MessengerTest, AHandlerThatThrowsCostsItsOwnMessageOnly) {
+    LogLines lines(LogLevel::Error);
+    net::ConnectionPtr const connection = Connect();
+    for (char const* text : {"one", "throw", "two"})
+        connection->Send(Line(text));
+    auto const bad = ProductMsg::New();
+    bad->text = "no product";
+    connection->Send(bad);
+    connection->Send(Line("three"));
+    ASSERT_TRUE(WaitFor([&] { return listener.Count() == 4; }));
+    EXPECT_TRUE(listener.onMessageThread);
+    ASSERT_EQ(lines.Get().size(), 2u);
+    EXPECT_TRUE(lines.Get()[0].Contains("MasterLogsMsg") && lines.Get()[0].Contains("for the test"));
+    EXPECT_TRUE(lines.Get()[1].Contains("ProductMsg"));
+}
+
+TEST_F(MessengerTest, SendingReachesTheMasterOrIsLogged) {
+    LogLines lines;
+    Messenger::Send(Line("too early"));
+    Messenger::Send(GetPoolsMsg::New());
+    ASSERT_EQ(lines.Get().size(), 1u) << "a request before the connection is no fault";
+    EXPECT_TRUE(lines.Get()[0].Contains("MasterLogsMsg was not sent"));
+    Connect();
+    Messenger::Send(Line("in time"));
+    ASSERT_TRUE(WaitFor([&] { return master.messages == 1; }));
+    EXPECT_EQ(TextOf(master.Messages()[0]), "in time");
+    Messenger::Send(Line("last"));
+    Messenger::Stop(true, false, false);
+    EXPECT_TRUE(WaitFor([&] { return master.messages == 2; }));
+    EXPECT_TRUE(WaitFor([&] { return listener.disconnected == 1; }));
+}
+
+TEST_F(MessengerTest, PurgeDropsWhatCameFromTheDeadConnectionAlone) {
+    net::ConnectionPtr const connection = Connect();
+    listener.Hold(true);
+    for (int i = 0; i < 100; ++i)
+        connection->Send(Line("old"));
+    ASSERT_TRUE(WaitFor([&] { return listener.Count() == 1; }));
+    connection->Close("for the test");
+    net::ConnectionPtr const next = Accepted(2);
+    Load(next);
+    next->Send(Line("new"));
+    Messenger::SSendMessageToSelf(Line("self"));
+    ASSERT_TRUE(WaitFor([&] { return !Messenger::IsConnected(); }));
+    Messenger::PurgeMessageQueues();
+    listener.Hold(false);
+    ASSERT_TRUE(WaitFor([&] { return listener.Count() >= 3; }));
+    ASSERT_TRUE(WaitFor([&] { return listener.connected == 2 && listener.disconnected == 1; }));
+    std::vector<String> lines = listener.lines;
+    EXPECT_EQ(lines.size(), 3u);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "old"), 1);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "new"), 1);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "self"), 1);
+}
+
+TEST_F(MessengerTest, StoppedItStillTalksToItselfAndConnectsAgainWhenForced) {
+    Messenger::SSendMessageToSelf(Line("never started"));
+    ASSERT_TRUE(WaitFor([&] { return listener.Count() == 1; }));
+    Connect();
+    Messenger::Stop(false, false, false);
+    EXPECT_FALSE(Messenger::IsConnected());
+    ASSERT_TRUE(WaitFor([&] { return listener.disconnected == 1; }));
+    Messenger::SSendMessageToSelf(Line("stopped"));
+    ASSERT_TRUE(WaitFor([&] { return listener.Count() == 2; }));
+    Messenger::Stop(false, false, true);
+    Load(Accepted(2));
+    ASSERT_TRUE(WaitFor([&] { return listener.connected == 2; }));
+    // A forced connect while connected drops the connection and comes back.
+    Messenger::Stop(false, false, true);
+    Load(Accepted(3));
+    ASSERT_TRUE(WaitFor([&] { return listener.connected == 3 && listener.disconnected == 2; }));
+}
+
+// A Master that is faster than the handlers is held up, loses nothing, and a stop
+// in that state does not hang.
+TEST_F(MessengerTest, AFastMasterWaitsForSlowHandlers) {
+    constexpr size_t k_Count = 50'000;
+    net::ConnectionPtr const connection = Connect();
+    listener.Hold(true);
+    for (size_t i = 0; i < k_Count; ++i)
+        connection->Send(Line(String::From(i)));
+    ASSERT_TRUE(WaitFor([&] { return listener.Count() == 1; }));
+    listener.Hold(false);
+    ASSERT_TRUE(WaitFor([&] { return listener.Count() == k_Count; }));
+    for (size_t i = 0; i < k_Count; ++i)
+        ASSERT_EQ(listener.lines[i], String::From(i));
+    listener.Hold(true);
+    for (size_t i = 0; i < k_Count; ++i)
+        connection->Send(Line("x"));
+    ASSERT_TRUE(WaitFor([&] { return listener.Count() == k_Count + 1; }));
+    Messenger::Stop(false, false, false);
+    listener.Hold(false);
+}
+
+TEST_F(MessengerTest, TheMastersRestartIsSurvived) {
+    Connect();
+    server.reset();
+    ASSERT_TRUE(WaitFor([&] { return listener.disconnected == 1; }));
+    EXPECT_FALSE(Messenger::LastFailure().empty());
+    StartMaster();
+    Load(Accepted(2));
+    ASSERT_TRUE(WaitFor([&] { return listener.connected == 2; }));
+    EXPECT_TRUE(Messenger::LastFailure().empty());
+}
+
+TEST_F(MessengerTest, OutputComesIntoALocalFile) {
+    class Files : public HasSlots<ThreadPolicy::LocalThreaded> {
+    public:
+        Files() {
+            FileReceivingEvt::Signal().Connect(this, &Files::OnReceiving);
+            FileReceivedEvt::Signal().Connect(this, &Files::OnReceived);
+        }
+        void OnReceiving(FileReceivingEvt& event) {
+            std::lock_guard const lock(guard);
+            begun.push_back(event.request);
+        }
+        void OnReceived(FileReceivedEvt& event) {
+            std::lock_guard const lock(guard);
+            ended[event.request] = event;
+        }
+        bool Ended(UID const& request) {
+            std::lock_guard const lock(guard);
+            return ended.contains(request);
+        }
+        std::mutex guard;
+        std::vector<UID> begun;            // guarded by guard
+        std::map<UID, FileTransfer> ended; // guarded by guard
+    } files;
+    UID const early = UID::FromName("asked before the connection");
+    ASSERT_TRUE(FileServer::Request(early, UID::FromName("good"), false) != nullptr);
+    ASSERT_TRUE(WaitFor([&] { return files.Ended(early); }));
+    EXPECT_TRUE(files.ended[early].error.Contains("no connection"));
+    Connect();
+
+    struct Case {
+        char const* work;
+        char const* error;
+    } const cases[] = {{"good", ""}, {"refused", "the log was cleaned up"}, {"gap", "missing"}};
+    for (Case const& test : cases) {
+        UID const request(true);
+        ASSERT_TRUE(FileServer::Request(request, UID::FromName(test.work), false) != nullptr);
+        EXPECT_TRUE(FileServer::Request(request, UID::FromName(test.work), false) == nullptr || files.Ended(request));
+        ASSERT_TRUE(WaitFor([&] { return files.Ended(request); })) << test.work;
+        FileTransfer const transfer = files.ended[request];
+        EXPECT_EQ(transfer.error.empty(), String(test.error).empty()) << transfer.error;
+        EXPECT_TRUE(transfer.error.Contains(test.error)) << transfer.error;
+        if (transfer.error.empty()) {
+            EXPECT_EQ(File::Read(transfer.path), "one\ntwo\n");
+        }
+        EXPECT_EQ(transfer.host, "master01");
+        FileServer::Release(request);
+    }
+    UID const silent(true);
+    ASSERT_TRUE(FileServer::Request(silent, UID::FromName("silent"), true) != nullptr);
+    UID const released(true);
+    ASSERT_TRUE(FileServer::Request(released, UID::FromName("silent"), true) != nullptr);
+    FileServer::Release(released);
+    server.reset();
+    ASSERT_TRUE(WaitFor([&] { return files.Ended(silent); }));
+    EXPECT_TRUE(files.ended[silent].error.Contains("lost"));
+    EXPECT_FALSE(files.Ended(released));
+}
+
+TEST_F(MessengerTest, AnInfoClientTakesSamplesAndNoticesTheEnd) {
+    InfoClient client;
+    EXPECT_FALSE(client.IsConnected());
+    EXPECT_FALSE(client.Receive(0));
+    IPPeer const peer("127.0.0.1", port);
+    client.ConnectTo(peer);
+    EXPECT_TRUE(client.IsConnected());
+    EXPECT_EQ(client.Peer(), peer);
+    ASSERT_TRUE(client.Receive(20));
+    EXPECT_EQ(client.TotalPhysical(), 4000u);
+    EXPECT_EQ(client.FreePhysical(), 0u);
+    EXPECT_EQ(client.CPU(), 100u);
+    EXPECT_FALSE(client.Receive(0)) << "one sample counts once";
+    server.reset();
+    ASSERT_TRUE(WaitFor([&] { return !client.IsConnected(); }));
+    EXPECT_FALSE(client.LastError().empty());
+    client.Close();
+    EXPECT_TRUE(client.Peer().IsNull());
+}
+
+} // namespace vorlan

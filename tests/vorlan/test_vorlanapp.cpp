@@ -1,0 +1,154 @@
+#include <vorlan/vorlanapp.h>
+
+#include "nettools.h"
+
+#include <vorlan/events.h>
+#include <vorlan/job.h>
+#include <vorlan/keys.h>
+#include <vorlan/messenger.h>
+
+namespace vorlan {
+
+namespace {
+
+class App : public VorlanClientApp {
+public:
+    App() : VorlanClientApp(Signals::LeaveAlone) {}
+    boost::shared_ptr<Job> GetJobByID(UID const& id) override { return id == job->id ? job : nullptr; }
+    void OnUnhandledMessage(boost::shared_ptr<Message> const& message) override {
+        std::lock_guard const lock(guard);
+        unhandled.push_back(message->TypeName());
+    }
+    void RequestHasFailed(UID const&, String const& reason) override {
+        std::lock_guard const lock(guard);
+        refused.push_back(reason);
+    }
+
+    boost::shared_ptr<Job> job = boost::make_shared<Job>(UID::FromName("job"));
+    std::mutex guard;
+    std::vector<String> unhandled; // guarded by guard
+    std::vector<String> refused;   // guarded by guard
+};
+
+// Hears the start and the end of the program.
+class Follower : public HasSlots<ThreadPolicy::LocalThreaded> {
+public:
+    Follower() {
+        VorlanAppStartupEvt::Signal().Connect(this, &Follower::OnStartup);
+        VorlanClientAppCleanupEvt::Signal().Connect(this, &Follower::OnCleanup);
+    }
+    void OnStartup(VorlanAppStartupEvt& event) {
+        ++started;
+        wasSuccess = event.success;
+        if (disable)
+            event.commandLine->AddSwitch("DisableMessenger");
+        event.success = allow;
+    }
+    void OnCleanup(VorlanClientAppCleanupEvt&) { ++cleaned; }
+
+    bool disable = true;
+    bool allow = true;
+    bool wasSuccess = false;
+    int started = 0;
+    int cleaned = 0;
+};
+
+// The place of a virtual operation in the table, as this platform's compilers lay
+// out a pointer to it.
+template <class Method>
+ptrdiff_t SlotOf(Method method) {
+    ptrdiff_t words[2] = {};
+    static_assert(sizeof method == sizeof words);
+    std::memcpy(words, &method, sizeof words);
+    return (words[0] - 1) / static_cast<ptrdiff_t>(sizeof(void*));
+}
+
+} // namespace
+
+class VorlanAppTest : public ::testing::Test {
+protected:
+    VorlanAppTest() : home("VORLAN_HOME", folder.Folder().c_str()) {}
+    ~VorlanAppTest() override { Log::Close(); }
+
+    TempFolder folder;
+    EnvironmentValue home;
+    CommandLine commandLine{"VorlanGui", {}};
+};
+
+TEST_F(VorlanAppTest, RunsUntilAShutdownMessage) {
+    Follower follower;
+    App app;
+    EXPECT_EQ(VorlanApp::Get(), &app);
+    EXPECT_EQ(app.OptionsFilename(), "VorlanGui.ini");
+    app.job->Set(p_Name, "shot 12");
+    EXPECT_EQ(app.GetJobParameters(app.job->id)[p_Name], "shot 12");
+    EXPECT_TRUE(app.GetJobParameter(UID::FromName("another"), p_Name).empty());
+
+    int code = -1;
+    std::thread runner([&] { code = app.Run(commandLine); });
+    Messenger::SSendMessageToSelf(JobGoneMsg::New());
+    auto const refusal = RefusedMsg::New();
+    refusal->reason = "no such Product";
+    Messenger::SSendMessageToSelf(refusal);
+    EXPECT_TRUE(net::WaitFor([&] {
+        std::lock_guard const lock(app.guard);
+        return app.unhandled == std::vector<String>{"JobGoneMsg"} &&
+               app.refused == std::vector<String>{"no such Product"};
+    }));
+    // Sent again as long as nobody listens yet.
+    EXPECT_TRUE(net::WaitFor([&] {
+        Messenger::SSendMessageToSelf(ShutdownMsg::New());
+        return app.ShutdownRequested();
+    }));
+    runner.join();
+    EXPECT_EQ(code, 0);
+    EXPECT_EQ(follower.started, 1);
+    EXPECT_TRUE(follower.wasSuccess);
+    EXPECT_EQ(follower.cleaned, 1);
+    EXPECT_TRUE((folder / "user/History.log").Exists());
+    // With the switch of the start-up event nothing looked for a Master.
+    EXPECT_TRUE(Messenger::LastFailure().empty());
+}
+
+// Behind the two entries of the destructor.
+TEST_F(VorlanAppTest, TheOrderOfTheVirtualOperationsIsFixed) {
+    using A = VorlanApp;
+    ptrdiff_t const slots[] = {SlotOf(&A::Startup),
+                               SlotOf(&A::Execute),
+                               SlotOf(&A::Cleanup),
+                               SlotOf(&A::OnException),
+                               SlotOf(&A::SetLogDir),
+                               SlotOf(&A::OnStatistics),
+                               SlotOf(&A::IsMasterComponentProcess),
+                               SlotOf(&A::IsTheMaster),
+                               SlotOf(&A::IsAMirror),
+                               SlotOf(&A::IsAnEngine),
+                               SlotOf(&A::GetJobByID),
+                               SlotOf(&A::GetEngineByID),
+                               SlotOf(&A::GetJobParameter),
+                               SlotOf(&A::GetJobParameters),
+                               SlotOf(&A::GetAllJobs),
+                               SlotOf(&A::GetAllEngines),
+                               SlotOf(&A::GetWorkParentID),
+                               SlotOf(&A::GetPoolName),
+                               SlotOf(&A::OnUnhandledMessage),
+                               SlotOf(&A::OptionsFilename),
+                               SlotOf(&A::SaveUpgradeInfo),
+                               SlotOf(&A::FinishUpgradeRestart),
+                               SlotOf(&A::GetClientName),
+                               SlotOf(&A::RequestHasFailed)};
+    ptrdiff_t expected = 2;
+    for (ptrdiff_t const slot : slots)
+        EXPECT_EQ(slot, expected++);
+    EXPECT_EQ(expected, 26);
+}
+
+TEST_F(VorlanAppTest, AListenerCanRefuseTheStart) {
+    Follower follower;
+    follower.allow = false;
+    App app;
+    EXPECT_EQ(app.Run(commandLine), 1);
+    EXPECT_EQ(follower.cleaned, 1);
+}
+
+} // namespace vorlan
