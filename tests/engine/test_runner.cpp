@@ -21,9 +21,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-String EngineProgram() {
-    return String(VORLAN_BIN_DIR) + "/VorlanEngine";
-}
+String EngineProgram() { return String(VORLAN_BIN_DIR) + "/VorlanEngine"; }
 
 bool Eventually(std::function<bool()> const& holds, std::chrono::milliseconds limit = 10s) {
     auto const until = std::chrono::steady_clock::now() + limit;
@@ -78,9 +76,7 @@ RunSpec Script(std::string const& script) {
     return spec;
 }
 
-bool NobodyCarries(String const& prefix) {
-    return runner::MarkedProcesses(prefix).empty();
-}
+bool NobodyCarries(String const& prefix) { return runner::MarkedProcesses(prefix).empty(); }
 
 } // namespace
 
@@ -151,6 +147,52 @@ TEST(Runner, AStopEndsTheWholeFamily) {
         ASSERT_TRUE(Eventually([&] { return recorder.Ended(spec.work); }));
         EXPECT_TRUE(Eventually([&] { return NobodyCarries(runner::MarkOf(machine, spec.work)); }, 1s));
     }
+}
+
+TEST(Runner, AStoppedGroupHasItsGraceEachProcessOfIt) {
+    Recorder recorder;
+    UID const machine(true);
+    LocalRunner runner{Path(EngineProgram()), machine, recorder};
+    // The first process gives way at once, its child saves its work before it does.
+    RunSpec const spec =
+        Script("sh -c 'trap \"sleep 0.3; echo saved; exit\" TERM; echo ready; while :; do sleep 0.05; done' & "
+               "trap 'exit 7' TERM; wait");
+    runner.Start(spec);
+    ASSERT_TRUE(Eventually([&] { return recorder.Printed(spec.work, "ready"); }));
+    runner.Stop(spec.work, 20000);
+    ASSERT_TRUE(Eventually([&] { return recorder.Ended(spec.work); }));
+    EXPECT_TRUE(recorder.Printed(spec.work, "saved"));
+    EXPECT_EQ(recorder.Get(spec.work).ends[0].code, 7);
+}
+
+TEST(Runner, ProcessesWithoutAMarkEndWithTheLastUnit) {
+    Recorder recorder;
+    UID const machine(true);
+    std::string const name = "/tmp/vorlan-unmarked-" + std::to_string(getpid());
+    std::filesystem::copy_file("/bin/sleep", name, std::filesystem::copy_options::overwrite_existing);
+    auto const alive = [&] {
+        for (auto const& entry : std::filesystem::directory_iterator("/proc")) {
+            std::error_code error;
+            if (std::filesystem::read_symlink(entry.path() / "exe", error) == name)
+                return true;
+        }
+        return false;
+    };
+    {
+        LocalRunner runner{Path(EngineProgram()), machine, recorder};
+        std::string const leave = "env -i setsid " + name + " 600 & ";
+        RunSpec const first = Script(leave + "echo ready; sleep 600");
+        runner.Start(first);
+        ASSERT_TRUE(Eventually([&] { return recorder.Printed(first.work, "ready") && alive(); }));
+        runner.Stop(first.work, 100);
+        ASSERT_TRUE(Eventually([&] { return recorder.Ended(first.work); }));
+        EXPECT_TRUE(Eventually([&] { return !alive(); }, 1s)) << "behind its unit";
+        RunSpec const second = Script(leave + "echo ready; sleep 600");
+        runner.Start(second);
+        ASSERT_TRUE(Eventually([&] { return recorder.Printed(second.work, "ready") && alive(); }));
+    }
+    EXPECT_TRUE(Eventually([&] { return !alive(); }, 1s)) << "behind the helper";
+    std::filesystem::remove(name);
 }
 
 TEST(Runner, WhatAUnitLeavesBehindEndsWithIt) {

@@ -1,0 +1,176 @@
+#include "enginefakes.h"
+
+#include "engine/report/outputservice.h"
+
+#include <gtest/gtest.h>
+
+using namespace vorlan;
+
+namespace {
+
+String Content(OutputFolder const& folder, UID const& work) { return File::Read(folder.PathOf(work)); }
+
+// What a receiver has put together, piece behind piece.
+struct Received {
+    std::string text;
+    bool end = false;
+    String error;
+};
+
+Received PutTogether(FakeSink const& sink, UID const& request, int64_t from = 0) {
+    Received received;
+    for (OutputDataMsg const& message : sink.Of<OutputDataMsg>()) {
+        if (message.request != request)
+            continue;
+        EXPECT_FALSE(received.end) << "a piece behind the end";
+        EXPECT_EQ(message.offset, from + static_cast<int64_t>(received.text.size()));
+        received.text += message.data.Str();
+        received.end = message.end;
+        received.error = message.error;
+    }
+    return received;
+}
+
+GetOutputMsg Ask(UID const& work, bool follow, int64_t offset = 0) {
+    GetOutputMsg message;
+    message.request = UID(true);
+    message.work = work;
+    message.offset = offset;
+    message.follow = follow;
+    return message;
+}
+
+} // namespace
+
+TEST(OutputLog, AFullDiskIsOneErrorAndSaysWhatIsMissing) {
+    TempFolder const temp;
+    OutputFolder folder(temp.Folder());
+    UID const work(true);
+    auto const log = folder.Create(work);
+    auto const other = folder.Create(UID(true));
+    LogLines errors(LogLevel::Error);
+    log->Append("before\n");
+    log->Flush();
+    {
+        FaultyLayer disk;
+        disk.fault = FaultyLayer::Fault::FullDisk;
+        for (OutputLog* const one : {log.get(), other.get(), log.get()}) {
+            one->Append("0123456789");
+            one->Flush();
+        }
+    }
+    EXPECT_EQ(errors.Get().size(), 1U);
+    log->Append("after\n");
+    log->Flush();
+    EXPECT_TRUE(Content(folder, work).StartsWith("before\n"));
+    EXPECT_TRUE(Content(folder, work).Contains("bytes could not be written here"));
+    EXPECT_TRUE(Content(folder, work).EndsWith("after\n"));
+}
+
+TEST(OutputLog, LinesOfTheEngineStandOnLinesOfTheirOwn) {
+    TempFolder const temp;
+    OutputFolder folder(temp.Folder());
+    UID const work(true);
+    auto log = folder.Create(work);
+    log->AppendLine("[start]");
+    log->Append("no line feed");
+    log->AppendLine("[end]");
+    log.reset();
+    EXPECT_EQ(Content(folder, work), "[start]\nno line feed\n[end]\n");
+}
+
+TEST(OutputFolder, CleansUpOldLogsAndNothingElse) {
+    TempFolder const temp;
+    OutputFolder folder(temp.Folder());
+    UID const work(true);
+    folder.Create(work)->Append("x");
+    File::WriteWhole(temp / "notes.log", "mine");
+    File::WriteWhole(temp / "notes.txt", "mine");
+    EXPECT_EQ(folder.Cleanup(Time::CurrentTime() - Time::Days(1)), 0U);
+    EXPECT_EQ(folder.Cleanup(Time::CurrentTime() + Time::Days(1)), 1U);
+    EXPECT_FALSE(folder.PathOf(work).Exists());
+    EXPECT_EQ(temp.Names().size(), 2U);
+}
+
+TEST(OutputService, SendsWhatThereIsAndFollowsARunToItsEnd) {
+    TempFolder const temp;
+    OutputFolder folder(temp.Folder());
+    std::set<UID> running;
+    OutputService service(folder, [&](UID const& work) { return running.contains(work); });
+    auto const sink = boost::make_shared<FakeSink>();
+    UID const work(true);
+    running.insert(work);
+    GetOutputMsg const early = Ask(work, true);
+    service.Request(sink, early);
+    service.Pump();
+    EXPECT_TRUE(sink->sent.empty()) << "not begun yet";
+
+    auto log = folder.Create(work);
+    log->Append("one\n");
+    log->Flush();
+    GetOutputMsg const now = Ask(work, false, 2);
+    service.Request(sink, now);
+    EXPECT_EQ(service.Pump(), -1);
+    EXPECT_EQ(PutTogether(*sink, early.request).text, "one\n");
+    EXPECT_FALSE(PutTogether(*sink, early.request).end);
+    EXPECT_EQ(PutTogether(*sink, now.request, 2).text, "e\n");
+    EXPECT_TRUE(PutTogether(*sink, now.request, 2).end);
+
+    log->Append("two\n");
+    log.reset();
+    running.clear();
+    service.Pump();
+    EXPECT_EQ(PutTogether(*sink, early.request).text, "one\ntwo\n");
+    EXPECT_TRUE(PutTogether(*sink, early.request).end);
+    EXPECT_EQ(PutTogether(*sink, early.request).error, "");
+}
+
+TEST(OutputService, ASlowReceiverGetsNoMoreThanItTakes) {
+    TempFolder const temp;
+    OutputFolder folder(temp.Folder());
+    OutputService service(folder, [](UID const&) { return false; });
+    UID const work(true);
+    std::string const big(3'000'000, 'x');
+    folder.Create(work)->Append(big);
+    auto const slow = boost::make_shared<FakeSink>();
+    slow->queued = OutputService::k_QueueBytes + 1;
+    auto const quick = boost::make_shared<FakeSink>();
+    GetOutputMsg const toSlow = Ask(work, false);
+    GetOutputMsg const toQuick = Ask(work, false);
+    service.Request(slow, toSlow);
+    service.Request(quick, toQuick);
+    EXPECT_EQ(service.Pump(), OutputService::k_RetryMs);
+    EXPECT_TRUE(slow->sent.empty());
+    EXPECT_EQ(PutTogether(*quick, toQuick.request).text, big);
+    slow->queued = 0;
+    EXPECT_EQ(service.Pump(), -1);
+    EXPECT_EQ(PutTogether(*slow, toSlow.request).text, big);
+}
+
+TEST(OutputService, SaysWhyThereIsNothingAndForgetsWhoIsGone) {
+    TempFolder const temp;
+    OutputFolder folder(temp.Folder());
+    std::set<UID> running;
+    OutputService service(folder, [&](UID const& work) { return running.contains(work); });
+    auto const sink = boost::make_shared<FakeSink>();
+    GetOutputMsg const unknown = Ask(UID(true), true);
+    service.Request(sink, unknown);
+    service.Pump();
+    EXPECT_TRUE(PutTogether(*sink, unknown.request).end);
+    EXPECT_TRUE(PutTogether(*sink, unknown.request).error.Contains("no output of this run"));
+
+    UID const work(true);
+    running.insert(work);
+    auto const log = folder.Create(work);
+    GetOutputMsg const closed = Ask(work, true);
+    service.Request(sink, closed);
+    service.Close(sink, closed.request);
+    auto const other = boost::make_shared<FakeSink>();
+    service.Request(other, Ask(work, true));
+    service.Gone(other);
+    log->Append("x");
+    log->Flush();
+    service.Pump();
+    EXPECT_TRUE(PutTogether(*sink, closed.request).text.empty());
+    EXPECT_TRUE(other->sent.empty());
+}

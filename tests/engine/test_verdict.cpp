@@ -1,0 +1,148 @@
+#include "corekit/tempfolder.h"
+#include "engine/eventcommands.h"
+#include "engine/verdict.h"
+
+#include <vorlan/engine.h>
+#include <vorlan/job.h>
+#include <vorlan/keys.h>
+#include <vorlan/status.h>
+
+#include <gtest/gtest.h>
+
+using namespace vorlan;
+using Kind = RunEnd::Kind;
+
+TEST(Verdict, SaysWhatBecameOfAUnitAndWhy) {
+    struct Case {
+        char const* name;
+        RunEnd end;
+        corekit::vector<int> codes;
+        char const* error;
+        char const* lastLine;
+        char const* missing;
+        int status;
+        char const* note;
+    };
+    Case const cases[] = {
+        {"success", {Kind::Exited, 0}, {0}, "", "bye", "", Finished, ""},
+        {"a code", {Kind::Exited, 3}, {0}, "", "", "", Unsuccessful, "exit code 3"},
+        {"a code and a last word",
+         {Kind::Exited, 3},
+         {0},
+         "",
+         "no licence",
+         "",
+         Unsuccessful,
+         "exit code 3: no licence"},
+        {"a code that is a success", {Kind::Exited, 211}, {0, 211}, "", "", "", Finished, ""},
+        {"0 is none", {Kind::Exited, 0}, {1}, "", "", "", Unsuccessful, "exit code 0"},
+        {"an error in spite of the code",
+         {Kind::Exited, 0},
+         {0},
+         "Texture missing",
+         "bye",
+         "",
+         Unsuccessful,
+         "Texture missing"},
+        {"the error says more than the code",
+         {Kind::Exited, 1},
+         {0},
+         "Texture missing",
+         "bye",
+         "",
+         Unsuccessful,
+         "Texture missing"},
+        {"a crash", {Kind::Signaled, 11}, {0}, "", "", "", Unsuccessful, "ended by signal 11 (SIGSEGV)"},
+        {"killed",
+         {Kind::Signaled, 9},
+         {0},
+         "",
+         "",
+         "",
+         Unsuccessful,
+         "ended by signal 9 (SIGKILL); the machine may have run out of memory"},
+        {"a file",
+         {Kind::Exited, 0},
+         {0},
+         "",
+         "",
+         "/out/a.png",
+         Unsuccessful,
+         "expected file /out/a.png is missing or empty"},
+        {"not installed",
+         {Kind::NotFound, 0, "x"},
+         {0},
+         "",
+         "",
+         "",
+         Unsuccessful,
+         "povray is not installed on render07 (command: povray +Ia.pov). Install it or disable the Product on this "
+         "Engine."},
+        {"no folder",
+         {Kind::NotStarted, 0, "The working folder \"/x\" cannot be entered."},
+         {0},
+         "",
+         "",
+         "",
+         Unsuccessful,
+         "The working folder \"/x\" cannot be entered."},
+        {"no helper", {Kind::Lost, 0, "The helper was ended."}, {0}, "", "", "", Unsuccessful, "The helper was ended."},
+    };
+    for (Case const& one : cases) {
+        SCOPED_TRACE(one.name);
+        Verdict const verdict =
+            Judge({one.end, "povray", "povray +Ia.pov", "render07", one.codes, one.error, one.lastLine, one.missing});
+        EXPECT_EQ(verdict.status, one.status);
+        EXPECT_EQ(verdict.note, one.note);
+    }
+}
+
+TEST(Verdict, LooksForExpectedFiles) {
+    TempFolder const folder;
+    File::WriteWhole(folder / "full", "x");
+    File::WriteWhole(folder / "empty", "");
+    String const full = (folder / "full").Text();
+    EXPECT_EQ(FindMissingFile({"full", full}, folder.Folder()), "");
+    EXPECT_EQ(FindMissingFile({"full", "empty"}, folder.Folder()), (folder / "empty").Text());
+    EXPECT_EQ(FindMissingFile({"full", "/no/such", "empty"}, folder.Folder()), "/no/such");
+}
+
+TEST(Verdict, LooksForShares) {
+    TempFolder const folder;
+    String const there = folder.Folder().Text();
+    struct Case {
+        String resources;
+        char const* expected; // a part of the text; empty: all is well
+    };
+    Case const cases[] = {
+        {"", ""},
+        {" ; ", ""},
+        {there + " = //server/a", ""},
+        {there, ""},
+        {there + " = //server/a ; /no/such/b = //server/b ; " + there, "/no/such/b (//server/b)"},
+        {"Z: = //server/z", "Z: (//server/z)"},
+        {"\"" + there + "\" = x;/no/such/c", "share /no/such/c is"},
+    };
+    for (Case const& one : cases) {
+        SCOPED_TRACE(one.resources);
+        String const error = CheckShares(one.resources, "render07");
+        EXPECT_EQ(error.Empty(), *one.expected == 0) << error;
+        EXPECT_TRUE(error.Contains(one.expected)) << error;
+    }
+}
+
+TEST(EventCommands, PutValuesInAsHarmlessWords) {
+    Job work(UID(true));
+    work.SetParameter(p_Name, "1-4");
+    work.SetParameter("Scene", "a b; rm -rf '/'");
+    work.SetParameter(p_WorkStartedEvt, "notify $(Engine.Name) $(Scene)");
+    Engine settings;
+    settings.SetEventCommand("WorkStartedEvt", "touch /tmp/$(Name)");
+    auto const commands = CommandsFor("WorkStartedEvt", &settings, work, nullptr, {{"Engine.Name", "render07"}});
+    ASSERT_EQ(commands.size(), 2U);
+    EXPECT_EQ(commands[0].label, "Work Started");
+    EXPECT_EQ(commands[0].script, "touch /tmp/1-4");
+    EXPECT_EQ(commands[1].script, "notify render07 'a b; rm -rf '\\''/'\\'''");
+    EXPECT_TRUE(CommandsFor("WorkFinishedEvt", &settings, work, nullptr, {}).empty());
+    EXPECT_TRUE(CommandsFor("WorkFinishedEvt", nullptr, work, nullptr, {}).empty());
+}
