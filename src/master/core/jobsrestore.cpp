@@ -32,6 +32,7 @@ void Jobs::RestoreJob(Record const& record) {
     job.number = record.number;
     job.job = DecodeJob(record.body);
     job.id = job.job->id;
+    job.toldPermille = -1; // the row may have an older one
     if (job.id != UIDOfRecord(record))
         throw ParseException("A Job of the store has another id in its values than in its row.");
     ReadSettings(job);

@@ -211,7 +211,7 @@ void Loader::AddEngine(EngineEntry const& engine, LoadTask const& task, size_t& 
     }
 }
 
-MessagePtr Loader::HistoryOf(JobEntry const& job) const {
+MessagePtr Loader::HistoryOf(JobEntry const& job) {
     auto message = JobHistoryMsg::New();
     message->job = job.id;
     auto const add = [&](UID const& work, UID const& engine, String const& subRange, RunElement const& element) {

@@ -24,7 +24,7 @@ public:
     bool Pull(Peer& peer, size_t maxBytes, std::vector<MessagePtr>& out);
 
     /// The history of a Job, put together from its rows and its active runs.
-    MessagePtr HistoryOf(JobEntry const& job) const;
+    static MessagePtr HistoryOf(JobEntry const& job);
     /// What tells of a unit that is out.
     static MessagePtr UnitMessage(Run const& run);
 

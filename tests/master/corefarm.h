@@ -1,0 +1,208 @@
+// A small farm around a Core, for the tests of its decisions.
+#pragma once
+
+#include "master/core/audit.h"
+#include "master/core/core.h"
+
+#include <boost/make_shared.hpp>
+#include <vorlan/keys.h>
+#include <vorlan/messages.h>
+#include <vorlan/product.h>
+#include <vorlan/status.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <utility>
+
+namespace farm {
+
+/// One client that follows everything, and Engines by name. Committing and sending are
+/// left out: what the Core wants sent is looked at.
+class CoreFarm {
+public:
+    using Values = std::vector<std::pair<char const*, String>>;
+
+    explicit CoreFarm(bool withClient = true) {
+        for (ProductClass const productClass :
+             {ProductClass::Sequence, ProductClass::Single, ProductClass::OncePerEngine}) {
+            auto product = Product::CreateDefault(productClass);
+            product->SetType(UID::FromName(Product::ClassName(productClass)));
+            m_config.products.push_back(product);
+        }
+        core = std::make_unique<Core>(m_config);
+        core->RestoreDone(now);
+        if (!withClient)
+            return;
+        client = Connect(net::PeerKind::Client);
+        auto follow = NotifyOnEventMsg::New();
+        follow->AddAll();
+        Send(client, follow);
+    }
+
+    static UID TypeOf(ProductClass productClass) { return UID::FromName(Product::ClassName(productClass)); }
+
+    PeerId Connect(net::PeerKind kind) {
+        Handle(PeerConnected{++m_lastPeer, kind, UID::Null, "test"});
+        return m_lastPeer;
+    }
+
+    void Handle(Event const& event) {
+        effects.clear();
+        core->Handle(now, event, effects);
+        for (Effect const& effect : effects) {
+            if (auto const* const record = std::get_if<Record>(&effect))
+                Keep(*record);
+        }
+        for (String const& fault : Audit(core->State()))
+            ADD_FAILURE() << fault;
+    }
+    void Send(PeerId peer, boost::shared_ptr<Message> const& message) { Handle(PeerMessage{peer, message}); }
+    void Pass(Time span) {
+        now += span;
+        Handle(Tick{});
+    }
+
+    /// A new Core with what was stored.
+    void Restart() {
+        core = std::make_unique<Core>(m_config);
+        for (auto const& [key, record] : m_rows)
+            core->Restore(record);
+        core->RestoreDone(now);
+    }
+
+    /// Connects an Engine, or one that was there before with what it runs now.
+    UID AddEngine(String const& name, unsigned cores, std::vector<RunState> running = {},
+                  std::vector<WorkEnded> ended = {}) {
+        auto message = RegisterEngineMsg::New();
+        message->engine.id = UID::FromName(name);
+        message->engine.SetName(name);
+        message->engine.SetMaxCores(cores);
+        message->running = std::move(running);
+        message->ended = std::move(ended);
+        PeerId const peer = Connect(net::PeerKind::Engine);
+        engines[name] = peer;
+        Send(peer, message);
+        return message->engine.id;
+    }
+
+    void ChangeEngine(String const& name, std::function<void(Engine&)> const& change) {
+        auto message = EngineMsg::New();
+        message->engine = *FindEngine(name).engine;
+        change(message->engine);
+        Send(client, message);
+    }
+
+    UID Submit(String const& name, Values const& values, ProductClass productClass = ProductClass::Sequence) {
+        auto job = boost::make_shared<Job>(UID::FromName(name));
+        job->Set(p_Type, TypeOf(productClass).ToString());
+        job->SetName(name);
+        job->Set(p_Range, "1-10");
+        for (auto const& [key, value] : values)
+            job->Set(key, value);
+        Send(client, JobMsg::Create(job));
+        return job->id;
+    }
+
+    void SetOptions(char const* section, Values const& values) {
+        auto message = SetMasterOptionsMsg::New();
+        message->section = section;
+        for (auto const& [key, value] : values)
+            message->options[key] = value;
+        Send(client, message);
+    }
+    void SetParameter(UID const& job, char const* name, String const& value) {
+        auto message = JobParameterMsg::New();
+        message->job = job;
+        message->name = name;
+        message->value = value;
+        Send(client, message);
+    }
+
+    /// The active units of an Engine as "Job:frames", in the order in which they were given.
+    String UnitsOn(String const& name) const {
+        String text;
+        for (auto const& [number, run] : core->State().runs) {
+            if (run->job && run->engine->engine->Name() == name)
+                text += (text.Empty() ? "" : " ") + run->job->job->Name() + ":" + run->subRange;
+        }
+        return text;
+    }
+
+    Run const* FindUnit(String const& subRange, String const& job = {}) const {
+        for (auto const& [number, run] : core->State().runs) {
+            if (run->job && run->subRange == subRange && (job.Empty() || run->job->job->Name() == job))
+                return run.get();
+        }
+        return nullptr;
+    }
+
+    void Begin(Run const* run) {
+        auto message = WorkBegunMsg::New();
+        message->work = run->work;
+        message->time = now;
+        Send(run->engine->peer, message);
+    }
+    void End(Run const* run, int status = Finished) {
+        auto message = WorkEndedMsg::New();
+        message->ended = {run->work, run->job->id, status, "ended", now, 0};
+        Send(run->engine->peer, message);
+    }
+    void Stop(Run const* run, int status, StopAction action) {
+        auto message = StopWorkMsg::New();
+        message->work = run->work;
+        message->status = status;
+        message->action = static_cast<int>(action);
+        message->reason = "asked for";
+        Send(client, message);
+    }
+
+    JobEntry const* FindJob(UID const& id) const {
+        auto const at = core->State().jobsById.find(id);
+        return at == core->State().jobsById.end() ? nullptr : at->second;
+    }
+    EngineEntry const& FindEngine(String const& name) const {
+        return *core->State().enginesById.at(UID::FromName(name));
+    }
+    int StatusOf(UID const& job) const { return FindJob(job)->job->Status(); }
+
+    /// The messages of a kind that the last event sent to a peer, or to anybody for 0.
+    template <class T>
+    std::vector<boost::shared_ptr<T const>> Sent(PeerId peer = 0) const {
+        std::vector<boost::shared_ptr<T const>> found;
+        for (Effect const& effect : effects) {
+            MessagePtr message;
+            if (auto const* const send = std::get_if<SendTo>(&effect); send && (peer == 0 || send->peer == peer))
+                message = send->message;
+            else if (auto const* const all = std::get_if<SendAll>(&effect))
+                message = all->message;
+            if (message && message->Type() == T::s_Type)
+                found.push_back(boost::static_pointer_cast<T const>(message));
+        }
+        return found;
+    }
+
+    std::unique_ptr<Core> core;
+    Time now = Time::FromUnixMs(1'800'000'000'000);
+    PeerId client = 0;
+    std::map<String, PeerId> engines;
+    std::vector<Effect> effects; ///< of the last event
+
+private:
+    void Keep(Record const& record) {
+        int const kind = static_cast<int>(record.kind);
+        if (record.op == Record::Op::Put)
+            m_rows[{kind, record.number}] = record;
+        else if (record.op == Record::Op::Erase)
+            m_rows.erase({kind, record.number});
+        else
+            std::erase_if(m_rows,
+                          [&](auto const& row) { return row.first.first == kind && row.second.job == record.job; });
+    }
+
+    CoreConfig m_config;
+    std::map<std::pair<int, uint64_t>, Record> m_rows;
+    PeerId m_lastPeer = 0;
+};
+
+} // namespace farm

@@ -1,0 +1,352 @@
+// What becomes of work and of Jobs.
+#include "corefarm.h"
+
+#include "master/core/loader.h"
+
+namespace farm {
+namespace {
+
+TEST(CoreWork, ARunTellsItsHistory) {
+    CoreFarm farm;
+    farm.AddEngine("e", 1);
+    UID const job = farm.Submit("a", {{p_Range, "7"}});
+    auto const* const run = farm.FindUnit("7");
+    ASSERT_NE(run, nullptr);
+    UID const work = run->work;
+    farm.Begin(run);
+    farm.now += Time::Seconds(3);
+    farm.End(run);
+    EXPECT_EQ(farm.Sent<WorkEndedAckMsg>().size(), 1U);
+    EXPECT_EQ(farm.Sent<FinishedJobMsg>().size(), 1U);
+    EXPECT_EQ(farm.Sent<JobGoneMsg>(farm.engines["e"]).size(), 1U);
+    EXPECT_EQ(farm.StatusOf(job), Finished);
+    EXPECT_EQ(farm.FindJob(job)->job->Get(p_PercentDone, false), "100");
+    auto const history = boost::static_pointer_cast<JobHistoryMsg const>(Loader::HistoryOf(*farm.FindJob(job)));
+    WorkRun const& told = history->history.FindWork(work);
+    ASSERT_EQ(told.ElementCount(), 4U);
+    int const statuses[] = {Assigned, Started, Finished, Closed};
+    for (size_t i = 0; i < 4; ++i)
+        EXPECT_EQ(told[i].status, statuses[i]);
+    EXPECT_EQ(told.RunTime(), Time::Seconds(3));
+}
+
+TEST(CoreWork, AStopLeadsWhereItsActionSays) {
+    struct Case {
+        int status;
+        StopAction action;
+        int told; // the result that clients hear
+        uint64_t queued, canceled, failed;
+    };
+    for (Case const& c : {Case{UserAborted, StopAction::Requeue, UserAborted, 1, 0, 0},
+                          Case{Unsuccessful, StopAction::Requeue, Unsuccessful, 1, 0, 0},
+                          Case{UserCanceled, StopAction::Requeue, UserAborted, 1, 0, 0},
+                          Case{UserCanceled, StopAction::Cancel, UserCanceled, 0, 1, 0},
+                          Case{AdministratorAborted, StopAction::Cancel, AdministratorCanceled, 0, 1, 0},
+                          Case{Failed, StopAction::Cancel, Failed, 0, 0, 1},
+                          Case{UserAborted, StopAction::SubmitAsNew, UserCanceled, 0, 1, 0}}) {
+        CoreFarm farm;
+        farm.AddEngine("e", 2);
+        UID const id = farm.Submit("a", {{p_Range, "1-2"}});
+        auto const* const run = farm.FindUnit("1");
+        farm.Stop(run, c.status, c.action);
+        auto const orders = farm.Sent<EndWorkMsg>(farm.engines["e"]);
+        ASSERT_EQ(orders.size(), 1U);
+        EXPECT_NE(farm.FindUnit("1"), nullptr) << "it is active until the Engine says otherwise";
+        farm.SetParameter(id, p_Status, "-1");
+        farm.End(run, orders[0]->status);
+        auto const told = farm.Sent<FinishedWorkMsg>();
+        ASSERT_EQ(told.size(), 1U);
+        EXPECT_EQ(told[0]->status, c.told);
+        JobEntry const& job = *farm.FindJob(id);
+        EXPECT_EQ(job.queue.Count(), c.queued);
+        EXPECT_EQ(job.canceled.Count(), c.canceled);
+        EXPECT_EQ(job.failed.Count(), c.failed);
+        EXPECT_EQ(farm.core->State().jobs.size(), c.action == StopAction::SubmitAsNew ? 2U : 1U);
+        if (c.action == StopAction::SubmitAsNew) {
+            EXPECT_EQ(farm.core->State().jobs.rbegin()->second->job->Get(p_Range, false), "1");
+        }
+    }
+}
+
+TEST(CoreWork, FailuresComeToAnEnd) {
+    CoreFarm farm;
+    farm.SetOptions(o_Distribution, {{o_MaxJobFailures, "2"}, {o_MaxTotalJobFailures, "3"}});
+    farm.AddEngine("e", 1);
+    UID const a = farm.Submit("a", {{p_Range, "1-9"}, {p_FailureLimit, "9"}});
+    farm.End(farm.FindUnit("1"), Unsuccessful);
+    EXPECT_EQ(farm.UnitsOn("e"), "a:2") << "a failed unit comes after those that were never tried";
+    farm.End(farm.FindUnit("2"), Unsuccessful);
+    EXPECT_EQ(farm.UnitsOn("e"), "") << "this Engine has failed on it twice";
+    farm.AddEngine("f", 1);
+    farm.End(farm.FindUnit("3"), Unsuccessful);
+    farm.AddEngine("g", 1);
+    EXPECT_EQ(farm.UnitsOn("g"), "") << "the Job has failed three times";
+    EXPECT_EQ(farm.StatusOf(a), Queued) << "it is not finished for that";
+    auto reset = ResetJobFailuresMsg::New();
+    reset->job = a;
+    farm.Send(farm.client, reset);
+    EXPECT_NE(farm.UnitsOn("g"), "");
+
+    CoreFarm other;
+    other.AddEngine("e", 1);
+    UID const b = other.Submit("b", {{p_Range, "1"}, {p_FailureLimit, "2"}});
+    other.End(other.FindUnit("1"), Unsuccessful);
+    other.End(other.FindUnit("1"), Unsuccessful);
+    EXPECT_EQ(other.Sent<FinishedWorkMsg>()[0]->status, Failed);
+    EXPECT_EQ(other.StatusOf(b), Failed);
+}
+
+TEST(CoreWork, TimeOutsGiveWorkBack) {
+    CoreFarm farm;
+    farm.AddEngine("e", 1);
+    farm.Submit("a", {{p_Range, "1-7"}, {p_OvertimeKill, "2"}});
+    UID const stuck = farm.FindUnit("1")->work;
+    for (int i = 0; i < 12; ++i) {
+        farm.Send(farm.engines["e"], HeartbeatMsg::New());
+        farm.Pass(Time::Seconds(5));
+    }
+    EXPECT_EQ(farm.Sent<EndWorkMsg>(farm.engines["e"]).size(), 1U);
+    EXPECT_EQ(farm.Sent<FinishedWorkMsg>()[0]->status, TimedOut);
+    EXPECT_EQ(farm.FindEngine("e").used, 1U) << "the core stays in use until the Engine has ended it";
+    auto ended = WorkEndedMsg::New();
+    ended->ended = {stuck, UID::FromName("a"), TimedOut, "", farm.now, 0};
+    farm.Send(farm.engines["e"], ended);
+    EXPECT_EQ(farm.UnitsOn("e"), "a:2");
+    for (int i = 0; i < 5; ++i) {
+        auto const* const run = farm.core->State().runs.begin()->second.get();
+        farm.Begin(run);
+        farm.now += Time::Seconds(4);
+        farm.End(run);
+    }
+    auto const* const slow = farm.core->State().runs.begin()->second.get();
+    farm.Begin(slow);
+    farm.Pass(Time::Seconds(7));
+    EXPECT_FALSE(slow->stop);
+    farm.Pass(Time::Seconds(2));
+    ASSERT_TRUE(slow->stop) << "twice the average of four seconds has passed";
+    EXPECT_EQ(slow->stop->status, TimedOut);
+}
+
+TEST(CoreWork, AnEngineThatComesBackSettles) {
+    CoreFarm farm;
+    UID const engine = farm.AddEngine("e", 4);
+    UID const job = farm.Submit("a", {{p_Range, "1-4"}});
+    std::map<String, UID> works;
+    for (auto const* const run : farm.FindJob(job)->runs)
+        works[run->subRange] = run->work;
+    farm.Begin(farm.FindUnit("1"));
+    for (bool const masterRestarts : {false, true}) {
+        if (masterRestarts)
+            farm.Restart();
+        else
+            farm.Handle(PeerGone{farm.engines["e"]});
+        EXPECT_EQ(farm.FindJob(job)->runs.size(), masterRestarts ? 2U : 4U);
+        // It runs 1 and 2, has finished 3, and never got 4.
+        farm.AddEngine("e", 4, {{works["1"], job, Started, farm.now, "1"}, {works["2"], job, Assigned, Time(), "2"}},
+                       {{works["3"], job, Finished, "", farm.now, 0}});
+        EXPECT_EQ(farm.Sent<WorkEndedAckMsg>().size(), 1U);
+        EXPECT_EQ(farm.FindUnit("1")->work, works["1"]);
+        EXPECT_EQ(farm.FindUnit("2")->work, works["2"]);
+        EXPECT_EQ(farm.FindJob(job)->finished.Count(), 1U);
+        if (!masterRestarts) {
+            ASSERT_NE(farm.FindUnit("4"), nullptr);
+            EXPECT_NE(farm.FindUnit("4")->work, works["4"]) << "it is handed out anew";
+            farm.End(farm.FindUnit("4"), UserAborted);
+            farm.SetParameter(job, p_Status, "-1");
+            if (auto const* const again = farm.FindUnit("4"))
+                farm.End(again, UserAborted);
+        }
+    }
+    EXPECT_EQ(farm.FindEngine("e").id, engine);
+}
+
+TEST(CoreWork, ALateResultCountsOnce) {
+    CoreFarm farm;
+    farm.AddEngine("e", 1);
+    UID const job = farm.Submit("a", {{p_Range, "1-2"}});
+    UID const work = farm.FindUnit("1")->work;
+    farm.Handle(PeerGone{farm.engines["e"]});
+    farm.Pass(Time::Seconds(121));
+    EXPECT_EQ(farm.Sent<FinishedWorkMsg>()[0]->status, Lost);
+    farm.AddEngine("f", 1);
+    ASSERT_EQ(farm.UnitsOn("f"), "a:1") << "it was queued again";
+    WorkEnded const ended{work, job, Finished, "", farm.now, 0};
+    farm.AddEngine("e", 1, {}, {ended});
+    EXPECT_EQ(farm.FindJob(job)->finished.Count(), 1U);
+    EXPECT_EQ(farm.UnitsOn("e"), "a:2") << "frame 1 is not run again";
+    EXPECT_EQ(farm.UnitsOn("f"), "");
+    auto again = WorkEndedMsg::New();
+    again->ended = ended;
+    farm.Send(farm.engines["e"], again);
+    EXPECT_EQ(farm.Sent<WorkEndedAckMsg>().size(), 1U);
+    EXPECT_EQ(farm.Sent<WorkHistoryElementMsg>().size(), 0U);
+}
+
+TEST(CoreWork, OncePerEngineGoesToEachThatTakesPart) {
+    CoreFarm farm;
+    farm.AddEngine("e", 2);
+    farm.AddEngine("f", 2);
+    farm.AddEngine("off", 2);
+    farm.ChangeEngine("off", [](Engine& engine) { engine.SetEnabled(false); });
+    UID const job = farm.Submit("a", {}, ProductClass::OncePerEngine);
+    EXPECT_EQ(farm.FindJob(job)->Total(), 2U);
+    EXPECT_EQ(farm.UnitsOn("e"), "a:1");
+    EXPECT_EQ(farm.UnitsOn("f"), "a:2");
+    farm.End(farm.FindUnit("1"), UserAborted);
+    EXPECT_EQ(farm.UnitsOn("e"), "a:1") << "it is this Engine's own";
+    farm.ChangeEngine("off", [](Engine& engine) { engine.SetEnabled(true); });
+    EXPECT_EQ(farm.UnitsOn("off"), "");
+    UID const single = farm.Submit("b", {}, ProductClass::Single);
+    EXPECT_EQ(farm.FindJob(single)->Total(), 1U);
+}
+
+TEST(CoreWork, DeletesAsItIsTold) {
+    for (bool const immediately : {true, false}) {
+        CoreFarm farm;
+        farm.AddEngine("e", 1);
+        UID const job = farm.Submit("a", {});
+        auto message = DeleteJobMsg::New();
+        message->job = job;
+        message->immediately = immediately;
+        auto const* const run = farm.FindUnit("1");
+        UID const work = run->work;
+        farm.Send(farm.client, message);
+        EXPECT_EQ(farm.Sent<DeleteJobMsg>().size(), immediately ? 1U : 0U);
+        EXPECT_EQ(farm.Sent<EndWorkMsg>().size(), immediately ? 1U : 0U);
+        EXPECT_EQ(farm.FindEngine("e").used, 1U);
+        auto ended = WorkEndedMsg::New();
+        ended->ended = {work, job, immediately ? UserCanceled : Finished, "", farm.now, 0};
+        farm.Send(farm.engines["e"], ended);
+        EXPECT_EQ(farm.Sent<WorkEndedAckMsg>().size(), 1U);
+        EXPECT_EQ(farm.FindJob(job), nullptr);
+        EXPECT_EQ(farm.FindEngine("e").used, 0U);
+        EXPECT_EQ(farm.UnitsOn("e"), "");
+    }
+}
+
+TEST(CoreWork, FinishedJobsGoWhenTheirTimeHasCome) {
+    struct Case {
+        char const* option;
+        char const* disposition;
+        int64_t seconds; // -1: never
+    };
+    for (Case const& c :
+         {Case{"0", "-1", -1}, Case{"1", "-1", 0}, Case{"2", "-1", 7200}, Case{"1", "0", -1}, Case{"0", "1", 0}}) {
+        CoreFarm farm;
+        farm.SetOptions(o_Distribution, {{o_AutoDelete, c.option}, {o_DeleteAfter, "2"}});
+        farm.AddEngine("e", 1);
+        UID const job = farm.Submit("a", {{p_Range, "1"}, {p_FinishDisposition, c.disposition}});
+        farm.End(farm.FindUnit("1"));
+        EXPECT_EQ(farm.FindJob(job) == nullptr, c.seconds == 0) << c.option << c.disposition;
+        farm.Restart();
+        farm.Pass(Time::Seconds(7199));
+        EXPECT_EQ(farm.FindJob(job) == nullptr, c.seconds == 0) << c.option << c.disposition;
+        farm.Pass(Time::Seconds(2));
+        EXPECT_EQ(farm.FindJob(job) == nullptr, c.seconds >= 0) << c.option << c.disposition;
+    }
+}
+
+TEST(CoreWork, AFinishedJobIsTakenUpAgainAsANewOne) {
+    CoreFarm farm;
+    farm.AddEngine("e", 1);
+    UID const id = farm.Submit("a", {{p_Range, "1"}});
+    farm.End(farm.FindUnit("1"));
+    auto job = boost::make_shared<Job>(*farm.FindJob(id)->job);
+    job->SetStatus(Queued);
+    farm.Send(farm.client, JobMsg::Create(job));
+    EXPECT_EQ(farm.Sent<DeleteJobMsg>().size(), 1U);
+    EXPECT_EQ(farm.Sent<JobMsg>().size(), 1U);
+    EXPECT_NE(farm.FindUnit("1"), nullptr);
+}
+
+TEST(CoreWork, RefusesWhatCannotBe) {
+    CoreFarm farm;
+    UID const job = farm.Submit("a", {});
+    auto const refused = [&] { return farm.Sent<RefusedMsg>(farm.client).size() == 1; };
+    farm.Submit("b", {{p_Range, "1-x"}});
+    EXPECT_TRUE(refused());
+    farm.Submit("b", {{p_Type, UID::FromName("nothing").ToString()}});
+    EXPECT_TRUE(refused());
+    farm.Submit("b", {}, ProductClass::OncePerEngine);
+    EXPECT_TRUE(refused()) << "there is no Engine";
+    farm.SetParameter(job, p_Range, "9-");
+    EXPECT_TRUE(refused());
+    farm.SetParameter(job, p_Type, "x");
+    EXPECT_TRUE(refused());
+    farm.SetParameter(job, p_Status, "2");
+    EXPECT_TRUE(refused());
+    farm.SetParameter(UID::FromName("nobody"), p_Note, "x");
+    EXPECT_TRUE(refused());
+    auto product = ProductMsg::New();
+    product->text = "{";
+    farm.Send(farm.client, product);
+    EXPECT_TRUE(refused());
+    EXPECT_EQ(farm.core->State().jobs.size(), 1U);
+    EXPECT_EQ(farm.FindJob(job)->job->Get(p_Range, false), "1-10");
+    // An Engine gives no commands of clients, and nobody else reports work.
+    PeerId const engine = farm.Connect(net::PeerKind::Engine);
+    auto gone = DeleteJobMsg::New();
+    gone->job = job;
+    gone->immediately = true;
+    farm.Send(engine, gone);
+    EXPECT_NE(farm.FindJob(job), nullptr);
+}
+
+TEST(CoreWork, ALoadTellsEachJobOnce) {
+    CoreFarm farm;
+    farm.AddEngine("e", 2);
+    for (int i = 0; i < 20; ++i)
+        farm.Submit("job" + String::From(i), {});
+    PeerId const late = farm.Connect(net::PeerKind::Client);
+    EXPECT_EQ(farm.Sent<ProductMsg>(late).size(), 3U);
+    EXPECT_EQ(farm.Sent<LoadedMsg>(late).size(), 1U);
+    auto follow = NotifyOnEventMsg::New();
+    follow->AddAll();
+    farm.Send(late, follow);
+    auto load = GetJobInfoMsg::New();
+    load->AddAll();
+    load->wantJob = true;
+    farm.Send(late, load);
+    std::vector<MessagePtr> told;
+    EXPECT_TRUE(farm.core->Pull(late, 1500, told));
+    size_t const early = told.size();
+    EXPECT_LT(early, 15U);
+    // An event for a Job that the load has not come to is not told beside it.
+    farm.SetParameter(UID::FromName("job19"), p_Note, "x");
+    EXPECT_EQ(farm.Sent<JobParameterMsg>(late).size(), 0U);
+    EXPECT_EQ(farm.Sent<JobParameterMsg>(farm.client).size(), 1U);
+    farm.SetParameter(UID::FromName("job0"), p_Note, "x");
+    EXPECT_EQ(farm.Sent<JobParameterMsg>(late).size(), 1U);
+    while (farm.core->Pull(late, 1500, told)) {
+    }
+    size_t jobs = 0;
+    size_t units = 0;
+    for (MessagePtr const& message : told) {
+        jobs += message->Type() == JobMsg::s_Type ? 1 : 0;
+        units += message->Type() == AssignedWorkMsg::s_Type ? 1 : 0;
+    }
+    EXPECT_EQ(jobs, 20U);
+    EXPECT_EQ(units, 2U);
+    EXPECT_EQ(told.front()->Type(), StartJobInfoMsg::s_Type);
+    EXPECT_EQ(told.back()->Type(), EndJobInfoMsg::s_Type);
+    farm.SetParameter(UID::FromName("job19"), p_Note, "y");
+    EXPECT_EQ(farm.Sent<JobParameterMsg>(late).size(), 1U);
+}
+
+TEST(CoreWork, OptionsAreMergedAndToldAsAWhole) {
+    CoreFarm farm;
+    farm.SetOptions(o_Distribution, {{o_FIFO, k_No}});
+    farm.SetOptions(o_Distribution, {{o_MaxJobFailures, "7"}});
+    auto const told = farm.Sent<SetMasterOptionsMsg>(farm.client);
+    ASSERT_EQ(told.size(), 1U);
+    EXPECT_EQ(told[0]->options, (OptionMap{{o_FIFO, k_No}, {o_MaxJobFailures, "7"}}));
+    farm.SetOptions(o_Setup, {{o_Message, "hello"}, {o_Administrate, "5"}});
+    ASSERT_GE(farm.Sent<MasterInfoMsg>(farm.client).size(), 1U);
+    EXPECT_EQ(farm.Sent<MasterInfoMsg>(farm.client)[0]->message, "hello");
+    farm.Restart();
+    EXPECT_FALSE(farm.core->State().policy.fifo);
+    EXPECT_EQ(farm.core->State().policy.maxJobFailures, 7U);
+}
+
+} // namespace
+} // namespace farm
