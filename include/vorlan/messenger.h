@@ -77,7 +77,8 @@ public:
     // For each folder its path by platform, as the Master told last.
     static corekit::vector<corekit::map<String, String>> PathTranslations();
 
-    // Why there is no connection, for people; empty when there is one.
+    // Why there is no connection, for people; empty when there is one or none is
+    // looked for.
     static String LastFailure();
 };
 

@@ -368,6 +368,13 @@ TEST_F(MessengerTest, OutputComesIntoALocalFile) {
     }
     UID const silent(true);
     ASSERT_TRUE(FileServer::Request(silent, UID::FromName("silent"), true) != nullptr);
+    ASSERT_TRUE(WaitFor([&] {
+        auto const got = master.Messages();
+        return std::any_of(got.begin(), got.end(), [&](boost::shared_ptr<Message> const& message) {
+            auto const* const asked = dynamic_cast<GetOutputMsg const*>(message.get());
+            return asked && asked->request == silent;
+        });
+    }));
     UID const released(true);
     ASSERT_TRUE(FileServer::Request(released, UID::FromName("silent"), true) != nullptr);
     FileServer::Release(released);

@@ -110,8 +110,11 @@ public:
             int again = 0;
             if (!FileLock::IsHeld(m_lock, nullptr, &again))
                 return true;
-            if (again == process && handle)
-                return EndProcess(handle.Get(), graceMs);
+            if (again == process && handle) {
+                if (!EndProcess(handle.Get(), graceMs))
+                    return false;
+                continue;
+            }
             if (again == process && failure != ESRCH)
                 return Failed(std::strerror(failure));
             // Another one has just taken its place, or a dying child still holds the file.

@@ -123,6 +123,10 @@ void State::Stop(bool flush, bool forGood, bool reconnect) {
     thread->Release(true);
     if (std::unique_ptr<net::Client> const client = std::move(m_client))
         client->FlushAndStop(flush ? k_FlushMs : 0);
+    {
+        std::lock_guard const lock(m_guard);
+        m_master.failure.clear();
+    }
     control.unlock();
     if (!forGood)
         return;
