@@ -90,7 +90,7 @@ public:
         auto const registered = inbox.Wait<RegisterEngineMsg>();
         Product product("Shell", k_Type);
         LaunchTemplate launch;
-        launch.arguments = {{ArgumentTemplate::Kind::Text, "$(Script:expand)", {}}};
+        launch.arguments = {{ArgumentTemplate::Kind::CommandLine, "Script", {}}};
         launch.shell = "Yes";
         product.SetLaunch(launch);
         auto const message = ProductMsg::New();
