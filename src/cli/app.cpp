@@ -1,6 +1,7 @@
 #include "cli/app.h"
 
 #include "cli/commandtools.h"
+#include "cli/resolve.h"
 
 #include <corekit/log.h>
 #include <vorlan/version.h>
@@ -30,7 +31,6 @@ void Declare(CLI::App& app, Commands& commands, std::string& hosts) {
                    "The Master's host, or several with blanks between them, each with :PORT if "
                    "need be")
         ->type_name("HOST");
-    app.footer(k_Footer);
     AddSubmitCommand(commands);
     AddJobCommands(commands);
     AddWorkCommands(commands);
@@ -38,6 +38,40 @@ void Declare(CLI::App& app, Commands& commands, std::string& hosts) {
     AddControlCommands(commands);
     AddFarmCommands(commands);
     AddKeyCommands(commands);
+    app.footer(k_Footer); // last, or every command had it, too
+}
+
+corekit::vector<String> CommandNames(CLI::App const& app) {
+    corekit::vector<String> names;
+    for (CLI::App const* sub : app.get_subcommands({}))
+        names.push_back(sub->get_name());
+    return names;
+}
+
+// What stands where a command should; empty when that is fine.
+String UnknownCommand(corekit::vector<String> const& names, std::vector<std::string> const& arguments) {
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        String const word = arguments[i];
+        if (word == "--master")
+            ++i;
+        else if (!word.StartsWith("-"))
+            return std::find(names.begin(), names.end(), word) == names.end() ? word : String();
+    }
+    return String();
+}
+
+void PrintUsageError(CLI::App const& app, CLI::ParseError const& error, std::vector<std::string> const& arguments,
+                     Terminal& terminal) {
+    corekit::vector<String> const names = CommandNames(app);
+    String const unknown = UnknownCommand(names, arguments);
+    if (unknown.empty()) {
+        app.exit(error, terminal.out, terminal.err);
+        return;
+    }
+    String const nearest = NearestName(unknown, names);
+    terminal.err << "vorlan: There is no command \"" << Printable(unknown) << "\"."
+                 << (nearest.empty() ? String() : " Is \"" + nearest + "\" meant?") << " `vorlan --help` lists all."
+                 << std::endl;
 }
 
 ExitCode Run(Action const& action, Context& context) {
@@ -75,8 +109,10 @@ int RunCommandLine(std::vector<std::string> const& arguments, Terminal& terminal
         std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
         app.parse(std::move(reversed));
     } catch (CLI::ParseError const& error) {
-        int const code = app.exit(error, terminal.out, terminal.err);
-        return code == 0 ? 0 : static_cast<int>(ExitCode::Usage);
+        if (error.get_exit_code() == 0)
+            return app.exit(error, terminal.out, terminal.err); // --help and --version
+        PrintUsageError(app, error, arguments, terminal);
+        return static_cast<int>(ExitCode::Usage);
     } catch (std::exception const& exception) {
         terminal.err << "vorlan: " << exception.what() << std::endl;
         return static_cast<int>(ExitCode::Failed);

@@ -9,6 +9,8 @@
 #include <vorlan/keys.h>
 #include <vorlan/product.h>
 
+#include <algorithm>
+#include <array>
 #include <ostream>
 
 namespace vorlan::cli {
@@ -77,6 +79,14 @@ void PrintLine(Context& context, String const& name, String const& value) {
     context.Out() << SFormat("%-18s  ", name.c_str()) << Printable(shown, true) << '\n';
 }
 
+// Shown above already, or nothing for people.
+bool IsShownElsewhere(String const& name) {
+    constexpr std::array k_Names{p_ID,    p_ParentID, p_Name, p_Note,    p_Type,         p_Status,
+                                 p_Range, p_Creator,  p_Pool, p_Created, p_FinishedTime, p_PercentDone};
+    return std::any_of(k_Names.begin(), k_Names.end(),
+                       [&](char const* other) { return name.CompareNoCase(other) == 0; });
+}
+
 // The values that the Product's own defaults do not give.
 void PrintParameters(Context& context, Job const& job) {
     auto const product = JobFactory::s_JobFactory->GetProduct(job.Type());
@@ -88,7 +98,7 @@ void PrintParameters(Context& context, Job const& job) {
         String value;
         if (parameter->HasFlag(Parameter::f_JobParameter) && parameter->Type() != Parameter::t_Password &&
             job.GetParameter(parameter->GetName(), value) && !parameter->IsDefault(value) &&
-            parameter->GetName().CompareNoCase(p_Name) != 0 && parameter->GetName().CompareNoCase(p_Note) != 0)
+            !IsShownElsewhere(parameter->GetName()))
             PrintLine(context, parameter->GetName(), parameter->GetDisplay(value));
     }
 }

@@ -28,6 +28,8 @@ String ShortId(UID const& id) { return id.ToString().Mid(0, k_ShortId); }
 String DurationText(Time const& span) {
     if (span.IsZero())
         return "-";
+    if (span < Time::Seconds(10))
+        return SFormat("%.1fs", static_cast<double>(span.Milliseconds()) / 1000);
     constexpr int k_Seconds = Time::k_UnitSeconds + Time::k_ShortForm;
     constexpr int k_Minutes = Time::k_UnitMinutes + Time::k_ShortForm;
     constexpr int k_Days = Time::k_UnitDays + Time::k_ShortForm;

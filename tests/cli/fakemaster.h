@@ -1,0 +1,266 @@
+// A Master in memory, for the commands to talk to.
+#pragma once
+
+#include "cli/app.h"
+#include "cli/exitcode.h"
+
+#include <boost/make_shared.hpp>
+#include <vorlan/messages.h>
+#include <vorlan/product.h>
+#include <vorlan/productfile.h>
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <sstream>
+#include <thread>
+#include <vector>
+
+namespace vorlan::cli {
+
+// Answers as the real one does: in order, what it refuses before what comes next.
+class FakeMaster {
+public:
+    // What it holds; a test fills it.
+    std::map<UID, boost::shared_ptr<Job>> jobs;
+    std::map<UID, JobHistory> histories;
+    std::vector<Engine> engines;
+    std::map<UID, String> pools;
+    struct Unit {
+        boost::shared_ptr<Job> work;
+        UID engine;
+    };
+    std::vector<Unit> units;
+    std::map<UID, String> refuses;                  // ids of Jobs and work, and why
+    std::map<UID, corekit::vector<String>> outputs; // pieces, by work
+    // What happens one after the other while a command waits.
+    std::deque<std::function<void(FakeMaster&)>> later;
+
+    // What came in, loads left out.
+    std::vector<boost::shared_ptr<Message const>> commands;
+    int connections = 0;
+    bool isThere = true;
+
+    void Tell(boost::shared_ptr<Message> const& message) { m_queue.push_back(message); }
+    void Drop() { m_dropped = true; }
+
+    template <class T>
+    std::vector<boost::shared_ptr<T const>> Got() const {
+        std::vector<boost::shared_ptr<T const>> got;
+        for (auto const& message : commands) {
+            if (message->Type() == T::s_Type)
+                got.push_back(boost::static_pointer_cast<T const>(message));
+        }
+        return got;
+    }
+
+    boost::shared_ptr<Job> AddJob(String const& name, int status = Queued, String const& range = "1-10") {
+        auto job = boost::make_shared<Job>(UID(true));
+        job->SetName(name);
+        job->Set(p_Type, CommandProduct()->Type().ToString());
+        job->Set(p_Range, range);
+        job->SetStatus(status);
+        job->SetCreated(Time::CurrentTime() + Time(static_cast<int64_t>(jobs.size())));
+        jobs[job->id] = job;
+        return job;
+    }
+
+    UID AddUnit(UID const& job, UID const& engine, String const& subRange) {
+        auto work = boost::make_shared<Job>(UID(true));
+        work->parentID = job;
+        work->Set(p_SubRange, subRange);
+        units.push_back({work, engine});
+        return work->id;
+    }
+
+    UID AddEngine(String const& name) {
+        Engine engine{UID(true)};
+        engine.SetName(name);
+        engine.SetOnline(true);
+        engine.SetMaxCores(8);
+        engines.push_back(engine);
+        return engine.id;
+    }
+
+    void TellFinished(boost::shared_ptr<Job> const& job, int status) {
+        auto ended = boost::make_shared<Job>(*job);
+        ended->SetStatus(status);
+        jobs[job->id] = ended;
+        auto message = FinishedJobMsg::New();
+        message->job = ended;
+        Tell(message);
+    }
+
+    static boost::shared_ptr<Product> ShippedProduct(char const* file) {
+        return SLoadProductFile(Path(VORLAN_SOURCE_DIR) / "products" / file);
+    }
+    static boost::shared_ptr<Product> CommandProduct() {
+        static auto const s_product = ShippedProduct("command.json");
+        return s_product;
+    }
+
+    struct Result {
+        int code;
+        std::string out;
+        std::string err;
+    };
+
+    // Runs a command line as a person would.
+    Result Run(std::vector<std::string> const& arguments) {
+        std::ostringstream out;
+        std::ostringstream err;
+        Terminal terminal(out, err);
+        int const code = RunCommandLine(arguments, terminal, [this](String const&) { return Connect(); });
+        return {code, out.str(), err.str()};
+    }
+
+private:
+    class Link final : public MasterLink {
+    public:
+        explicit Link(FakeMaster& master) : m_master(master) {}
+        void Send(boost::shared_ptr<Message const> const& message) override { m_master.Handle(message); }
+        boost::shared_ptr<Message> Receive(Clock::time_point deadline) override { return m_master.Next(deadline); }
+
+    private:
+        FakeMaster& m_master;
+    };
+
+    std::unique_ptr<MasterLink> Connect() {
+        if (!isThere)
+            throw CommandException(ExitCode::NoMaster, "No Master can be reached (tried nowhere:1)");
+        ++connections;
+        m_queue.clear();
+        m_dropped = false;
+        for (char const* file : {"command.json", "povray.json"}) {
+            auto message = ProductMsg::New();
+            message->text = ProductToText(*ShippedProduct(file));
+            Tell(message);
+        }
+        Tell(LoadedMsg::New());
+        return std::make_unique<Link>(*this);
+    }
+
+    boost::shared_ptr<Message> Next(Clock::time_point deadline) {
+        while (m_queue.empty() && !m_dropped && !later.empty()) {
+            auto const step = later.front();
+            later.pop_front();
+            step(*this);
+        }
+        if (!m_queue.empty()) {
+            auto message = m_queue.front();
+            m_queue.pop_front();
+            return message;
+        }
+        if (m_dropped)
+            throw CommandException(ExitCode::NoMaster, "The connection to the Master has ended: test");
+        std::this_thread::sleep_until(std::min(deadline, Clock::now() + std::chrono::milliseconds(20)));
+        return nullptr;
+    }
+
+    void Handle(boost::shared_ptr<Message const> const& message) {
+        if (message->Type() == GetJobInfoMsg::s_Type)
+            return SendJobs(static_cast<GetJobInfoMsg const&>(*message));
+        if (message->Type() == GetEngineInfoMsg::s_Type)
+            return SendEngines();
+        if (message->Type() == GetPoolsMsg::s_Type)
+            return SendPools();
+        commands.push_back(message);
+        if (message->Type() == JobMsg::s_Type)
+            Submit(static_cast<JobMsg const&>(*message).job);
+        else if (message->Type() == JobParameterMsg::s_Type)
+            Refuse(static_cast<JobParameterMsg const&>(*message).job);
+        else if (message->Type() == DeleteJobMsg::s_Type)
+            Refuse(static_cast<DeleteJobMsg const&>(*message).job);
+        else if (message->Type() == StopWorkMsg::s_Type)
+            Refuse(static_cast<StopWorkMsg const&>(*message).work);
+        else if (message->Type() == GetOutputMsg::s_Type)
+            SendOutput(static_cast<GetOutputMsg const&>(*message));
+    }
+
+    void Submit(boost::shared_ptr<Job> const& job) {
+        for (auto const& [id, reason] : refuses) {
+            if (id.IsNull()) {
+                auto refused = RefusedMsg::New();
+                refused->id = job->id;
+                refused->reason = reason;
+                return Tell(refused);
+            }
+        }
+        jobs[job->id] = boost::make_shared<Job>(*job);
+    }
+
+    void Refuse(UID const& id) {
+        auto const at = refuses.find(id);
+        if (at == refuses.end())
+            return;
+        auto refused = RefusedMsg::New();
+        refused->id = id;
+        refused->reason = at->second;
+        Tell(refused);
+    }
+
+    void SendJobs(GetJobInfoMsg const& request) {
+        Tell(StartJobInfoMsg::New());
+        for (auto const& [id, job] : jobs) {
+            if (!request.all && !request.ids.contains(id))
+                continue;
+            if (request.wantJob)
+                Tell(JobMsg::Create(boost::make_shared<Job>(*job)));
+            if (request.wantHistory) {
+                auto history = JobHistoryMsg::New();
+                history->job = id;
+                history->history = histories[id];
+                Tell(history);
+            }
+        }
+        for (Unit const& unit : units) {
+            if (!request.wantJob || !(request.all || request.ids.contains(unit.work->parentID)))
+                continue;
+            auto started = StartedWorkMsg::New();
+            started->work = unit.work;
+            started->engine = unit.engine;
+            Tell(started);
+        }
+        Tell(EndJobInfoMsg::New());
+    }
+
+    void SendEngines() {
+        Tell(StartEngineInfoMsg::New());
+        for (Engine const& engine : engines) {
+            auto message = EngineMsg::New();
+            message->engine = engine;
+            Tell(message);
+        }
+        Tell(EndEngineInfoMsg::New());
+    }
+
+    void SendPools() {
+        auto message = PoolMsg::New();
+        for (auto const& [id, name] : pools)
+            message->pools[id] = name;
+        Tell(message);
+    }
+
+    void SendOutput(GetOutputMsg const& request) {
+        auto const at = outputs.find(request.work);
+        auto last = OutputDataMsg::New();
+        last->request = request.request;
+        last->end = true;
+        if (at == outputs.end()) {
+            last->error = "The output is not there any more.";
+            return Tell(last);
+        }
+        for (String const& piece : at->second) {
+            auto data = OutputDataMsg::New();
+            data->request = request.request;
+            data->data = piece;
+            Tell(data);
+        }
+        Tell(last);
+    }
+
+    std::deque<boost::shared_ptr<Message>> m_queue;
+    bool m_dropped = false;
+};
+
+} // namespace vorlan::cli
