@@ -81,15 +81,16 @@ TEST(ValueBlockBuilder, MakesTheSameBlockWhateverCameBefore) {
         Pairs pairs;
         char const* expected;
     } const cases[] = {
-        {{{"A", "1"}, {"B", "2"}, {"C", "3"}}, "A=1;B=2;C=3;"},
-        {{{"A", "4"}, {"B", "5"}, {"C", "6"}}, "A=4;B=5;C=6;"},                 // the same names again
-        {{{"A", "1"}}, "A=1;"},                                                 // fewer
-        {{{"A", "1"}, {"B", "2"}, {"D", "3"}, {"E", "4"}}, "A=1;B=2;D=3;E=4;"}, // others behind
-        {{{"B", "1"}, {"A", "2"}}, "B=1;A=2;"},                                 // another order
-        {{{"A", "1"}, {"B", "2"}, {"a", "3"}}, "A=3;B=2;"},                     // one twice
-        {{{"A", "1"}, {"B", "2"}, {"a", "3"}, {"C", "4"}}, "A=3;B=2;C=4;"},
-        {{{"A", "1"}, {"A", "2"}, {"A", "3"}}, "A=3;"},
-        {{{"A", "1"}, {"B", "2"}, {"C", "3"}}, "A=1;B=2;C=3;"},
+        {{{"ShapeA", "1"}, {"ShapeB", "2"}, {"ShapeC", "3"}}, "ShapeA=1;ShapeB=2;ShapeC=3;"},
+        {{{"ShapeA", "4"}, {"ShapeB", "5"}, {"ShapeC", "6"}}, "ShapeA=4;ShapeB=5;ShapeC=6;"}, // the same names again
+        {{{"ShapeA", "1"}}, "ShapeA=1;"},                                                     // fewer
+        {{{"ShapeA", "1"}, {"ShapeB", "2"}, {"ShapeD", "3"}, {"ShapeE", "4"}},
+         "ShapeA=1;ShapeB=2;ShapeD=3;ShapeE=4;"},                                    // others behind
+        {{{"ShapeB", "1"}, {"ShapeA", "2"}}, "ShapeB=1;ShapeA=2;"},                  // another order
+        {{{"ShapeA", "1"}, {"ShapeB", "2"}, {"SHAPEa", "3"}}, "ShapeA=3;ShapeB=2;"}, // one twice
+        {{{"ShapeA", "1"}, {"ShapeB", "2"}, {"SHAPEa", "3"}, {"ShapeC", "4"}}, "ShapeA=3;ShapeB=2;ShapeC=4;"},
+        {{{"ShapeA", "1"}, {"ShapeA", "2"}, {"ShapeA", "3"}}, "ShapeA=3;"},
+        {{{"ShapeA", "1"}, {"ShapeB", "2"}, {"ShapeC", "3"}}, "ShapeA=1;ShapeB=2;ShapeC=3;"},
         {{}, ""},
     };
     ValueBlockBuilder kept;
@@ -100,12 +101,12 @@ TEST(ValueBlockBuilder, MakesTheSameBlockWhateverCameBefore) {
             EXPECT_EQ(Listed(*kept.Build()), test.expected);
         }
     }
-    kept.Add("A", "1");
-    kept.Add(NameTable::Number("B"), "2");
-    kept.Add("B", "3");
-    kept.Remove(NameTable::Number("A"));
-    kept.AddCopy("C", std::string("4"));
-    EXPECT_EQ(Listed(*kept.Build()), "B=3;C=4;");
+    kept.Add("ShapeA", "1");
+    kept.Add(NameTable::Number("ShapeB"), "2");
+    kept.Add("ShapeB", "3");
+    kept.Remove(NameTable::Number("ShapeA"));
+    kept.AddCopy("ShapeC", std::string("4"));
+    EXPECT_EQ(Listed(*kept.Build()), "ShapeB=3;ShapeC=4;");
 }
 
 TEST(ValueBlockBuilder, RefusesMoreValuesThanTheLimit) {

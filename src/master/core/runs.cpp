@@ -209,7 +209,7 @@ void Runs::SetValues(Run& run, OptionMap const& values) {
     OptionMap allowed;
     for (auto const& [name, value] : values) {
         bool const isFixed = std::any_of(k_Fixed.begin(), k_Fixed.end(),
-                                         [&](char const* fixed) { return name.CompareNoCase(fixed) == 0; });
+                                         [&name = name](char const* fixed) { return name.CompareNoCase(fixed) == 0; });
         if (!name.Empty() && name.size() <= NameTable::k_MaxNameLength && !isFixed)
             allowed[name] = value;
     }

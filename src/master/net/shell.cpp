@@ -77,7 +77,7 @@ void Shell::OpenPort() {
     options.port = m_options.port;
     options.key = m_options.key;
     options.machineDir = m_options.machineDir;
-    options.self.kind = net::PeerKind::Tool;
+    options.self.kind = net::PeerKind::Master;
     options.self.machine = m_options.machine;
     options.self.instance = UID(true);
     options.self.machineName = m_options.machineName;

@@ -16,7 +16,7 @@ public:
     void Push(int frame) {
         ++m_range.m_count;
         int64_t const distance = m_open.count == 0 ? 0 : static_cast<int64_t>(frame) - m_open.Last();
-        bool const isFar = distance != static_cast<int>(distance);
+        bool const isFar = distance == 0 || distance != static_cast<int>(distance); // a frame named again is no step
         if (m_open.count == 0 || isFar) {
             Flush();
             m_open = {frame, 1, 1};
