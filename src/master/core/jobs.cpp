@@ -144,6 +144,7 @@ bool Jobs::Submit(boost::shared_ptr<Job> const& job, PeerId peer) {
     entry.id = job->id;
     entry.job = boost::make_shared<Job>(*job);
     Job& values = *entry.job;
+    values.parentID = UID::Null;
     if (values.Status() != Paused)
         values.SetStatus(Queued);
     if (m_farm.policy.resetCreation || values.Created().IsZero())

@@ -3,8 +3,10 @@
 namespace farm {
 
 void Stagger::Trim(Starts& starts, StaggerRule const& rule, Time now) {
-    while (!starts.empty() && (starts.size() > rule.count || starts.front() + rule.span <= now))
-        starts.pop_front();
+    auto keep = starts.begin();
+    while (keep != starts.end() && (static_cast<size_t>(starts.end() - keep) > rule.count || *keep + rule.span <= now))
+        ++keep;
+    starts.erase(starts.begin(), keep);
 }
 
 bool Stagger::Full(Starts const& starts, StaggerRule const& rule, Time now) {

@@ -5,8 +5,8 @@
 #include <corekit/time.h>
 #include <corekit/uid.h>
 
-#include <deque>
 #include <unordered_map>
+#include <vector>
 
 namespace farm {
 
@@ -39,7 +39,7 @@ public:
     Time Note(StaggerRule const& rule, UID const& engine, bool newEngine, Time now);
 
 private:
-    using Starts = std::deque<Time>;
+    using Starts = std::vector<Time>; // at most `count`, the oldest first
     static void Trim(Starts& starts, StaggerRule const& rule, Time now);
     static bool Full(Starts const& starts, StaggerRule const& rule, Time now);
 

@@ -47,7 +47,7 @@ void UnitQueue::Remove(Spans const& spans) {
     if (m_againCount == 0)
         return;
     for (auto* packets : {&m_front, &m_back}) {
-        std::deque<Spans> kept;
+        std::list<Spans> kept;
         for (Spans const& packet : *packets) {
             SpanSet left;
             left.Insert(packet);
@@ -82,7 +82,7 @@ UnitQueue::Found UnitQueue::FindFresh(uint32_t size, FrameMap const* evenFrames,
                 end = std::min(end, evenFrames->EvenEnd(first));
             Spans packet{{first, end}};
             if (AllAllowed(packet, allowed))
-                return {From::Fresh, 0, std::move(packet)};
+                return {From::Fresh, {}, std::move(packet)};
             first = end;
         }
     }
@@ -90,16 +90,16 @@ UnitQueue::Found UnitQueue::FindFresh(uint32_t size, FrameMap const* evenFrames,
 }
 
 UnitQueue::Found UnitQueue::Find(uint32_t size, FrameMap const* evenFrames, Allowed const& allowed) const {
-    for (size_t i = 0; i < m_front.size(); ++i) {
-        if (AllAllowed(m_front[i], allowed))
-            return {From::Front, i, m_front[i]};
+    for (auto at = m_front.begin(); at != m_front.end(); ++at) {
+        if (AllAllowed(*at, allowed))
+            return {From::Front, at, *at};
     }
     Found fresh = FindFresh(std::max(size, 1U), evenFrames, allowed);
     if (fresh.from != From::Nowhere)
         return fresh;
-    for (size_t i = 0; i < m_back.size(); ++i) {
-        if (AllAllowed(m_back[i], allowed))
-            return {From::Back, i, m_back[i]};
+    for (auto at = m_back.begin(); at != m_back.end(); ++at) {
+        if (AllAllowed(*at, allowed))
+            return {From::Back, at, *at};
     }
     return {};
 }
@@ -108,11 +108,11 @@ Spans UnitQueue::Take(uint32_t size, FrameMap const* evenFrames, Allowed const& 
     Found found = Find(size, evenFrames, allowed);
     switch (found.from) {
     case From::Front:
-        m_front.erase(m_front.begin() + static_cast<ptrdiff_t>(found.index));
+        m_front.erase(found.at);
         m_againCount -= CountOf(found.packet);
         break;
     case From::Back:
-        m_back.erase(m_back.begin() + static_cast<ptrdiff_t>(found.index));
+        m_back.erase(found.at);
         m_againCount -= CountOf(found.packet);
         break;
     case From::Fresh:

@@ -3,8 +3,8 @@
 
 #include "master/core/framemap.h"
 
-#include <deque>
 #include <functional>
+#include <list>
 
 namespace farm {
 
@@ -47,15 +47,16 @@ private:
     enum class From { Front, Fresh, Back, Nowhere };
     struct Found {
         From from = From::Nowhere;
-        size_t index = 0; // of the packet that came back
+        std::list<Spans>::const_iterator at; // the packet that came back
         Spans packet;
     };
     Found Find(uint32_t size, FrameMap const* evenFrames, Allowed const& allowed) const;
     Found FindFresh(uint32_t size, FrameMap const* evenFrames, Allowed const& allowed) const;
 
     SpanSet m_fresh;
-    std::deque<Spans> m_front;
-    std::deque<Spans> m_back;
+    // Lists, because an empty one takes next to nothing: most Jobs have none.
+    std::list<Spans> m_front;
+    std::list<Spans> m_back;
     uint64_t m_againCount = 0; // positions in m_front and m_back
 };
 
