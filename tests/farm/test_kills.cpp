@@ -1,0 +1,119 @@
+// Programs that die at any moment: nothing is lost, nothing is done twice.
+#include "farm/farm.h"
+
+#include <cstdlib>
+#include <iostream>
+#include <random>
+#include <vorlan/keys.h>
+
+namespace vorlan::farmtest {
+
+class FarmKills : public FarmFixture {
+protected:
+    void SetUp() override { ASSERT_NO_FATAL_FAILURE(StartFarm()); }
+
+    // The one of the environment, to see a failure again, or a new one.
+    static unsigned Seed() {
+        char const* const given = std::getenv("VORLAN_TEST_SEED");
+        unsigned const seed = given ? static_cast<unsigned>(std::strtoul(given, nullptr, 10)) : std::random_device{}();
+        std::cout << "VORLAN_TEST_SEED=" << seed << std::endl;
+        return seed;
+    }
+    size_t FramesRun() const { return CountedFrames().size(); }
+
+    enum class Victim { Master, Engine, Both };
+    void KillAndRestart(Victim victim) {
+        if (victim != Victim::Engine)
+            Master().KillAlone();
+        if (victim != Victim::Master)
+            Engine().KillAlone();
+        if (victim != Victim::Engine)
+            Master().Start();
+        if (victim != Victim::Master)
+            Engine().Start();
+    }
+};
+
+TEST_F(FarmKills, NoFrameIsLostOrDoneTwice) {
+    constexpr int k_Frames = 200;
+    constexpr int k_Kills = 8;
+    unsigned const seed = Seed();
+    SCOPED_TRACE("VORLAN_TEST_SEED=" + std::to_string(seed));
+    std::mt19937 random(seed);
+    auto const job = [&] {
+        auto const farm = Connect();
+        auto made = CountingJob("1-" + String::From(k_Frames), "0.02");
+        // Neither Engine nor Job is given up because of what is done to them here.
+        made->Set(p_FailureLimit, "0");
+        Submit(*farm, made);
+        return made;
+    }();
+    for (int kill = 1; kill <= k_Kills; ++kill) {
+        // Some frames of each life, and a moment that nobody chose.
+        size_t const frames = static_cast<size_t>(kill * (k_Frames - 20) / k_Kills);
+        if (!WaitUntil([&] { return FramesRun() >= frames; }, k_JobMs, 1 + static_cast<int>(random() % 40)))
+            break;
+        auto const victim = static_cast<Victim>(random() % 3);
+        SCOPED_TRACE("kill " + std::to_string(kill) + " of " + std::to_string(static_cast<int>(victim)));
+        ASSERT_NO_FATAL_FAILURE(KillAndRestart(victim));
+    }
+    EXPECT_EQ(WaitForEnd(job->id), Finished);
+    ExpectEachFrameFinishedOnce(job->id, k_Frames);
+    EXPECT_EQ(FramesRun(), static_cast<size_t>(k_Frames));
+    EXPECT_TRUE(WaitUntil([&] { return UnitProcesses().empty(); }, 10'000));
+}
+
+// Also what has left its group and session.
+TEST_F(FarmKills, AKilledEngineLeavesNoUnitBehind) {
+    auto const farm = Connect();
+    auto const job = CommandJob("Long", "setsid sleep 1000 & sleep 1000 & sleep 1000", "1-2");
+    job->Set("Shell", k_Yes);
+    Submit(*farm, job);
+    ASSERT_TRUE(WaitUntil([&] { return UnitProcesses().size() >= 4; }, k_JobMs));
+    Engine().KillAlone();
+    EXPECT_TRUE(WaitUntil([&] { return UnitProcesses().empty(); }, 1'000))
+        << UnitProcesses().size() << " processes are alive a second after the Engine";
+}
+
+TEST_F(FarmKills, WorkGoesOnWithoutAMaster) {
+    auto const job = [&] {
+        auto const farm = Connect();
+        auto made = CountingJob("1-2", "0.5");
+        Submit(*farm, made);
+        return made;
+    }();
+    ASSERT_TRUE(WaitUntil([&] { return !UnitProcesses().empty(); }, k_JobMs));
+    Master().KillAlone();
+    // What ran ends as it should, while nobody listens.
+    ASSERT_TRUE(WaitUntil([&] { return FramesRun() > 0 && UnitProcesses().empty(); }, k_JobMs));
+    size_t const done = FramesRun();
+    Master().Start();
+    EXPECT_EQ(WaitForEnd(job->id), Finished);
+    ExpectEachFrameFinishedOnce(job->id, 2);
+    EXPECT_GE(done, 1U);
+    for (auto const& [frame, times] : CountedFrames())
+        EXPECT_EQ(times, 1) << "frame " << frame << " was run again";
+}
+
+TEST_F(FarmKills, WaitingOutlivesTheMaster) {
+    auto const job = [&] {
+        auto const farm = Connect();
+        auto made = CountingJob("1-6", "0.3");
+        Submit(*farm, made);
+        return made;
+    }();
+    std::unique_ptr<corekit::Process> const waiter = [&] {
+        corekit::ProcessOptions options;
+        options.args = {"wait", "--progress", "--timeout", "2m", job->id.ToString()};
+        options.env["VORLAN_HOME"] = Home();
+        options.stderrFd = corekit::ProcessOptions::k_Null;
+        return corekit::Process::Start(Path(VORLAN_BIN_DIR) / "vorlan", options);
+    }();
+    ASSERT_TRUE(waiter);
+    ASSERT_TRUE(WaitUntil([&] { return FramesRun() >= 2; }, k_JobMs));
+    Master().KillAlone();
+    Master().Start();
+    EXPECT_EQ(waiter->Wait(k_JobMs), 0);
+}
+
+} // namespace vorlan::farmtest
