@@ -90,6 +90,13 @@ public:
     void AddValue(double sample) { m_values.push_back(sample); }
     void AddReference(double sample) { m_references.push_back(sample); }
 
+    /// Something beside the figure did not hold: the target is not met, whatever the
+    /// figure says.
+    void Fail(const std::string& why) {
+        std::fprintf(stderr, "%s: %s\n", m_description.name.c_str(), why.c_str());
+        m_failed = true;
+    }
+
     /// Prints the result. Returns the exit code: 0 if it was measured, met or not.
     int Report() const {
         if (m_header) {
@@ -122,6 +129,8 @@ private:
     }
 
     bool Met(double value, double ratio) const {
+        if (m_failed)
+            return false;
         const double figure = ByRatio() ? ratio : value;
         const bool atMost = m_description.judge == Judge::RatioAtMost || m_description.judge == Judge::ValueAtMost;
         return atMost ? figure <= m_description.target : figure >= m_description.target;
@@ -155,6 +164,7 @@ private:
     const Description m_description;
     bool m_header = false;
     bool m_row = false;
+    bool m_failed = false;
     std::vector<double> m_values;
     std::vector<double> m_references;
 };

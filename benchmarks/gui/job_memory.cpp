@@ -1,0 +1,56 @@
+// What a Job of 40 parameters takes in the client's memory, with all that the Job list
+// keeps of it, without a history. Against the bytes of its names' values alone.
+
+#include "bench.h"
+#include "samplejob.h"
+
+#include "vorlangui/model/jobinfo.h"
+
+#include <vorlan/messages.h>
+
+using namespace vorlan;
+
+namespace {
+
+constexpr unsigned k_Jobs = 20'000;
+constexpr size_t k_Runs = 5;
+
+std::vector<String> Bodies() {
+    std::vector<String> bodies;
+    for (unsigned number = 0; number < k_Jobs; ++number)
+        bodies.push_back(EncodeMessage(*JobMsg::Create(bench::SampleJob(number))));
+    return bodies;
+}
+
+double PayloadPerJob() {
+    size_t bytes = 0;
+    for (unsigned number = 0; number < k_Jobs; ++number)
+        bytes += bench::SampleJob(number)->Snapshot()->TextBytes();
+    return static_cast<double>(bytes) / k_Jobs;
+}
+
+/// As the list keeps them: decoded from the wire, each with its JobInfo in an ordered map.
+double MemoryPerJob(std::vector<String> const& bodies) {
+    size_t const before = bench::AllocatedBytes();
+    corekit::map<UID, boost::shared_ptr<JobInfo>> jobs;
+    for (String const& body : bodies) {
+        auto const message = boost::static_pointer_cast<JobMsg>(DecodeMessage(JobMsg::s_Type, body));
+        jobs[message->job->id] = boost::make_shared<JobInfo>(message->job);
+    }
+    size_t const after = bench::AllocatedBytes();
+    return static_cast<double>(after - before) / k_Jobs;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    bench::Benchmark benchmark({"job-memory", "bytes", "payload", bench::Judge::RatioAtMost, 2.0}, argc, argv);
+    if (benchmark.HeaderOnly())
+        return benchmark.Report();
+    auto const bodies = Bodies();
+    double const payload = PayloadPerJob();
+    MemoryPerJob(bodies); // names and the like, once
+    benchmark.Run(
+        k_Runs, [&] { return MemoryPerJob(bodies); }, [&] { return payload; });
+    return benchmark.Report();
+}
