@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <random>
 #include <sys/socket.h>
+#include <thread>
 #include <unistd.h>
 #include <vorlan/farmkey.h>
 #include <vorlan/keys.h>
@@ -176,6 +177,24 @@ TEST_F(FarmTrouble, EachProgramEndsWhenAsked) {
     // What was cut off is done when they are back.
     ASSERT_NO_FATAL_FAILURE(StartFarm());
     EXPECT_TRUE(WaitUntil([&] { return UnitProcesses().size() == 2; }, k_JobMs));
+}
+
+// Wherever in its start the signal finds it: before there is a handler it ends by the
+// signal itself, afterwards with a clean exit.
+TEST_F(FarmTrouble, AProgramThatIsStoppedWhileItStartsEnds) {
+    for (int delayMs = 0; delayMs <= 120; delayMs += 8) {
+        for (char const* name : {"VorlanMaster", "VorlanEngine"}) {
+            Program program(name, Home());
+            program.Start();
+            std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
+            auto const code = program.Stop();
+            ASSERT_TRUE(code) << name << " goes on after " << delayMs << " ms";
+            EXPECT_THAT(*code, testing::AnyOf(0, -SIGTERM)) << name << " after " << delayMs << " ms";
+        }
+    }
+    EXPECT_TRUE(WaitUntil([&] { return Processes().empty(); }, 2'000));
+    ASSERT_NO_FATAL_FAILURE(StartFarm());
+    ExpectFarmWorks();
 }
 
 TEST_F(FarmTrouble, ASecondMasterOfAMachineSaysWhoIsThere) {

@@ -73,7 +73,7 @@ bool MasterApp::Startup(CommandLine& commandLine) {
     LogSystem(SFormat("VorlanMaster listens on port %u.", shell->Port()));
     std::lock_guard const lock(m_guard);
     m_shell = std::move(shell);
-    return !m_stopAsked;
+    return true;
 }
 
 void MasterApp::InstallStop() {
@@ -118,6 +118,12 @@ std::vector<boost::shared_ptr<vorlan::Product const>> MasterApp::LoadProducts() 
 }
 
 int MasterApp::Execute() {
+    {
+        std::lock_guard const lock(m_guard);
+        if (m_stopAsked) {
+            return 0; // while it started, before there was a shell to stop
+        }
+    }
     if (m_standsBy) {
         StandBy();
     } else {
