@@ -154,9 +154,8 @@ TEST(Runner, AStoppedGroupHasItsGraceEachProcessOfIt) {
     UID const machine(true);
     LocalRunner runner{Path(EngineProgram()), machine, recorder};
     // The first process gives way at once, its child saves its work before it does.
-    RunSpec const spec =
-        Script("sh -c 'trap \"sleep 0.3; echo saved; exit\" TERM; echo ready; while :; do sleep 0.05; done' & "
-               "trap 'exit 7' TERM; wait");
+    RunSpec const spec = Script("trap 'exit 7' TERM; sh -c 'trap \"sleep 0.3; echo saved; exit\" TERM; echo ready; "
+                                "while :; do sleep 0.05; done' & while :; do wait; done");
     runner.Start(spec);
     ASSERT_TRUE(Eventually([&] { return recorder.Printed(spec.work, "ready"); }));
     runner.Stop(spec.work, 20000);

@@ -7,6 +7,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <memory>
@@ -37,21 +38,20 @@ std::string ReadEnvironment(pid_t pid) {
     return text;
 }
 
-/// A process that has ended and waits to be collected has no environment left, so
-/// that it is never among the marked ones.
-bool HasMark(std::string const& environment, std::string const& wanted) {
+/// What follows `wanted` in the variable that begins with it. A process that has ended
+/// and waits to be collected has no environment left, so that it never has one.
+std::optional<std::string> ValueBehind(std::string const& environment, std::string const& wanted) {
     for (size_t from = 0; from < environment.size();) {
+        size_t const end = std::min(environment.find('\0', from), environment.size());
         if (environment.compare(from, wanted.size(), wanted) == 0) {
-            return true;
-        }
-        size_t const end = environment.find('\0', from);
-        if (end == std::string::npos) {
-            break;
+            return environment.substr(from + wanted.size(), end - from - wanted.size());
         }
         from = end + 1;
     }
-    return false;
+    return std::nullopt;
 }
+
+std::string Wanted(String const& prefix) { return std::string(k_MarkName) + "=" + prefix.Str(); }
 
 } // namespace
 
@@ -59,10 +59,10 @@ String MarkPrefix(UID const& machine) { return machine.ToString() + "/"; }
 
 String MarkOf(UID const& machine, UID const& work) { return MarkPrefix(machine) + work.ToString(); }
 
-bool CarriesMark(pid_t pid, String const& prefix) {
-    std::string mark(k_MarkName);
-    mark.append("=").append(prefix.Str());
-    return HasMark(ReadEnvironment(pid), mark);
+std::optional<UID> MarkedWork(pid_t pid, UID const& machine) {
+    auto const text = ValueBehind(ReadEnvironment(pid), Wanted(MarkPrefix(machine)));
+    UID work;
+    return text && UID::FromString(*text, work) ? std::optional(work) : std::nullopt;
 }
 
 std::vector<pid_t> MarkedProcesses(String const& prefix) {
@@ -73,7 +73,7 @@ std::vector<pid_t> MarkedProcesses(String const& prefix) {
         pid_t pid = 0;
         auto const parsed = std::from_chars(name.data(), name.data() + name.size(), pid);
         if (parsed.ec == std::errc() && parsed.ptr == name.data() + name.size() && pid != getpid() &&
-            CarriesMark(pid, prefix)) {
+            ValueBehind(ReadEnvironment(pid), Wanted(prefix))) {
             found.push_back(pid);
         }
     }

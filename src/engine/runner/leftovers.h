@@ -7,6 +7,7 @@
 
 #include <sys/types.h>
 
+#include <optional>
 #include <vector>
 
 namespace vorlan::runner {
@@ -25,8 +26,8 @@ String MarkPrefix(UID const& machine);
 /// Processes of other users, which cannot be read, are not among them.
 std::vector<pid_t> MarkedProcesses(String const& prefix);
 
-/// Whether this process carries a mark that begins with `prefix`.
-bool CarriesMark(pid_t pid, String const& prefix);
+/// The unit whose mark this process carries; nothing when it carries none of this Engine.
+std::optional<UID> MarkedWork(pid_t pid, UID const& machine);
 
 /// Kills all processes with such a mark, again and again until none is left or the
 /// time is over. The number of processes killed.

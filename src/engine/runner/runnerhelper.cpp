@@ -2,7 +2,7 @@
 
 #include "engine/runner/leftovers.h"
 #include "engine/runner/runnerprotocol.h"
-#include "engine/runner/spawn.h"
+#include "engine/runner/spawnpool.h"
 
 #include <corekit/exception.h>
 #include <corekit/uniquefd.h>
@@ -45,7 +45,8 @@ public:
 
 private:
     struct Unit {
-        pid_t pid = 0;
+        pid_t pid = 0;             ///< 0: it is being started
+        std::optional<int> stopMs; ///< it is to be stopped as soon as it is there
         Clock::time_point killAt = Clock::time_point::max();
         std::optional<Frame> ended; ///< its process has, while others of its group still have time
     };
@@ -54,12 +55,14 @@ private:
     void TakeDescriptors(msghdr const& header);
     void Handle(Frame const& frame);
     void StartUnit(Frame const& frame);
-    void StopUnit(Frame const& frame);
+    void TakeStarted();
+    static void StopUnit(Unit& unit, int graceMs);
     void CollectChildren();
     void Collect(siginfo_t const& info);
     void FinishUnit(UID const& work, Frame const& ended);
     void FinishStopped();
-    std::vector<pid_t> Children() const;
+    static std::vector<pid_t> Children();
+    static bool IsStray(pid_t pid);
     void EndStrays();
     bool BelongsToRunningUnit(pid_t pid) const;
     void KillOverdue();
@@ -69,6 +72,7 @@ private:
     void EndEverything();
 
     UID const m_machine;
+    std::optional<SpawnPool> m_pool; ///< its threads begin when the signals are set up
     UniqueFd m_childSignals;
     std::string m_in;
     std::string m_out;
@@ -92,13 +96,20 @@ int Helper::Run() {
     fcntl(k_HelperSocket, F_SETFL, fcntl(k_HelperSocket, F_GETFL) | O_NONBLOCK);
     fcntl(k_HelperSocket, F_SETFD, FD_CLOEXEC);
 
+    m_pool.emplace();
+
     for (bool open = true; open;) {
-        pollfd waited[2] = {
+        pollfd waited[3] = {
             {k_HelperSocket, static_cast<short>(POLLIN | (m_out.empty() ? 0 : POLLOUT)), 0},
             {m_childSignals.Get(), POLLIN, 0},
+            {m_pool->Descriptor(), POLLIN, 0},
         };
-        poll(waited, 2, PollTimeoutMs());
-        if (waited[1].revents & POLLIN) {
+        poll(waited, 3, PollTimeoutMs());
+        bool const started = (waited[2].revents & POLLIN) != 0;
+        if (started) {
+            TakeStarted();
+        }
+        if (started || (waited[1].revents & POLLIN)) {
             signalfd_siginfo info;
             while (read(m_childSignals.Get(), &info, sizeof info) > 0) {
             }
@@ -167,7 +178,9 @@ void Helper::Handle(Frame const& frame) {
         StartUnit(frame);
         break;
     case FrameKind::Stop:
-        StopUnit(frame);
+        if (auto const unit = m_units.find(frame.work); unit != m_units.end()) {
+            StopUnit(unit->second, frame.graceMs);
+        }
         break;
     case FrameKind::Started:
     case FrameKind::Ended:
@@ -181,30 +194,40 @@ void Helper::StartUnit(Frame const& frame) {
         output = std::move(m_outputs.front());
         m_outputs.pop_front();
     }
-    Frame answer;
-    answer.work = frame.work;
-    SpawnResult const result = SpawnUnit(frame.spec, MarkOf(m_machine, frame.work), output.Get());
-    if (result.pid <= 0) {
-        answer.kind = FrameKind::Ended;
-        answer.end.kind = result.notFound ? RunEnd::Kind::NotFound : RunEnd::Kind::NotStarted;
-        answer.end.error = result.error;
-    } else {
-        answer.kind = FrameKind::Started;
-        answer.pid = result.pid;
-        m_units[frame.work].pid = result.pid;
-        m_byPid[result.pid] = frame.work;
-    }
-    Report(answer);
+    m_units[frame.work] = Unit();
+    m_pool->Start(frame.spec, MarkOf(m_machine, frame.work), std::move(output));
 }
 
-void Helper::StopUnit(Frame const& frame) {
-    auto const unit = m_units.find(frame.work);
-    if (unit == m_units.end()) {
+void Helper::TakeStarted() {
+    for (SpawnPool::Done const& done : m_pool->Take()) {
+        Frame answer;
+        answer.work = done.work;
+        if (done.result.pid <= 0) {
+            answer.kind = FrameKind::Ended;
+            answer.end.kind = done.result.notFound ? RunEnd::Kind::NotFound : RunEnd::Kind::NotStarted;
+            answer.end.error = done.result.error;
+            FinishUnit(done.work, answer);
+            continue;
+        }
+        answer.kind = FrameKind::Started;
+        answer.pid = done.result.pid;
+        Report(answer);
+        Unit& unit = m_units[done.work];
+        unit.pid = done.result.pid;
+        m_byPid[unit.pid] = done.work;
+        if (unit.stopMs) {
+            StopUnit(unit, *unit.stopMs);
+        }
+    }
+}
+
+void Helper::StopUnit(Unit& unit, int graceMs) {
+    if (unit.pid == 0) {
+        unit.stopMs = graceMs;
         return;
     }
-    kill(-unit->second.pid, SIGTERM);
-    auto const killAt = Clock::now() + std::chrono::milliseconds(frame.graceMs);
-    unit->second.killAt = std::min(unit->second.killAt, killAt);
+    kill(-unit.pid, SIGTERM);
+    unit.killAt = std::min(unit.killAt, Clock::now() + std::chrono::milliseconds(graceMs));
 }
 
 void Helper::CollectChildren() {
@@ -213,6 +236,9 @@ void Helper::CollectChildren() {
         siginfo_t info{};
         if (waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) != 0 || info.si_pid == 0) {
             break;
+        }
+        if (!m_byPid.contains(info.si_pid) && m_pool->InFlight() > 0 && !IsStray(info.si_pid)) {
+            break; // a unit that was quicker than the word of its start, which comes next
         }
         Collect(info);
     }
@@ -263,7 +289,8 @@ void Helper::FinishStopped() {
     }
 }
 
-std::vector<pid_t> Helper::Children() const {
+/// Those of this thread alone.
+std::vector<pid_t> Helper::Children() {
     char path[64];
     snprintf(path, sizeof path, "/proc/self/task/%d/children", getpid());
     UniqueFd file(open(path, O_RDONLY | O_CLOEXEC));
@@ -285,11 +312,16 @@ std::vector<pid_t> Helper::Children() const {
     return children;
 }
 
-/// Children that nobody here started were left behind by a unit and came to their
-/// reaper. Those whose unit has ended end too.
+bool Helper::IsStray(pid_t pid) {
+    auto const children = Children();
+    return std::find(children.begin(), children.end(), pid) != children.end();
+}
+
+/// Children of this thread, which starts none, were left behind by a unit and came to
+/// their reaper. Those whose unit has ended end too.
 void Helper::EndStrays() {
     for (pid_t const pid : Children()) {
-        if (!m_byPid.contains(pid) && !BelongsToRunningUnit(pid)) {
+        if (!BelongsToRunningUnit(pid)) {
             kill(pid, SIGKILL);
         }
     }
@@ -300,17 +332,14 @@ bool Helper::BelongsToRunningUnit(pid_t pid) const {
     if (m_units.empty()) {
         return false;
     }
-    if (!CarriesMark(pid, MarkPrefix(m_machine))) {
-        return true;
-    }
-    return std::any_of(m_units.begin(), m_units.end(),
-                       [&](auto const& entry) { return CarriesMark(pid, MarkOf(m_machine, entry.first)); });
+    std::optional<UID> const work = MarkedWork(pid, m_machine);
+    return !work || m_units.contains(*work);
 }
 
 void Helper::KillOverdue() {
     auto const now = Clock::now();
     for (auto& [work, unit] : m_units) {
-        if (unit.killAt <= now) {
+        if (unit.killAt <= now) { // never before it is there
             unit.killAt = now + std::chrono::milliseconds(k_KillAgainMs);
             kill(-unit.pid, SIGKILL);
             EndMarkedProcesses(MarkOf(m_machine, work), k_KillWaitMs);
@@ -342,10 +371,13 @@ void Helper::Flush() {
 }
 
 void Helper::EndEverything() {
+    m_pool->Stop();
+    TakeStarted();
+    std::erase_if(m_units, [](auto const& entry) { return entry.second.pid == 0; });
     for (auto const& [work, unit] : m_units) {
         kill(-unit.pid, SIGTERM);
     }
-    auto const until = Clock::now() + std::chrono::milliseconds(m_units.empty() ? 0 : k_OrphanGraceMs);
+    auto const until = Clock::now() + std::chrono::milliseconds(k_OrphanGraceMs);
     while (!m_units.empty() && Clock::now() < until) {
         pollfd waited{m_childSignals.Get(), POLLIN, 0};
         poll(&waited, 1, 10);
@@ -354,18 +386,20 @@ void Helper::EndEverything() {
         }
         CollectChildren();
     }
-    auto const giveUp = Clock::now() + std::chrono::milliseconds(k_SweepMs);
     for (auto const& [work, unit] : m_units) {
         kill(-unit.pid, SIGKILL);
     }
     m_units.clear(); // from here on every child is a stray, with or without a mark
     m_byPid.clear();
+    auto const giveUp = Clock::now() + std::chrono::milliseconds(k_SweepMs);
+    pid_t collected = 0;
     do {
         EndMarkedProcesses(MarkPrefix(m_machine), k_SweepMs);
         EndStrays();
-        while (waitpid(-1, nullptr, WNOHANG) > 0) {
-        }
-    } while (!Children().empty() && Clock::now() < giveUp && poll(nullptr, 0, 2) == 0);
+        do {
+            collected = waitpid(-1, nullptr, WNOHANG);
+        } while (collected > 0);
+    } while (collected == 0 && Clock::now() < giveUp && poll(nullptr, 0, 2) == 0);
 }
 
 } // namespace
