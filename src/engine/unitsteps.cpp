@@ -1,4 +1,5 @@
 // The way of a unit through the WorkDesk, stage by stage.
+#include "engine/unituser.h"
 #include "engine/workdesk.h"
 
 #include <corekit/exception.h>
@@ -24,6 +25,18 @@ String Printable(Launch const& launch, Job const& work) {
         text.Replace(password, "***");
     }
     return text;
+}
+
+/// The shares that the unit needs: as the Engine's options say, else as the Job does.
+String SharesOf(Unit const& unit) {
+    String resources;
+    if (auto const option = unit.values.find(p_Resources); option != unit.values.end()) {
+        resources = option->second;
+    }
+    if (resources.Empty()) {
+        unit.work->GetParameter(p_Resources, resources);
+    }
+    return resources;
 }
 
 } // namespace
@@ -74,8 +87,13 @@ void WorkDesk::Plan(Unit& unit) {
             File::MakeFolder(unit.spec.folder);
         }
     }
-    String subRange;
-    work.GetParameter(p_SubRange, subRange);
+    String user;
+    if (SharesOf(unit).Trim().Empty()) { // with shares it is their user
+        work.GetParameter(p_Username, user);
+    }
+    if (String const error = RunAsUser(unit.spec, user, m_setup.host, unit.launch.folder.Empty()); !error.Empty()) {
+        throw ArgumentException(error);
+    }
     unit.log->AppendLine(SFormat("[VorlanEngine on %s, %s: %s]", m_setup.host.c_str(),
                                  unit.taken.Format(k_DateTimeNoMS).c_str(), NameOf(unit).c_str()));
     unit.log->AppendLine("[" + Printable(unit.launch, work) + "]");
@@ -126,13 +144,7 @@ void WorkDesk::RunCommand(Unit& unit, EventCommand const& command) {
 /// Shares are looked for after the commands, which may have connected them.
 void WorkDesk::CheckSurroundings(Unit& unit) {
     unit.stage = Unit::Stage::Checking;
-    String resources;
-    if (auto const option = unit.values.find(p_Resources); option != unit.values.end()) {
-        resources = option->second;
-    }
-    if (resources.Empty()) {
-        unit.work->GetParameter(p_Resources, resources);
-    }
+    String const resources = SharesOf(unit);
     Path const make = unit.launch.createFolder ? unit.spec.folder : Path();
     UID const work = unit.work->id;
     if (resources.Trim().Empty() && make.Empty()) {

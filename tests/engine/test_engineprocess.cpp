@@ -98,11 +98,12 @@ public:
         Send(message);
         return registered;
     }
-    UID Run(String const& script) {
+    UID Run(String const& script, OptionMap const& values = {}) {
         auto const message = RunWorkMsg::New();
         message->work = boost::make_shared<Job>(UID(true));
         message->work->parentID = UID(true);
         message->work->SetValues({{p_Type, k_Type.ToString()}, {p_SubRange, "1"}, {"Script", script}});
+        message->work->SetValues(values);
         Send(message);
         return message->work->id;
     }
@@ -188,6 +189,16 @@ TEST_F(EngineProcess, StartsBeforeTheKeyAndTheMasterAndRunsWork) {
     UID const bad = master.Run("echo no licence; exit 3");
     ASSERT_TRUE(master.Result(bad));
     EXPECT_EQ(master.Result(bad)->note, "exit code 3: no licence");
+
+    UID const nobody = master.Run("id -un", {{p_Username, "nobody"}});
+    ASSERT_TRUE(master.Result(nobody));
+    if (geteuid() == 0)
+        EXPECT_TRUE(master.Output(nobody).Contains("\nnobody\n")) << master.Output(nobody);
+    else
+        EXPECT_TRUE(master.Result(nobody)->note.Contains("does not run as root"));
+    UID const unknown = master.Run("true", {{p_Username, "no-such-user"}});
+    ASSERT_TRUE(master.Result(unknown));
+    EXPECT_TRUE(master.Result(unknown)->note.StartsWith("There is no user \"no-such-user\" on "));
 
     UID const stopped = master.Run("sleep 600");
     ASSERT_TRUE(master.HasBegun(stopped));
