@@ -35,11 +35,16 @@ TEST_P(FixedSeeds, KeepsTheInvariants) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Simulation, FixedSeeds, testing::Range<uint64_t>(1, 25));
+// Seeds that have found something once.
+INSTANTIATE_TEST_SUITE_P(Found, FixedSeeds, testing::Values(1160, 1232, 5046));
 
-// Another one each time. VORLAN_SIM_SEED=N runs the seed N, as a failure prints it.
+// Another one each time. VORLAN_SIM_SEED=N runs the seed N, as a failure prints it;
+// VORLAN_SIM_TRACE=N shows the last N things that happened before the fault.
 TEST(Simulation, NewSeed) {
     WorldOptions options;
     options.seed = NewSeed();
+    if (char const* const lines = std::getenv("VORLAN_SIM_TRACE"))
+        options.traceLines = std::strtoull(lines, nullptr, 10);
     RecordProperty("seed", std::to_string(options.seed));
     RunWorld(options);
 }

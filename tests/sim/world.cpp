@@ -12,8 +12,6 @@ namespace sim {
 
 namespace {
 
-constexpr size_t k_TraceLines = 80;
-
 CoreConfig ConfigFor(uint64_t seed, SimClient::Products const& products) {
     CoreConfig config;
     config.seed = seed;
@@ -56,7 +54,7 @@ void World::Fail(String const& text) {
 
 void World::Trace(String const& text) {
     m_trace.push_back(SFormat("%lld ", static_cast<long long>(m_now.Milliseconds() % 100'000'000)) + text);
-    if (m_trace.size() > k_TraceLines)
+    if (m_trace.size() > m_options.traceLines)
         m_trace.pop_front();
 }
 

@@ -20,6 +20,7 @@ struct WorldOptions {
     size_t steps = 10'000;
     bool encode = false; ///< sends everything through its wire form
     bool faults = true;
+    size_t traceLines = 80; ///< that a fault shows
 };
 
 /// Runs a Core with virtual Engines and clients under a virtual clock.

@@ -58,7 +58,7 @@ void World::DeliverUp() {
         for (uint64_t left = Chance(40) ? Pick(4) : 0; left > 0 && !link.up.empty(); --left) {
             auto const message = link.up.front();
             link.up.pop_front();
-            Trace("up " + String::From(peer) + " " + message->TypeName());
+            Trace("up " + String::From(peer) + " " + message->Text());
             events.push_back(PeerMessage{peer, message});
             // Some arrive twice.
             if (m_options.faults && link.engine && Chance(3))

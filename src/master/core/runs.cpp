@@ -403,6 +403,23 @@ void Runs::Supersede(Run& run, SpanSet const& taken, String const& note) {
     Orphan(run, note);
 }
 
+// The frames of a sub-range that are not done, as text; `open` gets those that are in
+// the Job's range now. The others count as well: the range may get them back.
+String Runs::OpenFrames(JobEntry const& job, String const& subRange, SpanSet& open) {
+    FrameRange range;
+    FrameRange::Parse(subRange, range);
+    open.Insert(job.frames.PositionsOf(range));
+    for (SpanSet const* const done : {&job.finished, &job.failed, &job.canceled})
+        open.Erase(done->All());
+    corekit::vector<int> frames;
+    range.ForEach([&](int frame) {
+        auto const position = job.frames.PositionOf(frame);
+        if (!position || open.Contains(*position))
+            frames.push_back(frame);
+    });
+    return FrameRange::FromFrames(frames).Text();
+}
+
 void Runs::LateResult(JobEntry& job, WorkEnded const& ended) {
     auto const known = job.givenUp.find(ended.work);
     if (ended.status != Finished || known == job.givenUp.end() || job.settings.IsFinished())
@@ -413,13 +430,9 @@ void Runs::LateResult(JobEntry& job, WorkEnded const& ended) {
     if (past == job.past.end())
         return;
     RunRow row = ReadRunRow(past->row);
-    FrameRange range;
-    FrameRange::Parse(row.subRange, range);
     SpanSet taken;
-    taken.Insert(job.frames.PositionsOf(range));
-    for (SpanSet const* const done : {&job.finished, &job.failed, &job.canceled})
-        taken.Erase(done->All());
-    if (taken.Empty())
+    row.subRange = OpenFrames(job, row.subRange, taken);
+    if (row.subRange.Empty())
         return;
 
     EngineEntry const* const engine = m_farm.FindEngine(row.engine);
@@ -433,27 +446,27 @@ void Runs::LateResult(JobEntry& job, WorkEnded const& ended) {
     job.queue.Remove(taken.All());
     job.finished.Insert(taken);
 
-    // The history tells it as a run of its own, since the one given up has its result.
-    RunRow told;
-    told.work = m_farm.random.NextUID();
-    told.engine = row.engine;
-    told.subRange = row.subRange;
-    told.outcome = Outcome::Finished;
-    for (RunElement const& element : row.elements) {
-        if (element.status == Assigned || element.status == Started)
-            told.elements.push_back(element);
-    }
-    Time const earliest = told.elements.empty() ? m_farm.now : told.elements.back().time;
-    Time const at = std::clamp(ended.time, earliest, std::max(earliest, m_farm.now));
-    told.elements.push_back({Finished, at, note});
-    told.elements.push_back({Closed, at, String()});
-    uint64_t const number = m_farm.NextNumber();
-    job.past.push_back({number, WriteRow(told)});
-    m_farm.out.Put(RecordKind::History, number, told.work, job.past.back().row, job.number);
-    for (RunElement const& element : told.elements)
-        TellElement(job, told.work, told.engine, told.subRange, element);
-    CountPast(job, told);
+    TellLateRun(job, std::move(row), ended.time, note);
     m_farm.jobActions->UnitEnded(job);
+}
+
+// The history tells a late result as a run of its own, since the one given up has its
+// result.
+void Runs::TellLateRun(JobEntry& job, RunRow row, Time ended, String const& note) {
+    row.work = m_farm.random.NextUID();
+    row.outcome = Outcome::Finished;
+    std::erase_if(row.elements,
+                  [](RunElement const& element) { return element.status != Assigned && element.status != Started; });
+    Time const earliest = row.elements.empty() ? m_farm.now : row.elements.back().time;
+    Time const at = std::clamp(ended, earliest, std::max(earliest, m_farm.now));
+    row.elements.push_back({Finished, at, note});
+    row.elements.push_back({Closed, at, String()});
+    uint64_t const number = m_farm.NextNumber();
+    job.past.push_back({number, WriteRow(row)});
+    m_farm.out.Put(RecordKind::History, number, row.work, job.past.back().row, job.number);
+    for (RunElement const& element : row.elements)
+        TellElement(job, row.work, row.engine, row.subRange, element);
+    CountPast(job, row);
 }
 
 void Runs::SubmitAsNew(JobEntry const& job, String const& subRange) {

@@ -78,6 +78,8 @@ private:
     void TellUnit(Run const& run);
     void SubmitAsNew(JobEntry const& job, String const& subRange);
     void Store(Run const& run, Outcome outcome);
+    static String OpenFrames(JobEntry const& job, String const& subRange, SpanSet& open);
+    void TellLateRun(JobEntry& job, RunRow row, Time ended, String const& note);
     void Supersede(Run& run, SpanSet const& taken, String const& note);
 
     Farm& m_farm;
