@@ -36,6 +36,8 @@ String NameOr(VorlanObject const* object, UID const& id) {
 void FarmView::ClearJobs() {
     m_jobs.clear();
     m_units.clear();
+    m_countOfJob.clear();
+    m_countOfEngine.clear();
     m_histories.clear();
 }
 
@@ -50,9 +52,7 @@ void FarmView::Take(Message const& message) {
         if (auto const job = FindJob(parameter->job))
             job->Set(parameter->name, parameter->value);
     } else if (auto const* deleted = As<DeleteJobMsg>(message)) {
-        m_jobs.erase(deleted->job);
-        m_histories.erase(deleted->job);
-        std::erase_if(m_units, [&](auto const& unit) { return unit.second.work->parentID == deleted->job; });
+        RemoveJob(deleted->job);
     } else if (auto const* history = As<JobHistoryMsg>(message)) {
         m_histories[history->job] = history->history;
     } else if (auto const* element = As<WorkHistoryElementMsg>(message)) {
@@ -62,7 +62,7 @@ void FarmView::Take(Message const& message) {
     } else if (auto const* started = As<StartedWorkMsg>(message)) {
         TakeWork(started->work, started->engine, Started);
     } else if (auto const* ended = As<FinishedWorkMsg>(message)) {
-        m_units.erase(ended->work);
+        RemoveWork(ended->work);
     } else if (auto const* changed = As<WorkParameterChangedMsg>(message)) {
         if (auto const at = m_units.find(changed->work); at != m_units.end())
             at->second.work->Set(changed->name, changed->value);
@@ -87,7 +87,27 @@ void FarmView::Take(Message const& message) {
 void FarmView::TakeWork(boost::shared_ptr<Job> const& work, UID const& engine, int status) {
     if (!work)
         return;
+    RemoveWork(work->id);
     m_units[work->id] = Unit{work, engine, status, work->Created()};
+    ++m_countOfJob[work->parentID];
+    ++m_countOfEngine[engine];
+}
+
+void FarmView::RemoveWork(UID const& work) {
+    auto const at = m_units.find(work);
+    if (at == m_units.end())
+        return;
+    --m_countOfJob[at->second.work->parentID];
+    --m_countOfEngine[at->second.engine];
+    m_units.erase(at);
+}
+
+void FarmView::RemoveJob(UID const& job) {
+    for (Unit const* unit : UnitsByAge(job))
+        RemoveWork(UID(unit->work->id));
+    m_countOfJob.erase(job);
+    m_jobs.erase(job);
+    m_histories.erase(job);
 }
 
 void FarmView::TakeHistoryElement(WorkHistoryElement const& element) {
@@ -138,13 +158,13 @@ corekit::vector<FarmView::Unit const*> FarmView::UnitsByAge(UID const& job) cons
 }
 
 size_t FarmView::UnitCount(UID const& job) const {
-    return static_cast<size_t>(std::count_if(m_units.begin(), m_units.end(),
-                                             [&](auto const& unit) { return unit.second.work->parentID == job; }));
+    auto const at = m_countOfJob.find(job);
+    return at == m_countOfJob.end() ? 0 : at->second;
 }
 
 size_t FarmView::UnitCountOn(UID const& engine) const {
-    return static_cast<size_t>(
-        std::count_if(m_units.begin(), m_units.end(), [&](auto const& unit) { return unit.second.engine == engine; }));
+    auto const at = m_countOfEngine.find(engine);
+    return at == m_countOfEngine.end() ? 0 : at->second;
 }
 
 String FarmView::EngineName(UID const& id) const {

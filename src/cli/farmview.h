@@ -60,12 +60,16 @@ public:
 
 private:
     void TakeWork(boost::shared_ptr<Job> const& work, UID const& engine, int status);
+    void RemoveWork(UID const& work);
+    void RemoveJob(UID const& job);
     void TakeHistoryElement(WorkHistoryElement const& element);
 
     corekit::map<UID, boost::shared_ptr<Job>> m_jobs;
     corekit::map<UID, Engine> m_engines;
     corekit::map<UID, String> m_pools;
-    corekit::map<UID, Unit> m_units; // by the unit's own UID
+    corekit::map<UID, Unit> m_units;           // by the unit's own UID
+    corekit::map<UID, size_t> m_countOfJob;    // of m_units
+    corekit::map<UID, size_t> m_countOfEngine; // of m_units
     corekit::map<UID, JobHistory> m_histories;
 };
 

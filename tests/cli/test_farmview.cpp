@@ -55,6 +55,7 @@ TEST_F(FarmViewTest, FollowsAJobFromItsSubmissionToItsDeletion) {
     m_view.Take(*deleted);
     EXPECT_FALSE(m_view.FindJob(job->id));
     EXPECT_EQ(m_view.Units().size(), 0U);
+    EXPECT_EQ(m_view.UnitCountOn(m_engine), 0U);
     // What comes late about it changes nothing.
     m_view.Take(*changed);
     EXPECT_EQ(m_view.Jobs().size(), 1U);
@@ -87,7 +88,9 @@ TEST_F(FarmViewTest, FollowsWork) {
     auto ended = FinishedWorkMsg::New();
     ended->work = assigned->id;
     m_view.Take(*ended);
+    m_view.Take(*ended);
     EXPECT_EQ(m_view.UnitCount(job->id), 1U);
+    EXPECT_EQ(m_view.UnitCountOn(m_engine), 1U);
 }
 
 TEST_F(FarmViewTest, NamesWhatItKnowsAndGivesTheUIDOfTheRest) {

@@ -261,24 +261,31 @@ std::vector<pid_t> FarmFixture::UnitProcesses() const {
     return pids;
 }
 
-FarmFixture::Ran FarmFixture::Vorlan(std::vector<String> const& arguments, int timeoutMs) const {
-    Path const out = Home() / "vorlan.out";
-    Path const err = Home() / "vorlan.err";
-    UniqueFd const outFd = OpenFile(out, O_WRONLY | O_CREAT | O_TRUNC);
-    UniqueFd const errFd = OpenFile(err, O_WRONLY | O_CREAT | O_TRUNC);
+std::unique_ptr<corekit::Process> FarmFixture::StartVorlan(std::vector<String> const& arguments) const {
+    UniqueFd const out = OpenFile(Home() / "vorlan.out", O_WRONLY | O_CREAT | O_TRUNC);
+    UniqueFd const err = OpenFile(Home() / "vorlan.err", O_WRONLY | O_CREAT | O_TRUNC);
     ProcessOptions options;
     options.args = {arguments.begin(), arguments.end()};
     options.env["VORLAN_HOME"] = Home();
-    options.stdoutFd = outFd.Get();
-    options.stderrFd = errFd.Get();
+    options.stdoutFd = out.Get();
+    options.stderrFd = err.Get();
     String error;
-    auto const process = corekit::Process::Start(Path(VORLAN_BIN_DIR) / "vorlan", options, &error);
+    auto process = corekit::Process::Start(Path(VORLAN_BIN_DIR) / "vorlan", options, &error);
     EXPECT_TRUE(process) << error;
+    return process;
+}
+
+String FarmFixture::VorlanOutput() const { return File::Read(Home() / "vorlan.out"); }
+
+String FarmFixture::VorlanErrors() const { return File::Read(Home() / "vorlan.err"); }
+
+FarmFixture::Ran FarmFixture::Vorlan(std::vector<String> const& arguments, int timeoutMs) const {
+    auto const process = StartVorlan(arguments);
     if (!process)
         return {};
     auto const code = process->Wait(timeoutMs);
     EXPECT_TRUE(code) << "vorlan has not ended";
-    return {code.value_or(-1), File::Read(out).Str(), File::Read(err).Str()};
+    return {code.value_or(-1), VorlanOutput().Str(), VorlanErrors().Str()};
 }
 
 } // namespace vorlan::farmtest

@@ -97,6 +97,10 @@ protected:
         std::string err;
     };
     Ran Vorlan(std::vector<String> const& arguments, int timeoutMs = k_JobMs) const;
+    // The same without waiting; what it prints is in VorlanOutput and VorlanErrors.
+    std::unique_ptr<corekit::Process> StartVorlan(std::vector<String> const& arguments) const;
+    String VorlanOutput() const;
+    String VorlanErrors() const;
 
 private:
     void KillAll() const;

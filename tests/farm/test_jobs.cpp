@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <vorlan/keys.h>
 
-#include <fstream>
+#include <csignal>
 #include <unistd.h>
 
 namespace vorlan::farmtest {
@@ -54,13 +54,12 @@ TEST_F(FarmJobs, TheCommandLineSubmitsWaitsAndShows) {
     EXPECT_EQ(Vorlan({"jobs", "--json"}).out, "[]\n");
 }
 
-TEST_F(FarmJobs, RunningWorkIsFollowedStoppedAndCanceled) {
+TEST_F(FarmJobs, RunningWorkIsStoppedAndCanceled) {
     auto const farm = Connect();
     auto const job = CommandJob("Long", "echo begun; exec sleep 1000", "1");
     job->Set("Shell", k_Yes);
     Submit(*farm, job);
     ASSERT_TRUE(WaitUntil([&] { return UnitProcesses().size() == 1; }, k_JobMs));
-    // The unit has written its line; the log goes on, and the command with it, until the stop.
     ASSERT_TRUE(WaitUntil([&] { return Vorlan({"log", "Long"}).out.find("\nbegun\n") != std::string::npos; }, k_JobMs));
     pid_t const first = UnitProcesses().front();
     EXPECT_EQ(Vorlan({"stop", "Long", "--requeue"}).code, 0);
@@ -76,6 +75,39 @@ TEST_F(FarmJobs, RunningWorkIsFollowedStoppedAndCanceled) {
     EXPECT_EQ(Vorlan({"wait", "Long", "--timeout", "1m"}).code, 1);
     EXPECT_TRUE(WaitUntil([&] { return UnitProcesses().empty(); }, 10'000));
     EXPECT_EQ(WaitForEnd(job->id), UserCanceled);
+}
+
+TEST_F(FarmJobs, OutputIsFollowedWhileItIsWritten) {
+    auto const farm = Connect();
+    // It goes on when the test has seen its first line.
+    auto const job =
+        CommandJob("Talk", "echo first; while [ ! -e " + (Home() / "go") + " ]; do sleep 0.02; done; echo last", "7");
+    job->Set("Shell", k_Yes);
+    Submit(*farm, job);
+    auto const log = StartVorlan({"log", "--follow", "Talk"});
+    ASSERT_TRUE(log);
+    EXPECT_TRUE(WaitUntil([&] { return VorlanOutput().Contains("[7] first\n"); }, k_JobMs));
+    EXPECT_FALSE(VorlanOutput().Contains("[7] last\n"));
+    File::WriteWhole(Home() / "go", "");
+    EXPECT_EQ(log->Wait(k_JobMs), 0);
+    EXPECT_TRUE(VorlanOutput().Contains("[7] last\n")) << VorlanOutput();
+}
+
+TEST_F(FarmJobs, AnInterruptEndsTheCommandAtOnce) {
+    auto const farm = Connect();
+    auto const job = CommandJob("Long", "sleep 1000", "1");
+    Submit(*farm, job);
+    for (std::vector<String> const& arguments :
+         {std::vector<String>{"wait", "Long"}, std::vector<String>{"log", "--follow", "Long"}}) {
+        auto const process = StartVorlan(arguments);
+        ASSERT_TRUE(process);
+        String const begun = "process " + String::From(process->Pid());
+        Path const history = Home() / "user/vorlan/History.log";
+        EXPECT_TRUE(WaitUntil([&] { return history.Exists() && File::Read(history).Contains(begun); }, k_StartMs));
+        ::kill(process->Pid(), SIGINT);
+        EXPECT_EQ(process->Wait(2'000), 130);
+    }
+    EXPECT_EQ(UnitProcesses().size(), 1U);
 }
 
 TEST_F(FarmJobs, PausedJobsWaitAndPriorityDecides) {

@@ -102,18 +102,12 @@ TEST_F(FarmKills, WaitingOutlivesTheMaster) {
         Submit(*farm, made);
         return made;
     }();
-    std::unique_ptr<corekit::Process> const waiter = [&] {
-        corekit::ProcessOptions options;
-        options.args = {"wait", "--progress", "--timeout", "2m", job->id.ToString()};
-        options.env["VORLAN_HOME"] = Home();
-        options.stderrFd = corekit::ProcessOptions::k_Null;
-        return corekit::Process::Start(Path(VORLAN_BIN_DIR) / "vorlan", options);
-    }();
+    auto const waiter = StartVorlan({"wait", "--progress", "--timeout", "2m", job->id.ToString()});
     ASSERT_TRUE(waiter);
     ASSERT_TRUE(WaitUntil([&] { return FramesRun() >= 2; }, k_JobMs));
     Master().KillAlone();
     Master().Start();
-    EXPECT_EQ(waiter->Wait(k_JobMs), 0);
+    EXPECT_EQ(waiter->Wait(k_JobMs), 0) << VorlanErrors();
 }
 
 } // namespace vorlan::farmtest
