@@ -92,6 +92,7 @@ void Core::ListenToEngines() {
     On<WorkBegunMsg>(e, [&f](Peer& p, auto const& m) { f.engineActions->OnBegun(p, *m); });
     On<WorkProgressMsg>(e, [&f](Peer& p, auto const& m) { f.engineActions->OnProgress(p, *m); });
     On<WorkEndedMsg>(e, [&f](Peer& p, auto const& m) { f.engineActions->OnEnded(p, *m); });
+    On<EngineHistoryElementMsg>(e, [&f](Peer& p, auto const& m) { f.engineActions->OnHistory(p, *m); });
     On<OutputDataMsg>(e, [&f](Peer& p, auto const& m) { f.relay->OnOutput(p, m); });
     On<PingMsg>(From::All, [&f](Peer& p, auto const& m) {
         auto pong = PongMsg::New();

@@ -17,6 +17,7 @@ namespace {
 
 // An Engine that is connected and says nothing for that long is taken for gone.
 constexpr Time k_Silence = Time::Seconds(60);
+constexpr size_t k_NoteLength = 4000;
 
 UID UIDOfRecord(Record const& record) {
     return UID::FromBytes({reinterpret_cast<uint8_t const*>(record.id.data()), record.id.size()});
@@ -175,6 +176,11 @@ void Engines::OnProgress(Peer& peer, WorkProgressMsg const& message) {
     Run* const run = m_farm.FindRun(message.work);
     if (run && peer.engine && run->engine == peer.engine)
         m_farm.runActions->SetValues(*run, message.values);
+}
+
+void Engines::OnHistory(Peer& peer, EngineHistoryElementMsg const& message) {
+    if (peer.engine)
+        Note(*peer.engine, message.element.message.Mid(0, k_NoteLength));
 }
 
 void Engines::OnEnded(Peer& peer, WorkEndedMsg const& message) {

@@ -18,6 +18,8 @@ public:
     void OnHeartbeat(Peer& peer);
     void OnBegun(Peer& peer, WorkBegunMsg const& message);
     void OnProgress(Peer& peer, WorkProgressMsg const& message);
+    // A line of the Engine's own; cut to a length for people.
+    void OnHistory(Peer& peer, EngineHistoryElementMsg const& message);
     void OnEnded(Peer& peer, WorkEndedMsg const& message);
     void PeerGone(EngineEntry& engine);
 

@@ -88,9 +88,12 @@ boost::shared_ptr<Job> Runs::MakeUnit(Run const& run) const {
     static uint32_t const s_percent = NameTable::Number(p_PercentDone);
     String const status = String::From(static_cast<int>(run.HasStarted() ? Started : Assigned));
     String const cores = String::From(run.cores);
+    static uint32_t const s_jobName = NameTable::Number("JobName");
+    String const jobName = run.job->job->Name(); // for the Engine's log: the unit's own is its packet
     ValueBlockBuilder builder;
-    builder.Reserve(values->Count() + 4);
+    builder.Reserve(values->Count() + 5);
     builder.AddAll(*values);
+    builder.Add(s_jobName, jobName);
     builder.Add(s_name, run.subRange);
     builder.Add(s_subRange, run.subRange);
     builder.Add(s_status, status);
