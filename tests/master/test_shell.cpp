@@ -202,6 +202,23 @@ TEST_F(ShellTest, AFullDiskRefusesTheJobSaysSoAndTheFarmGoesOn) {
     EXPECT_EQ(jobs, 1U);
 }
 
+TEST_F(ShellTest, TheLogIsToldToThoseWhoAskForIt) {
+    Listener client(m_key, m_shell->Port());
+    ASSERT_TRUE(client.Expect<LoadedMsg>());
+    auto follow = NotifyOnEventMsg::New();
+    follow->AddAll();
+    follow->AddID(MasterLogsMsg::s_Type);
+    client.Send(follow);
+    auto const job = NewJob("followed");
+    client.Send(JobMsg::Create(job));
+    ASSERT_TRUE(client.Expect<JobMsg>());
+    LogStatus("a line for the followers");
+    client.Expect<MasterLogsMsg>([](MasterLogsMsg const& told) {
+        return std::any_of(told.lines.begin(), told.lines.end(),
+                           [](String const& line) { return line.Contains("a line for the followers"); });
+    });
+}
+
 TEST_F(ShellTest, ManyJobsReachASlowStarterWhole) {
     Listener client(m_key, m_shell->Port());
     ASSERT_TRUE(client.Expect<LoadedMsg>());

@@ -23,6 +23,9 @@ constexpr size_t k_EventsPerTurn = 4000;
 /// Bytes of a load that are asked for at a time.
 constexpr size_t k_LoadPiece = 128 * 1024;
 
+/// Lines of the log that wait for those who follow it; more are left to the file.
+constexpr size_t k_LogLinesLimit = 1000;
+
 constexpr std::chrono::milliseconds k_LongestWait{1000};
 constexpr std::chrono::milliseconds k_FirstStorePause{250};
 constexpr std::chrono::milliseconds k_LongestStorePause{5000};
@@ -38,6 +41,7 @@ Shell::Shell(Options options, std::unique_ptr<Store> store)
 }
 
 Shell::~Shell() {
+    m_logSink = {};
     m_inbox.Close();
     m_responder.reset();
     m_server.reset();
@@ -113,6 +117,13 @@ void Shell::OpenPort() {
 void Shell::Start() {
     OpenPort();
     m_core = RestoredCore();
+    m_logSink = corekit::Log::AddSink([this](corekit::LogLevel level, String const& text) {
+        std::lock_guard const lock(m_logGuard);
+        if (level != corekit::LogLevel::Debug && m_logLines.size() < k_LogLinesLimit) {
+            m_logLines.push_back(SFormat("%s  %-8s %s", Time::CurrentTime().Format(corekit::k_DefaultDateTime).c_str(),
+                                         corekit::LogLevelName(level), text.c_str()));
+        }
+    });
     if (m_options.answerMulticast) {
         m_responder = std::make_unique<vorlan::DiscoveryResponder>(m_options.key, m_server->Port(), m_options.machine);
         m_responder->Start();
@@ -140,6 +151,7 @@ void Shell::Run() {
     while (!m_stopping && !m_inbox.IsClosed()) {
         Turn(m_inbox.Take(k_EventsPerTurn, NextTurn()));
         FeedLoads();
+        TellLog();
     }
 }
 
@@ -280,6 +292,24 @@ void Shell::FeedLoads() {
         }
         peer = more ? std::next(peer) : m_loading.erase(peer);
     }
+}
+
+void Shell::TellLog() {
+    auto message = vorlan::MasterLogsMsg::New();
+    {
+        std::lock_guard const lock(m_logGuard);
+        message->lines.swap(m_logLines);
+    }
+    if (message->lines.empty()) {
+        return;
+    }
+    auto peers = std::make_shared<std::vector<PeerId>>();
+    for (auto const& [id, peer] : m_core->State().peers.All()) {
+        if (peer.follows.contains(vorlan::MasterLogsMsg::s_Type)) {
+            peers->push_back(id);
+        }
+    }
+    Send(SendAll{std::move(peers), std::move(message)});
 }
 
 Shell::ConnectionPtr Shell::Find(PeerId peer) const {

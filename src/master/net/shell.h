@@ -5,6 +5,7 @@
 #include "master/net/inbox.h"
 #include "master/store/store.h"
 
+#include <corekit/log.h>
 #include <vorlan/discovery.h>
 #include <vorlan/farmkey.h>
 #include <vorlan/net/connection.h>
@@ -66,6 +67,7 @@ private:
     void Perform(std::vector<Effect> const& effects);
     void Send(SendAll const& effect);
     void FeedLoads();
+    void TellLog();
     void WaitForStore();
     std::chrono::steady_clock::time_point NextTurn() const;
     ConnectionPtr Find(PeerId peer) const;
@@ -82,6 +84,11 @@ private:
     // Guarded by m_connectionsGuard: network threads add and the working thread looks up.
     mutable std::mutex m_connectionsGuard;
     std::map<PeerId, ConnectionPtr> m_connections;
+
+    // Guarded by m_logGuard: any thread logs, the working thread tells the followers.
+    std::mutex m_logGuard;
+    corekit::vector<String> m_logLines;
+    corekit::Log::SinkHandle m_logSink;
 
     // The working thread only.
     std::unique_ptr<Core> m_core;
