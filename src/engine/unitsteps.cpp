@@ -271,7 +271,8 @@ void WorkDesk::Report(Unit& unit, Verdict const& result) {
 
     String const outcome = StatusName(verdict.status) + (verdict.note.Empty() ? String() : ": " + verdict.note);
     unit.log->AppendLine("[" + outcome + "]");
-    m_history.Note(outcome + ", " + NameOf(unit) + ", after " + ran.FormatDuration(2, 4, 1));
+    m_history.Note(outcome + ", " + NameOf(unit) + ", after " +
+                   (ran < Time::Seconds(1) ? ran.FormatDuration(0, 4, 0) : ran.FormatDuration(2, 4, 1)));
     unit.work->SetStatus(verdict.status);
     RunFinishedCommands(unit, verdict);
     m_units.erase(UID(ended.work));
