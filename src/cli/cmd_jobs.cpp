@@ -43,11 +43,11 @@ Table JobTable(FarmView const& view, corekit::vector<boost::shared_ptr<Job>> con
         size_t const active = view.UnitCount(job->id);
         // A Job that waits and one that is worked on have one status.
         bool const works = active > 0 && job->Status() == Queued;
-        table.AddRow({ShortId(job->id), job->Name(), job->TypeString(),
-                      works ? Cell("Rendering", StatusColour(Started))
-                            : Cell(job->StatusAsString(), StatusColour(job->Status())),
-                      PercentText(job->PercentDone()), job->GetParameterString(p_RangeCount), String::From(active),
-                      String::From(job->Priority()), job->Creator(), MomentText(job->Created())});
+        table.AddRow(
+            {ShortId(job->id), job->Name(), job->TypeString(),
+             works ? Cell("Working", StatusColour(Started)) : Cell(job->StatusAsString(), StatusColour(job->Status())),
+             PercentText(job->PercentDone()), job->GetParameterString(p_RangeCount), String::From(active),
+             String::From(job->Priority()), job->Creator(), MomentText(job->Created())});
     }
     return table;
 }

@@ -16,6 +16,7 @@ namespace {
 // A Master that restarts is waited for.
 constexpr std::chrono::minutes k_Patience{5};
 constexpr std::chrono::milliseconds k_ProgressEvery{250};
+constexpr std::chrono::milliseconds k_ProgressPause{100}; // on a terminal
 
 struct WaitOptions {
     std::vector<std::string> jobs;
@@ -68,8 +69,12 @@ private:
         auto const pause = m_request.progress ? Clock::now() + k_ProgressEvery : m_deadline;
         if (auto const message = m_farm.Next(std::min(pause, m_deadline)))
             Take(*message);
-        if (m_request.progress)
-            m_progress.Show(m_farm.View(), m_request.jobs);
+        // A line for each message would be more than a terminal can show.
+        if (!m_request.progress || Clock::now() < m_nextShow)
+            return;
+        m_progress.Show(m_farm.View(), m_request.jobs);
+        if (m_context.Term().errIsTerminal)
+            m_nextShow = Clock::now() + k_ProgressPause;
     }
 
     void Take(Message const& message) {
@@ -162,6 +167,7 @@ private:
     WaitRequest const m_request;
     Progress m_progress;
     Clock::time_point m_deadline = Clock::now() + std::chrono::hours(24 * 365 * 10);
+    Clock::time_point m_nextShow;
     corekit::map<UID, boost::shared_ptr<Job>> m_ends; // null: it was deleted
     corekit::map<UID, String> m_names;
 };
