@@ -12,7 +12,7 @@
 
 namespace bench {
 
-/// A Job as people submit it: 40 parameters, 1.34 KB of values.
+/// A Job as people submit it: 40 parameters, 1.34 KB of names and values.
 ///
 /// `number` makes one Job differ from the next where real ones do: id, name, times,
 /// frames and paths.
@@ -56,7 +56,7 @@ inline std::vector<std::pair<std::string, std::string>> SampleValues(unsigned nu
         } else if (key == "LibraryPaths") {
             value = "/projects/northlight/library/textures;/projects/northlight/library/includes;" + folder + "maps";
         } else if (key == "Comment") {
-            value = std::string(240, 'c') + std::to_string(number);
+            value = std::string(380, 'c') + std::to_string(number);
         } else if (key == "Options") {
             value = "\"+J\" = \"-J\"; \"+BS\" = \"32\"; \"File_Gamma=\" = \"2.2\"; \"+C\" = \"1\"";
         }
