@@ -79,7 +79,7 @@ protected:
     FarmView m_view;
 
     void Set(Product const& product, char const* text) {
-        ApplySetting(m_job, product, ParseSetting(text), "/work/shots", m_view);
+        ApplySetting(m_job, product, ParseSetting(text), "/jobs/shots", m_view);
     }
 };
 
@@ -90,16 +90,16 @@ TEST_F(Submission, PathsCountFromTheirFolder) {
         char const* resolved;
     };
     for (Case const& one :
-         {Case{"SceneFile", "a.pov", "/work/shots/a.pov"}, Case{"SceneFile", "../b/./a.pov", "/work/b/a.pov"},
-          Case{"SceneFile", "\"with blank.pov\"", "/work/shots/with blank.pov"},
+         {Case{"SceneFile", "a.pov", "/jobs/shots/a.pov"}, Case{"SceneFile", "../b/./a.pov", "/jobs/b/a.pov"},
+          Case{"SceneFile", "\"with blank.pov\"", "/jobs/shots/with blank.pov"},
           Case{"SceneFile", "/abs/a.pov", "/abs/a.pov"}, Case{"SceneFile", "C:\\scenes\\a.pov", "C:\\scenes\\a.pov"},
           Case{"SceneFile", "$(Root)/a.pov", "$(Root)/a.pov"},
-          Case{"SceneFile", "nfs://host/a.pov", "nfs://host/a.pov"}, Case{"OutputFolder", "out/", "/work/shots/out"},
-          Case{"OutputFolder", ".", "/work/shots"},
-          Case{"LibraryPaths", "inc;/abs; ../x ", "/work/shots/inc;/abs;/work/x"},
+          Case{"SceneFile", "nfs://host/a.pov", "nfs://host/a.pov"}, Case{"OutputFolder", "out/", "/jobs/shots/out"},
+          Case{"OutputFolder", ".", "/jobs/shots"},
+          Case{"LibraryPaths", "inc;/abs; ../x ", "/jobs/shots/inc;/abs;/jobs/x"},
           Case{"OutputName", "../name", "../name"}}) {
         m_job.Set(one.name, one.value);
-        ResolvePaths(m_job, *m_povray, "/work/shots");
+        ResolvePaths(m_job, *m_povray, "/jobs/shots");
         EXPECT_EQ(m_job.Get(one.name, false), one.resolved) << one.value;
     }
     EXPECT_FALSE(m_job.Has("Declare"));
@@ -111,7 +111,7 @@ TEST_F(Submission, SettingsAreTakenAsPeopleMeanThem) {
     Set(*m_povray, "Format=PNG");
     EXPECT_EQ(m_job.Get("Format", false), "N");
     Set(*m_povray, "SceneFile=x.pov");
-    EXPECT_EQ(m_job.Get("SceneFile", false), "/work/shots/x.pov");
+    EXPECT_EQ(m_job.Get("SceneFile", false), "/jobs/shots/x.pov");
     Set(*m_command, "CommandLine=a=b c");
     EXPECT_EQ(m_job.Get("CommandLine", false), "a=b c");
 
