@@ -49,12 +49,14 @@ inline constexpr ColorScheme k_DefaultScheme = ColorScheme::Dark;
 
 // The order in which the custom colours are shown and numbered.
 inline constexpr std::array<ColorName, k_ColorCount> k_CustomColorOrder{
-    ColorName::WindowBG,       ColorName::WindowBGLighter, ColorName::WindowBGDarker, ColorName::Light3D,
-    ColorName::Dark3D,         ColorName::ButtonFace,      ColorName::ButtonText,     ColorName::Selected,
-    ColorName::Header,         ColorName::Text,            ColorName::TextRed,        ColorName::TextOrange,
-    ColorName::TextYellow,     ColorName::TextGreen,       ColorName::TextCyan,       ColorName::TextBlue,
-    ColorName::TextIndigo,     ColorName::TextViolet,      ColorName::TextGrey,       ColorName::TextDarkRed,
-    ColorName::TextDarkOrange, ColorName::TextDarkYellow,  ColorName::TextDarkGreen,  ColorName::TextDarkCyan,
+    ColorName::WindowBG,       ColorName::WindowBGLighter, ColorName::WindowBGDarker,
+    ColorName::Light3D,        ColorName::Dark3D,          ColorName::ButtonFace,
+    ColorName::ButtonText,     ColorName::Selected,        ColorName::Header,
+    ColorName::Text,           ColorName::TextRed,         ColorName::TextOrange,
+    ColorName::TextYellow,     ColorName::TextGreen,       ColorName::TextCyan,
+    ColorName::TextBlue,       ColorName::TextIndigo,      ColorName::TextViolet,
+    ColorName::TextGrey,       ColorName::TextDarkRed,     ColorName::TextDarkOrange,
+    ColorName::TextDarkYellow, ColorName::TextDarkGreen,   ColorName::TextDarkCyan,
     ColorName::TextDarkBlue,   ColorName::TextDarkIndigo,  ColorName::TextDarkViolet};
 
 // As people and the options file read it: "WindowBG", "3DLight".

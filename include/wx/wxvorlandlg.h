@@ -28,8 +28,7 @@ public:
     static constexpr int k_ButtonWidth = 88;
 
     // `section` names its memory in the options; empty: it keeps none.
-    wxVorlanDlg(wxWindow* parent, wxString const& title, corekit::String section,
-                long style = wxDEFAULT_DIALOG_STYLE);
+    wxVorlanDlg(wxWindow* parent, wxString const& title, corekit::String section, long style = wxDEFAULT_DIALOG_STYLE);
     ~wxVorlanDlg() override;
 
     int ShowModal() override;

@@ -89,7 +89,10 @@ bool wxVorlanApp::OnInit() {
     return false;
 }
 
-int wxVorlanApp::OnRun() { return Execute(); }
+int wxVorlanApp::OnRun() {
+    SetExitOnFrameDelete(true); // the base's OnRun, which would say so, is not called
+    return Execute();
+}
 
 int wxVorlanApp::Execute() {
     CALL_ENTRY();

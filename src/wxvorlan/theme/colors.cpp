@@ -164,8 +164,7 @@ double wxvContrast(wxColour const& a, wxColour const& b) {
     return (std::max(first, second) + 0.05) / (std::min(first, second) + 0.05);
 }
 
-wxColour wxvReadableColor(wxColour const& colour, wxColour const& background, wxColour const& refuge,
-                          double contrast) {
+wxColour wxvReadableColor(wxColour const& colour, wxColour const& background, wxColour const& refuge, double contrast) {
     constexpr int k_Steps = 16;
     for (int step = 0; step < k_Steps; ++step) {
         wxColour const mixed = wxvMixColors(colour, refuge, static_cast<double>(step) / k_Steps);

@@ -1,4 +1,5 @@
 #include <wx/wxvcolors.h>
+#include <wx/wxvfont.h>
 #include <wx/wxvtext.h>
 
 #ifdef __WXGTK__
@@ -73,6 +74,9 @@ void wxvApplyNativeStyle() {
     if (!settings || !screen)
         return;
     g_object_set(settings, "gtk-application-prefer-dark-theme", static_cast<gboolean>(wxvIsDarkScheme()), nullptr);
+
+    if (wxString const font = wxvNativeFontName(); !font.empty())
+        g_object_set(settings, "gtk-font-name", static_cast<char const*>(font.utf8_str()), nullptr);
 
     static GtkCssProvider* s_provider = nullptr;
     if (!s_provider) {

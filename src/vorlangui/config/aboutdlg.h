@@ -1,0 +1,27 @@
+#pragma once
+
+#include <corekit/containers.h>
+#include <corekit/string.h>
+#include <corekit/time.h>
+#include <wx/wxvorlandlg.h>
+
+namespace vorlan {
+
+// A version number for people: 30000 is "3.0.0".
+corekit::String VersionText(unsigned version);
+
+// AboutDlg says what this program is and what it is connected to.
+// Owner: its caller's stack. Thread: the GUI thread.
+class AboutDlg : public wxVorlanDlg {
+public:
+    explicit AboutDlg(wxWindow* parent);
+
+private:
+    struct Row {
+        wxString label;
+        wxString value;
+    };
+    static corekit::vector<Row> ConnectionRows();
+};
+
+} // namespace vorlan

@@ -1,0 +1,94 @@
+#include "enginemode.h"
+
+#include "core/options.h"
+#include "core/outside.h"
+
+#include <corekit/callentry.h>
+#include <corekit/log.h>
+#include <vorlan/components.h>
+#include <vorlan/keys.h>
+#include <vorlan/messages.h>
+#include <vorlan/messenger.h>
+#include <vorlan/vorlanapp.h>
+#include <wx/wxvorlandlg.h>
+#include <wx/wxvorlanframe.h>
+
+namespace vorlan {
+
+Time IdleSpan(int localMinutes, int masterMinutes) {
+    int const minutes = localMinutes < 0 ? masterMinutes : localMinutes;
+    return Time::Minutes(minutes > 0 ? minutes : 0);
+}
+
+std::atomic<_EngineModeTimeout*> _EngineModeTimeout::s_current{nullptr};
+
+_EngineModeTimeout::_EngineModeTimeout() {
+    wxVorlanDlg::s_ModalStarted.Connect(this, &_EngineModeTimeout::Suspend);
+    wxVorlanDlg::s_ModalFinished.Connect(this, &_EngineModeTimeout::Reset);
+    wxVorlanDlg::s_DlgClosed.Connect(this, &_EngineModeTimeout::Reset);
+    wxVorlanFrame::s_WinClosed.Connect(this, &_EngineModeTimeout::Reset);
+    Bind(wxEVT_MENU, &_EngineModeTimeout::OnMenu, this);
+    s_current.store(this, std::memory_order_release);
+}
+
+_EngineModeTimeout::~_EngineModeTimeout() { Retire(); }
+
+void _EngineModeTimeout::Retire() {
+    s_current.store(nullptr, std::memory_order_release);
+    DisconnectAll();
+}
+
+void _EngineModeTimeout::ResetCurrent() {
+    if (_EngineModeTimeout* const current = s_current.load(std::memory_order_acquire))
+        current->Reset();
+}
+
+void _EngineModeTimeout::OnMenu(wxCommandEvent& event) {
+    Reset();
+    event.Skip();
+}
+
+void _EngineModeTimeout::Reset() {
+    CALL_ENTRY();
+    m_expires.store(0, std::memory_order_relaxed);
+    m_suspended.store(false, std::memory_order_relaxed);
+    // Only a client that has started its own Engine may become one.
+    if (!Outside::Get().DidStartComponent(k_ComponentEngine))
+        return;
+    boost::shared_ptr<MasterInfoMsg> const master = Outside::Get().MasterInfo();
+    if (!master)
+        return;
+    int const local = VorlanApp::GetOptions().GetValue(k_Configuration, o_IdleTimeout, o_IdleTimeoutDefault);
+    Time const span = IdleSpan(local, master->idleTimeout);
+    if (span.IsZero())
+        return;
+    Time const expires = Time::CurrentTime() + span;
+    m_expires.store(expires.Milliseconds(), std::memory_order_relaxed);
+    LogStatus("Set Engine Mode timeout to: " + expires.Format(k_DefaultDateTime));
+}
+
+bool _EngineModeTimeout::HasExpired(Time const& now) {
+    Time const expires = Expires();
+    if (expires.IsZero() || m_suspended.load(std::memory_order_relaxed) || now < expires)
+        return false;
+    m_expires.store(0, std::memory_order_relaxed);
+    return true;
+}
+
+_EngineModeShutdownPipe::_EngineModeShutdownPipe() : NamedPipeServerThread(k_PipeName) {
+    LogStatus(String("Listening for shutdown requests on: ") + k_PipeName);
+    Start();
+}
+
+_EngineModeShutdownPipe::~_EngineModeShutdownPipe() {
+    Stop();
+    LogStatus(String("No longer listening for shutdown requests on: ") + k_PipeName);
+}
+
+void _EngineModeShutdownPipe::OnConnect() {
+    CALL_ENTRY();
+    LogSystem("Received shutdown request from Engine Mode shutdown pipe");
+    Messenger::SSendMessageToSelf(ShutdownMsg::New());
+}
+
+} // namespace vorlan

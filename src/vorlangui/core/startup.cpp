@@ -1,0 +1,72 @@
+// What the client does when its start-up is through: the window, Engine Mode, the
+// components, the repeat file, in this order.
+#include "core/componentcontrol.h"
+#include "core/options.h"
+#include "core/rendernode.h"
+#include "vorlangui.h"
+#include "window/mainwindow.h"
+
+#include <corekit/callentry.h>
+#include <corekit/file.h>
+#include <corekit/platform.h>
+#include <vorlan/version.h>
+#include <wx/dcscreen.h>
+#include <wx/settings.h>
+
+namespace vorlan {
+
+namespace {
+
+wxSize StartSize() {
+    int const width = wxSystemSettings::GetMetric(wxSYS_SCREEN_X) * 2 / 3;
+    int const height = wxSystemSettings::GetMetric(wxSYS_SCREEN_Y) * 2 / 3;
+    return width < 0 ? wxScreenDC().GetSize() : wxSize(width, height);
+}
+
+} // namespace
+
+void VorlanGui::OnVorlanAppStartupEvt(VorlanAppStartupEvt& event) {
+    CALL_ENTRY();
+    if (!event.success)
+        return;
+    m_window = new MainWindow(_("Vorlan"), wxPoint(0, 0), StartSize());
+    m_window->SetFirstRun(GetOptions().GetValue(k_Configuration, k_OptionVersion, 0u) == 0);
+    m_window->Show();
+    SetTopWindow(m_window);
+
+    OptionsFile::PauseAutoWrite const pause(GetOptions());
+    bool const inEngineMode = DecideEngineMode();
+    if (inEngineMode) {
+        wxCommandEvent nothing;
+        m_window->OnEngineMode(nothing);
+    } else {
+        _StartComponent(k_ComponentEngine, k_StartNotSet);
+        _StartComponent(k_ComponentMaster, k_StartNotSet);
+    }
+    for (int const tool : {k_ComponentBrakka, k_ComponentMerrow, k_ComponentPanvale})
+        _StartComponent(tool, k_StartNotSet);
+
+    GetOptions().SetValue(k_Configuration, k_OptionVersion, k_VorlanVersion);
+    LoadRepeatFile();
+    if (inEngineMode && event.commandLine)
+        event.commandLine->AddSwitch("DisableMessenger");
+}
+
+bool VorlanGui::DecideEngineMode() {
+    bool const stored = GetOptions().GetValue(k_Configuration, k_OptionInEngineMode, false);
+    if (stored || !m_window->IsFirstRun() || !LooksLikeRenderNode(Platform::GetComputerNameA()))
+        return stored;
+    // Into the current section, whichever that is: nobody has chosen one yet.
+    GetOptions().SetValue(k_OptionInEngineMode, true);
+    return true;
+}
+
+void VorlanGui::LoadRepeatFile() {
+    {
+        SetExceptionLevel const level(m_repeatFile, FaultSource::k_Fatal);
+        m_repeatFile.Load(File::GetUserDir() / "RepeatJobs.ini", false, true);
+    }
+    m_repeatFile.SetRepeatCount(GetOptions().GetValue(k_Configuration, k_OptionRepeatCount, k_RepeatCountDefault));
+}
+
+} // namespace vorlan

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <corekit/containers.h>
+#include <corekit/rwlock.h>
+#include <vorlan/engine.h>
+#include <vorlan/enginehistory.h>
+
+namespace vorlan {
+
+// EngineInfo is an Engine with the client's extras: its log and its options for each
+// Product. They survive a new copy of the Engine.
+// Owner: the EngineList, and whoever holds the shared pointer. Thread: any.
+class EngineInfo : public Engine {
+public:
+    explicit EngineInfo(UID const& engineID = UID::Null) : Engine(engineID) {}
+
+    mutable RWLock lock{LockRank::JobInfo};
+    // Guarded by lock.
+    EngineHistory history;
+    corekit::map<UID, OptionMap> options;
+
+    // Units that run here; negative: so many, and the Engine is disabled.
+    int Status() const;
+    // "2 Workers", "Disabled: 1 Worker", "Offline".
+    String StatusString() const;
+    // "2 cores:  -MTWTF-  09:00 - 18:00"; empty when there is no restriction.
+    String Restrictions() const;
+    // "3 Failures (2 Jobs 1 Product)".
+    String DisplayFailures() const;
+};
+
+} // namespace vorlan

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <atomic>
+#include <boost/shared_ptr.hpp>
+#include <corekit/containers.h>
+#include <corekit/rwlock.h>
+#include <corekit/time.h>
+#include <vorlan/job.h>
+#include <vorlan/jobhistory.h>
+
+namespace vorlan {
+
+// JobInfo is a Job with what only the client needs: whether it has running work, and
+// its history, which is loaded when something wants it.
+// Owner: the JobList, and whoever holds the shared pointer.
+// Works with: HistoryTimer, which drops a history that nobody wants any more.
+// Thread: any.
+class JobInfo {
+public:
+    explicit JobInfo(boost::shared_ptr<Job> const& ofJob = nullptr) : job(ofJob) {}
+
+    // Constant once the JobInfo stands in the list. May be null.
+    boost::shared_ptr<Job> job;
+    // Guarded by lock.
+    JobHistory history;
+    // The client knows of work of this Job.
+    std::atomic<bool> active{false};
+    mutable RWLock lock{LockRank::JobInfo};
+    // Work that has come as history elements. Guarded by lock.
+    corekit::set<UID> elementWork;
+
+    // How long a history stays in memory after the last one that wanted it.
+    static constexpr int64_t k_HistoryMs = 30'000;
+
+    String Summary() const;
+    // "Waiting for 2 jobs".
+    String WaitForString() const;
+    String Pool() const;
+    // 0 queued, 1 paused, 2 active, 3 finished.
+    int StatusClass() const;
+    // For people: "Queued", "3 Active", "Paused: 3 Active".
+    String Status() const;
+
+    // Keeps the history in memory for a while, and asks the Master for it when it is
+    // not there. `hold`: until UnlockHistory.
+    void RequestHistory(bool hold);
+    void UnlockHistory();
+    // Drops the history of a finished Job when its time is over. True: it is gone.
+    bool CheckHistory();
+
+    bool IsHistoryHeld() const { return m_historyLocked.load(std::memory_order_relaxed); }
+    // When the history may go; zero: there is none.
+    Time HistoryExpires() const { return Time(m_historyExpires.load(std::memory_order_relaxed)); }
+
+private:
+    String HistoryName() const;
+
+    std::atomic<int64_t> m_historyExpires{0};
+    std::atomic<bool> m_historyLocked{false};
+};
+
+} // namespace vorlan

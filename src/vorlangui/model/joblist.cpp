@@ -1,0 +1,175 @@
+#include "joblist.h"
+
+#include "core/vorlangui.h"
+#include "history.h"
+#include "jobwatcher.h"
+
+#include <boost/make_shared.hpp>
+#include <corekit/callentry.h>
+#include <corekit/log.h>
+#include <vorlan/events.h>
+
+namespace vorlan {
+
+namespace Jobs {
+
+boost::shared_ptr<JobInfo> FindJobInfo(UID const& id) {
+    JobList const& list = JobList::Get();
+    RWLock::Reader const reader(list.m_lock);
+    for (JobList::Map const* map : {&list.m_active, &list.m_finished}) {
+        if (auto const found = map->find(id); found != map->end())
+            return found->second;
+    }
+    return nullptr;
+}
+
+boost::shared_ptr<Job> GetJobA(UID const& id) {
+    boost::shared_ptr<JobInfo> const info = FindJobInfo(id);
+    return info ? info->job : nullptr;
+}
+
+corekit::vector<UID> GetAllJobs() {
+    JobList const& list = JobList::Get();
+    corekit::vector<UID> ids;
+    RWLock::Reader const reader(list.m_lock);
+    ids.reserve(list.m_active.size() + list.m_finished.size());
+    for (JobList::Map const* map : {&list.m_active, &list.m_finished}) {
+        for (auto const& [id, info] : *map)
+            ids.push_back(id);
+    }
+    return ids;
+}
+
+corekit::vector<UID> GetFinishedIDs() {
+    JobList const& list = JobList::Get();
+    corekit::vector<UID> ids;
+    RWLock::Reader const reader(list.m_lock);
+    ids.reserve(list.m_finished.size());
+    for (auto const& [id, info] : list.m_finished)
+        ids.push_back(id);
+    return ids;
+}
+
+void GetCounts(size_t& total, size_t& active, size_t& finished) {
+    JobList const& list = JobList::Get();
+    RWLock::Reader const reader(list.m_lock);
+    active = 0;
+    for (auto const& [id, info] : list.m_active)
+        active += info && info->active.load(std::memory_order_relaxed);
+    finished = list.m_finished.size();
+    total = list.m_active.size() + finished;
+}
+
+} // namespace Jobs
+
+JobList& JobList::Get() {
+    static JobList s_list;
+    return s_list;
+}
+
+JobList::JobList() { VorlanClientAppCleanupEvt::Signal().Connect(this, &JobList::OnCleanup); }
+
+JobList::~JobList() { DisconnectAll(); }
+
+void JobList::InsertJob(boost::shared_ptr<Job> const& job) {
+    CALL_ENTRY();
+    if (!job)
+        return;
+    bool const isFinished = job->IsFinished();
+    boost::shared_ptr<JobInfo> known;
+    {
+        RWLock::Writer const writer(m_lock);
+        boost::shared_ptr<JobInfo>& entry = (isFinished ? m_finished : m_active)[job->id];
+        if (isFinished) {
+            if (auto const former = m_active.find(job->id); former != m_active.end()) {
+                entry = former->second;
+                m_active.erase(former);
+            }
+        }
+        known = entry;
+        // A new one is complete before anybody can see it.
+        if (!known)
+            entry = boost::make_shared<JobInfo>(job);
+    }
+    if (!known) {
+        LogDebug("Notified of new Job: " + job->Name());
+        NewJobEvt(job).Trigger();
+    } else {
+        if (known->job)
+            known->job->UpdateFrom(*job, false);
+        LogDebug("Notified of change to existing Job: " + job->Name());
+        JobUpdatedEvt(known->job).Trigger();
+    }
+    RefreshJob(job->id);
+}
+
+bool JobList::UpdateJob(UID const& id, String const& name, String const& value) {
+    CALL_ENTRY();
+    boost::shared_ptr<Job> const job = Jobs::GetJobA(id);
+    if (!job)
+        return false;
+    if (job->SetParameter(name, value)) {
+        LogDebug("Notified of change to " + name + " of Job: " + job->Name());
+        JobUpdatedEvt(job).Trigger();
+    }
+    RefreshJob(id);
+    return true;
+}
+
+void JobList::RefreshJob(UID const& id) {
+    VorlanGui::Tell(StatusFlag::Jobs);
+    m_lists.SetAllDirty();
+    JobWatcher::UpdateJob(id);
+}
+
+void JobList::RemoveJob(UID const& id) {
+    CALL_ENTRY();
+    boost::shared_ptr<JobInfo> info;
+    {
+        RWLock::Writer const writer(m_lock);
+        for (Map* map : {&m_finished, &m_active}) {
+            auto const found = map->find(id);
+            if (found == map->end())
+                continue;
+            info = found->second;
+            map->erase(found);
+        }
+    }
+    boost::shared_ptr<Job> const job = info ? info->job : nullptr;
+    LogInfo("Removing Job: " + (job ? job->Name() : String("*** Unknown Job ***")));
+    DeletingJobEvt(job).Trigger();
+    RefreshJob(id);
+    if (!info)
+        return;
+    RWLock::Writer const writer(info->lock);
+    DeleteHistory const doomed(info->history);
+}
+
+void JobList::Clear() {
+    CALL_ENTRY();
+    Map active;
+    Map finished;
+    {
+        RWLock::Writer const writer(m_lock);
+        active.swap(m_active);
+        finished.swap(m_finished);
+    }
+    VorlanGui::Tell(StatusFlag::Jobs);
+    m_lists.Operate([](ListView& view) { view.OnListCleared(); });
+    for (Map const* map : {&active, &finished}) {
+        for (auto const& [id, info] : *map) {
+            if (!info)
+                continue;
+            RWLock::Writer const writer(info->lock);
+            DeleteHistory const doomed(info->history);
+        }
+    }
+}
+
+bool JobList::AnyJobSelected() {
+    bool any = false;
+    m_lists.Operate([&any](ListView const& view) { any = any || view.HasSelection(); });
+    return any;
+}
+
+} // namespace vorlan

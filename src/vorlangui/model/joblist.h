@@ -1,0 +1,65 @@
+#pragma once
+
+#include "jobinfo.h"
+#include "listlist.h"
+
+#include <corekit/signal.h>
+
+namespace vorlan {
+
+// The read side of the Job list, for all others. Any thread; no lock is held when
+// they return.
+namespace Jobs {
+// Null if the Job is not known.
+boost::shared_ptr<JobInfo> FindJobInfo(UID const& id);
+boost::shared_ptr<Job> GetJobA(UID const& id);
+// The unfinished ones in the order of their ids, then the finished ones.
+corekit::vector<UID> GetAllJobs();
+corekit::vector<UID> GetFinishedIDs();
+// `active` counts those with running work; `total` is all there are.
+void GetCounts(size_t& total, size_t& active, size_t& finished);
+} // namespace Jobs
+
+// JobList is the client's mirror of the Master's Jobs.
+// Owner: a global object, reached by Get.
+// Works with: the message handlers, which change it; Job list controls and watchers,
+// which hear of it.
+// Thread: any. Clear and Lists on the GUI thread.
+// Always: a change is told after the list's lock has been given back.
+class JobList : public HasSlots<> {
+public:
+    static JobList& Get();
+    ~JobList() override;
+
+    // New or changed. A finished Job moves to the finished ones with all its JobInfo.
+    void InsertJob(boost::shared_ptr<Job> const& job);
+    // False: the Job is not known.
+    bool UpdateJob(UID const& id, String const& name, String const& value);
+    void RemoveJob(UID const& id);
+    // Something that a row of the Job shows has changed.
+    void RefreshJob(UID const& id);
+    void Clear();
+
+    // Some control has a selected row. GUI thread.
+    bool AnyJobSelected();
+    _ListList<ListView>& Lists() { return m_lists; }
+
+private:
+    friend boost::shared_ptr<JobInfo> Jobs::FindJobInfo(UID const&);
+    friend corekit::vector<UID> Jobs::GetAllJobs();
+    friend corekit::vector<UID> Jobs::GetFinishedIDs();
+    friend void Jobs::GetCounts(size_t&, size_t&, size_t&);
+    using Map = corekit::map<UID, boost::shared_ptr<JobInfo>>;
+
+    JobList();
+    void OnCleanup() { Clear(); }
+
+    mutable RWLock m_lock{LockRank::JobList};
+    // Guarded by m_lock.
+    Map m_active;
+    Map m_finished;
+
+    _ListList<ListView> m_lists;
+};
+
+} // namespace vorlan

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <atomic>
+#include <corekit/callentry.h>
+#include <corekit/commonmutex.h>
+#include <corekit/containers.h>
+#include <vorlan/fwd.h>
+
+#include <algorithm>
+
+namespace vorlan {
+
+// ListView is what a control that shows a data list is to that list.
+// Owner: the control, which derives from it.
+// Thread: SetDirty on any, the rest on the GUI thread.
+class ListView {
+public:
+    ListView() = default;
+    virtual ~ListView() = default;
+    ListView(ListView const&) = delete;
+    ListView& operator=(ListView const&) = delete;
+
+    // What it shows has changed.
+    void SetDirty() { m_dirty.exchange(1, std::memory_order_release); }
+    // True once after any number of SetDirty.
+    bool TakeDirty() { return m_dirty.exchange(0, std::memory_order_acq_rel) != 0; }
+
+    // The list has been emptied.
+    virtual void OnListCleared() = 0;
+    virtual bool HasSelection() const { return false; }
+
+private:
+    std::atomic<unsigned char> m_dirty{1};
+};
+
+// _ListList is the list of all live controls of one kind. It owns nothing.
+// Owner: the data list whose rows the controls show.
+// Thread: Add, Remove and Operate on the GUI thread; SetAllDirty on any.
+template <class Control>
+class _ListList {
+public:
+    void Add(Control* control) {
+        CommonMutex::Lock const lock(m_mutex);
+        m_controls.push_back(control);
+    }
+    void Remove(Control* control) {
+        CommonMutex::Lock const lock(m_mutex);
+        std::erase(m_controls, control);
+    }
+
+    // Applies the functor to each control, in the order of their making, and gives
+    // it back with what it has gathered. Only this thread changes the list, so no
+    // lock is held while the functor runs; it may add or remove controls.
+    template <class Functor>
+    Functor Operate(Functor functor) {
+        CALL_ENTRY_NAMED("_ListList::Operate");
+        corekit::vector<Control*> const controls = m_controls;
+        for (Control* control : controls)
+            functor(*control);
+        return functor;
+    }
+
+    void SetAllDirty() {
+        CommonMutex::Lock const lock(m_mutex);
+        for (Control* control : m_controls)
+            control->SetDirty();
+    }
+
+private:
+    CommonMutex m_mutex;
+    // Changed on the GUI thread under the mutex, so read there without it.
+    corekit::vector<Control*> m_controls;
+};
+
+} // namespace vorlan

@@ -1,0 +1,91 @@
+#include "confirmclose.h"
+
+#include "core/componentcontrol.h"
+#include "core/options.h"
+
+#include <vorlan/vorlanapp.h>
+#include <wx/checkbox.h>
+#include <wx/intl.h>
+#include <wx/sizer.h>
+#include <wx/statline.h>
+#include <wx/wxconfirmdlg.h>
+#include <wx/wxvcolors.h>
+
+namespace vorlan {
+
+namespace {
+
+constexpr int k_NoteIndent = 24;
+
+int OptionOf(char const* key) { return VorlanApp::GetOptions().GetValue(k_Configuration, key, int{k_StartAndStop}); }
+
+void StoreChoice(bool leaveRunning, char const* key) {
+    if (std::optional<int> const value = LeaveRunningOption(leaveRunning, OptionOf(key)))
+        VorlanApp::GetOptions().SetValue(k_Configuration, key, *value);
+}
+
+} // namespace
+
+std::optional<int> LeaveRunningOption(bool leaveRunning, int option) {
+    if (leaveRunning)
+        return k_StartAndLeave;
+    if (option == k_StartAndLeave)
+        return k_StartAndStop;
+    return std::nullopt;
+}
+
+bool ConfirmClose::Confirm(wxWindow* parent) {
+    if (wxConfirmDlg::IsAnswered(k_Key))
+        return true;
+    ConfirmClose dialog(parent);
+    if (dialog.ShowModal() != wxID_OK)
+        return false;
+    dialog.Store();
+    return true;
+}
+
+ConfirmClose::ConfirmClose(wxWindow* parent) : wxVorlanDlg(parent, _("Confirm Close"), k_Key) {
+    auto* content = new wxBoxSizer(wxVERTICAL);
+    wxWindow* const question = NewLabel(_("Are you sure you want to quit Vorlan?"), 1.3);
+    question->SetForegroundColour(wxvGetColor(ColorName::TextOrange));
+    content->Add(question);
+    content->Add(NewLabel(_("Quitting may affect your rendering network")),
+                 wxSizerFlags().Border(wxTOP, FromDIP(k_LabelGap)));
+    content->AddSpacer(FromDIP(k_GroupGap));
+
+    auto* title = new wxBoxSizer(wxHORIZONTAL);
+    wxWindow* const caption = NewLabel(_("Components"));
+    caption->SetForegroundColour(wxvGetColor(ColorName::TextGrey));
+    title->Add(caption);
+    title->Add(new wxStaticLine(this), wxSizerFlags(1).Centre().Border(wxLEFT, FromDIP(k_LabelGap)));
+    content->Add(title, wxSizerFlags().Expand());
+    m_leaveEngine =
+        NewChoice(*content, _("Leave the Engine running"),
+                  _("If checked, this machine will still be able to render jobs"), StartKey(k_ComponentEngine));
+    m_leaveMaster =
+        NewChoice(*content, _("Leave the Master running"),
+                  _("If checked, this machine will still be able to manage the system"), StartKey(k_ComponentMaster));
+    content->Add(new wxStaticLine(this), wxSizerFlags().Expand().Border(wxTOP | wxBOTTOM, FromDIP(k_GroupGap)));
+    m_dontAsk = new wxCheckBox(this, wxID_ANY, _("Don't ask this again"));
+    content->Add(m_dontAsk);
+    Finish(content, _("Quit"), _("Cancel"));
+}
+
+wxCheckBox* ConfirmClose::NewChoice(wxSizer& column, wxString const& label, wxString const& note, char const* option) {
+    auto* box = new wxCheckBox(this, wxID_ANY, label);
+    box->SetValue(OptionOf(option) == k_StartAndLeave);
+    column.Add(box, wxSizerFlags().Border(wxTOP, FromDIP(k_LabelGap)));
+    wxWindow* const text = NewLabel(note);
+    text->SetForegroundColour(wxvGetColor(ColorName::TextGrey));
+    column.Add(text, wxSizerFlags().Border(wxLEFT, FromDIP(k_NoteIndent)));
+    return box;
+}
+
+void ConfirmClose::Store() const {
+    OptionsFile::PauseAutoWrite const pause(VorlanApp::GetOptions());
+    StoreChoice(m_leaveEngine->GetValue(), StartKey(k_ComponentEngine));
+    StoreChoice(m_leaveMaster->GetValue(), StartKey(k_ComponentMaster));
+    wxConfirmDlg::SetAnswered(k_Key, m_dontAsk->GetValue());
+}
+
+} // namespace vorlan

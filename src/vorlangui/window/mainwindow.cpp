@@ -1,0 +1,266 @@
+#include "mainwindow.h"
+
+#include "command.h"
+#include "confirmclose.h"
+#include "core/options.h"
+#include "core/outside.h"
+#include "core/vorlangui.h"
+#include "messagepane.h"
+#include "model/enginelist.h"
+#include "model/joblist.h"
+#include "model/worklist.h"
+#include "overviewpane.h"
+#include "reportframe.h"
+#include "windowicon.h"
+
+#include <corekit/callentry.h>
+#include <corekit/log.h>
+#include <vorlan/keys.h>
+#include <vorlan/messages.h>
+#include <wx/intl.h>
+#include <wx/menu.h>
+#include <wx/sizer.h>
+#include <wx/sysopt.h>
+#include <wx/thread.h>
+#include <wx/wupdlock.h>
+#include <wx/wxvcolors.h>
+#include <wx/wxvfont.h>
+#include <wx/wxvorlandlg.h>
+#include <wx/wxvstatusbar.h>
+#include <wx/wxvtext.h>
+
+namespace vorlan {
+
+namespace {
+
+const wxSize k_SmallestWindow(640, 400);
+constexpr int k_AdministratorWidth = 125;
+constexpr int k_ConnectionWidth = 300;
+
+enum StatusField { k_FieldCounts, k_FieldAdministrator, k_FieldConnection, k_FieldCount };
+
+} // namespace
+
+MainWindow* MainWindow::s_window = nullptr;
+
+MainWindow::MainWindow(wxString const& title, wxPoint const& position, wxSize const& size)
+    : wxVorlanFrame(nullptr, title, position, size, k_WindowSection) {
+    CALL_ENTRY();
+    wxWindowUpdateLocker const freeze(this);
+    wxSystemOptions::SetOption("mac.listctrl.always_use_generic", 1);
+    s_window = this;
+    m_timeout = new _EngineModeTimeout;
+    PushEventHandler(m_timeout);
+    SetIcons(WindowIcons());
+    SetMinSize(FromDIP(k_SmallestWindow));
+    LoadWindowPosition();
+    m_administrator = VorlanApp::GetOptions().GetValue(o_Setup, "AlwaysAdministrate", false);
+    SetTitlebar();
+    bool const connected = Outside::Get().IsConnected();
+    LogInfo(String("Creating main window: ") + (connected ? "" : "not ") + "connected");
+    BindCommands();
+    BuildMenus(connected);
+    BuildStatusBar();
+    BuildPanes();
+    if (connected)
+        RefreshData();
+}
+
+MainWindow::~MainWindow() {
+    if (m_timeout)
+        PopEventHandler(true);
+    s_window = nullptr;
+    if (VorlanGui* const gui = VorlanGui::Get(); gui && gui->Window() == this)
+        gui->ForgetWindow();
+}
+
+void MainWindow::BindCommands() {
+    for (auto const rows : {SystemCommands(), ColorCommands(), SystemCommandsAtEnd(), HelpCommands()}) {
+        for (CommandRow const& row : rows) {
+            if (row.handler)
+                Bind(wxEVT_MENU, row.handler, this, row.id);
+        }
+    }
+    Bind(wxEVT_MENU, &MainWindow::OnRebuildMenus, this, k_IdRebuildMenus);
+    Bind(wxEVT_MENU, &MainWindow::OnShowReport, this, k_IdShowReport);
+    Bind(wxEVT_MENU_CLOSE, &MainWindow::OnMenuClosed, this);
+    Bind(wxEVT_CLOSE_WINDOW, &MainWindow::OnClose, this);
+    Bind(wxEVT_IDLE, &MainWindow::OnIdle, this);
+    Bind(wxEVT_SYS_COLOUR_CHANGED, &MainWindow::OnSysColorChange, this);
+}
+
+void MainWindow::BuildStatusBar() {
+    auto* bar = new wxvStatusBar(this);
+    int const widths[k_FieldCount] = {-1, FromDIP(k_AdministratorWidth), FromDIP(k_ConnectionWidth)};
+    bar->SetFieldsCount(k_FieldCount, widths);
+    SetStatusBar(bar);
+    bar->Show(VorlanApp::GetOptions().GetValue(k_WindowSection, k_OptionStatusBar, true));
+    if (m_administrator)
+        SetStatusText(_("Administrator Mode"), k_FieldAdministrator);
+    if (Outside::Get().IsConnected())
+        ShowConnection("Connected to " + Outside::Get().MasterMachineName());
+}
+
+void MainWindow::BuildPanes() {
+    m_searching = new MessagePane(this, _("Hi!"),
+                                  {_("I'm currently searching for the Master. It may take me a minute to find one."),
+                                   _("If I seem to be having trouble, try using the options in the System Menu."),
+                                   _("Thank you for your patience.")});
+    m_main = new OverviewPane(this);
+    m_engineMode =
+        new MessagePane(this, _("Engine Mode"),
+                        {_("This machine is running just as an Engine."),
+                         _("This conserves resources for rendering, but you cannot see or control things and"),
+                         _("this machine may not be available as a Master automatically."),
+                         _("To return to normal operation, use the Connect option in the System menu."),
+                         _("To change the system timeout to enter Engine Mode, use the Administator Options"),
+                         _("To change how your machine enters Engine Mode, use the VorlanGui Options.")});
+    m_panes = new wxBoxSizer(wxVERTICAL);
+    for (wxWindow* pane :
+         {static_cast<wxWindow*>(m_searching), static_cast<wxWindow*>(m_main), static_cast<wxWindow*>(m_engineMode)})
+        m_panes->Add(pane, wxSizerFlags(1).Expand());
+    SetSizer(m_panes);
+    bool const inEngineMode = VorlanApp::GetOptions().GetValue(k_Configuration, k_OptionInEngineMode, false);
+    m_main->Hide();
+    m_engineMode->Hide();
+    ShowView(inEngineMode ? k_ViewEngineMode : k_ViewSearching);
+}
+
+void MainWindow::ShowView(int view) {
+    CALL_ENTRY();
+    wxASSERT(wxIsMainThread());
+    if (view == k_ViewSearching && m_shown == k_ViewEngineMode)
+        return;
+    wxWindowUpdateLocker const freeze(this);
+    if (view >= k_ViewSearching && view <= k_ViewEngineMode) {
+        m_shown = view == k_ViewConnecting ? k_ViewSearching : view;
+        m_searching->Show(m_shown == k_ViewSearching);
+        m_main->Show(m_shown == k_ViewMain);
+        m_engineMode->Show(m_shown == k_ViewEngineMode);
+    }
+    if (view == k_ViewMain) {
+        m_timeout->Reset();
+        m_firstRun = false;
+        NoteServing();
+    }
+    SetTitlebar();
+    Layout();
+}
+
+void MainWindow::NoteServing() {
+    OptionsFile& options = VorlanApp::GetOptions();
+    if (Outside::Get().IsThisTheMaster())
+        options.SetValue(k_Configuration, k_OptionWasTheMaster, true);
+    else
+        options.ClearKey(k_Configuration, k_OptionWasTheMaster);
+}
+
+void MainWindow::SetTitlebar() {
+    wxString title = "VorlanGui - " + wxvText(Application::GetMachineName());
+    if (m_shown == k_ViewEngineMode)
+        title += _(" [ Engine Mode ]");
+    else if (m_administrator)
+        title += _(" [ Administrator Mode ]");
+    SetTitle(title);
+}
+
+void MainWindow::ShowConnection(String const& text) {
+    if (GetStatusBar())
+        SetStatusText(wxvText(text), k_FieldConnection);
+}
+
+void MainWindow::ClearData() {
+    CALL_ENTRY();
+    LogStatus("Clearing all data");
+    EngineList::Get().Clear();
+    JobList::Get().Clear();
+    WorkList::Get().Clear();
+}
+
+void MainWindow::RefreshData() {
+    CALL_ENTRY();
+    ClearData();
+    LogStatus("Requesting all data from Master");
+    auto notify = NotifyOnEventMsg::New();
+    notify->AddAll();
+    notify->AddID(MasterLogsMsg::s_Type);
+    notify->AddID(EngineHistoryElementMsg::s_Type);
+    SendToMaster(notify);
+    SendToMaster(GetMasterOptionsMsg::New());
+    SendToMaster(GetMasterLimitsMsg::New());
+    SendToMaster(GetMasterRestrictionsMsg::New());
+    SendToMaster(GetDefaultEngineMsg::New());
+    SendToMaster(GetFailureArchiveMsg::New());
+    SendToMaster(GetPoolsMsg::New());
+    auto engines = GetEngineInfoMsg::New();
+    engines->AddAll();
+    engines->wantHistory = true;
+    engines->wantOptions = true;
+    engines->wantState = true;
+    SendToMaster(engines);
+    auto jobs = GetJobInfoMsg::New();
+    jobs->AddAll();
+    jobs->wantJob = true;
+    SendToMaster(jobs);
+}
+
+bool MainWindow::MayClose() {
+    if (!Executable::Running())
+        return true;
+    return ConfirmClose::Confirm(this);
+}
+
+void MainWindow::OnClose(wxCloseEvent& event) {
+    CALL_ENTRY();
+    OptionsFile::PauseAutoWrite const pause(VorlanApp::GetOptions());
+    if (!MayClose() && event.CanVeto()) {
+        event.Veto();
+        return;
+    }
+    if (m_timeout) {
+        // It may be on the stack right now: it goes when the event is through.
+        PopEventHandler(false);
+        m_timeout->Retire();
+        wxTheApp->ScheduleForDestruction(std::exchange(m_timeout, nullptr));
+    }
+    wxVorlanApp::DisableMessageProcessing();
+    wxVorlanDlg::CloseAll();
+    SaveWindowPosition();
+    Hide();
+    StopEngineModeShutdownPipe();
+    Destroy();
+}
+
+void MainWindow::OnIdle(wxIdleEvent& event) {
+    event.Skip();
+    if (m_shown == k_ViewSearching)
+        m_searching->SetRemark(wxvText(Outside::Get().LastFailure()));
+    if (!m_timeout || !m_timeout->HasExpired(Time::CurrentTime()))
+        return;
+    LogStatus("Idle timeout to Engine mode expired");
+    wxCommandEvent nothing;
+    OnEngineMode(nothing);
+}
+
+void MainWindow::OnSysColorChange(wxSysColourChangedEvent& event) {
+    wxWindowUpdateLocker const freeze(this);
+    SetBackgroundColour(wxvGetColor(ColorName::WindowBG));
+    SetForegroundColour(wxvGetColor(ColorName::Text));
+    Refresh();
+    event.Skip();
+}
+
+void MainWindow::OnMenuClosed(wxMenuEvent& event) {
+    event.Skip();
+    if (VorlanGui* const gui = VorlanGui::Get())
+        gui->UpdateStatusBar();
+}
+
+void MainWindow::OnRebuildMenus(wxCommandEvent&) { BuildMenus(Outside::Get().IsConnected()); }
+
+void MainWindow::OnShowReport(wxCommandEvent& event) {
+    wxString const text = event.GetString();
+    (new ReportFrame(this, text.BeforeFirst('|'), text.AfterFirst('|')))->Show();
+}
+
+} // namespace vorlan

@@ -1,0 +1,79 @@
+#include "messagepane.h"
+
+#include <algorithm>
+#include <wx/sizer.h>
+#include <wx/wxvfont.h>
+
+namespace vorlan {
+
+namespace {
+constexpr int k_HeadingPoints = 13;
+constexpr int k_LinePoints = 1;
+constexpr int k_HeadingGap = 16;
+constexpr int k_LineGap = 4;
+constexpr int k_RemarkGap = 24;
+constexpr int k_RemarkWidth = 560;
+constexpr int k_Margin = 24;
+} // namespace
+
+MessagePane::MessagePane(wxWindow* parent, wxString const& heading, corekit::vector<wxString> const& lines)
+    : wxvPanel(parent, ColorName::WindowBGDarker) {
+    auto* column = new wxBoxSizer(wxVERTICAL);
+    auto const centred = [this](int above) { return wxSizerFlags().Centre().Border(wxTOP, FromDIP(above)); };
+    column->AddStretchSpacer(2);
+    column->Add(NewLine(heading, wxvFont(k_HeadingPoints, FontWeight::Medium)), wxSizerFlags().Centre());
+    for (size_t i = 0; i < lines.size(); ++i)
+        column->Add(NewLine(lines[i], wxvFont(k_LinePoints)), centred(i == 0 ? k_HeadingGap : k_LineGap));
+    m_remark = NewLine(wxString(), wxvFont());
+    column->Add(m_remark, centred(k_RemarkGap));
+    // A little above the middle looks like the middle.
+    column->AddStretchSpacer(3);
+    SetSizer(column);
+    Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
+        event.Skip();
+        WrapRemark();
+    });
+    ApplyColors();
+}
+
+wxStaticText* MessagePane::NewLine(wxString const& text, wxFont const& font) {
+    auto* line = new wxStaticText(this, wxID_ANY, text, wxDefaultPosition, wxDefaultSize, wxALIGN_CENTRE_HORIZONTAL);
+    line->SetFont(font);
+    m_texts.push_back(line);
+    return line;
+}
+
+void MessagePane::SetRemark(wxString const& remark) {
+    if (remark == m_remarkText)
+        return;
+    m_remarkText = remark;
+    m_wrappedAt = 0;
+    WrapRemark();
+    Layout();
+}
+
+void MessagePane::WrapRemark() {
+    int const width = std::min(FromDIP(k_RemarkWidth), GetClientSize().x - 2 * FromDIP(k_Margin));
+    if (width <= 0 || width == m_wrappedAt)
+        return;
+    m_wrappedAt = width;
+    m_remark->SetLabel(wxControl::EscapeMnemonics(m_remarkText));
+    m_remark->Wrap(width);
+}
+
+corekit::vector<wxString> MessagePane::Texts() const {
+    corekit::vector<wxString> texts;
+    for (wxStaticText const* text : m_texts) {
+        if (text != m_remark)
+            texts.push_back(text->GetLabelText());
+    }
+    return texts;
+}
+
+void MessagePane::ApplyColors() {
+    wxvPanel::ApplyColors();
+    for (wxStaticText* text : m_texts)
+        text->SetForegroundColour(wxvGetColor(text == m_remark ? ColorName::TextGrey : ColorName::Text));
+}
+
+} // namespace vorlan

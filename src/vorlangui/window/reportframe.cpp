@@ -1,0 +1,32 @@
+#include "reportframe.h"
+
+#include <wx/sizer.h>
+#include <wx/textctrl.h>
+#include <wx/wxvcolors.h>
+
+namespace vorlan {
+
+namespace {
+const wxSize k_ReportSize(720, 520);
+}
+
+ReportFrame::ReportFrame(wxWindow* parent, wxString const& title, wxString const& body)
+    : wxVorlanFrame(parent, title, wxDefaultPosition, wxDefaultSize, "Reports",
+                    wxDEFAULT_FRAME_STYLE | wxFRAME_FLOAT_ON_PARENT) {
+    auto* text = new wxTextCtrl(this, wxID_ANY, body, wxDefaultPosition, wxDefaultSize,
+                                wxTE_MULTILINE | wxTE_READONLY | wxTE_DONTWRAP | wxNO_BORDER);
+    text->SetFont(wxFont(wxFontInfo(9).Family(wxFONTFAMILY_TELETYPE)));
+    text->SetBackgroundColour(wxvGetColor(ColorName::WindowBGDarker));
+    text->SetForegroundColour(wxvGetColor(ColorName::Text));
+    auto* content = new wxBoxSizer(wxVERTICAL);
+    content->Add(text, wxSizerFlags(1).Expand());
+    SetSizer(content);
+    SetSize(FromDIP(k_ReportSize));
+    LoadWindowPosition();
+    Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent&) {
+        SaveWindowPosition();
+        Destroy();
+    });
+}
+
+} // namespace vorlan

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <wx/wxvorlanframe.h>
+
+namespace vorlan {
+
+// ReportFrame shows a text that the Master has sent, until it is closed.
+// Owner: the toolkit. Thread: the GUI thread.
+class ReportFrame : public wxVorlanFrame {
+public:
+    ReportFrame(wxWindow* parent, wxString const& title, wxString const& body);
+};
+
+} // namespace vorlan

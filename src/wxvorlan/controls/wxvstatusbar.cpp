@@ -1,0 +1,43 @@
+#include <wx/control.h>
+#include <wx/dcbuffer.h>
+#include <wx/wxvcolors.h>
+#include <wx/wxvfont.h>
+#include <wx/wxvstatusbar.h>
+
+wxvStatusBar::wxvStatusBar(wxWindow* parent) : wxStatusBar(parent, wxID_ANY, wxFULL_REPAINT_ON_RESIZE) {
+    SetBackgroundStyle(wxBG_STYLE_PAINT);
+    SetFont(wxvFont());
+    SetMinHeight(FromDIP(k_Height));
+    Bind(wxEVT_PAINT, &wxvStatusBar::OnPaint, this);
+    Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& event) {
+        event.Skip();
+        Refresh();
+    });
+}
+
+void wxvStatusBar::DoUpdateStatusText(int) { Refresh(); }
+
+void wxvStatusBar::OnPaint(wxPaintEvent&) {
+    wxAutoBufferedPaintDC dc(this);
+    wxSize const size = GetClientSize();
+    dc.SetPen(*wxTRANSPARENT_PEN);
+    dc.SetBrush(wxvGetColor(ColorName::WindowBGLighter));
+    dc.DrawRectangle(size);
+    dc.SetPen(wxvGetColor(ColorName::Dark3D));
+    dc.DrawLine(0, 0, size.x, 0);
+
+    dc.SetFont(GetFont());
+    dc.SetTextForeground(wxvGetColor(ColorName::Text));
+    int const padding = FromDIP(k_Padding);
+    int const textHeight = dc.GetCharHeight();
+    for (int field = 0; field < GetFieldsCount(); ++field) {
+        wxRect place;
+        if (!GetFieldRect(field, place))
+            continue;
+        wxString const text = GetStatusText(field);
+        if (text.empty())
+            continue;
+        wxString const fitting = wxControl::Ellipsize(text, dc, wxELLIPSIZE_END, place.width - 2 * padding);
+        dc.DrawText(fitting, place.x + padding, (size.y - textHeight) / 2 + 1);
+    }
+}
