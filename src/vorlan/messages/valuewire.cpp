@@ -54,6 +54,29 @@ inline bool Same(char const* a, char const* b, size_t bytes) {
     return true;
 }
 
+// The longest text that the quick way takes; longer ones are read one by one.
+constexpr size_t k_MaxQuickText = 0xffff;
+
+// Takes the header of a text of that length. False for any other item, and where the
+// header is cut off.
+inline bool TakeLength(char const*& at, char const* end, size_t& length) {
+    uint8_t const first = static_cast<uint8_t>(*at++);
+    if ((first & 0xe0u) == 0xa0u) {
+        length = first & 31u;
+        return true;
+    }
+    if (first == 0xd9 && at != end) {
+        length = static_cast<uint8_t>(*at++);
+        return true;
+    }
+    if (first == 0xda && end - at >= 2) {
+        length = static_cast<size_t>(static_cast<uint8_t>(at[0])) << 8 | static_cast<uint8_t>(at[1]);
+        at += 2;
+        return true;
+    }
+    return false;
+}
+
 } // namespace
 
 void ValueShape::Add(std::string_view name, uint32_t number) {
@@ -162,14 +185,8 @@ bool ValueReader::Fits(ValueShape const& shape, size_t count, std::string_view b
             return false;
         at += size;
         name += size;
-        uint8_t const first = static_cast<uint8_t>(*at++);
-        size_t length = first & 31u;
-        if ((first & 0xe0u) != 0xa0u) {
-            if (first != 0xd9 || at == end)
-                return false;
-            length = static_cast<uint8_t>(*at++);
-        }
-        if (static_cast<size_t>(end - at) < length)
+        size_t length = 0;
+        if (!TakeLength(at, end, length) || static_cast<size_t>(end - at) < length)
             return false;
         m_starts[i] = at;
         total += static_cast<uint32_t>(length);
@@ -201,16 +218,20 @@ boost::shared_ptr<ValueBlock const> ValueReader::ReadAny(MessageReader& reader, 
     m_builder.Reset();
     m_names.clear();
     size_t bytes = 0;
+    bool isQuick = true;
     for (size_t i = 0; i < count; ++i) {
         std::string_view const name = reader.Name();
-        m_builder.Add(name, reader.Text());
+        std::string_view const text = reader.Text();
+        m_builder.Add(name, text);
         bytes += name.size() + 5;
+        isQuick = isQuick && text.size() <= k_MaxQuickText;
         if (i < ValueShape::k_MaxNames)
             m_names.push_back(name);
     }
     auto block = m_builder.Build();
     // A doubled name makes a block that is smaller than its map.
-    if (count > 0 && count == m_names.size() && count == block->Count() && bytes <= ValueShape::k_MaxBytes) {
+    bool const isRegular = count == m_names.size() && count == block->Count();
+    if (isQuick && isRegular && count > 0 && bytes <= ValueShape::k_MaxBytes) {
         ValueShape& shape = m_shapes.Renew();
         for (uint32_t i = 0; i < count; ++i)
             shape.Add(m_names[i], block->NameNumber(i));
