@@ -13,6 +13,10 @@
 wxDECLARE_EVENT(wxVORLAN_CONNECT_EVENT, wxCommandEvent);
 wxDECLARE_EVENT(wxVORLAN_DISCONNECT_EVENT, wxCommandEvent);
 
+namespace vorlan {
+class GuiTester;
+}
+
 // Whether the program goes on or is on its way out. Static; any thread.
 class Executable {
 public:
@@ -22,6 +26,7 @@ public:
 
 private:
     friend class wxVorlanApp;
+    friend class vorlan::GuiTester;
     inline static std::atomic<bool> s_running{true};
 };
 

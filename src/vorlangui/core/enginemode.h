@@ -37,6 +37,8 @@ public:
     static void ResetCurrent();
 
 private:
+    friend class GuiTester;
+
     void OnMenu(wxCommandEvent& event);
 
     static std::atomic<_EngineModeTimeout*> s_current;

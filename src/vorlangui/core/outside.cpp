@@ -21,6 +21,7 @@ String Outside::MasterMachineName() { return Messenger::MasterMachineName(); }
 boost::shared_ptr<MasterInfoMsg> Outside::MasterInfo() { return Messenger::MasterInfo(); }
 String Outside::LastFailure() { return Messenger::LastFailure(); }
 UID Outside::MachineID() { return Platform::GetUniqueSystemID(); }
+String Outside::ComputerName() { return Platform::GetComputerNameA(); }
 void Outside::StartComponent(int component) { Components::Start(component, String::Null); }
 void Outside::StopComponent(int component) { Components::Stop(component); }
 bool Outside::DidStartComponent(int component) { return Components::DidStart(component); }

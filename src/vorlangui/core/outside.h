@@ -27,6 +27,8 @@ public:
     // Why there is no connection, for people; empty when there is one.
     virtual String LastFailure();
     virtual UID MachineID();
+    // Its name, without a domain.
+    virtual String ComputerName();
 
     virtual void StartComponent(int component);
     virtual void StopComponent(int component);

@@ -2,13 +2,13 @@
 // components, the repeat file, in this order.
 #include "core/componentcontrol.h"
 #include "core/options.h"
+#include "core/outside.h"
 #include "core/rendernode.h"
 #include "vorlangui.h"
 #include "window/mainwindow.h"
 
 #include <corekit/callentry.h>
 #include <corekit/file.h>
-#include <corekit/platform.h>
 #include <vorlan/version.h>
 #include <wx/dcscreen.h>
 #include <wx/settings.h>
@@ -54,7 +54,7 @@ void VorlanGui::OnVorlanAppStartupEvt(VorlanAppStartupEvt& event) {
 
 bool VorlanGui::DecideEngineMode() {
     bool const stored = GetOptions().GetValue(k_Configuration, k_OptionInEngineMode, false);
-    if (stored || !m_window->IsFirstRun() || !LooksLikeRenderNode(Platform::GetComputerNameA()))
+    if (stored || !m_window->IsFirstRun() || !LooksLikeRenderNode(Outside::Get().ComputerName()))
         return stored;
     // Into the current section, whichever that is: nobody has chosen one yet.
     GetOptions().SetValue(k_OptionInEngineMode, true);

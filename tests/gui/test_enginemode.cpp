@@ -1,0 +1,218 @@
+// Engine Mode: how the client enters and leaves it, and when by itself.
+#include "guitest.h"
+
+#include "core/enginemode.h"
+#include "window/messagepane.h"
+
+#include <corekit/namedpipe.h>
+#include <vorlan/keys.h>
+#include <vorlan/messages.h>
+#include <wx/frame.h>
+#include <wx/wxvorlandlg.h>
+
+namespace vorlan {
+
+using corekit::LogLevel;
+using corekit::LogLines;
+using corekit::NamedPipeServerThread;
+
+TEST(IdleSpan, TheLocalWordBeatsTheMasters) {
+    struct Case {
+        int local;
+        int master;
+        int minutes;
+    };
+    constexpr Case k_Cases[] = {{-1, 0, 0}, {-1, 10, 10}, {0, 10, 0}, {5, 10, 5}, {-7, 3, 3}, {-1, -1, 0}};
+    for (Case const& c : k_Cases)
+        EXPECT_EQ(IdleSpan(c.local, c.master), Time::Minutes(c.minutes)) << c.local << " " << c.master;
+}
+
+class EngineModeTest : public GuiTest {
+protected:
+    void Enter() {
+        wxCommandEvent nothing;
+        Window().OnEngineMode(nothing);
+    }
+    void Connect() {
+        wxCommandEvent nothing;
+        Window().OnConnect(nothing);
+    }
+    void MasterSaysIdleMinutes(int minutes) {
+        outside.masterInfo = MasterInfoMsg::New();
+        outside.masterInfo->idleTimeout = minutes;
+    }
+    bool InEngineMode() { return Options().GetValue("Configuration", "InEngineMode", false); }
+    _EngineModeTimeout& Timeout() { return GuiTester::Timeout(Window()); }
+    Time Later() { return Time::CurrentTime() + Time::Minutes(60 * 24); }
+};
+
+TEST_F(EngineModeTest, ShowsItsPaneAndStopsTheMessenger) {
+    HasRunBefore();
+    MainWindow& window = StartClient();
+    outside.TakeSteps();
+    LogLines log(LogLevel::Status);
+    Enter();
+    EXPECT_EQ(outside.TakeSteps(),
+              (std::vector<String>{"stop VorlanMaster", "start VorlanEngine", "messenger stop 0 0 0"}));
+    EXPECT_EQ(window.ShownView(), MainWindow::k_ViewEngineMode);
+    EXPECT_TRUE(window.GetTitle().EndsWith(" [ Engine Mode ]")) << window.GetTitle();
+    EXPECT_TRUE(InEngineMode());
+    EXPECT_EQ(
+        GuiTester::EngineModePane(window).Texts(),
+        (corekit::vector<wxString>{"Engine Mode", "This machine is running just as an Engine.",
+                                   "This conserves resources for rendering, but you cannot see or control things and",
+                                   "this machine may not be available as a Master automatically.",
+                                   "To return to normal operation, use the Connect option in the System menu.",
+                                   "To change the system timeout to enter Engine Mode, use the Administator Options",
+                                   "To change how your machine enters Engine Mode, use the VorlanGui Options."}));
+    EXPECT_TRUE(GuiTester::EngineModePane(window).IsShownOnScreen());
+    EXPECT_FALSE(GuiTester::SearchingPane(window).IsShownOnScreen());
+
+    // A second time: no second pipe.
+    Enter();
+    EXPECT_EQ(CountLines(log, "Entering Engine Mode..."), 2u);
+    EXPECT_EQ(CountLines(log, "Listening for shutdown requests on: VorlanGui-EngineMode"), 1u);
+    // A disconnect does not lead out of it.
+    GuiTester::Disconnected(Gui());
+    EXPECT_EQ(window.ShownView(), MainWindow::k_ViewEngineMode);
+}
+
+TEST_F(EngineModeTest, ConnectLeavesIt) {
+    HasRunBefore();
+    MainWindow& window = StartClient();
+    Enter();
+    outside.TakeSteps();
+    LogLines log(LogLevel::Status);
+    Connect();
+    EXPECT_EQ(outside.TakeSteps(), std::vector<String>{"messenger stop 0 0 1"});
+    EXPECT_EQ(window.ShownView(), MainWindow::k_ViewSearching);
+    EXPECT_TRUE(GuiTester::SearchingPane(window).IsShownOnScreen());
+    EXPECT_FALSE(window.GetTitle().Contains("Engine Mode"));
+    EXPECT_FALSE(InEngineMode());
+    EXPECT_EQ(CountLines(log, "No longer listening for shutdown requests on: VorlanGui-EngineMode"), 1u);
+    EXPECT_FALSE(NamedPipeServerThread::Signal("VorlanGui-EngineMode"));
+}
+
+TEST_F(EngineModeTest, ARestartStaysInIt) {
+    HasRunBefore();
+    Options().SetValue("Configuration", "InEngineMode", true);
+    CommandLine line("VorlanGui", {});
+    EXPECT_EQ(StartClient(&line).ShownView(), MainWindow::k_ViewEngineMode);
+    EXPECT_TRUE(line.HasSwitch("DisableMessenger"));
+    EXPECT_TRUE(outside.started.contains(k_ComponentEngine));
+    EXPECT_TRUE(NamedPipeServerThread::Signal("VorlanGui-EngineMode"));
+}
+
+TEST_F(EngineModeTest, AMachineThatServesGoesOnServing) {
+    HasRunBefore();
+    StartClient();
+    outside.TakeSteps();
+    outside.master = outside.MachineID();
+    Enter();
+    EXPECT_EQ(outside.TakeSteps(), (std::vector<String>{"start VorlanEngine", "messenger stop 0 0 0"}));
+    EXPECT_TRUE(Options().GetValue("Configuration", "WasTheMaster", false));
+
+    // The connection is gone now, and with it who the Master is.
+    outside.master = UID::Null;
+    Enter();
+    EXPECT_EQ(outside.TakeSteps(),
+              (std::vector<String>{"start VorlanMaster", "start VorlanEngine", "messenger stop 0 0 0"}));
+    Connect();
+    EXPECT_EQ(outside.TakeSteps(), (std::vector<String>{"messenger stop 0 0 1", "start VorlanMaster"}));
+
+    // Another one serves: this machine forgets that it did.
+    outside.master = UID::FromName("another");
+    Window().ShowView(MainWindow::k_ViewMain);
+    EXPECT_FALSE(Options().HasKey("Configuration", "WasTheMaster"));
+    Enter();
+    EXPECT_EQ(outside.TakeSteps().front(), "stop VorlanMaster");
+}
+
+TEST_F(EngineModeTest, AConnectionToThePipeEndsTheClient) {
+    HasRunBefore();
+    StartClient();
+    Enter();
+    LogLines log(LogLevel::System);
+    ASSERT_TRUE(NamedPipeServerThread::Signal("VorlanGui-EngineMode"));
+    EXPECT_TRUE(PumpUntil([] { return MainWindow::Get() == nullptr; }));
+    EXPECT_EQ(CountLines(log, "Received shutdown request from Engine Mode shutdown pipe"), 1u);
+    EXPECT_TRUE(InEngineMode()) << "the next start is one in Engine Mode again";
+    EXPECT_FALSE(NamedPipeServerThread::Signal("VorlanGui-EngineMode"));
+}
+
+TEST_F(EngineModeTest, OnlyAnIdleClientWithItsOwnEngineTimesOut) {
+    struct Case {
+        char const* what;
+        bool ownEngine;
+        bool connected;
+        int local;
+        int master;
+        bool timesOut;
+    };
+    constexpr Case k_Cases[] = {
+        {"the Master's minutes", true, true, -1, 10, true},   {"an Engine of somebody else", false, true, 5, 10, false},
+        {"no Master yet", true, false, 5, 0, false},          {"never, says this machine", true, true, 0, 10, false},
+        {"never, says the Master", true, true, -1, 0, false}, {"this machine alone", true, true, 5, 0, true}};
+    HasRunBefore();
+    StartClient();
+    for (Case const& c : k_Cases) {
+        outside.started.clear();
+        if (c.ownEngine)
+            outside.started.insert(k_ComponentEngine);
+        MasterSaysIdleMinutes(c.master);
+        if (!c.connected)
+            outside.masterInfo.reset();
+        Options().SetValue("Configuration", o_IdleTimeout, c.local);
+        Timeout().Reset();
+        EXPECT_EQ(!Timeout().Expires().IsZero(), c.timesOut) << c.what;
+        EXPECT_EQ(Timeout().HasExpired(Later()), c.timesOut) << c.what;
+        EXPECT_FALSE(Timeout().HasExpired(Later())) << "once only: " << c.what;
+    }
+}
+
+TEST_F(EngineModeTest, ADialogHoldsTheTimeOutAndUseBeginsItAnew) {
+    HasRunBefore();
+    MainWindow& window = StartClient();
+    outside.started.insert(k_ComponentEngine);
+    MasterSaysIdleMinutes(10);
+    Timeout().Reset();
+    Time const first = Timeout().Expires();
+    EXPECT_FALSE(Timeout().HasExpired(first - Time(1)));
+    wxVorlanDlg::s_ModalStarted.Emit();
+    EXPECT_FALSE(Timeout().HasExpired(Later()));
+    ASSERT_TRUE(PumpUntil([&] { return Time::CurrentTime() + Time::Minutes(10) > first; }));
+    wxVorlanDlg::s_ModalFinished.Emit();
+    EXPECT_GT(Timeout().Expires(), first);
+
+    for (auto const& use : std::initializer_list<std::function<void()>>{
+             [] { wxVorlanDlg::s_DlgClosed.Emit(); }, [] { wxVorlanFrame::s_WinClosed.Emit(); },
+             [&] { window.ShowView(MainWindow::k_ViewMain); },
+             [&] {
+                 wxCommandEvent command(wxEVT_MENU, 31999);
+                 window.GetEventHandler()->ProcessEvent(command);
+             },
+             [] { MasterInfoMsg::s_Signal.Emit(MasterInfoMsg::New()); }}) {
+        Time const before = Timeout().Expires();
+        ASSERT_TRUE(PumpUntil([&] { return Time::CurrentTime() + Time::Minutes(10) > before; }));
+        use();
+        EXPECT_GT(Timeout().Expires(), before);
+    }
+}
+
+TEST_F(EngineModeTest, AnExpiredTimeOutEntersIt) {
+    HasRunBefore();
+    StartClient();
+    outside.started.insert(k_ComponentEngine);
+    MasterSaysIdleMinutes(10);
+    Timeout().Reset();
+    GuiTester::Idle(Window());
+    EXPECT_EQ(Window().ShownView(), MainWindow::k_ViewSearching);
+    GuiTester::ExpireNow(Window());
+    LogLines log(LogLevel::Status);
+    GuiTester::Idle(Window());
+    EXPECT_EQ(Window().ShownView(), MainWindow::k_ViewEngineMode);
+    EXPECT_EQ(CountLines(log, "Idle timeout to Engine mode expired"), 1u);
+    EXPECT_TRUE(Timeout().Expires().IsZero());
+}
+
+} // namespace vorlan

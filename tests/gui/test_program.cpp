@@ -1,0 +1,178 @@
+// The real program: its start, its end, and what it leaves behind.
+#include "corekit/tempfolder.h"
+
+#include <corekit/file.h>
+#include <corekit/inifile.h>
+#include <corekit/namedpipe.h>
+#include <corekit/process.h>
+#include <vorlan/version.h>
+
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <map>
+#include <memory>
+#include <thread>
+
+namespace vorlan {
+
+using namespace corekit;
+
+namespace {
+
+constexpr int k_StartMs = 40'000;
+constexpr int k_EndMs = 15'000;
+
+std::string ProcFile(std::string const& process, char const* name) {
+    std::ifstream file("/proc/" + process + "/" + name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+bool WaitUntil(std::function<bool()> const& condition, int timeoutMs) {
+    auto const until = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > until)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
+}
+
+class ProgramTest : public testing::Test {
+protected:
+    ProgramTest() : m_variable("VORLAN_HOME", m_home.Folder().c_str()) {}
+    ~ProgramTest() override {
+        if (HasFailure())
+            std::cerr << "The log of the client:\n" << Log() << "\nIts output:\n" << Output() << std::endl;
+        m_client.reset();
+        for (auto const& [pid, name] : Programs())
+            ::kill(pid, SIGKILL);
+    }
+
+    // `prefix`: another program that starts the client, with its arguments.
+    void Start(std::vector<String> const& prefix = {}) {
+        UniqueFd const output(
+            ::open((m_home / "output").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, S_IRUSR | S_IWUSR));
+        ProcessOptions options;
+        options.stdoutFd = output.Get();
+        options.stderrFd = output.Get();
+        Path program = Path(VORLAN_BIN_DIR) / "VorlanGui";
+        if (!prefix.empty()) {
+            options.args = {prefix.begin() + 1, prefix.end()};
+            options.args.push_back(program);
+            program = prefix.front();
+        }
+        String error;
+        m_client = Process::Start(program, options, &error);
+        ASSERT_TRUE(m_client) << error;
+    }
+    bool WaitForLog(char const* text) {
+        return WaitUntil([&] { return Log().Contains(text) || !m_client->Running(); }, k_StartMs) &&
+               Log().Contains(text);
+    }
+    String Log() const { return ReadIfThere(File::GetUserDir() / "History.log"); }
+    String Output() const { return ReadIfThere(m_home / "output"); }
+
+    // The programs of this test that run, by their numbers.
+    std::map<pid_t, std::string> Programs() const {
+        std::map<pid_t, std::string> programs;
+        std::string const variable = "VORLAN_HOME=" + m_home.Folder().Str();
+        for (auto const& entry : std::filesystem::directory_iterator("/proc")) {
+            std::string const number = entry.path().filename().native();
+            auto const pid = static_cast<pid_t>(std::atoi(number.c_str()));
+            if (pid <= 0 || pid == ::getpid())
+                continue;
+            std::string const environment = '\0' + ProcFile(number, "environ") + '\0';
+            if (environment.find('\0' + variable + '\0') == std::string::npos)
+                continue;
+            std::string name = ProcFile(number, "comm");
+            name.resize(name.find_last_not_of('\n') + 1);
+            programs[pid] = name;
+        }
+        return programs;
+    }
+    bool Runs(char const* name) const {
+        auto const programs = Programs();
+        return std::any_of(programs.begin(), programs.end(), [&](auto const& one) { return one.second == name; });
+    }
+    void ExpectNobodyLeft() const {
+        for (auto const& [pid, name] : Programs())
+            ADD_FAILURE() << name << " (" << pid << ") is still there";
+    }
+    // What the toolkit complains about is a fault of the client.
+    void ExpectQuietToolkit() const {
+        String const output = Output();
+        for (char const* complaint : {"Gtk-WARNING", "Gtk-CRITICAL", "GLib-GObject", "Gdk-", "Assert"})
+            EXPECT_FALSE(output.Contains(complaint)) << output;
+    }
+
+    TempFolder m_home;
+    EnvironmentValue m_variable;
+    std::unique_ptr<Process> m_client;
+
+private:
+    static String ReadIfThere(Path const& path) { return path.Exists() ? File::Read(path) : String(); }
+};
+
+TEST_F(ProgramTest, ConnectsToItsOwnMasterAndLeavesNothingBehind) {
+    File::WriteWhole(File::GetUserDir() / "VorlanGui.ini",
+                     "[Configuration]\nVersion=" + String::From(k_VorlanVersion) + "\n");
+    ASSERT_NO_FATAL_FAILURE(Start());
+    ASSERT_TRUE(WaitForLog("Requesting all data from Master"));
+    EXPECT_TRUE(WaitUntil([&] { return Runs("VorlanEngine"); }, k_StartMs));
+    EXPECT_TRUE(Runs("VorlanMaster"));
+    ::kill(m_client->Pid(), SIGTERM);
+    EXPECT_EQ(m_client->Wait(k_EndMs), 0);
+    ExpectNobodyLeft();
+    ExpectQuietToolkit();
+}
+
+TEST_F(ProgramTest, EndsAtOnceWhileItSearches) {
+    File::WriteWhole(File::GetUserDir() / "VorlanGui.ini",
+                     "[Configuration]\nVersion=" + String::From(k_VorlanVersion) + "\nStartMaster=0\nStartEngine=0\n");
+    ASSERT_NO_FATAL_FAILURE(Start());
+    ASSERT_TRUE(WaitForLog("Creating main window"));
+    ::kill(m_client->Pid(), SIGTERM);
+    EXPECT_EQ(m_client->Wait(k_EndMs), 0);
+    ExpectNobodyLeft();
+    ExpectQuietToolkit();
+}
+
+TEST_F(ProgramTest, FirstRunOnARenderNodeIsEngineMode) {
+    // A machine of another name, for this process alone.
+    std::vector<String> const renamed{"unshare", "--uts", "sh", "-c",
+                                      "echo RENDER07 >/proc/sys/kernel/hostname && exec \"$0\" \"$@\""};
+    ProcessOptions probe;
+    probe.args = {renamed.begin() + 1, renamed.end()};
+    probe.args.push_back("true");
+    probe.stderrFd = ProcessOptions::k_Null;
+    auto const allowed = Process::Start(renamed.front(), probe);
+    if (!allowed || allowed->Wait(10'000) != 0)
+        GTEST_SKIP() << "this user may not give a process another machine name";
+
+    ASSERT_NO_FATAL_FAILURE(Start(renamed));
+    ASSERT_TRUE(WaitForLog("Listening for shutdown requests on: VorlanGui-EngineMode"));
+    EXPECT_TRUE(Log().Contains("Entering Engine Mode..."));
+    ASSERT_TRUE(WaitForLog("The connection to the Master is switched off"));
+    EXPECT_TRUE(WaitUntil([&] { return Runs("VorlanEngine"); }, k_StartMs));
+    EXPECT_FALSE(Runs("VorlanMaster"));
+    IniFile options;
+    options.Load(File::GetUserDir() / "VorlanGui.ini", true);
+    EXPECT_TRUE(options.GetValue("Configuration", "InEngineMode", false));
+    EXPECT_EQ(options.GetValue("Configuration", "Version", 0u), k_VorlanVersion);
+
+    ASSERT_TRUE(NamedPipeServerThread::Signal("VorlanGui-EngineMode"));
+    EXPECT_EQ(m_client->Wait(k_EndMs), 0);
+    EXPECT_TRUE(Log().Contains("Received shutdown request from Engine Mode shutdown pipe"));
+    EXPECT_FALSE(Log().Contains("Requesting all data from Master"));
+    ExpectNobodyLeft();
+    ExpectQuietToolkit();
+}
+
+} // namespace
+
+} // namespace vorlan

@@ -1,0 +1,201 @@
+// The client's start-up, what it says in its status bar, and its connection.
+#include "guitest.h"
+
+#include "core/options.h"
+#include "core/statustext.h"
+#include "model/enginelist.h"
+#include "model/joblist.h"
+#include "model/worklist.h"
+#include "window/mainwindow.h"
+
+#include <corekit/file.h>
+#include <vorlan/events.h>
+#include <vorlan/keys.h>
+#include <vorlan/messages.h>
+#include <vorlan/version.h>
+#include <wx/menu.h>
+#include <wx/settings.h>
+#include <wx/statusbr.h>
+#include <wx/wxvtext.h>
+
+namespace vorlan {
+
+using corekit::LogLevel;
+using corekit::LogLines;
+
+TEST(StatusText, CountsAndSeparators) {
+    EXPECT_EQ(EngineStatusText(12, 10, 3), "12 Engines (10 Available, 3 Active)");
+    EXPECT_EQ(JobStatusText(1, 0, 0), "1 Jobs (0 Active, 0 Finished)");
+    EXPECT_EQ(WorkStatusText(0), "0 Work");
+    EXPECT_EQ(JoinedStatus("", "", ""), "");
+    EXPECT_EQ(JoinedStatus("E", "", "W"), "E   |      |   W");
+    EXPECT_EQ(JoinedStatus("", "J", ""), "J   |   ");
+    EXPECT_EQ(JoinedStatus("", "", "W"), "W");
+}
+
+class StartupTest : public GuiTest {
+protected:
+    String StatusField(int field) { return wxvString(Window().GetStatusBar()->GetStatusText(field)); }
+};
+
+TEST_F(StartupTest, AFirstRunStartsEngineThenMaster) {
+    CommandLine line("VorlanGui", {});
+    MainWindow& window = StartClient(&line);
+    EXPECT_EQ(outside.Steps(), (std::vector<String>{"start VorlanEngine", "start VorlanMaster", "stop Brakka",
+                                                    "stop Merrow", "stop Panvale"}));
+    EXPECT_TRUE(window.IsFirstRun());
+    EXPECT_TRUE(window.IsShown());
+    EXPECT_EQ(window.ShownView(), MainWindow::k_ViewSearching);
+    EXPECT_EQ(Option("Version"), static_cast<int>(k_VorlanVersion));
+    EXPECT_FALSE(line.HasSwitch("DisableMessenger"));
+    EXPECT_EQ(Gui().GetTopWindow(), &window);
+    EXPECT_EQ(window.GetSize(), wxSize(wxSystemSettings::GetMetric(wxSYS_SCREEN_X) * 2 / 3,
+                                       wxSystemSettings::GetMetric(wxSYS_SCREEN_Y) * 2 / 3));
+}
+
+TEST_F(StartupTest, AFirstRunOnARenderNodeIsEngineMode) {
+    outside.computerName = "RENDER07";
+    CommandLine line("VorlanGui", {});
+    MainWindow& window = StartClient(&line);
+    EXPECT_EQ(outside.Steps(), (std::vector<String>{"stop VorlanMaster", "start VorlanEngine", "messenger stop 0 0 0",
+                                                    "stop Brakka", "stop Merrow", "stop Panvale"}));
+    EXPECT_EQ(window.ShownView(), MainWindow::k_ViewEngineMode);
+    EXPECT_TRUE(Options().GetValue("Configuration", "InEngineMode", false));
+    EXPECT_EQ(Option("Version"), static_cast<int>(k_VorlanVersion));
+    EXPECT_TRUE(line.HasSwitch("DisableMessenger"));
+}
+
+TEST_F(StartupTest, OnlyAFirstRunGuesses) {
+    outside.computerName = "10-0-3-17";
+    HasRunBefore();
+    Options().SetValue("Configuration", "InEngineMode", false);
+    CommandLine line("VorlanGui", {});
+    EXPECT_EQ(StartClient(&line).ShownView(), MainWindow::k_ViewSearching);
+    EXPECT_FALSE(Window().IsFirstRun());
+    EXPECT_FALSE(line.HasSwitch("DisableMessenger"));
+}
+
+TEST_F(StartupTest, AStartThatFailedMakesNoWindow) {
+    VorlanAppStartupEvt event(false, nullptr);
+    Gui().OnVorlanAppStartupEvt(event);
+    EXPECT_EQ(MainWindow::Get(), nullptr);
+    EXPECT_TRUE(outside.Steps().empty());
+}
+
+TEST_F(StartupTest, NothingIsWrittenBeforeItsEnd) {
+    Path const file = Options().FilePath();
+    Options().SetValue("Marker", "Value", "before");
+    outside.computerName = "RENDER07";
+    // Reads the file in the last step with an outside effect: the options have changed by then.
+    struct Spy : FakeOutside {
+        explicit Spy(Path const& path) : file(path) {}
+        void StopComponent(int component) override {
+            FakeOutside::StopComponent(component);
+            if (component == k_ComponentPanvale)
+                text = corekit::File::Read(file);
+        }
+        Path const file;
+        String text;
+    } spy(file);
+    spy.computerName = "RENDER07";
+    Outside::Set(&spy);
+    StartClient();
+    Outside::Set(&outside);
+    EXPECT_TRUE(spy.text.Contains("before"));
+    EXPECT_FALSE(spy.text.Contains("InEngineMode")) << spy.text;
+    EXPECT_TRUE(corekit::File::Read(file).Contains("InEngineMode"));
+}
+
+TEST_F(StartupTest, ARepeatFileIsLoadedAndCut) {
+    corekit::File::WriteWhole(corekit::File::GetUserDir() / "RepeatJobs.ini",
+                              "[1]\nName=a\n[2]\nName=b\n[3]\nName=c\n");
+    Options().SetValue("Configuration", "RepeatCount", 2);
+    StartClient();
+    EXPECT_EQ(Gui().RepeatJobs().Sections(), (corekit::vector<String>{"2", "3"}));
+    EXPECT_EQ(Gui().RepeatJobs().RepeatCount(), 2u);
+}
+
+TEST_F(StartupTest, AConnectionAsksForEverythingInOrder) {
+    StartClient();
+    outside.TakeSteps();
+    outside.connected = true;
+    GuiTester::Connected(Gui());
+    EXPECT_EQ(
+        outside.TakeSteps(),
+        (std::vector<String>{"send NotifyOnEventMsg", "send GetMasterOptionsMsg", "send GetMasterLimitsMsg",
+                             "send GetMasterRestrictionsMsg", "send GetDefaultEngineMsg", "send GetFailureArchiveMsg",
+                             "send GetPoolsMsg", "send GetEngineInfoMsg", "send GetJobInfoMsg"}));
+    auto const sent = outside.Sent();
+    auto const events = boost::dynamic_pointer_cast<NotifyOnEventMsg>(sent.front());
+    EXPECT_TRUE(events->all);
+    EXPECT_EQ(events->ids, (corekit::set<UID>{MasterLogsMsg::s_Type, EngineHistoryElementMsg::s_Type}));
+    auto const engines = boost::dynamic_pointer_cast<GetEngineInfoMsg>(sent[7]);
+    EXPECT_TRUE(engines->all && engines->wantHistory && engines->wantOptions && engines->wantState);
+    EXPECT_FALSE(engines->wantEngine);
+    auto const jobs = boost::dynamic_pointer_cast<GetJobInfoMsg>(sent[8]);
+    EXPECT_TRUE(jobs->all && jobs->wantJob);
+    EXPECT_FALSE(jobs->wantHistory);
+
+    EXPECT_EQ(Window().ShownView(), MainWindow::k_ViewMain);
+    EXPECT_EQ(StatusField(2), "Connected to zeus");
+    EXPECT_FALSE(Window().IsFirstRun());
+}
+
+TEST_F(StartupTest, ADisconnectLeavesNothingOfAMaster) {
+    StartClient();
+    GuiTester::Connected(Gui());
+    JobList::Get().InsertJob(boost::make_shared<Job>(UID(true)));
+    EngineList::Get().InsertEngine(Engine(UID(true)));
+    ASSERT_TRUE(PumpUntil([&] { return StatusField(0).Contains("1 Jobs"); }));
+    EXPECT_EQ(StatusField(0), "1 Engines (0 Available, 0 Active)   |   1 Jobs (0 Active, 0 Finished)   |   0 Work");
+    outside.TakeSteps();
+    GuiTester::Disconnected(Gui());
+    EXPECT_EQ(StatusField(0), "");
+    EXPECT_EQ(StatusField(2), "");
+    EXPECT_TRUE(Jobs::GetAllJobs().empty());
+    EXPECT_TRUE(EngineList::Get().Snapshot().empty());
+    EXPECT_EQ(Window().ShownView(), MainWindow::k_ViewSearching);
+    EXPECT_EQ(outside.TakeSteps(), std::vector<String>{"purge"});
+}
+
+TEST_F(StartupTest, CommandsThatNeedAMasterWaitForIt) {
+    MainWindow& window = StartClient();
+    auto const refresh = [&] {
+        return window.GetMenuBar()->FindItem(window.GetMenuBar()->FindMenuItem("System", "Refresh"));
+    };
+    ASSERT_NE(refresh(), nullptr);
+    EXPECT_FALSE(refresh()->IsEnabled());
+    GuiTester::Connected(Gui());
+    ASSERT_NE(refresh(), nullptr);
+    EXPECT_TRUE(refresh()->IsEnabled());
+    EXPECT_NE(window.GetMenuBar()->FindMenuItem("System", "Reconnect"), wxNOT_FOUND);
+}
+
+TEST_F(StartupTest, PoolNames) {
+    UID const pool = UID::FromName("pool");
+    UID const engine = UID::FromName("engine");
+    EXPECT_EQ(Gui().GetPoolName(UID::Null), "Whole System") << "no window yet";
+    MainWindow& window = StartClient();
+    EXPECT_EQ(Gui().GetPoolName(UID::Null), "Whole System") << "the Master has not said anything";
+    for (auto const& [value, name] : std::initializer_list<std::pair<char const*, char const*>>{
+             {"0", "None"}, {"1", "Whole System"}, {"false", "None"}, {"true", "Whole System"}}) {
+        window.Master().MergeOptions({{o_UseWholeSystem, value}});
+        EXPECT_EQ(Gui().GetPoolName(UID::Null), name) << value;
+    }
+    LogLines log(LogLevel::Info);
+    ChangePoolEvt(pool, "Fast").Trigger();
+    EXPECT_EQ(Gui().GetPoolName(pool), "Fast");
+    ChangePoolEvt(pool, "Faster").Trigger();
+    EXPECT_EQ(Gui().GetPoolName(pool), "Faster");
+    EXPECT_EQ(CountLines(log, "Added pool Fast"), 2u);
+    DeletePoolEvt(pool, "Faster").Trigger();
+    EXPECT_EQ(CountLines(log, "Deleted pool Faster"), 1u);
+    EXPECT_EQ(Gui().GetPoolName(pool), pool.ToString());
+    EXPECT_EQ(Gui().GetPoolName(engine), engine.ToString());
+    Engine record(engine);
+    record.SetName("node-4");
+    EngineList::Get().InsertEngine(record);
+    EXPECT_EQ(Gui().GetPoolName(engine), "node-4");
+}
+
+} // namespace vorlan
