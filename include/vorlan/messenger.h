@@ -50,7 +50,7 @@ public:
     // connected: nothing outlives a connection.
     static void Send(boost::shared_ptr<Message> const& message);
     // Hands a message to this program's own dispatch as if received, also when
-    // stopped. Any thread.
+    // stopped; after a stop for good it is dropped. Any thread.
     static void SSendMessageToSelf(boost::shared_ptr<Message> const& message);
     // Drops what came from a connection that is gone and was not dispatched yet.
     // Messages of a new connection, to self, and the two events stay.

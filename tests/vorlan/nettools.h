@@ -6,6 +6,7 @@
 
 #include <corekit/sformat.h>
 #include <vorlan/messages.h>
+#include <vorlan/messenger.h>
 #include <vorlan/net/client.h>
 #include <vorlan/net/handshake.h>
 #include <vorlan/net/server.h>
@@ -30,6 +31,12 @@ bool WaitFor(Condition condition, int milliseconds = 20'000) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return true;
+}
+
+// Messages to self work again after a stop for good, for the next case of this process.
+inline void WakeMessenger() {
+    Messenger::Start();
+    Messenger::Stop(false, false, false);
 }
 
 using ConnectionPtr = boost::shared_ptr<Connection>;

@@ -99,6 +99,7 @@ protected:
     }
     ~MessengerTest() override {
         Messenger::Stop(false, true, false);
+        net::WakeMessenger();
         FileServer::Shutdown();
         JobFactory::s_JobFactory->RemoveProduct(UID::Null);
         Failures::Clear();
@@ -285,6 +286,21 @@ TEST_F(MessengerTest, StoppedItStillTalksToItselfAndConnectsAgainWhenForced) {
     Messenger::Stop(false, false, true);
     Load(Accepted(3));
     ASSERT_TRUE(WaitFor([&] { return listener.connected == 3 && listener.disconnected == 2; }));
+}
+
+// What comes late must not find handlers that are gone.
+TEST_F(MessengerTest, AfterTheEndNothingIsDispatched) {
+    Messenger::SSendMessageToSelf(Line("early"));
+    ASSERT_TRUE(WaitFor([&] { return listener.Count() == 1; }));
+    Messenger::Stop(false, true, false);
+    Messenger::SSendMessageToSelf(Line("late"));
+    Messenger::Stop(false, true, false);
+    EXPECT_FALSE(Messenger::IsMessageThread());
+    Connect();
+    Messenger::SSendMessageToSelf(Line("again"));
+    ASSERT_TRUE(WaitFor([&] { return listener.Count() == 2; }));
+    std::vector<String> const lines = listener.lines;
+    EXPECT_EQ(lines, (std::vector<String>{"early", "again"}));
 }
 
 // A Master that is faster than the handlers is held up, loses nothing, and a stop

@@ -68,7 +68,10 @@ ptrdiff_t SlotOf(Method method) {
 class VorlanAppTest : public ::testing::Test {
 protected:
     VorlanAppTest() : home("VORLAN_HOME", folder.Folder().c_str()) {}
-    ~VorlanAppTest() override { Log::Close(); }
+    ~VorlanAppTest() override {
+        net::WakeMessenger();
+        Log::Close();
+    }
 
     TempFolder folder;
     EnvironmentValue home;

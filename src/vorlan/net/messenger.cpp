@@ -53,6 +53,7 @@ private:
     void OnLoaded(uint64_t connection);
     void OnEnd(uint64_t connection);
 
+    // Null once it has ended for good.
     std::shared_ptr<MessageThread> Thread();
 
     // Held through Start and Stop, which never come from a network thread.
@@ -62,6 +63,7 @@ private:
 
     mutable std::mutex m_guard;
     std::shared_ptr<MessageThread> m_thread;         // guarded by m_guard
+    bool m_ended = false;                            // guarded by m_guard; stopped for good
     boost::shared_ptr<net::Connection> m_connection; // guarded by m_guard
     uint64_t m_lastConnection = 0;                   // guarded by m_guard
     Master m_master;                                 // guarded by m_guard
@@ -85,7 +87,7 @@ bool IsRequest(String const& name) { return name.StartsWith("Get") || name.Start
 
 std::shared_ptr<MessageThread> State::Thread() {
     std::lock_guard const lock(m_guard);
-    if (!m_thread) {
+    if (!m_thread && !m_ended) {
         m_thread = std::make_shared<MessageThread>([this](QueuedMessage const& item) { Handle(item); });
         m_thread->Start();
     }
@@ -97,6 +99,10 @@ void State::Start(MessengerOptions const& options) {
     if (m_client)
         return;
     m_options = options;
+    {
+        std::lock_guard const guard(m_guard);
+        m_ended = false;
+    }
     Thread()->Release(false);
     net::Handlers handlers;
     handlers.onConnected = [this](auto const& connection) { OnConnected(connection); };
@@ -120,6 +126,8 @@ void State::Stop(bool flush, bool forGood, bool reconnect) {
         return Start(options);
     }
     std::shared_ptr<MessageThread> const thread = Thread();
+    if (!thread)
+        return;
     thread->Release(true);
     if (std::unique_ptr<net::Client> const client = std::move(m_client))
         client->FlushAndStop(flush ? k_FlushMs : 0);
@@ -136,6 +144,7 @@ void State::Stop(bool flush, bool forGood, bool reconnect) {
     {
         std::lock_guard const lock(m_guard);
         m_thread.reset();
+        m_ended = true;
     }
     thread->Stop();
 }
@@ -183,8 +192,9 @@ void State::Send(boost::shared_ptr<Message> const& message) {
 }
 
 void State::ToSelf(boost::shared_ptr<Message> const& message) {
-    if (message)
-        Thread()->Push({QueuedMessage::Kind::Message, QueuedMessage::k_Self, message}, false);
+    std::shared_ptr<MessageThread> const thread = message ? Thread() : nullptr;
+    if (thread)
+        thread->Push({QueuedMessage::Kind::Message, QueuedMessage::k_Self, message}, false);
 }
 
 void State::Purge() {
