@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <ostream>
+#include <utility>
 
 namespace vorlan::cli {
 
@@ -35,19 +36,23 @@ public:
     }
 
     ExitCode Run() {
-        Load();
-        while (!AllEnded()) {
-            if (Clock::now() >= m_deadline)
-                return TimedOut();
+        for (bool loaded = false;;) {
             try {
+                // The Master may end while it loads, too.
+                if (!std::exchange(loaded, true))
+                    Load();
+                if (AllEnded())
+                    return Result();
+                if (Clock::now() >= m_deadline)
+                    return TimedOut();
                 Step();
             } catch (CommandException const& exception) {
                 if (exception.Exit() != ExitCode::NoMaster)
                     throw;
                 ComeBack(exception.Message());
+                loaded = false;
             }
         }
-        return Result();
     }
 
 private:
@@ -127,7 +132,6 @@ private:
     void ComeBack(String const& reason) {
         m_progress.Tell(reason + " Waiting for it to come back.");
         m_farm.Reconnect(std::min(m_deadline, Clock::now() + k_Patience));
-        Load();
     }
 
     ExitCode TimedOut() {

@@ -98,13 +98,14 @@ TEST_F(FarmKills, WorkGoesOnWithoutAMaster) {
 TEST_F(FarmKills, WaitingOutlivesTheMaster) {
     auto const job = [&] {
         auto const farm = Connect();
-        auto made = CountingJob("1-6", "0.3");
+        auto made = CountingJob("1-12", "0.3");
         Submit(*farm, made);
         return made;
     }();
     auto const waiter = StartVorlan({"wait", "--progress", "--timeout", "2m", job->id.ToString()});
     ASSERT_TRUE(waiter);
-    ASSERT_TRUE(WaitUntil([&] { return FramesRun() >= 2; }, k_JobMs));
+    // It waits for the Job, and no longer for the connection.
+    ASSERT_TRUE(WaitUntil([&] { return FramesRun() >= 2 && VorlanErrors().Contains("counting: "); }, k_JobMs));
     Master().KillAlone();
     Master().Start();
     EXPECT_EQ(waiter->Wait(k_JobMs), 0) << VorlanErrors();
