@@ -132,7 +132,8 @@ TEST_F(FarmJobs, AProgramThatIsNotThereIsNamedInTheHistory) {
     auto const job = CommandJob("Missing", "no-such-renderer --frame $(First)", "1");
     Submit(*farm, job);
     EXPECT_EQ(WaitForEnd(job->id), Failed);
-    WorkHistory const& work = HistoryOf(job->id)["1"];
+    JobHistory const history = HistoryOf(job->id);
+    WorkHistory const& work = history["1"];
     EXPECT_EQ(work.Tries(), static_cast<unsigned>(p_FailureLimitDefault));
     EXPECT_THAT(work.LastRun().LastNote().Str(), HasSubstr("no-such-renderer"));
     auto const waited = Vorlan({"wait", "Missing"});
