@@ -1,4 +1,5 @@
 // The real program against a Master that the test plays.
+#include "corekit/sanitizerreports.h"
 #include "corekit/tempfolder.h"
 #include "engine/runner/leftovers.h"
 
@@ -159,6 +160,7 @@ protected:
         return true;
     }
 
+    SanitizerReports m_reports;
     TempFolder m_home;
     EnvironmentValue m_variable{"VORLAN_HOME", m_home.Folder().c_str()};
     std::unique_ptr<Process> m_engine;

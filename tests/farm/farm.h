@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cli/farm.h"
+#include "corekit/sanitizerreports.h"
 #include "corekit/tempfolder.h"
 
 #include <corekit/process.h>
@@ -105,6 +106,7 @@ protected:
 private:
     void KillAll() const;
 
+    corekit::SanitizerReports m_reports;
     corekit::TempFolder m_folder;
     corekit::EnvironmentValue m_home;
     Program m_master;
