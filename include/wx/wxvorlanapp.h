@@ -58,6 +58,11 @@ public:
 
 private:
     class Bridge;
+    class EndTimer;
+
+    // Ends the open dialogs, and closes the top window when their callers, which stand
+    // on it, have returned.
+    void End();
 
     // Does the step; an exception goes to OnException, whose answer is the result then.
     template <class Step>
@@ -65,5 +70,6 @@ private:
 
     std::unique_ptr<corekit::CommandLine> m_commandLine;
     std::unique_ptr<Bridge> m_bridge;
+    std::unique_ptr<EndTimer> m_endTimer; // while dialogs are ending
     bool m_startupBegun = false;
 };

@@ -4,9 +4,12 @@
 #include <vorlan/events.h>
 #include <vorlan/messages.h>
 #include <vorlan/messenger.h>
+#include <wx/evtloop.h>
+#include <wx/timer.h>
 #include <wx/wxtimed.h>
 #include <wx/wxvcolors.h>
 #include <wx/wxvorlanapp.h>
+#include <wx/wxvorlandlg.h>
 #include <wx/wxvorlanframe.h>
 #include <wx/wxvtext.h>
 
@@ -33,6 +36,19 @@ private:
     wxVorlanApp& m_app;
 };
 
+class wxVorlanApp::EndTimer : public wxTimer {
+public:
+    explicit EndTimer(wxVorlanApp& app) : m_app(app) {}
+    void Notify() override { m_app.End(); }
+
+private:
+    wxVorlanApp& m_app;
+};
+
+namespace {
+constexpr int k_EndRetryMs = 20;
+}
+
 wxVorlanApp::wxVorlanApp(Signals signals) : VorlanClientApp(signals) {}
 
 wxVorlanApp::~wxVorlanApp() {
@@ -50,11 +66,24 @@ void wxVorlanApp::RequestEnd() {
     if (!wxTheApp)
         return;
     wxTheApp->CallAfter([] {
-        if (wxWindow* const top = wxTheApp->GetTopWindow())
-            top->Close(true);
-        else
-            wxTheApp->ExitMainLoop();
+        if (auto* const app = dynamic_cast<wxVorlanApp*>(wxTheApp))
+            app->End();
     });
+}
+
+void wxVorlanApp::End() {
+    wxEventLoopBase const* const loop = wxEventLoopBase::GetActive();
+    if (loop && loop != GetMainLoop()) {
+        wxVorlanDlg::CloseAll();
+        if (!m_endTimer)
+            m_endTimer = std::make_unique<EndTimer>(*this);
+        m_endTimer->StartOnce(k_EndRetryMs);
+        return;
+    }
+    if (wxWindow* const top = GetTopWindow())
+        top->Close(true);
+    else
+        ExitMainLoop();
 }
 
 template <class Step>
@@ -109,6 +138,7 @@ int wxVorlanApp::OnExit() {
             return true;
         });
     }
+    m_endTimer.reset();
     m_bridge.reset();
     return 0;
 }

@@ -128,18 +128,6 @@ TEST_F(EngineModeTest, AMachineThatServesGoesOnServing) {
     EXPECT_EQ(outside.TakeSteps().front(), "stop VorlanMaster");
 }
 
-TEST_F(EngineModeTest, AConnectionToThePipeEndsTheClient) {
-    HasRunBefore();
-    StartClient();
-    Enter();
-    LogLines log(LogLevel::System);
-    ASSERT_TRUE(NamedPipeServerThread::Signal("VorlanGui-EngineMode"));
-    EXPECT_TRUE(PumpUntil([] { return MainWindow::Get() == nullptr; }));
-    EXPECT_EQ(CountLines(log, "Received shutdown request from Engine Mode shutdown pipe"), 1u);
-    EXPECT_TRUE(InEngineMode()) << "the next start is one in Engine Mode again";
-    EXPECT_FALSE(NamedPipeServerThread::Signal("VorlanGui-EngineMode"));
-}
-
 TEST_F(EngineModeTest, OnlyAnIdleClientWithItsOwnEngineTimesOut) {
     struct Case {
         char const* what;

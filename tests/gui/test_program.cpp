@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <thread>
 
 namespace vorlan {
@@ -103,11 +104,14 @@ protected:
         for (auto const& [pid, name] : Programs())
             ADD_FAILURE() << name << " (" << pid << ") is still there";
     }
-    // What the toolkit complains about is a fault of the client.
+    // What the toolkit complains about is a fault of the client. One complaint is its
+    // own: it lays the menu bar of any deferred frame out two pixels wide once.
     void ExpectQuietToolkit() const {
-        String const output = Output();
-        for (char const* complaint : {"Gtk-WARNING", "Gtk-CRITICAL", "GLib-GObject", "Gdk-", "Assert"})
-            EXPECT_FALSE(output.Contains(complaint)) << output;
+        std::istringstream lines(Output().Str());
+        for (std::string line; std::getline(lines, line);) {
+            bool const theirs = line.find("gtk_distribute_natural_allocation") != std::string::npos;
+            EXPECT_TRUE(line.empty() || theirs) << line;
+        }
     }
 
     TempFolder m_home;
@@ -142,6 +146,23 @@ TEST_F(ProgramTest, EndsAtOnceWhileItSearches) {
     ExpectQuietToolkit();
 }
 
+TEST_F(ProgramTest, APipeEndsAClientInEngineMode) {
+    File::WriteWhole(File::GetUserDir() / "VorlanGui.ini",
+                     "[Configuration]\nVersion=" + String::From(k_VorlanVersion) + "\nInEngineMode=1\n");
+    ASSERT_NO_FATAL_FAILURE(Start());
+    ASSERT_TRUE(WaitForLog("Listening for shutdown requests on: VorlanGui-EngineMode"));
+    EXPECT_TRUE(WaitUntil([&] { return Runs("VorlanEngine"); }, k_StartMs));
+    ASSERT_TRUE(NamedPipeServerThread::Signal("VorlanGui-EngineMode"));
+    EXPECT_EQ(m_client->Wait(k_EndMs), 0);
+    EXPECT_TRUE(Log().Contains("Received shutdown request from Engine Mode shutdown pipe"));
+    EXPECT_FALSE(NamedPipeServerThread::Signal("VorlanGui-EngineMode"));
+    IniFile options;
+    options.Load(File::GetUserDir() / "VorlanGui.ini", true);
+    EXPECT_TRUE(options.GetValue("Configuration", "InEngineMode", false)) << "the next start is one in it again";
+    ExpectNobodyLeft();
+    ExpectQuietToolkit();
+}
+
 TEST_F(ProgramTest, FirstRunOnARenderNodeIsEngineMode) {
     // A machine of another name, for this process alone.
     std::vector<String> const renamed{"unshare", "--uts", "sh", "-c",
@@ -165,10 +186,9 @@ TEST_F(ProgramTest, FirstRunOnARenderNodeIsEngineMode) {
     EXPECT_TRUE(options.GetValue("Configuration", "InEngineMode", false));
     EXPECT_EQ(options.GetValue("Configuration", "Version", 0u), k_VorlanVersion);
 
-    ASSERT_TRUE(NamedPipeServerThread::Signal("VorlanGui-EngineMode"));
+    ::kill(m_client->Pid(), SIGTERM);
     EXPECT_EQ(m_client->Wait(k_EndMs), 0);
-    EXPECT_TRUE(Log().Contains("Received shutdown request from Engine Mode shutdown pipe"));
-    EXPECT_FALSE(Log().Contains("Requesting all data from Master"));
+    EXPECT_FALSE(Log().Contains("Looking for the Master"));
     ExpectNobodyLeft();
     ExpectQuietToolkit();
 }

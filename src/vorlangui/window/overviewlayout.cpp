@@ -37,7 +37,7 @@ OverviewLayout LayOutOverview(wxSize size, OverviewMetrics const& metrics, doubl
 
 wxRect OverviewLayout::Figure(int index) const {
     constexpr int k_Figures = 3;
-    int const width = std::min(metrics.figureWidth, (size.x - metrics.margin) / k_Figures);
+    int const width = std::clamp((size.x - metrics.margin) / k_Figures, 0, metrics.figureWidth);
     return {metrics.margin + index * width, 0, width, metrics.figures};
 }
 

@@ -16,7 +16,7 @@ constexpr int k_FigurePoints = 11;
 constexpr double k_Readable = 4.5;
 constexpr double k_ReadableOnTint = 3.7;
 constexpr double k_FailureTint = 0.16;
-constexpr double k_ProgressTint = 0.4;
+constexpr double k_ProgressTint = 0.36;
 
 constexpr char const* k_Titles[k_OverviewColumns] = {wxTRANSLATE("Name"), wxTRANSLATE("Product"),
                                                      wxTRANSLATE("Priority"), wxTRANSLATE("Progress"),

@@ -16,10 +16,12 @@
 namespace {
 
 // What the toolkit draws by itself, with `@Name` for each colour. No size is set
-// here that the toolkit would not choose, except for the padding of menus.
+// here that the toolkit would not choose, except for the padding of menus. A menu bar
+// has none at its sides: the toolkit lays it out two pixels wide before the first show.
 constexpr char k_Style[] = R"(
 window, dialog, messagedialog, .background { background-color: @WindowBG; color: @Text; }
-menubar { background-color: @WindowBG; color: @Text; box-shadow: none; border: none; padding: 2px 4px; }
+menubar { background-color: @WindowBG; color: @Text; box-shadow: none; border: none; padding: 2px 0; }
+menubar > menuitem:first-child { margin-left: 4px; }
 menubar > menuitem { color: @Text; padding: 4px 9px; border-radius: 4px; min-height: 16px; }
 menubar > menuitem:hover { background-color: @Selected; box-shadow: none; color: @Text; }
 menu, .menu, .context-menu { background-color: @WindowBGLighter; color: @Text; border: 1px solid @Light3D;
@@ -44,6 +46,7 @@ checkbutton, radiobutton, label { color: @Text; }
 checkbutton label:disabled, label:disabled { color: @TextGrey; }
 check, radio { background-image: none; background-color: @WindowBGDarker; border: 1px solid @TextGrey;
                color: @Text; box-shadow: none; }
+undershoot, overshoot { background: none; }
 check:checked, radio:checked { background-image: -gtk-icontheme('object-select-symbolic');
                                background-color: @Selected; border-color: @TextBlue; color: @Text; }
 )";

@@ -1,0 +1,115 @@
+// The colours: what must be legible is computed, and what the user sets is kept.
+#include "guitest.h"
+
+#include "window/overviewpainter.h"
+
+#include <wx/wxvcolors.h>
+
+namespace vorlan {
+
+namespace {
+
+constexpr double k_OnBackground = 4.5;
+constexpr double k_OnTint = 3.7;
+constexpr int k_FirstText = static_cast<int>(ColorName::Text);
+constexpr int k_LastText = static_cast<int>(ColorName::TextGrey);
+
+std::string Named(int scheme, ColorName text, ColorName surface) {
+    return "scheme " + std::to_string(scheme) + ": " + wxvColorLabel(text) + " on " + wxvColorLabel(surface);
+}
+
+} // namespace
+
+TEST(Colors, ContrastIsTheGuidelines) {
+    EXPECT_NEAR(wxvContrast(*wxBLACK, *wxWHITE), 21.0, 0.001);
+    EXPECT_NEAR(wxvContrast(*wxWHITE, *wxBLACK), 21.0, 0.001);
+    EXPECT_NEAR(wxvContrast(wxColour(0x77, 0x77, 0x77), *wxWHITE), 4.48, 0.01);
+    EXPECT_NEAR(wxvContrast(wxColour(255, 0, 0), *wxWHITE), 4.0, 0.01);
+    EXPECT_NEAR(wxvContrast(*wxWHITE, *wxWHITE), 1.0, 0.001);
+}
+
+TEST(Colors, EveryTextReadsInEveryScheme) {
+    for (int scheme = 0; scheme < k_BuiltInSchemes; ++scheme) {
+        auto const contrast = [scheme](ColorName text, ColorName surface) {
+            auto const which = static_cast<ColorScheme>(scheme);
+            return wxvContrast(wxvGetColor(which, text), wxvGetColor(which, surface));
+        };
+        for (int i = k_FirstText; i <= k_LastText; ++i) {
+            auto const text = static_cast<ColorName>(i);
+            for (ColorName const surface : {ColorName::WindowBG, ColorName::WindowBGLighter, ColorName::WindowBGDarker})
+                EXPECT_GE(contrast(text, surface), k_OnBackground) << Named(scheme, text, surface);
+            EXPECT_GE(contrast(text, ColorName::Selected), k_OnTint) << Named(scheme, text, ColorName::Selected);
+        }
+        EXPECT_GE(contrast(ColorName::Text, ColorName::Header), k_OnBackground) << scheme;
+        EXPECT_GE(contrast(ColorName::ButtonText, ColorName::ButtonFace), k_OnBackground) << scheme;
+    }
+}
+
+class ColorTest : public GuiTest {
+protected:
+    ~ColorTest() override { wxvSetColorScheme(static_cast<int>(k_DefaultScheme)); }
+};
+
+TEST_F(ColorTest, RowsOfTheOverviewReadOnTheirSurface) {
+    for (int scheme = 0; scheme < k_BuiltInSchemes; ++scheme) {
+        wxvSetColorScheme(scheme);
+        for (int statusClass = 0; statusClass <= 3; ++statusClass) {
+            for (bool const failed : {false, true}) {
+                for (bool const odd : {false, true}) {
+                    OverviewRow row;
+                    row.statusClass = statusClass;
+                    row.failed = failed;
+                    wxColour const surface = OverviewRowColor(row, odd);
+                    EXPECT_GE(wxvContrast(OverviewTextColor(row, surface), surface), failed ? k_OnTint : k_OnBackground)
+                        << "scheme " << scheme << " class " << statusClass << " failed " << failed;
+                }
+            }
+        }
+        for (wxColour const& surface : {ProgressColor(), wxvGetColor(ColorName::WindowBGLighter)})
+            EXPECT_GE(wxvContrast(ProgressTextColor(surface), surface), k_OnBackground) << "scheme " << scheme;
+    }
+}
+
+TEST_F(ColorTest, AChoiceIsKeptAndANumberThatIsNoSchemeIsNot) {
+    EXPECT_EQ(wxvGetColorScheme(), ColorScheme::Dark);
+    wxvSetColorScheme(static_cast<int>(ColorScheme::Lighter));
+    for (int const wrong : {-1, 5, 99})
+        wxvSetColorScheme(wrong);
+    EXPECT_EQ(wxvGetColorScheme(), ColorScheme::Lighter);
+    EXPECT_FALSE(wxvIsDarkScheme());
+    wxvUseColorOptions(&Options());
+    EXPECT_EQ(wxvGetColorScheme(), ColorScheme::Lighter);
+    Options().SetValue("Colors", "Scheme", 77);
+    wxvUseColorOptions(&Options());
+    EXPECT_EQ(wxvGetColorScheme(), k_DefaultScheme);
+}
+
+TEST_F(ColorTest, CustomColorsBeginAsTheDefaultSchemeAndAreKept) {
+    EXPECT_EQ(wxvGetColor(ColorScheme::Custom, ColorName::TextRed), wxvGetColor(k_DefaultScheme, ColorName::TextRed));
+    wxColour const former = wxvGetColor(ColorScheme::Custom, ColorName::Light3D);
+    wxColour const mine(1, 2, 3);
+    wxvSetCustomColor(3, mine);
+    wxvSetCustomColor(k_ColorCount, mine);
+    wxvSetCustomColor(-1, mine);
+    wxvSetCustomColor(0, wxColour());
+    EXPECT_EQ(wxvGetColor(ColorScheme::Custom, ColorName::Light3D), mine);
+    EXPECT_EQ(Options().GetValue("Colors", "3DLight", ""), "#010203");
+    EXPECT_NE(wxvGetColor(ColorName::Light3D), mine) << "another scheme is in use";
+    wxvSetColorScheme(static_cast<int>(ColorScheme::Custom));
+    EXPECT_EQ(wxvGetColor(ColorName::Light3D), mine);
+    wxvSetCustomColor(3, former);
+    std::set<ColorName> const all(k_CustomColorOrder.begin(), k_CustomColorOrder.end());
+    EXPECT_EQ(all.size(), static_cast<size_t>(k_ColorCount)) << "each colour can be set once";
+}
+
+TEST(Colors, AColorMovesOnlyAsFarAsItMust) {
+    wxColour const dark(0x20, 0x20, 0x20);
+    wxColour const fine(0xE0, 0x80, 0x80);
+    EXPECT_EQ(wxvReadableColor(fine, dark, *wxWHITE), fine);
+    wxColour const moved = wxvReadableColor(wxColour(0x60, 0x30, 0x30), dark, *wxWHITE);
+    EXPECT_GE(wxvContrast(moved, dark), 4.5);
+    EXPECT_LT(wxvContrast(moved, dark), 6.0);
+    EXPECT_EQ(wxvReadableColor(dark, dark, fine, 21), fine) << "nothing reads, the refuge is the best there is";
+}
+
+} // namespace vorlan
