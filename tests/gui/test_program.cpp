@@ -131,6 +131,13 @@ TEST_F(ProgramTest, ConnectsToItsOwnMasterAndLeavesNothingBehind) {
     EXPECT_TRUE(Runs("VorlanMaster"));
     ::kill(m_client->Pid(), SIGTERM);
     EXPECT_EQ(m_client->Wait(k_EndMs), 0);
+    size_t last = 0;
+    for (char const* name : {"VorlanEngine", "VorlanMaster", "Brakka", "Merrow", "Panvale"}) {
+        size_t const at = Log().Str().find(std::string("Hard coded default set to stop component: ") + name);
+        ASSERT_NE(at, std::string::npos) << name;
+        EXPECT_GT(at, last) << name << " is stopped out of turn";
+        last = at;
+    }
     ExpectNobodyLeft();
     ExpectQuietToolkit();
 }
