@@ -20,8 +20,10 @@ namespace {
 /// nobody waits long for an answer.
 constexpr size_t k_EventsPerTurn = 4000;
 
-/// Bytes of a load that are asked for at a time.
-constexpr size_t k_LoadPiece = 128 * 1024;
+/// Bytes of a load that are asked for at a time, and that wait for a peer at most: so
+/// few that the processor's cache has them still when the network thread sends them.
+constexpr size_t k_LoadPiece = 64 * 1024;
+constexpr size_t k_LoadQueue = 256 * 1024;
 
 /// Lines of the log that wait for those who follow it; more are left to the file.
 constexpr size_t k_LogLinesLimit = 1000;
@@ -87,6 +89,7 @@ void Shell::OpenPort() {
     options.self.machineName = m_options.machineName;
     options.self.version = vorlan::k_VorlanVersion;
     options.self.program = "VorlanMaster";
+    options.limits.lowWater = k_LoadQueue;
 
     net::Handlers handlers;
     handlers.onConnected = [this](ConnectionPtr const& connection) {
@@ -136,6 +139,9 @@ void Shell::Stop() { m_inbox.Close(); }
 
 std::chrono::steady_clock::time_point Shell::NextTurn() const {
     auto const now = std::chrono::steady_clock::now();
+    if (m_feedsOn) {
+        return now;
+    }
     if (!m_loading.empty()) {
         return now + std::chrono::milliseconds(20);
     }
@@ -278,17 +284,20 @@ void Shell::Send(SendAll const& effect) {
     }
 }
 
+/// One piece for each peer that has room, so that no load holds up what else there is
+/// to do.
 void Shell::FeedLoads() {
-    net::Limits const limits;
+    m_feedsOn = false;
     for (auto peer = m_loading.begin(); peer != m_loading.end();) {
         ConnectionPtr const connection = Find(*peer);
         bool more = connection != nullptr;
-        while (more && connection->QueuedBytes() < limits.lowWater) {
+        if (more && connection->QueuedBytes() < k_LoadQueue) {
             std::vector<MessagePtr> messages;
             more = m_core->Pull(*peer, k_LoadPiece, messages);
             for (MessagePtr const& message : messages) {
                 connection->Send(message, net::Traffic::Load);
             }
+            m_feedsOn = m_feedsOn || (more && connection->QueuedBytes() < k_LoadQueue);
         }
         peer = more ? std::next(peer) : m_loading.erase(peer);
     }

@@ -94,6 +94,7 @@ private:
     std::unique_ptr<Core> m_core;
     std::vector<Record> m_records;
     std::set<PeerId> m_loading;
+    bool m_feedsOn = false; ///< a peer has room for the next piece of its load now
     bool m_stopping = false;
 };
 
