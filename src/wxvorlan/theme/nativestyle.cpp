@@ -47,8 +47,7 @@ checkbutton label:disabled, label:disabled { color: @TextGrey; }
 check, radio { background-image: none; background-color: @WindowBGDarker; border: 1px solid @TextGrey;
                color: @Text; box-shadow: none; }
 undershoot, overshoot { background: none; }
-check:checked, radio:checked { background-image: -gtk-icontheme('object-select-symbolic');
-                               background-color: @Selected; border-color: @TextBlue; color: @Text; }
+check:checked, radio:checked { background-image: none; background-color: @Selected; border-color: @TextBlue; }
 )";
 
 std::string FilledStyle() {
