@@ -104,6 +104,19 @@ protected:
         for (auto const& [pid, name] : Programs())
             ADD_FAILURE() << name << " (" << pid << ") is still there";
     }
+    // Runs the command line to its end. Its exit code; what it printed goes to `output`.
+    int CommandLine(std::vector<String> const& words, String* output = nullptr) {
+        UniqueFd const file(
+            ::open((m_home / "answer").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR));
+        ProcessOptions options;
+        options.args = words;
+        options.stdoutFd = file.Get();
+        auto const process = Process::Start(Path(VORLAN_BIN_DIR) / "vorlan", options);
+        int const code = process ? process->Wait(2 * k_StartMs).value_or(-1) : -1;
+        if (output)
+            *output = ReadIfThere(m_home / "answer").Trim();
+        return code;
+    }
     // What the toolkit complains about is a fault of the client. One complaint is its
     // own: it lays the menu bar of any deferred frame out two pixels wide once.
     void ExpectQuietToolkit() const {
@@ -140,6 +153,32 @@ TEST_F(ProgramTest, ConnectsToItsOwnMasterAndLeavesNothingBehind) {
     }
     ExpectNobodyLeft();
     ExpectQuietToolkit();
+}
+
+TEST_F(ProgramTest, AJobOutlivesAClientThatIsKilled) {
+    File::WriteWhole(File::GetUserDir() / "VorlanGui.ini",
+                     "[Configuration]\nVersion=" + String::From(k_VorlanVersion) + "\n");
+    ASSERT_NO_FATAL_FAILURE(Start());
+    ASSERT_TRUE(WaitForLog("Notified of new Engine"));
+    String job;
+    ASSERT_EQ(CommandLine({"submit", "--product", "Command", "--name", "long", "--set", "CommandLine=sleep 0.02",
+                           "--frames", "1-200"},
+                          &job),
+              0);
+    ASSERT_TRUE(WaitForLog("Work '20' started"));
+    ::kill(m_client->Pid(), SIGKILL);
+    m_client->Wait(k_EndMs);
+    EXPECT_TRUE(Runs("VorlanMaster") && Runs("VorlanEngine"));
+    File::Delete(File::GetUserDir() / "History.log");
+    ASSERT_NO_FATAL_FAILURE(Start());
+    EXPECT_TRUE(WaitForLog("Requesting all data from Master"));
+    EXPECT_EQ(CommandLine({"wait", job}), 0);
+    String report;
+    EXPECT_EQ(CommandLine({"job", job}, &report), 0);
+    EXPECT_TRUE(report.Contains("200, 200 finished, 0 failed")) << report;
+    ::kill(m_client->Pid(), SIGTERM);
+    EXPECT_EQ(m_client->Wait(k_EndMs), 0);
+    ExpectNobodyLeft();
 }
 
 TEST_F(ProgramTest, EndsAtOnceWhileItSearches) {
