@@ -77,10 +77,11 @@ void RepeatFile::SaveList() {
 }
 
 void RepeatFile::AppendJob(Job const& job) {
-    // Two pushes within a millisecond are two entries all the same.
+    // Behind the newest entry, also when two pushes come within a millisecond or the
+    // clock was set back.
     int64_t moment = Time::CurrentTime().Milliseconds();
-    while (HasSection(String::From(moment)))
-        ++moment;
+    if (corekit::vector<String> const sections = Sections(); !sections.empty())
+        moment = std::max(moment, sections.back().Int() + 1);
     Job::ReadingScope const scope(job);
     InsertSection(String::From(moment));
     SetValue(p_Name, job.Name());
