@@ -8,7 +8,8 @@
 // Always: DoShow and DoHide take turns, beginning with DoShow.
 class wxvPanel : public wxPanel {
 public:
-    explicit wxvPanel(wxWindow* parent, ColorName background = ColorName::WindowBG, wxWindowID id = wxID_ANY);
+    explicit wxvPanel(wxWindow* parent, ColorName background = ColorName::WindowBG, wxWindowID id = wxID_ANY,
+                      long style = wxTAB_TRAVERSAL | wxNO_BORDER);
 
     // Takes the colours of the scheme, and those of its labels.
     virtual void ApplyColors();

@@ -1,8 +1,8 @@
 #include <wx/stattext.h>
 #include <wx/wxvpanel.h>
 
-wxvPanel::wxvPanel(wxWindow* parent, ColorName background, wxWindowID id)
-    : wxPanel(parent, id, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxNO_BORDER), m_background(background) {
+wxvPanel::wxvPanel(wxWindow* parent, ColorName background, wxWindowID id, long style)
+    : wxPanel(parent, id, wxDefaultPosition, wxDefaultSize, style), m_background(background) {
     SetBackgroundColour(wxvGetColor(m_background));
     SetForegroundColour(wxvGetColor(ColorName::Text));
     Bind(wxEVT_SYS_COLOUR_CHANGED, &wxvPanel::OnSysColorChange, this);
