@@ -1,6 +1,6 @@
 #pragma once
 
-#include <corekit/signal.h>
+#include <corekit/tick.h>
 
 // wxTimed is the base of whatever wants to be called on the shared tick.
 // Owner: its derived object; the connection ends with it.
@@ -10,11 +10,11 @@
 // Always: there is one tick for all, so that what changed in between is shown at once.
 class wxTimed {
 public:
-    using Tick = corekit::Signal0<corekit::ThreadPolicy::LocalThreaded>;
+    using Tick = corekit::Tick::SignalType;
 
     // The tick itself, for those who want no base class.
-    static Tick s_Timer0250;
-    static constexpr int k_PeriodMs = 250;
+    static constinit inline Tick& s_Timer0250 = corekit::Tick::s_Timer0250;
+    static constexpr int k_PeriodMs = corekit::Tick::k_PeriodMs;
 
     // The application calls them around its main loop.
     static void StartTicks(int periodMs = k_PeriodMs);

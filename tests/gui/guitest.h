@@ -2,19 +2,17 @@
 // itself, an outside that only takes notes, and a fixture with the client's window.
 #pragma once
 
-#include "core/outside.h"
 #include "core/vorlangui.h"
+#include "mirror/outside.h"
 #include "window/mainwindow.h"
 
 #include "corekit/tempfolder.h"
+#include "mirror/mirrortest.h"
 
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
-#include <mutex>
-#include <set>
 #include <vector>
-#include <vorlan/components.h>
 
 class wxCheckBox;
 
@@ -22,54 +20,13 @@ namespace vorlan {
 
 class MessagePane;
 
-// FakeOutside notes what the client wants of the world, in order.
-class FakeOutside : public Outside {
-public:
-    void Send(boost::shared_ptr<Message> const& message) override;
-    bool IsConnected() override { return connected; }
-    void StopMessenger(bool flush, bool final, bool reconnect) override;
-    void PurgeMessageQueues() override { Note("purge"); }
-    UID MasterID() override { return master; }
-    String MasterMachineName() override { return "zeus"; }
-    boost::shared_ptr<MasterInfoMsg> MasterInfo() override { return masterInfo; }
-    String LastFailure() override { return failure; }
-    UID MachineID() override { return UID::FromName("this machine"); }
-    String ComputerName() override { return computerName; }
-    void StartComponent(int component) override;
-    void StopComponent(int component) override;
-    bool DidStartComponent(int component) override { return started.contains(component); }
-
-    std::vector<String> Steps() const;
-    // The steps since the last call.
-    std::vector<String> TakeSteps();
-    std::vector<boost::shared_ptr<Message>> Sent() const;
-
-    // Set before use.
-    bool connected = false;
-    UID master;
-    boost::shared_ptr<MasterInfoMsg> masterInfo;
-    String failure;
-    String computerName = "artist";
-    std::set<int> started;
-
-private:
-    void Note(String const& step);
-
-    mutable std::mutex m_mutex;
-    std::vector<String> m_steps;                    // guarded by m_mutex
-    std::vector<boost::shared_ptr<Message>> m_sent; // guarded by m_mutex
-};
-
 // GuiTester reaches what the client keeps to itself.
 class GuiTester {
 public:
     static void Connect(VorlanGui& gui) { gui.ConnectMessages(); }
     // As it was before its start-up.
-    static void Forget(VorlanGui& gui);
-    static void SetCommandLine(VorlanGui& gui, CommandLine* line) { gui.m_commandLineInUse = line; }
-    static void Hear(VorlanGui& gui, boost::shared_ptr<MasterDefaultStartupMsg> const& message) {
-        gui.OnMasterDefaultStartupMsg(message);
-    }
+    static void Forget(VorlanGui& gui) { MirrorTester::Forget(gui); }
+    static void SetCommandLine(VorlanGui& gui, CommandLine* line) { gui.SetCommandLine(line); }
     static void Connected(VorlanGui& gui);
     static void Disconnected(VorlanGui& gui);
     static _EngineModeTimeout& Timeout(MainWindow& window) { return *window.m_timeout; }
@@ -106,8 +63,5 @@ protected:
 
     FakeOutside outside;
 };
-
-// Records of the log that hold the text.
-size_t CountLines(corekit::LogLines& log, char const* part);
 
 } // namespace vorlan

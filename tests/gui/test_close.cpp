@@ -135,4 +135,22 @@ TEST_F(CloseTest, TheWindowsPlaceIsKept) {
     EXPECT_EQ(StartClient().GetSize(), wxSize(900, 600));
 }
 
+TEST(LeaveRunning, StoresWhatTheUserChose) {
+    struct Case {
+        bool checked;
+        int option;
+        std::optional<int> stored;
+    };
+    constexpr Case k_Cases[] = {{true, -1, 2},
+                                {true, 0, 2},
+                                {true, 1, 2},
+                                {true, 2, 2},
+                                {false, 2, 1},
+                                {false, 1, std::nullopt},
+                                {false, 0, std::nullopt},
+                                {false, -1, std::nullopt}};
+    for (Case const& c : k_Cases)
+        EXPECT_EQ(LeaveRunningOption(c.checked, c.option), c.stored) << c.checked << " " << c.option;
+}
+
 } // namespace vorlan

@@ -1,8 +1,8 @@
 // The client's start-up, what it says in its status bar, and its connection.
 #include "guitest.h"
 
-#include "core/options.h"
-#include "core/statustext.h"
+#include "mirror/options.h"
+#include "mirror/statustext.h"
 #include "model/enginelist.h"
 #include "model/joblist.h"
 #include "model/worklist.h"
@@ -171,31 +171,19 @@ TEST_F(StartupTest, CommandsThatNeedAMasterWaitForIt) {
     EXPECT_NE(window.GetMenuBar()->FindMenuItem("System", "Reconnect"), wxNOT_FOUND);
 }
 
-TEST_F(StartupTest, PoolNames) {
-    UID const pool = UID::FromName("pool");
-    UID const engine = UID::FromName("engine");
-    EXPECT_EQ(Gui().GetPoolName(UID::Null), "Whole System") << "no window yet";
-    MainWindow& window = StartClient();
-    EXPECT_EQ(Gui().GetPoolName(UID::Null), "Whole System") << "the Master has not said anything";
-    for (auto const& [value, name] : std::initializer_list<std::pair<char const*, char const*>>{
-             {"0", "None"}, {"1", "Whole System"}, {"false", "None"}, {"true", "Whole System"}}) {
-        window.Master().MergeOptions({{o_UseWholeSystem, value}});
-        EXPECT_EQ(Gui().GetPoolName(UID::Null), name) << value;
+TEST_F(StartupTest, TheLibrarysQuestionsAreAnsweredFromTheLists) {
+    for (char const* name : {"engine", "other"}) {
+        Engine engine(UID::FromName(name));
+        engine.SetName(name);
+        EngineList::Get().InsertEngine(engine);
     }
-    LogLines log(LogLevel::Info);
-    ChangePoolEvt(pool, "Fast").Trigger();
-    EXPECT_EQ(Gui().GetPoolName(pool), "Fast");
-    ChangePoolEvt(pool, "Faster").Trigger();
-    EXPECT_EQ(Gui().GetPoolName(pool), "Faster");
-    EXPECT_EQ(CountLines(log, "Added pool Fast"), 2u);
-    DeletePoolEvt(pool, "Faster").Trigger();
-    EXPECT_EQ(CountLines(log, "Deleted pool Faster"), 1u);
-    EXPECT_EQ(Gui().GetPoolName(pool), pool.ToString());
-    EXPECT_EQ(Gui().GetPoolName(engine), engine.ToString());
-    Engine record(engine);
-    record.SetName("node-4");
-    EngineList::Get().InsertEngine(record);
-    EXPECT_EQ(Gui().GetPoolName(engine), "node-4");
+    VorlanApp::EngineSet all;
+    EXPECT_EQ(Gui().GetAllEngines(all), 2u);
+    Engine const& engine = Gui().GetEngineByID(UID::FromName("engine"));
+    EXPECT_EQ(Gui().GetEngineByID(UID::FromName("other")).Name(), "other");
+    EngineList::Get().Clear();
+    EXPECT_EQ(engine.Name(), "engine") << "what was handed out stays";
+    EXPECT_TRUE(Gui().GetEngineByID(UID::FromName("engine")).id.IsNull());
 }
 
 } // namespace vorlan

@@ -1,7 +1,7 @@
 #include "enginemode.h"
 
-#include "core/options.h"
-#include "core/outside.h"
+#include "mirror/options.h"
+#include "mirror/outside.h"
 
 #include <corekit/callentry.h>
 #include <corekit/log.h>

@@ -1,9 +1,9 @@
 // What the client does when its start-up is through: the window, Engine Mode, the
 // components, the repeat file, in this order.
-#include "core/componentcontrol.h"
-#include "core/options.h"
-#include "core/outside.h"
-#include "core/rendernode.h"
+#include "mirror/componentcontrol.h"
+#include "mirror/options.h"
+#include "mirror/outside.h"
+#include "mirror/rendernode.h"
 #include "vorlangui.h"
 #include "window/mainwindow.h"
 

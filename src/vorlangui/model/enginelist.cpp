@@ -1,7 +1,7 @@
 #include "enginelist.h"
 
-#include "core/vorlangui.h"
 #include "enginewatcher.h"
+#include "mirror/mirror.h"
 
 #include <boost/make_shared.hpp>
 #include <corekit/callentry.h>
@@ -9,6 +9,7 @@
 #include <vorlan/events.h>
 #include <vorlan/keys.h>
 #include <vorlan/messages.h>
+#include <vorlan/vorlanapp.h>
 
 namespace vorlan {
 
@@ -113,7 +114,7 @@ void EngineList::RemoveEngine(UID const& id) {
 }
 
 void EngineList::RefreshEngine(UID const& id) {
-    VorlanGui::Tell(StatusFlag::Engines);
+    Mirror::Tell(StatusFlag::Engines);
     m_lists.SetAllDirty();
     EngineWatcher::UpdateEngine(id);
 }
@@ -125,7 +126,7 @@ void EngineList::Clear() {
         RWLock::Writer const writer(m_lock);
         engines.swap(m_engines);
     }
-    VorlanGui::Tell(StatusFlag::Engines);
+    Mirror::Tell(StatusFlag::Engines);
     m_lists.Operate([](ListView& view) { view.OnListCleared(); });
 }
 

@@ -1,10 +1,9 @@
 #include "enginewatcher.h"
 
 #include <corekit/callentry.h>
+#include <corekit/mainthread.h>
+#include <corekit/tick.h>
 #include <vorlan/events.h>
-#include <wx/app.h>
-#include <wx/thread.h>
-#include <wx/wxtimed.h>
 
 namespace vorlan {
 
@@ -18,9 +17,9 @@ WatcherRegistry<EngineWatcher>& EngineWatcher::Registry() {
 }
 
 EngineWatcher::EngineWatcher(boost::shared_ptr<EngineInfo> const& info) : m_info(info) {
-    wxASSERT(wxIsMainThread());
+    AssertMainThread();
     Registry().Move(this, UID::Null, IDOf(info));
-    wxTimed::s_Timer0250.Connect(this, &EngineWatcher::TriggerUpdate);
+    Tick::s_Timer0250.Connect(this, &EngineWatcher::TriggerUpdate);
     // What an Engine follows of the default settings shows in every display.
     EngineDefaultChangedEvt::Signal().Connect(this, &EngineWatcher::SetDirty);
 }
@@ -32,7 +31,7 @@ EngineWatcher::~EngineWatcher() {
 
 void EngineWatcher::SetToEngine(boost::shared_ptr<EngineInfo> const& info) {
     CALL_ENTRY();
-    wxASSERT(wxIsMainThread());
+    AssertMainThread();
     Registry().Move(this, IDOf(m_info), IDOf(info));
     m_info = info;
     TriggerUpdate();

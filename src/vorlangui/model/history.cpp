@@ -7,6 +7,7 @@
 #include <corekit/log.h>
 #include <corekit/sformat.h>
 #include <corekit/threadpool.h>
+#include <corekit/tick.h>
 
 namespace vorlan {
 
@@ -29,6 +30,8 @@ HistoryTimer& HistoryTimer::Get() {
     static HistoryTimer s_timer;
     return s_timer;
 }
+
+HistoryTimer::HistoryTimer() { Tick::s_Timer0250.Connect(this, &HistoryTimer::Check); }
 
 void HistoryTimer::Add(UID const& job) {
     CommonMutex::Lock const lock(m_mutex);

@@ -2,9 +2,9 @@
 
 #include <corekit/commonmutex.h>
 #include <corekit/containers.h>
+#include <corekit/signal.h>
 #include <corekit/uid.h>
 #include <vorlan/jobhistory.h>
-#include <wx/wxtimed.h>
 
 namespace vorlan {
 
@@ -22,7 +22,7 @@ public:
 // HistoryTimer looks at every tick whether a history in memory may go.
 // Owner: a static of its own, made by the first request for a history.
 // Thread: Add on any; the tick on the GUI thread.
-class HistoryTimer : public wxTimed {
+class HistoryTimer : public HasSlots<> {
 public:
     static HistoryTimer& Get();
 
@@ -32,7 +32,8 @@ public:
     size_t Count() const;
 
 private:
-    void OnTimer() override { Check(); }
+    HistoryTimer();
+    ~HistoryTimer() override { DisconnectAll(); }
 
     mutable CommonMutex m_mutex;
     corekit::set<UID> m_jobs; // guarded by m_mutex

@@ -1,8 +1,8 @@
 #include "jobinfo.h"
 
-#include "core/outside.h"
-#include "core/vorlangui.h"
 #include "history.h"
+#include "mirror/mirror.h"
+#include "mirror/outside.h"
 #include "worklist.h"
 
 #include <corekit/callentry.h>

@@ -1,8 +1,8 @@
 #include "joblist.h"
 
-#include "core/vorlangui.h"
 #include "history.h"
 #include "jobwatcher.h"
+#include "mirror/mirror.h"
 
 #include <boost/make_shared.hpp>
 #include <corekit/callentry.h>
@@ -117,7 +117,7 @@ bool JobList::UpdateJob(UID const& id, String const& name, String const& value) 
 }
 
 void JobList::RefreshJob(UID const& id) {
-    VorlanGui::Tell(StatusFlag::Jobs);
+    Mirror::Tell(StatusFlag::Jobs);
     m_lists.SetAllDirty();
     JobWatcher::UpdateJob(id);
 }
@@ -154,7 +154,7 @@ void JobList::Clear() {
         active.swap(m_active);
         finished.swap(m_finished);
     }
-    VorlanGui::Tell(StatusFlag::Jobs);
+    Mirror::Tell(StatusFlag::Jobs);
     m_lists.Operate([](ListView& view) { view.OnListCleared(); });
     for (Map const* map : {&active, &finished}) {
         for (auto const& [id, info] : *map) {

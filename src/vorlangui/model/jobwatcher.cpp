@@ -1,8 +1,7 @@
 #include "jobwatcher.h"
 
 #include <corekit/callentry.h>
-#include <wx/debug.h>
-#include <wx/wxtimed.h>
+#include <corekit/tick.h>
 
 namespace vorlan {
 
@@ -19,7 +18,7 @@ JobWatcher::JobWatcher(boost::shared_ptr<JobInfo> const& info) {
     // Before the first tick can call it: the flag is not set, so no Update runs here.
     Registry().Move(this, UID::Null, IDOf(info));
     m_info = info;
-    wxTimed::s_Timer0250.Connect(this, &JobWatcher::TriggerUpdate);
+    Tick::s_Timer0250.Connect(this, &JobWatcher::TriggerUpdate);
 }
 
 JobWatcher::~JobWatcher() {

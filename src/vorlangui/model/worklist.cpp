@@ -1,6 +1,6 @@
 #include "worklist.h"
 
-#include "core/vorlangui.h"
+#include "mirror/mirror.h"
 
 #include <boost/multi_index/mem_fun.hpp>
 #include <boost/multi_index/ordered_index.hpp>
@@ -81,7 +81,7 @@ WorkList::WorkList() : m_index(std::make_unique<Index>()) {
 WorkList::~WorkList() { DisconnectAll(); }
 
 void WorkList::Changed() {
-    VorlanGui::Tell(StatusFlag::Work);
+    Mirror::Tell(StatusFlag::Work);
     m_lists.SetAllDirty();
 }
 
@@ -114,7 +114,7 @@ boost::shared_ptr<Job> WorkList::RemoveWork(UID const& work, UID& job, UID& engi
         info = *found;
         index.erase(found);
     }
-    VorlanGui::Tell(StatusFlag::Work);
+    Mirror::Tell(StatusFlag::Work);
     job = info->work->parentID;
     String const unit = "{" + work.ToString() + "} " + info->work->Name();
     if (info->engine) {
@@ -164,7 +164,7 @@ void WorkList::Clear() {
         m_index.swap(empty);
     }
     empty.reset();
-    VorlanGui::Tell(StatusFlag::Work);
+    Mirror::Tell(StatusFlag::Work);
     m_lists.Operate([](ListView& view) { view.OnListCleared(); });
 }
 

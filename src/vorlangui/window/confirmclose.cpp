@@ -1,7 +1,7 @@
 #include "confirmclose.h"
 
-#include "core/componentcontrol.h"
-#include "core/options.h"
+#include "mirror/componentcontrol.h"
+#include "mirror/options.h"
 
 #include <vorlan/vorlanapp.h>
 #include <wx/checkbox.h>

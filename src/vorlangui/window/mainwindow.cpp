@@ -2,8 +2,8 @@
 
 #include "command.h"
 #include "confirmclose.h"
-#include "core/options.h"
-#include "core/outside.h"
+#include "mirror/options.h"
+#include "mirror/outside.h"
 #include "core/vorlangui.h"
 #include "messagepane.h"
 #include "model/enginelist.h"
@@ -44,7 +44,7 @@ enum StatusField { k_FieldCounts, k_FieldAdministrator, k_FieldConnection, k_Fie
 MainWindow* MainWindow::s_window = nullptr;
 
 MainWindow::MainWindow(wxString const& title, wxPoint const& position, wxSize const& size)
-    : wxVorlanFrame(nullptr, title, position, size, k_WindowSection) {
+    : wxVorlanFrame(nullptr, title, position, size, k_WindowSection), m_master(Mirror::Get()->Master()) {
     CALL_ENTRY();
     wxWindowUpdateLocker const freeze(this);
     wxSystemOptions::SetOption("mac.listctrl.always_use_generic", 1);
@@ -171,37 +171,14 @@ void MainWindow::ShowConnection(String const& text) {
 
 void MainWindow::ClearData() {
     CALL_ENTRY();
-    LogStatus("Clearing all data");
-    EngineList::Get().Clear();
-    JobList::Get().Clear();
-    WorkList::Get().Clear();
+    if (Mirror* const mirror = Mirror::Get())
+        mirror->ClearLists();
 }
 
 void MainWindow::RefreshData() {
     CALL_ENTRY();
-    ClearData();
-    LogStatus("Requesting all data from Master");
-    auto notify = NotifyOnEventMsg::New();
-    notify->AddAll();
-    notify->AddID(MasterLogsMsg::s_Type);
-    notify->AddID(EngineHistoryElementMsg::s_Type);
-    SendToMaster(notify);
-    SendToMaster(GetMasterOptionsMsg::New());
-    SendToMaster(GetMasterLimitsMsg::New());
-    SendToMaster(GetMasterRestrictionsMsg::New());
-    SendToMaster(GetDefaultEngineMsg::New());
-    SendToMaster(GetFailureArchiveMsg::New());
-    SendToMaster(GetPoolsMsg::New());
-    auto engines = GetEngineInfoMsg::New();
-    engines->AddAll();
-    engines->wantHistory = true;
-    engines->wantOptions = true;
-    engines->wantState = true;
-    SendToMaster(engines);
-    auto jobs = GetJobInfoMsg::New();
-    jobs->AddAll();
-    jobs->wantJob = true;
-    SendToMaster(jobs);
+    if (Mirror* const mirror = Mirror::Get())
+        mirror->Reload();
 }
 
 bool MainWindow::MayClose() {

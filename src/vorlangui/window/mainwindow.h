@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/enginemode.h"
-#include "core/mastersettings.h"
+#include "mirror/mastersettings.h"
 
 #include <corekit/string.h>
 #include <wx/wxvorlanframe.h>
@@ -83,7 +83,7 @@ private:
 
     static MainWindow* s_window;
 
-    MasterSettings m_master;
+    MasterSettings& m_master;
     bool m_administrator = false;
     bool m_firstRun = false;
 

@@ -1,9 +1,9 @@
 // The System menu: its commands and what they do.
 #include "command.h"
-#include "core/componentcontrol.h"
+#include "mirror/componentcontrol.h"
 #include "core/enginemode.h"
-#include "core/options.h"
-#include "core/outside.h"
+#include "mirror/options.h"
+#include "mirror/outside.h"
 #include "core/vorlangui.h"
 #include "mainwindow.h"
 

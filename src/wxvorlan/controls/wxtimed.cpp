@@ -20,8 +20,6 @@ std::unique_ptr<TickTimer>& TheTimer() {
 
 } // namespace
 
-constinit wxTimed::Tick wxTimed::s_Timer0250;
-
 void wxTimed::StartTicks(int periodMs) {
     TheTimer() = std::make_unique<TickTimer>();
     TheTimer()->Start(periodMs);

@@ -9,7 +9,7 @@
 namespace vorlan {
 
 // MasterSettings is the client's copy of what the Master says about how it works.
-// Owner: the MainWindow. Works with: the message handlers, which fill it.
+// Owner: the Mirror. Works with: the message handlers, which fill it.
 // Thread: any.
 class MasterSettings {
 public:
@@ -30,6 +30,9 @@ public:
     // True: administrators only.
     bool Restricts(String const& action) const;
     void SetRestrictions(Restrictions const& restrictions);
+
+    // The Master has said nothing.
+    void Clear();
 
 private:
     mutable CommonMutex m_mutex;

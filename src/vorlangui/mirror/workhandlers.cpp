@@ -1,10 +1,10 @@
 // What the messages about work units do to the lists. All on the message thread.
+#include "mirror.h"
 #include "model/enginelist.h"
 #include "model/enginewatcher.h"
 #include "model/joblist.h"
 #include "model/jobwatcher.h"
 #include "model/worklist.h"
-#include "vorlangui.h"
 
 #include <boost/make_shared.hpp>
 #include <corekit/callentry.h>
@@ -14,17 +14,17 @@
 
 namespace vorlan {
 
-void VorlanGui::OnAssignedWorkMsg(boost::shared_ptr<AssignedWorkMsg> const& message) {
+void Mirror::OnAssignedWorkMsg(boost::shared_ptr<AssignedWorkMsg> const& message) {
     CALL_ENTRY();
     TakeWork(message->work, message->engine, {"assigned to", true});
 }
 
-void VorlanGui::OnStartWorkMsg(boost::shared_ptr<StartedWorkMsg> const& message) {
+void Mirror::OnStartWorkMsg(boost::shared_ptr<StartedWorkMsg> const& message) {
     CALL_ENTRY();
     TakeWork(message->work, message->engine, {"started on", false});
 }
 
-void VorlanGui::TakeWork(boost::shared_ptr<Job> const& work, UID const& engineID, TakenWork const& kind) {
+void Mirror::TakeWork(boost::shared_ptr<Job> const& work, UID const& engineID, TakenWork const& kind) {
     if (!work)
         return;
     auto info = boost::make_shared<WorkInfo>();
@@ -49,7 +49,7 @@ void VorlanGui::TakeWork(boost::shared_ptr<Job> const& work, UID const& engineID
     JobList::Get().RefreshJob(work->parentID);
 }
 
-void VorlanGui::OnFinishedWorkMsg(boost::shared_ptr<FinishedWorkMsg> const& message) {
+void Mirror::OnFinishedWorkMsg(boost::shared_ptr<FinishedWorkMsg> const& message) {
     CALL_ENTRY();
     UID jobID;
     UID engineID;
@@ -66,12 +66,12 @@ void VorlanGui::OnFinishedWorkMsg(boost::shared_ptr<FinishedWorkMsg> const& mess
     EngineList::Get().RefreshEngine(engineID);
 }
 
-void VorlanGui::OnWorkParameterChangedMsg(boost::shared_ptr<WorkParameterChangedMsg> const& message) {
+void Mirror::OnWorkParameterChangedMsg(boost::shared_ptr<WorkParameterChangedMsg> const& message) {
     CALL_ENTRY();
     WorkList::Get().UpdateWork(message->work, message->name, message->value);
 }
 
-void VorlanGui::OnJobHistoryElementMsg(boost::shared_ptr<WorkHistoryElementMsg> const& message) {
+void Mirror::OnJobHistoryElementMsg(boost::shared_ptr<WorkHistoryElementMsg> const& message) {
     CALL_ENTRY();
     WorkHistoryElement const& element = message->element;
     boost::shared_ptr<WorkInfo> const unit =

@@ -51,4 +51,12 @@ void MasterSettings::SetRestrictions(Restrictions const& restrictions) {
     m_restrictions = restrictions;
 }
 
+void MasterSettings::Clear() {
+    CommonMutex::Lock const lock(m_mutex);
+    m_options.clear();
+    m_products.clear();
+    m_limits.clear();
+    m_restrictions.clear();
+}
+
 } // namespace vorlan

@@ -1,10 +1,9 @@
 // What starts and what stops: the guess of the first run, the chains of sources, and
 // what the client makes of them.
-#include "guitest.h"
+#include "mirrortest.h"
 
-#include "core/componentcontrol.h"
-#include "core/rendernode.h"
-#include "window/confirmclose.h"
+#include "mirror/componentcontrol.h"
+#include "mirror/rendernode.h"
 
 #include <vorlan/messages.h>
 #include <vorlan/version.h>
@@ -81,25 +80,7 @@ TEST(DecideStop, OnlyTwoIsLeftRunning) {
     EXPECT_EQ(DecideStop(1, -2, std::nullopt).disposition, 4294967294u);
 }
 
-TEST(LeaveRunning, StoresWhatTheUserChose) {
-    struct Case {
-        bool checked;
-        int option;
-        std::optional<int> stored;
-    };
-    constexpr Case k_Cases[] = {{true, -1, 2},
-                                {true, 0, 2},
-                                {true, 1, 2},
-                                {true, 2, 2},
-                                {false, 2, 1},
-                                {false, 1, std::nullopt},
-                                {false, 0, std::nullopt},
-                                {false, -1, std::nullopt}};
-    for (Case const& c : k_Cases)
-        EXPECT_EQ(LeaveRunningOption(c.checked, c.option), c.stored) << c.checked << " " << c.option;
-}
-
-class ComponentTest : public GuiTest {
+class ComponentTest : public MirrorTest {
 protected:
     static boost::shared_ptr<MasterDefaultStartupMsg> Word(corekit::map<int, int> const& values) {
         auto message = MasterDefaultStartupMsg::New();
@@ -112,14 +93,14 @@ TEST_F(ComponentTest, ALocalNoStopsAndSaysWhy) {
     HasRunBefore();
     Options().SetValue("Configuration", "StartEngine", 0);
     LogLines log(LogLevel::Status);
-    Gui()._StartComponent(k_ComponentEngine, 2);
+    mirror._StartComponent(k_ComponentEngine, 2);
     EXPECT_EQ(outside.Steps(), std::vector<String>{"stop VorlanEngine"});
     EXPECT_EQ(CountLines(log, "Local option requesting not to start component: VorlanEngine (start = 0)"), 1u);
 }
 
 TEST_F(ComponentTest, AFirstRunNotesThatNothingIsChosen) {
     for (int component = 0; component < k_ComponentCount; ++component)
-        Gui()._StartComponent(component, -1);
+        mirror._StartComponent(component, -1);
     EXPECT_EQ(outside.Steps(), (std::vector<String>{"start VorlanMaster", "start VorlanEngine", "stop Brakka",
                                                     "stop Merrow", "stop Panvale"}));
     for (char const* key : {"StartMaster", "StartEngine", "StartBrakka", "StartMerrow", "StartPanvale"})
@@ -129,17 +110,17 @@ TEST_F(ComponentTest, AFirstRunNotesThatNothingIsChosen) {
 TEST_F(ComponentTest, ASwitchWithoutValueStarts) {
     HasRunBefore();
     CommandLine line("VorlanGui", {"--StartBrakka", "--StartEngine", "0"});
-    GuiTester::SetCommandLine(Gui(), &line);
+    mirror.SetCommandLine(&line);
     Options().SetValue("Configuration", "StartEngine", 1);
-    Gui()._StartComponent(k_ComponentBrakka, -1);
-    Gui()._StartComponent(k_ComponentEngine, -1);
+    mirror._StartComponent(k_ComponentBrakka, -1);
+    mirror._StartComponent(k_ComponentEngine, -1);
     EXPECT_EQ(outside.Steps(), (std::vector<String>{"start Brakka", "stop VorlanEngine"}));
 }
 
 TEST_F(ComponentTest, ANegativeValueStopsNothing) {
     HasRunBefore();
     Options().SetValue("MasterDefaultStartup", "VorlanEngine", -3);
-    Gui()._StartComponent(k_ComponentEngine, -1);
+    mirror._StartComponent(k_ComponentEngine, -1);
     EXPECT_TRUE(outside.Steps().empty());
 }
 
@@ -147,17 +128,17 @@ TEST_F(ComponentTest, AServingMasterIsNotStopped) {
     HasRunBefore();
     Options().SetValue("Configuration", "StartMaster", 0);
     outside.master = outside.MachineID();
-    Gui()._StartComponent(k_ComponentMaster, -1);
+    mirror._StartComponent(k_ComponentMaster, -1);
     EXPECT_TRUE(outside.Steps().empty());
     outside.master = UID::FromName("another");
-    Gui()._StartComponent(k_ComponentMaster, -1);
+    mirror._StartComponent(k_ComponentMaster, -1);
     EXPECT_EQ(outside.Steps(), std::vector<String>{"stop VorlanMaster"});
 }
 
 TEST_F(ComponentTest, TheMastersWordIsDoneAndKept) {
     HasRunBefore();
     LogLines log(LogLevel::Info);
-    GuiTester::Hear(Gui(), Word({{0, 2}, {1, 0}, {2, 1}, {4, 1}, {5, 9}}));
+    MasterDefaultStartupMsg::s_Signal.Emit(Word({{0, 2}, {1, 0}, {2, 1}, {4, 1}, {5, 9}}));
     EXPECT_EQ(outside.TakeSteps(),
               (std::vector<String>{"start VorlanMaster", "stop VorlanEngine", "start Merrow", "start Panvale"}));
     auto const kept = [this](char const* name) { return Options().GetValue("MasterDefaultStartup", name, -99); };
@@ -173,10 +154,10 @@ TEST_F(ComponentTest, TheMastersWordIsDoneAndKept) {
 
     // What it said counts at the end of this run, the stored values do not.
     for (int const component : k_StopOrder)
-        Gui()._StopComponent(component);
+        mirror._StopComponent(component);
     EXPECT_EQ(outside.TakeSteps(), (std::vector<String>{"stop VorlanEngine", "stop Brakka", "stop Merrow"}));
-    GuiTester::Forget(Gui());
-    Gui()._StopComponent(k_ComponentMaster);
+    mirror.ForgetMasterDefaultStartup();
+    mirror._StopComponent(k_ComponentMaster);
     EXPECT_EQ(outside.TakeSteps(), std::vector<String>{"stop VorlanMaster"});
 }
 
@@ -184,7 +165,7 @@ TEST_F(ComponentTest, TheMastersMachineIgnoresANoStartOfTheMaster) {
     HasRunBefore();
     outside.master = outside.MachineID();
     LogLines log(LogLevel::System);
-    GuiTester::Hear(Gui(), Word({{0, 0}}));
+    MasterDefaultStartupMsg::s_Signal.Emit(Word({{0, 0}}));
     EXPECT_TRUE(outside.Steps().empty());
     EXPECT_FALSE(Options().HasSection("MasterDefaultStartup"));
     EXPECT_EQ(CountLines(log, "... Ignoring Master no-start request because this machine is the Master"), 1u);

@@ -1,13 +1,11 @@
 // The mirrored lists: what messages do to them and what they tell.
-#include "guitest.h"
+#include "mirrortest.h"
 
-#include "model/enginelist.h"
 #include "model/enginewatcher.h"
 #include "model/history.h"
-#include "model/joblist.h"
 #include "model/jobwatcher.h"
-#include "model/worklist.h"
 
+#include <corekit/tick.h>
 #include <vorlan/events.h>
 #include <vorlan/failures.h>
 #include <vorlan/keys.h>
@@ -61,40 +59,7 @@ struct Counts {
 
 } // namespace
 
-class ListsTest : public GuiTest {
-protected:
-    static boost::shared_ptr<Job> NewJob(char const* name, int status = Queued) {
-        auto job = boost::make_shared<Job>(UID::FromName(name));
-        job->SetName(name);
-        job->SetStatus(status);
-        return job;
-    }
-    static boost::shared_ptr<Job> Unit(char const* name, boost::shared_ptr<Job> const& parent, int status = Assigned) {
-        auto unit = NewJob(name, status);
-        unit->parentID = parent->id;
-        return unit;
-    }
-    static UID AddEngine(char const* name, bool enabled = true, bool online = true) {
-        Engine engine(UID::FromName(name));
-        engine.SetName(name);
-        engine.SetEnabled(enabled);
-        engine.SetOnline(online);
-        EngineList::Get().InsertEngine(engine);
-        return engine.id;
-    }
-    static void Assign(boost::shared_ptr<Job> const& unit, UID const& engine) {
-        auto message = AssignedWorkMsg::New();
-        message->work = unit;
-        message->engine = engine;
-        AssignedWorkMsg::s_Signal.Emit(message);
-    }
-    static void Finish(UID const& unit, int status) {
-        auto message = FinishedWorkMsg::New();
-        message->work = unit;
-        message->status = status;
-        FinishedWorkMsg::s_Signal.Emit(message);
-    }
-};
+class ListsTest : public MirrorTest {};
 
 TEST_F(ListsTest, JobsAreNewChangedFinishedAndRemoved) {
     EXPECT_TRUE(Counts() == (std::array<size_t, 3>{0, 0, 0}));
@@ -417,12 +382,6 @@ TEST_F(ListsTest, EnginesKeepTheirExtrasAndOptionsSkipTheGone) {
     EXPECT_EQ(EngineList::Get().FindEngine(engine), info);
     EXPECT_FALSE(info->Enabled());
     EXPECT_EQ(info->options[product]["Path"], "/opt");
-
-    VorlanApp::EngineSet all;
-    AddEngine("other");
-    EXPECT_EQ(Gui().GetAllEngines(all), 2u);
-    EXPECT_EQ(Gui().GetEngineByID(engine).Name(), "engine");
-    EXPECT_TRUE(Gui().GetEngineByID(UID::FromName("gone")).id.IsNull());
 }
 
 TEST_F(ListsTest, ControlsHearOfEachChangeOnce) {
@@ -464,7 +423,7 @@ TEST_F(ListsTest, AWatcherHearsOfItsJobAlone) {
     EXPECT_EQ(watcher.updates, 0);
     JobList::Get().RefreshJob(UID::FromName("a"));
     JobList::Get().RefreshJob(UID::FromName("a"));
-    EXPECT_TRUE(PumpUntil([&] { return watcher.updates > 0; })) << "the tick serves it";
+    Tick::s_Timer0250.Emit();
     EXPECT_EQ(watcher.updates, 1) << "any number of changes between two ticks is one update";
     watcher.SetJobA(Jobs::FindJobInfo(UID::FromName("b")));
     JobList::Get().RefreshJob(UID::FromName("a"));
@@ -477,6 +436,31 @@ TEST_F(ListsTest, AWatcherHearsOfItsJobAlone) {
     JobList::Get().RefreshJob(UID::FromName("b"));
     watcher.TriggerUpdate();
     EXPECT_EQ(watcher.updates, 2);
+}
+
+TEST_F(ListsTest, PoolNames) {
+    UID const pool = UID::FromName("pool");
+    UID const engine = UID::FromName("engine");
+    EXPECT_EQ(mirror.NameOfPool(UID::Null), "Whole System") << "the Master has not said anything";
+    for (auto const& [value, name] : std::initializer_list<std::pair<char const*, char const*>>{
+             {"0", "None"}, {"1", "Whole System"}, {"false", "None"}, {"true", "Whole System"}}) {
+        mirror.Master().MergeOptions({{o_UseWholeSystem, value}});
+        EXPECT_EQ(mirror.NameOfPool(UID::Null), name) << value;
+    }
+    LogLines log(LogLevel::Info);
+    ChangePoolEvt(pool, "Fast").Trigger();
+    EXPECT_EQ(mirror.NameOfPool(pool), "Fast");
+    ChangePoolEvt(pool, "Faster").Trigger();
+    EXPECT_EQ(mirror.NameOfPool(pool), "Faster");
+    EXPECT_EQ(CountLines(log, "Added pool Fast"), 2u);
+    DeletePoolEvt(pool, "Faster").Trigger();
+    EXPECT_EQ(CountLines(log, "Deleted pool Faster"), 1u);
+    EXPECT_EQ(mirror.NameOfPool(pool), pool.ToString());
+    EXPECT_EQ(mirror.NameOfPool(engine), engine.ToString());
+    Engine record(engine);
+    record.SetName("node-4");
+    EngineList::Get().InsertEngine(record);
+    EXPECT_EQ(mirror.NameOfPool(engine), "node-4");
 }
 
 } // namespace vorlan

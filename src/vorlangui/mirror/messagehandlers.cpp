@@ -1,30 +1,27 @@
 // What the messages about Jobs, Engines, Pools and the Master do to the lists. All on
 // the message thread.
-#include "core/enginemode.h"
-#include "core/outside.h"
+#include "mirror.h"
 #include "model/enginelist.h"
 #include "model/enginewatcher.h"
 #include "model/joblist.h"
 #include "model/jobwatcher.h"
 #include "model/worklist.h"
-#include "vorlangui.h"
-#include "window/mainwindow.h"
+#include "outside.h"
 
 #include <corekit/callentry.h>
 #include <corekit/log.h>
 #include <vorlan/failures.h>
 #include <vorlan/jobfactory.h>
 #include <vorlan/keys.h>
-#include <wx/wxvtext.h>
 
 namespace vorlan {
 
-void VorlanGui::OnJobMsg(boost::shared_ptr<JobMsg> const& message) {
+void Mirror::OnJobMsg(boost::shared_ptr<JobMsg> const& message) {
     CALL_ENTRY();
     JobList::Get().InsertJob(message->job);
 }
 
-void VorlanGui::OnFinishedJobMsg(boost::shared_ptr<FinishedJobMsg> const& message) {
+void Mirror::OnFinishedJobMsg(boost::shared_ptr<FinishedJobMsg> const& message) {
     CALL_ENTRY();
     if (!message->job)
         return;
@@ -32,13 +29,13 @@ void VorlanGui::OnFinishedJobMsg(boost::shared_ptr<FinishedJobMsg> const& messag
     FinishedJobEvt(message->job).Trigger();
 }
 
-void VorlanGui::OnDeleteJobMsg(boost::shared_ptr<DeleteJobMsg> const& message) {
+void Mirror::OnDeleteJobMsg(boost::shared_ptr<DeleteJobMsg> const& message) {
     CALL_ENTRY();
     JobList::Get().RemoveJob(message->job);
     WorkList::Get().RemoveJob(message->job);
 }
 
-void VorlanGui::OnJobParameterMsg(boost::shared_ptr<JobParameterMsg> const& message) {
+void Mirror::OnJobParameterMsg(boost::shared_ptr<JobParameterMsg> const& message) {
     CALL_ENTRY();
     if (JobList::Get().UpdateJob(message->job, message->name, message->value))
         return;
@@ -50,7 +47,7 @@ void VorlanGui::OnJobParameterMsg(boost::shared_ptr<JobParameterMsg> const& mess
     SendToMaster(request);
 }
 
-void VorlanGui::OnJobHistoryMsg(boost::shared_ptr<JobHistoryMsg> const& message) {
+void Mirror::OnJobHistoryMsg(boost::shared_ptr<JobHistoryMsg> const& message) {
     CALL_ENTRY();
     boost::shared_ptr<JobInfo> const info = Jobs::FindJobInfo(message->job);
     if (!info)
@@ -63,18 +60,18 @@ void VorlanGui::OnJobHistoryMsg(boost::shared_ptr<JobHistoryMsg> const& message)
     JobWatcher::UpdateJob(message->job);
 }
 
-void VorlanGui::OnEngineMsg(boost::shared_ptr<EngineMsg> const& message) {
+void Mirror::OnEngineMsg(boost::shared_ptr<EngineMsg> const& message) {
     CALL_ENTRY();
     EngineList::Get().InsertEngine(message->engine);
 }
 
-void VorlanGui::OnRemoveEngineMsg(boost::shared_ptr<RemoveEngineMsg> const& message) {
+void Mirror::OnRemoveEngineMsg(boost::shared_ptr<RemoveEngineMsg> const& message) {
     CALL_ENTRY();
     EngineList::Get().RemoveEngine(message->engine);
     WorkList::Get().RemoveEngine(message->engine);
 }
 
-void VorlanGui::OnEngineOptionsMsg(boost::shared_ptr<EngineOptionsMsg> const& message) {
+void Mirror::OnEngineOptionsMsg(boost::shared_ptr<EngineOptionsMsg> const& message) {
     CALL_ENTRY();
     if (!JobFactory::s_JobFactory->GetProduct(message->product))
         LogWarning("Received options for unknown Product: {" + message->product.ToString() + "}");
@@ -89,7 +86,7 @@ void VorlanGui::OnEngineOptionsMsg(boost::shared_ptr<EngineOptionsMsg> const& me
     }
 }
 
-void VorlanGui::OnResetEngineFailuresMsg(boost::shared_ptr<ResetEngineFailuresMsg> const& message) {
+void Mirror::OnResetEngineFailuresMsg(boost::shared_ptr<ResetEngineFailuresMsg> const& message) {
     CALL_ENTRY();
     corekit::vector<UID> jobs;
     Failures::JobsFailedOnEngine(message->engine, jobs);
@@ -99,7 +96,7 @@ void VorlanGui::OnResetEngineFailuresMsg(boost::shared_ptr<ResetEngineFailuresMs
         JobList::Get().RefreshJob(job);
 }
 
-void VorlanGui::OnResetJobFailuresMsg(boost::shared_ptr<ResetJobFailuresMsg> const& message) {
+void Mirror::OnResetJobFailuresMsg(boost::shared_ptr<ResetJobFailuresMsg> const& message) {
     CALL_ENTRY();
     corekit::vector<UID> engines;
     Failures::EnginesFailedOnJob(message->job, engines);
@@ -109,13 +106,13 @@ void VorlanGui::OnResetJobFailuresMsg(boost::shared_ptr<ResetJobFailuresMsg> con
         EngineList::Get().RefreshEngine(engine);
 }
 
-void VorlanGui::OnPoolMsg(boost::shared_ptr<PoolMsg> const& message) {
+void Mirror::OnPoolMsg(boost::shared_ptr<PoolMsg> const& message) {
     CALL_ENTRY();
     for (auto const& [pool, name] : message->pools)
         ChangePoolEvt(pool, name).Trigger();
 }
 
-void VorlanGui::OnDeletePoolMsg(boost::shared_ptr<DeletePoolMsg> const& message) {
+void Mirror::OnDeletePoolMsg(boost::shared_ptr<DeletePoolMsg> const& message) {
     CALL_ENTRY();
     corekit::map<UID, String> const pools = Pools();
     auto const found = pools.find(message->pool);
@@ -123,47 +120,34 @@ void VorlanGui::OnDeletePoolMsg(boost::shared_ptr<DeletePoolMsg> const& message)
     DeletePoolEvt(message->pool, known ? found->second : message->pool.ToString(), known).Trigger();
 }
 
-void VorlanGui::OnSetMasterOptionsMsg(boost::shared_ptr<SetMasterOptionsMsg> const& message) {
+void Mirror::OnSetMasterOptionsMsg(boost::shared_ptr<SetMasterOptionsMsg> const& message) {
     CALL_ENTRY();
-    if (!m_window)
-        return;
     UID product;
     if (UID::FromString(message->section, product))
-        m_window->Master().SetProductOptions(product, message->options);
+        m_master.SetProductOptions(product, message->options);
     else if (message->section == o_Distribution)
-        m_window->Master().MergeOptions(message->options);
+        m_master.MergeOptions(message->options);
 }
 
-void VorlanGui::OnSetMasterLimitsMsg(boost::shared_ptr<SetMasterLimitsMsg> const& message) {
+void Mirror::OnSetMasterLimitsMsg(boost::shared_ptr<SetMasterLimitsMsg> const& message) {
     CALL_ENTRY();
-    if (m_window)
-        m_window->Master().SetLimits(message->limits);
+    m_master.SetLimits(message->limits);
 }
 
-void VorlanGui::OnSetMasterRestrictionsMsg(boost::shared_ptr<SetMasterRestrictionsMsg> const& message) {
+void Mirror::OnSetMasterRestrictionsMsg(boost::shared_ptr<SetMasterRestrictionsMsg> const& message) {
     CALL_ENTRY();
-    if (!m_window)
-        return;
-    m_window->Master().SetRestrictions(message->restrictions);
-    PostMenu(MainWindow::k_IdRebuildMenus);
+    m_master.SetRestrictions(message->restrictions);
+    OnRestrictionsChanged();
 }
 
-void VorlanGui::OnDispatchResultMsg(boost::shared_ptr<DispatchResultMsg> const& message) {
+void Mirror::OnDispatchResultMsg(boost::shared_ptr<DispatchResultMsg> const& message) {
     CALL_ENTRY();
-    PostMenu(MainWindow::k_IdShowReport, "Dispatch Report|" + message->report);
+    ShowReport("Dispatch Report", message->report);
 }
 
-void VorlanGui::OnMasterInfoMsg(boost::shared_ptr<MasterInfoMsg> const&) {
+void Mirror::OnMasterInfoMsg(boost::shared_ptr<MasterInfoMsg> const&) {
     CALL_ENTRY();
-    _EngineModeTimeout::ResetCurrent();
-}
-
-void VorlanGui::PostMenu(int id, String const& text) {
-    if (!m_window)
-        return;
-    wxCommandEvent event(wxEVT_MENU, id);
-    event.SetString(wxvText(text));
-    m_window->GetEventHandler()->AddPendingEvent(event);
+    ResetIdleTime();
 }
 
 } // namespace vorlan

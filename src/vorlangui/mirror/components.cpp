@@ -1,22 +1,22 @@
 // The start and the stop of the components: the sources are asked here, the decision
 // is componentcontrol's.
 #include "componentcontrol.h"
-#include "core/enginemode.h"
-#include "core/options.h"
-#include "core/outside.h"
-#include "vorlangui.h"
+#include "mirror.h"
+#include "options.h"
+#include "outside.h"
 
 #include <corekit/callentry.h>
 #include <corekit/log.h>
+#include <vorlan/vorlanapp.h>
 
 namespace vorlan {
 
-void VorlanGui::_StartComponent(int component, int masterRequest) {
+void Mirror::_StartComponent(int component, int masterRequest) {
     CALL_ENTRY();
     char const* const key = StartKey(component);
     if (!key)
         return;
-    OptionsFile& options = GetOptions();
+    OptionsFile& options = VorlanApp::GetOptions();
     String const name = Components::GetName(component);
     StartSources sources;
     if (m_commandLineInUse && m_commandLineInUse->HasSwitch(key))
@@ -41,7 +41,7 @@ void VorlanGui::_StartComponent(int component, int masterRequest) {
         Outside::Get().StopComponent(component);
 }
 
-void VorlanGui::_StopComponent(int component) {
+void Mirror::_StopComponent(int component) {
     CALL_ENTRY();
     char const* const key = StartKey(component);
     if (!key)
@@ -51,8 +51,8 @@ void VorlanGui::_StopComponent(int component) {
         if (auto const found = message->components.find(component); found != message->components.end())
             masterDefault = found->second;
     }
-    StopDecision const decision =
-        DecideStop(component, GetOptions().GetValue(k_Configuration, key, int{k_StartNotSet}), masterDefault);
+    StopDecision const decision = DecideStop(
+        component, VorlanApp::GetOptions().GetValue(k_Configuration, key, int{k_StartNotSet}), masterDefault);
     String const name = Components::GetName(component);
     if (decision.Stop()) {
         LogStatus(decision.source + " set to stop component: " + name);
@@ -63,15 +63,20 @@ void VorlanGui::_StopComponent(int component) {
     }
 }
 
-boost::shared_ptr<MasterDefaultStartupMsg> VorlanGui::MasterDefaultStartup() const {
+boost::shared_ptr<MasterDefaultStartupMsg> Mirror::MasterDefaultStartup() const {
     CommonMutex::Lock const lock(m_startupMutex);
     return m_masterStartup;
 }
 
-void VorlanGui::OnMasterDefaultStartupMsg(boost::shared_ptr<MasterDefaultStartupMsg> const& message) {
+void Mirror::ForgetMasterDefaultStartup() {
+    CommonMutex::Lock const lock(m_startupMutex);
+    m_masterStartup.reset();
+}
+
+void Mirror::OnMasterDefaultStartupMsg(boost::shared_ptr<MasterDefaultStartupMsg> const& message) {
     CALL_ENTRY();
     LogSystem("----- Processing MasterDefaultStartupMsg: -----");
-    OptionsFile::PauseAutoWrite const pause(GetOptions());
+    OptionsFile::PauseAutoWrite const pause(VorlanApp::GetOptions());
     {
         CommonMutex::Lock const lock(m_startupMutex);
         m_masterStartup = message;
@@ -86,9 +91,9 @@ void VorlanGui::OnMasterDefaultStartupMsg(boost::shared_ptr<MasterDefaultStartup
         }
         LogInfo("..." + name + " set to " + StartValueText(value));
         _StartComponent(component, value);
-        GetOptions().SetValue(k_MasterDefaultStartup, name, value);
+        VorlanApp::GetOptions().SetValue(k_MasterDefaultStartup, name, value);
     }
-    _EngineModeTimeout::ResetCurrent();
+    ResetIdleTime();
 }
 
 } // namespace vorlan
