@@ -250,7 +250,7 @@ struct MasterResignMsg : MessageOf<MasterResignMsg> {
 
 struct LogDumpMsg : MessageOf<LogDumpMsg> {
     static constexpr char const* k_Name = "LogDumpMsg";
-    static constexpr char const* k_About = "To the Master: write its state to its log.";
+    static constexpr char const* k_About = "To the Master: write its state to a file beside its log.";
 
     static constexpr auto Fields() { return std::tuple<>{}; }
 };

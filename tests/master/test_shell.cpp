@@ -10,11 +10,13 @@
 #include <vorlan/productfile.h>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <chrono>
 #include <condition_variable>
 #include <filesystem>
 #include <functional>
+#include <sstream>
 #include <thread>
 
 using namespace vorlan;
@@ -111,6 +113,7 @@ protected:
         options.machineDir = Path(String(m_folder.string()));
         options.machine = UID::FromName("master");
         options.machineName = "master";
+        options.stateFile = StateFile();
         options.products.push_back(m_command);
         m_shell = std::make_unique<farm::Shell>(std::move(options), std::make_unique<SharedStore>(m_store));
         m_shell->Start();
@@ -137,6 +140,8 @@ protected:
         message->wantJob = true;
         return message;
     }
+
+    Path StateFile() const { return Path(String((m_folder / "State.jsonl").string())); }
 
     FarmKey const m_key = FarmKey::Fresh();
     std::filesystem::path m_folder;
@@ -239,4 +244,57 @@ TEST_F(ShellTest, ManyJobsReachASlowStarterWhole) {
         ASSERT_TRUE(told) << wanted.size() << " never came";
         wanted.erase(told->job->id);
     }
+}
+
+// What people send to whoever helps them: complete, readable line by line, no password.
+TEST_F(ShellTest, TheStateIsWrittenWhenAskedForAndNeverHalf) {
+    Listener client(m_key, m_shell->Port());
+    ASSERT_TRUE(client.Expect<LoadedMsg>());
+    auto const job = NewJob("dumped \xff \"quoted\"\n");
+    job->Set(p_Password, "secret");
+    client.Send(JobMsg::Create(job));
+    auto pools = PoolMsg::New();
+    pools->pools[UID::FromName("pool")] = "Night";
+    client.Send(pools);
+
+    std::atomic<int> written{0};
+    std::atomic<int> failed{0};
+    auto const sink = Log::AddSink([&](LogLevel, String const& text) {
+        written += text.Contains("was written to") ? 1 : 0;
+        failed += text.Contains("was not written. Cannot") ? 1 : 0;
+    });
+    auto const until = [](std::atomic<int> const& count) {
+        auto const end = std::chrono::steady_clock::now() + 20s;
+        while (count == 0 && std::chrono::steady_clock::now() < end)
+            std::this_thread::sleep_for(1ms);
+        return count > 0;
+    };
+    client.Send(LogDumpMsg::New());
+    ASSERT_TRUE(until(written));
+    std::string const text = File::Read(StateFile()).Str();
+    std::map<std::string, std::vector<nlohmann::json>> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        auto const json = nlohmann::json::parse(line);
+        lines[json["kind"]].push_back(json);
+    }
+    EXPECT_EQ(lines["Master"].at(0)["jobs"], 1);
+    ASSERT_EQ(lines["Job"].size(), 1U);
+    EXPECT_EQ(lines["Job"][0]["id"], job->id.ToString().Str());
+    EXPECT_EQ(lines["Job"][0]["values"]["Name"], "dumped \xEF\xBF\xBD \"quoted\"\n");
+    EXPECT_EQ(lines["Job"][0]["frames"]["queued"], 5);
+    ASSERT_EQ(lines["Pool"].size(), 1U);
+    EXPECT_EQ(lines["Pool"][0]["name"], "Night");
+    EXPECT_EQ(text.find("secret"), std::string::npos);
+
+    // A full disk leaves the former file, and nothing beside it.
+    class FullDisk : public corekit::FileLayer {
+        ssize_t Write(int, void const*, size_t) override { return errno = ENOSPC, -1; }
+    } full;
+    corekit::FileLayer* const former = std::exchange(corekit::FileLayer::s_Layer, &full);
+    client.Send(LogDumpMsg::New());
+    EXPECT_TRUE(until(failed));
+    corekit::FileLayer::s_Layer = former;
+    EXPECT_EQ(File::Read(StateFile()).Str(), text);
+    EXPECT_FALSE(Path(StateFile() + ".new").Exists());
 }

@@ -1,6 +1,7 @@
 #include "master/core/core.h"
 
 #include "master/core/distributor.h"
+#include "master/core/dump.h"
 #include "master/core/engines.h"
 #include "master/core/jobs.h"
 #include "master/core/loader.h"
@@ -74,7 +75,10 @@ void Core::ListenToClients() {
     On<ReportJobStatusMsg>(c, [&f](Peer& p, auto const& m) { f.reporter->OnJobStatus(p.id, *m); });
     On<WatchJobDispatchMsg>(c, [&f](Peer& p, auto const& m) { f.reporter->OnWatchJob(p.id, *m); });
     On<WatchEngineDispatchMsg>(c, [&f](Peer& p, auto const& m) { f.reporter->OnWatchEngine(p.id, *m); });
-    On<LogDumpMsg>(c, [&f](Peer&, auto const&) { f.out.Log(LogLevel::System, f.reporter->State()); });
+    On<LogDumpMsg>(c, [&f](Peer&, auto const&) {
+        f.out.Log(LogLevel::System, f.reporter->State());
+        f.out.Dump(std::make_shared<StateSnapshot>(f));
+    });
     // What goes on to Engines.
     On<GetOutputMsg>(c, [&f](Peer& p, auto const& m) { f.relay->OnGetOutput(p.id, m); });
     On<CloseOutputMsg>(c, [&f](Peer& p, auto const& m) { f.relay->OnCloseOutput(p.id, m); });

@@ -18,6 +18,8 @@ namespace farm {
 
 using namespace vorlan;
 
+class StateSnapshot;
+
 /// Names one connection, never used twice by one process.
 using PeerId = uint64_t;
 using MessagePtr = boost::shared_ptr<Message const>;
@@ -60,8 +62,12 @@ struct LogLine {
     LogLevel level{};
     String text;
 };
+/// The state as it was in the middle of the turn, to be written for people.
+struct DumpState {
+    std::shared_ptr<StateSnapshot const> snapshot;
+};
 /// The Master is to end.
 struct StopProgram {};
-using Effect = std::variant<SendTo, SendAll, ClosePeer, Record, LoadReady, LogLine, StopProgram>;
+using Effect = std::variant<SendTo, SendAll, ClosePeer, Record, LoadReady, LogLine, DumpState, StopProgram>;
 
 } // namespace farm

@@ -20,6 +20,7 @@ public:
     void ClosePeerWith(PeerId peer, String const& reason) { Add(ClosePeer{peer, reason}); }
     void Refuse(PeerId peer, UID const& id, String const& reason);
     void TellLoadReady(PeerId peer) { Add(LoadReady{peer}); }
+    void Dump(std::shared_ptr<StateSnapshot const> snapshot) { Add(DumpState{std::move(snapshot)}); }
     void Stop() { Add(StopProgram{}); }
 
     /// Whether a message of this kind would reach anybody.

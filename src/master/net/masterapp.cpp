@@ -66,6 +66,7 @@ bool MasterApp::Startup(CommandLine& commandLine) {
     options.machineName = Platform::GetComputerNameA();
     options.products = LoadProducts();
     options.releaseDate = DateOf(vorlan::k_VorlanReleaseDate);
+    options.stateFile = folder / "State.jsonl";
     options.answerMulticast = std::getenv("VORLAN_HOME") == nullptr;
     auto shell = std::make_unique<Shell>(std::move(options), OpenStore(commandLine));
     shell->Start();

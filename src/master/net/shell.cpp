@@ -47,6 +47,7 @@ Shell::~Shell() {
     m_inbox.Close();
     m_responder.reset();
     m_server.reset();
+    m_stateWriter.reset();
 }
 
 std::unique_ptr<Core> Shell::RestoredCore() {
@@ -120,6 +121,9 @@ void Shell::OpenPort() {
 void Shell::Start() {
     OpenPort();
     m_core = RestoredCore();
+    if (!m_options.stateFile.Empty()) {
+        m_stateWriter = std::make_unique<StateWriter>(m_options.stateFile);
+    }
     m_logSink = corekit::Log::AddSink([this](corekit::LogLevel level, String const& text) {
         std::lock_guard const lock(m_logGuard);
         if (level != corekit::LogLevel::Debug && m_logLines.size() < k_LogLinesLimit) {
@@ -269,6 +273,10 @@ void Shell::Perform(std::vector<Effect> const& effects) {
             m_loading.insert(load->peer);
         } else if (auto const* line = std::get_if<LogLine>(&effect)) {
             corekit::Log::Write(line->level, line->text);
+        } else if (auto const* dump = std::get_if<DumpState>(&effect)) {
+            if (m_stateWriter) {
+                m_stateWriter->Write(dump->snapshot);
+            }
         } else if (std::holds_alternative<StopProgram>(effect)) {
             m_stopping = true;
         }

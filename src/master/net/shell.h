@@ -3,6 +3,7 @@
 
 #include "master/core/core.h"
 #include "master/net/inbox.h"
+#include "master/net/statewriter.h"
 #include "master/store/store.h"
 
 #include <corekit/log.h>
@@ -39,6 +40,7 @@ public:
         std::vector<boost::shared_ptr<vorlan::Product const>> products;
         Time releaseDate;
         uint64_t seed = 0;            ///< 0: a fresh one
+        corekit::Path stateFile;      ///< where the state is written when it is asked for; empty: nowhere
         bool answerMulticast = false; ///< tell those who look for a Master in the local network
     };
 
@@ -92,6 +94,7 @@ private:
 
     // The working thread only.
     std::unique_ptr<Core> m_core;
+    std::unique_ptr<StateWriter> m_stateWriter; ///< null: none is wanted
     std::vector<Record> m_records;
     std::set<PeerId> m_loading;
     bool m_feedsOn = false; ///< a peer has room for the next piece of its load now
