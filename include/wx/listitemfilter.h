@@ -1,0 +1,10 @@
+// The filter box above a list: which items stay.
+#pragma once
+
+#include <corekit/string.h>
+#include <span>
+
+// Every term must be found in one of the item's texts, in any case; a term behind "!"
+// or "-" must be in none. "\!" and "\-" begin a term that is meant as it stands. A term
+// without a letter, half typed, keeps every item. Any thread.
+bool ListItemPassesFilter(std::span<corekit::String const> itemTexts, std::span<corekit::String const> terms);

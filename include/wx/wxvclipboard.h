@@ -1,0 +1,7 @@
+// Text for the system's clipboard.
+#pragma once
+
+#include <wx/string.h>
+
+// False when the clipboard cannot be had now. GUI thread.
+bool wxCopyTextToClipboard(wxString const& text);

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <wx/textctrl.h>
+#include <wx/wxtextlinectrl.h>
+#include <wx/wxvpanel.h>
+
+class wxStaticText;
+
+// TextFindBar is the small field at the top of a text display in which people type what
+// they look for: Enter goes on, Shift+Enter back, Escape ends it.
+// Owner: the display. Thread: the GUI thread.
+class TextFindBar : public wxvPanel {
+public:
+    explicit TextFindBar(wxTextLineCtrl& display);
+
+    void Start();
+    // Says whether the last search has found something.
+    void ShowState();
+
+private:
+    void OnKey(wxKeyEvent& event);
+    void Look(bool backward);
+
+    wxTextLineCtrl& m_display;
+    wxTextCtrl* m_term;
+    wxStaticText* m_note;
+};

@@ -1,0 +1,111 @@
+#include "textlinepainter.h"
+
+#include <wx/control.h>
+
+namespace {
+
+constexpr double k_Readable = 4.5;
+constexpr double k_ReadableSelected = 3.7;
+constexpr double k_HitTint = 0.22;
+constexpr double k_CurrentHitTint = 0.45;
+
+wxColour HitColor(double part) {
+    return wxvMixColors(wxvGetColor(ColorName::WindowBGDarker), wxvGetColor(ColorName::TextYellow), part);
+}
+
+} // namespace
+
+int TextLinePainter::XOf(wxDC& dc, wxString const& text, int character) {
+    if (character <= 0 || text.empty())
+        return 0;
+    wxArrayInt widths;
+    dc.GetPartialTextExtents(text, widths);
+    size_t const index = std::min(static_cast<size_t>(character), widths.size());
+    return index == 0 ? 0 : widths[index - 1];
+}
+
+int TextLinePainter::CharacterAt(wxDC& dc, wxString const& text, int x) {
+    if (x <= 0 || text.empty())
+        return 0;
+    wxArrayInt widths;
+    dc.GetPartialTextExtents(text, widths);
+    int before = 0;
+    for (size_t i = 0; i < widths.size(); ++i) {
+        if (x < (before + widths[i]) / 2)
+            return static_cast<int>(i);
+        before = widths[i];
+    }
+    return static_cast<int>(widths.size());
+}
+
+void TextLinePainter::Paint(wxDC& dc) {
+    dc.SetBackground(wxvGetColor(ColorName::WindowBGDarker));
+    dc.Clear();
+    dc.SetFont(m_state.font);
+    dc.SetPen(*wxTRANSPARENT_PEN);
+    TextLineLayout const& layout = m_state.layout;
+    int const end = std::min(m_state.lines.Count(), layout.LineAt(std::max(layout.size.y - 1, 0)) + 1);
+    for (int line = layout.top; line < end; ++line)
+        PaintLine(dc, line);
+    if (m_state.lines.Count() == 0)
+        PaintEmpty(dc);
+}
+
+void TextLinePainter::PaintEmpty(wxDC& dc) {
+    TextLineLayout const& layout = m_state.layout;
+    int const width = layout.size.x - 2 * layout.padding;
+    if (m_state.emptyText.empty() || width <= 0)
+        return;
+    wxString const text = wxControl::Ellipsize(m_state.emptyText, dc, wxELLIPSIZE_END, width);
+    wxSize const size = dc.GetTextExtent(text);
+    dc.SetTextForeground(wxvGetColor(ColorName::TextGrey));
+    dc.DrawText(text, (layout.size.x - size.x) / 2, (layout.size.y - size.y) / 2);
+}
+
+void TextLinePainter::FillPart(wxDC& dc, wxString const& text, int y, std::pair<int, int> part, bool toEdge,
+                               wxColour const& color) {
+    TextLineLayout const& layout = m_state.layout;
+    int const left = layout.XOfText() + XOf(dc, text, part.first);
+    int const right = toEdge ? layout.size.x : layout.XOfText() + XOf(dc, text, part.second);
+    if (right <= left)
+        return;
+    dc.SetBrush(color);
+    dc.DrawRectangle(left, y, right - left, layout.lineHeight);
+}
+
+void TextLinePainter::PaintMarks(wxDC& dc, wxString const& text, int line, int y) {
+    TextPosition const from = m_state.From();
+    TextPosition const to = m_state.To();
+    if (!m_state.selectsLines && from < to && line >= from.line && line <= to.line) {
+        int const begin = line == from.line ? from.character : 0;
+        FillPart(dc, text, y, {begin, to.character}, line < to.line, wxvGetColor(ColorName::Selected));
+    }
+    if (m_state.term.empty())
+        return;
+    for (auto const& hit : m_state.lines.Hits(line, m_state.term)) {
+        bool const current = line == m_state.hitLine && hit == m_state.hit;
+        FillPart(dc, text, y, hit, false, HitColor(current ? k_CurrentHitTint : k_HitTint));
+    }
+}
+
+void TextLinePainter::PaintLine(wxDC& dc, int line) {
+    TextLineLayout const& layout = m_state.layout;
+    int const y = layout.YOf(line);
+    wxString const text = m_state.lines.Shown(line);
+    bool const selected = m_state.selectsLines && line == m_state.row;
+    wxColour background = wxvGetColor(ColorName::WindowBGDarker);
+    if (selected) {
+        background = wxvGetColor(ColorName::Selected);
+        dc.SetBrush(background);
+        if (m_state.focused)
+            dc.SetPen(wxvGetColor(ColorName::TextBlue));
+        dc.DrawRectangle(0, y, layout.size.x, layout.lineHeight);
+        dc.SetPen(*wxTRANSPARENT_PEN);
+    }
+    PaintMarks(dc, text, line, y);
+    ColorName const name = m_state.enabled ? m_state.lines.At(line).color : ColorName::TextGrey;
+    dc.SetTextForeground(wxvReadableColor(wxvGetColor(name), background, wxvGetColor(ColorName::Text),
+                                          selected ? k_ReadableSelected : k_Readable));
+    dc.DrawText(text, layout.XOfText(), y + (layout.lineHeight - dc.GetCharHeight()) / 2);
+    m_state.widest = std::max(m_state.widest, dc.GetTextExtent(text).x);
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "textlinestate.h"
+
+#include <wx/dc.h>
+
+// TextLinePainter draws the lines that are in sight, and measures characters.
+// Owner: a text display. Thread: the GUI thread.
+class TextLinePainter {
+public:
+    explicit TextLinePainter(TextLineState& state) : m_state(state) {}
+
+    // Notes the widest line in the state.
+    void Paint(wxDC& dc);
+
+    // Pixels from the beginning of the text to a character.
+    static int XOf(wxDC& dc, wxString const& text, int character);
+    // The gap between characters that is nearest.
+    static int CharacterAt(wxDC& dc, wxString const& text, int x);
+
+private:
+    void PaintLine(wxDC& dc, int line);
+    void PaintEmpty(wxDC& dc);
+    // A part of a line, from and to in characters, past the end: to the right edge.
+    void FillPart(wxDC& dc, wxString const& text, int y, std::pair<int, int> part, bool toEdge, wxColour const& color);
+    void PaintMarks(wxDC& dc, wxString const& text, int line, int y);
+
+    TextLineState& m_state;
+};

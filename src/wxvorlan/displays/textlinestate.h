@@ -1,0 +1,61 @@
+// The state of a text display and the places of its parts; both pure.
+#pragma once
+
+#include "textlines.h"
+
+#include <algorithm>
+#include <wx/font.h>
+#include <wx/gdicmn.h>
+
+// Where lines stand in the client area.
+struct TextLineLayout {
+    wxSize size;
+    int lineHeight = 1;
+    int padding = 0;
+    int top = 0;  // the first line in sight
+    int left = 0; // pixels that are scrolled out
+
+    // Lines that are in sight as a whole, one at least.
+    int WholeLines() const { return std::max(size.y / std::max(lineHeight, 1), 1); }
+    int LastTop(int count) const { return std::max(count - WholeLines(), 0); }
+    int LineAt(int y) const { return top + (y >= 0 ? y / lineHeight : -1 - (-1 - y) / lineHeight); }
+    int YOf(int line) const { return (line - top) * lineHeight; }
+    int XOfText() const { return padding - left; }
+};
+
+// TextLineState is what a text display shows.
+// Owner: the control. Thread: the GUI thread.
+struct TextLineState {
+    TextLines lines;
+    TextLineLayout layout;
+    wxFont font;
+    wxString emptyText;
+    int widest = 0; // pixels, of the lines that have been seen
+
+    // Selected characters, from where the mouse went down to where it is.
+    TextPosition anchor;
+    TextPosition caret;
+    int row = -1; // the selected line
+
+    corekit::String term; // its hits are marked
+    TextSearch search;
+    int hitLine = -1;
+    std::pair<int, int> hit;
+
+    bool selectsLines = false;
+    bool follow = false;
+    int batch = 0;
+    int unshown = 0; // lines appended since the last settling
+    bool unsettled = true;
+    bool enabled = true;
+    bool focused = false;
+
+    TextPosition From() const { return std::min(anchor, caret); }
+    TextPosition To() const { return std::max(anchor, caret); }
+    bool AtEnd(int count) const { return layout.top >= layout.LastTop(count); }
+    void ForgetPlaces() {
+        anchor = caret = {};
+        hitLine = -1;
+        search.Stop();
+    }
+};
