@@ -96,6 +96,10 @@ wxColour wxvReadableColor(wxColour const& colour, wxColour const& background, wx
 
 // The background of every second row of a list.
 wxColour wxvZebraColor();
+// The outline of what can be typed into or pressed, and the lines between groups.
+wxColour wxvEdgeColor();
+// Texts and marks of what is switched off, on WindowBG.
+wxColour wxvFaintColor();
 
 // The scheme has changed; emitted before the windows hear of it.
 corekit::Signal0<corekit::ThreadPolicy::SingleThreaded>& wxvColorsChanged();

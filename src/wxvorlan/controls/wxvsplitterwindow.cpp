@@ -10,9 +10,15 @@ class SashRenderer : public wxDelegateRendererNative {
 public:
     static void Install() {
         static bool s_installed = false;
-        if (!std::exchange(s_installed, true))
-            delete wxRendererNative::Set(new SashRenderer);
+        if (std::exchange(s_installed, true))
+            return;
+        // The first use takes the toolkit's own, which is a static object of its, over
+        // whatever has been set; ours lives as long as the program.
+        wxRendererNative::Get();
+        wxRendererNative::Set(new SashRenderer);
     }
+
+    SashRenderer() : wxDelegateRendererNative(wxRendererNative::GetDefault()) {}
 
     wxSplitterRenderParams GetSplitterParams(wxWindow const* window) override {
         if (!IsOurs(window))

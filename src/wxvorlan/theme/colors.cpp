@@ -13,6 +13,10 @@ namespace {
 constexpr char k_Section[] = "Colors";
 constexpr char k_SchemeKey[] = "Scheme";
 
+// Parts of the text's colour on the window's.
+constexpr double k_EdgeStrength = 0.18;
+constexpr double k_FaintStrength = 1.0 / 3;
+
 struct ColorRow {
     char const* label;
     // Lighter, Light, Dark, Darker; as 0xRRGGBB.
@@ -176,6 +180,14 @@ wxColour wxvReadableColor(wxColour const& colour, wxColour const& background, wx
 
 wxColour wxvZebraColor() {
     return wxvMixColors(wxvGetColor(ColorName::WindowBGDarker), wxvGetColor(ColorName::WindowBG), 0.5);
+}
+
+wxColour wxvEdgeColor() {
+    return wxvMixColors(wxvGetColor(ColorName::WindowBG), wxvGetColor(ColorName::Text), k_EdgeStrength);
+}
+
+wxColour wxvFaintColor() {
+    return wxvMixColors(wxvGetColor(ColorName::WindowBG), wxvGetColor(ColorName::Text), k_FaintStrength);
 }
 
 corekit::Signal0<corekit::ThreadPolicy::SingleThreaded>& wxvColorsChanged() {

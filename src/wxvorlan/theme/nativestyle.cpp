@@ -6,12 +6,7 @@
 
 #include <string>
 
-// The toolkit's headers do not compile without warnings.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wpedantic"
-#pragma GCC diagnostic ignored "-Wcast-align"
-#include <gtk/gtk.h>
-#pragma GCC diagnostic pop
+#include "theme/gtkheaders.h"
 
 namespace {
 
@@ -19,52 +14,110 @@ namespace {
 // here that the toolkit would not choose, except for the padding of menus. A menu bar
 // has none at its sides: the toolkit lays it out two pixels wide before the first show.
 constexpr char k_Style[] = R"(
+@define-color placeholder_text_color @TextGrey;
 window, dialog, messagedialog, .background { background-color: @WindowBG; color: @Text; }
 menubar { background-color: @WindowBG; color: @Text; box-shadow: none; border: none; padding: 2px 0; }
 menubar > menuitem:first-child { margin-left: 4px; }
 menubar > menuitem { color: @Text; padding: 4px 9px; border-radius: 4px; min-height: 16px; }
 menubar > menuitem:hover { background-color: @Selected; box-shadow: none; color: @Text; }
-menu, .menu, .context-menu { background-color: @WindowBGLighter; color: @Text; border: 1px solid @Light3D;
+menu, .menu, .context-menu { background-color: @WindowBGLighter; color: @Text; border: 1px solid @Edge;
                              padding: 4px 0; }
 menu menuitem { color: @Text; padding: 4px 12px; min-height: 16px; }
 menu menuitem:hover { background-color: @Selected; color: @Text; }
 menu menuitem:disabled, menu menuitem:disabled label { color: @TextGrey; }
 menu menuitem accelerator { color: @TextGrey; }
-menu separator { background-color: @Light3D; margin: 4px 0; }
-tooltip, tooltip.background { background-color: @WindowBGLighter; color: @Text; border: 1px solid @Light3D; }
+menu separator { background-color: @Edge; margin: 4px 0; }
+tooltip, tooltip.background { background-color: @WindowBGLighter; color: @Text; border: 1px solid @Edge; }
 tooltip * { color: @Text; }
-button { background-image: none; background-color: @ButtonFace; color: @ButtonText; border: 1px solid @Light3D;
+button { background-image: none; background-color: @ButtonFace; color: @ButtonText; border: 1px solid @Edge;
          border-radius: 4px; box-shadow: none; text-shadow: none; padding: 4px 12px; min-height: 20px; }
 button:hover { background-color: @Header; border-color: @TextGrey; }
-button:active, button:checked { background-color: @Selected; }
+button:active, button:checked { background-color: @Selected; color: @Text; }
 button:focus { border-color: @TextBlue; outline: none; }
-button:disabled { color: @TextGrey; }
-entry, textview text { background-image: none; background-color: @WindowBGDarker; color: @Text; }
-entry { border: 1px solid @Light3D; border-radius: 4px; box-shadow: none; }
+button:disabled, button:disabled label { color: @Faint; background-color: @WindowBG; }
+entry, textview, textview text { background-image: none; background-color: @WindowBGDarker; color: @Text;
+                                 caret-color: @Text; }
+entry { border: 1px solid @Edge; border-radius: 4px; box-shadow: none; padding: 2px 8px; min-height: 24px; }
 entry:focus { border-color: @TextBlue; box-shadow: none; }
+entry:disabled { color: @Faint; background-color: @WindowBG; }
+entry selection, textview text selection, label selection { background-color: @Selected; color: @Text; }
+textview text:disabled { color: @Faint; }
+combobox arrow { color: @TextGrey; min-width: 14px; }
+combobox button.combo { padding: 2px 8px; min-height: 24px; }
+combobox cellview { color: @ButtonText; }
+combobox:disabled arrow, combobox:disabled cellview { color: @Faint; }
+combobox entry { border-top-right-radius: 0; border-bottom-right-radius: 0; border-right-style: none; }
+combobox entry + button.combo { border-top-left-radius: 0; border-bottom-left-radius: 0; padding: 2px 6px; }
 checkbutton, radiobutton, label { color: @Text; }
-checkbutton label:disabled, label:disabled { color: @TextGrey; }
+checkbutton:disabled, radiobutton:disabled, checkbutton label:disabled, radiobutton label:disabled,
+label:disabled { color: @Faint; }
 check, radio { background-image: none; background-color: @WindowBGDarker; border: 1px solid @TextGrey;
-               color: @Text; box-shadow: none; }
+               color: @Text; box-shadow: none; -gtk-icon-shadow: none; min-width: 14px; min-height: 14px; }
+check:hover, radio:hover { border-color: @TextBlue; }
+check:checked, radio:checked { background-image: none; background-color: @Selected; border-color: @TextBlue;
+                               color: @Text; }
+check:disabled, radio:disabled { border-color: @Faint; color: @Faint; background-color: @WindowBG; }
+checkbutton:focus, radiobutton:focus, scale:focus { outline: 1px solid @TextBlue; outline-offset: 1px;
+                                                    -gtk-outline-radius: 3px; }
+scale { padding: 8px 6px; min-height: 10px; }
+scale trough { background-image: none; background-color: @WindowBGDarker; border: 1px solid @Edge;
+               border-radius: 3px; min-height: 4px; outline: none; }
+scale highlight { background-image: none; background-color: @TextBlue; border: none; border-radius: 3px;
+                  min-height: 4px; }
+scale slider { background-image: none; background-color: @ButtonText; border: 2px solid @WindowBG;
+               border-radius: 9px; box-shadow: none; min-width: 12px; min-height: 12px; margin: -7px; }
+scale slider:hover { background-color: @TextBlue; }
+scale:disabled highlight { background-color: @Faint; }
+scale:disabled slider { background-color: @Faint; }
+treeview.view, iconview, list, .view { background-color: @WindowBGDarker; color: @Text; }
+treeview.view:hover { background-color: @WindowBG; }
+treeview.view:selected, treeview.view:selected:focus, list row:selected,
+iconview:selected { background-color: @Selected; color: @Text; }
+treeview.view:disabled { color: @Faint; }
+treeview.view header button { border-radius: 0; border: none; border-right: 1px solid @Edge;
+                              background-color: @Header; color: @Text; }
+list row { color: @Text; }
+list row:hover { background-color: @WindowBGLighter; }
+frame > border, scrolledwindow.frame { border: 1px solid @Edge; border-radius: 0; }
+frame > label { color: @TextGrey; padding: 0 4px; }
+separator { background-color: @Edge; }
+scrollbar { background-color: @WindowBGDarker; border: none; }
+scrollbar trough { background-color: @WindowBGDarker; border: none; }
+scrollbar slider { background-color: @Faint; border: 3px solid transparent; border-radius: 7px;
+                   background-clip: padding-box; min-width: 6px; min-height: 6px; }
+scrollbar.vertical slider { min-height: 28px; }
+scrollbar.horizontal slider { min-width: 28px; }
+scrollbar slider:hover, scrollbar slider:active { background-color: @TextGrey; }
+scrollbar junction, junction { background-color: @WindowBGDarker; }
+calendar { background-color: @WindowBGDarker; color: @Text; border: 1px solid @Edge; }
+calendar.header { background-color: @Header; color: @Text; border: none; }
+calendar.button { color: @Text; }
+calendar.button:hover { color: @TextBlue; }
+calendar:indeterminate { color: @Faint; }
+calendar.highlight { color: @TextGrey; }
+calendar:selected { background-color: @Selected; color: @Text; border-radius: 2px; }
+progressbar trough { background-color: @WindowBGDarker; border: 1px solid @Edge; }
+progressbar progress { background-image: none; background-color: @TextBlue; border: none; }
+spinner { color: @Text; }
 undershoot, overshoot { background: none; }
-check:checked, radio:checked { background-image: none; background-color: @Selected; border-color: @TextBlue; }
 )";
 
 std::string FilledStyle() {
     std::string style = k_Style;
+    auto replace = [&style](std::string const& what, wxColour const& colour) {
+        std::string const text = wxvString(colour.GetAsString(wxC2S_HTML_SYNTAX)).Str();
+        for (size_t at = style.find(what); at != std::string::npos; at = style.find(what, at + text.size()))
+            style.replace(at, what.size(), text);
+    };
     // Longer names first, so that none eats the beginning of another.
     static constexpr ColorName k_Used[] = {ColorName::WindowBGLighter, ColorName::WindowBGDarker, ColorName::WindowBG,
                                            ColorName::ButtonFace,      ColorName::ButtonText,     ColorName::TextGrey,
                                            ColorName::TextBlue,        ColorName::Text,           ColorName::Selected,
                                            ColorName::Header};
-    auto replace = [&style](std::string const& what, ColorName name) {
-        std::string const colour = wxvString(wxvGetColor(name).GetAsString(wxC2S_HTML_SYNTAX)).Str();
-        for (size_t at = style.find(what); at != std::string::npos; at = style.find(what, at + colour.size()))
-            style.replace(at, what.size(), colour);
-    };
     for (ColorName const name : k_Used)
-        replace(std::string("@") + wxvColorLabel(name), name);
-    replace("@Light3D", ColorName::Light3D);
+        replace(std::string("@") + wxvColorLabel(name), wxvGetColor(name));
+    replace("@Edge", wxvEdgeColor());
+    replace("@Faint", wxvFaintColor());
     return style;
 }
 

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <wx/stattext.h>
+#include <wx/wxvcolors.h>
+
+// wxvStaticText is a label in a colour of the scheme.
+// Owner: its parent window. Thread: the GUI thread.
+class wxvStaticText : public wxStaticText {
+public:
+    explicit wxvStaticText(wxWindow* parent, wxString const& label, ColorName color = ColorName::Text,
+                           wxWindowID id = wxID_ANY, long style = 0);
+
+    void SetColor(ColorName color);
+
+private:
+    ColorName m_color;
+};

@@ -1,0 +1,142 @@
+// The controls that are the toolkit's own: the style of the theme gives them their
+// colours, here are their few own ways.
+#include "theme/nativechoice.h"
+
+#include <wx/dcbuffer.h>
+#include <wx/wxvbutton.h>
+#include <wx/wxvcheckbox.h>
+#include <wx/wxvchecklistbox.h>
+#include <wx/wxvchoice.h>
+#include <wx/wxvcombobox.h>
+#include <wx/wxvlistbox.h>
+#include <wx/wxvorlandlg.h>
+#include <wx/wxvradiobutton.h>
+#include <wx/wxvscrolledwindow.h>
+#include <wx/wxvstaticbox.h>
+#include <wx/wxvstaticline.h>
+#include <wx/wxvstatictext.h>
+#include <wx/wxvtextctrl.h>
+
+namespace {
+
+constexpr int k_TextMarginX = 8;
+constexpr int k_TextMarginY = 4;
+
+// Calls `apply` now and whenever the scheme changes.
+template <class Apply>
+void FollowColors(wxWindow& window, Apply apply) {
+    apply();
+    window.Bind(wxEVT_SYS_COLOUR_CHANGED, [apply](wxSysColourChangedEvent& event) {
+        event.Skip();
+        apply();
+    });
+}
+
+} // namespace
+
+wxvButton::wxvButton(wxWindow* parent, wxWindowID id, wxString const& label, ButtonWidth width)
+    : wxButton(parent, id, label, wxDefaultPosition, wxDefaultSize, width == ButtonWidth::Exact ? wxBU_EXACTFIT : 0) {
+    if (width == ButtonWidth::Dialog)
+        SetMinSize(wxSize(std::max(FromDIP(wxVorlanDlg::k_ButtonWidth), GetBestSize().x), -1));
+}
+
+wxvCheckBox::wxvCheckBox(wxWindow* parent, wxWindowID id, wxString const& label, long style)
+    : wxCheckBox(parent, id, label, wxDefaultPosition, wxDefaultSize, style) {}
+
+wxvRadioButton::wxvRadioButton(wxWindow* parent, wxWindowID id, wxString const& label, RadioPlace place)
+    : wxRadioButton(parent, id, label, wxDefaultPosition, wxDefaultSize, place == RadioPlace::First ? wxRB_GROUP : 0) {}
+
+wxvChoice::wxvChoice(wxWindow* parent, wxWindowID id, wxArrayString const& choices, long style)
+    : wxChoice(parent, id, wxDefaultPosition, wxDefaultSize, choices, style) {
+    LeaveWheelToParent(*this);
+}
+
+void wxvChoice::Popup() { PopUpNativeList(*this); }
+
+wxvComboBox::wxvComboBox(wxWindow* parent, wxWindowID id, wxString const& value, wxArrayString const& choices,
+                         long style)
+    : wxComboBox(parent, id, value, wxDefaultPosition, wxDefaultSize, choices, style) {
+    LeaveWheelToParent(*this);
+}
+
+wxvTextCtrl::wxvTextCtrl(wxWindow* parent, wxWindowID id, wxString const& value, long style, wxString const& hint)
+    : wxTextCtrl(parent, id, value, wxDefaultPosition, wxDefaultSize, style) {
+    if (IsMultiLine())
+        SetMargins(FromDIP(wxPoint(k_TextMarginX, k_TextMarginY)));
+    else if (!hint.empty())
+        SetHint(hint);
+}
+
+wxvStaticText::wxvStaticText(wxWindow* parent, wxString const& label, ColorName color, wxWindowID id, long style)
+    : wxStaticText(parent, id, label, wxDefaultPosition, wxDefaultSize, style), m_color(color) {
+    FollowColors(*this, [this] { SetForegroundColour(wxvGetColor(m_color)); });
+}
+
+void wxvStaticText::SetColor(ColorName color) {
+    m_color = color;
+    SetForegroundColour(wxvGetColor(color));
+    Refresh();
+}
+
+wxvStaticLine::wxvStaticLine(wxWindow* parent, wxOrientation orientation)
+    : wxWindow(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxBORDER_NONE) {
+    SetBackgroundStyle(wxBG_STYLE_PAINT);
+    int const thickness = FromDIP(1);
+    SetMinSize(orientation == wxHORIZONTAL ? wxSize(-1, thickness) : wxSize(thickness, -1));
+    Bind(wxEVT_PAINT, [this, orientation, thickness](wxPaintEvent&) {
+        wxAutoBufferedPaintDC dc(this);
+        dc.SetBackground(GetParent()->GetBackgroundColour());
+        dc.Clear();
+        wxSize const size = GetClientSize();
+        dc.SetPen(*wxTRANSPARENT_PEN);
+        dc.SetBrush(wxvEdgeColor());
+        if (orientation == wxHORIZONTAL)
+            dc.DrawRectangle(0, (size.y - thickness) / 2, size.x, thickness);
+        else
+            dc.DrawRectangle((size.x - thickness) / 2, 0, thickness, size.y);
+    });
+    FollowColors(*this, [this] { Refresh(); });
+}
+
+wxSize wxvStaticLine::DoGetBestClientSize() const { return FromDIP(wxSize(1, 1)); }
+
+wxvStaticBox::wxvStaticBox(wxWindow* parent, wxString const& label, wxWindowID id) : wxStaticBox(parent, id, label) {}
+
+wxvListBox::wxvListBox(wxWindow* parent, wxWindowID id, wxArrayString const& items, long style)
+    : wxListBox(parent, id, wxDefaultPosition, wxDefaultSize, items, style) {}
+
+wxArrayInt wxvListBox::Selected() const {
+    wxArrayInt selected;
+    for (unsigned i = 0; i < GetCount(); ++i) {
+        if (IsSelected(static_cast<int>(i)))
+            selected.Add(static_cast<int>(i));
+    }
+    return selected;
+}
+
+wxvCheckListBox::wxvCheckListBox(wxWindow* parent, wxWindowID id, wxArrayString const& items, long style)
+    : wxCheckListBox(parent, id, wxDefaultPosition, wxDefaultSize, items, style) {}
+
+wxArrayInt wxvCheckListBox::Checked() const {
+    wxArrayInt checked;
+    for (unsigned i = 0; i < GetCount(); ++i) {
+        if (IsChecked(i))
+            checked.Add(static_cast<int>(i));
+    }
+    return checked;
+}
+
+void wxvCheckListBox::CheckAll(bool check) {
+    for (unsigned i = 0; i < GetCount(); ++i)
+        Check(i, check);
+}
+
+wxvScrolledWindow::wxvScrolledWindow(wxWindow* parent, ColorName background, wxWindowID id)
+    : wxScrolledWindow(parent, id, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxVSCROLL | wxBORDER_NONE) {
+    SetScrollRate(0, 1);
+    FollowColors(*this, [this, background] {
+        SetBackgroundColour(wxvGetColor(background));
+        SetForegroundColour(wxvGetColor(ColorName::Text));
+        Refresh();
+    });
+}
