@@ -81,6 +81,8 @@ struct MasterInfoMsg : MessageOf<MasterInfoMsg> {
     String message;
     unsigned administrate = 0;
     int idleTimeout = 0;
+    UID historyLog;
+    UID dispatchLog;
 
     static constexpr auto Fields() {
         return std::tuple{Field{"Machine", &MasterInfoMsg::machine, "the id of its machine"},
@@ -92,7 +94,10 @@ struct MasterInfoMsg : MessageOf<MasterInfoMsg> {
                           Field{"Message", &MasterInfoMsg::message, "the message of the day"},
                           Field{"Administrate", &MasterInfoMsg::administrate, "who may administrate"},
                           Field{"IdleTimeout", &MasterInfoMsg::idleTimeout,
-                                "minutes without input after which a client becomes an Engine"}};
+                                "minutes without input after which a client becomes an Engine"},
+                          Field{"HistoryLog", &MasterInfoMsg::historyLog,
+                                "asked for as the output of a run, gives the History.log of the Master"},
+                          Field{"DispatchLog", &MasterInfoMsg::dispatchLog, "the same for its Dispatch.log"}};
     }
 };
 

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <functional>
 #include <poll.h>
 #include <unistd.h>
 
@@ -39,14 +40,14 @@ bool Open(Pipe& pipe) {
     return true;
 }
 
-// Until the end of the output or of the time. What the program leaves behind may hold
-// the pipe open; its own end counts.
-void ReadOutput(int fd, Process& process, Clock::time_point until, String& output) {
+// Until the end of the output, of the program or of the time. What the program leaves
+// behind may hold the pipe open.
+void ReadOutput(int fd, Process& process, std::function<bool()> const& isOver, String& output) {
     char piece[4096];
-    for (;;) {
+    while (!isOver()) {
         pollfd wait{fd, POLLIN, 0};
         int const ready = ::poll(&wait, 1, k_LookMs);
-        if (ready == 0 && (Clock::now() >= until || !process.Running()))
+        if (ready == 0 && !process.Running())
             return;
         ssize_t const got = ready > 0 ? ::read(fd, piece, sizeof piece) : -1;
         if (got == 0 || (ready > 0 && got < 0 && errno != EINTR))
@@ -58,7 +59,8 @@ void ReadOutput(int fd, Process& process, Clock::time_point until, String& outpu
 
 } // namespace
 
-CommandOutcome RunCommand(Path const& program, vector<String> const& args, int timeoutMs, String const& input) {
+CommandOutcome RunCommand(Path const& program, vector<String> const& args, int timeoutMs, String const& input,
+                          bool (*goOn)()) {
     CommandOutcome outcome;
     Pipe in;
     Pipe out;
@@ -87,9 +89,11 @@ CommandOutcome RunCommand(Path const& program, vector<String> const& args, int t
         return outcome;
     out.write.Reset();
     in.read.Reset();
-    ReadOutput(out.read.Get(), *process, until, outcome.output);
-    auto const left = std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now()).count();
-    outcome.exitCode = process->Wait(static_cast<int>(std::max<int64_t>(left, 0)));
+    auto const isOver = [until, goOn] { return Clock::now() >= until || (goOn && !goOn()); };
+    ReadOutput(out.read.Get(), *process, isOver, outcome.output);
+    // It has closed its outputs, or has ended, or has to.
+    while (!outcome.exitCode && !isOver())
+        outcome.exitCode = process->Wait(k_LookMs);
     if (!outcome.exitCode)
         process->Terminate();
     return outcome;
