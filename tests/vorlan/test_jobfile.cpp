@@ -7,6 +7,7 @@
 #include <vorlan/jobfactory.h>
 #include <vorlan/jobfile.h>
 #include <vorlan/keys.h>
+#include <vorlan/optionstext.h>
 #include <vorlan/product.h>
 #include <vorlan/version.h>
 
@@ -71,6 +72,25 @@ TEST(JobFile, MakesNewJobsOfStoredOnes) {
     EXPECT_EQ(job.Get(p_Range, false), "1-5");
     EXPECT_TRUE(in.Jobs()[1]->IsPaused());
     EXPECT_NE(in.Jobs()[1]->id, job.id);
+}
+
+TEST(JobFile, JobsThatWaitForEachOtherDoSoUnderTheirNewIds) {
+    TempFolder const folder;
+    Path const path = folder / "chain.vj";
+    UID const elsewhere(true);
+    JobFile out(path, false, true);
+    for (int i = 0; i < 3; ++i)
+        out.AddJob(MakeJob({}));
+    corekit::vector<boost::shared_ptr<Job>> const& jobs = out.Jobs();
+    jobs[0]->Set(p_WaitForJobID, UIDsToString(corekit::vector<UID>{jobs[2]->id, elsewhere}));
+    jobs[1]->Set(p_WaitForJobID, jobs[1]->id.ToString());
+    out.SaveJobs();
+
+    JobFile const in(path, true, false);
+    EXPECT_EQ(StringToUIDs(in.Jobs()[0]->Get(p_WaitForJobID, false)),
+              (corekit::vector<UID>{in.Jobs()[2]->id, elsewhere}));
+    EXPECT_EQ(in.Jobs()[1]->Get(p_WaitForJobID, false), in.Jobs()[1]->id.ToString());
+    EXPECT_TRUE(in.Jobs()[2]->Get(p_WaitForJobID, false).empty());
 }
 
 TEST(JobFile, KeepsWhatANewerProgramWrote) {

@@ -9,6 +9,7 @@
 #include <vorlan/job.h>
 #include <vorlan/jobfactory.h>
 #include <vorlan/keys.h>
+#include <vorlan/optionstext.h>
 #include <vorlan/product.h>
 #include <vorlan/version.h>
 
@@ -198,6 +199,27 @@ void MakeFresh(Job& job) {
     job.SetCreated(Time::CurrentTime());
 }
 
+/// Jobs of one file that wait for each other do so under their new ids; the ids of
+/// others stay. Of two Jobs with one id the first is meant.
+void MakeAllFresh(corekit::vector<boost::shared_ptr<Job>> const& jobs) {
+    corekit::map<UID, UID> fresh;
+    for (boost::shared_ptr<Job> const& job : jobs) {
+        UID const former = job->id;
+        MakeFresh(*job);
+        fresh.emplace(former, job->id);
+    }
+    for (boost::shared_ptr<Job> const& job : jobs) {
+        corekit::vector<UID> awaited = StringToUIDs(job->Get(p_WaitForJobID, false));
+        if (awaited.empty())
+            continue;
+        for (UID& id : awaited) {
+            if (auto const found = fresh.find(id); found != fresh.end())
+                id = found->second;
+        }
+        job->Set(p_WaitForJobID, UIDsToString(awaited));
+    }
+}
+
 } // namespace
 
 struct JobFile::Unknown {
@@ -266,10 +288,8 @@ void JobFile::Read() {
     m_writerVersion = m_unknown->program;
     if (m_unknown->formatVersion > k_FormatVersion)
         LogInfo("The Job file " + m_path + " was written by a newer program; what it has more is kept.");
-    if (!m_asStored) {
-        for (boost::shared_ptr<Job> const& job : m_jobs)
-            MakeFresh(*job);
-    }
+    if (!m_asStored)
+        MakeAllFresh(m_jobs);
 }
 
 void JobFile::ConformFromVersion(unsigned version) {
