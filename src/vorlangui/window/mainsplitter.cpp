@@ -1,0 +1,67 @@
+#include "mainsplitter.h"
+
+#include "mirror/options.h"
+
+#include <cmath>
+#include <vorlan/vorlanapp.h>
+
+namespace vorlan {
+
+_MainSplitter::_MainSplitter(wxWindow* parent) : wxvSplitterWindow(parent, SashDoubleClick::Unsplit) {
+    SetMinimumPaneSize(FromDIP(k_SmallestPane));
+    SetSashGravity(0.5);
+    Bind(wxEVT_SPLITTER_SASH_POS_CHANGING, &_MainSplitter::OnDragSash, this);
+    Bind(wxEVT_SPLITTER_SASH_POS_CHANGED, &_MainSplitter::OnMoveSash, this);
+    Bind(wxEVT_SIZE, &_MainSplitter::OnResize, this);
+}
+
+double _MainSplitter::StoredPart() {
+    double const part = VorlanApp::GetOptions().GetValue(k_WindowSection, k_OptionSplitter, k_DefaultPart);
+    return part > 0 && part < 1 ? part : k_DefaultPart;
+}
+
+void _MainSplitter::Fill(wxWindow* views, wxWindow* info, bool showInfo) {
+    m_views = views;
+    m_info = info;
+    m_info->Hide();
+    Initialize(m_views);
+    if (showInfo)
+        ShowInfo(true);
+}
+
+void _MainSplitter::ShowInfo(bool show) {
+    if (show == IsSplit())
+        return;
+    if (!show) {
+        Unsplit(m_info);
+        return;
+    }
+    m_info->Show();
+    SplitVertically(m_views, m_info, static_cast<int>(std::lround(GetClientSize().x * StoredPart())));
+}
+
+void _MainSplitter::OnDragSash(wxSplitterEvent& event) {
+    m_dragged = true;
+    event.Skip();
+}
+
+void _MainSplitter::OnMoveSash(wxSplitterEvent& event) {
+    event.Skip();
+    // A sash that follows the window's size says nothing about the user's wish.
+    int const width = GetClientSize().x;
+    if (std::exchange(m_dragged, false) && width > 0)
+        VorlanApp::GetOptions().SetValue(k_WindowSection, k_OptionSplitter,
+                                         static_cast<double>(event.GetSashPosition()) / width);
+}
+
+void _MainSplitter::OnResize(wxSizeEvent& event) {
+    event.Skip();
+    int const width = GetClientSize().x;
+    if (m_placed || width < 2 * GetMinimumPaneSize() || !IsShownOnScreen())
+        return;
+    m_placed = true;
+    if (IsSplit())
+        SetSashPosition(static_cast<int>(std::lround(width * StoredPart())));
+}
+
+} // namespace vorlan

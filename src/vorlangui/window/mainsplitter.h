@@ -1,0 +1,37 @@
+#pragma once
+
+#include <wx/wxvsplitterwindow.h>
+
+namespace vorlan {
+
+// _MainSplitter divides the main area: the views to the left, the info pane to the
+// right. Where the sash stands is kept as a part of the width.
+// Owner: the MainWindow. Thread: the GUI thread.
+class _MainSplitter : public wxvSplitterWindow {
+public:
+    static constexpr int k_SmallestPane = 150;
+    static constexpr double k_DefaultPart = 0.75;
+
+    explicit _MainSplitter(wxWindow* parent);
+
+    // Its windows, its children; `showInfo`: the second one, too.
+    void Fill(wxWindow* views, wxWindow* info, bool showInfo);
+    // Stores nothing.
+    void ShowInfo(bool show);
+    bool IsInfoShown() const { return IsSplit(); }
+
+private:
+    friend class GuiTester;
+
+    static double StoredPart();
+    void OnDragSash(wxSplitterEvent& event);
+    void OnMoveSash(wxSplitterEvent& event);
+    void OnResize(wxSizeEvent& event);
+
+    wxWindow* m_views = nullptr;
+    wxWindow* m_info = nullptr;
+    bool m_placed = false;  // the sash has found its place at the first true size
+    bool m_dragged = false; // by the user, since the sash last came to rest
+};
+
+} // namespace vorlan

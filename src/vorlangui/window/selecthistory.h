@@ -1,0 +1,68 @@
+#pragma once
+
+#include <corekit/containers.h>
+#include <corekit/uid.h>
+#include <deque>
+#include <vorlan/fwd.h>
+
+namespace vorlan {
+
+// Which kind of list a window id belongs to: the ids of a kind count up from these.
+inline constexpr int k_ListOfEngines = 2500;
+inline constexpr int k_ListOfJobs = 2600;
+inline constexpr int k_ListOfWork = 2700;
+inline constexpr int k_ListOfNothing = -1;
+inline constexpr int k_ListKindSpan = 100;
+
+constexpr int ListKind(int windowId) { return windowId - windowId % k_ListKindSpan; }
+
+// What was selected at one moment.
+struct SelectHistoryEntry {
+    int kind = k_ListOfNothing;
+    int list = 0; // its window id; 0: none
+    UID anchor;   // the row that the info pane followed
+    corekit::set<UID> selected;
+};
+
+// SelectHistory is the way back through what has been selected, and forth again.
+// Owner: the MainWindow. Thread: the GUI thread.
+// Always: it holds fewer than k_Capacity entries.
+class SelectHistory {
+public:
+    static constexpr size_t k_Capacity = 0x2000;
+
+    // A new selection; what lay ahead of the current one is gone.
+    void Push(SelectHistoryEntry entry);
+
+    bool HasFormer() const { return m_current != 0 && m_current < m_entries.size(); }
+    bool HasLater() const { return !m_entries.empty() && m_current + 1 < m_entries.size(); }
+    // Goes there; null, and nothing changes, if there is none.
+    SelectHistoryEntry const* GoToFormer();
+    SelectHistoryEntry const* GoToLater();
+
+    size_t Size() const { return m_entries.size(); }
+
+private:
+    std::deque<SelectHistoryEntry> m_entries;
+    size_t m_current = 0;
+};
+
+// PendingSelection gathers the row events of one list until they have come to rest.
+// Thread: the GUI thread.
+class PendingSelection {
+public:
+    // A row of the list has been selected or taken out. False: the event is of no
+    // consequence, because the list is not the one that is being selected in.
+    bool Note(int list, int row, bool selected);
+
+    // Window id of the list; 0 before the first event.
+    int List() const { return m_list; }
+    // The row selected last of those that still are; -1: none.
+    int Row() const { return m_rows.empty() ? -1 : m_rows.back(); }
+
+private:
+    int m_list = 0;
+    corekit::vector<int> m_rows;
+};
+
+} // namespace vorlan
