@@ -8,4 +8,7 @@
 class wxvStaticBox : public wxStaticBox {
 public:
     explicit wxvStaticBox(wxWindow* parent, wxString const& label = wxString(), wxWindowID id = wxID_ANY);
+
+    // It has the theme's own, which know what is switched off.
+    bool ShouldInheritColours() const override { return false; }
 };

@@ -19,9 +19,6 @@
 
 namespace {
 
-constexpr int k_TextMarginX = 8;
-constexpr int k_TextMarginY = 4;
-
 // Calls `apply` now and whenever the scheme changes.
 template <class Apply>
 void FollowColors(wxWindow& window, Apply apply) {
@@ -40,11 +37,14 @@ wxvButton::wxvButton(wxWindow* parent, wxWindowID id, wxString const& label, But
         SetMinSize(wxSize(std::max(FromDIP(wxVorlanDlg::k_ButtonWidth), GetBestSize().x), -1));
 }
 
-wxvCheckBox::wxvCheckBox(wxWindow* parent, wxWindowID id, wxString const& label, long style)
-    : wxCheckBox(parent, id, label, wxDefaultPosition, wxDefaultSize, style) {}
+wxvCheckBox::wxvCheckBox(wxWindow* parent, wxWindowID id, wxString const& label, long style) {
+    // In the body: the base's constructor would not ask this class for its colours.
+    Create(parent, id, label, wxDefaultPosition, wxDefaultSize, style);
+}
 
-wxvRadioButton::wxvRadioButton(wxWindow* parent, wxWindowID id, wxString const& label, RadioPlace place)
-    : wxRadioButton(parent, id, label, wxDefaultPosition, wxDefaultSize, place == RadioPlace::First ? wxRB_GROUP : 0) {}
+wxvRadioButton::wxvRadioButton(wxWindow* parent, wxWindowID id, wxString const& label, RadioPlace place) {
+    Create(parent, id, label, wxDefaultPosition, wxDefaultSize, place == RadioPlace::First ? wxRB_GROUP : 0);
+}
 
 wxvChoice::wxvChoice(wxWindow* parent, wxWindowID id, wxArrayString const& choices, long style)
     : wxChoice(parent, id, wxDefaultPosition, wxDefaultSize, choices, style) {
@@ -61,9 +61,7 @@ wxvComboBox::wxvComboBox(wxWindow* parent, wxWindowID id, wxString const& value,
 
 wxvTextCtrl::wxvTextCtrl(wxWindow* parent, wxWindowID id, wxString const& value, long style, wxString const& hint)
     : wxTextCtrl(parent, id, value, wxDefaultPosition, wxDefaultSize, style) {
-    if (IsMultiLine())
-        SetMargins(FromDIP(wxPoint(k_TextMarginX, k_TextMarginY)));
-    else if (!hint.empty())
+    if (!hint.empty() && !IsMultiLine())
         SetHint(hint);
 }
 
@@ -100,7 +98,7 @@ wxvStaticLine::wxvStaticLine(wxWindow* parent, wxOrientation orientation)
 
 wxSize wxvStaticLine::DoGetBestClientSize() const { return FromDIP(wxSize(1, 1)); }
 
-wxvStaticBox::wxvStaticBox(wxWindow* parent, wxString const& label, wxWindowID id) : wxStaticBox(parent, id, label) {}
+wxvStaticBox::wxvStaticBox(wxWindow* parent, wxString const& label, wxWindowID id) { Create(parent, id, label); }
 
 wxvListBox::wxvListBox(wxWindow* parent, wxWindowID id, wxArrayString const& items, long style)
     : wxListBox(parent, id, wxDefaultPosition, wxDefaultSize, items, style) {}

@@ -11,7 +11,7 @@
 namespace {
 constexpr int k_Gap = 4;
 constexpr int k_TextPadding = 24;
-constexpr int k_CalendarMargin = 4;
+constexpr int k_CalendarMargin = 8;
 constexpr char k_Widest[] = "0000-00-00 00:00:00";
 constexpr char k_OpenLabel[] = "\xE2\x96\xBE"; // a small triangle that points down
 } // namespace
@@ -116,7 +116,8 @@ void wxvDateTimeCtrl::OnKey(wxKeyEvent& event) {
 
 void wxvDateTimeCtrl::OpenCalendar() {
     auto* calendar = new Calendar(*this);
-    calendar->Position(ClientToScreen(wxPoint(0, 0)), GetSize());
+    // Below the field, in line with its left side.
+    calendar->Position(ClientToScreen(wxPoint(0, 0)), wxSize(0, GetSize().y));
     calendar->Popup();
 }
 

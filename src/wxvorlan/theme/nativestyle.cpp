@@ -37,6 +37,7 @@ button:focus { border-color: @TextBlue; outline: none; }
 button:disabled, button:disabled label { color: @Faint; background-color: @WindowBG; }
 entry, textview, textview text { background-image: none; background-color: @WindowBGDarker; color: @Text;
                                  caret-color: @Text; }
+textview { padding: 4px 8px; }
 entry { border: 1px solid @Edge; border-radius: 4px; box-shadow: none; padding: 2px 8px; min-height: 24px; }
 entry:focus { border-color: @TextBlue; box-shadow: none; }
 entry:disabled { color: @Faint; background-color: @WindowBG; }
@@ -89,7 +90,7 @@ scrollbar.vertical slider { min-height: 28px; }
 scrollbar.horizontal slider { min-width: 28px; }
 scrollbar slider:hover, scrollbar slider:active { background-color: @TextGrey; }
 scrollbar junction, junction { background-color: @WindowBGDarker; }
-calendar { background-color: @WindowBGDarker; color: @Text; border: 1px solid @Edge; }
+calendar { background-color: @WindowBGDarker; color: @Text; border: 1px solid @Edge; padding: 2px 3px; }
 calendar.header { background-color: @Header; color: @Text; border: none; }
 calendar.button { color: @Text; }
 calendar.button:hover { color: @TextBlue; }
