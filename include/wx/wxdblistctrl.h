@@ -12,7 +12,7 @@ class wxDC;
 class wxImageList;
 class wxDBListInput;
 class wxDBListPainter;
-struct ListState;
+struct wxDBListState;
 
 // Where the text of a column stands. Digits of right-aligned columns have one width.
 struct Align {
@@ -121,6 +121,8 @@ public:
     void SetLastSelect(int row);
     // The row where the keyboard stands, or -1.
     int GetCurrentRow() const;
+    // Sends no event, selects nothing.
+    void SetCurrentRow(int row);
     void EnsureVisible(int row);
     // As a double click on the cell does.
     void Activate(int row, int column = 0);
@@ -191,6 +193,10 @@ public:
 protected:
     enum class Expander { None, Closed, Open };
 
+    // So many rows from now on, any of them another one than before. For subclasses
+    // that remember the selection by themselves; anchor and current row are to be set anew.
+    void SetItemCount(int rows);
+
     // What a cell shows before its text. The expander is asked for in every column.
     virtual int GetCellIndent(int row, int column); // pixels
     virtual Expander GetCellExpander(int row, int column);
@@ -205,6 +211,8 @@ protected:
     virtual bool HandleKey(wxKeyEvent& event);
     // The list's own click on a row; false: the list does nothing with it.
     virtual bool HandleClick(int row, int column, wxMouseEvent& event);
+    // People may drag a column to another place.
+    virtual bool MayMoveColumns();
     // Columns have been added, moved or removed: `now[i]` is where column i is now, -1
     // if it is gone. For those who remember columns by index.
     virtual void OnColumnsChanged(std::vector<int> const& now);
@@ -233,7 +241,7 @@ private:
     void OnFocusChange(wxFocusEvent& event);
     void TakeMetrics();
 
-    std::unique_ptr<ListState> m_state;
+    std::unique_ptr<wxDBListState> m_state;
     std::unique_ptr<wxDBListPainter> m_painter;
     std::unique_ptr<wxDBListInput> m_input;
 };
