@@ -1,0 +1,265 @@
+#include "listinput.h"
+#include "listpainter.h"
+
+#include <algorithm>
+#include <wx/app.h>
+#include <wx/dcclient.h>
+#include <wx/imaglist.h>
+#include <wx/wxvfont.h>
+
+namespace {
+
+constexpr int k_RowHeight = 21;
+constexpr int k_RowSpace = 6; // above and below a line of text, together
+constexpr int k_HeaderHeight = 25;
+constexpr int k_HeaderSpace = 10;
+constexpr int k_SmallestHeight = 60;
+
+} // namespace
+
+wxDBListCtrl::wxDBListCtrl(wxWindow* parent, int id, long style, long windowStyle)
+    : wxvPanel(parent, ColorName::WindowBGDarker, id,
+               wxHSCROLL | wxVSCROLL | wxWANTS_CHARS | wxNO_BORDER | windowStyle),
+      m_state(std::make_unique<wxDBListState>()),
+      m_painter(std::make_unique<wxDBListPainter>(*this, *m_state)),
+      m_input(std::make_unique<wxDBListInput>(*this, *m_state)) {
+    m_state->style = style;
+    SetBackgroundStyle(wxBG_STYLE_PAINT);
+    SetFont(wxvFont());
+    SetMinSize(FromDIP(wxSize(k_SmallestHeight, k_SmallestHeight)));
+    TakeMetrics();
+    Bind(wxEVT_PAINT, &wxDBListCtrl::OnPaint, this);
+    Bind(wxEVT_SIZE, &wxDBListCtrl::OnSize, this);
+    Bind(wxEVT_SET_FOCUS, &wxDBListCtrl::OnFocusChange, this);
+    Bind(wxEVT_KILL_FOCUS, &wxDBListCtrl::OnFocusChange, this);
+    for (auto const& type :
+         {wxEVT_SCROLLWIN_TOP, wxEVT_SCROLLWIN_BOTTOM, wxEVT_SCROLLWIN_LINEUP, wxEVT_SCROLLWIN_LINEDOWN,
+          wxEVT_SCROLLWIN_PAGEUP, wxEVT_SCROLLWIN_PAGEDOWN, wxEVT_SCROLLWIN_THUMBTRACK, wxEVT_SCROLLWIN_THUMBRELEASE})
+        Bind(type, &wxDBListCtrl::OnScroll, this);
+    Bind(wxEVT_DPI_CHANGED, [this](wxDPIChangedEvent& event) {
+        event.Skip();
+        m_painter->Canvas().Forget();
+        TakeMetrics();
+        Refresh();
+    });
+}
+
+wxDBListCtrl::~wxDBListCtrl() = default;
+
+void wxDBListCtrl::TakeMetrics() {
+    int const line = m_painter->Canvas().LineHeight(*this);
+    wxDBListMetrics metrics;
+    metrics.rowHeight = std::max(FromDIP(k_RowHeight), line + FromDIP(k_RowSpace));
+    metrics.headerHeight =
+        (m_state->style & wxLC_NO_HEADER) ? 0 : std::max(FromDIP(k_HeaderHeight), line + FromDIP(k_HeaderSpace));
+    metrics.padding = FromDIP(metrics.padding);
+    metrics.markSize = FromDIP(metrics.markSize);
+    metrics.markGap = FromDIP(metrics.markGap);
+    metrics.grip = FromDIP(metrics.grip);
+    m_state->layout.SetMetrics(metrics);
+    m_state->layoutChanged = true;
+}
+
+// --- Drawing
+
+void wxDBListCtrl::OnPaint(wxPaintEvent&) {
+    wxPaintDC dc(this);
+    m_state->layout.SetClient(GetClientSize());
+    m_state->layout.Clamp();
+    m_painter->Paint(dc, &GetUpdateRegion());
+}
+
+void wxDBListCtrl::Redraw() {
+    m_state->redraw = true;
+    wxWakeUpIdle();
+}
+
+void wxDBListCtrl::RefreshRow(int row) {
+    if (m_state->IsRow(row) && row >= m_state->layout.FirstRow() && row < m_state->layout.EndRow())
+        RefreshRect(m_state->layout.Row(row), false);
+}
+
+void wxDBListCtrl::RedrawItem(int row) { RefreshRow(row); }
+
+void wxDBListCtrl::RedrawCell(int row, int column) {
+    if (row >= m_state->layout.FirstRow() && row < m_state->layout.EndRow() && m_state->IsColumn(column))
+        RefreshRect(m_state->layout.Cell(row, column), false);
+}
+
+void wxDBListCtrl::RedrawColumn(int column) {
+    if (!m_state->IsColumn(column))
+        return;
+    wxRect const head = m_state->layout.HeaderCell(column);
+    wxRect const body = m_state->layout.Body();
+    RefreshRect(wxRect(head.x, body.y, head.width, body.height), false);
+}
+
+uint64_t wxDBListCtrl::CountDrawnRows() const { return m_painter->DrawnRows(); }
+
+void wxDBListCtrl::OnInternalIdle() {
+    wxvPanel::OnInternalIdle();
+    if (!IsFrozen() && (m_state->layoutChanged || m_state->redraw) && IsShownOnScreen())
+        Settle();
+}
+
+void wxDBListCtrl::Settle() {
+    if (std::exchange(m_state->layoutChanged, false)) {
+        m_state->layout.SetClient(GetClientSize());
+        if (m_state->layout.Clamp())
+            Refresh(false);
+        SettleScrollbars();
+        PlaceOverlay();
+    }
+    if (std::exchange(m_state->redraw, false)) {
+        if (m_painter->DrewEmptyText() != (m_state->layout.RowCount() == 0))
+            Refresh(false);
+        else
+            m_painter->CompareRows([this](int row) { RefreshRect(m_state->layout.PlaceOfRow(row), false); });
+        m_input->ContentMoved();
+    }
+}
+
+void wxDBListCtrl::ApplyColors() {
+    wxvPanel::ApplyColors();
+    m_painter->Forget();
+}
+
+// --- Scrolling
+
+void wxDBListCtrl::SettleScrollbars() {
+    wxDBListLayout const& layout = m_state->layout;
+    auto settle = [this](int orientation, int position, int thumb, int range) {
+        if (range <= thumb)
+            position = thumb = range = 0;
+        if (wxvPanel::GetScrollPos(orientation) != position || wxvPanel::GetScrollThumb(orientation) != thumb ||
+            wxvPanel::GetScrollRange(orientation) != range)
+            SetScrollbar(orientation, position, thumb, range);
+    };
+    settle(wxVERTICAL, layout.Origin().y, layout.Body().height, layout.Content().y);
+    settle(wxHORIZONTAL, layout.Origin().x, layout.Client().x, layout.Content().x);
+}
+
+void wxDBListCtrl::ScrollTo(wxPoint const& origin) {
+    wxPoint const to = m_state->layout.Clamped(origin);
+    if (to == m_state->layout.Origin())
+        return;
+    m_state->layout.SetOrigin(to);
+    SettleScrollbars();
+    PlaceOverlay();
+    m_input->ContentMoved();
+    Refresh(false);
+}
+
+void wxDBListCtrl::OnScroll(wxScrollWinEvent& event) {
+    wxDBListLayout const& layout = m_state->layout;
+    bool const vertical = event.GetOrientation() == wxVERTICAL;
+    int const before = vertical ? layout.Origin().y : layout.Origin().x;
+    int const line = layout.Metrics().rowHeight;
+    int const page = vertical ? layout.RowsPerPage() * line : layout.Client().x;
+    int to = wxvPanel::GetScrollPos(event.GetOrientation());
+    wxEventType const type = event.GetEventType();
+    if (type == wxEVT_SCROLLWIN_THUMBTRACK || type == wxEVT_SCROLLWIN_THUMBRELEASE)
+        to = event.GetPosition();
+    else if (to != before)
+        ; // the toolkit has moved the bar already
+    else if (type == wxEVT_SCROLLWIN_LINEUP || type == wxEVT_SCROLLWIN_LINEDOWN)
+        to += type == wxEVT_SCROLLWIN_LINEUP ? -line : line;
+    else if (type == wxEVT_SCROLLWIN_PAGEUP || type == wxEVT_SCROLLWIN_PAGEDOWN)
+        to += type == wxEVT_SCROLLWIN_PAGEUP ? -page : page;
+    else
+        to = type == wxEVT_SCROLLWIN_TOP ? 0 : (vertical ? layout.Content().y : layout.Content().x);
+    ScrollTo(vertical ? wxPoint(layout.Origin().x, to) : wxPoint(to, layout.Origin().y));
+}
+
+void wxDBListCtrl::SetScrollPos(int orientation, int position, bool refresh) {
+    wxDBListLayout& layout = m_state->layout;
+    wxPoint origin = layout.Origin();
+    if (orientation != wxVERTICAL)
+        origin.x = position;
+    else if (position != GetScrollPos(wxVERTICAL)) // else a row may stay in sight in part
+        origin.y = std::clamp(position, 0, layout.RowCount()) * layout.Metrics().rowHeight;
+    layout.SetOrigin(origin);
+    layout.Clamp();
+    m_state->layoutChanged = true;
+    if (refresh)
+        Redraw();
+    else
+        wxWakeUpIdle();
+}
+
+int wxDBListCtrl::GetScrollPos(int orientation) const {
+    wxPoint const origin = m_state->layout.Origin();
+    return orientation == wxVERTICAL ? origin.y / m_state->layout.Metrics().rowHeight : origin.x;
+}
+
+int wxDBListCtrl::GetScrollThumb(int orientation) const {
+    return orientation == wxVERTICAL ? m_state->layout.RowsPerPage() : m_state->layout.Client().x;
+}
+
+int wxDBListCtrl::GetScrollRange(int orientation) const {
+    return orientation == wxVERTICAL ? m_state->layout.RowCount() : m_state->layout.Content().x;
+}
+
+void wxDBListCtrl::OnSize(wxSizeEvent& event) {
+    event.Skip();
+    m_state->layout.SetClient(GetClientSize());
+    m_state->layoutChanged = true;
+    Refresh(false);
+    wxWakeUpIdle();
+}
+
+void wxDBListCtrl::EnsureVisible(int row) {
+    if (!m_state->IsRow(row))
+        return;
+    m_state->layout.SetClient(GetClientSize());
+    ScrollTo(m_state->layout.OriginFor(row));
+}
+
+// --- Focus
+
+void wxDBListCtrl::OnFocusChange(wxFocusEvent& event) {
+    event.Skip();
+    m_state->focused = event.GetEventType() == wxEVT_SET_FOCUS;
+    RefreshRow(m_state->current);
+}
+
+bool wxDBListCtrl::Enable(bool enable) {
+    bool const changed = wxvPanel::Enable(enable);
+    if (changed)
+        Refresh(false);
+    return changed;
+}
+
+// The overlay gets it by a click of its own.
+void wxDBListCtrl::SetFocus() { SetFocusIgnoringChildren(); }
+bool wxDBListCtrl::AcceptsFocus() const { return IsShown() && IsEnabled(); }
+
+// --- Overlay
+
+void wxDBListCtrl::Overlay(wxWindow* window, int row, int column) {
+    wxWindow* const before = std::exchange(m_state->overlay, window);
+    m_state->overlayRow = window ? row : -1;
+    m_state->overlayColumn = window ? column : -1;
+    if (before && before != window) {
+        before->Hide();
+        // It may be one of its own events that led here.
+        wxTheApp->ScheduleForDestruction(before);
+    }
+    if (window) {
+        PlaceOverlay();
+        window->Show();
+    }
+}
+
+wxWindow* wxDBListCtrl::GetOverlay() const { return m_state->overlay; }
+
+void wxDBListCtrl::PlaceOverlay() {
+    if (!m_state->overlay)
+        return;
+    wxRect place = m_state->layout.Cell(m_state->overlayRow, m_state->overlayColumn);
+    // Out of sight and not hidden: it keeps the focus, and what is typed in it.
+    if (place.IsEmpty() || place.y < m_state->layout.Body().y)
+        place = wxRect(-20'000, 0, std::max(place.width, 1), m_state->layout.Metrics().rowHeight);
+    if (m_state->overlay->GetRect() != place)
+        m_state->overlay->SetSize(place);
+}

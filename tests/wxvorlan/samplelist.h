@@ -1,0 +1,133 @@
+// A list of names for the tests of lists, which writes down what it hears.
+#pragma once
+
+#include "wxtest.h"
+
+#include <corekit/sformat.h>
+#include <functional>
+#include <string>
+#include <vector>
+#include <wx/uiaction.h>
+#include <wx/wxdblistctrl.h>
+
+class SampleList : public wxDBListCtrl {
+public:
+    explicit SampleList(wxWindow* parent, long style = 0) : wxDBListCtrl(parent, 77, style) {
+        AddColumn(10, "Name", 120);
+        AddColumn(11, "Number", 80, Align::Right);
+        AddColumn(12, "Note", 150);
+        for (auto const& [type, name] :
+             {std::pair(wxEVT_LIST_ITEM_SELECTED, "+"), std::pair(wxEVT_LIST_ITEM_DESELECTED, "-"),
+              std::pair(wxEVT_LIST_ITEM_ACTIVATED, "!"), std::pair(wxEVT_LIST_ITEM_RIGHT_CLICK, "menu")})
+            parent->Bind(type, [this, name = std::string(name)](wxListEvent& event) {
+                Hear(event, name + std::to_string(event.GetIndex()));
+            });
+        for (auto const& [type, name] :
+             {std::pair(wxEVT_LIST_COL_CLICK, "click"), std::pair(wxEVT_LIST_COL_RIGHT_CLICK, "head menu"),
+              std::pair(wxEVT_LIST_COL_END_DRAG, "drag")})
+            parent->Bind(type, [this, name = std::string(name)](wxListEvent& event) {
+                Hear(event, name + " " + std::to_string(event.GetColumn()));
+            });
+    }
+
+    // The rows' names are their numbers in words, of no account here.
+    void Fill(int rows) {
+        names.clear();
+        for (int i = 0; i < rows; ++i)
+            names.push_back(corekit::SFormat("row %03d", i));
+        Clear();
+        Insert(0, names.size(), true);
+    }
+
+    corekit::String GetDisplayText(int row, int column) override {
+        EXPECT_EQ(row, m_prepared) << "a row is prepared before it is asked for";
+        if (column == 0)
+            return names.at(static_cast<size_t>(row));
+        return column == 1 ? corekit::String::From(row) : corekit::String("A note that is longer than its column is");
+    }
+    void PrepareToDraw(int row) override {
+        EXPECT_LT(row, static_cast<int>(names.size()));
+        m_prepared = row;
+    }
+    void CleanupAfterDraw(int) override { m_prepared = -1; }
+
+    // What was heard since the last call, in order.
+    std::string Take() { return std::exchange(m_heard, {}); }
+    std::string Selected() {
+        std::string text;
+        for (int const row : GetSelection())
+            text += (text.empty() ? "" : " ") + std::to_string(row);
+        return text;
+    }
+
+    std::vector<corekit::String> names;
+    std::function<void()> onEvent;
+
+private:
+    void Hear(wxListEvent& event, std::string const& what) {
+        EXPECT_EQ(event.GetId(), 77);
+        EXPECT_EQ(event.GetEventObject(), this);
+        m_heard += (m_heard.empty() ? "" : " ") + what;
+        if (onEvent)
+            onEvent();
+    }
+
+    std::string m_heard;
+    int m_prepared = -1;
+};
+
+class SampleListTest : public WindowTest {
+protected:
+    explicit SampleListTest(long style = 0) : list(new SampleList(&Frame(), style)) {
+        list->Fill(300);
+        Show(list);
+        Settle();
+    }
+
+    // Until everything that waits is done and drawn.
+    void Settle() {
+        Pump();
+        list->Update();
+        Pump();
+    }
+    wxPoint OnScreen(wxPoint const& point) { return list->ClientToScreen(point); }
+    wxPoint InCell(int row, int column = 0) {
+        wxRect const cell = list->GetCellRect(row, column);
+        return OnScreen(wxPoint(cell.x + 12, cell.y + cell.height / 2));
+    }
+    void MoveTo(wxPoint const& screen) {
+        EXPECT_TRUE(mouse.MouseMove(screen));
+        EXPECT_TRUE(PumpUntil([&] { return wxGetMousePosition() == screen; }));
+        Settle();
+    }
+    void Click(wxPoint const& screen) {
+        MoveTo(screen);
+        mouse.MouseClick();
+        Settle();
+    }
+    void ClickWith(wxKeyCode key, wxPoint const& screen) {
+        MoveTo(screen);
+        mouse.KeyDown(key);
+        Settle();
+        mouse.MouseClick();
+        Settle();
+        mouse.KeyUp(key);
+        Settle();
+    }
+    void Drag(wxPoint const& from, wxPoint const& to) {
+        MoveTo(from);
+        mouse.MouseDown();
+        Settle();
+        MoveTo((from + to) / 2);
+        MoveTo(to);
+        mouse.MouseUp();
+        Settle();
+    }
+    void Key(int key, int modifiers = wxMOD_NONE) {
+        mouse.Char(key, modifiers);
+        Settle();
+    }
+
+    wxUIActionSimulator mouse;
+    SampleList* const list;
+};
