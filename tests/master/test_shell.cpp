@@ -112,6 +112,7 @@ protected:
         options.key = m_key;
         options.machineDir = Path(String(m_folder.string()));
         options.machine = UID::FromName("master");
+        options.logFolder = options.machineDir;
         options.machineName = "master";
         options.stateFile = StateFile();
         options.products.push_back(m_command);
@@ -297,4 +298,73 @@ TEST_F(ShellTest, TheStateIsWrittenWhenAskedForAndNeverHalf) {
     corekit::FileLayer::s_Layer = former;
     EXPECT_EQ(File::Read(StateFile()).Str(), text);
     EXPECT_FALSE(Path(StateFile() + ".new").Exists());
+}
+
+namespace {
+
+// What comes for a request of a log; `error` is the last piece's.
+String Download(Listener& client, UID const& log, String& error) {
+    auto ask = GetOutputMsg::New();
+    ask->request = UID(true);
+    ask->work = log;
+    client.Send(ask);
+    String text;
+    for (bool more = true; more;) {
+        auto const piece =
+            client.Expect<OutputDataMsg>([&](OutputDataMsg const& told) { return told.request == ask->request; });
+        if (!piece)
+            return {};
+        EXPECT_EQ(piece->error.empty() ? piece->offset : int64_t(text.size()), int64_t(text.size()));
+        text += piece->data;
+        error = piece->error;
+        more = !piece->end;
+    }
+    return text;
+}
+
+} // namespace
+
+TEST_F(ShellTest, ItsLogsAreGivenAway) {
+    Listener client(m_key, m_shell->Port());
+    auto const info = client.Expect<MasterInfoMsg>();
+    ASSERT_TRUE(info && !info->historyLog.IsNull() && !info->dispatchLog.IsNull());
+    ASSERT_TRUE(client.Expect<LoadedMsg>());
+    String error;
+    EXPECT_TRUE(Download(client, info->historyLog, error).empty());
+    EXPECT_TRUE(error.Contains("History.log")) << "there is none yet: " << error;
+    // Many pieces, and more than a peer's queue takes.
+    String history;
+    for (int line = 0; line < 40'000; ++line)
+        history += SFormat("line %d of the history\n", line);
+    File::WriteWhole(Path(m_folder / "History.log"), history);
+    EXPECT_TRUE(Download(client, info->historyLog, error) == history);
+    EXPECT_EQ(error, "");
+}
+
+TEST_F(ShellTest, TheDispatchLogTellsWhatIsGivenAndBeginsAnew) {
+    Listener client(m_key, m_shell->Port());
+    auto const info = client.Expect<MasterInfoMsg>();
+    ASSERT_TRUE(info && client.Expect<LoadedMsg>());
+    auto const job = NewJob("waits for an Engine");
+    client.Send(JobMsg::Create(job));
+    String error;
+    // Made on demand while nothing is logged.
+    String const onDemand = Download(client, info->dispatchLog, error);
+    EXPECT_TRUE(onDemand.Contains("waits for an Engine: 5 frames queued, may be distributed")) << onDemand;
+    auto begin = SetMasterOptionsMsg::New();
+    begin->section = o_Distribution;
+    begin->options[o_LogDispatch] = "Yes";
+    client.Send(begin);
+    size_t const first = Download(client, info->dispatchLog, error).size();
+    client.Send(begin);
+    EXPECT_LE(Download(client, info->dispatchLog, error).size(), first + 16) << "the former one is gone";
+}
+
+TEST_F(ShellTest, AShutdownReachesEverybody) {
+    Listener asks(m_key, m_shell->Port());
+    Listener other(m_key, m_shell->Port());
+    ASSERT_TRUE(asks.Expect<LoadedMsg>() && other.Expect<LoadedMsg>());
+    asks.Send(ShutdownMsg::New());
+    EXPECT_TRUE(asks.Expect<ShutdownMsg>());
+    EXPECT_TRUE(other.Expect<ShutdownMsg>());
 }

@@ -1,6 +1,7 @@
 #include "master/core/distributor.h"
 
 #include "master/core/conditions.h"
+#include "master/core/reporter.h"
 #include "master/core/runs.h"
 
 #include <algorithm>
@@ -94,7 +95,10 @@ bool Distributor::GiveOne(JobEntry& job, EngineEntry& engine) {
         job.queue.Take(PacketSizeOf(m_farm, job), even, AllowedPositions(m_farm, job, bound ? &engine : nullptr));
     if (packet.empty())
         return false;
-    m_farm.runActions->Give(job, engine, std::move(packet));
+    Run const& run = m_farm.runActions->Give(job, engine, std::move(packet));
+    if (m_farm.policy.logDispatch)
+        m_farm.out.LogDispatch(m_farm.now.Format() + "  " + job.job->Name() + ": " + run.subRange + " to " +
+                               engine.engine->Name());
     Refresh(job);
     Refresh(engine);
     return true;
@@ -236,6 +240,8 @@ void Distributor::CheckTimes() {
     // another Engine's unit has freed.
     m_lastRound = m_farm.now;
     m_serveAll = true;
+    if (m_farm.policy.logDispatch)
+        m_farm.out.LogDispatch(m_farm.reporter->Round());
 }
 
 Time Distributor::NextTime() const {

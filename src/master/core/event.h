@@ -66,8 +66,14 @@ struct LogLine {
 struct DumpState {
     std::shared_ptr<StateSnapshot const> snapshot;
 };
+/// A piece of the log of the distribution.
+struct DispatchText {
+    String text;
+    bool begin = false; ///< of a new log
+};
 /// The Master is to end.
 struct StopProgram {};
-using Effect = std::variant<SendTo, SendAll, ClosePeer, Record, LoadReady, LogLine, DumpState, StopProgram>;
+using Effect =
+    std::variant<SendTo, SendAll, ClosePeer, Record, LoadReady, LogLine, DumpState, DispatchText, StopProgram>;
 
 } // namespace farm

@@ -23,6 +23,8 @@ struct CoreConfig {
     unsigned version = k_VorlanVersion;
     Time releaseDate;
     Time startTime;
+    UID historyLog; ///< the ids under which the Master's logs are given away
+    UID dispatchLog;
     std::vector<boost::shared_ptr<Product const>> products; ///< those that came with the program
 };
 

@@ -21,6 +21,7 @@ public:
     void Refuse(PeerId peer, UID const& id, String const& reason);
     void TellLoadReady(PeerId peer) { Add(LoadReady{peer}); }
     void Dump(std::shared_ptr<StateSnapshot const> snapshot) { Add(DumpState{std::move(snapshot)}); }
+    void LogDispatch(String text, bool begin = false) { Add(DispatchText{std::move(text), begin}); }
     void Stop() { Add(StopProgram{}); }
 
     /// Whether a message of this kind would reach anybody.

@@ -97,6 +97,7 @@ Policy Policy::Read(OptionMap const& d) {
     p.dynamicPackets = ReadBool(d, o_AllowDynamicPackSize, o_AllowDynamicPackSizeDefault);
     p.wholeSystem = ReadBool(d, o_UseWholeSystem, o_UseWholeSystemDefault);
     p.resetCreation = ReadBool(d, o_ResetCreationTime, o_ResetCreationTimeDefault);
+    p.logDispatch = ReadBool(d, o_LogDispatch, o_LogDispatchDefault);
     p.resetFailuresOnDelete = ReadBool(d, o_AllowJobFailureDeleteReset, o_AllowJobFailureDeleteResetDefault);
     p.globalBoost = ReadInt(d, o_GlobalPriorityBoost, o_GlobalPriorityBoostDefault);
     p.startTimeout = ReadSpan(d, o_StartWorkTimeout, o_StartWorkTimeoutDefault);

@@ -40,6 +40,7 @@ struct Policy {
     bool wholeSystem = true;
     bool resetCreation = false;
     bool resetFailuresOnDelete = true;
+    bool logDispatch = false;
     int globalBoost = 0;
     Time startTimeout;
     Time lostTimeout;

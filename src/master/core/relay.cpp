@@ -86,8 +86,8 @@ void Relay::OnStopPrograms(PeerId peer, boost::shared_ptr<StopVorlanOnNodeMsg> c
 
 void Relay::OnShutdown() {
     auto const message = ShutdownMsg::New();
-    for (auto const& [number, engine] : m_farm.engines)
-        m_farm.out.To(engine->peer, message);
+    for (auto const& [id, peer] : m_farm.peers.All())
+        m_farm.out.To(id, message);
     m_farm.out.Log(LogLevel::System, "Shut down on request");
     m_farm.out.Stop();
 }

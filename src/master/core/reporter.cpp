@@ -12,6 +12,7 @@ namespace farm {
 namespace {
 
 constexpr size_t k_MaxLines = 5000;
+constexpr size_t k_MaxRoundLines = 200;
 
 String Heading(String const& what, String const& name, Time now) {
     return what + " \"" + name + "\", " + now.Format() + k_NL + k_NL;
@@ -146,6 +147,25 @@ String Reporter::State() const {
                    m_farm.jobs.size(), m_farm.waiting.Size(), static_cast<unsigned long long>(queued),
                    m_farm.runs.size(), m_farm.engines.size(), online, m_farm.freeEngines.size(),
                    m_farm.peers.All().size());
+}
+
+String Reporter::Round() const {
+    String text = m_farm.now.Format() + "  Round: " + State();
+    size_t lines = 0;
+    for (auto const& [number, job] : m_farm.jobs) {
+        if (job->settings.IsFinished() || job->queue.Count() == 0)
+            continue;
+        if (++lines > k_MaxRoundLines)
+            return text + k_NL + "    ... and more Jobs";
+        text += k_NL + String("    ") + job->job->Name() +
+                SFormat(": %llu frames queued, ", static_cast<unsigned long long>(job->queue.Count()));
+        String why;
+        auto const refusal = std::find_if(Conditions().begin(), Conditions().end(), [&](Condition const& condition) {
+            return condition.about == Condition::About::Job && !condition.allows({m_farm, *job, nullptr}, &why);
+        });
+        text += refusal == Conditions().end() ? String("may be distributed") : "held back: " + why;
+    }
+    return text;
 }
 
 } // namespace farm

@@ -21,6 +21,9 @@ public:
     String EngineDispatch(EngineEntry const& engine) const;
     /// Counts of everything, for the log.
     String State() const;
+    /// For the log of the distribution: the counts, and for each Job that has frames to
+    /// give whether it may be distributed.
+    String Round() const;
 
 private:
     void Send(PeerId peer, String const& report);

@@ -3,6 +3,7 @@
 #include "master/core/distributor.h"
 #include "master/core/engines.h"
 #include "master/core/jobs.h"
+#include "master/core/reporter.h"
 #include "master/core/rows.h"
 #include "master/core/runs.h"
 
@@ -70,6 +71,9 @@ void Settings::OnOptions(PeerId peer, SetMasterOptionsMsg const& message) {
     m_farm.out.Put(RecordKind::Option, section.number, message.section, WriteRow(section.options));
     m_farm.out.ToFollowers(SectionMessage(message.section));
     ReadSection(message.section);
+    if (message.section.CompareNoCase(o_Distribution) == 0 &&
+        message.options.contains(std::string_view(o_LogDispatch)) && m_farm.policy.logDispatch)
+        m_farm.out.LogDispatch(m_farm.reporter->Round(), true);
     if (message.section.CompareNoCase(o_Setup) == 0) {
         auto const info = InfoMessage();
         for (auto const& [id, other] : m_farm.peers.All())
@@ -260,6 +264,8 @@ MessagePtr Settings::InfoMessage() const {
     message->startTime = m_farm.config.startTime;
     message->message = OptionOf(o_Setup, o_Message);
     message->administrate = static_cast<unsigned>(OptionOf(o_Setup, o_Administrate).Uint());
+    message->historyLog = m_farm.config.historyLog;
+    message->dispatchLog = m_farm.config.dispatchLog;
     message->idleTimeout = static_cast<int>(OptionOf(o_Setup, o_IdleTimeout).Int());
     return message;
 }

@@ -67,6 +67,7 @@ bool MasterApp::Startup(CommandLine& commandLine) {
     options.products = LoadProducts();
     options.releaseDate = DateOf(vorlan::k_VorlanReleaseDate);
     options.stateFile = folder / "State.jsonl";
+    options.logFolder = folder;
     options.answerMulticast = std::getenv("VORLAN_HOME") == nullptr;
     auto shell = std::make_unique<Shell>(std::move(options), OpenStore(commandLine));
     shell->Start();

@@ -1,5 +1,7 @@
 #include "master/net/shell.h"
 
+#include "master/core/reporter.h"
+
 #include <corekit/log.h>
 #include <corekit/sformat.h>
 #include <vorlan/messages.h>
@@ -35,7 +37,10 @@ constexpr std::chrono::milliseconds k_LongestStorePause{5000};
 } // namespace
 
 Shell::Shell(Options options, std::unique_ptr<Store> store)
-    : m_options(std::move(options)), m_store(std::move(store)), m_startTime(Time::CurrentTime()) {
+    : m_options(std::move(options)),
+      m_store(std::move(store)),
+      m_startTime(Time::CurrentTime()),
+      m_logs(m_options.logFolder) {
     if (m_options.seed == 0) {
         UID const fresh(true);
         std::memcpy(&m_options.seed, fresh.Bytes(), sizeof m_options.seed);
@@ -60,6 +65,8 @@ std::unique_ptr<Core> Shell::RestoredCore() {
     config.releaseDate = m_options.releaseDate;
     config.startTime = m_startTime;
     config.products = m_options.products;
+    config.historyLog = m_logs.History();
+    config.dispatchLog = m_logs.Dispatch();
     auto core = std::make_unique<Core>(std::move(config));
     size_t lost = 0;
     m_store->LoadAll([&](Record const& record) {
@@ -146,7 +153,7 @@ std::chrono::steady_clock::time_point Shell::NextTurn() const {
     if (m_feedsOn) {
         return now;
     }
-    if (!m_loading.empty()) {
+    if (!m_loading.empty() || m_logs.IsFeeding()) {
         return now + std::chrono::milliseconds(20);
     }
     Time const deadline = m_core->NextDeadline();
@@ -161,6 +168,7 @@ void Shell::Run() {
     while (!m_stopping && !m_inbox.IsClosed()) {
         Turn(m_inbox.Take(k_EventsPerTurn, NextTurn()));
         FeedLoads();
+        m_logs.Feed(ToPeer());
         TellLog();
     }
 }
@@ -169,7 +177,8 @@ void Shell::Turn(std::deque<Incoming> events) {
     Time const now = Time::CurrentTime();
     std::vector<Effect> effects;
     for (Incoming const& incoming : events) {
-        if (auto const* event = std::get_if<Event>(&incoming)) {
+        auto const* event = std::get_if<Event>(&incoming);
+        if (event && !TakesLogRequest(*event)) {
             m_core->Handle(now, *event, effects);
         }
     }
@@ -277,6 +286,8 @@ void Shell::Perform(std::vector<Effect> const& effects) {
             if (m_stateWriter) {
                 m_stateWriter->Write(dump->snapshot);
             }
+        } else if (auto const* text = std::get_if<DispatchText>(&effect)) {
+            m_logs.Write(*text);
         } else if (std::holds_alternative<StopProgram>(effect)) {
             m_stopping = true;
         }
@@ -309,6 +320,44 @@ void Shell::FeedLoads() {
         }
         peer = more ? std::next(peer) : m_loading.erase(peer);
     }
+}
+
+MasterLogs::Send Shell::ToPeer() const {
+    return [this](PeerId peer, MessagePtr const& message) {
+        ConnectionPtr const connection = Find(peer);
+        if (connection) {
+            connection->Send(message, net::Traffic::Load);
+        }
+        return connection && connection->QueuedBytes() < k_LoadQueue;
+    };
+}
+
+/// The logs are files, which the Core knows nothing of.
+bool Shell::TakesLogRequest(Event const& event) {
+    if (auto const* gone = std::get_if<PeerGone>(&event)) {
+        m_logs.PeerGone(gone->peer);
+        return false;
+    }
+    auto const* told = std::get_if<PeerMessage>(&event);
+    if (!told) {
+        return false;
+    }
+    if (told->message->Type() == vorlan::CloseOutputMsg::s_Type) {
+        return m_logs.Close(told->peer, static_cast<vorlan::CloseOutputMsg const&>(*told->message).request);
+    }
+    if (told->message->Type() != vorlan::GetOutputMsg::s_Type) {
+        return false;
+    }
+    auto const& wanted = static_cast<vorlan::GetOutputMsg const&>(*told->message);
+    if (!m_logs.Serves(wanted.work)) {
+        return false;
+    }
+    // The latest state stands at the end of it, also while nothing else is logged.
+    if (wanted.work == m_logs.Dispatch()) {
+        m_logs.Write({m_core->State().reporter->Round()});
+    }
+    m_logs.Begin(told->peer, wanted, ToPeer());
+    return true;
 }
 
 void Shell::TellLog() {

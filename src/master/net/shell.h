@@ -3,6 +3,7 @@
 
 #include "master/core/core.h"
 #include "master/net/inbox.h"
+#include "master/net/masterlogs.h"
 #include "master/net/statewriter.h"
 #include "master/store/store.h"
 
@@ -39,6 +40,7 @@ public:
         String machineName;
         std::vector<boost::shared_ptr<vorlan::Product const>> products;
         Time releaseDate;
+        corekit::Path logFolder;      ///< of History.log and Dispatch.log; empty: nobody is given them
         uint64_t seed = 0;            ///< 0: a fresh one
         corekit::Path stateFile;      ///< where the state is written when it is asked for; empty: nowhere
         bool answerMulticast = false; ///< tell those who look for a Master in the local network
@@ -69,6 +71,8 @@ private:
     void Perform(std::vector<Effect> const& effects);
     void Send(SendAll const& effect);
     void FeedLoads();
+    bool TakesLogRequest(Event const& event);
+    MasterLogs::Send ToPeer() const;
     void TellLog();
     void WaitForStore();
     std::chrono::steady_clock::time_point NextTurn() const;
@@ -96,6 +100,7 @@ private:
     std::unique_ptr<Core> m_core;
     std::unique_ptr<StateWriter> m_stateWriter; ///< null: none is wanted
     std::vector<Record> m_records;
+    MasterLogs m_logs;
     std::set<PeerId> m_loading;
     bool m_feedsOn = false; ///< a peer has room for the next piece of its load now
     bool m_stopping = false;
