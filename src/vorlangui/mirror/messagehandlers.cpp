@@ -2,9 +2,8 @@
 // the message thread.
 #include "mirror.h"
 #include "model/enginelist.h"
-#include "model/enginewatcher.h"
+#include "model/history.h"
 #include "model/joblist.h"
-#include "model/jobwatcher.h"
 #include "model/worklist.h"
 #include "outside.h"
 
@@ -54,10 +53,9 @@ void Mirror::OnJobHistoryMsg(boost::shared_ptr<JobHistoryMsg> const& message) {
         return;
     LogStatus("Received full history for Job:  {" + message->job.ToString() + "}  " +
               (info->job ? info->job->Name() : String()));
-    RWLock::Writer const writer(info->lock);
-    // The old one leaves with the message.
-    info->history.Swap(message->history);
-    JobWatcher::UpdateJob(message->job);
+    info->SwapHistory(message->history);
+    // The old one is as long as the new one, and this thread has more to do.
+    DeleteHistory const doomed(message->history);
 }
 
 void Mirror::OnEngineMsg(boost::shared_ptr<EngineMsg> const& message) {
@@ -68,7 +66,10 @@ void Mirror::OnEngineMsg(boost::shared_ptr<EngineMsg> const& message) {
 void Mirror::OnRemoveEngineMsg(boost::shared_ptr<RemoveEngineMsg> const& message) {
     CALL_ENTRY();
     EngineList::Get().RemoveEngine(message->engine);
-    WorkList::Get().RemoveEngine(message->engine);
+    for (UID const& job : WorkList::Get().RemoveEngine(message->engine)) {
+        NoteWorkEnded(job);
+        JobList::Get().RefreshJob(job);
+    }
 }
 
 void Mirror::OnEngineOptionsMsg(boost::shared_ptr<EngineOptionsMsg> const& message) {

@@ -126,6 +126,9 @@ private:
     };
     void TakeWork(boost::shared_ptr<Job> const& work, UID const& engine, TakenWork const& kind);
 
+    // A unit of the Job is gone: it may have been the last one.
+    static void NoteWorkEnded(UID const& job);
+
     static std::atomic<Mirror*> s_instance;
 
     MasterSettings m_master;

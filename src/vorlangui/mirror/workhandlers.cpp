@@ -1,7 +1,6 @@
 // What the messages about work units do to the lists. All on the message thread.
 #include "mirror.h"
 #include "model/enginelist.h"
-#include "model/enginewatcher.h"
 #include "model/joblist.h"
 #include "model/jobwatcher.h"
 #include "model/worklist.h"
@@ -58,12 +57,16 @@ void Mirror::OnFinishedWorkMsg(boost::shared_ptr<FinishedWorkMsg> const& message
         if (work->IsFailed())
             Failures::Add(*work, engineID);
     }
-    if (WorkList::Get().GetJobCurrentCount(jobID) == 0) {
-        if (boost::shared_ptr<JobInfo> const info = Jobs::FindJobInfo(jobID))
-            info->active.store(false, std::memory_order_relaxed);
-    }
+    NoteWorkEnded(jobID);
     JobList::Get().RefreshJob(jobID);
     EngineList::Get().RefreshEngine(engineID);
+}
+
+void Mirror::NoteWorkEnded(UID const& job) {
+    if (WorkList::Get().GetJobCurrentCount(job) != 0)
+        return;
+    if (boost::shared_ptr<JobInfo> const info = Jobs::FindJobInfo(job))
+        info->active.store(false, std::memory_order_relaxed);
 }
 
 void Mirror::OnWorkParameterChangedMsg(boost::shared_ptr<WorkParameterChangedMsg> const& message) {
@@ -79,7 +82,7 @@ void Mirror::OnJobHistoryElementMsg(boost::shared_ptr<WorkHistoryElementMsg> con
     boost::shared_ptr<JobInfo> const info = unit ? unit->job : Jobs::FindJobInfo(element.job);
     if (!info || !info->job) {
         LogWarning(String("Received history element for unknown Job!") + k_NL +
-                   "\tWork ID:  " + element.work.ToString() + "  Job ID: " + element.job.ToString() +
+                   "\tWork ID: " + element.work.ToString() + "  Job ID: " + element.job.ToString() +
                    "  Engine: " + element.engine.ToString());
         return;
     }

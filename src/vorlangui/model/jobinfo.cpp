@@ -1,6 +1,7 @@
 #include "jobinfo.h"
 
 #include "history.h"
+#include "jobwatcher.h"
 #include "mirror/mirror.h"
 #include "mirror/outside.h"
 #include "worklist.h"
@@ -23,10 +24,10 @@ String JobInfo::WaitForString() const {
 String JobInfo::Pool() const { return job ? PoolName(job->Pool()) : String(); }
 
 int JobInfo::StatusClass() const {
-    if (active.load(std::memory_order_relaxed))
-        return 2;
     if (!job)
         return 0;
+    if (active.load(std::memory_order_relaxed))
+        return 2;
     if (job->IsFinished())
         return 3;
     return job->IsPaused() ? 1 : 0;
@@ -55,6 +56,10 @@ String JobInfo::Status() const {
     }
 }
 
+namespace {
+int64_t ExpiryFromNow() { return Time::CurrentTime().Milliseconds() + JobInfo::k_HistoryMs; }
+} // namespace
+
 String JobInfo::HistoryName() const {
     return job ? " history for Job:  {" + job->id.ToString() + "}  " + job->Name() : String(" no job???");
 }
@@ -67,11 +72,12 @@ void JobInfo::RequestHistory(bool hold) {
     }
     if (hold) {
         LogInfo("Locking" + HistoryName());
-        m_historyLocked.store(true, std::memory_order_relaxed);
+        m_historyLocked.store(true, std::memory_order_release);
     }
-    HistoryTimer::Get().Add(job->id);
-    int64_t const expires = Time::CurrentTime().Milliseconds() + k_HistoryMs;
-    if (m_historyExpires.exchange(expires, std::memory_order_acq_rel) != 0)
+    // The time first: the timer orders by it.
+    bool const isThere = m_historyExpires.exchange(ExpiryFromNow(), std::memory_order_acq_rel) != 0;
+    HistoryTimer::Get().Keep(*this);
+    if (isThere)
         return;
     LogInfo("Requesting" + HistoryName());
     auto request = GetJobInfoMsg::New();
@@ -81,21 +87,46 @@ void JobInfo::RequestHistory(bool hold) {
 }
 
 void JobInfo::UnlockHistory() {
+    CALL_ENTRY();
     LogInfo("Unlocked" + HistoryName());
-    m_historyLocked.store(false, std::memory_order_relaxed);
-    m_historyExpires.store(Time::CurrentTime().Milliseconds() + k_HistoryMs, std::memory_order_release);
+    m_historyExpires.store(ExpiryFromNow(), std::memory_order_release);
+    m_historyLocked.store(false, std::memory_order_release);
+    if (job)
+        HistoryTimer::Get().Keep(*this);
 }
 
-bool JobInfo::CheckHistory() {
-    bool const over = !job || job->IsFinished();
-    int64_t const expires = m_historyExpires.load(std::memory_order_acquire);
-    if (!over || IsHistoryHeld() || expires >= Time::CurrentTime().Milliseconds())
+void JobInfo::SwapHistory(JobHistory& other) {
+    {
+        RWLock::Writer const writer(lock);
+        history.Swap(other);
+        if (job)
+            JobWatcher::UpdateJob(job->id);
+    }
+    int64_t none = 0;
+    if (job && m_historyExpires.compare_exchange_strong(none, ExpiryFromNow(), std::memory_order_acq_rel))
+        HistoryTimer::Get().Keep(*this);
+}
+
+bool JobInfo::CheckHistory(Time now) {
+    int64_t expires = m_historyExpires.load(std::memory_order_acquire);
+    if (!MayHistoryGo() || Time(expires) >= now)
+        return false;
+    // Somebody who wants it at this moment wins.
+    if (!m_historyExpires.compare_exchange_strong(expires, 0, std::memory_order_acq_rel))
         return false;
     LogInfo("Deleting" + HistoryName());
-    m_historyExpires.store(0, std::memory_order_release);
-    RWLock::Writer const writer(lock);
-    DeleteHistory const doomed(history);
+    DropHistory();
     return true;
+}
+
+void JobInfo::DropHistory() {
+    JobHistory taken;
+    {
+        RWLock::Writer const writer(lock);
+        taken.Swap(history);
+        elementWork.clear();
+    }
+    DeleteHistory const doomed(taken);
 }
 
 } // namespace vorlan

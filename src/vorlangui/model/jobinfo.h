@@ -23,14 +23,19 @@ public:
     boost::shared_ptr<Job> job;
     // Guarded by lock.
     JobHistory history;
-    // The client knows of work of this Job.
+    // The client knows of work of this Job. Set on the message thread.
     std::atomic<bool> active{false};
+    // Counts what a row of the Job may show differently; see CountChange.
+    std::atomic<uint32_t> changes{0};
     mutable RWLock lock{LockRank::JobInfo};
     // Work that has come as history elements. Guarded by lock.
     corekit::set<UID> elementWork;
 
     // How long a history stays in memory after the last one that wanted it.
     static constexpr int64_t k_HistoryMs = 30'000;
+
+    // Something that a row of the Job shows has changed. After the change itself.
+    void CountChange() { changes.fetch_add(1, std::memory_order_release); }
 
     String Summary() const;
     // "Waiting for 2 jobs".
@@ -45,12 +50,20 @@ public:
     // not there. `hold`: until UnlockHistory.
     void RequestHistory(bool hold);
     void UnlockHistory();
-    // Drops the history of a finished Job when its time is over. True: it is gone.
-    bool CheckHistory();
+    // Drops the history of a finished Job when its time is over before `now`. True: it is
+    // gone.
+    bool CheckHistory(Time now);
+    // Puts a whole one in the place of what there is; `other` gets that. It stays in
+    // memory for a while also when nobody has asked for it.
+    void SwapHistory(JobHistory& other);
+    // Frees what there is, whoever wants it.
+    void DropHistory();
 
-    bool IsHistoryHeld() const { return m_historyLocked.load(std::memory_order_relaxed); }
+    // Nothing but its time keeps the history: the Job is over and no display holds it.
+    bool MayHistoryGo() const { return !IsHistoryHeld() && (!job || job->IsFinished()); }
+    bool IsHistoryHeld() const { return m_historyLocked.load(std::memory_order_acquire); }
     // When the history may go; zero: there is none.
-    Time HistoryExpires() const { return Time(m_historyExpires.load(std::memory_order_relaxed)); }
+    Time HistoryExpires() const { return Time(m_historyExpires.load(std::memory_order_acquire)); }
 
 private:
     String HistoryName() const;

@@ -7,7 +7,13 @@
 #include <boost/make_shared.hpp>
 #include <corekit/callentry.h>
 #include <corekit/log.h>
+#include <corekit/threadpool.h>
 #include <vorlan/events.h>
+#include <vorlan/keys.h>
+
+#include <array>
+#include <memory>
+#include <utility>
 
 namespace vorlan {
 
@@ -77,12 +83,13 @@ void JobList::InsertJob(boost::shared_ptr<Job> const& job) {
         return;
     bool const isFinished = job->IsFinished();
     boost::shared_ptr<JobInfo> known;
+    boost::shared_ptr<JobInfo> replaced;
     {
         RWLock::Writer const writer(m_lock);
         boost::shared_ptr<JobInfo>& entry = (isFinished ? m_finished : m_active)[job->id];
         if (isFinished) {
             if (auto const former = m_active.find(job->id); former != m_active.end()) {
-                entry = former->second;
+                replaced = std::exchange(entry, former->second);
                 m_active.erase(former);
             }
         }
@@ -91,32 +98,61 @@ void JobList::InsertJob(boost::shared_ptr<Job> const& job) {
         if (!known)
             entry = boost::make_shared<JobInfo>(job);
     }
+    if (replaced)
+        replaced->DropHistory();
     if (!known) {
         LogDebug("Notified of new Job: " + job->Name());
         NewJobEvt(job).Trigger();
     } else {
-        if (known->job)
+        if (known->job) {
             known->job->UpdateFrom(*job, false);
+            known->CountChange();
+            StatusChanged(*known);
+        }
         LogDebug("Notified of change to existing Job: " + job->Name());
         JobUpdatedEvt(known->job).Trigger();
     }
-    RefreshJob(job->id);
+    TellChange(job->id);
+}
+
+void JobList::StatusChanged(JobInfo const& info) {
+    // A running Job's history has waited for this.
+    if (info.job->IsFinished())
+        HistoryTimer::Get().Wake(info);
 }
 
 bool JobList::UpdateJob(UID const& id, String const& name, String const& value) {
     CALL_ENTRY();
-    boost::shared_ptr<Job> const job = Jobs::GetJobA(id);
-    if (!job)
+    boost::shared_ptr<JobInfo> const info = Jobs::FindJobInfo(id);
+    if (!info || !info->job)
         return false;
-    if (job->SetParameter(name, value)) {
-        LogDebug("Notified of change to " + name + " of Job: " + job->Name());
-        JobUpdatedEvt(job).Trigger();
+    Job& job = *info->job;
+    if (job.SetParameter(name, value)) {
+        info->CountChange();
+        if (name.CompareNoCase(p_Status) == 0)
+            StatusChanged(*info);
+        LogDebug("Notified of change to " + name + " of Job: " + job.Name());
+        JobUpdatedEvt(info->job).Trigger();
     }
-    RefreshJob(id);
+    TellChange(id);
     return true;
 }
 
 void JobList::RefreshJob(UID const& id) {
+    if (boost::shared_ptr<JobInfo> const info = Jobs::FindJobInfo(id))
+        info->CountChange();
+    TellChange(id);
+}
+
+void JobList::Visit(std::function<void(UID const&, boost::shared_ptr<JobInfo> const&, uint8_t)> const& visitor) const {
+    RWLock::Reader const reader(m_lock);
+    for (auto const& [id, info] : m_active)
+        visitor(id, info, 0);
+    for (auto const& [id, info] : m_finished)
+        visitor(id, info, 1);
+}
+
+void JobList::TellChange(UID const& id) {
     Mirror::Tell(StatusFlag::Jobs);
     m_lists.SetAllDirty();
     JobWatcher::UpdateJob(id);
@@ -124,46 +160,52 @@ void JobList::RefreshJob(UID const& id) {
 
 void JobList::RemoveJob(UID const& id) {
     CALL_ENTRY();
+    // A Job that came back stands in both maps; the newer one is told of.
     boost::shared_ptr<JobInfo> info;
+    boost::shared_ptr<JobInfo> former;
     {
         RWLock::Writer const writer(m_lock);
         for (Map* map : {&m_finished, &m_active}) {
             auto const found = map->find(id);
             if (found == map->end())
                 continue;
-            info = found->second;
+            former = std::exchange(info, found->second);
             map->erase(found);
         }
     }
     boost::shared_ptr<Job> const job = info ? info->job : nullptr;
     LogInfo("Removing Job: " + (job ? job->Name() : String("*** Unknown Job ***")));
     DeletingJobEvt(job).Trigger();
-    RefreshJob(id);
-    if (!info)
-        return;
-    RWLock::Writer const writer(info->lock);
-    DeleteHistory const doomed(info->history);
+    TellChange(id);
+    HistoryTimer::Get().Forget(id);
+    for (auto const& gone : {info, former}) {
+        if (gone)
+            gone->DropHistory();
+    }
 }
 
-void JobList::Clear() {
+void JobList::Empty(FreeOn where) {
     CALL_ENTRY();
-    Map active;
-    Map finished;
+    HistoryTimer::Get().ForgetAll();
+    auto const former = std::make_shared<std::array<Map, 2>>();
     {
         RWLock::Writer const writer(m_lock);
-        active.swap(m_active);
-        finished.swap(m_finished);
+        (*former)[0].swap(m_active);
+        (*former)[1].swap(m_finished);
     }
     Mirror::Tell(StatusFlag::Jobs);
     m_lists.Operate([](ListView& view) { view.OnListCleared(); });
-    for (Map const* map : {&active, &finished}) {
-        for (auto const& [id, info] : *map) {
-            if (!info)
-                continue;
-            RWLock::Writer const writer(info->lock);
-            DeleteHistory const doomed(info->history);
+    auto const free = [former] {
+        for (Map& map : *former) {
+            for (auto const& [id, info] : map) {
+                if (info)
+                    info->DropHistory();
+            }
+            map.clear();
         }
-    }
+    };
+    if (where == FreeOn::ThisThread || !ThreadPool::Queue(free))
+        free();
 }
 
 bool JobList::AnyJobSelected() {

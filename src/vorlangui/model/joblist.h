@@ -6,6 +6,7 @@
 #include <boost/pool/pool_alloc.hpp>
 #include <corekit/signal.h>
 
+#include <functional>
 #include <map>
 
 namespace vorlan {
@@ -41,7 +42,11 @@ public:
     void RemoveJob(UID const& id);
     // Something that a row of the Job shows has changed.
     void RefreshJob(UID const& id);
-    void Clear();
+    // A long list is freed on a thread of the pool.
+    void Clear() { Empty(FreeOn::Pool); }
+    // Every Job under the list's lock: its id, itself, and 0 for the unfinished ones, which
+    // come first, or 1; each in the order of the ids. `visitor` is quick.
+    void Visit(std::function<void(UID const&, boost::shared_ptr<JobInfo> const&, uint8_t)> const& visitor) const;
 
     // Some control has a selected row. GUI thread.
     bool AnyJobSelected();
@@ -57,8 +62,16 @@ private:
     using Node = std::pair<UID const, boost::shared_ptr<JobInfo>>;
     using Map = std::map<UID, boost::shared_ptr<JobInfo>, std::less<UID>, boost::fast_pool_allocator<Node>>;
 
+    // Where what was in the list is freed.
+    enum class FreeOn { ThisThread, Pool };
+
     JobList();
-    void OnCleanup() { Clear(); }
+    void OnCleanup() { Empty(FreeOn::ThisThread); }
+    void Empty(FreeOn where);
+    // Tells all who show the Job; its change has been counted.
+    void TellChange(UID const& id);
+    // The Job has another status than before.
+    static void StatusChanged(JobInfo const& info);
 
     mutable RWLock m_lock{LockRank::JobList};
     // Guarded by m_lock.

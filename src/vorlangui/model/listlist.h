@@ -4,6 +4,7 @@
 #include <corekit/callentry.h>
 #include <corekit/commonmutex.h>
 #include <corekit/containers.h>
+#include <corekit/uid.h>
 #include <vorlan/fwd.h>
 
 #include <algorithm>
@@ -28,9 +29,11 @@ public:
     // The list has been emptied.
     virtual void OnListCleared() = 0;
     virtual bool HasSelection() const { return false; }
+    // A copy; those whose rows are gone are left out.
+    virtual corekit::set<UID> GetSelectedIDs() const { return {}; }
 
 private:
-    std::atomic<unsigned char> m_dirty{1};
+    std::atomic<unsigned char> m_dirty{0};
 };
 
 // _ListList is the list of all live controls of one kind. It owns nothing.
@@ -55,8 +58,11 @@ public:
     Functor Operate(Functor functor) {
         CALL_ENTRY_NAMED("_ListList::Operate");
         corekit::vector<Control*> const controls = m_controls;
-        for (Control* control : controls)
-            functor(*control);
+        for (Control* control : controls) {
+            // Gone meanwhile, by what the functor did to another one.
+            if (std::ranges::find(m_controls, control) != m_controls.end())
+                functor(*control);
+        }
         return functor;
     }
 

@@ -148,12 +148,18 @@ void WorkList::RemoveJob(UID const& job) {
     Changed();
 }
 
-void WorkList::RemoveEngine(UID const& engine) {
+corekit::set<UID> WorkList::RemoveEngine(UID const& engine) {
+    corekit::set<UID> jobs;
     {
         RWLock::Writer const writer(m_lock);
-        m_index->all.get<ByEngine>().erase(engine);
+        auto& index = m_index->all.get<ByEngine>();
+        auto const [first, last] = index.equal_range(engine);
+        for (auto unit = first; unit != last; ++unit)
+            jobs.insert((*unit)->work->parentID);
+        index.erase(first, last);
     }
     Changed();
+    return jobs;
 }
 
 void WorkList::Clear() {
@@ -190,6 +196,12 @@ size_t WorkList::GetEngineCurrentCount(UID const& engine) const {
     return CountOf(m_index->all.get<ByEngine>(), engine);
 }
 
+corekit::vector<WorkPtr> WorkList::GetAllWork() const {
+    RWLock::Reader const reader(m_lock);
+    auto const& index = m_index->all.get<ByWork>();
+    return corekit::vector<WorkPtr>(index.begin(), index.end());
+}
+
 corekit::vector<WorkPtr> WorkList::GetAllWorkForJob(UID const& job) const {
     RWLock::Reader const reader(m_lock);
     return AllOf(m_index->all.get<ByJob>(), job);
@@ -213,21 +225,25 @@ corekit::vector<UID> WorkList::WorkUnderPriority(int priority) const {
 void WorkList::OnJobMsg(boost::shared_ptr<JobMsg> const& message) {
     if (!message->job)
         return;
-    for (WorkPtr const& info : GetAllWorkForJob(message->job->id)) {
+    // The units stay where they stand: nothing that orders them changes.
+    auto const units = GetAllWorkForJob(message->job->id);
+    for (WorkPtr const& info : units)
         info->work->UpdateFromParent(*message->job);
-        InsertWork(info);
-    }
+    if (!units.empty())
+        Changed();
 }
 
 void WorkList::OnJobParameterMsg(boost::shared_ptr<JobParameterMsg> const& message) {
+    bool any = false;
     for (WorkPtr const& info : GetAllWorkForJob(message->job)) {
         auto const parameter = JobFactory::s_JobFactory->GetTypeParameterInfo(info->work->Type(), message->name);
         // What each unit has for itself is not its Job's to change.
         if (!parameter || parameter->HasFlag(Parameter::f_NoParentUpdate))
             break;
-        info->work->SetParameter(message->name, message->value);
-        InsertWork(info);
+        any |= info->work->SetParameter(message->name, message->value);
     }
+    if (any)
+        Changed();
 }
 
 } // namespace vorlan

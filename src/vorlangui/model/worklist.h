@@ -44,7 +44,8 @@ public:
     void UpdateWork(UID const& work, String const& name, String const& value);
     // All units of a Job; all units on an Engine.
     void RemoveJob(UID const& job);
-    void RemoveEngine(UID const& engine);
+    // Gives the Jobs whose units those were.
+    corekit::set<UID> RemoveEngine(UID const& engine);
     void Clear();
     // Notes the start, when it is one. Gives what was found.
     boost::shared_ptr<WorkInfo> SetStartTime(UID const& work, bool isStart, Time const& time);
@@ -52,6 +53,8 @@ public:
     size_t Count() const;
     size_t GetJobCurrentCount(UID const& job) const;
     size_t GetEngineCurrentCount(UID const& engine) const;
+    // In the order of their ids.
+    corekit::vector<boost::shared_ptr<WorkInfo>> GetAllWork() const;
     corekit::vector<boost::shared_ptr<WorkInfo>> GetAllWorkForJob(UID const& job) const;
     corekit::vector<boost::shared_ptr<WorkInfo>> GetAllWorkForEngine(UID const& engine) const;
     // In the order of their ids.

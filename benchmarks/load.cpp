@@ -7,6 +7,7 @@
 #include "samplejob.h"
 
 #include "master/store/sqlstore.h"
+#include "vorlangui/mirror/mirror.h"
 #include "vorlangui/model/joblist.h"
 
 #include <vorlan/messenger.h>
@@ -64,20 +65,16 @@ double DecodeMs(std::vector<String> const& bodies) {
            });
 }
 
-/// Hands what the Messenger receives to the Job list, as the client does.
-class Mirror : public corekit::HasSlots<> {
+/// Hears the end of a load.
+class LoadEnd : public corekit::HasSlots<> {
 public:
-    Mirror() {
-        JobMsg::s_Signal.Connect(this, &Mirror::OnJob);
-        EndJobInfoMsg::s_Signal.Connect(this, &Mirror::OnEnd);
-    }
-    ~Mirror() override { DisconnectAll(); }
+    LoadEnd() { EndJobInfoMsg::s_Signal.Connect(this, &LoadEnd::OnEnd); }
+    ~LoadEnd() override { DisconnectAll(); }
 
     void Begin() { m_loaded = false; }
     bool Loaded() const { return m_loaded; }
 
 private:
-    void OnJob(boost::shared_ptr<JobMsg> const& message) { JobList::Get().InsertJob(message->job); }
     void OnEnd(boost::shared_ptr<EndJobInfoMsg> const&) { m_loaded = true; }
 
     std::atomic<bool> m_loaded{false};
@@ -140,15 +137,15 @@ void CheckList(std::vector<boost::shared_ptr<Job>> const& jobs) {
     }
 }
 
-double LoadMs(Mirror& mirror, Watch& watch, std::vector<boost::shared_ptr<Job>> const& jobs) {
+double LoadMs(LoadEnd& end, Watch& watch, std::vector<boost::shared_ptr<Job>> const& jobs) {
     JobList::Get().Clear();
     auto ask = GetJobInfoMsg::New();
     ask->AddAll();
     ask->wantJob = true;
-    mirror.Begin();
+    end.Begin();
     double const seconds = Seconds([&] {
         Messenger::Send(ask);
-        watch.Until([&] { return mirror.Loaded(); }, k_LoadMs);
+        watch.Until([&] { return end.Loaded(); }, k_LoadMs);
     });
     CheckList(jobs);
     return seconds * 1000;
@@ -165,6 +162,8 @@ int Measure(Benchmark& benchmark) {
     farm.StartMaster(k_MasterMs);
 
     Mirror mirror;
+    mirror.ConnectMessages();
+    LoadEnd end;
     Watch watch(jobs);
     Messenger::Start(MessengerOptions(net::PeerKind::Client, "bench"));
     if (!WaitUntil(&Messenger::IsConnected, k_StartMs))
@@ -175,7 +174,7 @@ int Measure(Benchmark& benchmark) {
 
     auto const bodies = BodiesOf(jobs);
     benchmark.Run(
-        k_Runs, [&] { return LoadMs(mirror, watch, jobs); }, [&] { return DecodeMs(bodies); });
+        k_Runs, [&] { return LoadMs(end, watch, jobs); }, [&] { return DecodeMs(bodies); });
     Messenger::Stop(false, true, false);
     JobList::Get().Clear();
     if (watch.LongestGapMs() > k_FreezeMs)
