@@ -1,0 +1,44 @@
+#include "background.h"
+
+#include "mainwindow.h"
+
+#include <corekit/exception.h>
+#include <corekit/log.h>
+#include <corekit/threadpool.h>
+#include <wx/app.h>
+#include <wx/intl.h>
+#include <wx/msgdlg.h>
+#include <wx/wxvtext.h>
+
+namespace vorlan {
+
+void OnGuiThread(std::function<void(MainWindow&)> call) {
+    wxTheApp->CallAfter([call = std::move(call)] {
+        if (MainWindow* const window = MainWindow::Get())
+            call(*window);
+    });
+}
+
+void ShowError(wxString const& title, String const& text) {
+    LogWarning(text);
+    wxMessageBox(wxvText(text), title, wxOK | wxCENTRE | wxICON_ERROR, MainWindow::Get());
+}
+
+void InBackground(wxString const& title, std::function<void()> work, std::function<void(MainWindow&)> done) {
+    // A string of the toolkit's is not shared between threads.
+    std::wstring const heading = title.ToStdWstring();
+    bool const taken = ThreadPool::Queue([heading, work = std::move(work), done = std::move(done)] {
+        try {
+            work();
+        } catch (Exception const& exception) {
+            OnGuiThread([heading, text = String(exception.what())](MainWindow&) { ShowError(heading, text); });
+            return;
+        }
+        if (done)
+            OnGuiThread(done);
+    });
+    if (!taken)
+        LogWarning("The program is ending: " + wxvString(title) + " is left undone");
+}
+
+} // namespace vorlan

@@ -1,0 +1,97 @@
+#include "installservicedlg.h"
+
+#include "background.h"
+
+#include <corekit/file.h>
+#include <corekit/platform.h>
+#include <cstdlib>
+#include <wx/intl.h>
+#include <wx/radiobut.h>
+#include <wx/sizer.h>
+#include <wx/textctrl.h>
+#include <wx/wxvcolors.h>
+#include <wx/wxvtext.h>
+
+namespace vorlan {
+
+namespace {
+
+constexpr int k_NoteIndent = 24;
+constexpr int k_AccountWidth = 220;
+
+Path HomeFolder() {
+    char const* const home = std::getenv("VORLAN_HOME");
+    return home ? Path(home) : Path();
+}
+
+} // namespace
+
+InstallServiceDlg::InstallServiceDlg(wxWindow* parent, Service service)
+    : wxVorlanDlg(parent, _("Install Service"), "InstallServiceDlg") {
+    auto* content = new wxBoxSizer(wxVERTICAL);
+    content->Add(NewLabel(wxString::Format(_("Who is to run the %s?"), ServiceName(service)), 1.2));
+    content->AddSpacer(FromDIP(k_LabelGap));
+    m_forUser =
+        NewChoice(*content, _("My account"), _("It runs from the start of this machine on. No password is needed."));
+    m_forMachine = NewChoice(*content, _("Another account, as a service of the whole machine"),
+                             _("Only an administrator of this machine can install it."));
+    auto* row = new wxBoxSizer(wxHORIZONTAL);
+    row->Add(NewLabel(_("Account:")), wxSizerFlags().Centre());
+    m_account = new wxTextCtrl(this, wxID_ANY, wxvText(Platform::GetCurrentUserName()), wxDefaultPosition,
+                               FromDIP(wxSize(k_AccountWidth, -1)));
+    row->Add(m_account, wxSizerFlags(1).Centre().Border(wxLEFT, FromDIP(k_LabelGap)));
+    content->Add(row, wxSizerFlags().Expand().Border(wxLEFT | wxTOP, FromDIP(k_NoteIndent)));
+    m_forUser->SetValue(true);
+    m_account->Enable(false);
+    Finish(content, _("Install"), _("Cancel"));
+    Bind(wxEVT_RADIOBUTTON, [this](wxCommandEvent&) { m_account->Enable(m_forMachine->GetValue()); });
+    Bind(
+        wxEVT_BUTTON,
+        [this](wxCommandEvent& event) {
+            if (IsUsable())
+                event.Skip();
+        },
+        wxID_OK);
+}
+
+wxRadioButton* InstallServiceDlg::NewChoice(wxSizer& column, wxString const& label, wxString const& note) {
+    auto* choice =
+        new wxRadioButton(this, wxID_ANY, label, wxDefaultPosition, wxDefaultSize, m_forUser ? 0 : wxRB_GROUP);
+    column.Add(choice, wxSizerFlags().Border(wxTOP, FromDIP(k_LabelGap)));
+    wxWindow* const text = NewLabel(note);
+    text->SetForegroundColour(wxvGetColor(ColorName::TextGrey));
+    column.Add(text, wxSizerFlags().Border(wxLEFT, FromDIP(k_NoteIndent)));
+    return choice;
+}
+
+ServiceSetup InstallServiceDlg::Setup() const {
+    ServiceSetup setup;
+    setup.programs = File::s_AppDir;
+    setup.home = HomeFolder();
+    if (m_forMachine->GetValue()) {
+        setup.scope = ServiceScope::System;
+        setup.account = wxvString(m_account->GetValue()).Trim();
+    }
+    return setup;
+}
+
+bool InstallServiceDlg::IsUsable() {
+    try {
+        if (m_forMachine->GetValue())
+            CheckAccount(Setup().account);
+        return true;
+    } catch (Exception const& exception) {
+        ShowError(GetTitle(), exception.what());
+        m_account->SetFocus();
+        return false;
+    }
+}
+
+std::optional<ServiceSetup> InstallServiceDlg::Ask(wxWindow* parent, Service service) {
+    InstallServiceDlg dialog(parent, service);
+    if (dialog.ShowModal() != wxID_OK)
+        return std::nullopt;
+    return dialog.Setup();
+}
+
+} // namespace vorlan

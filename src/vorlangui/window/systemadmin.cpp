@@ -1,0 +1,83 @@
+// Administrator mode, and the commands that only administrators have.
+#include "background.h"
+#include "logframe.h"
+#include "mainwindow.h"
+#include "mirror/outside.h"
+#include "systemids.h"
+
+#include <corekit/callentry.h>
+#include <corekit/log.h>
+#include <vorlan/administrator.h>
+#include <vorlan/keys.h>
+#include <vorlan/messages.h>
+#include <wx/intl.h>
+#include <wx/msgdlg.h>
+#include <wx/textdlg.h>
+#include <wx/wxconfirmdlg.h>
+#include <wx/wxvtext.h>
+
+namespace vorlan {
+
+namespace {
+
+// The Master's lock; 0 for none.
+unsigned MasterPassword() {
+    boost::shared_ptr<MasterInfoMsg> const master = Outside::Get().MasterInfo();
+    return master ? master->administrate : 0;
+}
+
+// Asked unless the Master has no lock.
+bool KnowsPassword(wxWindow* parent) {
+    unsigned const wanted = MasterPassword();
+    if (wanted == 0)
+        return true;
+    wxString const typed =
+        wxGetPasswordFromUser(_("Enter administrator password"), _("Administrator"), wxString(), parent);
+    if (PasswordValue(wxvString(typed)) == wanted)
+        return true;
+    wxMessageBox(_("Incorrect password"), _("Administrator"), wxOK | wxCENTRE, parent);
+    return false;
+}
+
+} // namespace
+
+void MainWindow::OnAdministratorMode(wxCommandEvent&) {
+    // The menu closes first: it is made anew.
+    CallAfter([this] {
+        CALL_ENTRY();
+        if (m_administrator)
+            SetAdministrator(false);
+        else if (KnowsPassword(this))
+            SetAdministrator(true);
+    });
+}
+
+void MainWindow::OnViewMasterLogs(wxCommandEvent& event) {
+    bool const dispatch = event.GetId() == k_IdDispatchLog;
+    wxString const title = dispatch ? "VorlanMaster Dispatch.log" : "VorlanMaster History.log";
+    boost::shared_ptr<MasterInfoMsg> const master = Outside::Get().MasterInfo();
+    UID const log = !master ? UID::Null : dispatch ? master->dispatchLog : master->historyLog;
+    if (log.IsNull()) {
+        wxMessageBox(_("The Master has not shared the ID for accessing ") + title, _("Log Files"),
+                     wxOK | wxCENTRE | wxICON_INFORMATION, this);
+        return;
+    }
+    (new LogFrame(this, title, log))->Show();
+}
+
+void MainWindow::OnLogDispatch(wxCommandEvent&) {
+    LogStatus("Asking Master to create a dispatch log");
+    auto message = SetMasterOptionsMsg::New();
+    message->section = o_Distribution;
+    message->options[o_LogDispatch] = k_Yes;
+    SendToMaster(message);
+}
+
+void MainWindow::OnSuperShutdown(wxCommandEvent&) {
+    wxConfirmDlg question(this, _("Are you sure you want to shut down Vorlan on your entire network?"), "SuperExit",
+                          _("System-wide exit"));
+    if (question.Confirm())
+        SendToMaster(ShutdownMsg::New());
+}
+
+} // namespace vorlan

@@ -1,0 +1,16 @@
+// The programs beside the client, as the System menu sees them.
+#pragma once
+
+#include <vorlan/components.h>
+
+namespace vorlan {
+
+// The program lies beside this one.
+bool IsProgramInstalled(int component);
+
+template <int Component>
+bool IsInstalled() {
+    return IsProgramInstalled(Component);
+}
+
+} // namespace vorlan
