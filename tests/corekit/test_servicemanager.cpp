@@ -1,0 +1,208 @@
+// Running commands, and the services of systemd, with a systemd that only takes notes.
+#include <corekit/file.h>
+#include <corekit/runcommand.h>
+#include <corekit/servicemanager.h>
+
+#include "tempfolder.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+namespace corekit {
+
+namespace {
+
+TEST(RunCommand, TellsWhatBecameOfIt) {
+    struct Case {
+        char const* script;
+        char const* input;
+        int timeoutMs;
+        std::optional<int> exitCode;
+        char const* output;
+    };
+    Case const cases[] = {{"echo out; echo err >&2", "", 20'000, 0, "out\nerr\n"},
+                          {"read line; echo got $line; exit 3", "secret\n", 20'000, 3, "got secret\n"},
+                          {"cat", "", 20'000, 0, ""},
+                          {"sleep 60", "", 50, std::nullopt, ""},
+                          // What is left behind keeps the pipe open.
+                          {"sleep 60 & echo done", "", 20'000, 0, "done\n"},
+                          {"exec >&- 2>&-; sleep 60", "", 50, std::nullopt, ""}};
+    for (Case const& c : cases) {
+        auto const begin = std::chrono::steady_clock::now();
+        CommandOutcome const outcome = RunCommand("sh", {"-c", c.script}, c.timeoutMs, c.input);
+        EXPECT_EQ(outcome.exitCode, c.exitCode) << c.script;
+        EXPECT_EQ(outcome.output, c.output) << c.script;
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(15)) << c.script;
+    }
+    EXPECT_TRUE(RunCommand("no-such-program", {}, 1000).error.Contains("no-such-program"));
+    CommandOutcome const much = RunCommand("sh", {"-c", "yes | head -c 300000"}, 20'000);
+    EXPECT_TRUE(much.Ok()) << "all of it is read";
+    EXPECT_EQ(much.output.size(), k_MaxCommandOutput);
+    // Nobody wants it any more.
+    EXPECT_FALSE(RunCommand("sleep", {"60"}, 60'000, {}, [] { return false; }).exitCode);
+    EXPECT_EQ(FindProgram("sh").Leaf(), "sh");
+    EXPECT_EQ(FindProgram("no-such-program"), "");
+}
+
+// Notes each command as one line and answers as it is told.
+class Systemd {
+public:
+    SystemdManager::Options Options(std::set<std::string> programs) {
+        SystemdManager::Options options;
+        options.userFolder = m_home / "user";
+        options.systemFolder = m_home / "system";
+        options.isRoot = false;
+        options.find = [programs](String const& name) {
+            return programs.contains(name.Str()) ? Path("/bin/" + name) : Path();
+        };
+        options.run = [this](Path const& program, vector<String> const& args, String const& input) {
+            String line = program;
+            for (String const& arg : args)
+                line += " " + arg;
+            if (!input.empty())
+                line += " < " + input.Trim();
+            lines.push_back(line);
+            return answer;
+        };
+        return options;
+    }
+    std::vector<String> Take() { return std::exchange(lines, {}); }
+    Path Unit(char const* scope, char const* name) const { return m_home / scope / name; }
+
+    std::vector<String> lines;
+    CommandOutcome answer{{}, 0, {}};
+
+private:
+    TempFolder m_home;
+    EnvironmentValue m_variable{"VORLAN_HOME", m_home.Folder().c_str()};
+};
+
+String What(std::function<void()> const& action) {
+    try {
+        action();
+    } catch (Exception const& exception) {
+        return exception.what();
+    }
+    return {};
+}
+
+TEST(Systemd, InstallsStartsAndRemovesForTheUser) {
+    Systemd systemd;
+    SystemdManager manager(systemd.Options({"systemctl"}));
+    EXPECT_FALSE(manager.FindScope("a.timer"));
+    manager.Install(ServiceScope::User, {{"a.timer", "timer"}, {"a.service", "service"}}, "a.timer");
+    EXPECT_EQ(systemd.Take(), (std::vector<String>{"systemctl --user daemon-reload", "systemctl --user enable a.timer",
+                                                   "loginctl enable-linger"}));
+    EXPECT_EQ(File::Read(systemd.Unit("user", "a.service")), "service");
+    EXPECT_EQ(manager.FindScope("a.timer"), ServiceScope::User);
+    manager.Start(ServiceScope::User, "a.timer");
+    manager.Stop(ServiceScope::User, "a.timer");
+    manager.Remove(ServiceScope::User, {"a.timer", "a.service"}, "a.timer");
+    EXPECT_EQ(systemd.Take(),
+              (std::vector<String>{"systemctl --user start a.timer", "systemctl --user stop a.timer",
+                                   "systemctl --user disable --now a.timer", "systemctl --user stop a.service",
+                                   "systemctl --user daemon-reload"}));
+    EXPECT_FALSE(File::Exists(systemd.Unit("user", "a.service")) || manager.FindScope("a.timer"));
+}
+
+TEST(Systemd, AsksForTheRightsOfAnAdministratorTheWayThatThereIs) {
+    struct Case {
+        char const* what;
+        std::set<std::string> programs;
+        bool isRoot;
+        std::optional<String> password;
+        char const* begins; // of the command
+        char const* error;
+    };
+    Case const cases[] = {
+        {"root", {"systemctl"}, true, {}, "systemctl start a.service", nullptr},
+        {"polkit", {"systemctl", "pkexec", "sudo"}, false, "x", "pkexec systemctl start a.service", nullptr},
+        {"sudo",
+         {"systemctl", "sudo"},
+         false,
+         "secret",
+         "sudo -S -k -p  -- systemctl start a.service < secret",
+         nullptr},
+        {"no password", {"systemctl", "sudo"}, false, {}, nullptr, "no password was given"},
+        {"nothing", {"systemctl"}, false, "x", nullptr, "pkexec or sudo"},
+        {"no systemd", {"pkexec"}, false, "x", nullptr, "There is no systemctl on this machine"}};
+    for (Case const& c : cases) {
+        Systemd systemd;
+        SystemdManager::Options options = systemd.Options(c.programs);
+        options.isRoot = c.isRoot;
+        options.askPassword = [&c] { return c.password; };
+        SystemdManager manager(options);
+        String const error = What([&] { manager.Start(ServiceScope::System, "a.service"); });
+        EXPECT_EQ(systemd.lines, c.begins ? std::vector<String>{c.begins} : std::vector<String>{}) << c.what;
+        EXPECT_TRUE(c.error ? error.Contains(c.error) : error.empty()) << c.what << ": " << error;
+    }
+}
+
+TEST(Systemd, SaysWhatWentWrong) {
+    struct Case {
+        CommandOutcome answer;
+        ServiceScope scope;
+        char const* error;
+    };
+    Case const cases[] = {
+        {{{}, 1, "Failed to connect to bus: No medium found"}, ServiceScope::User, "Log in on its desktop"},
+        {{{}, 5, "Unit a.service not found."},
+         ServiceScope::User,
+         "\"systemctl --user start a.service\" failed. (Unit a.service not found.)"},
+        {{{}, std::nullopt, ""}, ServiceScope::User, "did not end in time"},
+        {{"Cannot run systemctl", std::nullopt, ""}, ServiceScope::User, "Cannot run systemctl"},
+        {{{}, 126, "dismissed"}, ServiceScope::System, "nobody gave the password"},
+    };
+    for (Case const& c : cases) {
+        Systemd systemd;
+        systemd.answer = c.answer;
+        SystemdManager manager(systemd.Options({"systemctl", "pkexec"}));
+        String const error = What([&] { manager.Start(c.scope, "a.service"); });
+        EXPECT_TRUE(error.Contains(c.error)) << error;
+    }
+    Systemd systemd;
+    SystemdManager manager(systemd.Options({"systemctl", "pkexec"}));
+    for (char const* name : {"../a.service", "-a.service", "a b.service", "", "a;b.service"})
+        EXPECT_TRUE(What([&] { manager.Start(ServiceScope::System, name); }).Contains("no name of a service")) << name;
+    EXPECT_TRUE(systemd.lines.empty());
+}
+
+// The fixed text that runs with the administrator's rights does its work with a
+// systemctl that is none, in folders of the test.
+TEST(Systemd, TheMachinesUnitsAreWrittenByOneCommand) {
+    Systemd systemd;
+    TempFolder const tools;
+    File::WriteWhole(tools / "systemctl", "#!/bin/sh\necho \"$@\" >> " + (tools / "calls") + "\n", 0755);
+    File::MakeFolder(systemd.Unit("system", ""));
+    SystemdManager::Options options = systemd.Options({"systemctl"});
+    options.isRoot = true;
+    EnvironmentValue const path("PATH", (tools.Folder() + ":/usr/bin:/bin").c_str());
+    options.run = [](Path const& program, vector<String> const& args, String const&) {
+        return RunCommand(program, args, 20'000);
+    };
+    SystemdManager manager(options);
+    manager.Install(ServiceScope::System, {{"a.timer", "timer"}, {"a.service", "service"}}, "a.timer");
+    EXPECT_EQ(File::Read(systemd.Unit("system", "a.service")), "service");
+    EXPECT_EQ(manager.FindScope("a.timer"), ServiceScope::System);
+    manager.Remove(ServiceScope::System, {"a.timer", "a.service"}, "a.timer");
+    EXPECT_FALSE(File::Exists(systemd.Unit("system", "a.timer")) || File::Exists(systemd.Unit("system", "a.service")));
+    EXPECT_EQ(File::Read(tools / "calls"), "daemon-reload\nenable -- a.timer\ndisable --now -- a.timer\n"
+                                           "stop -- a.timer a.service\ndaemon-reload\n");
+}
+
+TEST(Systemd, AWordOfACommandStaysOneWord) {
+    struct Case {
+        char const* word;
+        char const* quoted;
+    };
+    constexpr Case k_Cases[] = {
+        {"/opt/a b/c", "\"/opt/a b/c\""}, {"50% $HOME", "\"50%% $$HOME\""}, {"a\"b\\c", "\"a\\\"b\\\\c\""}};
+    for (Case const& c : k_Cases)
+        EXPECT_EQ(SystemdManager::Quote(c.word), c.quoted);
+    EXPECT_THROW(SystemdManager::Quote("a\nExecStartPre=evil"), ArgumentException);
+}
+
+} // namespace
+
+} // namespace corekit
