@@ -33,7 +33,7 @@ public:
     virtual corekit::set<UID> GetSelectedIDs() const { return {}; }
 
 private:
-    std::atomic<unsigned char> m_dirty{0};
+    std::atomic<unsigned char> m_dirty{1};
 };
 
 // _ListList is the list of all live controls of one kind. It owns nothing.

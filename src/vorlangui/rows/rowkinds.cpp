@@ -1,0 +1,57 @@
+#include "rowkinds.h"
+
+#include "model/enginelist.h"
+#include "model/joblist.h"
+
+#include <vorlan/events.h>
+#include <vorlan/messages.h>
+
+namespace vorlan {
+
+namespace {
+
+// Hears of the names that many rows show. The handlers that keep the names were there
+// before it, so they have been called when it is.
+class NameChanges : public HasSlots<> {
+public:
+    NameChanges() {
+        ChangePoolEvt::Signal().Connect(this, [this](ChangePoolEvt&) { Count(); });
+        DeletePoolEvt::Signal().Connect(this, [this](DeletePoolEvt&) { Count(); });
+        ProductMsg::s_Signal.Connect(this, [this](boost::shared_ptr<ProductMsg> const&) { Count(); });
+        RemoveProductMsg::s_Signal.Connect(this, [this](boost::shared_ptr<RemoveProductMsg> const&) { Count(); });
+    }
+    ~NameChanges() override { DisconnectAll(); }
+
+    uint32_t Number() const { return m_number.load(std::memory_order_acquire); }
+
+private:
+    void Count() {
+        m_number.fetch_add(1, std::memory_order_acq_rel);
+        JobList::Get().Lists().SetAllDirty();
+        EngineList::Get().Lists().SetAllDirty();
+        WorkList::Get().Lists().SetAllDirty();
+    }
+
+    std::atomic<uint32_t> m_number{1};
+};
+
+} // namespace
+
+uint32_t CountNameChanges() {
+    static NameChanges s_changes;
+    return s_changes.Number();
+}
+
+void JobRows::Visit(Visitor const& visitor) { JobList::Get().Visit(visitor); }
+
+void EngineRows::Visit(Visitor const& visitor) {
+    for (auto const& [id, info] : EngineList::Get().Snapshot())
+        visitor(id, info, 0);
+}
+
+void WorkRows::Visit(Visitor const& visitor) {
+    for (boost::shared_ptr<WorkInfo> const& info : WorkList::Get().GetAllWork())
+        visitor(info->work->id, info, 0);
+}
+
+} // namespace vorlan

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "enginecolumns.h"
+#include "jobcolumns.h"
+#include "rowset.h"
+#include "workcolumns.h"
+
+namespace vorlan {
+
+// The kinds of lists, for RowSet and the list controls: where the objects come from, what
+// their columns are.
+
+struct JobRows {
+    using Info = JobInfo;
+    // Told of each object: its id, itself, and the number of the map that it stands in.
+    // Maps come in the order of their numbers, the objects of each by their ids.
+    using Visitor = std::function<void(UID const&, boost::shared_ptr<Info> const&, uint8_t)>;
+    // An object that counts its changes.
+    static constexpr bool k_CountsChanges = true;
+
+    static void Visit(Visitor const& visitor);
+    static uint32_t Changes(Info const& info) { return info.changes.load(std::memory_order_acquire); }
+    // The object with the values; null: it is no row.
+    static VorlanObject const* Values(Info const& info) { return info.job.get(); }
+    static RowColumn<Info> const* Find(int type) { return JobColumns::Find(type); }
+};
+
+struct EngineRows {
+    using Info = EngineInfo;
+    using Visitor = std::function<void(UID const&, boost::shared_ptr<Info> const&, uint8_t)>;
+    static constexpr bool k_CountsChanges = false;
+
+    static void Visit(Visitor const& visitor);
+    static uint32_t Changes(Info const&) { return 0; }
+    static VorlanObject const* Values(Info const& info) { return &info; }
+    static RowColumn<Info> const* Find(int type) { return EngineColumns::Find(type); }
+};
+
+struct WorkRows {
+    using Info = WorkInfo;
+    using Visitor = std::function<void(UID const&, boost::shared_ptr<Info> const&, uint8_t)>;
+    static constexpr bool k_CountsChanges = false;
+
+    static void Visit(Visitor const& visitor);
+    static uint32_t Changes(Info const&) { return 0; }
+    static VorlanObject const* Values(Info const& info) { return info.work.get(); }
+    static RowColumn<Info> const* Find(int type) { return WorkColumns::Find(type); }
+};
+
+// Counts what changes the texts of many rows at once: the names of Pools and Products.
+// Lists are told, too. Any thread.
+uint32_t CountNameChanges();
+
+extern template class RowSet<JobRows>;
+extern template class RowSet<EngineRows>;
+extern template class RowSet<WorkRows>;
+
+} // namespace vorlan

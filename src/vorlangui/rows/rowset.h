@@ -1,0 +1,123 @@
+#pragma once
+
+#include "listcontents.h"
+#include "rowcolumn.h"
+
+#include <boost/shared_ptr.hpp>
+#include <functional>
+
+namespace vorlan {
+
+// What of the former rows may be used again.
+enum class Reuse : uint8_t {
+    Nothing,
+    // What has not changed since: keys and places. The rows come out as from scratch.
+    Unchanged,
+};
+
+// What a filter looks at.
+enum class FilterScope : uint8_t {
+    // Anything: it is asked about every row each time.
+    Anything,
+    // The object's own values: it is asked about those that have changed.
+    OwnValues,
+};
+
+// RowSet makes the rows of one list out of the objects of one kind: it takes those that
+// there are, asks the filter, and sorts. Each object is resolved once for each rebuild: its
+// sort key is put together beforehand, and no comparison looks anything up.
+// Owner: a list control, shared with the rebuild that is under way.
+// Works with: Kind, which says where the objects come from and what their columns are.
+// Thread: any, one at a time. The objects are held by shared pointers, so no lock of their
+// list is needed once they are collected.
+// Always: the same objects and the same order give the same rows, whatever was reused.
+template <class Kind>
+class RowSet {
+public:
+    using Info = typename Kind::Info;
+    using Pointer = boost::shared_ptr<Info>;
+
+    struct Request {
+        SortOrder order;
+        Reuse reuse = Reuse::Nothing;
+        FilterScope scope = FilterScope::Anything;
+        // False leaves the row out. Null: all rows.
+        std::function<bool(Pointer const&)> filter;
+        Time now;
+    };
+
+    // Takes the objects from their list, under its lock, and asks the filter.
+    void Refill(Request const& request);
+    // Sorts what the last Refill gave.
+    void Sort(Request const& request);
+    void Rebuild(Request const& request) {
+        Refill(request);
+        Sort(request);
+    }
+
+    // The rows in the order of the objects' list, and as sorted.
+    ListContents Unsorted() const;
+    ListContents Sorted() const;
+    // The last Refill and Sort gave the same rows in the same order as those before.
+    bool IsSame() const { return m_isSame; }
+    // How many objects there are, those left out by the filter included.
+    size_t ObjectCount() const { return m_entries.size(); }
+    void Clear() { *this = RowSet(); }
+
+private:
+    struct Key {
+        size_t offset = 0;
+        uint32_t size = 0;
+        uint32_t firstSize = 0; // of the part for the first column
+    };
+    struct Entry {
+        UID id;
+        Pointer object;
+        Key key;
+        uint32_t changes = 0;
+        uint8_t run = 0;         // the number of its map
+        bool isRepeated = false; // the id stands in an earlier map, too
+        bool isFresh = false;    // new, or changed since the last time
+        bool isIncluded = false;
+        bool hasKey = false;
+        bool isPlaced = false; // stands in m_order
+        bool isMoved = false;  // is to be placed
+    };
+    using Column = RowColumn<Info>;
+    using Order = std::vector<uint32_t>;
+
+    void Collect();
+    void IndexByID();
+    void FindFresh(Reuse reuse);
+    void Filter(Request const& request);
+
+    bool HasToStartAnew(Request const& request) const;
+    void MakeKeys(Request const& request, bool anew);
+    void RemakeKey(Entry& entry, Request const& request);
+    Key MakeKey(Entry const& entry, Request const& request);
+    void AddPart(Entry const& entry, SortBy const& by, Time now);
+
+    Order SortAll() const;
+    Order SortMoved() const;
+    Order SortLoose(SortOrder const& order) const;
+    bool IsLoose(SortBy const& by, bool isFirst) const;
+    void SortByKey(Order& order) const;
+    bool IsLess(uint32_t a, uint32_t b) const;
+    ListContents Contents(Order const& order) const;
+
+    // In the order of the objects' list.
+    std::vector<Entry> m_entries;
+    // Entries by their number: all in the order of their ids, and the included ones as sorted.
+    Order m_byID;
+    Order m_order;
+    KeyBytes m_keys;
+    size_t m_keyBytesInUse = 0;
+    SortOrder m_keyOrder;
+    uint32_t m_names = 0; // what CountNameChanges gave for the keys
+    size_t m_movedCount = 0;
+    bool m_isSorted = false;
+    bool m_areRowsSame = false; // since the last Refill, their order aside
+    bool m_isSame = false;
+};
+
+} // namespace vorlan
