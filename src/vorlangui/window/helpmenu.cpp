@@ -3,6 +3,9 @@
 #include "config/aboutdlg.h"
 #include "mainwindow.h"
 
+#include <wx/intl.h>
+#include <wx/menu.h>
+
 namespace vorlan {
 
 namespace {
@@ -16,6 +19,12 @@ constexpr CommandRow k_Help[] = {
 } // namespace
 
 std::span<CommandRow const> HelpCommands() { return k_Help; }
+
+void BuildHelpMenu(wxMenuBar& bar, MainWindow const& window, bool connected) {
+    auto* menu = new wxMenu;
+    AppendCommands(*menu, window, HelpCommands(), connected);
+    bar.Append(menu, _("&Help"));
+}
 
 void MainWindow::OnAbout(wxCommandEvent&) {
     AboutDlg dialog(this);

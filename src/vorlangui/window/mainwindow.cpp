@@ -1,16 +1,16 @@
 #include "mainwindow.h"
 
-#include "command.h"
 #include "confirmclose.h"
+#include "core/vorlangui.h"
+#include "droptarget.h"
+#include "infopane.h"
+#include "mainsplitter.h"
+#include "messagepane.h"
 #include "mirror/options.h"
 #include "mirror/outside.h"
-#include "core/vorlangui.h"
-#include "messagepane.h"
-#include "model/enginelist.h"
-#include "model/joblist.h"
-#include "model/worklist.h"
-#include "overviewpane.h"
-#include "reportframe.h"
+#include "selecttimer.h"
+#include "toolbar.h"
+#include "viewsarea.h"
 #include "windowicon.h"
 
 #include <corekit/callentry.h>
@@ -18,7 +18,6 @@
 #include <vorlan/keys.h>
 #include <vorlan/messages.h>
 #include <wx/intl.h>
-#include <wx/menu.h>
 #include <wx/sizer.h>
 #include <wx/sysopt.h>
 #include <wx/thread.h>
@@ -42,6 +41,7 @@ enum StatusField { k_FieldCounts, k_FieldAdministrator, k_FieldConnection, k_Fie
 } // namespace
 
 MainWindow* MainWindow::s_window = nullptr;
+constinit MainWindow::Idle MainWindow::s_Idle;
 
 MainWindow::MainWindow(wxString const& title, wxPoint const& position, wxSize const& size)
     : wxVorlanFrame(nullptr, title, position, size, k_WindowSection), m_master(Mirror::Get()->Master()) {
@@ -53,6 +53,7 @@ MainWindow::MainWindow(wxString const& title, wxPoint const& position, wxSize co
     PushEventHandler(m_timeout);
     SetIcons(WindowIcons());
     SetMinSize(FromDIP(k_SmallestWindow));
+    SetDropTarget(new JobDropTarget(*this));
     LoadWindowPosition();
     m_administrator = VorlanApp::GetOptions().GetValue(o_Setup, "AlwaysAdministrate", false);
     SetTitlebar();
@@ -62,31 +63,18 @@ MainWindow::MainWindow(wxString const& title, wxPoint const& position, wxSize co
     BuildMenus(connected);
     BuildStatusBar();
     BuildPanes();
+    m_ready = true;
     if (connected)
         RefreshData();
 }
 
 MainWindow::~MainWindow() {
+    _SelectTimer::Cleanup();
     if (m_timeout)
         PopEventHandler(true);
     s_window = nullptr;
     if (VorlanGui* const gui = VorlanGui::Get(); gui && gui->Window() == this)
         gui->ForgetWindow();
-}
-
-void MainWindow::BindCommands() {
-    for (auto const rows : {SystemCommands(), ColorCommands(), SystemCommandsAtEnd(), HelpCommands()}) {
-        for (CommandRow const& row : rows) {
-            if (row.handler)
-                Bind(wxEVT_MENU, row.handler, this, row.id);
-        }
-    }
-    Bind(wxEVT_MENU, &MainWindow::OnRebuildMenus, this, k_IdRebuildMenus);
-    Bind(wxEVT_MENU, &MainWindow::OnShowReport, this, k_IdShowReport);
-    Bind(wxEVT_MENU_CLOSE, &MainWindow::OnMenuClosed, this);
-    Bind(wxEVT_CLOSE_WINDOW, &MainWindow::OnClose, this);
-    Bind(wxEVT_IDLE, &MainWindow::OnIdle, this);
-    Bind(wxEVT_SYS_COLOUR_CHANGED, &MainWindow::OnSysColorChange, this);
 }
 
 void MainWindow::BuildStatusBar() {
@@ -106,7 +94,14 @@ void MainWindow::BuildPanes() {
                                   {_("I'm currently searching for the Master. It may take me a minute to find one."),
                                    _("If I seem to be having trouble, try using the options in the System Menu."),
                                    _("Thank you for your patience.")});
-    m_main = new OverviewPane(this);
+    m_main = new _MainSplitter(this);
+    m_views = new ViewsArea(m_main);
+    m_info = new InfoPane(m_main);
+    m_main->Fill(m_views, m_info, VorlanApp::GetOptions().GetValue(k_WindowSection, k_OptionInfoPane, true));
+    m_main->Bind(wxEVT_SPLITTER_UNSPLIT, [this](wxSplitterEvent& event) {
+        event.Skip();
+        OnCloseInfo();
+    });
     m_engineMode =
         new MessagePane(this, _("Engine Mode"),
                         {_("This machine is running just as an Engine."),
@@ -116,6 +111,8 @@ void MainWindow::BuildPanes() {
                          _("To change the system timeout to enter Engine Mode, use the Administator Options"),
                          _("To change how your machine enters Engine Mode, use the VorlanGui Options.")});
     m_panes = new wxBoxSizer(wxVERTICAL);
+    m_panes->Add(m_toolbar, wxSizerFlags().Expand());
+    m_toolbar->Show(VorlanApp::GetOptions().GetValue(k_WindowSection, k_OptionToolbar, true));
     for (wxWindow* pane :
          {static_cast<wxWindow*>(m_searching), static_cast<wxWindow*>(m_main), static_cast<wxWindow*>(m_engineMode)})
         m_panes->Add(pane, wxSizerFlags(1).Expand());
@@ -131,6 +128,7 @@ void MainWindow::ShowView(int view) {
     wxASSERT(wxIsMainThread());
     if (view == k_ViewSearching && m_shown == k_ViewEngineMode)
         return;
+    _SelectTimer::StopCurrent();
     wxWindowUpdateLocker const freeze(this);
     if (view >= k_ViewSearching && view <= k_ViewEngineMode) {
         m_shown = view == k_ViewConnecting ? k_ViewSearching : view;
@@ -164,19 +162,35 @@ void MainWindow::SetTitlebar() {
     SetTitle(title);
 }
 
+void MainWindow::SetAdministrator(bool administrator) {
+    m_administrator = administrator;
+    BuildMenus(Outside::Get().IsConnected());
+    if (GetStatusBar())
+        SetStatusText(administrator ? _("Administrator Mode") : wxString(), k_FieldAdministrator);
+    SetTitlebar();
+}
+
 void MainWindow::ShowConnection(String const& text) {
     if (GetStatusBar())
         SetStatusText(wxvText(text), k_FieldConnection);
 }
 
+void MainWindow::ForgetSelection() {
+    _SelectTimer::StopCurrent();
+    if (m_info)
+        m_info->SetToNone();
+}
+
 void MainWindow::ClearData() {
     CALL_ENTRY();
+    ForgetSelection();
     if (Mirror* const mirror = Mirror::Get())
         mirror->ClearLists();
 }
 
 void MainWindow::RefreshData() {
     CALL_ENTRY();
+    ForgetSelection();
     if (Mirror* const mirror = Mirror::Get())
         mirror->Reload();
 }
@@ -201,9 +215,12 @@ void MainWindow::OnClose(wxCloseEvent& event) {
         wxTheApp->ScheduleForDestruction(std::exchange(m_timeout, nullptr));
     }
     wxVorlanApp::DisableMessageProcessing();
+    _SelectTimer::Cleanup();
+    SetDropTarget(nullptr);
     wxVorlanDlg::CloseAll();
     SaveWindowPosition();
     Hide();
+    m_info->SetToNone();
     StopEngineModeShutdownPipe();
     Destroy();
 }
@@ -212,6 +229,7 @@ void MainWindow::OnIdle(wxIdleEvent& event) {
     event.Skip();
     if (m_shown == k_ViewSearching)
         m_searching->SetRemark(wxvText(Outside::Get().LastFailure()));
+    s_Idle.Emit(event);
     if (!m_timeout || !m_timeout->HasExpired(Time::CurrentTime()))
         return;
     LogStatus("Idle timeout to Engine mode expired");
@@ -223,21 +241,19 @@ void MainWindow::OnSysColorChange(wxSysColourChangedEvent& event) {
     wxWindowUpdateLocker const freeze(this);
     SetBackgroundColour(wxvGetColor(ColorName::WindowBG));
     SetForegroundColour(wxvGetColor(ColorName::Text));
+    if (wxStatusBar* const bar = GetStatusBar()) {
+        bar->SetBackgroundColour(wxvGetColor(ColorName::WindowBGLighter));
+        bar->SetForegroundColour(wxvGetColor(ColorName::Text));
+    }
+    // Children that have colours of their own choose them when the event reaches them.
+    for (wxWindow* child : GetChildren()) {
+        if (child == GetStatusBar())
+            continue;
+        child->SetForegroundColour(wxvGetColor(ColorName::Text));
+        child->SetBackgroundColour(wxvGetColor(ColorName::WindowBG));
+    }
     Refresh();
     event.Skip();
-}
-
-void MainWindow::OnMenuClosed(wxMenuEvent& event) {
-    event.Skip();
-    if (VorlanGui* const gui = VorlanGui::Get())
-        gui->UpdateStatusBar();
-}
-
-void MainWindow::OnRebuildMenus(wxCommandEvent&) { BuildMenus(Outside::Get().IsConnected()); }
-
-void MainWindow::OnShowReport(wxCommandEvent& event) {
-    wxString const text = event.GetString();
-    (new ReportFrame(this, text.BeforeFirst('|'), text.AfterFirst('|')))->Show();
 }
 
 } // namespace vorlan

@@ -1,24 +1,36 @@
 #pragma once
 
+#include "command.h"
 #include "core/enginemode.h"
 #include "mirror/mastersettings.h"
+#include "selecthistory.h"
 
-#include <corekit/string.h>
+#include <corekit/containers.h>
+#include <corekit/path.h>
+#include <corekit/signal.h>
+#include <set>
 #include <wx/wxvorlanframe.h>
 
+class wxListEvent;
 class wxSizer;
+class wxTimerEvent;
 
 namespace vorlan {
 
-class OverviewPane;
+class InfoPane;
 class MessagePane;
+class ViewsArea;
+class _MainSplitter;
+class wxVorlanToolbar;
 
 // MainWindow is the one top-level frame of the client. Three panes take turns in it:
 // the search for a Master, the views, and Engine Mode.
 // Owner: the toolkit, from the start-up event to the end of OnClose.
-// Works with: VorlanGui; MasterSettings, the client's copy of the Master's options.
+// Works with: VorlanGui; MasterSettings, the client's copy of the Master's options;
+// _SelectTimer, which tells what has been selected.
 // Thread: the GUI thread; Master() on any.
-// Always: the command methods live in the file of their menu.
+// Always: the command methods live in the file of their menu. One list at a time holds
+// a selection.
 class MainWindow : public wxVorlanFrame {
 public:
     // What ShowView takes. Connecting shows the search too, but leaves Engine Mode.
@@ -35,11 +47,20 @@ public:
 
     // Null before construction and after destruction.
     static MainWindow* Get() { return s_window; }
+    // All parts are there. What its parts tell each other before that is of no account.
+    bool IsReady() const { return m_ready; }
+
+    // The toolkit is idle. Emitted after the window has done its own share.
+    using Idle = Signal1<wxIdleEvent&, ThreadPolicy::SingleThreaded>;
+    static Idle s_Idle;
 
     void ShowView(int view);
     // The pane that shows: k_ViewSearching, k_ViewMain or k_ViewEngineMode.
     int ShownView() const { return m_shown; }
+    // Makes menu bar and toolbar anew. While a menu is open it waits for its end.
     void BuildMenus(bool connected);
+    // A command with that need can be used now.
+    bool CanUse(CommandNeeds needs);
     // The text of the connection in the status bar.
     void ShowConnection(String const& text);
 
@@ -47,10 +68,23 @@ public:
     // Asks the Master for everything.
     void RefreshData();
 
+    // Reads Job files on a thread of the pool, one after the other. Their Jobs are sent
+    // at once, or when the user has agreed. A file that is none is told of.
+    void LoadJobFiles(corekit::vector<Path> const& files, bool immediate);
+    void LoadJobFile(Path const& file, bool immediate) { LoadJobFiles({file}, immediate); }
+
+    InfoPane* Info() { return m_info; }
+    // The selection has come to rest; the end of the _SelectTimer's time.
+    void OnDeselectTimeout(wxTimerEvent& event);
+    // Takes the selection of the list that had one before this one. `list`: a window id.
+    void ClearLastSelection(int list);
+
     MasterSettings& Master() { return m_master; }
     // This user may not do that.
     bool IsRestricted(String const& action) const { return !m_administrator && m_master.Restricts(action); }
     bool IsAdministrator() const { return m_administrator; }
+    // Shows or hides what only administrators have.
+    void SetAdministrator(bool administrator);
     // No client has run here before this one.
     bool IsFirstRun() const { return m_firstRun; }
     void SetFirstRun(bool firstRun) { m_firstRun = firstRun; }
@@ -61,6 +95,25 @@ public:
     void OnColorScheme(wxCommandEvent& event);
     void OnResetAllConfirmations(wxCommandEvent& event);
     void OnExit(wxCommandEvent& event);
+    void OnBrowseFolder(wxCommandEvent& event);
+    void OnViewGuiHistoryLog(wxCommandEvent& event);
+    void OnInstallScript(wxCommandEvent& event);
+    void OnStartTool(wxCommandEvent& event);
+    void OnStartComponent(wxCommandEvent& event);
+    void OnStopComponent(wxCommandEvent& event);
+    void OnRemoveLockFile(wxCommandEvent& event);
+    void OnService(wxCommandEvent& event);
+    void OnAdministratorMode(wxCommandEvent& event);
+    void OnViewMasterLogs(wxCommandEvent& event);
+    void OnLogDispatch(wxCommandEvent& event);
+    void OnSuperShutdown(wxCommandEvent& event);
+    void OnViewChange(wxCommandEvent& event);
+    void OnSelectPrev(wxCommandEvent& event);
+    void OnSelectNext(wxCommandEvent& event);
+    void OnViewInfoPane(wxCommandEvent& event);
+    void OnInfoPaneTool(wxCommandEvent& event);
+    void OnViewToolBar(wxCommandEvent& event);
+    void OnViewStatusBar(wxCommandEvent& event);
     void OnAbout(wxCommandEvent& event);
     void StopEngineModeShutdownPipe();
 
@@ -68,6 +121,14 @@ private:
     friend class GuiTester;
 
     void BindCommands();
+    void BindRows(std::span<CommandRow const> rows);
+    void BindSelection();
+    void AddTools(std::span<CommandRow const> rows);
+    // Checks the menu's item and sets the toolbar's button.
+    void SetChecked(int id, bool checked);
+    void ShowInfoPane(bool show);
+    // The user has closed it by its sash.
+    void OnCloseInfo();
     void BuildStatusBar();
     void BuildPanes();
     void SetTitlebar();
@@ -77,9 +138,22 @@ private:
     bool MayClose();
     void OnIdle(wxIdleEvent& event);
     void OnSysColorChange(wxSysColourChangedEvent& event);
+    void OnMenuOpen(wxMenuEvent& event);
     void OnMenuClosed(wxMenuEvent& event);
     void OnRebuildMenus(wxCommandEvent& event);
     void OnShowReport(wxCommandEvent& event);
+
+    // What it showed is about to go.
+    void ForgetSelection();
+    void OnItemSelected(wxListEvent& event);
+    void OnItemDeselected(wxListEvent& event);
+    void _PushSelect(int kind, int list, UID const& anchor);
+    void GoTo(SelectHistoryEntry const* entry);
+    void _UpdateSelect(InfoPane& pane, SelectHistoryEntry const& entry);
+    // Shows it in the info pane. False: there is no such thing any more.
+    static bool ShowSelected(InfoPane& pane, int kind, UID const& id);
+
+    void TakeJobs(corekit::vector<boost::shared_ptr<Job>> const& jobs, bool immediate);
 
     static MainWindow* s_window;
 
@@ -88,11 +162,21 @@ private:
     bool m_firstRun = false;
 
     _EngineModeTimeout* m_timeout = nullptr; // pushed on the window's event handlers
+    wxVorlanToolbar* m_toolbar = nullptr;
     wxSizer* m_panes = nullptr;
     MessagePane* m_searching = nullptr;
-    OverviewPane* m_main = nullptr;
+    _MainSplitter* m_main = nullptr;
+    ViewsArea* m_views = nullptr;
+    InfoPane* m_info = nullptr;
     MessagePane* m_engineMode = nullptr;
     int m_shown = k_ViewSearching;
+    bool m_ready = false;
+
+    std::set<wxMenu const*> m_openMenus;
+    bool m_rebuildDue = false; // when the last of them has closed
+
+    SelectHistory m_history;
+    int m_lastList = 0; // with the selection; 0: none yet
 };
 
 } // namespace vorlan

@@ -1,0 +1,25 @@
+#include "droptarget.h"
+
+#include "mainwindow.h"
+#include "mirror/options.h"
+
+#include <corekit/callentry.h>
+#include <vorlan/vorlanapp.h>
+#include <wx/filename.h>
+#include <wx/wxvtext.h>
+
+namespace vorlan {
+
+bool JobDropTarget::OnDropFiles(wxCoord, wxCoord, wxArrayString const& files) {
+    CALL_ENTRY();
+    corekit::vector<Path> jobFiles;
+    for (wxString const& file : files) {
+        if (wxFileName(file).GetExt().IsSameAs("VJ", false))
+            jobFiles.push_back(Path(wxvString(file)));
+    }
+    bool const immediate = VorlanApp::GetOptions().GetValue(k_Configuration, k_OptionDropImmediate, true);
+    m_window.LoadJobFiles(jobFiles, immediate);
+    return !jobFiles.empty();
+}
+
+} // namespace vorlan

@@ -1,0 +1,84 @@
+// What MainWindow does with Job files: reads them off the GUI thread, and submits their
+// Jobs.
+#include "mainwindow.h"
+#include "mirror/outside.h"
+
+#include <boost/make_shared.hpp>
+#include <corekit/callentry.h>
+#include <corekit/exception.h>
+#include <corekit/threadpool.h>
+#include <vorlan/jobfile.h>
+#include <vorlan/messages.h>
+#include <wx/app.h>
+#include <wx/intl.h>
+#include <wx/msgdlg.h>
+#include <wx/wxvtext.h>
+
+namespace vorlan {
+
+namespace {
+
+constexpr size_t k_MostNames = 12;
+
+struct LoadedFile {
+    corekit::vector<boost::shared_ptr<Job>> jobs;
+    String failure; // empty: there was none
+};
+
+LoadedFile Load(Path const& path) {
+    LoadedFile loaded;
+    try {
+        loaded.jobs = JobFile(path, true, false).Jobs();
+    } catch (Exception const& exception) {
+        loaded.failure = exception.Message();
+    }
+    return loaded;
+}
+
+wxString NamesOf(corekit::vector<boost::shared_ptr<Job>> const& jobs) {
+    wxString names;
+    for (size_t i = 0; i < jobs.size() && i < k_MostNames; ++i)
+        names += wxvText(jobs[i]->Name()) + "\n";
+    if (jobs.size() > k_MostNames)
+        names += wxString::Format(_("and %zu more"), jobs.size() - k_MostNames);
+    return names;
+}
+
+} // namespace
+
+void MainWindow::LoadJobFiles(corekit::vector<Path> const& files, bool immediate) {
+    CALL_ENTRY();
+    for (Path const& file : files) {
+        auto const read = [file, immediate] {
+            CALL_ENTRY_NAMED("Load Job file");
+            auto const loaded = boost::make_shared<LoadedFile>(Load(file));
+            wxTheApp->CallAfter([file, immediate, loaded] {
+                MainWindow* const window = MainWindow::Get();
+                if (!window || window->IsBeingDeleted())
+                    return;
+                if (loaded->failure.Empty())
+                    window->TakeJobs(loaded->jobs, immediate);
+                else
+                    wxMessageBox(wxvText(loaded->failure), wxvText(file.Leaf()), wxOK | wxICON_ERROR, window);
+            });
+        };
+        ThreadPool::ThrottleQueue(read, "LoadJobFile", UID(true));
+    }
+}
+
+void MainWindow::TakeJobs(corekit::vector<boost::shared_ptr<Job>> const& jobs, bool immediate) {
+    CALL_ENTRY();
+    if (jobs.empty())
+        return;
+    if (!immediate) {
+        wxMessageDialog question(this, NamesOf(jobs), wxPLURAL("Submit this Job?", "Submit these Jobs?", jobs.size()),
+                                 wxOK | wxCANCEL | wxICON_QUESTION);
+        question.SetOKCancelLabels(_("Submit"), _("Cancel"));
+        if (question.ShowModal() != wxID_OK)
+            return;
+    }
+    for (boost::shared_ptr<Job> const& job : jobs)
+        SendToMaster(JobMsg::Create(job));
+}
+
+} // namespace vorlan

@@ -1,0 +1,39 @@
+#include "selecttimer.h"
+
+#include "core/enginemode.h"
+#include "mainwindow.h"
+
+#include <wx/listctrl.h>
+
+namespace vorlan {
+
+std::unique_ptr<_SelectTimer>& _SelectTimer::Timer() {
+    static std::unique_ptr<_SelectTimer> s_timer;
+    return s_timer;
+}
+
+_SelectTimer::_SelectTimer(MainWindow& window) : wxTimer(&window) {}
+
+void _SelectTimer::Start(MainWindow& window, wxListEvent const& event, bool selected) {
+    auto& timer = Timer();
+    if (!timer)
+        timer.reset(new _SelectTimer(window));
+    if (timer->m_pending.Note(event.GetId(), static_cast<int>(event.GetIndex()), selected))
+        timer->StartOnce(k_RestMs);
+}
+
+void _SelectTimer::StopCurrent() {
+    if (auto& timer = Timer())
+        timer->Stop();
+}
+
+void _SelectTimer::Reset() {
+    StopCurrent();
+    _EngineModeTimeout::ResetCurrent();
+}
+
+void _SelectTimer::Cleanup() { Timer().reset(); }
+
+PendingSelection _SelectTimer::Pending() { return Timer() ? Timer()->m_pending : PendingSelection(); }
+
+} // namespace vorlan

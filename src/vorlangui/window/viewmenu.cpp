@@ -1,0 +1,103 @@
+// The View menu: its commands and what they do.
+#include "command.h"
+#include "mainsplitter.h"
+#include "mainwindow.h"
+#include "mirror/options.h"
+#include "toolbar.h"
+#include "viewsarea.h"
+
+#include <algorithm>
+#include <corekit/callentry.h>
+#include <vorlan/vorlanapp.h>
+#include <wx/intl.h>
+#include <wx/menu.h>
+#include <wx/statusbr.h>
+#include <wx/wxvtext.h>
+
+namespace vorlan {
+
+namespace {
+
+enum Id : int {
+    k_IdFirstView = 14000,
+    k_IdLastView = 14099,
+    k_IdInfoPane = 14101,
+    k_IdToolbar = 14102,
+    k_IdStatusBar = 14103,
+    k_IdInfoPaneTool = 14104,
+    k_IdSelectPrev = 14105,
+    k_IdSelectNext = 14106,
+};
+
+bool IsShown(char const* option) { return VorlanApp::GetOptions().GetValue(k_WindowSection, option, true); }
+bool IsInfoPaneShown() { return IsShown(k_OptionInfoPane); }
+
+constexpr CommandRow Check(int id, char const* label, char const* help, void (MainWindow::*handler)(wxCommandEvent&)) {
+    CommandRow row{id, label, help, handler};
+    row.check = true;
+    return row;
+}
+
+constexpr CommandRow Step(int id, char const* label, char const* help, void (MainWindow::*handler)(wxCommandEvent&),
+                          CommandNeeds needs, CommandTool tool) {
+    CommandRow row{id, label, help, handler, needs};
+    row.tool = tool;
+    return row;
+}
+
+constexpr CommandRow ToolOnly(int id, void (MainWindow::*handler)(wxCommandEvent&), CommandTool tool) {
+    CommandRow row{id, nullptr, nullptr, handler};
+    row.tool = tool;
+    return row;
+}
+
+constexpr CommandRow k_View[] = {
+    Step(k_IdSelectPrev, "Select Previous\tCtrl+Left", "Move backward in the selection history",
+         &MainWindow::OnSelectPrev, CommandNeeds::FormerSelection, {1, "Back", "Select Previous"}),
+    Step(k_IdSelectNext, "Select Next\tCtrl+Right", "Move forward in the selection history", &MainWindow::OnSelectNext,
+         CommandNeeds::LaterSelection, {2, "Forward", "Select Next"}),
+    Check(k_IdInfoPane, "Info Pane\tAlt+0", "Shows or hides the Info panel", &MainWindow::OnViewInfoPane),
+    ToolOnly(k_IdInfoPaneTool, &MainWindow::OnInfoPaneTool, {3, "Info", "Info Pane", true, &IsInfoPaneShown}),
+    Check(k_IdToolbar, "Toolbar", "Shows or hides the toolbar", &MainWindow::OnViewToolBar),
+    Check(k_IdStatusBar, "Status Bar", "Shows or hides the status bar", &MainWindow::OnViewStatusBar),
+};
+
+} // namespace
+
+std::span<CommandRow const> ViewCommands() { return k_View; }
+
+void BuildViewMenu(wxMenuBar& bar, MainWindow const& window, bool connected) {
+    auto* menu = new wxMenu;
+    AppendCommands(*menu, window, ViewCommands(), connected);
+    menu->Check(k_IdInfoPane, IsShown(k_OptionInfoPane));
+    menu->Check(k_IdToolbar, IsShown(k_OptionToolbar));
+    wxStatusBar const* const statusBar = window.GetStatusBar();
+    menu->Check(k_IdStatusBar, statusBar ? statusBar->IsShown() : IsShown(k_OptionStatusBar));
+    bar.Append(menu, _("&View"));
+}
+
+void MainWindow::ShowInfoPane(bool show) {
+    VorlanApp::GetOptions().SetValue(k_WindowSection, k_OptionInfoPane, show);
+    m_main->ShowInfo(show);
+    SetChecked(k_IdInfoPane, show);
+    SetChecked(k_IdInfoPaneTool, show);
+}
+
+void MainWindow::OnViewInfoPane(wxCommandEvent& event) { ShowInfoPane(event.IsChecked()); }
+
+void MainWindow::OnInfoPaneTool(wxCommandEvent& event) { ShowInfoPane(event.IsChecked()); }
+
+void MainWindow::OnCloseInfo() { ShowInfoPane(false); }
+
+void MainWindow::OnViewToolBar(wxCommandEvent& event) {
+    VorlanApp::GetOptions().SetValue(k_WindowSection, k_OptionToolbar, event.IsChecked());
+    m_toolbar->Show(event.IsChecked());
+    Layout();
+}
+
+void MainWindow::OnViewStatusBar(wxCommandEvent& event) {
+    GetStatusBar()->Show(event.IsChecked());
+    SendSizeEvent();
+}
+
+} // namespace vorlan
