@@ -66,6 +66,11 @@ boost::shared_ptr<EngineInfo> EngineList::FindEngine(UID const& id) const {
     return found == m_engines.end() ? nullptr : found->second;
 }
 
+size_t EngineList::Count() const {
+    RWLock::Reader const reader(m_lock);
+    return m_engines.size();
+}
+
 EngineList::Map EngineList::Snapshot() const {
     RWLock::Reader const reader(m_lock);
     return m_engines;

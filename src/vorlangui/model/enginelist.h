@@ -24,6 +24,7 @@ public:
     boost::shared_ptr<EngineInfo> FindEngine(UID const& id) const;
     // All of them, as they stand now.
     Map Snapshot() const;
+    size_t Count() const;
 
     void InsertEngine(Engine const& engine);
     void RemoveEngine(UID const& id);

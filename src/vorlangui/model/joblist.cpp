@@ -152,6 +152,11 @@ void JobList::Visit(std::function<void(UID const&, boost::shared_ptr<JobInfo> co
         visitor(id, info, 1);
 }
 
+size_t JobList::Count() const {
+    RWLock::Reader const reader(m_lock);
+    return m_active.size() + m_finished.size();
+}
+
 void JobList::TellChange(UID const& id) {
     Mirror::Tell(StatusFlag::Jobs);
     m_lists.SetAllDirty();

@@ -44,6 +44,7 @@ public:
     void RefreshJob(UID const& id);
     // A long list is freed on a thread of the pool.
     void Clear() { Empty(FreeOn::Pool); }
+    size_t Count() const;
     // Every Job under the list's lock: its id, itself, and 0 for the unfinished ones, which
     // come first, or 1; each in the order of the ids. `visitor` is quick.
     void Visit(std::function<void(UID const&, boost::shared_ptr<JobInfo> const&, uint8_t)> const& visitor) const;

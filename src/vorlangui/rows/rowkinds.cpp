@@ -43,6 +43,13 @@ uint32_t CountNameChanges() {
 }
 
 void JobRows::Visit(Visitor const& visitor) { JobList::Get().Visit(visitor); }
+boost::shared_ptr<JobInfo> JobRows::FindObject(UID const& id) { return Jobs::FindJobInfo(id); }
+size_t JobRows::Count() { return JobList::Get().Count(); }
+
+boost::shared_ptr<EngineInfo> EngineRows::FindObject(UID const& id) { return EngineList::Get().FindEngine(id); }
+size_t EngineRows::Count() { return EngineList::Get().Count(); }
+boost::shared_ptr<WorkInfo> WorkRows::FindObject(UID const& id) { return WorkList::Get().FindWork(id); }
+size_t WorkRows::Count() { return WorkList::Get().Count(); }
 
 void EngineRows::Visit(Visitor const& visitor) {
     for (auto const& [id, info] : EngineList::Get().Snapshot())

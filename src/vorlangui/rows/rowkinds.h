@@ -22,7 +22,13 @@ struct JobRows {
     static uint32_t Changes(Info const& info) { return info.changes.load(std::memory_order_acquire); }
     // The object with the values; null: it is no row.
     static VorlanObject const* Values(Info const& info) { return info.job.get(); }
+    static boost::shared_ptr<Info> FindObject(UID const& id);
+    static size_t Count();
+
     static RowColumn<Info> const* Find(int type) { return JobColumns::Find(type); }
+    static std::span<int const> Defaults() { return JobColumns::Defaults(); }
+    static RowColor Color(Info const& info, Time) { return JobColumns::Color(info); }
+    static bool IsTinted(Info const& info) { return JobColumns::IsTinted(info); }
 };
 
 struct EngineRows {
@@ -33,7 +39,13 @@ struct EngineRows {
     static void Visit(Visitor const& visitor);
     static uint32_t Changes(Info const&) { return 0; }
     static VorlanObject const* Values(Info const& info) { return &info; }
+    static boost::shared_ptr<Info> FindObject(UID const& id);
+    static size_t Count();
+
     static RowColumn<Info> const* Find(int type) { return EngineColumns::Find(type); }
+    static std::span<int const> Defaults() { return EngineColumns::Defaults(); }
+    static RowColor Color(Info const& info, Time now) { return EngineColumns::Color(info, now); }
+    static bool IsTinted(Info const& info) { return EngineColumns::IsTinted(info); }
 };
 
 struct WorkRows {
@@ -44,7 +56,13 @@ struct WorkRows {
     static void Visit(Visitor const& visitor);
     static uint32_t Changes(Info const&) { return 0; }
     static VorlanObject const* Values(Info const& info) { return info.work.get(); }
+    static boost::shared_ptr<Info> FindObject(UID const& id);
+    static size_t Count();
+
     static RowColumn<Info> const* Find(int type) { return WorkColumns::Find(type); }
+    static std::span<int const> Defaults() { return WorkColumns::Defaults(); }
+    static RowColor Color(Info const&, Time) { return RowColor::Base; }
+    static bool IsTinted(Info const&) { return false; }
 };
 
 // Counts what changes the texts of many rows at once: the names of Pools and Products.

@@ -1,0 +1,101 @@
+#include "joblistctrl.h"
+
+#include "model/joblist.h"
+
+#include <bit>
+#include <wx/dc.h>
+#include <wx/dcclient.h>
+#include <wx/intl.h>
+#include <wx/wxvcolors.h>
+#include <wx/wxvgradient.h>
+#include <wx/wxvtext.h>
+
+#include <algorithm>
+
+namespace vorlan {
+
+namespace {
+
+// "Job History..."
+constexpr int k_HistoryCommand = 12017;
+
+// The bar within its cell, in pixels.
+constexpr int k_BarMargin = 2;
+constexpr int k_Highlight = 10;
+constexpr int k_Shade = 50;
+constexpr double k_GradientFactor = 2.0;
+constexpr double k_Readable = 4.5;
+
+wxColour Shifted(wxColour const& colour, int by) {
+    auto const shift = [by](unsigned char channel) {
+        return static_cast<unsigned char>(std::clamp(channel + by, 0, 255));
+    };
+    return wxColour(shift(colour.Red()), shift(colour.Green()), shift(colour.Blue()));
+}
+
+// Black where that reads on the bar and beside it.
+wxColour BarTextColour(wxColour const& bar) {
+    wxColour const ground = wxvGetColor(ColorName::WindowBGLighter);
+    bool const isBlackReadable =
+        wxvContrast(*wxBLACK, bar) >= k_Readable && wxvContrast(*wxBLACK, ground) >= k_Readable;
+    return isBlackReadable ? *wxBLACK : wxvGetColor(ColorName::Text);
+}
+
+} // namespace
+
+JobListCtrl::JobListCtrl(wxWindow* parent, int id, String section)
+    : RowListCtrl(parent, id, std::move(section)), FilterJob(TheFilter()) {
+    LoadColumnInfo();
+    JobList::Get().Lists().Add(this);
+}
+
+JobListCtrl::~JobListCtrl() { JobList::Get().Lists().Remove(this); }
+
+wxString JobListCtrl::NothingText() const { return _("No Jobs yet."); }
+
+int JobListCtrl::ActivateCommand() const { return k_HistoryCommand; }
+
+bool JobListCtrl::IsProgress(int column) const {
+    return GetColumnType(static_cast<size_t>(column)) == JobColumns::Progress;
+}
+
+uint64_t JobListCtrl::GetCellSignature(int row, int column) {
+    if (!IsProgress(column) || !Row() || !Row()->job)
+        return RowListCtrl::GetCellSignature(row, column);
+    return std::bit_cast<uint32_t>(Row()->job->PercentDone());
+}
+
+void JobListCtrl::DrawCell(wxDC& dc, int row, int column, wxRect cell, bool selected) {
+    if (!IsProgress(column)) {
+        RowListCtrl::DrawCell(dc, row, column, cell, selected);
+        return;
+    }
+    if (!Row() || !Row()->job)
+        return;
+    float const percent = Row()->job->PercentDone();
+    wxColour const plain = wxvGetColor(ColorName::Selected);
+    wxColour const bar = selected ? Shifted(plain, k_Highlight) : plain;
+    wxDCPenChanger const pen(dc, *wxBLACK_PEN);
+    wxDCBrushChanger const brush(dc, wxBrush(wxvGetColor(ColorName::WindowBGLighter)));
+    cell.Deflate(FromDIP(k_BarMargin));
+    dc.DrawRectangle(cell);
+    cell.Deflate(1);
+    cell.width -= 1;
+    if (percent > 0) {
+        wxRect filled = cell;
+        filled.width = static_cast<int>(static_cast<float>(cell.width) * percent / 100 + 1);
+        DrawGradedRectangle(dc, filled, bar, Shifted(bar, -k_Shade), k_GradientFactor, true, true);
+    }
+    wxString const text = wxvText(ProgressBarText(percent));
+    wxFont small = dc.GetFont();
+    small.SetPointSize(std::max(1, small.GetPointSize() - 1));
+    wxDCFontChanger const font(dc, small);
+    wxDCTextColourChanger const colour(dc, BarTextColour(bar));
+    dc.DrawText(text, cell.x + (cell.width - dc.GetTextExtent(text).x) / 2, cell.y + 1);
+}
+
+_JobListCtrl::_JobListCtrl(wxWindow* parent, int position) : JobListCtrl(parent, k_BaseID + position, String()) {
+    Update();
+}
+
+} // namespace vorlan

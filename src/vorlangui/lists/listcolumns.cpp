@@ -1,0 +1,161 @@
+// The columns of a ListCtrlBase: which sort it, and how the options remember them.
+#include "listctrlbase.h"
+
+#include <corekit/stringtokenizer.h>
+#include <vorlan/vorlanapp.h>
+#include <wx/listctrl.h>
+#include <wx/thread.h>
+
+namespace vorlan {
+
+namespace {
+
+constexpr char k_AllColumns[] = "AllColumns";
+constexpr char k_SortColumn[] = "SortCol";
+constexpr char k_SecondSortColumn[] = "Sort2Col";
+
+// The pictures of SortImages.
+constexpr int k_FirstImages = 0;
+constexpr int k_SecondImages = 2;
+
+int ImageOf(int images, bool ascending) { return ascending ? images : images + 1; }
+
+} // namespace
+
+void ListCtrlBase::SetSortColImage(int column) {
+    wxASSERT(::wxIsMainThread());
+    if (column >= 0 && column == m_primary) {
+        SetColumnAscending(column, !IsColumnAscending(column));
+        SaveColumnInfo();
+        SetColumnImage(column, ImageOf(k_FirstImages, IsColumnAscending(column)));
+        return;
+    }
+    for (int i = 0; i < GetColumnCount(); ++i)
+        SetColumnImage(i, -1);
+    if (column >= 0) {
+        m_secondary = m_primary;
+        m_primary = column;
+        SaveColumnInfo();
+    }
+    if (m_primary >= 0) {
+        SetColumnImage(m_primary, ImageOf(k_FirstImages, IsColumnAscending(m_primary)));
+        SetHighlightColumn(m_primary);
+    }
+    if (m_secondary >= 0)
+        SetColumnImage(m_secondary, ImageOf(k_SecondImages, IsColumnAscending(m_secondary)));
+}
+
+void ListCtrlBase::OnColumnClick(wxListEvent& event) {
+    int const column = event.GetColumn();
+    if (column < 0 || column >= GetColumnCount())
+        return;
+    SetSortColImage(column);
+    SetHighlightColumn(column);
+    DoSort();
+}
+
+void ListCtrlBase::OnColumnResized(wxListEvent&) { SaveColumnInfo(); }
+
+// The sort stays with its columns when they move.
+void ListCtrlBase::OnColumnsChanged(std::vector<int> const& now) {
+    auto const where = [&now](int column) {
+        return column >= 0 && static_cast<size_t>(column) < now.size() ? now[static_cast<size_t>(column)] : column;
+    };
+    m_primary = where(m_primary);
+    m_secondary = where(m_secondary);
+    if (m_primary < 0)
+        m_primary = std::max(0, std::exchange(m_secondary, -1));
+    if (GetColumnCount() > 0 && m_primary < GetColumnCount())
+        SetSortColImage(-1);
+}
+
+SortBy ListCtrlBase::SortByColumn(int column) const {
+    SortBy by;
+    by.ascending = column < 0 || IsColumnAscending(column);
+    // One past the last column sorts as a type with no entry does.
+    if (column < 0 || column > GetColumnCount())
+        return by;
+    by.type = GetColumnType(static_cast<size_t>(column));
+    by.custom = GetColumnCustom(column);
+    return by;
+}
+
+SortOrder ListCtrlBase::GetSortOrder() const { return {SortByColumn(m_primary), SortByColumn(m_secondary)}; }
+
+void ListCtrlBase::SetDefaultColumns() {
+    m_primary = 0;
+    m_secondary = -1;
+    RemoveAllColumns();
+    DefaultColumns();
+    SaveColumnInfo();
+    SetSortColImage(-1);
+}
+
+void ListCtrlBase::LoadColumnInfo() {
+    IniFile const& options = VorlanApp::GetOptions();
+    StringTokenizer records(options.GetValue(m_section, k_AllColumns, String()), ";", '"', '`');
+    for (String record; records.Next(record);) {
+        record.Replace("`;", ";");
+        record.Replace("``", "`");
+        AddSavedColumn(record);
+    }
+    if (GetColumnCount() == 0)
+        DefaultColumns();
+    // From the current section, other than they are saved: what it remembers depends on
+    // who has read the options before.
+    int column = 0;
+    options.GetValue(k_SortColumn, column);
+    m_primary = column < 0 || column >= GetColumnCount() ? 0 : column;
+    options.GetValue(k_SecondSortColumn, column);
+    m_secondary = column < 0 || column >= GetColumnCount() || column == m_primary ? -1 : column;
+    SetSortColImage(-1);
+}
+
+// "label,width,ascending,type,custom". Another number of fields drops it.
+void ListCtrlBase::AddSavedColumn(String const& record) {
+    constexpr size_t k_Fields = 5;
+    auto const unescape = [](String text) {
+        text.Replace("\\,", ",");
+        text.Replace("\\\\", "\\");
+        return text;
+    };
+    StringTokenizer tokens(record, ",", '"', '\\');
+    corekit::vector<String> fields;
+    for (String field; tokens.Next(field);)
+        fields.push_back(field);
+    if (fields.size() == k_Fields - 1)
+        fields.emplace_back();
+    if (fields.size() != k_Fields)
+        return;
+    ColumnHeader header;
+    header.label = unescape(fields[0]);
+    header.width = static_cast<int32_t>(std::min<uint64_t>(fields[1].Uint(), k_MaxColumnWidth));
+    header.ascending = fields[2].Bool();
+    header.type = static_cast<int32_t>(fields[3].Int());
+    header.custom = unescape(fields[4]);
+    AddColumn(header);
+}
+
+void ListCtrlBase::SaveColumnInfo() const {
+    OptionsFile& options = VorlanApp::GetOptions();
+    OptionsFile::PauseAutoWrite const pause(options);
+    String joined;
+    for (int column = 0; column < GetColumnCount(); ++column) {
+        String record = GetColumnName(column);
+        record.Replace("\\", "\\\\");
+        record.Replace(",", "\\,");
+        record += "," + String::From(GetColumnWidth(static_cast<size_t>(column)));
+        record += IsColumnAscending(column) ? ",1," : ",0,";
+        record += String::From(GetColumnType(static_cast<size_t>(column)));
+        // As it stands: a comma in it makes a record that is dropped when it is read.
+        record += "," + GetColumnCustom(column);
+        record.Replace("`", "``");
+        record.Replace(";", "`;");
+        joined += (joined.empty() ? "" : ";") + record;
+    }
+    options.SetValue(m_section, k_AllColumns, joined);
+    options.SetValue(m_section, k_SortColumn, m_primary);
+    options.SetValue(m_section, k_SecondSortColumn, m_secondary);
+}
+
+} // namespace vorlan

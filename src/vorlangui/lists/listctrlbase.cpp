@@ -1,0 +1,191 @@
+#include "listctrlbase.h"
+
+#include <corekit/callentry.h>
+#include <vorlan/vorlanapp.h>
+#include <wx/bookctrl.h>
+#include <wx/listctrl.h>
+#include <wx/thread.h>
+#include <wx/wxtimed.h>
+
+#include <algorithm>
+
+namespace vorlan {
+
+namespace {
+
+// Time columns run on once a second.
+constexpr int k_TicksPerSecond = 1000 / wxTimed::k_PeriodMs;
+
+} // namespace
+
+// What a rebuild brings back.
+struct ListCtrlBase::Place {
+    int scroll = 0;
+    corekit::set<UID> selection;
+    UID anchor;
+};
+
+ListCtrlBase::ListCtrlBase(wxWindow* parent, int id, String section, long style, long windowStyle)
+    : wxDBListCtrl(parent, id, style, windowStyle), m_section(section.empty() ? String::From(id) : std::move(section)) {
+    // The first rows come from an explicit Update.
+    TakeDirty();
+    SetImageList(SortImages());
+    Bind(wxEVT_LIST_COL_CLICK, &ListCtrlBase::OnColumnClick, this);
+    Bind(wxEVT_LIST_COL_END_DRAG, &ListCtrlBase::OnColumnResized, this);
+    Bind(wxEVT_LIST_ITEM_SELECTED, &ListCtrlBase::OnItemSelected, this);
+    Bind(wxEVT_LIST_ITEM_DESELECTED, &ListCtrlBase::OnItemDeselect, this);
+    Bind(wxEVT_LIST_ITEM_ACTIVATED, &ListCtrlBase::OnDoubleClick, this);
+    wxTimed::s_Timer0250.Connect(this, &ListCtrlBase::OnTick);
+}
+
+ListCtrlBase::~ListCtrlBase() { DisconnectAll(); }
+
+corekit::set<UID> ListCtrlBase::GetSelectedIDs() const {
+    corekit::set<UID> ids;
+    for (UID const& id : m_selection) {
+        if (m_contents[id] != ListContents::k_NoRow)
+            ids.insert(ids.end(), id);
+    }
+    return ids;
+}
+
+bool ListCtrlBase::HasSelection() const {
+    return std::ranges::any_of(m_selection, [this](UID const& id) { return m_contents[id] != ListContents::k_NoRow; });
+}
+
+void ListCtrlBase::SetSelectedIDs(corekit::set<UID> const& ids, UID const& anchor) {
+    m_selection = ids;
+    SetLastSelect(GetRowOf(anchor));
+    Redraw();
+}
+
+std::vector<int> ListCtrlBase::GetSelection() {
+    std::vector<int> rows;
+    rows.reserve(m_selection.size());
+    for (UID const& id : m_selection)
+        rows.push_back(GetRowOf(id));
+    return rows;
+}
+
+bool ListCtrlBase::IsRowSelected(int row) { return m_selection.contains(GetRowID(row)); }
+
+void ListCtrlBase::DoClear() {
+    ListContents().swap(m_contents);
+    corekit::set<UID>().swap(m_selection);
+}
+
+void ListCtrlBase::OnListCleared() {
+    Clear();
+    SetEmptyText(EmptyText());
+    Redraw();
+}
+
+// The last window below a book is its page; the page in front is the one that is seen. A
+// list right in a book is no page of it: the book itself is looked for in the next one.
+bool ListCtrlBase::IsAwake() const {
+    wxWindow const* page = nullptr;
+    for (wxWindow const* window = GetParent(); window; window = window->GetParent()) {
+        auto const* const book = dynamic_cast<wxBookCtrlBase const*>(window);
+        if (book && page)
+            return book->GetCurrentPage() == page;
+        page = window;
+    }
+    return true;
+}
+
+void ListCtrlBase::OnTick() {
+    UpdateIfDirty();
+    int const type = TimeColumnType();
+    if (type < 0 || ++m_ticks < k_TicksPerSecond)
+        return;
+    m_ticks = 0;
+    int const column = FindColumnByType(type);
+    if (column >= 0 && !m_contents.empty() && IsShownOnScreen())
+        RedrawColumn(column);
+}
+
+// A change on a page at the back is forgotten: the page refreshes when it comes to the
+// front.
+void ListCtrlBase::UpdateIfDirty() {
+    CALL_ENTRY();
+    while (TakeDirty()) {
+        if (IsAwake()) {
+            DoUpdate(Cause::Changes);
+        } else if (!m_isStale) {
+            m_isStale = true;
+            OnAsleep();
+        }
+    }
+}
+
+void ListCtrlBase::DoShow() {
+    wxDBListCtrl::DoShow();
+    if (m_isStale)
+        Update();
+}
+
+void ListCtrlBase::Update() { DoUpdate(Cause::Asked); }
+
+void ListCtrlBase::DoUpdate(Cause) {
+    CALL_ENTRY();
+    m_isStale = false;
+    Freeze();
+    Place const place = TakePlace();
+    Clear();
+    DoRefill();
+    Insert(0, m_contents.size(), false);
+    DoSort();
+    RestorePlace(place);
+    Thaw();
+}
+
+void ListCtrlBase::Replace(ListContents contents) {
+    CALL_ENTRY();
+    m_isStale = false;
+    Freeze();
+    Place const place = TakePlace();
+    Clear();
+    m_contents.swap(contents);
+    Insert(0, m_contents.size(), false);
+    RestorePlace(place);
+    Thaw();
+}
+
+auto ListCtrlBase::TakePlace() -> Place {
+    return {GetScrollPos(wxVERTICAL), GetSelectedIDs(), GetRowID(GetLastSelect())};
+}
+
+void ListCtrlBase::RestorePlace(Place const& place) {
+    m_selection = place.selection;
+    SetLastSelect(GetRowOf(place.anchor));
+    if (m_contents.empty())
+        SetEmptyText(EmptyText());
+    Redraw();
+    SetScrollPos(wxVERTICAL, place.scroll, true);
+}
+
+void ListCtrlBase::OnItemSelected(wxListEvent& event) {
+    event.Skip();
+    int const row = static_cast<int>(event.GetIndex());
+    UID const id = GetRowID(row);
+    if (id.IsNull())
+        return;
+    m_selection.insert(id);
+    RedrawItem(row);
+}
+
+void ListCtrlBase::OnItemDeselect(wxListEvent& event) {
+    event.Skip();
+    int const row = static_cast<int>(event.GetIndex());
+    m_selection.erase(GetRowID(row));
+    RedrawItem(row);
+}
+
+void ListCtrlBase::OnDoubleClick(wxListEvent& event) {
+    event.Skip();
+    wxCommandEvent command(wxEVT_MENU, ActivateCommand());
+    command.SetEventObject(this);
+    GetEventHandler()->AddPendingEvent(command);
+}
+
+} // namespace vorlan
