@@ -9,7 +9,7 @@ namespace corekit {
 
 namespace {
 constexpr std::array<const char*, 8> k_RankNames = {
-    "None", "JobList", "EngineList", "WorkList", "JobInfo", "WatcherRegistry", "Failures", "PoolTable",
+    "None", "JobList", "EngineList", "JobInfo", "WorkList", "WatcherRegistry", "Failures", "PoolTable",
 };
 } // namespace
 
