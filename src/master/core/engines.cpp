@@ -7,6 +7,7 @@
 
 #include <boost/make_shared.hpp>
 #include <corekit/sformat.h>
+#include <vorlan/keys.h>
 #include <vorlan/status.h>
 
 #include <algorithm>
@@ -118,7 +119,8 @@ void Engines::OnRegister(Peer& peer, RegisterEngineMsg const& message) {
     auto record = boost::make_shared<Engine>(message.engine);
     if (!isNew) {
         record->CopyCommon(*engine->engine);
-        record->SetNote(engine->engine->Note());
+        if (engine->engine->Has(p_Note))
+            record->SetNote(engine->engine->Note());
     }
     record->SetUTCOffset(message.engine.UTCOffset());
     record->SetOnline(true);

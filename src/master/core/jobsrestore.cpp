@@ -4,6 +4,7 @@
 #include "master/core/runs.h"
 
 #include <corekit/exception.h>
+#include <vorlan/keys.h>
 #include <vorlan/status.h>
 
 #include <algorithm>
@@ -32,7 +33,8 @@ void Jobs::RestoreJob(Record const& record) {
     job.number = record.number;
     job.job = DecodeJob(record.body);
     job.id = job.job->id;
-    job.toldPermille = -1; // the row may have an older one
+    if (job.job->Has(p_PercentDone))
+        job.toldPermille = -1; // the row may have an older one
     if (job.id != UIDOfRecord(record))
         throw ParseException("A Job of the store has another id in its values than in its row.");
     ReadSettings(job);
