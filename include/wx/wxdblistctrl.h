@@ -223,6 +223,11 @@ protected:
     // What is left of a cell for its text, behind indent, expander and image.
     wxRect GetTextRect(int row, int column) const;
 
+    // A frozen list asks its subclass for nothing. The toolkit is not told: all that it
+    // would do is to draw the whole window afterwards.
+    void DoFreeze() override;
+    void DoThaw() override;
+
 private:
     friend class wxDBListInput;
     friend class wxDBListPainter;

@@ -5,6 +5,7 @@
 
 #include <corekit/sformat.h>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 #include <wx/uiaction.h>
@@ -27,6 +28,16 @@ public:
               std::pair(wxEVT_LIST_COL_END_DRAG, "drag")})
             parent->Bind(type, [this, name = std::string(name)](wxListEvent& event) {
                 Hear(event, name + " " + std::to_string(event.GetColumn()));
+            });
+        for (auto const& type : {wxEVT_MOTION, wxEVT_LEFT_DOWN, wxEVT_LEFT_UP, wxEVT_LEFT_DCLICK, wxEVT_RIGHT_UP})
+            Bind(type, [this](wxMouseEvent& event) {
+                ++counts[event.GetEventType()];
+                event.Skip();
+            });
+        for (auto const& type : {wxEVT_KEY_DOWN, wxEVT_KEY_UP})
+            Bind(type, [this](wxKeyEvent& event) {
+                ++counts[event.GetEventType()];
+                event.Skip();
             });
     }
 
@@ -62,6 +73,8 @@ public:
 
     std::vector<corekit::String> names;
     std::function<void()> onEvent;
+    // How many of each the window system has sent.
+    std::map<wxEventType, int> counts;
 
 private:
     void Hear(wxListEvent& event, std::string const& what) {
@@ -95,37 +108,49 @@ protected:
         wxRect const cell = list->GetCellRect(row, column);
         return OnScreen(wxPoint(cell.x + 12, cell.y + cell.height / 2));
     }
+    // Does what makes the window system send that event, and waits for it.
+    template <class Act>
+    void Await(wxEventType type, Act&& act) {
+        int& count = list->counts[type];
+        int const before = count;
+        act();
+        EXPECT_TRUE(PumpUntil([&] { return count > before; }, 3000)) << "an event of the window system";
+        Settle();
+    }
     void MoveTo(wxPoint const& screen) {
-        EXPECT_TRUE(mouse.MouseMove(screen));
+        bool const inside = list->GetScreenRect().Contains(screen) || list->HasCapture();
+        if (wxGetMousePosition() == screen)
+            return;
+        if (inside)
+            Await(wxEVT_MOTION, [&] { mouse.MouseMove(screen); });
+        else
+            mouse.MouseMove(screen);
         EXPECT_TRUE(PumpUntil([&] { return wxGetMousePosition() == screen; }));
         Settle();
     }
-    void Click(wxPoint const& screen) {
+    void Click(wxPoint const& screen, int button = wxMOUSE_BTN_LEFT) {
         MoveTo(screen);
-        mouse.MouseClick();
-        Settle();
+        Await(button == wxMOUSE_BTN_LEFT ? wxEVT_LEFT_UP : wxEVT_RIGHT_UP, [&] { mouse.MouseClick(button); });
+    }
+    void DoubleClick(wxPoint const& screen) {
+        MoveTo(screen);
+        Await(wxEVT_LEFT_DCLICK, [&] { mouse.MouseDblClick(); });
     }
     void ClickWith(wxKeyCode key, wxPoint const& screen) {
         MoveTo(screen);
-        mouse.KeyDown(key);
-        Settle();
-        mouse.MouseClick();
-        Settle();
-        mouse.KeyUp(key);
-        Settle();
+        Await(wxEVT_KEY_DOWN, [&] { mouse.KeyDown(key); });
+        Click(screen);
+        Await(wxEVT_KEY_UP, [&] { mouse.KeyUp(key); });
     }
     void Drag(wxPoint const& from, wxPoint const& to) {
         MoveTo(from);
-        mouse.MouseDown();
-        Settle();
+        Await(wxEVT_LEFT_DOWN, [&] { mouse.MouseDown(); });
         MoveTo((from + to) / 2);
         MoveTo(to);
-        mouse.MouseUp();
-        Settle();
+        Await(wxEVT_LEFT_UP, [&] { mouse.MouseUp(); });
     }
     void Key(int key, int modifiers = wxMOD_NONE) {
-        mouse.Char(key, modifiers);
-        Settle();
+        Await(wxEVT_KEY_UP, [&] { mouse.Char(key, modifiers); });
     }
 
     wxUIActionSimulator mouse;

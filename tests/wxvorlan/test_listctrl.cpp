@@ -23,10 +23,7 @@ TEST_F(SampleListTest, TheMouseSelects) {
     Drag(InCell(4), InCell(7));
     EXPECT_EQ(list->Selected(), "4 5 6 7");
     EXPECT_TRUE(list->Take().ends_with("+7")) << "the last word is on the row of the pointer";
-    Click(InCell(4, 1));
-    list->Take();
-    mouse.MouseDblClick();
-    Settle();
+    DoubleClick(InCell(4, 1));
     EXPECT_TRUE(list->Take().ends_with("!4"));
 }
 
@@ -39,16 +36,12 @@ TEST_F(SampleListTest, ARightClickSelectsFirst) {
         char const* heard;
     } const cases[] = {{2, "menu2"}, {5, "-1 -2 +5 menu5"}};
     for (Case const& c : cases) {
-        MoveTo(InCell(c.row));
-        mouse.MouseClick(wxMOUSE_BTN_RIGHT);
-        Settle();
+        Click(InCell(c.row), wxMOUSE_BTN_RIGHT);
         EXPECT_EQ(list->Take(), c.heard);
     }
     Key(WXK_F10, wxMOD_SHIFT);
     EXPECT_EQ(list->Take(), "menu5");
-    MoveTo(OnScreen(wxPoint(20, 8)));
-    mouse.MouseClick(wxMOUSE_BTN_RIGHT);
-    Settle();
+    Click(OnScreen(wxPoint(20, 8)), wxMOUSE_BTN_RIGHT);
     EXPECT_EQ(list->Take(), "head menu 0");
 }
 
@@ -112,9 +105,7 @@ TEST_F(SampleListTest, HeadersAreClickedDraggedAndFitted) {
     EXPECT_EQ(list->GetColumnName(0), "Number");
     EXPECT_EQ(list->GetColumnName(1), "Name");
     EXPECT_EQ(list->GetHighlightColumn(), 1) << "the light goes with its column";
-    MoveTo(OnScreen(wxPoint(list->GetCellRect(0, 2).GetRight(), 8)));
-    mouse.MouseDblClick();
-    Settle();
+    DoubleClick(OnScreen(wxPoint(list->GetCellRect(0, 2).GetRight(), 8)));
     EXPECT_GT(list->GetColumnWidth(2), 200) << "the note is longer than its column was";
     EXPECT_EQ(list->Take(), "drag 2");
 }

@@ -60,7 +60,7 @@ void wxDBListInput::OnLeftDouble(wxMouseEvent& event) {
     if (hit.area == Area::HeaderEdge) {
         m_list.SetColumnWidth(hit.column, -1);
         m_list.SendEvent(wxEVT_LIST_COL_END_DRAG, -1, hit.column, event.GetPosition());
-    } else if ((hit.area == Area::Cell || hit.area == Area::BesideCells) &&
+    } else if ((hit.area == Area::Cell || hit.area == Area::BesideCells) && !event.HasAnyModifiers() &&
                !(hit.column >= 0 &&
                  m_list.m_painter->ExpanderRect(hit.row, hit.column).Contains(event.GetPosition()))) {
         m_list.Activate(hit.row, hit.column);

@@ -86,7 +86,8 @@ void wxDBListPainter::DrawRows(wxDC& dc, wxRegion const* region) {
         if (!Touches(region, place))
             continue;
         uint64_t const look = VisitRow(row, &dc, region);
-        KeepLook(row, !region || region->Contains(place) == wxInRegion ? look : k_Unknown);
+        bool const whole = !region || region->Contains(place.Intersect(layout.Body())) == wxInRegion;
+        KeepLook(row, whole ? look : k_Unknown);
         ++m_drawnRows;
     }
     wxRect below = layout.Body();

@@ -41,8 +41,19 @@ struct wxDBListState {
     int overlayRow = -1;
     int overlayColumn = -1;
 
+    // As the toolkit's bars were last set, in pixels.
+    struct Scrollbar {
+        int position = 0;
+        int thumb = 0;
+        int range = 0;
+        bool operator==(Scrollbar const&) const = default;
+    };
+    Scrollbar vertical{-1, 0, 0};
+    Scrollbar horizontal{-1, 0, 0};
+
     bool layoutChanged = true; // scroll bars are to be set
     bool redraw = false;       // rows may look different
+    bool missedPaint = false;  // the window was to be drawn while it was frozen
 
     bool IsColumn(int column) const { return column >= 0 && column < static_cast<int>(columns.size()); }
     bool IsRow(int row) const { return row >= 0 && row < layout.RowCount(); }

@@ -64,9 +64,20 @@ void wxDBListCtrl::TakeMetrics() {
 
 void wxDBListCtrl::OnPaint(wxPaintEvent&) {
     wxPaintDC dc(this);
+    m_state->missedPaint = IsFrozen();
+    if (m_state->missedPaint)
+        return;
     m_state->layout.SetClient(GetClientSize());
     m_state->layout.Clamp();
     m_painter->Paint(dc, &GetUpdateRegion());
+}
+
+void wxDBListCtrl::DoFreeze() {}
+
+void wxDBListCtrl::DoThaw() {
+    if (m_state->missedPaint)
+        Refresh(false);
+    wxWakeUpIdle();
 }
 
 void wxDBListCtrl::Redraw() {
@@ -128,15 +139,17 @@ void wxDBListCtrl::ApplyColors() {
 
 void wxDBListCtrl::SettleScrollbars() {
     wxDBListLayout const& layout = m_state->layout;
-    auto settle = [this](int orientation, int position, int thumb, int range) {
-        if (range <= thumb)
-            position = thumb = range = 0;
-        if (wxvPanel::GetScrollPos(orientation) != position || wxvPanel::GetScrollThumb(orientation) != thumb ||
-            wxvPanel::GetScrollRange(orientation) != range)
-            SetScrollbar(orientation, position, thumb, range);
+    auto settle = [this](int orientation, wxDBListState::Scrollbar& bar, wxDBListState::Scrollbar now) {
+        if (now.range <= now.thumb)
+            now = {};
+        // Setting a bar draws the whole window, even when it stays as it is.
+        if (now == bar)
+            return;
+        bar = now;
+        SetScrollbar(orientation, now.position, now.thumb, now.range);
     };
-    settle(wxVERTICAL, layout.Origin().y, layout.Body().height, layout.Content().y);
-    settle(wxHORIZONTAL, layout.Origin().x, layout.Client().x, layout.Content().x);
+    settle(wxVERTICAL, m_state->vertical, {layout.Origin().y, layout.Body().height, layout.Content().y});
+    settle(wxHORIZONTAL, m_state->horizontal, {layout.Origin().x, layout.Client().x, layout.Content().x});
 }
 
 void wxDBListCtrl::ScrollTo(wxPoint const& origin) {
