@@ -54,6 +54,8 @@ NumberRange::NumberRange(double low_, double high_)
 double NumberRange::Clamped(double value) const { return std::clamp(std::isnan(value) ? low : value, low, high); }
 
 int NumberRange::PositionOf(double value) const {
+    if (value >= high)
+        return value > low ? steps : 0;
     return static_cast<int>(std::clamp(std::round((Clamped(value) - low) / step), 0.0, static_cast<double>(steps)));
 }
 

@@ -1,0 +1,316 @@
+// The styled controls under mouse and keyboard, on the screen.
+#include "wxtest.h"
+
+#include "corekit/tempfolder.h"
+
+#include <corekit/optionsfile.h>
+#include <wx/panel.h>
+#include <wx/slider.h>
+#include <wx/uiaction.h>
+#include <wx/wxvchecklistbox.h>
+#include <wx/wxvchoice.h>
+#include <wx/wxvcolors.h>
+#include <wx/wxvdatetimectrl.h>
+#include <wx/wxvlistbox.h>
+#include <wx/wxvnotebook.h>
+#include <wx/wxvnumberselector.h>
+#include <wx/wxvorlanframe.h>
+#include <wx/wxvslider.h>
+#include <wx/wxvsplitterwindow.h>
+#include <wx/wxvtextctrl.h>
+
+using corekit::String;
+using corekit::Time;
+
+namespace {
+
+wxUIActionSimulator Hand;
+
+void Press(int key, int modifiers = 0) {
+    Hand.Char(key, modifiers);
+    Pump();
+}
+
+void Type(char const* text) {
+    Hand.Text(text);
+    Pump();
+}
+
+// Counts the events of a kind that reach a window's parent.
+class Heard {
+public:
+    Heard(wxWindow& window, wxEventTypeTag<wxCommandEvent> const& type, int id) {
+        window.GetParent()->Bind(
+            type, [this](wxCommandEvent&) { ++m_count; }, id);
+    }
+    int Take() { return std::exchange(m_count, 0); }
+
+private:
+    int m_count = 0;
+};
+
+class ControlTest : public WindowTest {
+protected:
+    ControlTest() : page(new wxPanel(&Frame())) {}
+    // Puts the control on the page and gives it the focus; composites have it inside.
+    void Put(wxWindow* control, wxWindow* focused) {
+        control->SetSize(10, 10, 400, control->GetBestSize().y);
+        control->Layout();
+        Frame().Show();
+        Frame().Raise();
+        EXPECT_TRUE(PumpUntil([this] { return Frame().IsActive(); }));
+        focused->SetFocus();
+        EXPECT_TRUE(PumpUntil([focused] { return focused->HasFocus(); }));
+    }
+
+    wxPanel* const page;
+};
+
+class NotebookTest : public WindowTest {
+protected:
+    NotebookTest() : WindowTest(wxSize(400, 300)), book(new wxvNotebook(&Frame(), 2000, "Views")) {}
+    void Add(std::initializer_list<char const*> names) {
+        for (char const* name : names)
+            book->AddPage(new wxPanel(book), name);
+        Frame().Show();
+        Frame().Raise();
+        EXPECT_TRUE(PumpUntil([this] { return Frame().IsActive(); }));
+    }
+    std::vector<size_t> Order() const { return book->TabOrder(); }
+
+    wxvNotebook* const book;
+};
+
+using Indices = std::vector<size_t>;
+
+} // namespace
+
+TEST_F(NotebookTest, AnOrderOfTabsIsKeptAndAnyTextIsRead) {
+    Add({"A", "B", "C", "D"});
+    book->SetSelection(2);
+    struct Case {
+        char const* text;
+        Indices order;
+    } const cases[] = {
+        {"tabs=2,0,3,1", {2, 0, 3, 1}},
+        {"tabs=0,1,2,3", {0, 1, 2, 3}},
+        {"tabs=3", {3, 0, 1, 2}},
+        {"tabs=0,1,2,3", {0, 1, 2, 3}},
+        {"tabs=9,3,3,x,-1,1", {3, 1, 0, 2}},
+        {"tabs=", {3, 1, 0, 2}},
+        {"layout2|name", {3, 1, 0, 2}},
+        {"", {3, 1, 0, 2}},
+        {"tabs=99999999999999999999999,2", {2, 3, 1, 0}},
+    };
+    for (Case const& c : cases) {
+        book->LoadPerspective(c.text);
+        EXPECT_EQ(Order(), c.order) << c.text;
+        EXPECT_EQ(book->GetSelection(), 2) << "the page keeps its index";
+    }
+    EXPECT_EQ(book->SavePerspective(), "tabs=2,3,1,0");
+    book->RemovePage(1);
+    EXPECT_EQ(book->SavePerspective(), "tabs=1,2,0");
+    while (book->GetPageCount() > 0)
+        book->DeletePage(0);
+    book->LoadPerspective("tabs=1,0");
+    EXPECT_EQ(book->SavePerspective(), "tabs=");
+}
+
+TEST_F(NotebookTest, TheLayoutStandsInTheOptionsUnderTheNameOfTheBook) {
+    corekit::TempFolder const folder;
+    corekit::OptionsFile options(folder.Folder() + "/Options.ini");
+    wxvSetOptions(&options);
+    Add({"A", "B", "C"});
+    book->LoadPerspective("tabs=2,1,0");
+    book->SaveLayout();
+    book->LoadPerspective("tabs=0,1,2");
+    book->LoadLayout();
+    EXPECT_EQ(Order(), (Indices{2, 1, 0}));
+    EXPECT_EQ(options.GetValue("Window", "Views Layout", ""), "tabs=2,1,0");
+    auto* const nameless = new wxvNotebook(&Frame());
+    nameless->AddPage(new wxPanel(nameless), "X");
+    nameless->SaveLayout();
+    EXPECT_EQ(options.GetValue("Window", " Layout", "none"), "none");
+    wxvSetOptions(nullptr);
+}
+
+TEST_F(NotebookTest, TheKeyboardGoesRoundInTheOrderOfTheTabs) {
+    Add({"A", "B", "C"});
+    auto* const field = new wxvTextCtrl(book->GetPage(0), wxID_ANY);
+    book->LoadPerspective("tabs=0,2,1");
+    field->SetFocus();
+    ASSERT_TRUE(PumpUntil([field] { return field->HasFocus(); }));
+    struct Case {
+        int key;
+        int modifiers;
+        int selected;
+    } const cases[] = {{WXK_TAB, wxMOD_CONTROL, 2},    {WXK_TAB, wxMOD_CONTROL, 1},
+                       {WXK_TAB, wxMOD_CONTROL, 0},    {WXK_TAB, wxMOD_CONTROL | wxMOD_SHIFT, 1},
+                       {WXK_PAGEUP, wxMOD_CONTROL, 2}, {WXK_PAGEDOWN, wxMOD_CONTROL, 1}};
+    for (Case const& c : cases) {
+        Press(c.key, c.modifiers);
+        EXPECT_TRUE(PumpUntil([&] { return book->GetSelection() == c.selected; })) << c.selected;
+    }
+}
+
+TEST_F(NotebookTest, AListOfTheTabsIsOfferedWhenTheyDoNotFit) {
+    Add({"Details", "History"});
+    auto const offers = [this] { return book->HasFlag(wxAUI_NB_WINDOWLIST_BUTTON); };
+    EXPECT_FALSE(offers());
+    Add({"A tab with a long name", "And another with a long name", "A third"});
+    EXPECT_TRUE(offers());
+    Frame().SetClientSize(900, 300);
+    EXPECT_TRUE(PumpUntil([&] { return !offers(); }));
+    Frame().SetClientSize(300, 300);
+    EXPECT_TRUE(PumpUntil([&] { return offers(); }));
+    for (int i = 0; i < 3; ++i)
+        book->RemovePage(2);
+    EXPECT_FALSE(offers());
+}
+
+TEST_F(WindowTest, ADoubleClickOnTheSashTakesAPaneAwayWhereItMay) {
+    struct Case {
+        SashDoubleClick mode;
+        bool split;
+    } const cases[] = {{SashDoubleClick::Nothing, true}, {SashDoubleClick::Unsplit, false}};
+    for (Case const& c : cases) {
+        auto* const splitter = new wxvSplitterWindow(&Frame(), c.mode);
+        splitter->SetSize(Frame().GetClientSize());
+        splitter->SplitVertically(new wxPanel(splitter), new wxPanel(splitter), 200);
+        int told = 0;
+        splitter->Bind(wxEVT_SPLITTER_UNSPLIT, [&told](wxSplitterEvent&) { ++told; });
+        Frame().Show();
+        Frame().Raise();
+        EXPECT_TRUE(PumpUntil([this] { return Frame().IsActive(); }));
+        EXPECT_EQ(splitter->GetSashSize(), splitter->FromDIP(wxvSplitterWindow::k_SashWidth));
+        splitter->OnDoubleClickSash(201, 50);
+        EXPECT_EQ(splitter->IsSplit(), c.split);
+        EXPECT_EQ(told, c.split ? 0 : 1);
+        splitter->Destroy();
+    }
+}
+
+TEST_F(ControlTest, TheSliderTakesKeysAndTypedNumbers) {
+    auto* const slider = new wxvSlider(page, 0, 100, 40, 77);
+    Heard heard(*slider, wxEVT_SLIDER, 77);
+    Put(slider, slider->Text());
+    EXPECT_EQ(slider->GetValue(), "40");
+    slider->Text()->SelectAll();
+    Type("250");
+    EXPECT_EQ(slider->GetValue(), "100") << "what is being typed counts";
+    EXPECT_EQ(heard.Take(), 0);
+    Press(WXK_RETURN);
+    EXPECT_TRUE(PumpUntil([&] { return slider->Text()->GetValue() == "100"; }));
+    EXPECT_EQ(heard.Take(), 1);
+    auto* const bar = dynamic_cast<wxSlider*>(slider->GetChildren().front());
+    ASSERT_TRUE(bar);
+    bar->SetFocus();
+    ASSERT_TRUE(PumpUntil([bar] { return bar->HasFocus(); }));
+    Press(WXK_LEFT);
+    EXPECT_TRUE(PumpUntil([&] { return slider->GetValue() == "99"; }));
+    EXPECT_GE(heard.Take(), 1);
+    slider->SetValue("7");
+    EXPECT_EQ(slider->GetValue(), "7");
+    Pump();
+    EXPECT_EQ(heard.Take(), 0) << "the program's own change is not told";
+}
+
+TEST_F(ControlTest, ANumberFieldStepsByKeysAndStopsAtItsLimits) {
+    auto* const number = new wxvNumberSelector(page, NumberKind::Integer, 0, 20, 78);
+    Heard heard(*number, wxEVT_TEXT, 78);
+    Put(number, number->Text());
+    number->SetValue("5");
+    EXPECT_EQ(heard.Take(), 0);
+    struct Case {
+        int key;
+        char const* value;
+    } const cases[] = {{WXK_UP, "6"}, {WXK_DOWN, "5"}, {WXK_PAGEUP, "15"}, {WXK_PAGEUP, "20"}, {WXK_PAGEDOWN, "10"}};
+    for (Case const& c : cases) {
+        Press(c.key);
+        EXPECT_TRUE(PumpUntil([&] { return number->GetValue() == c.value; })) << c.value;
+        EXPECT_EQ(heard.Take(), 1);
+    }
+    number->Text()->SelectAll();
+    Type("99");
+    EXPECT_EQ(number->GetValue(), "20");
+}
+
+TEST_F(ControlTest, ASelectorShowsNamesAndItsFieldForOtherNumbers) {
+    auto* const number = new wxvNumberSelector(page, {{"0", "No limit"}}, {"Units", "Engines", "2", "-1"});
+    Put(number, number->Choice());
+    struct Case {
+        char const* value;
+        char const* entry;
+        bool typed;
+    } const cases[] = {{"0", "No limit", false}, {"12", "Units", true}, {"-3", "Engines", true}};
+    for (Case const& c : cases) {
+        number->SetValue(c.value);
+        EXPECT_EQ(number->GetValue(), c.value);
+        EXPECT_EQ(number->Choice()->GetStringSelection(), c.entry);
+        EXPECT_EQ(number->Text()->IsEnabled(), c.typed) << c.value;
+    }
+    number->SetValue("0");
+    number->Choice()->SetFocus();
+    Press(WXK_DOWN);
+    EXPECT_TRUE(PumpUntil([&] { return number->GetValue() == "2"; })) << "a choice begins at its own number";
+    EXPECT_TRUE(number->Text()->IsEnabled());
+    number->Disable();
+    number->Enable();
+    EXPECT_TRUE(number->Text()->IsEnabled());
+    number->SetValue("0");
+    number->Disable();
+    number->Enable();
+    EXPECT_FALSE(number->Text()->IsEnabled()) << "a name has no number to type";
+}
+
+TEST_F(ControlTest, ATimeKeepsItsMillisecondsUntilItIsChanged) {
+    auto* const control = new wxvDateTimeCtrl(page, 79);
+    Heard heard(*control, wxEVT_TEXT, 79);
+    Put(control, control->Text());
+    Time const exact = Time::FromUnixMs(1'795'000'000'123);
+    control->SetValue(exact);
+    EXPECT_EQ(control->GetValue(), exact);
+    control->Text()->SetInsertionPoint(0);
+    Press(WXK_UP);
+    EXPECT_TRUE(PumpUntil([&] { return heard.Take() == 1; }));
+    EXPECT_NE(control->GetValue(), exact);
+    EXPECT_EQ(control->GetValue().Format("%m-%d %H:%M:%S"), exact.Format("%m-%d %H:%M:%S"));
+    Time const good = control->GetValue();
+    control->Text()->SetValue("2026-99-99");
+    EXPECT_EQ(control->GetValue(), good) << "what is no time changes nothing";
+    EXPECT_EQ(control->Text()->GetForegroundColour(), wxvGetColor(ColorName::TextRed));
+    control->Text()->Clear();
+    EXPECT_TRUE(control->GetValue().IsZero());
+}
+
+TEST_F(ControlTest, TheWheelOverAChoiceChangesNothing) {
+    auto* const choice = new wxvChoice(page);
+    for (char const* name : {"A", "B", "C", "D"})
+        choice->Append(name);
+    choice->SetSelection(1);
+    Put(choice, choice);
+    wxPoint const middle = choice->ClientToScreen(wxPoint(choice->GetSize().x / 2, choice->GetSize().y / 2));
+    Hand.MouseMove(middle);
+    Pump();
+    wxExecute("xdotool click 5 click 5 click 4", wxEXEC_SYNC | wxEXEC_NODISABLE);
+    Pump();
+    EXPECT_EQ(choice->GetSelection(), 1);
+    Press(WXK_DOWN);
+    EXPECT_TRUE(PumpUntil([&] { return choice->GetSelection() == 2; })) << "the keys do";
+}
+
+TEST_F(ControlTest, ListsTellWhatIsChosen) {
+    wxArrayString names;
+    for (char const* name : {"A", "B", "C", "D"})
+        names.Add(name);
+    auto* const list = new wxvListBox(page, wxID_ANY, names, wxLB_EXTENDED);
+    list->SetSelection(1);
+    list->SetSelection(3);
+    EXPECT_EQ(list->Selected().size(), 2u);
+    EXPECT_EQ(list->Selected().Item(1), 3);
+    auto* const checks = new wxvCheckListBox(page, wxID_ANY, names);
+    checks->CheckAll(true);
+    checks->Check(2, false);
+    EXPECT_EQ(checks->Checked().size(), 3u);
+    EXPECT_EQ(checks->Checked().Item(2), 3);
+}
