@@ -170,6 +170,8 @@ private:
     Item* RowItem(int row) const;
     void Changed();
     void OpenByUser(Item* item, bool open);
+    void HandleSign(Item* item, int key);
+    void OnChar(wxKeyEvent& event);
     void GoTo(Item* item);
     void SelectAbove(Item* closed);
 

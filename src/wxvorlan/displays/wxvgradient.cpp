@@ -1,4 +1,5 @@
 #include <cmath>
+#include <utility>
 #include <wx/dcclient.h>
 #include <wx/graphics.h>
 #include <wx/wxvcolors.h>
@@ -23,15 +24,17 @@ wxGraphicsGradientStops BentStops(wxColour const& from, wxColour const& to, doub
 }
 
 // For a device context without a graphics context: a line of pixels at a time.
-void DrawLines(wxDC& dc, wxRect const& rect, wxColour const& from, wxColour const& to, double factor, bool vertical) {
+void DrawLines(wxDC& dc, wxRect const& rect, wxColour const& from, wxColour const& to, double factor, bool vertical,
+               bool forward) {
     int const lines = vertical ? rect.height : rect.width;
     for (int i = 0; i < lines; ++i) {
         double const place = lines > 1 ? static_cast<double>(i) / (lines - 1) : 0.0;
         dc.SetBrush(wxvMixColors(from, to, PartAt(place, factor)));
+        int const at = forward ? i : lines - 1 - i;
         if (vertical)
-            dc.DrawRectangle(rect.x, rect.y + i, rect.width, 1);
+            dc.DrawRectangle(rect.x, rect.y + at, rect.width, 1);
         else
-            dc.DrawRectangle(rect.x + i, rect.y, 1, rect.height);
+            dc.DrawRectangle(rect.x + at, rect.y, 1, rect.height);
     }
 }
 
@@ -41,20 +44,20 @@ void DrawGradedRectangle(wxDC& dc, wxRect const& rect, wxColour const& from, wxC
                          bool vertical, bool forward) {
     if (rect.width <= 0 || rect.height <= 0)
         return;
-    wxColour const& first = forward ? from : to;
-    wxColour const& last = forward ? to : from;
     wxPen const pen = dc.GetPen();
     wxBrush const brush = dc.GetBrush();
     if (wxGraphicsContext* const graphics = dc.GetGraphicsContext()) {
-        int const right = vertical ? rect.x : rect.x + rect.width;
-        int const bottom = vertical ? rect.y + rect.height : rect.y;
+        wxPoint begin = rect.GetTopLeft();
+        wxPoint end = begin + (vertical ? wxPoint(0, rect.height) : wxPoint(rect.width, 0));
+        if (!forward)
+            std::swap(begin, end);
         graphics->SetPen(wxNullGraphicsPen);
         graphics->SetBrush(
-            graphics->CreateLinearGradientBrush(rect.x, rect.y, right, bottom, BentStops(first, last, factor)));
+            graphics->CreateLinearGradientBrush(begin.x, begin.y, end.x, end.y, BentStops(from, to, factor)));
         graphics->DrawRectangle(rect.x, rect.y, rect.width, rect.height);
     } else {
         dc.SetPen(*wxTRANSPARENT_PEN);
-        DrawLines(dc, rect, first, last, factor, vertical);
+        DrawLines(dc, rect, from, to, factor, vertical, forward);
     }
     dc.SetPen(pen);
     dc.SetBrush(brush);

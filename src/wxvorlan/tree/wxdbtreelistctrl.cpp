@@ -11,7 +11,9 @@ constexpr int k_IndentStep = 16;
 } // namespace
 
 wxDBTreeListCtrl::wxDBTreeListCtrl(wxWindow* parent, int id, long style, long windowStyle)
-    : wxDBListCtrl(parent, id, style, windowStyle), m_model(std::make_unique<wxDBTreeModel>()) {}
+    : wxDBListCtrl(parent, id, style, windowStyle), m_model(std::make_unique<wxDBTreeModel>()) {
+    Bind(wxEVT_CHAR, &wxDBTreeListCtrl::OnChar, this);
+}
 
 wxDBTreeListCtrl::~wxDBTreeListCtrl() = default;
 
@@ -214,7 +216,7 @@ wxDBListCtrl::Expander wxDBTreeListCtrl::GetCellExpander(int row, int column) {
 }
 
 void wxDBTreeListCtrl::OpenByUser(Item* item, bool open) {
-    if (m_model->IsFiltering() || m_model->IsOpen(item) == open)
+    if (m_model->IsFiltering() || m_model->IsOpen(item) == open || !item->HasShownChildren())
         return;
     SetOpen(item, open);
     OnItemToggled(item);
@@ -233,6 +235,27 @@ void wxDBTreeListCtrl::GoTo(Item* item) {
     DeselectAll();
     Select(row);
     EnsureVisible(row);
+}
+
+void wxDBTreeListCtrl::HandleSign(Item* item, int key) {
+    bool const all = key == '*' || key == WXK_NUMPAD_MULTIPLY;
+    if (all && item->HasShownChildren() && !m_model->IsFiltering()) {
+        SetAllOpen(item, true);
+        OnItemToggled(item);
+    } else if (!all) {
+        OpenByUser(item, key == '+' || key == WXK_NUMPAD_ADD);
+    }
+}
+
+// Many keyboards have '+' and '*' with the shift key only, so that the character counts.
+void wxDBTreeListCtrl::OnChar(wxKeyEvent& event) {
+    CALL_ENTRY();
+    wxChar const sign = event.GetUnicodeKey();
+    Item* const item = sign == '+' || sign == '-' || sign == '*' ? GetCurrentItem() : nullptr;
+    if (item && !event.HasModifiers())
+        HandleSign(item, sign);
+    else
+        event.Skip();
 }
 
 bool wxDBTreeListCtrl::HandleKey(wxKeyEvent& event) {
@@ -260,18 +283,10 @@ bool wxDBTreeListCtrl::HandleKey(wxKeyEvent& event) {
         else
             return false;
         return true;
-    case '+':
     case WXK_NUMPAD_ADD:
-        OpenByUser(item, true);
-        return true;
-    case '-':
     case WXK_NUMPAD_SUBTRACT:
-        OpenByUser(item, false);
-        return true;
-    case '*':
     case WXK_NUMPAD_MULTIPLY:
-        SetAllOpen(item, true);
-        OnItemToggled(item);
+        HandleSign(item, event.GetKeyCode());
         return true;
     default:
         return wxDBListCtrl::HandleKey(event);

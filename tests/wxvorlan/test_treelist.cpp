@@ -1,0 +1,201 @@
+#include "wxtest.h"
+
+#include <vector>
+#include <wx/uiaction.h>
+#include <wx/wxdbtreelistctrl.h>
+
+using corekit::String;
+using Item = wxDBTreeListItem;
+
+namespace {
+
+String CellText(wxDBTreeListCtrl&, Item const& item, int column) {
+    return column == 0 ? item.GetId() : "cell " + String::From(column);
+}
+
+class Tree : public wxDBTreeListCtrl {
+public:
+    explicit Tree(wxWindow* parent) : wxDBTreeListCtrl(parent) {
+        AddColumn(0, "Work", 200);
+        AddColumn(1, "Time", 100);
+    }
+    Item* Add(Item* parent, String const& id) { return AppendItem(parent, Item::Make(id, CellText)); }
+    void CommitCellEdit() override {
+        ++commits;
+        HideOverlay();
+    }
+    int Indent(int row) { return GetCellIndent(row, 0); }
+
+    std::vector<Item*> toggled;
+    int commits = 0;
+
+protected:
+    void OnItemToggled(Item* item) override { toggled.push_back(item); }
+};
+
+// 1000 (Run 1 (a, b), Run 2), 1001, 1002 (Run 1).
+class TreeListTest : public WindowTest {
+protected:
+    TreeListTest() : tree(new Tree(&Frame())) {
+        first = tree->Add(nullptr, "1000");
+        run = tree->Add(first, "Run 1");
+        tree->Add(run, "a");
+        tree->Add(run, "b");
+        tree->Add(first, "Run 2");
+        second = tree->Add(nullptr, "1001");
+        third = tree->Add(nullptr, "1002");
+        tree->Add(third, "Run 1");
+        Show(tree);
+    }
+    void Press(int key) {
+        simulator.Char(key == '+' ? '=' : key, key == '+' ? wxMOD_SHIFT : wxMOD_NONE);
+        Pump();
+    }
+    void ClickAt(wxPoint const& point) {
+        simulator.MouseMove(tree->ClientToScreen(point));
+        simulator.MouseClick();
+    }
+    String Current() { return tree->GetCurrentItem() ? tree->GetCurrentItem()->GetId() : "none"; }
+
+    Tree* const tree;
+    Item* first;
+    Item* run;
+    Item* second;
+    Item* third;
+    wxUIActionSimulator simulator;
+};
+
+} // namespace
+
+TEST_F(TreeListTest, KeysOpenCloseAndGoUpAndDown) {
+    tree->SelectItem(first);
+    struct Case {
+        int key;
+        int rows;
+        char const* current;
+    };
+    for (Case const& each : {
+             Case{WXK_LEFT, 3, "1000"},
+             {WXK_RIGHT, 5, "1000"},
+             {WXK_RIGHT, 5, "Run 1"},
+             {WXK_RIGHT, 7, "Run 1"},
+             {WXK_RIGHT, 7, "a"},
+             {WXK_RIGHT, 7, "a"},
+             {WXK_DOWN, 7, "b"},
+             {WXK_LEFT, 7, "Run 1"},
+             {'-', 5, "Run 1"},
+             {'-', 5, "Run 1"},
+             {WXK_LEFT, 5, "1000"},
+             {WXK_LEFT, 3, "1000"},
+             {WXK_NUMPAD_MULTIPLY, 7, "1000"},
+             {WXK_NUMPAD_SUBTRACT, 3, "1000"},
+             {WXK_NUMPAD_ADD, 7, "1000"},
+             {'-', 3, "1000"},
+             {'+', 7, "1000"}, // with the shift key
+             {WXK_DOWN, 7, "Run 1"},
+         }) {
+        Press(each.key);
+        EXPECT_TRUE(PumpUntil([&] { return Current() == each.current && tree->GetItemCount() == each.rows; }, 2'000))
+            << each.key << ": " << Current().Str() << ", " << tree->GetItemCount() << " rows";
+    }
+    EXPECT_EQ(tree->GetSelectedItems(), std::vector<Item*>{run});
+}
+
+TEST_F(TreeListTest, MarkOpensWithoutSelecting) {
+    wxRect const cell = tree->GetCellRect(0, 0);
+    ClickAt({cell.x + 8 + 6, cell.y + cell.height / 2});
+    EXPECT_TRUE(PumpUntil([&] { return tree->IsOpen(first); }));
+    EXPECT_EQ(tree->GetItemCount(), 5);
+    EXPECT_TRUE(tree->GetSelection().empty());
+    EXPECT_EQ(tree->toggled, std::vector<Item*>{first});
+    // Each level begins further to the right, a mark or not.
+    EXPECT_LT(tree->Indent(0), tree->Indent(1));
+    EXPECT_EQ(tree->Indent(2), tree->Indent(1) + tree->GetIndentMargin());
+    EXPECT_EQ(tree->Indent(3), tree->GetIndentMargin());
+
+    wxRect const name = tree->GetCellRect(4, 0);
+    ASSERT_EQ(tree->GetItem(4), third);
+    simulator.MouseMove(tree->ClientToScreen(wxPoint(name.x + 60, name.y + 10)));
+    simulator.MouseDblClick();
+    EXPECT_TRUE(PumpUntil([&] { return tree->IsOpen(third); }));
+    EXPECT_TRUE(tree->IsItemSelected(third));
+}
+
+TEST_F(TreeListTest, DoubleClickThatSomebodyWantsOpensNothing) {
+    int activated = 0;
+    Frame().Bind(wxEVT_LIST_ITEM_ACTIVATED, [&](wxListEvent&) { ++activated; });
+    tree->Activate(0);
+    EXPECT_EQ(activated, 1);
+    EXPECT_FALSE(tree->IsOpen(first));
+}
+
+TEST_F(TreeListTest, SelectionStaysWithItsItemAndGoesToTheOneThatCloses) {
+    std::vector<std::pair<bool, long>> events;
+    for (auto const& type : {wxEVT_LIST_ITEM_SELECTED, wxEVT_LIST_ITEM_DESELECTED})
+        tree->Bind(type, [&](wxListEvent& event) { // not skipped: the tree knows all the same
+            events.emplace_back(event.GetEventType() == wxEVT_LIST_ITEM_SELECTED, event.GetIndex());
+        });
+    tree->SelectItem(third);
+    EXPECT_EQ(events, (std::vector<std::pair<bool, long>>{{true, 2}}));
+    tree->SetAllOpen(first, true);
+    EXPECT_EQ(tree->GetSelection(), std::vector<int>{6});
+    EXPECT_EQ(Current(), "1002");
+    tree->Sort([](Item const& a, Item const& b) { return a.GetId() > b.GetId(); });
+    EXPECT_EQ(tree->GetSelection(), std::vector<int>{0});
+    EXPECT_EQ(Current(), "1002");
+
+    tree->DeselectAll();
+    tree->SelectItem(run);
+    events.clear();
+    tree->SetOpen(first, false);
+    EXPECT_EQ(tree->GetSelectedItems(), std::vector<Item*>{first});
+    EXPECT_EQ(events, (std::vector<std::pair<bool, long>>{{true, 2}}));
+    EXPECT_EQ(Current(), "1000");
+    tree->RemoveItem(first);
+    EXPECT_TRUE(tree->GetSelection().empty());
+    EXPECT_EQ(Current(), "none");
+    EXPECT_EQ(tree->GetItemCount(), 2);
+}
+
+TEST_F(TreeListTest, ChangesShowWhenIdleAndAPaintBeforeIsSafe) {
+    tree->SetAllOpen(nullptr, true);
+    Pump();
+    tree->RemoveItem(run);
+    tree->Refresh();
+    tree->wxWindow::Update(); // paints rows of items that are gone
+    EXPECT_TRUE(PumpUntil([&] { return tree->GetItemCount() == 5; }));
+    tree->Clear();
+    tree->Refresh();
+    tree->wxWindow::Update();
+    EXPECT_EQ(tree->GetTreeSize(), 0U);
+    for (int i = 0; i < 1'000; ++i)
+        tree->Add(tree->Add(nullptr, String::From(i)), "below");
+    EXPECT_TRUE(PumpUntil([&] { return tree->GetItemCount() == 1'000; }));
+    Item* const far = tree->FindItem(nullptr, "900")->GetChild(0);
+    EXPECT_EQ(tree->GetRow(far), -1);
+    tree->ShowItem(far);
+    int const row = tree->GetRow(far);
+    EXPECT_EQ(row, 901);
+    EXPECT_TRUE(wxRect(tree->GetClientSize()).Contains(tree->GetRowRect(row)));
+}
+
+TEST_F(TreeListTest, FilteringKeepsAllOpen) {
+    tree->SetFiltering(true);
+    EXPECT_EQ(tree->GetRow(third), 6);
+    tree->SelectItem(first);
+    Press(WXK_LEFT);
+    Press('-');
+    EXPECT_EQ(tree->GetRow(third), 6);
+    EXPECT_TRUE(tree->toggled.empty());
+    tree->SetFiltering(false);
+    EXPECT_EQ(tree->GetRow(third), 2);
+}
+
+TEST_F(TreeListTest, EditorEndsBeforeItsRowMoves) {
+    auto* const editor = new wxPanel(tree);
+    tree->Overlay(editor, 1, 1);
+    EXPECT_EQ(tree->GetOverlay(), editor);
+    tree->SetOpen(first, true);
+    EXPECT_EQ(tree->commits, 1);
+    EXPECT_EQ(tree->GetOverlay(), nullptr);
+}
