@@ -65,6 +65,7 @@ private:
     void CloseList();
     void Take(size_t row);
     void ShowSelected();
+    void Tell();
 
     Source const m_source;
     wxvTextCtrl* m_text;

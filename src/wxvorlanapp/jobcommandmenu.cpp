@@ -104,9 +104,15 @@ size_t JobCommandMenu::Fill(wxMenu& menu, Jobs const& jobs, Command::FLAG kind) 
             pending = true;
             continue;
         }
-        if (std::exchange(pending, false) && menu.GetMenuItemCount() > 0 && !EndsWithSeparator(menu))
-            menu.AppendSeparator();
+        wxMenuItem* separator = nullptr;
+        if (pending && menu.GetMenuItemCount() > 0 && !EndsWithSeparator(menu))
+            separator = menu.AppendSeparator();
+        size_t const count = menu.GetMenuItemCount();
         Append(menu, offer, kind);
+        if (menu.GetMenuItemCount() > count)
+            pending = false;
+        else if (separator)
+            menu.Destroy(separator);
     }
     return m_entries.size() - before;
 }

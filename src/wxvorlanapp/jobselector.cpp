@@ -61,15 +61,20 @@ public:
         auto* around = new wxBoxSizer(wxVERTICAL);
         around->Add(m_rows, wxSizerFlags(1).Expand());
         SetSizer(around);
-        m_rows->Bind(wxEVT_LISTBOX, [&owner](wxCommandEvent& event) {
+        // The toolkit tells of selections that nobody made, too: the mouse alone chooses.
+        m_rows->Bind(wxEVT_LEFT_UP, [this, &owner](wxMouseEvent& event) {
+            event.Skip();
+            int const row = m_rows->HitTest(event.GetPosition());
             // The list ends with the choice, in the middle of its own event.
-            owner.CallAfter(
-                [&owner, row = event.GetSelection()] { owner.Take(static_cast<size_t>(std::max(0, row))); });
+            if (row != wxNOT_FOUND)
+                owner.CallAfter([&owner, row] { owner.Take(static_cast<size_t>(row)); });
         });
     }
 
-    void Show(wxArrayString const& rows, wxRect const& field) {
+    void Show(wxArrayString const& rows, int selected, wxRect const& field) {
         m_rows->Set(rows);
+        m_rows->SetSelection(selected);
+        m_rows->EnsureVisible(selected);
         int const rowHeight = m_rows->GetCharHeight() + FromDIP(6);
         int const count = std::clamp(static_cast<int>(rows.size()), 1, k_RowsShown);
         SetSize(wxRect(field.x, field.GetBottom() + 1, field.width, count * rowHeight + FromDIP(4)));
@@ -83,7 +88,7 @@ public:
         int const count = static_cast<int>(m_rows->GetCount());
         if (count == 0)
             return;
-        int const row = Row() == wxNOT_FOUND ? (by > 0 ? 0 : count - 1) : std::clamp(Row() + by, 0, count - 1);
+        int const row = std::clamp(Row() + by, 0, count - 1);
         m_rows->SetSelection(row);
         m_rows->EnsureVisible(row);
     }
@@ -146,7 +151,7 @@ void JobSelector::SelectJob(UID const& id) {
 void JobSelector::ShowSelected() {
     auto const offer = std::find_if(m_offers.begin(), m_offers.end(),
                                     [this](JobOffer const& known) { return known.id == m_selected; });
-    String const unknown = m_selected == UID() ? String() : m_selected.ToString();
+    String const unknown = m_selected.IsNull() ? String() : m_selected.ToString();
     m_text->ChangeValue(wxvText(offer == m_offers.end() ? unknown : offer->name));
 }
 
@@ -158,14 +163,23 @@ std::vector<UID> JobSelector::Shown() const {
 }
 
 void JobSelector::OnText() {
-    // An empty field is the choice of none.
-    if (m_text->IsEmpty() && m_selected != UID()) {
-        m_selected = UID();
-        wxCommandEvent event(wxEVT_CHOICE, GetId());
-        event.SetEventObject(this);
-        HandleWindowEvent(event);
-    }
+    // An empty field is the choice of none. Typing over a selection empties it, too, but
+    // not for long.
+    if (m_text->IsEmpty())
+        CallAfter([this] {
+            if (m_text->IsEmpty() && !m_selected.IsNull()) {
+                m_selected = UID();
+                Tell();
+            }
+        });
     OpenList(wxvString(m_text->GetValue()));
+}
+
+void JobSelector::Tell() {
+    wxCommandEvent event(wxEVT_CHOICE, GetId());
+    event.SetEventObject(this);
+    event.SetString(m_text->GetValue());
+    HandleWindowEvent(event);
 }
 
 void JobSelector::OpenList(String const& typed) {
@@ -179,7 +193,10 @@ void JobSelector::OpenList(String const& typed) {
         rows.Add(RowText(m_offers[index]));
     if (!m_list)
         m_list = new List(*this);
-    m_list->Show(rows, GetScreenRect());
+    auto const current =
+        std::find_if(m_found.begin(), m_found.end(), [this](size_t index) { return m_offers[index].id == m_selected; });
+    bool const marksCurrent = typed.Empty() && current != m_found.end();
+    m_list->Show(rows, marksCurrent ? static_cast<int>(current - m_found.begin()) : 0, GetScreenRect());
 }
 
 void JobSelector::CloseList() {
@@ -212,7 +229,6 @@ void JobSelector::OnKey(wxKeyEvent& event) {
         break;
     case WXK_RETURN:
     case WXK_NUMPAD_ENTER:
-        // What is typed finds the first row, unless another one is chosen.
         Take(static_cast<size_t>(std::max(0, m_list->Row())));
         break;
     case WXK_ESCAPE:
@@ -232,10 +248,7 @@ void JobSelector::Take(size_t row) {
     ShowSelected();
     m_text->SetFocus();
     m_text->SetInsertionPointEnd();
-    wxCommandEvent event(wxEVT_CHOICE, GetId());
-    event.SetEventObject(this);
-    event.SetString(m_text->GetValue());
-    HandleWindowEvent(event);
+    Tell();
 }
 
 bool JobSelector::Enable(bool enable) {

@@ -11,6 +11,8 @@ namespace {
 
 constexpr double k_OnBackground = 4.5;
 constexpr double k_OnTint = 3.7;
+constexpr double k_Mark = 3.0;  // lines and pictures
+constexpr double k_Tint = 0.16; // of red, on the row of a failure
 constexpr int k_FirstText = static_cast<int>(ColorName::Text);
 constexpr int k_LastText = static_cast<int>(ColorName::TextGrey);
 
@@ -40,8 +42,25 @@ TEST(Colors, EveryTextReadsInEveryScheme) {
                 EXPECT_GE(contrast(text, surface), k_OnBackground) << Named(scheme, text, surface);
             EXPECT_GE(contrast(text, ColorName::Selected), k_OnTint) << Named(scheme, text, ColorName::Selected);
         }
-        EXPECT_GE(contrast(ColorName::Text, ColorName::Header), k_OnBackground) << scheme;
-        EXPECT_GE(contrast(ColorName::ButtonText, ColorName::ButtonFace), k_OnBackground) << scheme;
+        // What stands on the surfaces that are none of the three.
+        struct Pair {
+            ColorName text;
+            ColorName surface;
+            double least;
+        };
+        static constexpr Pair k_Pairs[] = {
+            {ColorName::Text, ColorName::Header, k_OnBackground},           // list headers
+            {ColorName::Text, ColorName::Selected, k_OnBackground},         // selected tabs, texts and menus
+            {ColorName::Text, ColorName::ButtonFace, k_OnBackground},       // arrows under the mouse
+            {ColorName::ButtonText, ColorName::ButtonFace, k_OnBackground}, // buttons and choices
+            {ColorName::ButtonText, ColorName::Header, k_OnBackground},     // a button under the mouse
+            {ColorName::TextGrey, ColorName::ButtonFace, k_Mark},           // the arrow of a choice
+            {ColorName::TextBlue, ColorName::WindowBG, k_Mark},             // the lines of selection and focus
+            {ColorName::TextBlue, ColorName::WindowBGDarker, k_Mark},
+            {ColorName::TextBlue, ColorName::Selected, k_Mark}, // the outline of a checked box
+        };
+        for (Pair const& pair : k_Pairs)
+            EXPECT_GE(contrast(pair.text, pair.surface), pair.least) << Named(scheme, pair.text, pair.surface);
     }
 }
 
@@ -67,6 +86,25 @@ TEST_F(ColorTest, RowsOfTheOverviewReadOnTheirSurface) {
         }
         for (wxColour const& surface : {ProgressColor(), wxvGetColor(ColorName::WindowBGLighter)})
             EXPECT_GE(wxvContrast(ProgressTextColor(surface), surface), k_OnBackground) << "scheme " << scheme;
+    }
+}
+
+TEST_F(ColorTest, EveryTextReadsOnStripesAndTintedRows) {
+    for (int scheme = 0; scheme < k_BuiltInSchemes; ++scheme) {
+        wxvSetColorScheme(scheme);
+        wxColour const& refuge = wxvGetColor(ColorName::Text);
+        for (int i = k_FirstText; i <= k_LastText; ++i) {
+            auto const text = static_cast<ColorName>(i);
+            EXPECT_GE(wxvContrast(wxvGetColor(text), wxvZebraColor()), k_OnBackground)
+                << "stripe, " << Named(scheme, text, ColorName::WindowBG);
+            for (ColorName const surface : {ColorName::WindowBG, ColorName::WindowBGDarker}) {
+                wxColour const tinted = wxvMixColors(wxvGetColor(surface), wxvGetColor(ColorName::TextRed), k_Tint);
+                wxColour const shown = wxvReadableColor(wxvGetColor(text), tinted, refuge, k_OnTint);
+                EXPECT_GE(wxvContrast(shown, tinted), k_OnTint) << "tinted, " << Named(scheme, text, surface);
+            }
+        }
+        EXPECT_GT(wxvContrast(wxvFaintColor(), wxvGetColor(ColorName::WindowBG)), 1.5) << "faint, not gone";
+        EXPECT_LT(wxvContrast(wxvFaintColor(), wxvGetColor(ColorName::WindowBG)), k_OnBackground) << scheme;
     }
 }
 
