@@ -1,5 +1,7 @@
 #include "guitest.h"
 
+#include "window/mainsplitter.h"
+
 #include <vorlan/events.h>
 #include <vorlan/version.h>
 #include <wx/app.h>
@@ -22,6 +24,8 @@ void GuiTester::Disconnected(VorlanGui& gui) {
     wxCommandEvent event(wxVORLAN_DISCONNECT_EVENT);
     gui.ProcessEvent(event);
 }
+
+wxSplitterWindow& GuiTester::Splitter(MainWindow& window) { return *window.m_main; }
 
 void GuiTester::Idle(MainWindow& window) {
     wxIdleEvent event;

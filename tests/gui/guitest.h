@@ -5,6 +5,7 @@
 #include "core/vorlangui.h"
 #include "mirror/outside.h"
 #include "window/mainwindow.h"
+#include "window/toolbarbutton.h"
 
 #include "corekit/tempfolder.h"
 #include "mirror/mirrortest.h"
@@ -15,6 +16,7 @@
 #include <vector>
 
 class wxCheckBox;
+class wxSplitterWindow;
 
 namespace vorlan {
 
@@ -32,6 +34,9 @@ public:
     static _EngineModeTimeout& Timeout(MainWindow& window) { return *window.m_timeout; }
     static MessagePane& EngineModePane(MainWindow& window) { return *window.m_engineMode; }
     static MessagePane& SearchingPane(MainWindow& window) { return *window.m_searching; }
+    static wxVorlanToolbar& Toolbar(MainWindow& window) { return *window.m_toolbar; }
+    static wxSplitterWindow& Splitter(MainWindow& window);
+    static wxBitmapBundle const& Picture(wxToolbarButton& button, ToolButtonLook look) { return button.BitmapOf(look); }
     static void Idle(MainWindow& window);
     // Its idle time is over.
     static void ExpireNow(MainWindow& window);

@@ -71,8 +71,9 @@ void MainWindow::TakeJobs(corekit::vector<boost::shared_ptr<Job>> const& jobs, b
     if (jobs.empty())
         return;
     if (!immediate) {
-        wxMessageDialog question(this, NamesOf(jobs), wxPLURAL("Submit this Job?", "Submit these Jobs?", jobs.size()),
+        wxMessageDialog question(this, wxPLURAL("Submit this Job?", "Submit these Jobs?", jobs.size()), _("Submit"),
                                  wxOK | wxCANCEL | wxICON_QUESTION);
+        question.SetExtendedMessage(NamesOf(jobs));
         question.SetOKCancelLabels(_("Submit"), _("Cancel"));
         if (question.ShowModal() != wxID_OK)
             return;

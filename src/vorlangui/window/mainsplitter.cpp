@@ -55,7 +55,8 @@ void _MainSplitter::OnMoveSash(wxSplitterEvent& event) {
 }
 
 void _MainSplitter::OnResize(wxSizeEvent& event) {
-    event.Skip();
+    // The splitter moves the sash with the size first.
+    OnSize(event);
     int const width = GetClientSize().x;
     if (m_placed || width < 2 * GetMinimumPaneSize() || !IsShownOnScreen())
         return;

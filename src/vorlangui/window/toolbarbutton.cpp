@@ -9,6 +9,7 @@
 #include <wx/dcbuffer.h>
 #include <wx/graphics.h>
 #include <wx/image.h>
+#include <wx/imagpng.h>
 #include <wx/wxvcolors.h>
 #include <wx/wxvfont.h>
 #include <wx/wxvtext.h>
@@ -71,6 +72,8 @@ wxImage Tinted(wxImage const& shape, wxColour const& colour, double strength) {
 }
 
 wxImage LoadShape(corekit::Path const& file) {
+    if (!wxImage::FindHandler(wxBITMAP_TYPE_PNG))
+        wxImage::AddHandler(new wxPNGHandler);
     wxImage image;
     if (!file.Exists() || !image.LoadFile(wxvText(file.Text()), wxBITMAP_TYPE_PNG))
         return {};

@@ -1,0 +1,17 @@
+// A farm of made-up Jobs, Engines and units in the client's lists, for looking at it.
+#pragma once
+
+#include <cstddef>
+
+namespace vorlan {
+
+// Some Jobs in every state there is, as many Engines, and what runs on them.
+void FillDemoFarm();
+
+// That many Jobs with names of 60 characters, and Engines with long ones, beside.
+void CrowdDemoFarm(size_t jobs);
+
+// The lists, the Pools, the Products and the failures are gone.
+void ClearDemoFarm();
+
+} // namespace vorlan

@@ -1,0 +1,154 @@
+// The toolbar: how its buttons look, where its groups stand, what a click does.
+#include "guitest.h"
+
+#include "window/buttonsection.h"
+#include "window/toolbar.h"
+#include "window/toolbarbutton.h"
+
+#include <wx/menu.h>
+#include <wx/wxvcolors.h>
+
+namespace vorlan {
+
+TEST(ToolButton, LooksAsItIs) {
+    using enum ToolButtonLook;
+    struct Case {
+        ToolButtonState state; // enabled, hovered, pressed, toggled
+        ToolButtonLook look;
+    };
+    Case const cases[] = {
+        {{true, false, false, false}, Normal},   {{true, true, false, false}, Hover},
+        {{true, true, true, false}, Pressed},    {{true, false, false, true}, Toggled},
+        {{true, true, false, true}, Toggled},    {{true, true, true, true}, Pressed},
+        {{false, true, true, false}, Disabled},  {{false, false, false, true}, DisabledToggled},
+    };
+    for (Case const& c : cases)
+        EXPECT_EQ(LookOf(c.state), c.look) << c.state.enabled << c.state.hovered << c.state.pressed << c.state.toggled;
+    EXPECT_EQ(ToolButtonSize(13), 32);
+    EXPECT_EQ(ToolButtonSize(17), 32);
+    EXPECT_EQ(ToolButtonSize(24), 44);
+    EXPECT_EQ(ToolPictureSize(32), 19);
+}
+
+TEST(Toolbar, GroupsThatDoNotFitGoBelow) {
+    struct Case {
+        std::vector<int> widths;
+        int available;
+        std::vector<SectionPlace> places;
+    };
+    Case const cases[] = {
+        {{}, 100, {}},
+        {{40, 60}, 100, {{0, 0}, {0, 40}}},
+        {{40, 61}, 100, {{0, 0}, {1, 0}}},
+        {{140, 10}, 100, {{0, 0}, {1, 0}}},
+        {{50, 50, 50, 40}, 100, {{0, 0}, {0, 50}, {1, 0}, {1, 50}}},
+    };
+    for (Case const& c : cases)
+        EXPECT_EQ(PlaceSections(c.widths, c.available), c.places) << c.available;
+}
+
+class ToolbarTest : public GuiTest {
+protected:
+    ToolbarTest() {
+        HasRunBefore();
+        StartClient();
+        GuiTester::Connected(Gui());
+        Pump();
+    }
+
+    wxVorlanToolbar& Toolbar() { return GuiTester::Toolbar(Window()); }
+    wxToolbarButton& Button(int id) { return *Toolbar().Find(id); }
+
+    static wxMouseEvent Mouse(wxWindow& window, wxEventType type, wxPoint const& place) {
+        wxMouseEvent event(type);
+        event.SetEventObject(&window);
+        event.SetX(place.x);
+        event.SetY(place.y);
+        return event;
+    }
+    static void Send(wxWindow& window, wxEventType type, wxPoint const& place) {
+        wxMouseEvent event = Mouse(window, type, place);
+        window.HandleWindowEvent(event);
+    }
+    static void Click(wxWindow& window, wxPoint const& place = {10, 10}) {
+        Send(window, wxEVT_LEFT_DOWN, place);
+        Send(window, wxEVT_LEFT_UP, place);
+        Pump();
+    }
+};
+
+TEST_F(ToolbarTest, AButtonKeepsInStepWithItsItem) {
+    constexpr int k_Tool = 14104;
+    constexpr int k_Item = 14101;
+    auto const info = [this] { return Options().GetValue("Window", "InfoPane", true); };
+    EXPECT_TRUE(Button(k_Tool).IsToggled());
+    Click(Button(k_Tool));
+    EXPECT_FALSE(info());
+    EXPECT_FALSE(Window().GetMenuBar()->IsChecked(k_Item));
+    // A mouse that goes away takes its click along.
+    Send(Button(k_Tool), wxEVT_LEFT_DOWN, {10, 10});
+    Send(Button(k_Tool), wxEVT_LEFT_UP, {200, 10});
+    Pump();
+    EXPECT_FALSE(info());
+    Window().BuildMenus(true);
+    EXPECT_FALSE(Button(k_Tool).IsToggled());
+    Click(Button(k_Tool));
+    EXPECT_TRUE(info());
+    EXPECT_TRUE(Window().GetMenuBar()->IsChecked(k_Item));
+}
+
+TEST_F(ToolbarTest, UpdateRulesServeTheButtons) {
+    EXPECT_FALSE(Button(14105).IsEnabled()) << "nothing has been selected before";
+    int clicks = 0;
+    Window().Bind(wxEVT_MENU, [&](wxCommandEvent&) { ++clicks; }, 14105);
+    Button(14105).Enable();
+    Click(Button(14105));
+    EXPECT_EQ(clicks, 1);
+    Window().UpdateWindowUI(wxUPDATE_UI_RECURSE);
+    EXPECT_FALSE(Button(14105).IsEnabled());
+}
+
+TEST_F(ToolbarTest, AFoldedGroupStaysFolded) {
+    ButtonSection& section = *Toolbar().Sections().front();
+    int const wide = section.GetSize().x;
+    // A drag is no click.
+    Send(section, wxEVT_LEFT_DOWN, {8, 10});
+    Send(section, wxEVT_LEFT_UP, {8, 30});
+    EXPECT_TRUE(section.IsExpanded());
+    Click(section, {8, 20});
+    EXPECT_FALSE(section.IsExpanded());
+    EXPECT_LT(section.GetSize().x, wide);
+    EXPECT_FALSE(section.Buttons().front()->IsShown());
+    EXPECT_FALSE(Options().GetValue("Window", "ToolbarGroup-0", true));
+    Window().BuildMenus(true);
+    EXPECT_FALSE(Toolbar().Sections().front()->IsExpanded());
+}
+
+TEST_F(ToolbarTest, PicturesFollowTheScheme) {
+    // The brightest point that a button has drawn.
+    auto const brightest = [](wxBitmap const& bitmap) {
+        wxImage const image = bitmap.ConvertToImage();
+        int best = 0;
+        for (int y = 0; y < image.GetHeight(); ++y) {
+            for (int x = 0; x < image.GetWidth(); ++x) {
+                if (image.GetAlpha(x, y) > 200)
+                    best = std::max(best, image.GetGreen(x, y) + 1);
+            }
+        }
+        return best;
+    };
+    auto const picture = [&](ToolButtonLook look) {
+        return GuiTester::Picture(Button(14104), look).GetBitmap(wxSize(19, 19));
+    };
+    wxvSetColorScheme(static_cast<int>(ColorScheme::Dark));
+    int const onDark = brightest(picture(ToolButtonLook::Normal));
+    EXPECT_GT(onDark, 150);
+    EXPECT_EQ(brightest(picture(ToolButtonLook::Disabled)), 0) << "a disabled one is at a third of its strength";
+    EXPECT_GT(brightest(picture(ToolButtonLook::Hover)), onDark);
+    EXPECT_EQ(GuiTester::Picture(Button(14104), ToolButtonLook::Normal).GetBitmap(wxSize(38, 38)).GetWidth(), 38);
+    wxvSetColorScheme(static_cast<int>(ColorScheme::Light));
+    EXPECT_LT(brightest(picture(ToolButtonLook::Normal)), 100);
+    wxvSetColorScheme(static_cast<int>(ColorScheme::Dark));
+}
+
+} // namespace vorlan
