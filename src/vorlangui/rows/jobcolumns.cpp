@@ -61,8 +61,8 @@ String StaggeringText(Job const& job) {
 
 SortCode StaggeringCode(JobInfo const& info, Time) {
     Job const& job = *info.job;
-    uint64_t const mode = OrderedNumber(int64_t{job.StaggerMode()}) << 32;
-    return {mode | job.StaggerCount(), OrderedNumber(double{job.StaggerStart()})};
+    uint64_t const mode = static_cast<uint32_t>(job.StaggerMode()) ^ 0x80000000U;
+    return {mode << 32 | job.StaggerCount(), OrderedNumber(double{job.StaggerStart()})};
 }
 
 // The class of a status stands in the first byte of the code, the rest orders within it.

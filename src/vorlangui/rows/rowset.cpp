@@ -136,7 +136,7 @@ void RowSet<Kind>::Sort(Request const& request) {
     Order order;
     if (isLoose)
         order = SortLoose(request.order);
-    else if (anew || m_movedCount > m_entries.size() / k_MovedPart)
+    else if (anew || m_isLoose || m_movedCount > m_entries.size() / k_MovedPart)
         order = SortAll();
     else if (m_movedCount == 0 && m_areRowsSame)
         order = m_order;
@@ -144,6 +144,7 @@ void RowSet<Kind>::Sort(Request const& request) {
         order = SortMoved();
     m_isSame = m_areRowsSame && order == m_order;
     m_order = std::move(order);
+    m_isLoose = isLoose;
     for (Entry& entry : m_entries)
         entry.isPlaced = entry.isIncluded;
     m_isSorted = true;

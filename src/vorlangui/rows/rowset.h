@@ -116,6 +116,7 @@ private:
     uint32_t m_names = 0; // what CountNameChanges gave for the keys
     size_t m_movedCount = 0;
     bool m_isSorted = false;
+    bool m_isLoose = false;     // m_order is not the order of the keys
     bool m_areRowsSame = false; // since the last Refill, their order aside
     bool m_isSame = false;
 };
