@@ -4,8 +4,10 @@
 #include "corekit/tempfolder.h"
 
 #include <corekit/optionsfile.h>
+#include <wx/dialog.h>
 #include <wx/panel.h>
 #include <wx/slider.h>
+#include <wx/timer.h>
 #include <wx/uiaction.h>
 #include <wx/wxvchecklistbox.h>
 #include <wx/wxvchoice.h>
@@ -14,10 +16,13 @@
 #include <wx/wxvlistbox.h>
 #include <wx/wxvnotebook.h>
 #include <wx/wxvnumberselector.h>
+#include <wx/wxvorlandlg.h>
 #include <wx/wxvorlanframe.h>
 #include <wx/wxvslider.h>
 #include <wx/wxvsplitterwindow.h>
+#include <wx/wxvstatictext.h>
 #include <wx/wxvtextctrl.h>
+#include <wx/wxvtextentry.h>
 
 using corekit::String;
 using corekit::Time;
@@ -64,6 +69,33 @@ protected:
     }
 
     wxPanel* const page;
+};
+
+// Answers the next modal dialog: a text into its field, then one of its buttons.
+class Answer : public wxTimer {
+public:
+    Answer(wxString const& text, int button) : m_text(text), m_button(button) { Start(5); }
+    void Notify() override {
+        for (wxWindow* window : wxTopLevelWindows) {
+            auto* const dialog = dynamic_cast<wxDialog*>(window);
+            if (!dialog || !dialog->IsModal())
+                continue;
+            Stop();
+            for (wxWindow* child : dialog->GetChildren()) {
+                if (auto* const field = dynamic_cast<wxTextCtrl*>(child)) {
+                    start = field->GetValue();
+                    field->SetValue(m_text);
+                }
+            }
+            dialog->EndModal(m_button);
+            return;
+        }
+    }
+    wxString start;
+
+private:
+    wxString const m_text;
+    int const m_button;
 };
 
 class NotebookTest : public WindowTest {
@@ -313,4 +345,31 @@ TEST_F(ControlTest, ListsTellWhatIsChosen) {
     checks->Check(2, false);
     EXPECT_EQ(checks->Checked().size(), 3u);
     EXPECT_EQ(checks->Checked().Item(2), 3);
+}
+
+TEST_F(WindowTest, AQuestionIsAnsweredByATextOrNotAtAll) {
+    struct Case {
+        char const* typed;
+        int button;
+        char const* result;
+    } const cases[] = {{"  Night ", wxID_OK, "Night"}, {"   ", wxID_OK, ""}, {"Night", wxID_CANCEL, ""}};
+    for (Case const& c : cases) {
+        Answer answer(c.typed, c.button);
+        EXPECT_EQ(wxvGetTextFromUser("Please supply a name for this preset", "Save Preset", "Day", &Frame()), c.result);
+        EXPECT_EQ(answer.start, "Day");
+    }
+}
+
+TEST_F(WindowTest, AnOpenDialogFollowsTheScheme) {
+    wxvSetColorScheme(static_cast<int>(ColorScheme::Dark));
+    wxVorlanDlg dialog(&Frame(), "Colors", String());
+    auto* const label = new wxvStaticText(&dialog, "A failure", ColorName::TextRed);
+    auto* const line = new wxvStaticText(&dialog, "A line");
+    for (ColorScheme const scheme : {ColorScheme::Lighter, ColorScheme::Darker}) {
+        wxvSetColorScheme(static_cast<int>(scheme));
+        EXPECT_EQ(dialog.GetBackgroundColour(), wxvGetColor(scheme, ColorName::WindowBG));
+        EXPECT_EQ(label->GetForegroundColour(), wxvGetColor(scheme, ColorName::TextRed));
+        EXPECT_EQ(line->GetForegroundColour(), wxvGetColor(scheme, ColorName::Text));
+    }
+    wxvSetColorScheme(static_cast<int>(k_DefaultScheme));
 }

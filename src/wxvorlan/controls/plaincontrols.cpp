@@ -1,5 +1,6 @@
 // The controls that are the toolkit's own: the style of the theme gives them their
 // colours, here are their few own ways.
+#include "theme/followcolors.h"
 #include "theme/nativechoice.h"
 
 #include <wx/dcbuffer.h>
@@ -16,20 +17,6 @@
 #include <wx/wxvstaticline.h>
 #include <wx/wxvstatictext.h>
 #include <wx/wxvtextctrl.h>
-
-namespace {
-
-// Calls `apply` now and whenever the scheme changes.
-template <class Apply>
-void FollowColors(wxWindow& window, Apply apply) {
-    apply();
-    window.Bind(wxEVT_SYS_COLOUR_CHANGED, [apply](wxSysColourChangedEvent& event) {
-        event.Skip();
-        apply();
-    });
-}
-
-} // namespace
 
 wxvButton::wxvButton(wxWindow* parent, wxWindowID id, wxString const& label, ButtonWidth width)
     : wxButton(parent, id, label, wxDefaultPosition, wxDefaultSize, width == ButtonWidth::Exact ? wxBU_EXACTFIT : 0) {

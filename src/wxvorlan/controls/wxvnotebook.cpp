@@ -1,4 +1,5 @@
 #include "controls/tabart.h"
+#include "theme/followcolors.h"
 
 #include <corekit/optionsfile.h>
 
@@ -58,14 +59,12 @@ wxvNotebook::wxvNotebook(wxWindow* parent, wxWindowID id, wxString const& name)
     m_mgr.SetArtProvider(new DockArt);
     SetArtProvider(new TabArt);
     SetTabCtrlHeight(FromDIP(k_TabHeight));
-    SetBackgroundColour(wxvGetColor(ColorName::WindowBG));
     Bind(wxEVT_CHAR_HOOK, &wxvNotebook::OnKey, this);
     Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
         event.Skip();
         CheckOverflow();
     });
-    Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& event) {
-        event.Skip();
+    FollowColors(*this, [this] {
         SetBackgroundColour(wxvGetColor(ColorName::WindowBG));
         Refresh();
     });

@@ -1,3 +1,5 @@
+#include "theme/followcolors.h"
+
 #include <corekit/optionsfile.h>
 #include <wx/display.h>
 #include <wx/wxvcolors.h>
@@ -53,8 +55,10 @@ constinit corekit::Signal0<corekit::ThreadPolicy::SingleThreaded> wxVorlanFrame:
 wxVorlanFrame::wxVorlanFrame(wxWindow* parent, wxString const& title, wxPoint const& position, wxSize const& size,
                              corekit::String section, long style)
     : wxFrame(parent, wxID_ANY, title, position, size, style), m_section(std::move(section)) {
-    SetBackgroundColour(wxvGetColor(ColorName::WindowBG));
-    SetForegroundColour(wxvGetColor(ColorName::Text));
+    FollowColors(*this, [this] {
+        SetBackgroundColour(wxvGetColor(ColorName::WindowBG));
+        SetForegroundColour(wxvGetColor(ColorName::Text));
+    });
 }
 
 bool wxVorlanFrame::Destroy() {

@@ -1,3 +1,5 @@
+#include "theme/followcolors.h"
+
 #include <wx/dc.h>
 #include <wx/renderer.h>
 #include <wx/wxvcolors.h>
@@ -56,9 +58,7 @@ wxvSplitterWindow::wxvSplitterWindow(wxWindow* parent, SashDoubleClick doubleCli
     SashRenderer::Install();
     // Zero would let a pane be dragged away.
     SetMinimumPaneSize(1);
-    SetBackgroundColour(wxvGetColor(ColorName::WindowBG));
-    Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& event) {
-        event.Skip();
+    FollowColors(*this, [this] {
         SetBackgroundColour(wxvGetColor(ColorName::WindowBG));
         Refresh();
     });

@@ -1,8 +1,8 @@
 #include <corekit/optionsfile.h>
-#include <wx/checkbox.h>
 #include <wx/intl.h>
 #include <wx/sizer.h>
 #include <wx/wxconfirmdlg.h>
+#include <wx/wxvcheckbox.h>
 #include <wx/wxvcolors.h>
 #include <wx/wxvorlanframe.h>
 
@@ -14,7 +14,7 @@ wxConfirmDlg::wxConfirmDlg(wxWindow* parent, wxString const& text, corekit::Stri
     wxString const rest = text.AfterFirst('\n');
     if (!rest.empty())
         content->Add(NewLabel(rest), wxSizerFlags().Border(wxTOP, FromDIP(k_LabelGap)));
-    m_dontAsk = new wxCheckBox(this, wxID_ANY, _("Don't ask this again"));
+    m_dontAsk = new wxvCheckBox(this, wxID_ANY, _("Don't ask this again"));
     content->Add(m_dontAsk, wxSizerFlags().Border(wxTOP, FromDIP(k_GroupGap)));
     Finish(content, _("OK"), _("Cancel"));
 }

@@ -1,11 +1,13 @@
+#include "theme/followcolors.h"
+
 #include <algorithm>
 #include <vector>
-#include <wx/button.h>
 #include <wx/sizer.h>
-#include <wx/stattext.h>
+#include <wx/wxvbutton.h>
 #include <wx/wxvcolors.h>
 #include <wx/wxvorlandlg.h>
 #include <wx/wxvorlanframe.h>
+#include <wx/wxvstatictext.h>
 
 namespace {
 
@@ -22,8 +24,11 @@ constinit wxVorlanDlg::Told wxVorlanDlg::s_DlgClosed;
 
 wxVorlanDlg::wxVorlanDlg(wxWindow* parent, wxString const& title, corekit::String section, long style)
     : wxDialog(parent, wxID_ANY, title, wxDefaultPosition, wxDefaultSize, style), m_section(std::move(section)) {
-    SetBackgroundColour(wxvGetColor(ColorName::WindowBG));
-    SetForegroundColour(wxvGetColor(ColorName::Text));
+    FollowColors(*this, [this] {
+        SetBackgroundColour(wxvGetColor(ColorName::WindowBG));
+        SetForegroundColour(wxvGetColor(ColorName::Text));
+        Refresh();
+    });
     OpenDialogs().push_back(this);
 }
 
@@ -62,8 +67,7 @@ void wxVorlanDlg::Finish(wxSizer* content, wxString const& accept, wxString cons
     auto* buttons = new wxBoxSizer(wxHORIZONTAL);
     buttons->AddStretchSpacer();
     auto add = [&](wxWindowID id, wxString const& label) {
-        auto* button = new wxButton(this, id, label);
-        button->SetMinSize(wxSize(FromDIP(k_ButtonWidth), -1));
+        auto* button = new wxvButton(this, id, label);
         if (buttons->GetItemCount() > 1)
             buttons->AddSpacer(FromDIP(k_LabelGap));
         buttons->Add(button);
@@ -83,7 +87,7 @@ void wxVorlanDlg::Finish(wxSizer* content, wxString const& accept, wxString cons
 }
 
 wxWindow* wxVorlanDlg::NewLabel(wxString const& text, double scale) {
-    auto* label = new wxStaticText(this, wxID_ANY, text);
+    auto* label = new wxvStaticText(this, text);
     if (scale != 1.0)
         label->SetFont(label->GetFont().Scaled(static_cast<float>(scale)));
     return label;

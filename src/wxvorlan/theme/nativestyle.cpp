@@ -43,7 +43,7 @@ entry:focus { border-color: @TextBlue; box-shadow: none; }
 entry:disabled { color: @Faint; background-color: @WindowBG; }
 entry selection, textview text selection, label selection { background-color: @Selected; color: @Text; }
 textview text:disabled { color: @Faint; }
-combobox arrow { color: @TextGrey; min-width: 14px; }
+combobox arrow { color: @TextGrey; min-width: 14px; -gtk-icon-shadow: none; }
 combobox button.combo { padding: 2px 8px; min-height: 24px; }
 combobox cellview { color: @ButtonText; }
 combobox:disabled arrow, combobox:disabled cellview { color: @Faint; }
