@@ -22,7 +22,19 @@ Time IdleSpan(int localMinutes, int masterMinutes) {
 
 std::atomic<_EngineModeTimeout*> _EngineModeTimeout::s_current{nullptr};
 
-_EngineModeTimeout::_EngineModeTimeout() {
+int _EngineModeTimeout::ModalWatch::Enter(wxDialog*) {
+    ++m_owner.m_openModals;
+    return wxID_NONE;
+}
+
+void _EngineModeTimeout::ModalWatch::Exit(wxDialog* dialog) {
+    --m_owner.m_openModals;
+    // The others tell it themselves.
+    if (!dynamic_cast<wxVorlanDlg*>(dialog))
+        m_owner.Reset();
+}
+
+_EngineModeTimeout::_EngineModeTimeout() : m_watch(std::make_unique<ModalWatch>(*this)) {
     wxVorlanDlg::s_ModalStarted.Connect(this, &_EngineModeTimeout::Suspend);
     wxVorlanDlg::s_ModalFinished.Connect(this, &_EngineModeTimeout::Reset);
     wxVorlanDlg::s_DlgClosed.Connect(this, &_EngineModeTimeout::Reset);
@@ -36,6 +48,7 @@ _EngineModeTimeout::~_EngineModeTimeout() { Retire(); }
 void _EngineModeTimeout::Retire() {
     s_current.store(nullptr, std::memory_order_release);
     DisconnectAll();
+    m_watch.reset();
 }
 
 void _EngineModeTimeout::ResetCurrent() {
@@ -69,7 +82,7 @@ void _EngineModeTimeout::Reset() {
 
 bool _EngineModeTimeout::HasExpired(Time const& now) {
     Time const expires = Expires();
-    if (expires.IsZero() || m_suspended.load(std::memory_order_relaxed) || now < expires)
+    if (expires.IsZero() || m_openModals > 0 || m_suspended.load(std::memory_order_relaxed) || now < expires)
         return false;
     m_expires.store(0, std::memory_order_relaxed);
     return true;

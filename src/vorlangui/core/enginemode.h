@@ -4,8 +4,10 @@
 #include <corekit/namedpipe.h>
 #include <corekit/signal.h>
 #include <corekit/time.h>
+#include <memory>
 #include <vorlan/fwd.h>
 #include <wx/event.h>
+#include <wx/modalhook.h>
 
 namespace vorlan {
 
@@ -26,7 +28,7 @@ public:
     void Reset();
     // A dialog is open: no time-out until its end.
     void Suspend() { m_suspended.store(true, std::memory_order_relaxed); }
-    // True once, when the time is over.
+    // True once, when the time is over and no modal dialog is open.
     bool HasExpired(Time const& now);
     // Hears nothing any more; its window is closing.
     void Retire();
@@ -39,6 +41,20 @@ public:
 private:
     friend class GuiTester;
 
+    // Knows of every modal dialog, also of those of the toolkit.
+    class ModalWatch : public wxModalDialogHook {
+    public:
+        explicit ModalWatch(_EngineModeTimeout& owner) : m_owner(owner) { Register(); }
+        ~ModalWatch() override { Unregister(); }
+
+    protected:
+        int Enter(wxDialog* dialog) override;
+        void Exit(wxDialog* dialog) override;
+
+    private:
+        _EngineModeTimeout& m_owner;
+    };
+
     void OnMenu(wxCommandEvent& event);
 
     static std::atomic<_EngineModeTimeout*> s_current;
@@ -46,6 +62,10 @@ private:
     // Written on the message thread too; one idle pass late is the worst outcome.
     std::atomic<int64_t> m_expires{0};
     std::atomic<bool> m_suspended{false};
+
+    // GUI thread only.
+    int m_openModals = 0;
+    std::unique_ptr<ModalWatch> m_watch; // null once retired
 };
 
 // _EngineModeShutdownPipe lets another process end a client in Engine Mode.

@@ -1,0 +1,314 @@
+// The System menu: what stands in it for whom, and its commands.
+#include "guitest.h"
+#include "modalanswers.h"
+
+#include "core/enginemode.h"
+#include "window/logframe.h"
+#include "window/submitscripts.h"
+#include "window/systemfolders.h"
+#include "window/systemids.h"
+
+#include <corekit/file.h>
+#include <corekit/filelock.h>
+#include <corekit/log.h>
+#include <vorlan/administrator.h>
+#include <vorlan/keys.h>
+#include <vorlan/messages.h>
+#include <wx/menu.h>
+#include <wx/textctrl.h>
+#include <wx/wxconfirmdlg.h>
+#include <wx/wxvtext.h>
+
+namespace vorlan {
+
+using corekit::File;
+using corekit::FileLock;
+using corekit::LogLevel;
+using corekit::LogLines;
+using corekit::TempFolder;
+
+class SystemMenuTest : public GuiTest {
+protected:
+    SystemMenuTest() {
+        HasRunBefore();
+        outside.masterInfo = MasterInfoMsg::New();
+    }
+    MainWindow& Start(bool connected) {
+        outside.connected = connected;
+        MainWindow& window = StartClient();
+        outside.TakeSteps();
+        return window;
+    }
+    void Choose(int id) {
+        wxCommandEvent event(wxEVT_MENU, id);
+        Window().GetEventHandler()->ProcessEvent(event);
+        Pump();
+    }
+    bool Has(int id) { return Window().GetMenuBar()->FindItem(id) != nullptr; }
+    wxString LabelOf(int id) { return Window().GetMenuBar()->FindItem(id)->GetItemLabelText(); }
+    template <class T>
+    T* FindFrame() {
+        for (wxWindow* const window : wxTopLevelWindows) {
+            if (auto* const frame = dynamic_cast<T*>(window); frame && !frame->IsBeingDeleted())
+                return frame;
+        }
+        return nullptr;
+    }
+    static wxString TextOf(wxWindow& window) {
+        for (wxWindow* const child : window.GetChildren()) {
+            if (auto* const text = dynamic_cast<wxTextCtrl*>(child))
+                return text->GetValue();
+        }
+        return {};
+    }
+};
+
+TEST_F(SystemMenuTest, HoldsWhatThisUserMayDo) {
+    constexpr int k_Always[] = {k_IdConnect,    k_IdEngineMode,  k_IdDark, k_IdResetConfirmations, k_IdAppFolder,
+                                k_IdTempFolder, k_IdInstallNuke, k_IdExit, k_IdGuiHistoryLog};
+    constexpr int k_Components[] = {k_IdStartEngine,   k_IdStopMaster,         k_IdRemoveEngineLock,
+                                    k_IdEngineService, k_IdControlService + 3, k_IdMasterService + 3};
+    constexpr int k_Administrators[] = {k_IdMasterHistoryLog, k_IdDispatchLog, k_IdLogDispatch, k_IdSuperExit};
+    struct Case {
+        bool connected;
+        bool administrator;
+        bool restricted;
+        bool components;
+    };
+    MainWindow& window = Start(true);
+    for (Case const& c : {Case{false, false, false, true}, Case{true, false, false, true},
+                          Case{true, false, true, false}, Case{true, true, true, true}}) {
+        window.Master().SetRestrictions({{"Core Process Control", c.restricted}});
+        outside.connected = c.connected;
+        window.SetAdministrator(c.administrator);
+        for (int const id : k_Always)
+            EXPECT_TRUE(Has(id)) << id;
+        for (int const id : k_Components)
+            EXPECT_EQ(Has(id), c.components) << id;
+        for (int const id : k_Administrators)
+            EXPECT_EQ(Has(id), c.connected && c.administrator) << id;
+        EXPECT_EQ(Has(k_IdAdministrator), c.connected);
+        EXPECT_FALSE(Has(k_IdStartBrakka)) << "its program is not there";
+        EXPECT_EQ(LabelOf(k_IdConnect), c.connected ? "Reconnect" : "Connect");
+        if (c.connected) {
+            EXPECT_EQ(LabelOf(k_IdAdministrator), c.administrator ? "Normal Mode" : "Administrator Mode");
+        }
+    }
+}
+
+TEST_F(SystemMenuTest, EveryItemDoesSomething) {
+    Start(true).SetAdministrator(true);
+    std::function<void(std::span<CommandRow const>)> const look = [&look](std::span<CommandRow const> rows) {
+        for (CommandRow const& row : rows) {
+            EXPECT_TRUE(row.handler || !row.items.empty() || row.id == 0) << row.label;
+            look(row.items);
+        }
+    };
+    look(SystemCommands());
+}
+
+TEST_F(SystemMenuTest, AdministratorModeAsksForThePasswordThatThereIs) {
+    struct Case {
+        char const* what;
+        unsigned master;
+        char const* typed;
+        std::vector<String> dialogs;
+        bool enters;
+    };
+    String const asks = "Administrator: Enter administrator password";
+    String const wrong = "Administrator: Incorrect password";
+    Case const cases[] = {{"no password", 0, "", {}, true},
+                          {"the right one", PasswordValue("render\xC3\xA9"), "render\xC3\xA9", {asks}, true},
+                          {"a wrong one", PasswordValue("render"), "rendes", {asks, wrong}, false},
+                          {"nothing typed", 97, "", {asks, wrong}, false},
+                          {"one character", 97, "a", {asks}, true}};
+    MainWindow& window = Start(true);
+    for (Case const& c : cases) {
+        outside.masterInfo->administrate = c.master;
+        ModalAnswers answers(wxID_OK);
+        answers.typed = wxvText(c.typed);
+        Choose(k_IdAdministrator);
+        EXPECT_EQ(answers.Take(), c.dialogs) << c.what;
+        EXPECT_EQ(window.IsAdministrator(), c.enters) << c.what;
+        EXPECT_EQ(window.GetTitle().EndsWith(" [ Administrator Mode ]"), c.enters) << c.what;
+        EXPECT_EQ(window.GetStatusBar()->GetStatusText(1), c.enters ? "Administrator Mode" : "") << c.what;
+        if (c.enters)
+            Choose(k_IdAdministrator);
+        EXPECT_FALSE(window.IsAdministrator()) << c.what;
+        EXPECT_FALSE(answers.Any()) << "leaving needs no password";
+    }
+}
+
+TEST_F(SystemMenuTest, ComponentsAreStartedAndStoppedNow) {
+    Start(false);
+    struct Case {
+        int id;
+        char const* step;
+    };
+    for (Case const& c : {Case{k_IdStartEngine, "start VorlanEngine"}, Case{k_IdStopEngine, "stop VorlanEngine"},
+                          Case{k_IdStartMaster, "start VorlanMaster"}, Case{k_IdStopMaster, "stop VorlanMaster"}}) {
+        Choose(c.id);
+        EXPECT_EQ(outside.TakeSteps(), std::vector<String>{c.step});
+    }
+    // The client has an Engine of its own from then on.
+    Choose(k_IdStopEngine);
+    outside.masterInfo->idleTimeout = 10;
+    Choose(k_IdStartEngine);
+    EXPECT_FALSE(GuiTester::Timeout(Window()).Expires().IsZero());
+    Choose(k_IdStopEngine);
+    EXPECT_TRUE(GuiTester::Timeout(Window()).Expires().IsZero());
+}
+
+TEST_F(SystemMenuTest, ALockFileGoesUnlessItIsHeld) {
+    Start(false);
+    ModalAnswers answers(wxID_OK);
+    Path const path = Components::LockFile(k_ComponentEngine);
+    File::MakeFolder(path.Branch());
+    Choose(k_IdRemoveEngineLock);
+    EXPECT_TRUE(answers.Take().front().Contains("There is no lock file"));
+    File::WriteWhole(path, "left behind");
+    Choose(k_IdRemoveEngineLock);
+    EXPECT_EQ(answers.Take(), std::vector<String>{"Remove Lock File"}) << "the confirmation";
+    EXPECT_FALSE(File::Exists(path));
+    {
+        auto const held = FileLock::TryTake(path, "VorlanEngine");
+        Choose(k_IdRemoveEngineLock);
+        EXPECT_TRUE(answers.Take().front().Contains("VorlanEngine")) << "who holds it";
+        EXPECT_TRUE(File::Exists(path));
+    }
+    LogLines log(LogLevel::Warning);
+    wxCommandEvent unknown(wxEVT_MENU, 1);
+    Window().OnRemoveLockFile(unknown);
+    EXPECT_EQ(CountLines(log, "Asked to remove lock file for unknown component"), 1u);
+}
+
+TEST_F(SystemMenuTest, FoldersAreShownByTheDesktopOrTheirNameIs) {
+    Start(false);
+    for (int const id : {k_IdAppFolder, k_IdModulesFolder, k_IdUtilitiesFolder, k_IdLogFolder, k_IdUserFolder,
+                         k_IdMachineFolder, k_IdTempFolder})
+        EXPECT_TRUE(SystemFolder(id).IsFolder()) << id << " " << SystemFolder(id);
+    std::vector<String> tried;
+    TempFolder const folder;
+    ShowFolder(folder.Folder(), [&](Path const& program, corekit::vector<String> const& args) {
+        tried.push_back(program + " " + args.front());
+        if (program == "xdg-open")
+            throw Exception("not installed");
+    });
+    EXPECT_EQ(tried, (std::vector<String>{"xdg-open " + folder.Folder(), "gio open"}));
+
+    // A machine without any such program.
+    corekit::EnvironmentValue const path("PATH", folder.Folder().c_str());
+    ModalAnswers answers(wxID_OK);
+    Choose(k_IdTempFolder);
+    ASSERT_TRUE(PumpUntil([&] { return answers.Any(); }));
+    EXPECT_TRUE(answers.Take().front().Contains(File::GetTempDir()));
+}
+
+TEST_F(SystemMenuTest, ALogShowsItsEnd) {
+    TempFolder const folder;
+    Path const path = folder / "History.log";
+    File::WriteWhole(path, "one\ntwo\nthree\n");
+    struct Case {
+        int64_t most;
+        char const* text;
+        int64_t skipped;
+    };
+    for (Case const& c : {Case{100, "one\ntwo\nthree\n", 0}, Case{14, "one\ntwo\nthree\n", 0}, Case{8, "three\n", 8},
+                          Case{6, "", 14}}) {
+        LogTail const tail = ReadLogTail(path, c.most);
+        EXPECT_EQ(tail.text, c.text) << c.most;
+        EXPECT_EQ(tail.skippedBytes, c.skipped) << c.most;
+    }
+    EXPECT_THROW(ReadLogTail(folder / "none", 10), corekit::FileException);
+
+    MainWindow& window = Start(false);
+    auto* const frame = new LogFrame(&window, "Log", path);
+    ASSERT_TRUE(PumpUntil([&] { return TextOf(*frame).EndsWith("three\n"); }));
+    File::WriteWhole(path, "four\n");
+    wxCommandEvent refresh(wxEVT_BUTTON, wxID_REFRESH);
+    frame->ProcessWindowEvent(refresh);
+    EXPECT_TRUE(PumpUntil([&] { return TextOf(*frame) == "four\n"; }));
+    File::Delete(path);
+    frame->ProcessWindowEvent(refresh);
+    EXPECT_TRUE(PumpUntil([&] { return TextOf(*frame).Contains("Cannot read"); }));
+    // Closed while it reads.
+    frame->ProcessWindowEvent(refresh);
+    frame->Close();
+    EXPECT_TRUE(PumpUntil([&] { return !FindFrame<LogFrame>(); }));
+}
+
+TEST_F(SystemMenuTest, TheMastersLogsNeedTheirIds) {
+    Start(true).SetAdministrator(true);
+    ModalAnswers answers(wxID_OK);
+    Choose(k_IdMasterHistoryLog);
+    Choose(k_IdDispatchLog);
+    EXPECT_EQ(
+        answers.Take(),
+        (std::vector<String>{"Log Files: The Master has not shared the ID for accessing VorlanMaster History.log",
+                             "Log Files: The Master has not shared the ID for accessing VorlanMaster Dispatch.log"}));
+    // The test has no connection: the window says so.
+    outside.masterInfo->historyLog = UID::FromName("history");
+    Choose(k_IdMasterHistoryLog);
+    auto* const frame = FindFrame<LogFrame>();
+    ASSERT_TRUE(frame);
+    EXPECT_EQ(frame->GetTitle(), "VorlanMaster History.log");
+    EXPECT_TRUE(PumpUntil([&] { return TextOf(*frame).Contains("there is no connection to the Master"); }));
+    frame->Close();
+    EXPECT_TRUE(PumpUntil([&] { return !FindFrame<LogFrame>(); }));
+}
+
+TEST_F(SystemMenuTest, CommandsToTheMasterAreSent) {
+    Start(true).SetAdministrator(true);
+    outside.TakeSteps();
+    LogLines log(LogLevel::Status);
+    Choose(k_IdLogDispatch);
+    EXPECT_EQ(CountLines(log, "Asking Master to create a dispatch log"), 1u);
+    auto const options = boost::dynamic_pointer_cast<SetMasterOptionsMsg>(outside.Sent().back());
+    ASSERT_TRUE(options);
+    EXPECT_EQ(options->section, o_Distribution);
+    EXPECT_EQ(options->options, (OptionMap{{o_LogDispatch, "Yes"}}));
+    outside.TakeSteps();
+    {
+        ModalAnswers no(wxID_CANCEL);
+        Choose(k_IdSuperExit);
+        EXPECT_TRUE(no.Any() && outside.TakeSteps().empty());
+    }
+    ModalAnswers yes(wxID_OK);
+    Choose(k_IdSuperExit);
+    EXPECT_EQ(outside.TakeSteps(), std::vector<String>{"send ShutdownMsg"});
+}
+
+TEST_F(SystemMenuTest, SubmitScriptsAreInstalledAndNothingIsLost) {
+    TempFolder const home;
+    corekit::EnvironmentValue const variable("HOME", home.Folder().c_str());
+    corekit::EnvironmentValue const maya("MAYA_APP_DIR", nullptr);
+    Start(false);
+    ModalAnswers answers(wxID_CANCEL);
+    // Not installed here: the user is asked, and gives up.
+    Choose(k_IdInstallNuke);
+    EXPECT_EQ(answers.Take().size(), 1u);
+    EXPECT_FALSE((home / ".nuke").Exists());
+
+    File::MakeFolder(home / ".nuke");
+    File::WriteWhole(home / ".nuke/menu.py", "print(1)");
+    File::WriteWhole(home / ".nuke/vorlan_nuke.py", "my own changes");
+    for (int time = 0; time < 2; ++time) {
+        Choose(k_IdInstallNuke);
+        EXPECT_EQ(answers.Take(), std::vector<String>{"Install Nuke Submit Script"}) << "the confirmation";
+        EXPECT_EQ(File::Read(home / ".nuke/menu.py"), "print(1)\nimport vorlan_nuke\n");
+        EXPECT_EQ(File::Read(home / ".nuke/menu.py.bak"), "print(1)");
+        EXPECT_EQ(File::Read(home / ".nuke/vorlan_nuke.py.bak"), "my own changes");
+    }
+    EXPECT_TRUE(
+        File::Read(home / ".nuke/vorlan_nuke.py").Contains("PROGRAM = \"" + (File::s_AppDir / "vorlan") + "\""));
+
+    File::MakeFolder(home / "maya");
+    Choose(k_IdInstallMaya);
+    EXPECT_TRUE(File::Exists(home / "maya/scripts/vorlanSubmit.mel"));
+    for (char const* version : {"c4d_2024_1", "c4d_2025_1", "c4d_2023_1"})
+        File::MakeFolder(home / ".config/Maxon" / version);
+    EXPECT_EQ(FindScriptFolder(*FindSubmitScript(k_IdInstallCinema4D)),
+              home / ".config/Maxon/c4d_2025_1/library/scripts");
+}
+
+} // namespace vorlan
