@@ -1,6 +1,7 @@
 #include "aboutdlg.h"
 
-#include <corekit/sformat.h>
+#include "rows/enginecolumns.h"
+
 #include <vorlan/messenger.h>
 #include <vorlan/version.h>
 #include <wx/intl.h>
@@ -24,10 +25,6 @@ wxString Span(Time const& since) {
 }
 
 } // namespace
-
-corekit::String VersionText(unsigned version) {
-    return SFormat("%u.%u.%u", version / 10000, version / 100 % 100, version % 100);
-}
 
 corekit::vector<AboutDlg::Row> AboutDlg::ConnectionRows() {
     return {{_("Connected to:"), wxvText(Messenger::MasterMachineName())},

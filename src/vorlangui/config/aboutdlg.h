@@ -7,9 +7,6 @@
 
 namespace vorlan {
 
-// A version number for people: 30000 is "3.0.0".
-corekit::String VersionText(unsigned version);
-
 // AboutDlg says what this program is and what it is connected to.
 // Owner: its caller's stack. Thread: the GUI thread.
 class AboutDlg : public wxVorlanDlg {

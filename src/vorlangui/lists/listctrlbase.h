@@ -59,7 +59,6 @@ public:
     // In the order of the ids; -1 for one without a row.
     std::vector<int> GetSelection() override;
     void DoClear() override;
-    void ApplyColors() override;
 
 protected:
     // Why a rebuild takes place.

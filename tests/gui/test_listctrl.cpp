@@ -1,0 +1,395 @@
+// The lists: columns, sort, selection, and how they keep in step with the data.
+#include "guitest.h"
+
+#include "lists/enginelistctrl.h"
+#include "lists/joblistctrl.h"
+#include "lists/worklistctrl.h"
+#include "model/enginelist.h"
+#include "model/joblist.h"
+
+#include <boost/make_shared.hpp>
+#include <corekit/sformat.h>
+#include <gmock/gmock.h>
+#include <vorlan/failures.h>
+#include <vorlan/keys.h>
+#include <wx/frame.h>
+#include <wx/listctrl.h>
+#include <wx/notebook.h>
+#include <wx/sizer.h>
+#include <wx/wxtimed.h>
+
+namespace vorlan {
+
+class ListCtrlTest : public GuiTest {
+protected:
+    static constexpr char k_Section[] = "2600";
+
+    ListCtrlTest() {
+        m_frame = new wxFrame(nullptr, wxID_ANY, "Lists", wxPoint(20, 20), wxSize(900, 400));
+        m_frame->SetSizer(new wxBoxSizer(wxVERTICAL));
+        m_frame->Show();
+    }
+    ~ListCtrlTest() override {
+        delete m_frame;
+        Pump();
+    }
+
+    template <class List = _JobListCtrl>
+    List& Add(wxWindow* parent = nullptr, int position = 0) {
+        auto* const list = new List(parent ? parent : m_frame, position);
+        if (!parent) {
+            m_frame->GetSizer()->Add(list, wxSizerFlags(1).Expand());
+            m_frame->Layout();
+        }
+        return *list;
+    }
+
+    static UID AddJob(String const& name, int priority = 50, int status = Queued) {
+        auto const job = boost::make_shared<Job>(UID::FromName(name));
+        job->SetName(name);
+        job->SetStatus(status);
+        job->SetParameter(p_Priority, String::From(priority));
+        JobList::Get().InsertJob(job);
+        return job->id;
+    }
+    static void AddJobs(unsigned count) {
+        for (unsigned i = 0; i < count; ++i)
+            AddJob(SFormat("job %05u", i), static_cast<int>(i % 7));
+    }
+    static void Tick() { wxTimed::s_Timer0250.Emit(); }
+
+    // The names in the rows, as far as they are told.
+    static std::string Names(RowListCtrl<JobRows>& list, int most = 20) {
+        std::string names;
+        for (int row = 0; row < std::min(most, list.GetItemCount()); ++row)
+            names += (row ? " " : "") + Jobs::GetJobA(list.GetRowID(row))->Name().Str();
+        return names;
+    }
+    static void Click(ListCtrlBase& list, int column) {
+        wxListEvent event(wxEVT_LIST_COL_CLICK, list.GetId());
+        event.m_col = column;
+        list.ProcessWindowEvent(event);
+    }
+    // "Name:0:1" of each column: label, type, ascending.
+    static std::string Columns(ListCtrlBase const& list) {
+        std::string text;
+        for (int column = 0; column < list.GetColumnCount(); ++column)
+            text += (column ? " " : "") + list.GetColumnName(column).Str() + ":" +
+                    std::to_string(list.GetColumnType(static_cast<size_t>(column))) + ":" +
+                    (list.IsColumnAscending(column) ? "1" : "0");
+        return text;
+    }
+
+    wxFrame* m_frame;
+};
+
+TEST_F(ListCtrlTest, ColumnsComeBackFromTheOptions) {
+    struct {
+        char const* saved;
+        char const* columns;
+        char const* custom; // of the last one
+    } const cases[] = {
+        {"Name,100,1,0,;Status,80,0,4,", "Name:0:1 Status:4:0", ""},
+        {"Name,100,1,0", "Name:0:1", ""},
+        {"A\\, b,90,1,2,", "A, b:2:1", ""},
+        {"back\\\\slash,90,1,2,", "back\\slash:2:1", ""},
+        {"semi`;colon,90,1,2,;tick``,50,1,3,", "semi;colon:2:1 tick`:3:1", ""},
+        {"Shot,90,1,19,$(Name) v1", "Shot:19:1", "$(Name) v1"},
+        // A record with too few or too many fields is dropped.
+        {"Name,100,1;Status,80,1,4,;;x,,,", "Status:4:1", ""},
+        {"Name,100,1,0,;Bad,1,1,19,a,b", "Name:0:1", ""},
+    };
+    for (auto const& test : cases) {
+        Options().SetValue(k_Section, "AllColumns", test.saved);
+        auto& list = Add<>();
+        EXPECT_EQ(Columns(list), test.columns) << test.saved;
+        EXPECT_EQ(list.GetColumnCustom(list.GetColumnCount() - 1), test.custom) << test.saved;
+        list.SaveColumnInfo();
+        list.RemoveAllColumns();
+        list.LoadColumnInfo();
+        EXPECT_EQ(Columns(list), test.columns) << "saved again: " << test.saved;
+        list.Destroy();
+        Pump();
+    }
+    for (char const* const saved : {"", "x", ";;;", "\"", "`"}) {
+        Options().SetValue(k_Section, "AllColumns", saved);
+        auto& list = Add<>();
+        EXPECT_EQ(list.GetColumnCount(), 10) << "the default ones in place of " << saved;
+        EXPECT_EQ(list.GetSortColumn(), 0);
+        EXPECT_EQ(list.GetSecondSortColumn(), -1);
+        list.Destroy();
+        Pump();
+    }
+}
+
+TEST_F(ListCtrlTest, SortColumnsAreReadFromTheCurrentSection) {
+    struct {
+        int first;
+        int second;
+        int expectedFirst;
+        int expectedSecond;
+    } const cases[] = {{2, 4, 2, 4}, {2, 2, 2, -1}, {10, 3, 0, 3}, {-1, 99, 0, -1}, {3, -1, 3, -1}};
+    for (auto const& test : cases) {
+        Options().SetSection("elsewhere");
+        Options().SetValue("elsewhere", "SortCol", test.first);
+        Options().SetValue("elsewhere", "Sort2Col", test.second);
+        auto& list = Add<>();
+        EXPECT_EQ(list.GetSortColumn(), test.expectedFirst) << test.first << " " << test.second;
+        EXPECT_EQ(list.GetSecondSortColumn(), test.expectedSecond) << test.first << " " << test.second;
+        list.Destroy();
+        Pump();
+    }
+}
+
+TEST_F(ListCtrlTest, AClickSortsAndTheFormerColumnComesSecond) {
+    AddJob("c", 1);
+    AddJob("a", 2);
+    AddJob("b", 1);
+    auto& list = Add<>();
+    constexpr int k_Name = 0;
+    constexpr int k_Priority = 2;
+    EXPECT_EQ(Names(list), "a b c");
+    struct {
+        int column;
+        char const* names;
+        int first;
+        int second;
+    } const clicks[] = {
+        {k_Name, "c b a", k_Name, -1},
+        {k_Priority, "c b a", k_Priority, k_Name},
+        {k_Priority, "a c b", k_Priority, k_Name},
+        {k_Name, "c b a", k_Name, k_Priority},
+        {k_Name, "a b c", k_Name, k_Priority},
+        {99, "a b c", k_Name, k_Priority},
+    };
+    for (auto const& click : clicks) {
+        Click(list, click.column);
+        EXPECT_EQ(Names(list), click.names);
+        EXPECT_EQ(list.GetSortColumn(), click.first);
+        EXPECT_EQ(list.GetSecondSortColumn(), click.second);
+        EXPECT_EQ(list.GetHighlightColumn(), click.first);
+    }
+    list.MoveColumn(k_Priority, -2);
+    EXPECT_EQ(list.GetSortColumn(), 1) << "the sort goes with its column";
+    EXPECT_EQ(list.GetSecondSortColumn(), 0);
+    list.RemoveColumn(1);
+    EXPECT_EQ(list.GetSortColumn(), 0);
+    EXPECT_EQ(list.GetSecondSortColumn(), -1);
+    list.SetDefaultColumns();
+    EXPECT_EQ(list.GetColumnCount(), 10);
+    EXPECT_EQ(list.GetSortColumn(), 0);
+}
+
+TEST_F(ListCtrlTest, ARebuildKeepsSelectionAnchorAndPlace) {
+    AddJobs(200);
+    auto& list = Add<>();
+    Pump();
+    UID const id = list.GetRowID(50);
+    list.Select(50);
+    list.Select(51);
+    list.SetLastSelect(50);
+    list.SetScrollPos(wxVERTICAL, 40);
+    JobList::Get().UpdateJob(id, p_Name, "a first one");
+    Tick();
+    EXPECT_EQ(list.GetRowID(0), id) << "it has moved";
+    EXPECT_EQ(list.GetSelectedIDs().size(), 2u);
+    EXPECT_TRUE(list.IsRowSelected(0));
+    EXPECT_TRUE(list.IsRowSelected(51));
+    EXPECT_FALSE(list.IsRowSelected(50));
+    EXPECT_EQ(list.GetLastSelect(), 0);
+    EXPECT_EQ(list.GetScrollPos(wxVERTICAL), 40);
+
+    JobList::Get().RemoveJob(id);
+    EXPECT_EQ(list.GetSelectedIDs().size(), 2u) << "until the next tick";
+    Tick();
+    EXPECT_EQ(list.GetSelectedIDs().size(), 1u);
+    EXPECT_THAT(list.GetSelection(), testing::UnorderedElementsAre(-1, 50));
+    EXPECT_EQ(list.GetLastSelect(), -1);
+    EXPECT_EQ(list.GetScrollPos(wxVERTICAL), 40);
+    Tick();
+    JobList::Get().RefreshJob(UID::FromName("job 00007"));
+    Tick();
+    EXPECT_EQ(list.GetSelection().size(), 1u) << "gone with the second rebuild";
+
+    list.SetSelectedIDs({list.GetRowID(3), list.GetRowID(9)}, list.GetRowID(9));
+    EXPECT_EQ(list.GetLastSelect(), 9);
+    EXPECT_TRUE(list.IsRowSelected(3));
+    JobList::Get().Clear();
+    EXPECT_EQ(list.GetItemCount(), 0);
+    EXPECT_FALSE(list.HasSelection());
+}
+
+TEST_F(ListCtrlTest, EventsSelectById) {
+    AddJobs(5);
+    auto& list = Add<>();
+    int heard = 0;
+    auto const hear = [&heard](wxListEvent&) { ++heard; };
+    m_frame->Bind(wxEVT_LIST_ITEM_SELECTED, hear);
+    m_frame->Bind(wxEVT_LIST_ITEM_DESELECTED, hear);
+    list.Select(2);
+    list.Select(4);
+    list.Select(2, 0);
+    EXPECT_EQ(heard, 3) << "the window hears of each";
+    EXPECT_EQ(list.GetSelectedIDs(), corekit::set<UID>{list.GetRowID(4)});
+    EXPECT_EQ(list.GetSelection(), std::vector<int>{4});
+    EXPECT_TRUE(JobList::Get().AnyJobSelected());
+    EXPECT_FALSE(list.IsRowSelected(-1));
+    EXPECT_FALSE(list.IsRowSelected(99));
+
+    int command = 0;
+    m_frame->Bind(wxEVT_MENU, [&command](wxCommandEvent& event) { command = event.GetId(); });
+    list.Activate(1);
+    EXPECT_EQ(command, 0) << "posted, not called";
+    EXPECT_TRUE(PumpUntil([&command] { return command != 0; }));
+    EXPECT_EQ(command, 12017);
+}
+
+TEST_F(ListCtrlTest, FilterSlotsLeaveRowsOut) {
+    struct Slot : HasSlots<> {
+        ~Slot() override { DisconnectAll(); }
+        void OnJob(boost::shared_ptr<JobInfo> const& info, bool& include) {
+            include = include && info->job->Priority() > least;
+        }
+        int least = 3;
+    };
+    AddJobs(70);
+    auto& list = Add<>();
+    Slot slot;
+    Slot second;
+    second.least = 5;
+    list.FilterJob.Connect(&slot, &Slot::OnJob);
+    list.Update();
+    EXPECT_EQ(list.GetItemCount(), 30);
+    list.FilterJob.Connect(&second, &Slot::OnJob);
+    list.Update();
+    EXPECT_EQ(list.GetItemCount(), 10);
+    list.FilterJob.Disconnect(&second);
+    JobList::Get().UpdateJob(UID::FromName("job 00001"), p_Priority, "9");
+    Tick();
+    EXPECT_EQ(list.GetItemCount(), 31);
+}
+
+// A list on a page at the back sleeps, and is fresh when its page comes to the front.
+TEST_F(ListCtrlTest, OnlyTheFrontPageIsAwake) {
+    auto* const outer = new wxNotebook(m_frame, wxID_ANY);
+    m_frame->GetSizer()->Add(outer, wxSizerFlags(1).Expand());
+    auto* const firstPage = new wxPanel(outer);
+    auto* const secondPage = new wxPanel(outer);
+    auto& first = Add<>(firstPage, 0);
+    auto& second = Add<>(secondPage, 1);
+    outer->AddPage(firstPage, "1");
+    outer->AddPage(secondPage, "2");
+    // A list that is a page itself counts with the book around its own.
+    auto* const inner = new wxNotebook(firstPage, wxID_ANY);
+    auto& direct = Add<>(inner, 2);
+    inner->AddPage(&direct, "3");
+    auto& free = Add<>(m_frame, 3);
+    m_frame->Layout();
+    Pump();
+    EXPECT_TRUE(first.IsAwake());
+    EXPECT_FALSE(second.IsAwake());
+    EXPECT_TRUE(direct.IsAwake());
+    EXPECT_TRUE(free.IsAwake());
+    AddJobs(3);
+    Tick();
+    EXPECT_EQ(first.GetItemCount(), 3);
+    EXPECT_EQ(second.GetItemCount(), 0);
+    Tick();
+    EXPECT_EQ(second.GetItemCount(), 0) << "the change is forgotten";
+    outer->ChangeSelection(1);
+    EXPECT_TRUE(PumpUntil([&second] { return second.GetItemCount() == 3; }));
+    EXPECT_FALSE(direct.IsAwake());
+    free.Destroy();
+}
+
+TEST_F(ListCtrlTest, ALongListIsMadeAside) {
+    constexpr int k_Rows = 6000;
+    AddJobs(k_Rows);
+    auto& list = Add<>();
+    EXPECT_TRUE(list.IsRebuilding());
+    auto const isReady = [&list] { return !list.IsRebuilding(); };
+    ASSERT_TRUE(PumpUntil(isReady));
+    ASSERT_EQ(list.GetItemCount(), k_Rows);
+    EXPECT_EQ(Names(list, 2), "job 00000 job 00001");
+    UID const last = list.GetRowID(k_Rows - 1);
+    list.Select(k_Rows - 1);
+    list.SetLastSelect(k_Rows - 1);
+    list.SetScrollPos(wxVERTICAL, 3000);
+    JobList::Get().UpdateJob(last, p_Name, "a first one");
+    Tick();
+    ASSERT_TRUE(PumpUntil(isReady));
+    EXPECT_EQ(list.GetRowID(0), last);
+    EXPECT_TRUE(list.IsRowSelected(0));
+    EXPECT_EQ(list.GetLastSelect(), 0);
+    EXPECT_EQ(list.GetScrollPos(wxVERTICAL), 3000);
+
+    // Another order while rows of the former one are being made.
+    list.Update();
+    ASSERT_TRUE(list.IsRebuilding());
+    Click(list, 0);
+    ASSERT_TRUE(PumpUntil(isReady));
+    EXPECT_EQ(Names(list, 1), "job 05998") << "the last name first";
+    EXPECT_EQ(list.GetRowID(k_Rows - 1), last);
+
+    // Emptied meanwhile: what was made is not shown.
+    list.Update();
+    JobList::Get().Clear();
+    EXPECT_EQ(list.GetItemCount(), 0);
+    ASSERT_TRUE(PumpUntil(isReady));
+    EXPECT_EQ(list.GetItemCount(), 0);
+
+    // Gone meanwhile.
+    AddJobs(k_Rows);
+    list.Update();
+    list.Destroy();
+    Pump();
+}
+
+TEST_F(ListCtrlTest, RowsAndCellsOfWhatIsGoneAreBlank) {
+    UID const id = AddJob("job", 50, Finished);
+    Failures::Add(id, UID::FromName("product"), UID::FromName("engine"), Time(1));
+    auto& list = Add<>();
+    list.PrepareToDraw(0);
+    EXPECT_EQ(list.GetDisplayText(0, 0), "job");
+    EXPECT_EQ(list.GetDisplayText(0, 99), "");
+    EXPECT_EQ(list.GetRowColor(0), wxvGetColor(ColorName::TextBlue));
+    wxColour const tinted = list.GetRowBGColor(0);
+    list.CleanupAfterDraw(0);
+    JobList::Get().RemoveJob(id);
+    Failures::Clear();
+    list.PrepareToDraw(0);
+    EXPECT_EQ(list.GetDisplayText(0, 0), "");
+    wxColour const plain = list.GetRowBGColor(0);
+    EXPECT_NEAR(tinted.Red(), plain.Red() * 0.9 + 25.5, 1);
+    EXPECT_NEAR(tinted.Blue(), plain.Blue() * 0.9, 1);
+    list.CleanupAfterDraw(0);
+}
+
+TEST_F(ListCtrlTest, EnginesAndWorkHaveListsOfTheirOwn) {
+    Engine engine(UID::FromName("engine"));
+    engine.SetName("node 1");
+    EngineList::Get().InsertEngine(engine);
+    UID const job = AddJob("job");
+    auto& engines = Add<_EngineListCtrl>();
+    auto& work = Add<_WorkListCtrl>();
+    EXPECT_EQ(engines.GetId(), 2500);
+    EXPECT_EQ(work.GetSection(), "2700");
+    EXPECT_EQ(Columns(engines), "Name:0:1 Uptime:1:1 Status:2:1 Errors:3:1 Platform:4:1 Note:5:1");
+    EXPECT_EQ(Columns(work), "Work:0:1 Job:1:1 Elapsed:2:1 Engine:3:1 Pool:4:1 Note:5:1");
+    EXPECT_EQ(engines.GetItemCount(), 1);
+    auto message = AssignedWorkMsg::New();
+    message->work = boost::make_shared<Job>(UID::FromName("unit"));
+    message->work->SetName("1-4");
+    message->work->parentID = job;
+    message->engine = engine.id;
+    AssignedWorkMsg::s_Signal.Emit(message);
+    Tick();
+    ASSERT_EQ(work.GetItemCount(), 1);
+    work.PrepareToDraw(0);
+    EXPECT_EQ(work.GetDisplayText(0, 0), "1-4");
+    EXPECT_EQ(work.GetDisplayText(0, 1), "job");
+    EXPECT_EQ(work.GetDisplayText(0, 3), "node 1");
+    work.CleanupAfterDraw(0);
+}
+
+} // namespace vorlan
