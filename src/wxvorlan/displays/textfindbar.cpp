@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <corekit/callentry.h>
+#include <wx/dcclient.h>
 #include <wx/intl.h>
 #include <wx/sizer.h>
 #include <wx/stattext.h>
@@ -13,6 +14,7 @@ namespace {
 constexpr int k_Margin = 4;
 constexpr int k_Gap = 8;
 constexpr int k_FieldWidth = 200;
+constexpr double k_LinePart = 0.35;
 
 } // namespace
 
@@ -22,16 +24,26 @@ TextFindBar::TextFindBar(wxTextLineCtrl& display) : wxvPanel(&display, ColorName
     m_note = new wxStaticText(this, wxID_ANY, wxString());
     // The bar is never wider than with its longest note.
     m_note->SetMinSize(wxSize(std::max(GetTextExtent(_("Not found")).x, GetTextExtent(_("Searching...")).x), -1));
-    m_term = new wxTextCtrl(this, wxID_ANY, wxString(), wxDefaultPosition, FromDIP(wxSize(k_FieldWidth, -1)),
-                            wxTE_PROCESS_ENTER);
-    m_term->SetHint(_("Find"));
+    m_term = new wxvTextCtrl(this, wxID_ANY, wxString(), wxTE_PROCESS_ENTER, _("Find"));
+    // The height is asked for once: with each asking the toolkit adds its margins anew.
+    m_term->SetMinSize(wxSize(FromDIP(k_FieldWidth), m_term->GetBestSize().y));
     m_term->SetToolTip(_("Enter finds the next place, Shift+Enter the one before, Escape closes."));
     auto* const sizer = new wxBoxSizer(wxHORIZONTAL);
     sizer->Add(m_term, wxSizerFlags(1).CenterVertical().Border(wxALL, FromDIP(k_Margin)));
     sizer->Add(m_note, wxSizerFlags().CenterVertical().Border(wxRIGHT, FromDIP(k_Gap)));
     SetSizerAndFit(sizer);
+    Bind(wxEVT_PAINT, &TextFindBar::OnPaint, this);
     m_term->Bind(wxEVT_KEY_DOWN, &TextFindBar::OnKey, this);
     m_term->Bind(wxEVT_TEXT, [this](wxCommandEvent&) { Look(false); });
+}
+
+// A line around it: the text behind it goes on.
+void TextFindBar::OnPaint(wxPaintEvent&) {
+    CALL_ENTRY();
+    wxPaintDC dc(this);
+    dc.SetPen(wxvMixColors(wxvGetColor(ColorName::WindowBGLighter), wxvGetColor(ColorName::TextGrey), k_LinePart));
+    dc.SetBrush(wxvGetColor(ColorName::WindowBGLighter));
+    dc.DrawRectangle(GetClientSize());
 }
 
 void TextFindBar::Start() {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <wx/textctrl.h>
 #include <wx/wxtextlinectrl.h>
 #include <wx/wxvpanel.h>
+#include <wx/wxvtextctrl.h>
 
 class wxStaticText;
 
@@ -18,10 +18,11 @@ public:
     void ShowState();
 
 private:
+    void OnPaint(wxPaintEvent& event);
     void OnKey(wxKeyEvent& event);
     void Look(bool backward);
 
     wxTextLineCtrl& m_display;
-    wxTextCtrl* m_term;
+    wxvTextCtrl* m_term;
     wxStaticText* m_note;
 };

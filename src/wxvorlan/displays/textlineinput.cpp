@@ -6,11 +6,13 @@
 #include <wx/dcclient.h>
 #include <wx/utils.h>
 #include <wx/wxtextlinectrl.h>
+#include <wx/wxvtext.h>
 
 namespace {
 
 constexpr int k_DragPeriodMs = 40;
 constexpr int k_StepWidth = 24;
+constexpr std::chrono::milliseconds k_TypePause{1000};
 
 } // namespace
 
@@ -21,6 +23,8 @@ TextLineInput::TextLineInput(wxTextLineCtrl& display, TextLineState& state) : m_
     m_display.Bind(wxEVT_MOTION, &TextLineInput::OnMotion, this);
     m_display.Bind(wxEVT_MOUSEWHEEL, &TextLineInput::OnWheel, this);
     m_display.Bind(wxEVT_KEY_DOWN, &TextLineInput::OnKey, this);
+    m_display.Bind(wxEVT_CHAR, &TextLineInput::OnChar, this);
+    m_display.Bind(wxEVT_RIGHT_DOWN, &TextLineInput::OnRightDown, this);
     m_display.Bind(wxEVT_MOUSE_CAPTURE_LOST, [this](wxMouseCaptureLostEvent&) {
         m_selecting = false;
         Stop();
@@ -44,7 +48,7 @@ TextPosition TextLineInput::PositionAt(wxPoint const& point) const {
         return m_state.lines.End();
     wxClientDC dc(&m_display);
     dc.SetFont(m_state.font);
-    return {line, TextLinePainter::CharacterAt(dc, m_state.lines.Shown(line), point.x - m_state.layout.XOfText())};
+    return {line, m_display.m_painter->CharacterAt(dc, m_state.lines.Shown(line), point.x - m_state.layout.XOfText())};
 }
 
 void TextLineInput::MoveRow(int row) {
@@ -221,4 +225,36 @@ void TextLineInput::OnKey(wxKeyEvent& event) {
     bool const plain = (event.GetModifiers() & (wxMOD_ALT | wxMOD_META)) == 0;
     if (!plain || (!HandleCommandKey(event) && !HandleMoveKey(event.GetKeyCode())))
         event.Skip();
+}
+
+// In a list of lines, typing goes to the next one that begins so.
+void TextLineInput::OnChar(wxKeyEvent& event) {
+    CALL_ENTRY();
+    wxUniChar const character = event.GetUnicodeKey();
+    if (!m_state.selectsLines || event.HasModifiers() || character < WXK_SPACE || character == WXK_DELETE) {
+        event.Skip();
+        return;
+    }
+    auto const now = std::chrono::steady_clock::now();
+    bool const goesOn = now - m_typedAt < k_TypePause;
+    m_typedAt = now;
+    m_typed = goesOn ? m_typed + character : wxString(character);
+    corekit::String const wanted = wxvString(m_typed);
+    int const count = m_state.lines.Count();
+    for (int i = goesOn ? 0 : 1; i <= count; ++i) {
+        int const row = (std::max(m_state.row, goesOn ? 0 : -1) + i) % std::max(count, 1);
+        if (m_state.lines.Has(row) &&
+            corekit::String::CompareNoCase(m_state.lines.At(row).text.Mid(0, wanted.size()), wanted) == 0) {
+            MoveRow(row);
+            return;
+        }
+    }
+}
+
+// The menu is that of the line under the pointer.
+void TextLineInput::OnRightDown(wxMouseEvent& event) {
+    event.Skip();
+    m_display.SetFocus();
+    if (int const row = m_display.LineAt(event.GetPosition()); m_state.selectsLines && row >= 0)
+        MoveRow(row);
 }

@@ -2,6 +2,7 @@
 
 #include "textlinestate.h"
 
+#include <chrono>
 #include <wx/timer.h>
 
 class wxTextLineCtrl;
@@ -23,6 +24,8 @@ private:
     void OnMotion(wxMouseEvent& event);
     void OnWheel(wxMouseEvent& event);
     void OnKey(wxKeyEvent& event);
+    void OnChar(wxKeyEvent& event);
+    void OnRightDown(wxMouseEvent& event);
     // The mouse is held outside.
     void Notify() override;
 
@@ -36,4 +39,6 @@ private:
     TextLineState& m_state;
     bool m_selecting = false;
     int m_wheel[2] = {0, 0}; // rotation that has moved nothing yet, by axis
+    wxString m_typed;        // the beginning of the line that is looked for
+    std::chrono::steady_clock::time_point m_typedAt;
 };

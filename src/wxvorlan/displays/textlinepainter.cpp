@@ -1,5 +1,6 @@
 #include "textlinepainter.h"
 
+#include <cmath>
 #include <wx/control.h>
 
 namespace {
@@ -15,18 +16,32 @@ wxColour HitColor(double part) {
 
 } // namespace
 
-int TextLinePainter::XOf(wxDC& dc, wxString const& text, int character) {
+bool TextLinePainter::IsEven(wxString const& text) const {
+    return m_state.evenWidth > 0 && text.IsAscii() && text.find('\t') == wxString::npos;
+}
+
+int TextLinePainter::EvenX(int character) const { return static_cast<int>(std::lround(character * m_state.evenWidth)); }
+
+int TextLinePainter::WidthOf(wxDC& dc, wxString const& text) const {
+    return IsEven(text) ? EvenX(static_cast<int>(text.length())) : dc.GetTextExtent(text).x;
+}
+
+int TextLinePainter::XOf(wxDC& dc, wxString const& text, int character) const {
     if (character <= 0 || text.empty())
         return 0;
+    if (IsEven(text))
+        return EvenX(std::min(character, static_cast<int>(text.length())));
     wxArrayInt widths;
     dc.GetPartialTextExtents(text, widths);
     size_t const index = std::min(static_cast<size_t>(character), widths.size());
     return index == 0 ? 0 : widths[index - 1];
 }
 
-int TextLinePainter::CharacterAt(wxDC& dc, wxString const& text, int x) {
+int TextLinePainter::CharacterAt(wxDC& dc, wxString const& text, int x) const {
     if (x <= 0 || text.empty())
         return 0;
+    if (IsEven(text))
+        return std::min(static_cast<int>(std::lround(x / m_state.evenWidth)), static_cast<int>(text.length()));
     wxArrayInt widths;
     dc.GetPartialTextExtents(text, widths);
     int before = 0;
@@ -106,6 +121,6 @@ void TextLinePainter::PaintLine(wxDC& dc, int line) {
     ColorName const name = m_state.enabled ? m_state.lines.At(line).color : ColorName::TextGrey;
     dc.SetTextForeground(wxvReadableColor(wxvGetColor(name), background, wxvGetColor(ColorName::Text),
                                           selected ? k_ReadableSelected : k_Readable));
-    dc.DrawText(text, layout.XOfText(), y + (layout.lineHeight - dc.GetCharHeight()) / 2);
-    m_state.widest = std::max(m_state.widest, dc.GetTextExtent(text).x);
+    dc.DrawText(text, layout.XOfText(), y + layout.textTop);
+    m_state.widest = std::max(m_state.widest, WidthOf(dc, text));
 }

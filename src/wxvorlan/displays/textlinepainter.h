@@ -13,12 +13,16 @@ public:
     // Notes the widest line in the state.
     void Paint(wxDC& dc);
 
+    int WidthOf(wxDC& dc, wxString const& text) const;
     // Pixels from the beginning of the text to a character.
-    static int XOf(wxDC& dc, wxString const& text, int character);
+    int XOf(wxDC& dc, wxString const& text, int character) const;
     // The gap between characters that is nearest.
-    static int CharacterAt(wxDC& dc, wxString const& text, int x);
+    int CharacterAt(wxDC& dc, wxString const& text, int x) const;
 
 private:
+    // Every character of the text is as wide as the font says.
+    bool IsEven(wxString const& text) const;
+    int EvenX(int character) const;
     void PaintLine(wxDC& dc, int line);
     void PaintEmpty(wxDC& dc);
     // A part of a line, from and to in characters, past the end: to the right edge.

@@ -11,6 +11,7 @@
 struct TextLineLayout {
     wxSize size;
     int lineHeight = 1;
+    int textTop = 0; // of the text within its line
     int padding = 0;
     int top = 0;  // the first line in sight
     int left = 0; // pixels that are scrolled out
@@ -29,6 +30,7 @@ struct TextLineState {
     TextLines lines;
     TextLineLayout layout;
     wxFont font;
+    double evenWidth = 0; // of a character, in pixels; 0: the font has several widths
     wxString emptyText;
     int widest = 0; // pixels, of the lines that have been seen
 

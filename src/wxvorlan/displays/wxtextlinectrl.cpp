@@ -8,6 +8,7 @@
 #include <wx/app.h>
 #include <wx/dcbuffer.h>
 #include <wx/menu.h>
+#include <wx/sizer.h>
 #include <wx/wxvclipboard.h>
 #include <wx/wxvfont.h>
 #include <wx/wxvtext.h>
@@ -72,6 +73,11 @@ void wxTextLineCtrl::TakeMetrics() {
     m_state->font = GetFont();
     m_state->widest = 0;
     m_state->layout.padding = FromDIP(k_Padding);
+    m_state->layout.textTop = FromDIP(m_state->selectsLines ? k_RowGap : k_LineGap) / 2;
+    // From many characters: one alone has a rounded width.
+    wxString const sample('x', 100);
+    m_state->evenWidth =
+        m_state->font.IsFixedWidth() ? GetTextExtent(sample).x / static_cast<double>(sample.length()) : 0.0;
     m_state->layout.lineHeight = GetCharHeight() + FromDIP(m_state->selectsLines ? k_RowGap : k_LineGap);
     Changed();
 }
@@ -367,7 +373,7 @@ void wxTextLineCtrl::HideFindBar() {
 void wxTextLineCtrl::PlaceFindBar() {
     if (!m_findBar)
         return;
-    wxSize const size = m_findBar->GetBestSize();
+    wxSize const size = m_findBar->GetSizer()->CalcMin();
     wxSize const client = GetClientSize();
     m_findBar->SetSize(std::max(client.x - size.x - FromDIP(k_Padding), 0), 0, std::min(size.x, client.x), size.y);
 }
@@ -421,9 +427,9 @@ void wxTextLineCtrl::ShowHit(int line, int from, int to) {
     wxClientDC dc(this);
     dc.SetFont(m_state->font);
     wxString const shown = m_state->lines.Shown(line);
-    int const begin = TextLinePainter::XOf(dc, shown, from);
-    int const end = TextLinePainter::XOf(dc, shown, to) + 2 * layout.padding;
-    m_state->widest = std::max(m_state->widest, dc.GetTextExtent(shown).x);
+    int const begin = m_painter->XOf(dc, shown, from);
+    int const end = m_painter->XOf(dc, shown, to) + 2 * layout.padding;
+    m_state->widest = std::max(m_state->widest, m_painter->WidthOf(dc, shown));
     int left = layout.left;
     if (begin < left || end > left + layout.size.x)
         left = end <= layout.size.x ? 0 : begin - FromDIP(k_MarginAroundHit);
