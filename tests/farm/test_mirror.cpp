@@ -29,9 +29,9 @@ struct Size {
 };
 
 #if defined(__SANITIZE_THREAD__)
-constexpr Size k_Short{2'000, 60, 8, 0.1};
+constexpr Size k_Short{5'000, 150, 8, 0.4};
 #elif defined(__SANITIZE_ADDRESS__)
-constexpr Size k_Short{5'000, 200, 8, 0.4};
+constexpr Size k_Short{5'000, 200, 8, 0.5};
 #else
 constexpr Size k_Short{20'000, 500, 12, 1};
 #endif
@@ -44,6 +44,7 @@ Size SizeOfRun() {
 }
 
 constexpr unsigned k_Cores = 4;
+constexpr size_t k_Displays = 400;
 constexpr int k_SettleMs = 120'000;
 constexpr int k_DumpMs = 60'000;
 
@@ -133,10 +134,14 @@ protected:
             },
             k_SettleMs))
             << "the fresh load did not come";
+        size_t events = 0;
         for (auto const& info : held) {
             RWLock::Reader const reader(info->lock);
+            events += info->history.ElementCount();
             EXPECT_EQ(TextOf(info->history), histories[info->job->id]) << "history of " << info->job->Name();
         }
+        EXPECT_GT(events, held.size()) << "hardly any history is compared";
+        EXPECT_GT(held.size(), k_Displays / 4);
         for (auto const& [id, engine] : engines) {
             RWLock::Reader const reader(engine->lock);
             EXPECT_EQ(TextOf(engine->history), logs[id]) << "log of " << engine->Name();
@@ -171,7 +176,7 @@ protected:
         m_engines->Hold();
         ASSERT_TRUE(m_client->Run([&] { return m_engines->Count().registered == size.engines; }, k_SettleMs));
         ASSERT_TRUE(m_client->Settle(k_SettleMs));
-        m_client->WatchSome(100, 50);
+        m_client->WatchSome(k_Displays, 50);
     }
 
     void KillMaster() {

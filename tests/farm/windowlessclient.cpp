@@ -26,11 +26,18 @@ constexpr milliseconds k_Pause{5};
 // Shows the values of one Job and the length of its history.
 class WindowlessClient::JobDisplay final : public JobWatcher {
 public:
-    explicit JobDisplay(boost::shared_ptr<JobInfo> const& info) : JobWatcher(info) {
+    explicit JobDisplay(UID const& id) : m_id(id) { Follow(); }
+    ~JobDisplay() override { DisconnectAll(); }
+
+    // A load makes a new object of the Job.
+    void Follow() {
+        boost::shared_ptr<JobInfo> const info = Jobs::FindJobInfo(m_id);
+        if (!info || info == Watched())
+            return;
         info->RequestHistory(true);
         SetDirty();
+        SetJobA(info);
     }
-    ~JobDisplay() override { DisconnectAll(); }
 
     String Stale() const {
         boost::shared_ptr<JobInfo> const info = Watched();
@@ -54,6 +61,7 @@ private:
             m_tries += unit.Tries();
     }
 
+    UID const m_id;
     OptionMap m_values;
     size_t m_elements = 0;
     size_t m_tries = 0; // for reading them all
@@ -61,8 +69,16 @@ private:
 
 class WindowlessClient::EngineDisplay final : public EngineWatcher {
 public:
-    explicit EngineDisplay(boost::shared_ptr<EngineInfo> const& info) : EngineWatcher(info) { SetDirty(); }
+    explicit EngineDisplay(UID const& id) : m_id(id) { Follow(); }
     ~EngineDisplay() override { DisconnectAll(); }
+
+    void Follow() {
+        boost::shared_ptr<EngineInfo> const info = EngineList::Get().FindEngine(m_id);
+        if (!info || info == Watched())
+            return;
+        SetDirty();
+        SetToEngine(info);
+    }
 
     String Stale() const {
         boost::shared_ptr<EngineInfo> const info = Watched();
@@ -77,6 +93,7 @@ private:
         m_status = Watched()->StatusString();
     }
 
+    UID const m_id;
     OptionMap m_values;
     String m_status;
 };
@@ -150,6 +167,10 @@ void WindowlessClient::Turn() {
         m_nextTick = now + milliseconds(Tick::k_PeriodMs);
         Tick::s_Timer0250.Emit();
         m_view->OnTick();
+        for (auto const& display : m_jobs)
+            display->Follow();
+        for (auto const& display : m_engines)
+            display->Follow();
         ++m_ticks;
     }
 }
@@ -199,12 +220,11 @@ bool WindowlessClient::Settle(int timeoutMs) {
 void WindowlessClient::WatchSome(size_t jobs, size_t engines) {
     auto const ids = Jobs::GetAllJobs();
     for (size_t i = 0; i < jobs && i < ids.size(); ++i) {
-        if (auto const info = Jobs::FindJobInfo(ids[i * ids.size() / jobs]))
-            m_jobs.push_back(std::make_unique<JobDisplay>(info));
+        m_jobs.push_back(std::make_unique<JobDisplay>(ids[i * ids.size() / jobs]));
     }
     for (auto const& [id, info] : EngineList::Get().Snapshot()) {
         if (m_engines.size() < engines)
-            m_engines.push_back(std::make_unique<EngineDisplay>(info));
+            m_engines.push_back(std::make_unique<EngineDisplay>(id));
     }
 }
 
@@ -212,7 +232,7 @@ std::vector<boost::shared_ptr<JobInfo>> WindowlessClient::HeldHistories() const 
     std::vector<boost::shared_ptr<JobInfo>> held;
     for (auto const& display : m_jobs) {
         boost::shared_ptr<JobInfo> const& info = display->Watched();
-        if (Jobs::FindJobInfo(info->job->id) == info)
+        if (info && Jobs::FindJobInfo(info->job->id) == info)
             held.push_back(info);
     }
     return held;
