@@ -12,6 +12,11 @@ public:
 
     void SetColor(ColorName color);
 
+protected:
+    void DoEnable(bool enable) override;
+
 private:
+    void ApplyColor();
+
     ColorName m_color;
 };

@@ -54,13 +54,22 @@ wxvTextCtrl::wxvTextCtrl(wxWindow* parent, wxWindowID id, wxString const& value,
 
 wxvStaticText::wxvStaticText(wxWindow* parent, wxString const& label, ColorName color, wxWindowID id, long style)
     : wxStaticText(parent, id, label, wxDefaultPosition, wxDefaultSize, style), m_color(color) {
-    FollowColors(*this, [this] { SetForegroundColour(wxvGetColor(m_color)); });
+    FollowColors(*this, [this] { ApplyColor(); });
+}
+
+void wxvStaticText::ApplyColor() {
+    SetForegroundColour(IsThisEnabled() ? wxvGetColor(m_color) : wxvFaintColor());
+    Refresh();
 }
 
 void wxvStaticText::SetColor(ColorName color) {
     m_color = color;
-    SetForegroundColour(wxvGetColor(color));
-    Refresh();
+    ApplyColor();
+}
+
+void wxvStaticText::DoEnable(bool enable) {
+    wxStaticText::DoEnable(enable);
+    ApplyColor();
 }
 
 wxvStaticLine::wxvStaticLine(wxWindow* parent, wxOrientation orientation)

@@ -54,6 +54,7 @@ checkbutton:disabled, radiobutton:disabled, checkbutton label:disabled, radiobut
 label:disabled { color: @Faint; }
 check, radio { background-image: none; background-color: @WindowBGDarker; border: 1px solid @TextGrey;
                color: @Text; box-shadow: none; -gtk-icon-shadow: none; min-width: 14px; min-height: 14px; }
+checkbutton > check, radiobutton > radio { margin: 0 6px 0 1px; }
 check:hover, radio:hover { border-color: @TextBlue; }
 check:checked, radio:checked { background-image: none; background-color: @Selected; border-color: @TextBlue;
                                color: @Text; }
