@@ -268,11 +268,16 @@ class MirroredListTest : public SampleListTest {};
 TEST_F(MirroredListTest, ReadsFromTheRight) {
     list->SetLayoutDirection(wxLayout_RightToLeft);
     Settle();
-    int const width = list->GetClientSize().x;
-    // The first column is at the right now; points are counted from there.
-    wxPoint const corner = list->GetScreenPosition();
-    Click(wxPoint(corner.x + width - 15, corner.y + list->GetRowRect(3).y + 8));
+    // The first column is at the right end now, and so are the texts' beginnings.
+    int const middle = Frame().GetScreenRect().x + Frame().GetSize().x / 2;
+    wxPoint const row = InCell(3);
+    EXPECT_GT(row.x, middle);
+    Click(row);
     EXPECT_EQ(list->Take(), "+3");
-    Click(wxPoint(corner.x + width - 130, corner.y + 8));
+    wxPoint const head = OnScreen(wxPoint(list->GetCellRect(0, 1).x + 20, 8));
+    EXPECT_LT(head.x, row.x);
+    Click(head);
     EXPECT_EQ(list->Take(), "click 1");
+    Drag(OnScreen(wxPoint(120, 8)), OnScreen(wxPoint(160, 8)));
+    EXPECT_EQ(list->GetColumnWidth(0), 160);
 }

@@ -110,7 +110,9 @@ wxDBListPainter::RowColors wxDBListPainter::ColorsOf(int row) {
     colors.focused = row == m_state.current && m_state.focused;
     colors.text = m_list.GetRowColor(row);
     colors.background = m_list.GetRowBGColor(row);
-    if (row == m_state.hoverRow && !colors.selected && m_list.IsThisEnabled())
+    if (!m_list.IsThisEnabled())
+        colors.background = wxvMixColors(colors.background, wxvGetColor(ColorName::WindowBGDarker), k_DisabledPart);
+    else if (row == m_state.hoverRow && !colors.selected)
         colors.background = wxvMixColors(colors.background, wxvGetColor(ColorName::Text), k_HoverPart);
     return colors;
 }

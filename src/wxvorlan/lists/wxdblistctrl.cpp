@@ -13,7 +13,7 @@ constexpr int k_RowHeight = 21;
 constexpr int k_RowSpace = 6; // above and below a line of text, together
 constexpr int k_HeaderHeight = 25;
 constexpr int k_HeaderSpace = 10;
-constexpr int k_SmallestHeight = 60;
+constexpr int k_SmallestSide = 60;
 
 } // namespace
 
@@ -26,7 +26,7 @@ wxDBListCtrl::wxDBListCtrl(wxWindow* parent, int id, long style, long windowStyl
     m_state->style = style;
     SetBackgroundStyle(wxBG_STYLE_PAINT);
     SetFont(wxvFont());
-    SetMinSize(FromDIP(wxSize(k_SmallestHeight, k_SmallestHeight)));
+    SetMinSize(FromDIP(wxSize(k_SmallestSide, k_SmallestSide)));
     TakeMetrics();
     Bind(wxEVT_PAINT, &wxDBListCtrl::OnPaint, this);
     Bind(wxEVT_SIZE, &wxDBListCtrl::OnSize, this);
@@ -138,6 +138,9 @@ void wxDBListCtrl::ApplyColors() {
 // --- Scrolling
 
 void wxDBListCtrl::SettleScrollbars() {
+    // Before its first layout a window is a few pixels wide: bars find no room there.
+    if (wxSize const size = GetSize(); size.x < FromDIP(k_SmallestSide) || size.y < FromDIP(k_SmallestSide))
+        return;
     wxDBListLayout const& layout = m_state->layout;
     auto settle = [this](int orientation, wxDBListState::Scrollbar& bar, wxDBListState::Scrollbar now) {
         if (now.range <= now.thumb)
