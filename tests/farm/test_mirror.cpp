@@ -198,7 +198,7 @@ TEST_F(FarmMirror, TheListsEqualTheMastersState) {
 
     GoOn();
     m_client->RunFor(size.seconds * 500);
-    m_client->LoseConnection(); // a full load while everything changes
+    m_client->LoseConnection(1'500); // and a full load while everything changes
     m_client->RunFor(size.seconds * 250);
     m_client->Refresh();
     m_client->RunFor(size.seconds * 250);

@@ -147,7 +147,11 @@ WindowlessClient::~WindowlessClient() {
 
 void WindowlessClient::Connect() { Messenger::Start(MessengerOptions(net::PeerKind::Client, "test")); }
 
-void WindowlessClient::LoseConnection() { Messenger::Stop(false, false, true); }
+void WindowlessClient::LoseConnection(int awayMs) {
+    Messenger::Stop(false, false, false);
+    RunFor(awayMs);
+    Messenger::Stop(false, false, true);
+}
 
 void WindowlessClient::OnRefused(boost::shared_ptr<RefusedMsg> const& message) {
     std::lock_guard const lock(m_guard);

@@ -27,8 +27,8 @@ public:
     ~WindowlessClient() override;
 
     void Connect();
-    // As after a cable that was pulled: it connects again and loads everything.
-    void LoseConnection();
+    // As after a cable that was pulled: it connects again after a while and loads everything.
+    void LoseConnection(int awayMs);
     // The Refresh command.
     void Refresh() { m_mirror.Reload(); }
 

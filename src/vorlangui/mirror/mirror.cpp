@@ -73,6 +73,11 @@ void Mirror::ClearLists() {
 void Mirror::Reload() {
     CALL_ENTRY();
     ClearLists();
+    {
+        // Nobody tells of those that went away while there was no connection.
+        CommonMutex::Lock const lock(m_poolMutex);
+        m_pools.clear();
+    }
     LogStatus("Requesting all data from Master");
     auto notify = NotifyOnEventMsg::New();
     notify->AddAll();

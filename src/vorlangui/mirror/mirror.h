@@ -41,7 +41,7 @@ public:
 
     // Empties the lists.
     void ClearLists();
-    // Empties the lists and asks the Master for everything.
+    // Empties the lists, forgets the Pools and asks the Master for everything.
     void Reload();
 
     // Any thread.
