@@ -32,4 +32,6 @@ TEST(ListItemFilterTest, EveryTermMustHold) {
             about += term.Str() + " | ";
         EXPECT_EQ(ListItemPassesFilter(each.texts, each.terms), each.passes) << about;
     }
+    std::vector<String> const terms{"gpu", "!night"};
+    EXPECT_TRUE(ListItemPassesFilter({"GPU 12", "farm"}, terms));
 }

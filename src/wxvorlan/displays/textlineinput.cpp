@@ -140,7 +140,7 @@ void TextLineInput::OnWheel(wxMouseEvent& event) {
     bool const sideways = event.GetWheelAxis() == wxMOUSE_WHEEL_HORIZONTAL || event.ShiftDown();
     int& wheel = m_wheel[sideways ? 1 : 0];
     int const delta = std::max(event.GetWheelDelta(), 1);
-    // A line per third of a notch, so that fine wheels move finely.
+    // Fine wheels turn by parts of a notch, which add up to lines.
     wheel += event.GetWheelRotation() * std::max(event.GetLinesPerAction(), 1);
     int const steps = wheel / delta;
     wheel -= steps * delta;

@@ -52,6 +52,10 @@ wxTextLineCtrl::wxTextLineCtrl(wxWindow* parent, wxWindowID id, Selecting select
             m_state->focused = event.GetEventType() == wxEVT_SET_FOCUS;
             Refresh(false);
         });
+    Bind(wxEVT_DPI_CHANGED, [this](wxDPIChangedEvent& event) {
+        event.Skip();
+        TakeMetrics();
+    });
     Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& event) {
         event.Skip();
         SetBackgroundColour(wxvGetColor(ColorName::WindowBGDarker));
@@ -421,9 +425,10 @@ void wxTextLineCtrl::ShowHit(int line, int from, int to) {
     if (m_state->selectsLines)
         Select(line);
     TextLineLayout const& layout = m_state->layout;
-    // Not at the very edge: people want to see what stands around it.
-    int const top =
-        line < layout.top || line >= layout.top + layout.WholeLines() ? line - layout.WholeLines() / 3 : layout.top;
+    // Not at the very edge, where people see nothing around it, nor under the find bar.
+    int const covered = m_findBar && m_findBar->IsShown() ? m_findBar->GetSize().y / layout.lineHeight + 1 : 0;
+    bool const inSight = line >= layout.top + std::min(covered, layout.top) && line < layout.top + layout.WholeLines();
+    int const top = inSight ? layout.top : line - layout.WholeLines() / 3;
     wxClientDC dc(this);
     dc.SetFont(m_state->font);
     wxString const shown = m_state->lines.Shown(line);
