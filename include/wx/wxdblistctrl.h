@@ -127,13 +127,15 @@ public:
     // As a double click on the cell does.
     void Activate(int row, int column = 0);
 
-    // Draws, when the program is idle again, the rows that look different now. What
-    // looks as it did is not drawn. Cheap; any number of calls count as one.
+    // Draws, when the program is idle again, the rows and cells that look different now.
+    // What looks as it did is not drawn. Cheap; any number of calls count as one.
     void Redraw();
     // The row is drawn again whether it looks different or not.
     void RedrawItem(int row);
     void RedrawCell(int row, int column);
     void RedrawColumn(int column);
+    // Draws the list as it is now, at the origin of another device context.
+    void PaintCopy(wxDC& dc);
     // In client coordinates; empty where there is no such cell. It may be out of sight.
     wxRect GetCellRect(int row, int column) const;
     // What is at a point in client coordinates; -1: no row (no column).

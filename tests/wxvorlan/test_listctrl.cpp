@@ -148,7 +148,13 @@ TEST_F(SampleListTest, OnlyWhatLooksDifferentIsDrawn) {
     list->Redraw();
     Settle();
     EXPECT_EQ(list->CountDrawnRows(), before + 1);
+    // One column drawn by itself leaves nothing to be drawn later.
+    list->RedrawColumn(1);
+    Settle();
     before = list->CountDrawnRows();
+    list->Redraw();
+    Settle();
+    EXPECT_EQ(list->CountDrawnRows(), before);
     list->Select(6);
     Settle();
     EXPECT_EQ(list->CountDrawnRows(), before + 1);
@@ -240,6 +246,17 @@ TEST_F(SampleListTest, AnOverlayCoversItsCellAndGoesWithIt) {
     list->HideOverlay();
     EXPECT_EQ(list->GetOverlay(), nullptr);
     EXPECT_TRUE(PumpUntil([this] { return list->GetChildren().empty(); }));
+}
+
+TEST_F(SampleListTest, AClippedCellTellsItsText) {
+    MoveTo(InCell(3, 2));
+    EXPECT_EQ(list->GetToolTipText(), "A note that is longer than its column is");
+    MoveTo(InCell(3, 0));
+    EXPECT_EQ(list->GetToolTipText(), "");
+    MoveTo(InCell(4, 2));
+    list->SetColumnWidth(2, 400);
+    MoveTo(InCell(5, 2));
+    EXPECT_EQ(list->GetToolTipText(), "");
 }
 
 class SingleListTest : public SampleListTest {

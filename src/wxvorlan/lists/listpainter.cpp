@@ -14,7 +14,8 @@ constexpr double k_CellContrast = 3.7;
 constexpr double k_HoverPart = 0.05;
 constexpr double k_HighlightPart = 0.7;
 constexpr double k_DisabledPart = 0.45;
-constexpr uint64_t k_Unknown = ~uint64_t{0}; // drawn in part only
+constexpr uint64_t k_NoRow = 0;
+constexpr uint64_t k_Unknown = 1; // no row looks like that
 
 uint64_t Mixed(uint64_t look, uint64_t value) {
     look ^= value + 0x9E3779B97F4A7C15ULL + (look << 6) + (look >> 2);
@@ -55,39 +56,64 @@ void wxDBListPainter::Paint(wxDC& dc, wxRegion const* region) {
     m_dc = nullptr;
 }
 
+void wxDBListPainter::PaintCopy(wxDC& dc) {
+    m_copying = true;
+    Paint(dc, nullptr);
+    m_copying = false;
+}
+
 int wxDBListPainter::RowPlaces() const {
     wxDBListLayout const& layout = m_state.layout;
     int const inFirst = layout.Origin().y - layout.FirstRow() * layout.Metrics().rowHeight;
     return (layout.Body().height + inFirst + layout.Metrics().rowHeight - 1) / layout.Metrics().rowHeight;
 }
 
-uint64_t wxDBListPainter::DrawnLook(int row) const {
-    size_t const at = static_cast<size_t>(row - m_drawnFirst);
-    return row >= m_drawnFirst && at < m_drawn.size() ? m_drawn[at] : k_Unknown;
+void wxDBListPainter::PrepareLooks() {
+    int const first = m_state.layout.FirstRow();
+    int const places = RowPlaces();
+    size_t const size = static_cast<size_t>(places) * LooksPerRow();
+    if (m_drawnFirst == first && m_drawnPlaces == places && m_drawn.size() == size)
+        return;
+    m_drawnFirst = first;
+    m_drawnPlaces = places;
+    m_drawn.assign(size, k_Unknown);
 }
 
-void wxDBListPainter::KeepLook(int row, uint64_t look) {
-    size_t const at = static_cast<size_t>(row - m_drawnFirst);
-    if (row >= m_drawnFirst && at < m_drawn.size())
-        m_drawn[at] = look;
+uint64_t* wxDBListPainter::DrawnLooks(int row) {
+    if (row < m_drawnFirst || row >= m_drawnFirst + m_drawnPlaces || m_drawn.empty())
+        return nullptr;
+    return &m_drawn[static_cast<size_t>(row - m_drawnFirst) * LooksPerRow()];
+}
+
+void wxDBListPainter::KeepLooks(int row, wxRegion const* region) {
+    uint64_t* const drawn = m_copying ? nullptr : DrawnLooks(row);
+    if (!drawn)
+        return;
+    wxRect const body = m_state.layout.Body();
+    auto const whole = [&](wxRect const& place) {
+        return !region || region->Contains(place.Intersect(body)) == wxInRegion;
+    };
+    // The ground of a row that is drawn in part counts if it is what it was.
+    if (m_looks[0] != drawn[0])
+        drawn[0] = whole(m_state.layout.Row(row)) ? m_looks[0] : k_Unknown;
+    for (size_t i = 1; i < m_looks.size(); ++i) {
+        if (m_looks[i] != 0 && m_looks[i] != drawn[i])
+            drawn[i] = whole(m_state.layout.Cell(row, static_cast<int>(i) - 1)) ? m_looks[i] : k_Unknown;
+    }
 }
 
 void wxDBListPainter::DrawRows(wxDC& dc, wxRegion const* region) {
     wxDBListLayout const& layout = m_state.layout;
     int const first = layout.FirstRow();
-    int const places = RowPlaces();
-    if (m_drawnFirst != first || static_cast<int>(m_drawn.size()) != places) {
-        m_drawnFirst = first;
-        m_drawn.assign(static_cast<size_t>(places), k_Unknown);
-    }
     int const end = layout.EndRow();
+    if (!m_copying)
+        PrepareLooks();
     for (int row = first; row < end; ++row) {
-        wxRect const place = layout.Row(row);
-        if (!Touches(region, place))
+        if (!Touches(region, layout.Row(row)))
             continue;
-        uint64_t const look = VisitRow(row, &dc, region);
-        bool const whole = !region || region->Contains(place.Intersect(layout.Body())) == wxInRegion;
-        KeepLook(row, whole ? look : k_Unknown);
+        m_looks.assign(LooksPerRow(), 0);
+        VisitRow(row, &dc, region);
+        KeepLooks(row, region);
         ++m_drawnRows;
     }
     wxRect below = layout.Body();
@@ -96,11 +122,12 @@ void wxDBListPainter::DrawRows(wxDC& dc, wxRegion const* region) {
     below.height = layout.Client().y - below.y;
     if (below.height > 0 && Touches(region, below)) {
         m_canvas->Fill(below, wxvGetColor(ColorName::WindowBGDarker));
-        for (int row = end; row < first + places; ++row)
-            KeepLook(row, 0);
+        for (int row = end; !m_copying && row < first + m_drawnPlaces; ++row)
+            std::fill_n(DrawnLooks(row), LooksPerRow(), k_NoRow);
     }
-    m_drewEmptyText = layout.RowCount() == 0;
-    if (m_drewEmptyText && !m_state.emptyText.empty())
+    if (!m_copying)
+        m_drewEmptyText = layout.RowCount() == 0;
+    if (layout.RowCount() == 0 && !m_state.emptyText.empty())
         DrawEmptyText(dc);
 }
 
@@ -110,6 +137,10 @@ wxDBListPainter::RowColors wxDBListPainter::ColorsOf(int row) {
     colors.focused = row == m_state.current && m_state.focused;
     colors.text = m_list.GetRowColor(row);
     colors.background = m_list.GetRowBGColor(row);
+    if (!colors.text.IsOk())
+        colors.text = wxvGetColor(ColorName::Text);
+    if (!colors.background.IsOk())
+        colors.background = wxvGetColor(ColorName::WindowBGDarker);
     if (!m_list.IsThisEnabled())
         colors.background = wxvMixColors(colors.background, wxvGetColor(ColorName::WindowBGDarker), k_DisabledPart);
     else if (row == m_state.hoverRow && !colors.selected)
@@ -117,32 +148,27 @@ wxDBListPainter::RowColors wxDBListPainter::ColorsOf(int row) {
     return colors;
 }
 
-uint64_t wxDBListPainter::VisitRow(int row, wxDC* dc, wxRegion const* region) {
+void wxDBListPainter::VisitRow(int row, wxDC* dc, wxRegion const* region) {
     PreparedRow const prepared(m_list, row);
     RowColors const colors = ColorsOf(row);
     wxDBListLayout const& layout = m_state.layout;
     wxRect const place = layout.Row(row);
-    uint64_t look = Mixed(colors.selected ? 1 : 2, colors.background.GetRGB());
-    look = Mixed(look, colors.focused ? 1 : 2);
+    m_looks[0] = Mixed(Mixed(colors.selected ? 1 : 2, colors.background.GetRGB()), colors.focused ? 1 : 2) | 2;
     if (dc)
         m_canvas->Fill(place, colors.background);
     for (int column = 0; column < layout.ColumnCount(); ++column) {
-        wxRect const head = layout.HeaderCell(column);
-        if (head.x < place.GetRight() + 1 && head.GetRight() >= 0)
-            look = Mixed(look, VisitCell(row, column, dc, region, colors));
+        wxRect const cell = layout.Cell(row, column);
+        if (cell.x <= place.GetRight() && cell.GetRight() >= 0 && Touches(region, cell))
+            m_looks[static_cast<size_t>(column) + 1] = VisitCell(row, column, dc, colors);
     }
     if (dc && colors.focused) {
         dc->SetPen(wxvGetColor(ColorName::TextBlue));
         dc->SetBrush(*wxTRANSPARENT_BRUSH);
         dc->DrawRectangle(place);
     }
-    return look;
 }
 
-uint64_t wxDBListPainter::VisitCell(int row, int column, wxDC* dc, wxRegion const* region, RowColors const& colors) {
-    wxRect const place = m_state.layout.Cell(row, column);
-    if (!Touches(region, place))
-        return 0; // the row's look is not kept then
+uint64_t wxDBListPainter::VisitCell(int row, int column, wxDC* dc, RowColors const& colors) {
     wxColour text = colors.text;
     wxColour background = colors.background;
     m_list.PrepareColors(row, column, colors.selected ? 1 : 0, text, background);
@@ -151,6 +177,7 @@ uint64_t wxDBListPainter::VisitCell(int row, int column, wxDC* dc, wxRegion cons
     m_cell.text = m_list.GetDisplayText(row, column);
     m_cell.bold = m_list.IsCellBold(row, column);
     if (dc) {
+        wxRect const place = m_state.layout.Cell(row, column);
         if (background != colors.background)
             m_canvas->Fill(place, background);
         m_cell.colour = ReadableText(text, background);
@@ -165,7 +192,7 @@ uint64_t wxDBListPainter::VisitCell(int row, int column, wxDC* dc, wxRegion cons
     look = Mixed(look, static_cast<uint64_t>(m_list.GetCellExpander(row, column)));
     look = Mixed(Mixed(look, m_cell.bold ? 1 : 2), m_list.GetCellSignature(row, column));
     m_cell.row = -1;
-    return look;
+    return look | 2; // neither of the looks that mean something else
 }
 
 wxColour wxDBListPainter::ReadableText(wxColour const& text, wxColour const& background) {

@@ -17,18 +17,18 @@ class wxDBListPainter {
 public:
     wxDBListPainter(wxDBListCtrl& list, wxDBListState& state);
 
-    // All of it, or what touches the region.
-    void Paint(wxDC& dc, wxRegion const* region = nullptr);
+    // The window, or what of it touches the region.
+    void Paint(wxDC& dc, wxRegion const* region);
+    // All of it, somewhere else: that does not count as drawn.
+    void PaintCopy(wxDC& dc);
 
-    // Calls `changed(row)` for every place of a row in sight that looks different from
+    // Calls `changed(place)` for all rows and cells in sight that look different from
     // what was drawn there last; a place without a row has a look, too.
     template <class Changed>
-    void CompareRows(Changed&& changed) {
+    void CompareLooks(Changed&& changed) {
         int const first = m_state.layout.FirstRow();
-        for (int row = first; row < first + RowPlaces(); ++row) {
-            if (Look(row) != DrawnLook(row))
-                changed(row);
-        }
+        for (int row = first; row < first + RowPlaces(); ++row)
+            CompareRow(row, changed);
     }
     // Nothing that was drawn counts any more.
     void Forget() { m_drawn.clear(); }
@@ -75,14 +75,35 @@ private:
         wxColour colour;
     };
 
-    // Draws a row and gives its look; without a device context, the look only.
-    uint64_t VisitRow(int row, wxDC* dc, wxRegion const* region);
-    uint64_t VisitCell(int row, int column, wxDC* dc, wxRegion const* region, RowColors const& colors);
+    // Draws a row, or just takes its looks if there is no device context.
+    void VisitRow(int row, wxDC* dc, wxRegion const* region);
+    // Gives the look of the cell.
+    uint64_t VisitCell(int row, int column, wxDC* dc, RowColors const& colors);
     RowColors ColorsOf(int row);
     wxColour ReadableText(wxColour const& text, wxColour const& background);
-    uint64_t Look(int row) { return row < m_state.layout.RowCount() ? VisitRow(row, nullptr, nullptr) : 0; }
-    uint64_t DrawnLook(int row) const;
-    void KeepLook(int row, uint64_t look);
+
+    template <class Changed>
+    void CompareRow(int row, Changed&& changed) {
+        wxRect const place = m_state.layout.PlaceOfRow(row);
+        uint64_t const* const drawn = DrawnLooks(row);
+        m_looks.assign(LooksPerRow(), 0);
+        if (row < m_state.layout.RowCount())
+            VisitRow(row, nullptr, nullptr);
+        if (!drawn || drawn[0] != m_looks[0]) {
+            changed(place);
+            return;
+        }
+        for (size_t i = 1; i < m_looks.size(); ++i) {
+            if (m_looks[i] != 0 && m_looks[i] != drawn[i])
+                changed(m_state.layout.Cell(row, static_cast<int>(i) - 1));
+        }
+    }
+    // Looks of the row's ground and of each cell; null: nothing is known of it.
+    uint64_t* DrawnLooks(int row);
+    void KeepLooks(int row, wxRegion const* region);
+    // Makes room for the looks of what is in sight.
+    void PrepareLooks();
+    size_t LooksPerRow() const { return static_cast<size_t>(m_state.layout.ColumnCount()) + 1; }
     // Rows that have room in the window, whether they are there or not.
     int RowPlaces() const;
 
@@ -98,8 +119,13 @@ private:
     std::shared_ptr<CellCanvas> const m_canvas;
     wxDC* m_dc = nullptr; // while it is painted on
     Cell m_cell;
-    std::vector<uint64_t> m_drawn; // looks, from m_drawnFirst
+    // The looks of what the window shows, row by row from m_drawnFirst. 0: not known,
+    // or, as the first of a row, a place without a row.
+    std::vector<uint64_t> m_drawn;
     int m_drawnFirst = 0;
+    int m_drawnPlaces = 0;
+    bool m_copying = false;
+    std::vector<uint64_t> m_looks; // of the row that is visited; 0: a cell out of sight
     uint64_t m_drawnRows = 0;
     bool m_drewEmptyText = false;
     std::array<Readable, 16> m_readable; // by a hash of both colours

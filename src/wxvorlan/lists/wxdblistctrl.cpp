@@ -72,6 +72,12 @@ void wxDBListCtrl::OnPaint(wxPaintEvent&) {
     m_painter->Paint(dc, &GetUpdateRegion());
 }
 
+void wxDBListCtrl::PaintCopy(wxDC& dc) {
+    m_state->layout.SetClient(GetClientSize());
+    m_state->layout.Clamp();
+    m_painter->PaintCopy(dc);
+}
+
 void wxDBListCtrl::DoFreeze() {}
 
 void wxDBListCtrl::DoThaw() {
@@ -125,7 +131,7 @@ void wxDBListCtrl::Settle() {
         if (m_painter->DrewEmptyText() != (m_state->layout.RowCount() == 0))
             Refresh(false);
         else
-            m_painter->CompareRows([this](int row) { RefreshRect(m_state->layout.PlaceOfRow(row), false); });
+            m_painter->CompareLooks([this](wxRect const& place) { RefreshRect(place, false); });
         m_input->ContentMoved();
     }
 }
