@@ -53,13 +53,8 @@ double ProcessesPerSecond() {
 }
 
 int Measure(Benchmark& benchmark) {
-    FarmHome const home;
-    FarmProcesses farm(home);
-    farm.StartMaster();
-    farm.StartEngine(k_Cores);
-    FarmClient client;
-    client.AwaitEngine(k_Cores);
-    client.Follow({FinishedJobMsg::s_Type});
+    OneEngineFarm farm(k_Cores);
+    FarmClient& client = farm.Client();
     UnitsPerSecond(client, k_Units / 10); // warms up
     benchmark.Run(
         k_Runs, [&] { return UnitsPerSecond(client, k_Units); }, ProcessesPerSecond);

@@ -18,6 +18,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 namespace bench {
@@ -218,5 +219,24 @@ inline boost::shared_ptr<Job> NoOpJob(unsigned units) {
     job->Set("CommandLine", "/bin/true");
     return job;
 }
+
+/// A farm of real programs with one Engine and a connection that hears of started units and finished Jobs.
+class OneEngineFarm {
+public:
+    /// `cores` are offered, whatever the machine has.
+    explicit OneEngineFarm(unsigned cores) : m_processes(m_home) {
+        m_processes.StartMaster();
+        m_processes.StartEngine(cores);
+        m_client.emplace();
+        m_client->AwaitEngine(cores);
+    }
+
+    FarmClient& Client() { return *m_client; }
+
+private:
+    FarmHome const m_home;
+    FarmProcesses m_processes;
+    std::optional<FarmClient> m_client; ///< connects once there is a Master
+};
 
 } // namespace bench

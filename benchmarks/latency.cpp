@@ -43,13 +43,8 @@ double RoundTripMs(FarmClient& client) {
 }
 
 int Measure(Benchmark& benchmark) {
-    FarmHome const home;
-    FarmProcesses farm(home);
-    farm.StartMaster();
-    farm.StartEngine(k_Cores);
-    FarmClient client;
-    client.AwaitEngine(k_Cores);
-    client.Follow({StartedWorkMsg::s_Type, FinishedJobMsg::s_Type});
+    OneEngineFarm farm(k_Cores);
+    FarmClient& client = farm.Client();
     SubmitToStartMs(client); // warms up
     benchmark.Run(
         k_Runs, [&] { return SubmitToStartMs(client); }, [&] { return RoundTripMs(client); });

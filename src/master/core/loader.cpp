@@ -18,6 +18,24 @@ constexpr size_t k_MaxAskedAtOnce = 100'000;
 
 void Spend(size_t& bytesLeft, size_t bytes) { bytesLeft -= std::min(bytesLeft, bytes + k_MessageOverhead); }
 
+// The next one that the task asks for, null when it has come to its end. Those asked for
+// that are not there are passed over.
+template <class Entry, class Find>
+Entry const* Next(LoadTask& task, std::map<uint64_t, std::unique_ptr<Entry>> const& all, Find find) {
+    if (task.all) {
+        auto const at = all.upper_bound(task.cursor);
+        if (at == all.end())
+            return nullptr;
+        task.cursor = at->first;
+        return at->second.get();
+    }
+    while (task.cursor < task.ids.size()) {
+        if (Entry const* const entry = find(task.ids[task.cursor++]))
+            return entry;
+    }
+    return nullptr;
+}
+
 } // namespace
 
 void Loader::SendInitial(Peer& peer) {
@@ -106,23 +124,15 @@ bool Loader::Go(LoadTask& task, size_t& bytesLeft, std::vector<MessagePtr>& out)
 }
 
 bool Loader::NextJob(LoadTask& task, size_t& bytesLeft, std::vector<MessagePtr>& out) {
-    if (task.all) {
-        auto const at = m_farm.jobs.upper_bound(task.cursor);
-        if (at == m_farm.jobs.end())
-            return false;
-        task.cursor = at->first;
-        AddJob(*at->second, task, bytesLeft, out);
-        return true;
-    }
-    if (task.cursor >= task.ids.size())
+    JobEntry const* const job = Next(task, m_farm.jobs, [this](UID const& id) { return m_farm.FindJob(id); });
+    if (!job)
         return false;
-    if (JobEntry const* const job = m_farm.FindJob(task.ids[task.cursor++])) {
-        AddJob(*job, task, bytesLeft, out);
-        if (task.wantObject) {
-            for (Run const* const run : job->runs) {
-                out.push_back(UnitMessage(*run));
-                Spend(bytesLeft, run->unit->Snapshot()->Bytes());
-            }
+    AddJob(*job, task, bytesLeft, out);
+    // All units come behind all Jobs.
+    if (task.wantObject && !task.all) {
+        for (Run const* const run : job->runs) {
+            out.push_back(UnitMessage(*run));
+            Spend(bytesLeft, run->unit->Snapshot()->Bytes());
         }
     }
     return true;
@@ -169,19 +179,11 @@ bool Loader::NextRun(LoadTask& task, size_t& bytesLeft, std::vector<MessagePtr>&
 }
 
 bool Loader::NextEngine(LoadTask& task, size_t& bytesLeft, std::vector<MessagePtr>& out) {
-    if (task.all) {
-        auto const at = m_farm.engines.upper_bound(task.cursor);
-        if (at == m_farm.engines.end())
-            return false;
-        task.cursor = at->first;
-        AddEngine(*at->second, task, bytesLeft, out);
-        return true;
-    }
-    if (task.cursor >= task.ids.size())
-        return false;
-    if (EngineEntry const* const engine = m_farm.FindEngine(task.ids[task.cursor++]))
+    EngineEntry const* const engine =
+        Next(task, m_farm.engines, [this](UID const& id) { return m_farm.FindEngine(id); });
+    if (engine)
         AddEngine(*engine, task, bytesLeft, out);
-    return true;
+    return engine != nullptr;
 }
 
 void Loader::AddEngine(EngineEntry const& engine, LoadTask const& task, size_t& bytesLeft,
