@@ -113,7 +113,6 @@ void TextLineInput::DragTo(wxPoint const& point) {
 
 void TextLineInput::OnMotion(wxMouseEvent& event) {
     event.Skip();
-    m_display.SetCursor(m_state.selectsLines ? wxNullCursor : wxCursor(wxCURSOR_IBEAM));
     if (!m_selecting)
         return;
     DragTo(event.GetPosition());

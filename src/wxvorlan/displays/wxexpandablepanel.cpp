@@ -102,9 +102,9 @@ private:
         dc.SetBackground(GetParent()->GetBackgroundColour());
         dc.Clear();
         dc.SetFont(GetFont());
-        wxColour const color = !IsThisEnabled() ? wxvGetColor(ColorName::TextGrey)
-                               : m_hover        ? wxvGetColor(ColorName::Text)
-                                                : wxvGetColor(ColorName::TextBlue);
+        wxColour const color = !IsEnabled() ? wxvGetColor(ColorName::TextGrey)
+                               : m_hover    ? wxvGetColor(ColorName::Text)
+                                            : wxvGetColor(ColorName::TextBlue);
         dc.SetPen(*wxTRANSPARENT_PEN);
         dc.SetBrush(color);
         DrawMark(dc, FromDIP(k_Padding), size.y / 2);

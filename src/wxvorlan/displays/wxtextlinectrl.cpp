@@ -34,6 +34,8 @@ wxTextLineCtrl::wxTextLineCtrl(wxWindow* parent, wxWindowID id, Selecting select
     m_input = std::make_unique<TextLineInput>(*this, *m_state);
     SetBackgroundStyle(wxBG_STYLE_PAINT);
     SetBackgroundColour(wxvGetColor(ColorName::WindowBGDarker));
+    if (!m_state->selectsLines)
+        SetCursor(wxCursor(wxCURSOR_IBEAM));
     SetType(Type::Proportional);
     Bind(wxEVT_PAINT, &wxTextLineCtrl::OnPaint, this);
     Bind(wxEVT_CONTEXT_MENU, &wxTextLineCtrl::OnContextMenu, this);
@@ -271,7 +273,6 @@ void wxTextLineCtrl::Redraw() { Changed(); }
 
 bool wxTextLineCtrl::Enable(bool enable) {
     bool const changed = wxWindow::Enable(enable);
-    m_state->enabled = IsThisEnabled();
     Refresh(false);
     return changed;
 }
@@ -325,6 +326,7 @@ void wxTextLineCtrl::OnPaint(wxPaintEvent&) {
     CALL_ENTRY();
     wxAutoBufferedPaintDC dc(this);
     m_state->layout.size = GetClientSize();
+    m_state->enabled = IsEnabled(); // with what it stands in
     int const widest = m_state->widest;
     m_painter->Paint(dc);
     // A wider line than before: the scroll bar has to know.
