@@ -76,10 +76,12 @@ struct DemoEngine {
 };
 
 constexpr DemoEngine k_Engines[] = {
-    {"rack1-gpu02", 16, DemoState::Idle}, {"rack1-gpu04", 16, DemoState::Disabled}, {"rack1-gpu09", 16, DemoState::Idle},
-    {"rack1-gpu11", 16, DemoState::Idle}, {"rack2-gpu01", 24, DemoState::Idle},     {"rack2-gpu03", 24, DemoState::Idle},
-    {"rack2-gpu07", 24, DemoState::Idle}, {"rack3-cpu02", 64, DemoState::Idle},     {"rack3-cpu04", 64, DemoState::Idle},
-    {"rack3-cpu11", 64, DemoState::Offline}, {"rack3-cpu22", 64, DemoState::Idle},  {"workstation-14", 12, DemoState::Idle},
+    {"rack1-gpu02", 16, DemoState::Idle}, {"rack1-gpu04", 16, DemoState::Disabled},
+    {"rack1-gpu09", 16, DemoState::Idle}, {"rack1-gpu11", 16, DemoState::Idle},
+    {"rack2-gpu01", 24, DemoState::Idle}, {"rack2-gpu03", 24, DemoState::Idle},
+    {"rack2-gpu07", 24, DemoState::Idle}, {"rack3-cpu02", 64, DemoState::Idle},
+    {"rack3-cpu04", 64, DemoState::Idle}, {"rack3-cpu11", 64, DemoState::Offline},
+    {"rack3-cpu22", 64, DemoState::Idle}, {"workstation-14", 12, DemoState::Idle},
 };
 
 void AddPools() {
@@ -90,7 +92,8 @@ void AddPools() {
 // What the names of the Products stand for.
 UID ProductNamed(char const* name) {
     corekit::vector<String> errors;
-    static corekit::vector<boost::shared_ptr<Product>> const s_products = LoadProductFolder(FindProductFolder(), errors);
+    static corekit::vector<boost::shared_ptr<Product>> const s_products =
+        LoadProductFolder(FindProductFolder(), errors);
     for (auto const& product : s_products) {
         if (!product->Name().ContainsNoCase(name))
             continue;

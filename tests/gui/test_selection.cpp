@@ -1,9 +1,16 @@
 // Selections: storms of row events, and the way back.
 #include "guitest.h"
 
+#include "lists/enginelistctrl.h"
+#include "lists/joblistctrl.h"
+#include "lists/worklistctrl.h"
+#include "window/infopane.h"
 #include "window/selecthistory.h"
 
+#include <boost/make_shared.hpp>
 #include <string>
+#include <vorlan/messages.h>
+#include <wx/timer.h>
 
 namespace vorlan {
 
@@ -79,10 +86,14 @@ TEST(SelectHistory, GoesBackAndForth) {
         bool later;
     };
     Case const cases[] = {
-        {"", "", 0, false, false},         {"<>", "--", 0, false, false},      {"p<>", "--", 1, false, false},
-        {"ppp<<<", "21-", 3, false, true}, {"ppp<<>>>", "2123-", 3, true, false},
+        {"", "", 0, false, false},
+        {"<>", "--", 0, false, false},
+        {"p<>", "--", 1, false, false},
+        {"ppp<<<", "21-", 3, false, true},
+        {"ppp<<>>>", "2123-", 3, true, false},
         // What lay ahead is gone.
-        {"ppp<<p<", "211", 2, false, true}, {"ppp<p>", "2-", 3, true, false},
+        {"ppp<<p<", "211", 2, false, true},
+        {"ppp<p>", "2-", 3, true, false},
     };
     for (Case const& c : cases) {
         SelectHistory history;
@@ -106,6 +117,116 @@ TEST(SelectHistory, ForgetsTheOldest) {
     }
     EXPECT_EQ(steps, 8190u);
     EXPECT_EQ(entry->anchor, Entry(9000 - 8191).anchor);
+}
+
+// Jobs and Engines in the lists of the window.
+class SelectionTest : public GuiTest {
+protected:
+    SelectionTest() {
+        HasRunBefore();
+        StartClient().SetSize(1100, 800);
+        outside.connected = true;
+        GuiTester::Connected(Gui());
+        for (char const* name : {"a", "b", "c"}) {
+            auto job = boost::make_shared<Job>(UID::FromName(name));
+            job->SetName(name);
+            JobList::Get().InsertJob(job);
+        }
+        Engine engine(UID::FromName("rack"));
+        engine.SetName("rack");
+        engine.SetOnline(true);
+        EngineList::Get().InsertEngine(engine);
+        EXPECT_TRUE(PumpUntil([this] { return Jobs().GetItemCount() == 3; }));
+        Engines().Update();
+    }
+
+    ListCtrlBase& List(int id) { return dynamic_cast<ListCtrlBase&>(*Window().FindWindow(id)); }
+    ListCtrlBase& Jobs() { return List(2600); }
+    ListCtrlBase& Engines() { return List(2502); }
+    String Shown() { return Window().Info()->Facts().heading; }
+    bool Shows(char const* heading) {
+        return PumpUntil([=, this] { return Shown() == heading; }, 3000);
+    }
+    int Row(char const* job) { return Jobs().GetRowOf(UID::FromName(job)); }
+    void Command(int id) {
+        wxCommandEvent event(wxEVT_MENU, id);
+        Window().GetEventHandler()->ProcessEvent(event);
+    }
+    bool Enabled(int id) {
+        wxUpdateUIEvent event(id);
+        Window().GetEventHandler()->ProcessEvent(event);
+        return event.GetEnabled();
+    }
+    void Back() { Command(14105); }
+    void On() { Command(14106); }
+    size_t Rows(ListCtrlBase& list) { return list.GetSelectedIDs().size(); }
+};
+
+TEST_F(SelectionTest, TheInfoPaneFollowsTheLastRow) {
+    Jobs().Select(Row("a"));
+    Jobs().Select(Row("b"));
+    Jobs().Select(Row("c"));
+    EXPECT_EQ(Shown(), "") << "before the rows have come to rest";
+    ASSERT_TRUE(Shows("c"));
+    EXPECT_FALSE(Enabled(14105)) << "three rows are one selection";
+    Jobs().Select(Row("c"), 0);
+    ASSERT_TRUE(Shows("b"));
+    Jobs().DeselectAll();
+    ASSERT_TRUE(Shows(""));
+}
+
+TEST_F(SelectionTest, OneListAtATimeHoldsASelection) {
+    Jobs().Select(Row("b"));
+    ASSERT_TRUE(Shows("b"));
+    Engines().Select(0);
+    ASSERT_TRUE(Shows("rack"));
+    EXPECT_EQ(Rows(Jobs()), 0u);
+    EXPECT_EQ(Rows(Engines()), 1u);
+    EXPECT_TRUE(Window().CanUse(CommandNeeds::EngineSelected));
+    EXPECT_FALSE(Window().CanUse(CommandNeeds::JobSelected));
+}
+
+TEST_F(SelectionTest, TheWayBackBringsSelectionsAgain) {
+    Jobs().Select(Row("a"));
+    Jobs().Select(Row("b"));
+    ASSERT_TRUE(Shows("b"));
+    Engines().Select(0);
+    ASSERT_TRUE(Shows("rack"));
+    Back();
+    EXPECT_EQ(Shown(), "b");
+    EXPECT_EQ(Rows(Jobs()), 2u);
+    EXPECT_EQ(Rows(Engines()), 0u);
+    EXPECT_FALSE(Enabled(14105));
+    EXPECT_TRUE(Enabled(14106));
+    Back();
+    EXPECT_EQ(Shown(), "b");
+    On();
+    EXPECT_EQ(Shown(), "rack");
+    EXPECT_FALSE(Enabled(14106));
+    // A Job that has gone leaves the pane as it is.
+    Command(14000);
+    JobList::Get().RemoveJob(UID::FromName("b"));
+    ASSERT_TRUE(PumpUntil([this] { return Jobs().GetItemCount() == 2; }));
+    Back();
+    EXPECT_EQ(Shown(), "rack");
+    EXPECT_EQ(Rows(Jobs()), 1u);
+}
+
+TEST_F(SelectionTest, ItCountsAsActivityAndNotOutsideTheViews) {
+    auto master = boost::make_shared<MasterInfoMsg>();
+    master->idleTimeout = 5;
+    outside.masterInfo = master;
+    outside.started.insert(k_ComponentEngine);
+    Time const before = GuiTester::Timeout(Window()).Expires();
+    Jobs().Select(Row("a"));
+    EXPECT_TRUE(PumpUntil([&] { return GuiTester::Timeout(Window()).Expires() > before; }, 3000));
+    // A change of the area takes the timer away.
+    Jobs().Select(Row("b"));
+    Window().ShowView(MainWindow::k_ViewConnecting);
+    wxTimer timer(&Window());
+    wxTimerEvent late(timer);
+    Window().OnDeselectTimeout(late);
+    EXPECT_EQ(Shown(), "a");
 }
 
 } // namespace vorlan

@@ -17,10 +17,10 @@ TEST(ToolButton, LooksAsItIs) {
         ToolButtonLook look;
     };
     Case const cases[] = {
-        {{true, false, false, false}, Normal},   {{true, true, false, false}, Hover},
-        {{true, true, true, false}, Pressed},    {{true, false, false, true}, Toggled},
-        {{true, true, false, true}, Toggled},    {{true, true, true, true}, Pressed},
-        {{false, true, true, false}, Disabled},  {{false, false, false, true}, DisabledToggled},
+        {{true, false, false, false}, Normal},  {{true, true, false, false}, Hover},
+        {{true, true, true, false}, Pressed},   {{true, false, false, true}, Toggled},
+        {{true, true, false, true}, Toggled},   {{true, true, true, true}, Pressed},
+        {{false, true, true, false}, Disabled}, {{false, false, false, true}, DisabledToggled},
     };
     for (Case const& c : cases)
         EXPECT_EQ(LookOf(c.state), c.look) << c.state.enabled << c.state.hovered << c.state.pressed << c.state.toggled;
@@ -100,7 +100,8 @@ TEST_F(ToolbarTest, AButtonKeepsInStepWithItsItem) {
 TEST_F(ToolbarTest, UpdateRulesServeTheButtons) {
     EXPECT_FALSE(Button(14105).IsEnabled()) << "nothing has been selected before";
     int clicks = 0;
-    Window().Bind(wxEVT_MENU, [&](wxCommandEvent&) { ++clicks; }, 14105);
+    Window().Bind(
+        wxEVT_MENU, [&](wxCommandEvent&) { ++clicks; }, 14105);
     Button(14105).Enable();
     Click(Button(14105));
     EXPECT_EQ(clicks, 1);

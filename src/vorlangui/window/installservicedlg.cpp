@@ -40,7 +40,9 @@ InstallServiceDlg::InstallServiceDlg(wxWindow* parent, Service service)
     m_account = new wxTextCtrl(this, wxID_ANY, wxvText(Platform::GetCurrentUserName()), wxDefaultPosition,
                                FromDIP(wxSize(k_AccountWidth, -1)));
     row->Add(m_account, wxSizerFlags(1).Centre().Border(wxLEFT, FromDIP(k_LabelGap)));
-    content->Add(row, wxSizerFlags().Expand().Border(wxLEFT | wxTOP, FromDIP(k_NoteIndent)));
+    auto* indented = new wxBoxSizer(wxVERTICAL);
+    indented->Add(row, wxSizerFlags().Expand().Border(wxTOP, FromDIP(k_LabelGap)));
+    content->Add(indented, wxSizerFlags().Expand().Border(wxLEFT, FromDIP(k_NoteIndent)));
     m_forUser->SetValue(true);
     m_account->Enable(false);
     Finish(content, _("Install"), _("Cancel"));

@@ -11,12 +11,12 @@
 #include <fcntl.h>
 #include <unistd.h>
 #include <wx/app.h>
-#include <wx/button.h>
 #include <wx/filename.h>
 #include <wx/intl.h>
 #include <wx/sizer.h>
 #include <wx/stattext.h>
-#include <wx/textctrl.h>
+#include <wx/wxtextlinectrl.h>
+#include <wx/wxvbutton.h>
 #include <wx/wxvcolors.h>
 #include <wx/wxvtext.h>
 
@@ -26,6 +26,16 @@ namespace {
 const wxSize k_LogSize(900, 600);
 constexpr char k_Group[] = "Log Files";
 constexpr int k_Gap = 8;
+
+// By the level, which stands after date and time.
+ColorName ColorOf(std::string_view line) {
+    constexpr size_t k_LevelEnd = 40;
+    std::string_view const begin = line.substr(0, k_LevelEnd);
+    if (begin.find(" Error ") != std::string_view::npos)
+        return ColorName::TextRed;
+    return begin.find(" Warning ") != std::string_view::npos ? ColorName::TextOrange : ColorName::Text;
+}
+
 } // namespace
 
 std::map<unsigned, LogFrame*>& LogFrame::OpenFrames() {
@@ -86,14 +96,12 @@ void LogFrame::Build() {
     m_number = ++s_lastNumber;
     OpenFrames()[m_number] = this;
     SetBackgroundColour(wxvGetColor(ColorName::WindowBG));
-    m_refresh = new wxButton(this, wxID_REFRESH, _("Refresh"));
+    m_refresh = new wxvButton(this, wxID_REFRESH, _("Refresh"));
     m_note = new wxStaticText(this, wxID_ANY, wxString());
     m_note->SetForegroundColour(wxvGetColor(ColorName::TextGrey));
-    m_text = new wxTextCtrl(this, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
-                            wxTE_MULTILINE | wxTE_READONLY | wxTE_DONTWRAP | wxNO_BORDER);
-    m_text->SetFont(wxFont(wxFontInfo(9).Family(wxFONTFAMILY_TELETYPE)));
-    m_text->SetBackgroundColour(wxvGetColor(ColorName::WindowBGDarker));
-    m_text->SetForegroundColour(wxvGetColor(ColorName::Text));
+    m_text = new wxTextLineCtrl(this);
+    m_text->SetType(wxTextLineCtrl::Type::Monospaced);
+    m_text->SetFollowEnd(true);
     int const gap = FromDIP(k_Gap);
     auto* bar = new wxBoxSizer(wxHORIZONTAL);
     bar->Add(m_refresh, wxSizerFlags().Centre().Border(wxALL, gap));
@@ -111,6 +119,8 @@ void LogFrame::Build() {
             Close();
         else if (event.GetKeyCode() == WXK_F5)
             Load();
+        else if (event.GetKeyCode() == 'F' && event.ControlDown())
+            m_text->ShowFindBar();
         else
             event.Skip();
     });
@@ -181,11 +191,15 @@ void LogFrame::Read(Path const& path) {
 
 void LogFrame::ShowTail(LogTail const& tail) {
     ReleaseRequest();
-    m_text->SetValue(wxvText(tail.text));
-    m_text->ShowPosition(m_text->GetLastPosition());
-    if (tail.text.empty())
-        SetBusy(false, _("The file is empty."));
-    else if (tail.skippedBytes > 0)
+    m_text->Clear();
+    for (std::string_view rest = tail.text; !rest.empty();) {
+        std::string_view const line = rest.substr(0, rest.find('\n'));
+        m_text->Append(line, false, ColorOf(line));
+        rest.remove_prefix(std::min(rest.size(), line.size() + 1));
+    }
+    m_text->SetEmptyText(_("The file is empty."));
+    m_text->EnsureVisible(m_text->GetLineCount() - 1);
+    if (tail.skippedBytes > 0)
         SetBusy(false, wxString::Format(_("The end of the file; %s before it are left out."),
                                         wxFileName::GetHumanReadableSize(
                                             wxULongLong(static_cast<wxULongLong_t>(tail.skippedBytes)))));
@@ -196,7 +210,8 @@ void LogFrame::ShowTail(LogTail const& tail) {
 void LogFrame::ShowFailure(String const& reason) {
     ReleaseRequest();
     LogWarning(reason);
-    m_text->SetValue(wxvText(reason));
+    m_text->Clear();
+    m_text->AppendString(reason, ColorName::TextRed);
     SetBusy(false, wxString());
 }
 

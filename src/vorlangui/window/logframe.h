@@ -10,7 +10,7 @@
 
 class wxButton;
 class wxStaticText;
-class wxTextCtrl;
+class wxTextLineCtrl;
 
 namespace vorlan {
 
@@ -28,7 +28,7 @@ LogTail ReadLogTail(Path const& path, int64_t mostBytes);
 // Thread: the GUI thread; the events of FileServer come on another and only pass on.
 class LogFrame : public wxVorlanFrame, public HasSlots<ThreadPolicy::LocalThreaded> {
 public:
-    static constexpr int64_t k_ShownBytes = 1024 * 1024;
+    static constexpr int64_t k_ShownBytes = 16 * 1024 * 1024;
 
     LogFrame(wxWindow* parent, wxString const& title, Path file);
     // Of the Master, by the id under which it gives the file away.
@@ -59,7 +59,7 @@ private:
     // GUI thread only.
     unsigned m_number = 0;
     UID m_request; // under way; null: none
-    wxTextCtrl* m_text = nullptr;
+    wxTextLineCtrl* m_text = nullptr;
     wxStaticText* m_note = nullptr;
     wxButton* m_refresh = nullptr;
 };

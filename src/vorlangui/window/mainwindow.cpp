@@ -64,8 +64,11 @@ MainWindow::MainWindow(wxString const& title, wxPoint const& position, wxSize co
     BuildStatusBar();
     BuildPanes();
     m_ready = true;
-    if (connected)
-        RefreshData();
+    if (!connected)
+        return;
+    // The View menu names the views, which were not there before.
+    BuildMenus(true);
+    RefreshData();
 }
 
 MainWindow::~MainWindow() {

@@ -74,6 +74,10 @@ public:
     void LoadJobFile(Path const& file, bool immediate) { LoadJobFiles({file}, immediate); }
 
     InfoPane* Info() { return m_info; }
+    // Null before the panes have been built.
+    ViewsArea const* Views() const { return m_views; }
+    // That tab is in front now: the View menu says so.
+    void MarkView(int view);
     // The selection has come to rest; the end of the _SelectTimer's time.
     void OnDeselectTimeout(wxTimerEvent& event);
     // Takes the selection of the list that had one before this one. `list`: a window id.
@@ -174,6 +178,7 @@ private:
 
     std::set<wxMenu const*> m_openMenus;
     bool m_rebuildDue = false; // when the last of them has closed
+    bool m_menusConnected = false;
 
     SelectHistory m_history;
     int m_lastList = 0; // with the selection; 0: none yet

@@ -12,6 +12,7 @@
 #include "reportframe.h"
 #include "toolbar.h"
 #include "toolbarbutton.h"
+#include "viewsarea.h"
 
 #include <corekit/callentry.h>
 #include <wx/menu.h>
@@ -34,6 +35,7 @@ bool AnySelected(Lists& lists) {
 void MainWindow::BindCommands() {
     for (auto const rows : {SystemCommands(), ViewCommands(), HelpCommands()})
         BindRows(rows);
+    Bind(wxEVT_MENU, &MainWindow::OnViewChange, this, ViewsArea::k_FirstMenuId, ViewsArea::k_LastMenuId);
     Bind(wxEVT_MENU, &MainWindow::OnRebuildMenus, this, k_IdRebuildMenus);
     Bind(wxEVT_MENU, &MainWindow::OnShowReport, this, k_IdShowReport);
     Bind(wxEVT_MENU_OPEN, &MainWindow::OnMenuOpen, this);
@@ -61,7 +63,7 @@ bool MainWindow::CanUse(CommandNeeds needs) {
     case CommandNeeds::Nothing:
         return true;
     case CommandNeeds::Connection:
-        return Outside::Get().IsConnected();
+        return m_menusConnected;
     case CommandNeeds::JobSelected:
         return JobList::Get().AnyJobSelected();
     case CommandNeeds::EngineSelected:
@@ -78,6 +80,7 @@ bool MainWindow::CanUse(CommandNeeds needs) {
 
 void MainWindow::BuildMenus(bool connected) {
     CALL_ENTRY();
+    m_menusConnected = connected;
     if (!m_openMenus.empty()) {
         m_rebuildDue = true;
         return;

@@ -1,6 +1,7 @@
 // What MainWindow does when rows of its lists are selected: the info pane follows, and
 // the history remembers.
 #include "infopane.h"
+#include "lists/listctrlbase.h"
 #include "mainwindow.h"
 #include "model/enginelist.h"
 #include "model/joblist.h"
@@ -12,6 +13,15 @@
 
 namespace vorlan {
 
+namespace {
+
+// Null if there is no such list any more.
+ListCtrlBase* FindList(MainWindow const& window, int id) {
+    return id == 0 ? nullptr : dynamic_cast<ListCtrlBase*>(window.FindWindow(id));
+}
+
+} // namespace
+
 void MainWindow::BindSelection() {
     Bind(wxEVT_LIST_ITEM_SELECTED, &MainWindow::OnItemSelected, this);
     Bind(wxEVT_LIST_ITEM_DESELECTED, &MainWindow::OnItemDeselected, this);
@@ -20,15 +30,49 @@ void MainWindow::BindSelection() {
 
 void MainWindow::OnItemSelected(wxListEvent& event) {
     event.Skip();
-    _SelectTimer::Start(*this, event, true);
+    if (dynamic_cast<ListCtrlBase*>(event.GetEventObject()))
+        _SelectTimer::Start(*this, event, true);
 }
 
 void MainWindow::OnItemDeselected(wxListEvent& event) {
     event.Skip();
-    _SelectTimer::Start(*this, event, false);
+    if (dynamic_cast<ListCtrlBase*>(event.GetEventObject()))
+        _SelectTimer::Start(*this, event, false);
 }
 
-void MainWindow::OnDeselectTimeout(wxTimerEvent&) { _SelectTimer::Reset(); }
+void MainWindow::ClearLastSelection(int list) {
+    if (m_lastList != 0 && m_lastList != list) {
+        if (ListCtrlBase* const former = FindList(*this, m_lastList))
+            former->SetSelectedIDs({}, UID::Null);
+    }
+    m_lastList = list;
+}
+
+void MainWindow::OnDeselectTimeout(wxTimerEvent&) {
+    CALL_ENTRY();
+    if (m_shown != k_ViewMain)
+        return;
+    PendingSelection const pending = _SelectTimer::Pending();
+    ClearLastSelection(pending.List());
+    ListCtrlBase* const list = FindList(*this, pending.List());
+    if (list && m_info) {
+        int const row = pending.Row();
+        int const kind = row == -1 ? k_ListOfNothing : ListKind(pending.List());
+        UID const id = list->GetRowID(row);
+        if (!ShowSelected(*m_info, kind, id))
+            m_info->SetToNone();
+        _PushSelect(kind, list->GetId(), id);
+        list->SetFocus();
+    }
+    _SelectTimer::Reset();
+}
+
+void MainWindow::_PushSelect(int kind, int list, UID const& anchor) {
+    SelectHistoryEntry entry{kind, list, anchor, {}};
+    if (ListCtrlBase const* const control = FindList(*this, list))
+        entry.selected = control->GetSelectedIDs();
+    m_history.Push(std::move(entry));
+}
 
 bool MainWindow::ShowSelected(InfoPane& pane, int kind, UID const& id) {
     switch (kind) {
@@ -56,12 +100,21 @@ bool MainWindow::ShowSelected(InfoPane& pane, int kind, UID const& id) {
 }
 
 void MainWindow::GoTo(SelectHistoryEntry const* entry) {
-    if (entry && m_info)
+    if (!entry)
+        return;
+    ClearLastSelection(entry->list);
+    if (ListCtrlBase* const list = FindList(*this, entry->list))
+        list->SetSelectedIDs(entry->selected, entry->anchor);
+    if (m_info)
         _UpdateSelect(*m_info, *entry);
 }
 
 void MainWindow::_UpdateSelect(InfoPane& pane, SelectHistoryEntry const& entry) {
-    ShowSelected(pane, entry.kind, entry.anchor);
+    ListCtrlBase const* const list = FindList(*this, entry.list);
+    int const row = list ? list->GetRowOf(entry.anchor) : -1;
+    // What is there no more leaves the pane as it is.
+    if (row != -1)
+        ShowSelected(pane, entry.kind, list->GetRowID(row));
 }
 
 void MainWindow::OnSelectPrev(wxCommandEvent&) {

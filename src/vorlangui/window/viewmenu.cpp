@@ -19,8 +19,6 @@ namespace vorlan {
 namespace {
 
 enum Id : int {
-    k_IdFirstView = 14000,
-    k_IdLastView = 14099,
     k_IdInfoPane = 14101,
     k_IdToolbar = 14102,
     k_IdStatusBar = 14103,
@@ -73,7 +71,17 @@ void BuildViewMenu(wxMenuBar& bar, MainWindow const& window, bool connected) {
     menu->Check(k_IdToolbar, IsShown(k_OptionToolbar));
     wxStatusBar const* const statusBar = window.GetStatusBar();
     menu->Check(k_IdStatusBar, statusBar ? statusBar->IsShown() : IsShown(k_OptionStatusBar));
+    if (connected && window.Views())
+        window.Views()->InsertMenuViews(*menu);
     bar.Append(menu, _("&View"));
+}
+
+void MainWindow::OnViewChange(wxCommandEvent& event) { m_views->ShowViewOf(event.GetId()); }
+
+void MainWindow::MarkView(int view) {
+    wxMenuBar* const bar = GetMenuBar();
+    for (int id = ViewsArea::k_FirstMenuId; bar && bar->FindItem(id); ++id)
+        bar->Check(id, id == ViewsArea::k_FirstMenuId + view);
 }
 
 void MainWindow::ShowInfoPane(bool show) {

@@ -1,13 +1,101 @@
 #include "viewsarea.h"
 
-#include "overviewpane.h"
+#include "lists/enginelistctrl.h"
+#include "lists/joblistctrl.h"
+#include "lists/worklistctrl.h"
+#include "mainwindow.h"
+#include "mirror/options.h"
 
+#include <algorithm>
+#include <corekit/callentry.h>
+#include <vorlan/vorlanapp.h>
 #include <wx/intl.h>
+#include <wx/menu.h>
+#include <wx/sizer.h>
+#include <wx/wxvpanel.h>
+#include <wx/wxvsplitterwindow.h>
 
 namespace vorlan {
 
+namespace {
+
+// The place of a view decides which ids its lists have, and which columns they remember.
+constexpr int k_OverviewPosition = 0;
+constexpr int k_EnginesPosition = 2;
+
+constexpr int k_SmallestList = 50;
+constexpr double k_WorkPart = 1.0 / 3;
+
+void Fill(wxvPanel& page, wxWindow* item) {
+    page.SetSizer(new wxBoxSizer(wxVERTICAL));
+    page.GetSizer()->Add(item, wxSizerFlags(1).Expand());
+}
+
+void UpdateLists(wxWindow& window) {
+    for (wxWindow* child : window.GetChildren())
+        UpdateLists(*child);
+    if (auto* const list = dynamic_cast<ListCtrlBase*>(&window))
+        list->Update();
+}
+
+} // namespace
+
 ViewsArea::ViewsArea(wxWindow* parent) : wxvNotebook(parent, k_Id, "ViewManager") {
-    AddPage(new OverviewPane(this), _("Overview"), true);
+    AddOverview();
+    auto* engines = new wxvPanel(this);
+    auto* list = new _EngineListCtrl(engines, k_EnginesPosition);
+    Fill(*engines, list);
+    AddView(engines, _("Engines"), list);
+    unsigned const stored = VorlanApp::GetOptions().GetValue(k_WindowSection, k_OptionView, 0u);
+    SetSelection(std::min<size_t>(stored, GetPageCount() - 1));
+    Bind(wxEVT_AUINOTEBOOK_PAGE_CHANGED, &ViewsArea::OnChangeView, this);
+}
+
+void ViewsArea::AddOverview() {
+    auto* page = new wxvPanel(this);
+    auto* splitter = new wxvSplitterWindow(page);
+    splitter->SetMinimumPaneSize(FromDIP(k_SmallestList));
+    splitter->SetSashGravity(k_WorkPart);
+    auto* work = new _WorkListCtrl(splitter, k_OverviewPosition);
+    splitter->SplitHorizontally(work, new _JobListCtrl(splitter, k_OverviewPosition));
+    Fill(*page, splitter);
+    AddView(page, _("Overview"), work);
+}
+
+void ViewsArea::AddView(wxvPanel* page, wxString const& name, ListCtrlBase* first) {
+    m_first.push_back(first);
+    AddPage(page, name);
+}
+
+void ViewsArea::InsertMenuViews(wxMenu& menu) const {
+    int const last = static_cast<int>(GetPageCount()) - 1;
+    if (last < 0)
+        return;
+    menu.PrependSeparator();
+    for (int view = last; view >= 0; --view) {
+        wxString const name = GetPageText(static_cast<size_t>(view));
+        menu.PrependCheckItem(k_FirstMenuId + view, name,
+                              wxString::Format(_("Change the current view to the '%s' view tab"), name));
+    }
+    menu.Check(k_FirstMenuId + std::max(GetSelection(), 0), true);
+}
+
+void ViewsArea::ShowViewOf(int menuId) {
+    SetSelection(std::min(static_cast<size_t>(menuId - k_FirstMenuId), GetPageCount() - 1));
+}
+
+void ViewsArea::OnChangeView(wxAuiNotebookEvent& event) {
+    CALL_ENTRY();
+    event.Skip();
+    MainWindow* const window = MainWindow::Get();
+    int const view = event.GetSelection();
+    if (!window || !window->IsReady() || view < 0 || event.GetEventObject() != this)
+        return;
+    VorlanApp::GetOptions().SetValue(k_WindowSection, k_OptionView, static_cast<unsigned>(view));
+    window->MarkView(view);
+    UpdateLists(*GetPage(static_cast<size_t>(view)));
+    if (ListCtrlBase* const first = m_first[static_cast<size_t>(view)])
+        first->SetFocus();
 }
 
 } // namespace vorlan
