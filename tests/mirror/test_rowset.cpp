@@ -281,9 +281,11 @@ protected:
     std::vector<UID> ByTheRules(SortOrder const& order, std::function<bool(JobInfo const&)> const& filter = {}) {
         std::vector<UID> rows;
         corekit::set<UID> seen;
-        JobList::Get().Visit([&](UID const& id, boost::shared_ptr<JobInfo> const& info, uint8_t) {
-            if (seen.insert(id).second && (!filter || filter(*info)))
-                rows.push_back(id);
+        JobList::Get().Visit([&](auto const& objects) {
+            for (auto const& [id, info, part] : objects) {
+                if (seen.insert(*id).second && (!filter || filter(**info)))
+                    rows.push_back(*id);
+            }
         });
         StableSort(rows, [&order](UID const& a, UID const& b) { return IsJobLess(a, b, order); });
         return rows;

@@ -59,9 +59,7 @@ corekit::vector<UID> GetFinishedIDs() {
 void GetCounts(size_t& total, size_t& active, size_t& finished) {
     JobList const& list = JobList::Get();
     RWLock::Reader const reader(list.m_lock);
-    active = 0;
-    for (auto const& [id, info] : list.m_active)
-        active += info && info->active.load(std::memory_order_relaxed);
+    active = list.m_withWork;
     finished = list.m_finished.size();
     total = list.m_active.size() + finished;
 }
@@ -90,18 +88,23 @@ void JobList::InsertJob(boost::shared_ptr<Job> const& job) {
         if (isFinished) {
             if (auto const former = m_active.find(job->id); former != m_active.end()) {
                 replaced = std::exchange(entry, former->second);
+                m_withWork -= entry->active.load(std::memory_order_relaxed);
                 m_active.erase(former);
+                CountMove();
             }
         }
         known = entry;
         // A new one is complete before anybody can see it.
-        if (!known)
+        if (!known) {
             entry = boost::make_shared<JobInfo>(job);
+            CountMove();
+        }
     }
     if (replaced)
         replaced->DropHistory();
     if (!known) {
-        LogDebug("Notified of new Job: " + job->Name());
+        if (Log::IsWanted(LogLevel::Debug))
+            LogDebug("Notified of new Job: " + job->Name());
         NewJobEvt(job).Trigger();
     } else {
         if (known->job) {
@@ -109,7 +112,8 @@ void JobList::InsertJob(boost::shared_ptr<Job> const& job) {
             known->CountChange();
             StatusChanged(*known);
         }
-        LogDebug("Notified of change to existing Job: " + job->Name());
+        if (Log::IsWanted(LogLevel::Debug))
+            LogDebug("Notified of change to existing Job: " + job->Name());
         JobUpdatedEvt(known->job).Trigger();
     }
     TellChange(job->id);
@@ -131,7 +135,8 @@ bool JobList::UpdateJob(UID const& id, String const& name, String const& value) 
         info->CountChange();
         if (name.CompareNoCase(p_Status) == 0)
             StatusChanged(*info);
-        LogDebug("Notified of change to " + name + " of Job: " + job.Name());
+        if (Log::IsWanted(LogLevel::Debug))
+            LogDebug("Notified of change to " + name + " of Job: " + job.Name());
         JobUpdatedEvt(info->job).Trigger();
     }
     TellChange(id);
@@ -144,12 +149,29 @@ void JobList::RefreshJob(UID const& id) {
     TellChange(id);
 }
 
-void JobList::Visit(std::function<void(UID const&, boost::shared_ptr<JobInfo> const&, uint8_t)> const& visitor) const {
+void JobList::SetActive(JobInfo& info, bool active) {
+    if (!info.job || info.active.load(std::memory_order_relaxed) == active)
+        return;
+    RWLock::Writer const writer(m_lock);
+    info.active.store(active, std::memory_order_relaxed);
+    auto const found = m_active.find(info.job->id);
+    if (found == m_active.end() || found->second.get() != &info)
+        return;
+    if (active)
+        ++m_withWork;
+    else
+        --m_withWork;
+}
+
+void JobList::Visit(Visitor const& visitor) const {
     RWLock::Reader const reader(m_lock);
+    corekit::vector<ListedObject<JobInfo>> all;
+    all.reserve(m_active.size() + m_finished.size());
     for (auto const& [id, info] : m_active)
-        visitor(id, info, 0);
+        all.push_back({&id, &info, 0});
     for (auto const& [id, info] : m_finished)
-        visitor(id, info, 1);
+        all.push_back({&id, &info, 1});
+    visitor(all);
 }
 
 size_t JobList::Count() const {
@@ -175,7 +197,10 @@ void JobList::RemoveJob(UID const& id) {
             if (found == map->end())
                 continue;
             former = std::exchange(info, found->second);
+            if (map == &m_active)
+                m_withWork -= info->active.load(std::memory_order_relaxed);
             map->erase(found);
+            CountMove();
         }
     }
     boost::shared_ptr<Job> const job = info ? info->job : nullptr;
@@ -197,6 +222,8 @@ void JobList::Empty(FreeOn where) {
         RWLock::Writer const writer(m_lock);
         (*former)[0].swap(m_active);
         (*former)[1].swap(m_finished);
+        m_withWork = 0;
+        CountMove();
     }
     Mirror::Tell(StatusFlag::Jobs);
     m_lists.Operate([](ListView& view) { view.OnListCleared(); });

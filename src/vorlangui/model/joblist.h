@@ -42,12 +42,17 @@ public:
     void RemoveJob(UID const& id);
     // Something that a row of the Job shows has changed.
     void RefreshJob(UID const& id);
+    // The client knows of work of the Job, or of none any more. Message thread.
+    void SetActive(JobInfo& info, bool active);
     // A long list is freed on a thread of the pool.
     void Clear() { Empty(FreeOn::Pool); }
     size_t Count() const;
-    // Every Job under the list's lock: its id, itself, and 0 for the unfinished ones, which
-    // come first, or 1; each in the order of the ids. `visitor` is quick.
-    void Visit(std::function<void(UID const&, boost::shared_ptr<JobInfo> const&, uint8_t)> const& visitor) const;
+    // Every Job under the list's lock: the unfinished ones, then the finished ones, each in
+    // the order of the ids. `visitor` is quick.
+    using Visitor = std::function<void(corekit::vector<ListedObject<JobInfo>> const&)>;
+    void Visit(Visitor const& visitor) const;
+    // Another number whenever a Job has come, gone or moved.
+    uint64_t CountMoves() const { return m_moves.load(std::memory_order_acquire); }
 
     // Some control has a selected row. GUI thread.
     bool AnyJobSelected();
@@ -71,6 +76,7 @@ private:
     void Empty(FreeOn where);
     // Tells all who show the Job; its change has been counted.
     void TellChange(UID const& id);
+    void CountMove() { m_moves.fetch_add(1, std::memory_order_release); }
     // The Job has another status than before.
     static void StatusChanged(JobInfo const& info);
 
@@ -78,6 +84,9 @@ private:
     // Guarded by m_lock.
     Map m_active;
     Map m_finished;
+    size_t m_withWork = 0; // of m_active
+    // Written under m_lock.
+    std::atomic<uint64_t> m_moves{1};
 
     _ListList<ListView> m_lists;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <boost/shared_ptr.hpp>
 #include <corekit/callentry.h>
 #include <corekit/commonmutex.h>
 #include <corekit/containers.h>
@@ -10,6 +11,15 @@
 #include <algorithm>
 
 namespace vorlan {
+
+// ListedObject is an object as it stands in its list, while the list's lock is held. `part`
+// numbers the maps of a list that has several.
+template <class Info>
+struct ListedObject {
+    UID const* id;
+    boost::shared_ptr<Info> const* object;
+    uint8_t part;
+};
 
 // ListView is what a control that shows a data list is to that list.
 // Owner: the control, which derives from it.

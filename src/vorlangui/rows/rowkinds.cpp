@@ -43,6 +43,7 @@ uint32_t CountNameChanges() {
 }
 
 void JobRows::Visit(Visitor const& visitor) { JobList::Get().Visit(visitor); }
+uint64_t JobRows::Moves() { return JobList::Get().CountMoves(); }
 boost::shared_ptr<JobInfo> JobRows::FindObject(UID const& id) { return Jobs::FindJobInfo(id); }
 size_t JobRows::Count() { return JobList::Get().Count(); }
 
@@ -52,13 +53,19 @@ boost::shared_ptr<WorkInfo> WorkRows::FindObject(UID const& id) { return WorkLis
 size_t WorkRows::Count() { return WorkList::Get().Count(); }
 
 void EngineRows::Visit(Visitor const& visitor) {
-    for (auto const& [id, info] : EngineList::Get().Snapshot())
-        visitor(id, info, 0);
+    EngineList::Map const engines = EngineList::Get().Snapshot();
+    corekit::vector<ListedObject<Info>> all;
+    for (auto const& [id, info] : engines)
+        all.push_back({&id, &info, 0});
+    visitor(all);
 }
 
 void WorkRows::Visit(Visitor const& visitor) {
-    for (boost::shared_ptr<WorkInfo> const& info : WorkList::Get().GetAllWork())
-        visitor(info->work->id, info, 0);
+    auto const units = WorkList::Get().GetAllWork();
+    corekit::vector<ListedObject<Info>> all;
+    for (boost::shared_ptr<WorkInfo> const& info : units)
+        all.push_back({&info->work->id, &info, 0});
+    visitor(all);
 }
 
 } // namespace vorlan

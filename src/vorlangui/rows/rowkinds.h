@@ -2,6 +2,7 @@
 
 #include "enginecolumns.h"
 #include "jobcolumns.h"
+#include "model/listlist.h"
 #include "rowset.h"
 #include "workcolumns.h"
 
@@ -12,13 +13,14 @@ namespace vorlan {
 
 struct JobRows {
     using Info = JobInfo;
-    // Told of each object: its id, itself, and the number of the map that it stands in.
-    // Maps come in the order of their numbers, the objects of each by their ids.
-    using Visitor = std::function<void(UID const&, boost::shared_ptr<Info> const&, uint8_t)>;
-    // An object that counts its changes.
+    // Gets all objects, by their maps' numbers and in each by their ids.
+    using Visitor = std::function<void(corekit::vector<ListedObject<Info>> const&)>;
+    // An object counts its changes.
     static constexpr bool k_CountsChanges = true;
 
     static void Visit(Visitor const& visitor);
+    // The same number as before: no object has come, gone or moved. 0: nobody counts.
+    static uint64_t Moves();
     static uint32_t Changes(Info const& info) { return info.changes.load(std::memory_order_acquire); }
     // The object with the values; null: it is no row.
     static VorlanObject const* Values(Info const& info) { return info.job.get(); }
@@ -33,10 +35,11 @@ struct JobRows {
 
 struct EngineRows {
     using Info = EngineInfo;
-    using Visitor = std::function<void(UID const&, boost::shared_ptr<Info> const&, uint8_t)>;
+    using Visitor = std::function<void(corekit::vector<ListedObject<Info>> const&)>;
     static constexpr bool k_CountsChanges = false;
 
     static void Visit(Visitor const& visitor);
+    static uint64_t Moves() { return 0; }
     static uint32_t Changes(Info const&) { return 0; }
     static VorlanObject const* Values(Info const& info) { return &info; }
     static boost::shared_ptr<Info> FindObject(UID const& id);
@@ -50,10 +53,11 @@ struct EngineRows {
 
 struct WorkRows {
     using Info = WorkInfo;
-    using Visitor = std::function<void(UID const&, boost::shared_ptr<Info> const&, uint8_t)>;
+    using Visitor = std::function<void(corekit::vector<ListedObject<Info>> const&)>;
     static constexpr bool k_CountsChanges = false;
 
     static void Visit(Visitor const& visitor);
+    static uint64_t Moves() { return 0; }
     static uint32_t Changes(Info const&) { return 0; }
     static VorlanObject const* Values(Info const& info) { return info.work.get(); }
     static boost::shared_ptr<Info> FindObject(UID const& id);

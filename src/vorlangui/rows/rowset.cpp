@@ -3,20 +3,32 @@
 #include "rowkinds.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <numeric>
+#include <optional>
 
 namespace vorlan {
 
 namespace {
 
 constexpr uint32_t k_Gone = 0xFFFFFFFF;
-// So many entries ahead the next objects are called into the cache.
+// So many objects ahead the next ones are called into the cache.
 constexpr size_t k_Ahead = 16;
+// So many objects are read together.
+constexpr size_t k_Group = 16;
 // With more rows than one in so many to be placed anew, all are sorted.
 constexpr size_t k_MovedPart = 8;
 // Below so much unused key memory nothing is tidied up.
 constexpr size_t k_KeySlack = size_t{1} << 20;
+
+// The head of a block of values: their names, their ends and the first texts.
+void Fetch(ValueBlock const* values) {
+    constexpr size_t k_Line = 64;
+    constexpr size_t k_Lines = 7;
+    for (size_t line = 0; line < k_Lines; ++line)
+        __builtin_prefetch(reinterpret_cast<char const*>(values) + line * k_Line);
+}
 
 unsigned char MaskOf(SortBy const& by) { return by.ascending ? 0 : 0xFF; }
 
@@ -37,36 +49,65 @@ template <class Kind>
 void RowSet<Kind>::Refill(Request const& request) {
     m_areRowsSame = request.reuse == Reuse::Unchanged && m_isSorted;
     Collect();
-    FindFresh(request.reuse);
-    Filter(request);
+    Walk(request, {.filters = true});
 }
 
-// What stands where it stood keeps its entry. Both sides are ordered by run and id.
+template <class Kind>
+void RowSet<Kind>::Sort(Request const& request) {
+    Steps steps{.makesKeys = true};
+    StartKeys(request, steps);
+    Walk(request, steps);
+    Place(request, steps);
+}
+
+template <class Kind>
+void RowSet<Kind>::Rebuild(Request const& request) {
+    m_areRowsSame = request.reuse == Reuse::Unchanged && m_isSorted;
+    Collect();
+    Steps steps{.filters = true, .makesKeys = true};
+    StartKeys(request, steps);
+    Walk(request, steps);
+    Place(request, steps);
+}
+
 template <class Kind>
 void RowSet<Kind>::Collect() {
+    uint64_t const moves = Kind::Moves();
+    if (moves != 0 && moves == m_moves)
+        return;
+    m_moves = moves;
+    Kind::Visit([this](corekit::vector<ListedObject<Info>> const& objects) { TakeObjects(objects); });
+}
+
+// What stands where it stood keeps its entry. Both sides are ordered by map and id.
+template <class Kind>
+void RowSet<Kind>::TakeObjects(corekit::vector<ListedObject<Info>> const& objects) {
     std::vector<Entry> former;
     former.swap(m_entries);
-    m_entries.reserve(former.size() + former.size() / 8);
+    m_entries.reserve(objects.size());
     Order now(former.size(), k_Gone);
     size_t at = 0;
     size_t kept = 0;
-    Kind::Visit([&](UID const& id, Pointer const& object, uint8_t run) {
-        while (at < former.size() && (former[at].run < run || (former[at].run == run && former[at].id < id)))
+    for (size_t i = 0; i < objects.size(); ++i) {
+        auto const& [id, object, part] = objects[i];
+        while (at < former.size() && (former[at].part < part || (former[at].part == part && former[at].id < *id)))
             ++at;
-        if (at < former.size() && former[at].object == object && former[at].run == run) {
+        if (at < former.size() && former[at].object == *object && former[at].part == part) {
             now[at] = static_cast<uint32_t>(m_entries.size());
             m_entries.push_back(std::move(former[at++]));
             ++kept;
-            return;
+            continue;
         }
-        if (!object || !Kind::Values(*object))
-            return;
+        if (i + k_Ahead < objects.size())
+            __builtin_prefetch(objects[i + k_Ahead].object->get());
+        if (!*object || !Kind::Values(**object))
+            continue;
         Entry& entry = m_entries.emplace_back();
-        entry.id = id;
-        entry.object = object;
-        entry.run = run;
-        entry.changes = ~Kind::Changes(*object);
-    });
+        entry.id = *id;
+        entry.object = *object;
+        entry.part = part;
+        entry.isNew = true;
+    }
     if (kept == former.size() && kept == m_entries.size())
         return;
     m_areRowsSame = false;
@@ -82,43 +123,15 @@ void RowSet<Kind>::IndexByID() {
     auto const before = [this](uint32_t a, uint32_t b) { return m_entries[a].id < m_entries[b].id; };
     for (auto first = m_byID.begin(); first != m_byID.end();) {
         auto const last =
-            std::find_if(first, m_byID.end(), [&](uint32_t i) { return m_entries[i].run != m_entries[*first].run; });
+            std::find_if(first, m_byID.end(), [&](uint32_t i) { return m_entries[i].part != m_entries[*first].part; });
         std::inplace_merge(m_byID.begin(), first, last, before);
         first = last;
     }
     for (size_t i = 0; i < m_byID.size(); ++i) {
         Entry& entry = m_entries[m_byID[i]];
         bool const isRepeated = i > 0 && m_entries[m_byID[i - 1]].id == entry.id;
-        if (isRepeated != entry.isRepeated)
-            entry.changes = ~entry.changes;
+        entry.isNew = entry.isNew || isRepeated != entry.isRepeated;
         entry.isRepeated = isRepeated;
-    }
-}
-
-template <class Kind>
-void RowSet<Kind>::FindFresh(Reuse reuse) {
-    bool const all = reuse == Reuse::Nothing || !Kind::k_CountsChanges;
-    for (size_t i = 0; i < m_entries.size(); ++i) {
-        if (i + k_Ahead < m_entries.size())
-            __builtin_prefetch(m_entries[i + k_Ahead].object.get());
-        Entry& entry = m_entries[i];
-        // Counted before its values are read: what changes in between is seen next time.
-        uint32_t const changes = Kind::Changes(*entry.object);
-        entry.isFresh = all || changes != entry.changes;
-        entry.changes = changes;
-    }
-}
-
-template <class Kind>
-void RowSet<Kind>::Filter(Request const& request) {
-    bool const asksAll = !request.filter || request.scope == FilterScope::Anything;
-    for (Entry& entry : m_entries) {
-        if (!asksAll && !entry.isFresh)
-            continue;
-        bool const isIncluded = !entry.isRepeated && (!request.filter || request.filter(entry.object));
-        if (isIncluded != entry.isIncluded)
-            m_areRowsSame = false;
-        entry.isIncluded = isIncluded;
     }
 }
 
@@ -129,64 +142,114 @@ bool RowSet<Kind>::HasToStartAnew(Request const& request) const {
 }
 
 template <class Kind>
-void RowSet<Kind>::Sort(Request const& request) {
-    bool const anew = HasToStartAnew(request);
-    MakeKeys(request, anew);
-    bool const isLoose = IsLoose(request.order.first, true) || IsLoose(request.order.second, false);
-    Order order;
-    if (isLoose)
-        order = SortLoose(request.order);
-    else if (anew || m_isLoose || m_movedCount > m_entries.size() / k_MovedPart)
-        order = SortAll();
-    else if (m_movedCount == 0 && m_areRowsSame)
-        order = m_order;
-    else
-        order = SortMoved();
-    m_isSame = m_areRowsSame && order == m_order;
-    m_order = std::move(order);
-    m_isLoose = isLoose;
-    for (Entry& entry : m_entries)
-        entry.isPlaced = entry.isIncluded;
-    m_isSorted = true;
-}
-
-template <class Kind>
-void RowSet<Kind>::MakeKeys(Request const& request, bool anew) {
+void RowSet<Kind>::StartKeys(Request const& request, Steps& steps) {
     uint32_t const names = CountNameChanges();
-    bool const isLive =
+    steps.anew = HasToStartAnew(request);
+    steps.isLive =
         Needs<Kind>(request.order, KeyNeeds::Live) || (names != m_names && Needs<Kind>(request.order, KeyNeeds::Names));
     m_names = names;
     m_keyOrder = request.order;
-    if (anew) {
-        m_keys.Clear();
-        m_keyBytesInUse = 0;
-    }
     m_movedCount = 0;
-    for (size_t i = 0; i < m_entries.size(); ++i) {
-        if (anew && i + k_Ahead < m_entries.size()) {
-            __builtin_prefetch(m_entries[i + k_Ahead].object.get());
-            __builtin_prefetch(Kind::Values(*m_entries[i + k_Ahead / 2].object));
+    if (!steps.anew)
+        return;
+    m_keys.Clear();
+    m_keyBytesInUse = 0;
+}
+
+// Nothing is to be done with it but to see that it stays.
+template <class Kind>
+bool RowSet<Kind>::IsDone(Entry const& entry, Request const& request, Steps const& steps) const {
+    if (entry.isFresh || (steps.filters && request.filter && request.scope == FilterScope::Anything))
+        return false;
+    if (steps.filters && !request.filter && entry.isIncluded == entry.isRepeated)
+        return false;
+    bool const hasWhatItNeeds = entry.hasKey || !entry.isIncluded;
+    return !steps.makesKeys || (hasWhatItNeeds && !steps.anew && !steps.isLive);
+}
+
+// The objects lie anywhere in memory: each group's are called into the cache while those
+// of the groups before it are worked on. Within a group each is read as one snapshot, by
+// the filter as by the columns.
+template <class Kind>
+void RowSet<Kind>::Walk(Request const& request, Steps const& steps) {
+    bool const allFresh = request.reuse == Reuse::Nothing || !Kind::k_CountsChanges;
+    std::array<std::optional<VorlanObject::ReadingScope>, k_Group> readings;
+    size_t const count = m_entries.size();
+    auto const fetchObjects = [&](size_t from) {
+        for (size_t i = from; i < std::min(from + k_Group, count); ++i)
+            __builtin_prefetch(m_entries[i].object.get());
+    };
+    fetchObjects(0);
+    for (size_t first = 0; first < count; first += k_Group) {
+        size_t const last = std::min(first + k_Group, count);
+        fetchObjects(last);
+        std::array<bool, k_Group> isDone{};
+        for (size_t i = first; i < last; ++i) {
+            Entry& entry = m_entries[i];
+            // Counted before its values are read: what changes in between is seen next time.
+            if (steps.filters) {
+                uint32_t const changes = Kind::Changes(*entry.object);
+                entry.isFresh = entry.isFresh || allFresh || entry.isNew || changes != entry.changes;
+                entry.changes = changes;
+                entry.isNew = false;
+            }
+            isDone[i - first] = IsDone(entry, request, steps);
+            if (!isDone[i - first])
+                __builtin_prefetch(Kind::Values(*entry.object));
         }
-        Entry& entry = m_entries[i];
-        entry.isMoved = false;
-        bool const isStale = anew || isLive || entry.isFresh || !entry.hasKey;
-        if (!entry.isIncluded) {
-            entry.hasKey = entry.hasKey && !isStale;
-            continue;
+        for (size_t i = first; i < last; ++i) {
+            if (isDone[i - first])
+                continue;
+            VorlanObject const& values = *Kind::Values(*m_entries[i].object);
+            readings[i - first].emplace(values);
+            Fetch(values.Snapshot().get());
         }
-        if (anew)
-            entry.hasKey = false;
-        if (isStale)
-            RemakeKey(entry, request);
-        entry.isMoved = entry.isMoved || !entry.isPlaced;
-        m_movedCount += entry.isMoved;
+        for (size_t i = first; i < last; ++i) {
+            Entry& entry = m_entries[i];
+            entry.isMoved = false;
+            if (isDone[i - first])
+                continue;
+            if (steps.filters)
+                Filter(entry, request);
+            if (steps.makesKeys)
+                MakeKey(entry, request, steps);
+        }
+        for (size_t i = last; i-- > first;)
+            readings[i - first].reset();
     }
+}
+
+template <class Kind>
+void RowSet<Kind>::Filter(Entry& entry, Request const& request) {
+    if (request.filter && request.scope == FilterScope::OwnValues && !entry.isFresh)
+        return;
+    bool const isIncluded = !entry.isRepeated && (!request.filter || request.filter(entry.object));
+    if (isIncluded != entry.isIncluded)
+        m_areRowsSame = false;
+    entry.isIncluded = isIncluded;
+}
+
+template <class Kind>
+void RowSet<Kind>::MakeKey(Entry& entry, Request const& request, Steps const& steps) {
+    bool const isStale = steps.anew || steps.isLive || entry.isFresh || !entry.hasKey;
+    entry.isFresh = false;
+    if (steps.anew)
+        entry.hasKey = false;
+    if (!entry.isIncluded) {
+        if (isStale && entry.hasKey)
+            m_keyBytesInUse -= entry.key.size;
+        entry.hasKey = entry.hasKey && !isStale;
+        return;
+    }
+    if (isStale)
+        TakeKey(entry, WriteKey(entry, request));
+    entry.isMoved = entry.isMoved || !entry.isPlaced;
+    m_movedCount += entry.isMoved;
 }
 
 // A key that is as it was leaves its row in its place.
 template <class Kind>
-void RowSet<Kind>::RemakeKey(Entry& entry, Request const& request) {
-    Key const key = MakeKey(entry, request);
+void RowSet<Kind>::TakeKey(Entry& entry, Key const& key) {
     bool const hasSameSize = entry.hasKey && entry.key.size == key.size;
     if (hasSameSize && std::memcmp(m_keys.At(entry.key.offset), m_keys.At(key.offset), key.size) == 0) {
         m_keys.Shrink(key.offset);
@@ -207,8 +270,7 @@ void RowSet<Kind>::RemakeKey(Entry& entry, Request const& request) {
 
 // The two columns, then the id, which goes the way of the first column.
 template <class Kind>
-auto RowSet<Kind>::MakeKey(Entry const& entry, Request const& request) -> Key {
-    VorlanObject::ReadingScope const reading(*Kind::Values(*entry.object));
+auto RowSet<Kind>::WriteKey(Entry const& entry, Request const& request) -> Key {
     Key key;
     key.offset = m_keys.Size();
     AddPart(entry, request.order.first, request.now);
@@ -217,6 +279,26 @@ auto RowSet<Kind>::MakeKey(Entry const& entry, Request const& request) -> Key {
     m_keys.AddBytes(entry.id.Bytes(), UID::k_Size, MaskOf(request.order.first));
     key.size = static_cast<uint32_t>(m_keys.Size() - key.offset);
     return key;
+}
+
+template <class Kind>
+void RowSet<Kind>::Place(Request const& request, Steps const& steps) {
+    bool const isLoose = IsLoose(request.order.first, true) || IsLoose(request.order.second, false);
+    Order order;
+    if (isLoose)
+        order = SortLoose(request.order);
+    else if (steps.anew || m_isLoose || m_movedCount > m_entries.size() / k_MovedPart)
+        order = SortAll();
+    else if (m_movedCount == 0 && m_areRowsSame)
+        order = m_order;
+    else
+        order = SortMoved();
+    m_isSame = m_areRowsSame && order == m_order;
+    m_order = std::move(order);
+    m_isLoose = isLoose;
+    for (Entry& entry : m_entries)
+        entry.isPlaced = entry.isIncluded;
+    m_isSorted = true;
 }
 
 template <class Kind>

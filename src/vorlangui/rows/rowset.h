@@ -1,6 +1,7 @@
 #pragma once
 
 #include "listcontents.h"
+#include "model/listlist.h"
 #include "rowcolumn.h"
 
 #include <boost/shared_ptr.hpp>
@@ -50,10 +51,8 @@ public:
     void Refill(Request const& request);
     // Sorts what the last Refill gave.
     void Sort(Request const& request);
-    void Rebuild(Request const& request) {
-        Refill(request);
-        Sort(request);
-    }
+    // Both. Each object is looked at once, so this is the quicker way.
+    void Rebuild(Request const& request);
 
     // The rows in the order of the objects' list, and as sorted.
     ListContents Unsorted() const;
@@ -75,9 +74,10 @@ private:
         Pointer object;
         Key key;
         uint32_t changes = 0;
-        uint8_t run = 0;         // the number of its map
+        uint8_t part = 0;        // the number of its map
+        bool isNew = false;      // since the last time
         bool isRepeated = false; // the id stands in an earlier map, too
-        bool isFresh = false;    // new, or changed since the last time
+        bool isFresh = false;    // new or changed, and no key made since
         bool isIncluded = false;
         bool hasKey = false;
         bool isPlaced = false; // stands in m_order
@@ -86,16 +86,27 @@ private:
     using Column = RowColumn<Info>;
     using Order = std::vector<uint32_t>;
 
-    void Collect();
-    void IndexByID();
-    void FindFresh(Reuse reuse);
-    void Filter(Request const& request);
+    // What is left to do with an entry.
+    struct Steps {
+        bool filters = false;
+        bool makesKeys = false;
+        bool anew = false;   // no key of the former ones is used
+        bool isLive = false; // every key may be different
+    };
 
+    void Collect();
+    void TakeObjects(corekit::vector<ListedObject<Info>> const& objects);
+    void IndexByID();
     bool HasToStartAnew(Request const& request) const;
-    void MakeKeys(Request const& request, bool anew);
-    void RemakeKey(Entry& entry, Request const& request);
-    Key MakeKey(Entry const& entry, Request const& request);
+    void StartKeys(Request const& request, Steps& steps);
+    void Walk(Request const& request, Steps const& steps);
+    bool IsDone(Entry const& entry, Request const& request, Steps const& steps) const;
+    void Filter(Entry& entry, Request const& request);
+    void MakeKey(Entry& entry, Request const& request, Steps const& steps);
+    void TakeKey(Entry& entry, Key const& key);
+    Key WriteKey(Entry const& entry, Request const& request);
     void AddPart(Entry const& entry, SortBy const& by, Time now);
+    void Place(Request const& request, Steps const& steps);
 
     Order SortAll() const;
     Order SortMoved() const;
@@ -115,6 +126,7 @@ private:
     SortOrder m_keyOrder;
     uint32_t m_names = 0; // what CountNameChanges gave for the keys
     size_t m_movedCount = 0;
+    uint64_t m_moves = 0; // what Kind::Moves gave for the entries
     bool m_isSorted = false;
     bool m_isLoose = false;     // m_order is not the order of the keys
     bool m_areRowsSame = false; // since the last Refill, their order aside

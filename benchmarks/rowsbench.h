@@ -1,0 +1,94 @@
+#pragma once
+
+#include "bench.h"
+#include "samplejob.h"
+
+#include "vorlangui/model/joblist.h"
+#include "vorlangui/rows/rowkinds.h"
+
+#include <random>
+
+/// What the benchmarks of the lists' rows share: 100,000 Jobs in the Job list, a filter as
+/// a view has one, and the reference.
+namespace bench {
+
+using namespace vorlan;
+
+using JobRowSet = RowSet<JobRows>;
+
+inline constexpr unsigned k_RowJobs = 100'000;
+
+inline std::vector<UID> FillJobList() {
+    std::vector<UID> ids;
+    for (unsigned number = 0; number < k_RowJobs; ++number) {
+        auto const job = SampleJob(number);
+        ids.push_back(job->id);
+        JobList::Get().InsertJob(job);
+    }
+    return ids;
+}
+
+/// A text filter of a view, connected as a view connects it: one name in eighty is left out.
+class NameFilter : public corekit::HasSlots<> {
+public:
+    NameFilter() { m_signal.Connect(this, &NameFilter::OnJob); }
+    ~NameFilter() override { DisconnectAll(); }
+
+    std::function<bool(boost::shared_ptr<JobInfo> const&)> Asked() {
+        return [this](boost::shared_ptr<JobInfo> const& info) {
+            bool include = true;
+            m_signal.Emit(info, include);
+            return include;
+        };
+    }
+
+private:
+    void OnJob(boost::shared_ptr<JobInfo> const& info, bool& include) {
+        String const name = info->job->Name();
+        include = include && name.ContainsNoCase("LIGHTING") && !name.ContainsNoCase("v42");
+    }
+
+    Signal2<boost::shared_ptr<JobInfo> const&, bool&> m_signal;
+};
+
+/// Name, then priority, the way that a click on each gives.
+inline SortOrder TwoKeys() { return {{JobColumns::Name, true, {}}, {JobColumns::Priority, false, {}}}; }
+
+/// Folding 100,000 ready names into keys and sorting those.
+inline double ReferenceMs(std::vector<String> const& names) {
+    struct Row {
+        String folded;
+        uint32_t row;
+    };
+    return 1000 * Seconds([&] {
+               std::vector<Row> rows;
+               rows.reserve(names.size());
+               for (uint32_t i = 0; i < names.size(); ++i)
+                   rows.push_back({names[i].Lower(), i});
+               std::stable_sort(rows.begin(), rows.end(),
+                                [](Row const& a, Row const& b) { return a.folded.Str() < b.folded.Str(); });
+               DoNotOptimize(rows.data());
+           });
+}
+
+/// In no order, as a list gives them.
+inline std::vector<String> ReadyNames() {
+    std::vector<String> names;
+    JobList::Get().Visit([&names](auto const& objects) {
+        for (auto const& object : objects)
+            names.push_back((*object.object)->job->Name());
+    });
+    return names;
+}
+
+inline bool SameRows(ListContents const& a, ListContents const& b) {
+    if (a.size() != b.size())
+        return false;
+    for (size_t row = 0; row < a.size(); ++row) {
+        if (a[row] != b[row] || a[a[row]] != row)
+            return false;
+    }
+    return true;
+}
+
+} // namespace bench
