@@ -27,6 +27,20 @@ TEST_F(SampleListTest, TheMouseSelects) {
     EXPECT_TRUE(list->Take().ends_with("!4"));
 }
 
+TEST_F(SampleListTest, ADragBeyondTheRowsScrolls) {
+    MoveTo(InCell(2));
+    Await(wxEVT_LEFT_DOWN, [&] { mouse.MouseDown(); });
+    MoveTo(OnScreen(wxPoint(30, list->GetClientSize().y + 40)));
+    EXPECT_TRUE(PumpUntil([&] { return list->GetScrollPos(wxVERTICAL) > 10; }));
+    MoveTo(InCell(list->GetScrollPos(wxVERTICAL) + 2));
+    Await(wxEVT_LEFT_UP, [&] { mouse.MouseUp(); });
+    std::vector<int> const selected = list->GetSelection();
+    ASSERT_GT(selected.size(), 8U);
+    EXPECT_EQ(selected.front(), 2);
+    EXPECT_EQ(selected.back(), list->GetCurrentRow());
+    EXPECT_EQ(selected.size(), static_cast<size_t>(selected.back() - 1));
+}
+
 TEST_F(SampleListTest, ARightClickSelectsFirst) {
     Click(InCell(1));
     ClickWith(WXK_CONTROL, InCell(2));

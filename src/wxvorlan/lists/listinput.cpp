@@ -10,7 +10,7 @@
 namespace {
 
 constexpr int k_DragDistance = 5; // device-independent pixels
-constexpr int k_ScrollPeriodMs = 30;
+constexpr int k_FollowPeriodMs = 30;
 constexpr std::chrono::milliseconds k_TypePause{1000};
 // A search through endless rows is given up.
 constexpr std::chrono::milliseconds k_SearchTime{50};
@@ -159,6 +159,8 @@ void wxDBListInput::OnRightDown(wxMouseEvent& event) {
 
 void wxDBListInput::Begin(Drag drag) {
     m_drag = drag;
+    if (drag == Drag::Rows)
+        m_timer.Start(k_FollowPeriodMs);
     if (!m_list.HasCapture())
         m_list.CaptureMouse();
 }
@@ -214,11 +216,6 @@ void wxDBListInput::OnMotion(wxMouseEvent& event) {
 
 void wxDBListInput::DragRows(int y) {
     wxRect const body = m_state.layout.Body();
-    bool const outside = y < body.y || y > body.GetBottom();
-    if (outside && !m_timer.IsRunning())
-        m_timer.Start(k_ScrollPeriodMs);
-    else if (!outside)
-        m_timer.Stop();
     int const row = m_state.layout.NearestRow(std::clamp(y, body.y, body.GetBottom()));
     if (row < 0 || row == m_state.current)
         return;
@@ -226,18 +223,20 @@ void wxDBListInput::DragRows(int y) {
     SelectRange(from, row, m_addRange ? Extend::AddRange : Extend::Range);
 }
 
-void wxDBListInput::ScrollWhileDragging() {
-    wxRect const body = m_state.layout.Body();
-    int const y = m_list.ScreenToClient(wxGetMousePosition()).y;
-    if (m_drag != Drag::Rows || (y >= body.y && y <= body.GetBottom())) {
-        m_timer.Stop();
+// The last movement out of the window may have told nobody: the pointer is asked.
+void wxDBListInput::FollowPointer() {
+    if (!wxGetMouseState().LeftIsDown()) {
+        Cancel();
         return;
     }
-    // The farther out, the faster.
-    int const distance = y < body.y ? y - body.y : y - body.GetBottom();
-    int const rowHeight = m_state.layout.Metrics().rowHeight;
-    int const step = std::clamp(distance / 2, -3 * rowHeight, 3 * rowHeight) + (distance < 0 ? -2 : 2);
-    m_list.ScrollTo(m_state.layout.Origin() + wxPoint(0, step));
+    wxRect const body = m_state.layout.Body();
+    int const y = m_list.ScreenToClient(wxGetMousePosition()).y;
+    if (int const distance = y < body.y ? y - body.y : std::max(0, y - body.GetBottom()); distance != 0) {
+        // The farther out, the faster.
+        int const most = 3 * m_state.layout.Metrics().rowHeight;
+        int const step = std::clamp(distance / 2, -most, most) + (distance < 0 ? -2 : 2);
+        m_list.ScrollTo(m_state.layout.Origin() + wxPoint(0, step));
+    }
     DragRows(y);
 }
 

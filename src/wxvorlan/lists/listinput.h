@@ -22,10 +22,10 @@ private:
     enum class Drag { None, HeaderPress, ColumnMove, ColumnWidth, Rows };
     enum class Extend { No, Range, AddRange };
 
-    class ScrollTimer : public wxTimer {
+    class FollowTimer : public wxTimer {
     public:
-        explicit ScrollTimer(wxDBListInput& input) : m_input(input) {}
-        void Notify() override { m_input.ScrollWhileDragging(); }
+        explicit FollowTimer(wxDBListInput& input) : m_input(input) {}
+        void Notify() override { m_input.FollowPointer(); }
 
     private:
         wxDBListInput& m_input;
@@ -49,7 +49,7 @@ private:
     void Cancel();
 
     void DragRows(int y);
-    void ScrollWhileDragging();
+    void FollowPointer();
     void Hover(wxPoint const& point);
     void ShowCursor(wxDBListHit const& hit, wxPoint const& point);
     void ShowToolTip(wxDBListHit const& hit);
@@ -70,7 +70,7 @@ private:
 
     wxDBListCtrl& m_list;
     wxDBListState& m_state;
-    ScrollTimer m_timer{*this};
+    FollowTimer m_timer{*this};
 
     Drag m_drag = Drag::None;
     wxPoint m_pressed;     // where the button went down
