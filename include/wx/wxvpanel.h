@@ -11,7 +11,7 @@ public:
     explicit wxvPanel(wxWindow* parent, ColorName background = ColorName::WindowBG, wxWindowID id = wxID_ANY,
                       long style = wxTAB_TRAVERSAL | wxNO_BORDER);
 
-    // Takes the colours of the scheme, and those of its labels.
+    // Takes the colours of the scheme; called for each change of it.
     virtual void ApplyColors();
 
 protected:
