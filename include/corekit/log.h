@@ -54,6 +54,8 @@ public:
     // The lowest level that is recorded; Info at start.
     static void SetLevel(LogLevel level);
     static LogLevel GetLevel();
+    // A record of that level would reach somebody. For texts that cost more than a look.
+    static bool IsWanted(LogLevel level);
 
     // Tells the sink each record, whatever the level set, on the thread that
     // logs, until the handle dies. A sink may log; it must not wait for a lock

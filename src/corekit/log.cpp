@@ -155,6 +155,11 @@ void LogSystem(String const& text) { Log::Write(LogLevel::System, text); }
 void LogWarning(String const& text) { Log::Write(LogLevel::Warning, text); }
 void LogError(String const& text) { Log::Write(LogLevel::Error, text); }
 
+bool Log::IsWanted(LogLevel level) {
+    LogState const& state = State();
+    return level >= state.level.load(std::memory_order_relaxed) || state.hasSinks;
+}
+
 void Log::Write(LogLevel level, String const& text) {
     LogState& state = State();
     if (state.hasSinks)

@@ -184,6 +184,7 @@ TEST_F(ListsTest, WorkComesAndGoes) {
     Finish(unit->id, Unsuccessful);
     EXPECT_EQ(WorkList::Get().Count(), 0u);
     EXPECT_FALSE(info->active);
+    EXPECT_TRUE(Counts() == (std::array<size_t, 3>{1, 0, 0}));
     EXPECT_EQ(EngineList::Get().FindEngine(engine)->DisplayFailures(), "1 Failure (1 Job 1 Product)");
     Failures::RemoveJob(job->id);
     EXPECT_EQ(EngineList::Get().FindEngine(engine)->DisplayFailures(), "0 Failures");

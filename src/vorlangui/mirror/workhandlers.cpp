@@ -42,7 +42,7 @@ void Mirror::TakeWork(boost::shared_ptr<Job> const& work, UID const& engineID, T
         return;
     LogInfo("Work '" + work->Name() + "' " + (work->IsStarted() ? "" : "not ") + kind.verb + " Engine '" +
             info->engine->Name() + "': " + work->StatusAsString());
-    info->job->active.store(true, std::memory_order_relaxed);
+    JobList::Get().SetActive(*info->job, true);
     WorkList::Get().InsertWork(info);
     EngineList::Get().RefreshEngine(engineID);
     JobList::Get().RefreshJob(work->parentID);
@@ -66,7 +66,7 @@ void Mirror::NoteWorkEnded(UID const& job) {
     if (WorkList::Get().GetJobCurrentCount(job) != 0)
         return;
     if (boost::shared_ptr<JobInfo> const info = Jobs::FindJobInfo(job))
-        info->active.store(false, std::memory_order_relaxed);
+        JobList::Get().SetActive(*info, false);
 }
 
 void Mirror::OnWorkParameterChangedMsg(boost::shared_ptr<WorkParameterChangedMsg> const& message) {

@@ -23,7 +23,7 @@ public:
     boost::shared_ptr<Job> job;
     // Guarded by lock.
     JobHistory history;
-    // The client knows of work of this Job. Set on the message thread.
+    // The client knows of work of this Job. The JobList sets it, which counts them.
     std::atomic<bool> active{false};
     // Counts what a row of the Job may show differently; see CountChange.
     std::atomic<uint32_t> changes{0};
