@@ -165,8 +165,15 @@ void SystemdManager::Install(ServiceScope scope, vector<ServiceUnit> const& unit
         Elevated(Arguments(k_InstallScript, arguments));
         return;
     }
-    Systemctl(scope, {"daemon-reload"});
-    Systemctl(scope, {"enable", enable});
+    try {
+        Systemctl(scope, {"daemon-reload"});
+        Systemctl(scope, {"enable", enable});
+    } catch (ServiceException const&) {
+        // Else it would count as installed.
+        for (ServiceUnit const& unit : units)
+            File::Delete(folder / unit.name);
+        throw;
+    }
     // Else the service would end with the login.
     if (CommandOutcome const outcome = Run("loginctl", {"enable-linger"}); !outcome.Ok())
         LogWarning("The service runs only while its user is logged in: " +

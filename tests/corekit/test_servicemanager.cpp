@@ -90,7 +90,11 @@ String What(std::function<void()> const& action) {
 TEST(Systemd, InstallsStartsAndRemovesForTheUser) {
     Systemd systemd;
     SystemdManager manager(systemd.Options({"systemctl"}));
+    systemd.answer.exitCode = 1;
+    EXPECT_THROW(manager.Install(ServiceScope::User, {{"a.timer", "timer"}}, "a.timer"), ServiceException);
     EXPECT_FALSE(manager.FindScope("a.timer"));
+    systemd.answer.exitCode = 0;
+    systemd.Take();
     manager.Install(ServiceScope::User, {{"a.timer", "timer"}, {"a.service", "service"}}, "a.timer");
     EXPECT_EQ(systemd.Take(), (std::vector<String>{"systemctl --user daemon-reload", "systemctl --user enable a.timer",
                                                    "loginctl enable-linger"}));

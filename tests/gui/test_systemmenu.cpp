@@ -15,8 +15,8 @@
 #include <vorlan/keys.h>
 #include <vorlan/messages.h>
 #include <wx/menu.h>
-#include <wx/textctrl.h>
 #include <wx/wxconfirmdlg.h>
+#include <wx/wxtextlinectrl.h>
 #include <wx/wxvtext.h>
 
 namespace vorlan {
@@ -54,12 +54,14 @@ protected:
         }
         return nullptr;
     }
-    static wxString TextOf(wxWindow& window) {
+    static String TextOf(wxWindow& window) {
+        String text;
         for (wxWindow* const child : window.GetChildren()) {
-            if (auto* const text = dynamic_cast<wxTextCtrl*>(child))
-                return text->GetValue();
+            auto* const lines = dynamic_cast<wxTextLineCtrl*>(child);
+            for (int row = 0; lines && row < lines->GetLineCount(); ++row)
+                text += lines->GetText(row) + "\n";
         }
-        return {};
+        return text;
     }
 };
 

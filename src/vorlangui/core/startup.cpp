@@ -2,6 +2,7 @@
 // components, the repeat file, in this order.
 #include "mirror/componentcontrol.h"
 #include "mirror/options.h"
+#include "mirror/optiontable.h"
 #include "mirror/outside.h"
 #include "mirror/rendernode.h"
 #include "vorlangui.h"
@@ -9,6 +10,7 @@
 
 #include <corekit/callentry.h>
 #include <corekit/file.h>
+#include <corekit/log.h>
 #include <vorlan/version.h>
 #include <wx/dcscreen.h>
 #include <wx/settings.h>
@@ -34,6 +36,8 @@ void VorlanGui::OnVorlanAppStartupEvt(VorlanAppStartupEvt& event) {
     m_window->Show();
     SetTopWindow(m_window);
 
+    for (String const& fault : CheckLocalOptions(GetOptions()))
+        LogWarning(fault);
     OptionsFile::PauseAutoWrite const pause(GetOptions());
     bool const inEngineMode = DecideEngineMode();
     if (inEngineMode) {
