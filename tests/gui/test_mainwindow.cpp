@@ -20,6 +20,7 @@ protected:
     MainWindow& StartConnected() {
         StartClient().SetSize(1100, 700);
         outside.connected = true;
+        EXPECT_TRUE(PumpUntil([this] { return Window().GetClientSize().x > 1000; }));
         GuiTester::Connected(Gui());
         EXPECT_TRUE(PumpUntil([this] { return Splitter().IsShownOnScreen() && Splitter().GetClientSize().x > 1000; }));
         Pump();

@@ -1,5 +1,6 @@
 // What MainWindow does with Job files: reads them off the GUI thread, and submits their
 // Jobs.
+#include "background.h"
 #include "mainwindow.h"
 #include "mirror/outside.h"
 
@@ -9,7 +10,6 @@
 #include <corekit/threadpool.h>
 #include <vorlan/jobfile.h>
 #include <vorlan/messages.h>
-#include <wx/app.h>
 #include <wx/intl.h>
 #include <wx/msgdlg.h>
 #include <wx/wxvtext.h>
@@ -30,7 +30,7 @@ LoadedFile Load(Path const& path) {
     try {
         loaded.jobs = JobFile(path, true, false).Jobs();
     } catch (Exception const& exception) {
-        loaded.failure = exception.Message();
+        loaded.failure = exception.what();
     }
     return loaded;
 }
@@ -52,14 +52,11 @@ void MainWindow::LoadJobFiles(corekit::vector<Path> const& files, bool immediate
         auto const read = [file, immediate] {
             CALL_ENTRY_NAMED("Load Job file");
             auto const loaded = boost::make_shared<LoadedFile>(Load(file));
-            wxTheApp->CallAfter([file, immediate, loaded] {
-                MainWindow* const window = MainWindow::Get();
-                if (!window || window->IsBeingDeleted())
-                    return;
+            OnGuiThread([file, immediate, loaded](MainWindow& window) {
                 if (loaded->failure.Empty())
-                    window->TakeJobs(loaded->jobs, immediate);
+                    window.TakeJobs(loaded->jobs, immediate);
                 else
-                    wxMessageBox(wxvText(loaded->failure), wxvText(file.Leaf()), wxOK | wxICON_ERROR, window);
+                    ShowError(wxvText(file.Leaf()), loaded->failure);
             });
         };
         ThreadPool::ThrottleQueue(read, "LoadJobFile", UID(true));

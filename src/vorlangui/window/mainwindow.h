@@ -72,6 +72,8 @@ public:
     // at once, or when the user has agreed. A file that is none is told of.
     void LoadJobFiles(corekit::vector<Path> const& files, bool immediate);
     void LoadJobFile(Path const& file, bool immediate) { LoadJobFiles({file}, immediate); }
+    // Sends them, or asks first whether to.
+    void TakeJobs(corekit::vector<boost::shared_ptr<Job>> const& jobs, bool immediate);
 
     InfoPane* Info() { return m_info; }
     // Null before the panes have been built.
@@ -118,6 +120,7 @@ public:
     void OnInfoPaneTool(wxCommandEvent& event);
     void OnViewToolBar(wxCommandEvent& event);
     void OnViewStatusBar(wxCommandEvent& event);
+    void OnOpenDocument(wxCommandEvent& event);
     void OnAbout(wxCommandEvent& event);
     void StopEngineModeShutdownPipe();
 
@@ -156,8 +159,6 @@ private:
     void _UpdateSelect(InfoPane& pane, SelectHistoryEntry const& entry);
     // Shows it in the info pane. False: there is no such thing any more.
     static bool ShowSelected(InfoPane& pane, int kind, UID const& id);
-
-    void TakeJobs(corekit::vector<boost::shared_ptr<Job>> const& jobs, bool immediate);
 
     static MainWindow* s_window;
 
