@@ -1,5 +1,7 @@
 #include "logframe.h"
 
+#include "windowicon.h"
+
 #include <corekit/file.h>
 #include <corekit/log.h>
 #include <corekit/threadpool.h>
@@ -95,6 +97,7 @@ void LogFrame::Build() {
     static unsigned s_lastNumber = 0;
     m_number = ++s_lastNumber;
     OpenFrames()[m_number] = this;
+    SetIcons(WindowIcons());
     SetBackgroundColour(wxvGetColor(ColorName::WindowBG));
     m_refresh = new wxvButton(this, wxID_REFRESH, _("Refresh"));
     m_note = new wxStaticText(this, wxID_ANY, wxString());
