@@ -187,6 +187,25 @@ TEST_F(EngineModeTest, ADialogHoldsTheTimeOutAndUseBeginsItAnew) {
     }
 }
 
+// Also one that is none of the system's own, and also when the Master speaks meanwhile.
+TEST_F(EngineModeTest, NothingEndsAModalDialog) {
+    HasRunBefore();
+    MainWindow& window = StartClient();
+    outside.started.insert(k_ComponentEngine);
+    MasterSaysIdleMinutes(10);
+    Timeout().Reset();
+    wxDialog plain(&window, wxID_ANY, "plain");
+    bool expired = true;
+    plain.CallAfter([&] {
+        MasterInfoMsg::s_Signal.Emit(MasterInfoMsg::New());
+        expired = Timeout().HasExpired(Later());
+        plain.EndModal(wxID_OK);
+    });
+    plain.ShowModal();
+    EXPECT_FALSE(expired);
+    EXPECT_TRUE(Timeout().HasExpired(Later())) << "it counts anew after it";
+}
+
 TEST_F(EngineModeTest, AnExpiredTimeOutEntersIt) {
     HasRunBefore();
     StartClient();
