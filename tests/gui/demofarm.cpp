@@ -111,6 +111,12 @@ boost::shared_ptr<Job> MakeJob(DemoJob const& row) {
     job->SetParameter(p_Priority, String::From(row.priority));
     job->SetParameter(p_PercentDone, SFormat("%.1f", row.percent));
     job->SetParameter(p_Note, row.note);
+    // What the Products' summaries speak of.
+    job->SetParameter("SceneFile",
+                      SFormat("/projects/%s.%s", row.name, String(row.product) == "Blender" ? "blend" : "pov"));
+    job->SetParameter("CommandLine", SFormat("/farm/bin/run %s", row.name));
+    job->SetParameter("Pattern", "/renders/plate.####.exr");
+    job->SetParameter("OutputFile", "/delivery/plate.mov");
     if (*row.pool)
         job->SetParameter(p_Pool, UID::FromName(row.pool).ToString());
     job->SetCreator(row.creator);

@@ -146,6 +146,9 @@ void MainWindow::ShowView(int view) {
     }
     SetTitlebar();
     Layout();
+    // The keyboard is for the rows, not for the tab above them.
+    if (view == k_ViewMain)
+        m_views->FocusFirstList();
 }
 
 void MainWindow::NoteServing() {

@@ -94,8 +94,12 @@ void ViewsArea::OnChangeView(wxAuiNotebookEvent& event) {
     VorlanApp::GetOptions().SetValue(k_WindowSection, k_OptionView, static_cast<unsigned>(view));
     window->MarkView(view);
     UpdateLists(*GetPage(static_cast<size_t>(view)));
-    if (ListCtrlBase* const first = m_first[static_cast<size_t>(view)])
-        first->SetFocus();
+    FocusFirstList();
+}
+
+void ViewsArea::FocusFirstList() {
+    if (int const view = GetSelection(); view >= 0)
+        m_first[static_cast<size_t>(view)]->SetFocus();
 }
 
 } // namespace vorlan

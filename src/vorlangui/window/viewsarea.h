@@ -27,6 +27,8 @@ public:
     void InsertMenuViews(wxMenu& menu) const;
     // To the tab of a menu item, the last one at most.
     void ShowViewOf(int menuId);
+    // Of the page in front.
+    void FocusFirstList();
 
 private:
     void AddView(wxvPanel* page, wxString const& name, ListCtrlBase* first);

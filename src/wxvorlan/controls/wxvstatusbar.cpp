@@ -4,6 +4,10 @@
 #include <wx/wxvfont.h>
 #include <wx/wxvstatusbar.h>
 
+namespace {
+constexpr int k_DividerInset = 5;
+}
+
 wxvStatusBar::wxvStatusBar(wxWindow* parent) : wxStatusBar(parent, wxID_ANY, wxFULL_REPAINT_ON_RESIZE) {
     SetBackgroundStyle(wxBG_STYLE_PAINT);
     SetFont(wxvFont());
@@ -37,7 +41,12 @@ void wxvStatusBar::OnPaint(wxPaintEvent&) {
         wxString const text = GetStatusText(field);
         if (text.empty())
             continue;
-        wxString const fitting = wxControl::Ellipsize(text, dc, wxELLIPSIZE_END, place.width - 2 * padding);
+        if (field > 0) {
+            int const inset = FromDIP(k_DividerInset);
+            dc.DrawLine(place.x, inset, place.x, size.y - inset + 1);
+        }
+        // The next field begins with a distance of its own.
+        wxString const fitting = wxControl::Ellipsize(text, dc, wxELLIPSIZE_END, place.width - padding);
         dc.DrawText(fitting, place.x + padding, (size.y - textHeight) / 2 + 1);
     }
 }
