@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <functional>
@@ -31,6 +32,7 @@ struct Description {
     std::string referenceName;
     Judge judge = Judge::RatioAtMost;
     double target = 0;
+    double quantile = 0.5; ///< Of the samples, that is told as the value; the median by itself.
 };
 
 /// A median of fewer samples than this is not told.
@@ -42,6 +44,15 @@ inline double Median(std::vector<double> samples) {
     std::sort(samples.begin(), samples.end());
     const size_t middle = samples.size() / 2;
     return samples.size() % 2 ? samples[middle] : (samples[middle - 1] + samples[middle]) / 2;
+}
+
+/// The sample that this part of all are not above.
+inline double Quantile(std::vector<double> samples, double part) {
+    if (part == 0.5 || samples.empty())
+        return Median(std::move(samples));
+    std::sort(samples.begin(), samples.end());
+    auto const rank = static_cast<size_t>(std::ceil(part * static_cast<double>(samples.size())));
+    return samples[std::clamp<size_t>(rank, 1, samples.size()) - 1];
 }
 
 /// Seconds that one call takes.
@@ -109,7 +120,7 @@ public:
             std::fprintf(stderr, "%s: fewer than %zu runs were measured\n", m_description.name.c_str(), k_FewestRuns);
             return 1;
         }
-        const double value = Median(m_values);
+        const double value = Quantile(m_values, m_description.quantile);
         const double reference = Median(m_references);
         const double ratio = reference != 0 ? value / reference : 0;
         if (ByRatio() && reference == 0) {

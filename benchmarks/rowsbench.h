@@ -44,8 +44,22 @@ public:
 
 private:
     void OnJob(boost::shared_ptr<JobInfo> const& info, bool& include) {
-        String const name = info->job->Name();
-        include = include && name.ContainsNoCase("LIGHTING") && !name.ContainsNoCase("v42");
+        static uint32_t const s_name = NameTable::Number(p_Name);
+        auto const values = info->job->Snapshot();
+        std::string_view const name = values->Find(s_name);
+        include = include && Contains(name, "lighting") && !Contains(name, "v42");
+    }
+
+    /// Without regard to case, as filters are; `term` is in lower case.
+    static bool Contains(std::string_view text, std::string_view term) {
+        for (size_t at = 0; at + term.size() <= text.size(); ++at) {
+            size_t same = 0;
+            while (same < term.size() && String::FoldCase(text[at + same]) == term[same])
+                ++same;
+            if (same == term.size())
+                return true;
+        }
+        return false;
     }
 
     Signal2<boost::shared_ptr<JobInfo> const&, bool&> m_signal;

@@ -18,6 +18,9 @@ constexpr char k_SecondSortColumn[] = "Sort2Col";
 constexpr int k_FirstImages = 0;
 constexpr int k_SecondImages = 2;
 
+// A column that is fitted to its rows gets no wider than that, in device-independent pixels.
+constexpr int k_MostFitted = 300;
+
 int ImageOf(int images, bool ascending) { return ascending ? images : images + 1; }
 
 } // namespace
@@ -54,7 +57,10 @@ void ListCtrlBase::OnColumnClick(wxListEvent& event) {
     DoSort();
 }
 
-void ListCtrlBase::OnColumnResized(wxListEvent&) { SaveColumnInfo(); }
+void ListCtrlBase::OnColumnResized(wxListEvent&) {
+    m_fitsColumns = false;
+    SaveColumnInfo();
+}
 
 // The sort stays with its columns when they move.
 void ListCtrlBase::OnColumnsChanged(std::vector<int> const& now) {
@@ -67,6 +73,21 @@ void ListCtrlBase::OnColumnsChanged(std::vector<int> const& now) {
         m_primary = std::max(0, std::exchange(m_secondary, -1));
     if (GetColumnCount() > 0 && m_primary < GetColumnCount())
         SetSortColImage(-1);
+}
+
+// Columns whose width the list may choose are made wider, once, for what the first rows
+// hold.
+void ListCtrlBase::FitColumns() {
+    if (!m_fitsColumns || GetItemCount() == 0 || !IsShownOnScreen())
+        return;
+    m_fitsColumns = false;
+    for (int column = 0; column < GetColumnCount(); ++column) {
+        int const former = GetColumnWidth(static_cast<size_t>(column));
+        SetColumnWidth(column, k_FitWidth, false);
+        int const fitting = GetColumnWidth(static_cast<size_t>(column));
+        SetColumnWidth(column, std::clamp(fitting, former, std::max(former, FromDIP(k_MostFitted))), false);
+    }
+    Redraw();
 }
 
 SortBy ListCtrlBase::SortByColumn(int column) const {
@@ -87,6 +108,7 @@ void ListCtrlBase::SetDefaultColumns() {
     m_secondary = -1;
     RemoveAllColumns();
     DefaultColumns();
+    m_fitsColumns = true;
     SaveColumnInfo();
     SetSortColImage(-1);
 }
@@ -99,8 +121,10 @@ void ListCtrlBase::LoadColumnInfo() {
         record.Replace("``", "`");
         AddSavedColumn(record);
     }
-    if (GetColumnCount() == 0)
+    if (GetColumnCount() == 0) {
         DefaultColumns();
+        m_fitsColumns = true;
+    }
     // From the current section, other than they are saved: what it remembers depends on
     // who has read the options before.
     int column = 0;

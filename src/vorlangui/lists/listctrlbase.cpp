@@ -95,6 +95,7 @@ bool ListCtrlBase::IsAwake() const {
 
 void ListCtrlBase::OnTick() {
     UpdateIfDirty();
+    FitColumns();
     int const type = TimeColumnType();
     if (type < 0 || ++m_ticks < k_TicksPerSecond)
         return;

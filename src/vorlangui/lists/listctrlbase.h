@@ -108,6 +108,7 @@ private:
     void RestorePlace(Place const& place);
     SortBy SortByColumn(int column) const;
     void AddSavedColumn(String const& record);
+    void FitColumns();
 
     String const m_section;
     ListContents m_contents;
@@ -118,6 +119,8 @@ private:
     int m_ticks = 0;
     // Changes have been missed while nobody looked.
     bool m_isStale = false;
+    // The columns are those that a list begins with, and have seen no rows yet.
+    bool m_fitsColumns = false;
 };
 
 // The marks of the sort columns: 0 and 1 up and down for the first, 2 and 3 for the second.
