@@ -284,7 +284,7 @@ void wxDBListInput::Hover(wxPoint const& point) {
 
 void wxDBListInput::ShowCursor(wxDBListHit const& hit, wxPoint const& point) {
     if (hit.area == Area::HeaderEdge) {
-        m_list.SetCursor(wxCursor(wxCURSOR_SIZEWE));
+        m_list.SetCursor(m_edgeCursor);
     } else if (hit.area == Area::Cell) {
         wxRect const cell = m_state.layout.Cell(hit.row, hit.column);
         m_list.SetCursor(m_list.CustomizeCursor(hit.row, hit.column, point.x - cell.x, point.y - cell.y));

@@ -3,6 +3,7 @@
 #include "liststate.h"
 
 #include <chrono>
+#include <wx/cursor.h>
 #include <wx/timer.h>
 
 // wxDBListInput turns what mouse and keyboard do into what the list does.
@@ -71,6 +72,7 @@ private:
     wxDBListCtrl& m_list;
     wxDBListState& m_state;
     FollowTimer m_timer{*this};
+    wxCursor const m_edgeCursor{wxCURSOR_SIZEWE};
 
     Drag m_drag = Drag::None;
     wxPoint m_pressed;     // where the button went down
