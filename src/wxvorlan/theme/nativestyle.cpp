@@ -131,6 +131,8 @@ void wxvApplyNativeStyle() {
     if (!settings || !screen)
         return;
     g_object_set(settings, "gtk-application-prefer-dark-theme", static_cast<gboolean>(wxvIsDarkScheme()), nullptr);
+    // Bars beside the rows: those that float are drawn over them, and only while the mouse moves.
+    g_object_set(settings, "gtk-overlay-scrolling", FALSE, nullptr);
 
     if (wxString const font = wxvNativeFontName(); !font.empty())
         g_object_set(settings, "gtk-font-name", static_cast<char const*>(font.utf8_str()), nullptr);
