@@ -88,6 +88,15 @@ void CompareJobs(MasterState const& state, Differences& differences) {
     std::set<UID> finished;
     for (UID const& id : Jobs::GetFinishedIDs())
         finished.insert(id);
+    size_t total = 0;
+    size_t active = 0;
+    size_t ended = 0;
+    Jobs::GetCounts(total, active, ended);
+    size_t withWork = 0;
+    for (auto const& [id, job] : state.jobs)
+        withWork += !job["finished"].get<bool>() && job["activeWork"].get<int>() > 0;
+    CompareField("all Jobs", "counts", SFormat("%zu, %zu active, %zu finished", total, active, ended),
+                 SFormat("%zu, %zu active, %zu finished", state.jobs.size(), withWork, finished.size()), differences);
     CompareMaps("Job", here, state.jobs, differences, [&](String const& what, auto const& info, Json const& job) {
         if (!info || !info->job)
             return differences.Add(what, "", "empty", "there");
