@@ -1,11 +1,12 @@
 // The marks in the headers of the sort columns.
 #include "listctrlbase.h"
 
-#include <wx/dcmemory.h>
+#include <wx/image.h>
 #include <wx/imaglist.h>
 #include <wx/wxvcolors.h>
 
 #include <array>
+#include <cmath>
 
 namespace vorlan {
 
@@ -31,24 +32,47 @@ MarkColors FirstColors() {
 
 MarkColors SecondColors() { return {wxColour("#DEA33E"), wxColour("#7D5940")}; }
 
-wxBitmap Triangle(Points points, MarkColors const& colors) {
-    wxBitmap bitmap(k_Side, k_Side, 24);
-    {
-        wxMemoryDC dc(bitmap);
-        // A colour that no mark has; the mask takes it out.
-        dc.SetBackground(*wxGREEN_BRUSH);
-        dc.Clear();
-        dc.SetPen(wxPen(colors.edge));
-        dc.SetBrush(wxBrush(colors.fill));
-        std::array<wxPoint, 3> corners{wxPoint(1, 9), wxPoint(11, 9), wxPoint(6, 3)};
-        if (points == Points::Down) {
-            for (wxPoint& corner : corners)
-                corner.y = k_Side - corner.y;
-        }
-        dc.DrawPolygon(static_cast<int>(corners.size()), corners.data());
+// How much of a pixel the triangle that points up covers.
+struct Coverage {
+    double whole; // with the edge
+    double inner; // without it
+};
+
+Coverage CoverageAt(int x, int y) {
+    constexpr int k_Steps = 4; // samples of a pixel, each way
+    constexpr double k_Top = 3.0;
+    constexpr double k_Bottom = 9.0;
+    constexpr double k_Edge = 1.0;
+    auto inside = [&](double px, double py, double less) {
+        double const half = (py - k_Top) * 0.9 - less * 1.35;
+        return py >= k_Top && py <= k_Bottom - less && std::abs(px - k_Side / 2.0) <= half;
+    };
+    int whole = 0;
+    int inner = 0;
+    for (int sample = 0; sample < k_Steps * k_Steps; ++sample) {
+        double const px = x + (sample % k_Steps + 0.5) / k_Steps;
+        double const py = y + (sample / k_Steps + 0.5) / k_Steps;
+        whole += inside(px, py, 0);
+        inner += inside(px, py, k_Edge);
     }
-    bitmap.SetMask(new wxMask(bitmap, *wxGREEN));
-    return bitmap;
+    constexpr double k_All = k_Steps * k_Steps;
+    return {whole / k_All, inner / k_All};
+}
+
+// The toolkit's own drawing would mix the edge with the colour of a mask.
+wxBitmap Triangle(Points points, MarkColors const& colors) {
+    wxImage image(k_Side, k_Side);
+    image.InitAlpha();
+    for (int y = 0; y < k_Side; ++y) {
+        for (int x = 0; x < k_Side; ++x) {
+            Coverage const coverage = CoverageAt(x, points == Points::Up ? y : k_Side - 1 - y);
+            double const fill = coverage.whole > 0 ? coverage.inner / coverage.whole : 0;
+            wxColour const colour = wxvMixColors(colors.edge, colors.fill, fill);
+            image.SetRGB(x, y, colour.Red(), colour.Green(), colour.Blue());
+            image.SetAlpha(x, y, static_cast<unsigned char>(std::lround(coverage.whole * 255)));
+        }
+    }
+    return wxBitmap(image);
 }
 
 std::array<wxBitmap, 4> Pictures() {
@@ -59,7 +83,7 @@ std::array<wxBitmap, 4> Pictures() {
 // Follows the scheme.
 class Images : public HasSlots<ThreadPolicy::SingleThreaded> {
 public:
-    Images() : m_list(new wxImageList(k_Side, k_Side, true, 4)) {
+    Images() : m_list(new wxImageList(k_Side, k_Side, false, 4)) {
         for (wxBitmap const& picture : Pictures())
             m_list->Add(picture);
         wxvColorsChanged().Connect(this, &Images::OnColors);
