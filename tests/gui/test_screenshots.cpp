@@ -5,7 +5,6 @@
 #include "guitest.h"
 
 #include "lists/joblistctrl.h"
-#include "lists/worklistctrl.h"
 
 #include <corekit/file.h>
 #include <corekit/process.h>
@@ -52,14 +51,6 @@ protected:
         list.Select(list.GetRowOf(id));
         ASSERT_TRUE(PumpUntil([&] { return Window().CanUse(CommandNeeds::JobSelected); }));
     }
-    // As somebody would who wants to read the names.
-    void WidenNames() {
-        for (int const id : {JobListCtrl::k_BaseID, WorkListCtrl::k_BaseID}) {
-            auto& list = dynamic_cast<ListCtrlBase&>(*Window().FindWindow(id));
-            int const name = id == JobListCtrl::k_BaseID ? 0 : 1;
-            list.SetColumnWidth(name, Window().FromDIP(190), true);
-        }
-    }
     // From the menu bar to the status bar, after all has come to rest.
     void Take(String const& name) {
         auto const end = Time::CurrentTime() + Time(700);
@@ -94,7 +85,6 @@ protected:
 TEST_F(Screenshots, EveryScheme) {
     Start({1400, 900});
     FillDemoFarm();
-    WidenNames();
     SelectJob("SC010_hero_beauty_v042");
     for (int scheme = 0; scheme < k_BuiltInSchemes; ++scheme) {
         wxvSetColorScheme(scheme);

@@ -81,8 +81,10 @@ bool wxVorlanToolbar::Layout() {
 void wxVorlanToolbar::OnPaint(wxPaintEvent&) {
     wxPaintDC dc(this);
     wxSize const size = GetClientSize();
-    dc.SetPen(wxvGetColor(ColorName::Dark3D));
-    dc.DrawLine(0, size.y - 1, size.x, size.y - 1);
+    // A line would lie half a pixel higher on a screen with double resolution.
+    dc.SetPen(*wxTRANSPARENT_PEN);
+    dc.SetBrush(wxvGetColor(ColorName::Dark3D));
+    dc.DrawRectangle(0, size.y - k_LineHeight, size.x, k_LineHeight);
 }
 
 } // namespace vorlan

@@ -27,8 +27,9 @@ void wxvStatusBar::OnPaint(wxPaintEvent&) {
     dc.SetPen(*wxTRANSPARENT_PEN);
     dc.SetBrush(wxvGetColor(ColorName::WindowBGLighter));
     dc.DrawRectangle(size);
-    dc.SetPen(wxvGetColor(ColorName::Dark3D));
-    dc.DrawLine(0, 0, size.x, 0);
+    // Lines would lie half a pixel off on a screen with double resolution.
+    dc.SetBrush(wxvGetColor(ColorName::Dark3D));
+    dc.DrawRectangle(0, 0, size.x, 1);
 
     dc.SetFont(GetFont());
     dc.SetTextForeground(wxvGetColor(ColorName::Text));
@@ -43,7 +44,7 @@ void wxvStatusBar::OnPaint(wxPaintEvent&) {
             continue;
         if (field > 0) {
             int const inset = FromDIP(k_DividerInset);
-            dc.DrawLine(place.x, inset, place.x, size.y - inset + 1);
+            dc.DrawRectangle(place.x, inset, 1, size.y - 2 * inset + 1);
         }
         // The next field begins with a distance of its own.
         wxString const fitting = wxControl::Ellipsize(text, dc, wxELLIPSIZE_END, place.width - padding);
