@@ -97,7 +97,9 @@ public:
     }
     std::vector<double> const& Gaps() const { return m_gaps; }
 
-    void Begin() {
+    // `onEnd` is called after so many seconds.
+    void Begin(std::function<void()> onEnd) {
+        m_onEnd = std::move(onEnd);
         m_last = m_second = Clock::now();
         m_longest = 0;
     }
@@ -122,8 +124,11 @@ private:
         m_gaps.push_back(m_longest);
         m_longest = 0;
         m_second = now;
+        if (m_gaps.size() == k_Seconds)
+            m_onEnd();
     }
 
+    std::function<void()> m_onEnd;
     Clock::time_point m_last;
     Clock::time_point m_second;
     double m_longest = 0;
@@ -155,7 +160,6 @@ private:
             wxYield();
         Storm storm(ids);
         Probe probe;
-        probe.Begin();
         auto const start = Clock::now();
         // Somebody reads on meanwhile.
         wxTimer scroll(this);
@@ -164,12 +168,8 @@ private:
         });
         scroll.Start(k_ScrollMs);
         wxGUIEventLoop loop;
-        wxEventLoopActivator const activator(&loop);
-        while (probe.Gaps().size() < k_Seconds) {
-            if (!loop.Pending() && loop.ProcessIdle())
-                continue;
-            loop.Dispatch();
-        }
+        probe.Begin([&loop] { loop.Exit(); });
+        loop.Run();
         double const seconds = MsBetween(start, Clock::now()) / 1000;
         double const rate = static_cast<double>(storm.Done()) / seconds;
         std::fprintf(stderr, "stall: %.0f changes a second\n", rate);

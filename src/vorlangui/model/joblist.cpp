@@ -13,6 +13,7 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace vorlan {
@@ -164,14 +165,26 @@ void JobList::SetActive(JobInfo& info, bool active) {
 }
 
 void JobList::Visit(Visitor const& visitor) const {
-    RWLock::Reader const reader(m_lock);
-    corekit::vector<ListedObject<JobInfo>> all;
-    all.reserve(m_active.size() + m_finished.size());
-    for (auto const& [id, info] : m_active)
-        all.push_back({&id, &info, 0});
-    for (auto const& [id, info] : m_finished)
-        all.push_back({&id, &info, 1});
-    visitor(all);
+    VisitMap(m_active, 0, visitor);
+    VisitMap(m_finished, 1, visitor);
+}
+
+void JobList::VisitMap(Map const& map, uint8_t part, Visitor const& visitor) const {
+    corekit::vector<ListedObject<JobInfo>> some;
+    some.reserve(k_VisitedAtOnce);
+    std::optional<UID> last;
+    for (bool isMore = true; isMore;) {
+        some.clear();
+        RWLock::Reader const reader(m_lock);
+        auto at = last ? map.upper_bound(*last) : map.begin();
+        for (; at != map.end() && some.size() < k_VisitedAtOnce; ++at)
+            some.push_back({&at->first, &at->second, part});
+        isMore = at != map.end();
+        if (some.empty())
+            return;
+        visitor(some);
+        last = *some.back().id;
+    }
 }
 
 size_t JobList::Count() const {

@@ -13,7 +13,7 @@ namespace vorlan {
 
 struct JobRows {
     using Info = JobInfo;
-    // Gets all objects, by their maps' numbers and in each by their ids.
+    // Gets all objects in pieces, by their maps' numbers and in each by their ids.
     using Visitor = std::function<void(corekit::vector<ListedObject<Info>> const&)>;
     // An object counts its changes.
     static constexpr bool k_CountsChanges = true;

@@ -76,26 +76,31 @@ void RowSet<Kind>::Collect() {
     if (moves != 0 && moves == m_moves)
         return;
     m_moves = moves;
-    Kind::Visit([this](corekit::vector<ListedObject<Info>> const& objects) { TakeObjects(objects); });
+    Collecting former;
+    former.entries.swap(m_entries);
+    former.now.assign(former.entries.size(), k_Gone);
+    m_entries.reserve(former.entries.size() + former.entries.size() / 8);
+    Kind::Visit([&](corekit::vector<ListedObject<Info>> const& objects) { TakeObjects(objects, former); });
+    if (former.kept == former.entries.size() && former.kept == m_entries.size())
+        return;
+    m_areRowsSame = false;
+    std::erase_if(m_order, [&](uint32_t& entry) { return (entry = former.now[entry]) == k_Gone; });
+    IndexByID();
 }
 
 // What stands where it stood keeps its entry. Both sides are ordered by map and id.
 template <class Kind>
-void RowSet<Kind>::TakeObjects(corekit::vector<ListedObject<Info>> const& objects) {
-    std::vector<Entry> former;
-    former.swap(m_entries);
-    m_entries.reserve(objects.size());
-    Order now(former.size(), k_Gone);
-    size_t at = 0;
-    size_t kept = 0;
+void RowSet<Kind>::TakeObjects(corekit::vector<ListedObject<Info>> const& objects, Collecting& former) {
+    std::vector<Entry>& entries = former.entries;
+    size_t& at = former.at;
     for (size_t i = 0; i < objects.size(); ++i) {
         auto const& [id, object, part] = objects[i];
-        while (at < former.size() && (former[at].part < part || (former[at].part == part && former[at].id < *id)))
+        while (at < entries.size() && (entries[at].part < part || (entries[at].part == part && entries[at].id < *id)))
             ++at;
-        if (at < former.size() && former[at].object == *object && former[at].part == part) {
-            now[at] = static_cast<uint32_t>(m_entries.size());
-            m_entries.push_back(std::move(former[at++]));
-            ++kept;
+        if (at < entries.size() && entries[at].object == *object && entries[at].part == part) {
+            former.now[at] = static_cast<uint32_t>(m_entries.size());
+            m_entries.push_back(std::move(entries[at++]));
+            ++former.kept;
             continue;
         }
         if (i + k_Ahead < objects.size())
@@ -108,11 +113,6 @@ void RowSet<Kind>::TakeObjects(corekit::vector<ListedObject<Info>> const& object
         entry.part = part;
         entry.isNew = true;
     }
-    if (kept == former.size() && kept == m_entries.size())
-        return;
-    m_areRowsSame = false;
-    std::erase_if(m_order, [&](uint32_t& entry) { return (entry = now[entry]) == k_Gone; });
-    IndexByID();
 }
 
 // An id that stands in two maps is shown once, as the one that comes first.

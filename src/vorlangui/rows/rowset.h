@@ -94,8 +94,16 @@ private:
         bool isLive = false; // every key may be different
     };
 
+    // The entries of the last time while objects are collected.
+    struct Collecting {
+        std::vector<Entry> entries;
+        Order now; // where each of them is now
+        size_t at = 0;
+        size_t kept = 0;
+    };
+
     void Collect();
-    void TakeObjects(corekit::vector<ListedObject<Info>> const& objects);
+    void TakeObjects(corekit::vector<ListedObject<Info>> const& objects, Collecting& former);
     void IndexByID();
     bool HasToStartAnew(Request const& request) const;
     void StartKeys(Request const& request, Steps& steps);
