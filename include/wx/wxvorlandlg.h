@@ -4,6 +4,7 @@
 
 #include <corekit/string.h>
 #include <wx/dialog.h>
+#include <wx/wxvstatictext.h>
 
 class wxBoxSizer;
 class wxSizer;
@@ -45,7 +46,7 @@ protected:
     void Finish(wxSizer* content, wxString const& accept, wxString const& cancel);
 
     // A text in the place of a label, in a colour of the scheme.
-    wxWindow* NewLabel(wxString const& text, double scale = 1.0);
+    wxvStaticText* NewLabel(wxString const& text, double scale = 1.0, ColorName color = ColorName::Text);
 
 private:
     corekit::String const m_section;

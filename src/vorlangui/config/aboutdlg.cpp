@@ -39,17 +39,13 @@ AboutDlg::AboutDlg(wxWindow* parent) : wxVorlanDlg(parent, _("About Vorlan"), "A
     auto* content = new wxBoxSizer(wxVERTICAL);
     content->SetMinSize(FromDIP(300), -1);
     content->Add(NewLabel(_("Vorlan GUI"), 1.6));
-    wxWindow* const release =
-        NewLabel(wxString::Format(_("Version %s, released %s"), k_VorlanVersionText, k_VorlanReleaseDate));
-    release->SetForegroundColour(wxvGetColor(ColorName::TextGrey));
-    content->Add(release, wxSizerFlags().Border(wxTOP, FromDIP(k_RowGap)));
+    wxString const release = wxString::Format(_("Version %s, released %s"), k_VorlanVersionText, k_VorlanReleaseDate);
+    content->Add(NewLabel(release, 1.0, ColorName::TextGrey), wxSizerFlags().Border(wxTOP, FromDIP(k_RowGap)));
     content->AddSpacer(FromDIP(k_GroupGap));
     if (Messenger::IsConnected()) {
         auto* rows = new wxFlexGridSizer(2, FromDIP(k_RowGap), FromDIP(k_ColumnGap));
         for (Row const& row : ConnectionRows()) {
-            wxWindow* const label = NewLabel(row.label);
-            label->SetForegroundColour(wxvGetColor(ColorName::TextGrey));
-            rows->Add(label);
+            rows->Add(NewLabel(row.label, 1.0, ColorName::TextGrey));
             rows->Add(NewLabel(wxControl::EscapeMnemonics(row.value)));
         }
         content->Add(rows);

@@ -4,12 +4,11 @@
 #include "mirror/options.h"
 
 #include <vorlan/vorlanapp.h>
-#include <wx/checkbox.h>
 #include <wx/intl.h>
 #include <wx/sizer.h>
-#include <wx/statline.h>
 #include <wx/wxconfirmdlg.h>
-#include <wx/wxvcolors.h>
+#include <wx/wxvcheckbox.h>
+#include <wx/wxvstaticline.h>
 
 namespace vorlan {
 
@@ -46,18 +45,14 @@ bool ConfirmClose::Confirm(wxWindow* parent) {
 
 ConfirmClose::ConfirmClose(wxWindow* parent) : wxVorlanDlg(parent, _("Confirm Close"), k_Key) {
     auto* content = new wxBoxSizer(wxVERTICAL);
-    wxWindow* const question = NewLabel(_("Are you sure you want to quit Vorlan?"), 1.3);
-    question->SetForegroundColour(wxvGetColor(ColorName::TextOrange));
-    content->Add(question);
+    content->Add(NewLabel(_("Are you sure you want to quit Vorlan?"), 1.3, ColorName::TextOrange));
     content->Add(NewLabel(_("Quitting may affect your rendering network")),
                  wxSizerFlags().Border(wxTOP, FromDIP(k_LabelGap)));
     content->AddSpacer(FromDIP(k_GroupGap));
 
     auto* title = new wxBoxSizer(wxHORIZONTAL);
-    wxWindow* const caption = NewLabel(_("Components"));
-    caption->SetForegroundColour(wxvGetColor(ColorName::TextGrey));
-    title->Add(caption);
-    title->Add(new wxStaticLine(this), wxSizerFlags(1).Centre().Border(wxLEFT, FromDIP(k_LabelGap)));
+    title->Add(NewLabel(_("Components"), 1.0, ColorName::TextGrey));
+    title->Add(new wxvStaticLine(this), wxSizerFlags(1).Centre().Border(wxLEFT, FromDIP(k_LabelGap)));
     content->Add(title, wxSizerFlags().Expand());
     m_leaveEngine =
         NewChoice(*content, _("Leave the Engine running"),
@@ -65,19 +60,17 @@ ConfirmClose::ConfirmClose(wxWindow* parent) : wxVorlanDlg(parent, _("Confirm Cl
     m_leaveMaster =
         NewChoice(*content, _("Leave the Master running"),
                   _("If checked, this machine will still be able to manage the system"), StartKey(k_ComponentMaster));
-    content->Add(new wxStaticLine(this), wxSizerFlags().Expand().Border(wxTOP | wxBOTTOM, FromDIP(k_GroupGap)));
-    m_dontAsk = new wxCheckBox(this, wxID_ANY, _("Don't ask this again"));
+    content->Add(new wxvStaticLine(this), wxSizerFlags().Expand().Border(wxTOP | wxBOTTOM, FromDIP(k_GroupGap)));
+    m_dontAsk = new wxvCheckBox(this, wxID_ANY, _("Don't ask this again"));
     content->Add(m_dontAsk);
     Finish(content, _("Quit"), _("Cancel"));
 }
 
 wxCheckBox* ConfirmClose::NewChoice(wxSizer& column, wxString const& label, wxString const& note, char const* option) {
-    auto* box = new wxCheckBox(this, wxID_ANY, label);
+    auto* box = new wxvCheckBox(this, wxID_ANY, label);
     box->SetValue(OptionOf(option) == k_StartAndLeave);
     column.Add(box, wxSizerFlags().Border(wxTOP, FromDIP(k_LabelGap)));
-    wxWindow* const text = NewLabel(note);
-    text->SetForegroundColour(wxvGetColor(ColorName::TextGrey));
-    column.Add(text, wxSizerFlags().Border(wxLEFT, FromDIP(k_NoteIndent)));
+    column.Add(NewLabel(note, 1.0, ColorName::TextGrey), wxSizerFlags().Border(wxLEFT, FromDIP(k_NoteIndent)));
     return box;
 }
 

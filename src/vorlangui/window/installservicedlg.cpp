@@ -6,11 +6,10 @@
 #include <corekit/platform.h>
 #include <cstdlib>
 #include <wx/intl.h>
-#include <wx/radiobut.h>
 #include <wx/sizer.h>
-#include <wx/textctrl.h>
-#include <wx/wxvcolors.h>
+#include <wx/wxvradiobutton.h>
 #include <wx/wxvtext.h>
+#include <wx/wxvtextctrl.h>
 
 namespace vorlan {
 
@@ -37,8 +36,8 @@ InstallServiceDlg::InstallServiceDlg(wxWindow* parent, Service service)
                              _("Only an administrator of this machine can install it."));
     auto* row = new wxBoxSizer(wxHORIZONTAL);
     row->Add(NewLabel(_("Account:")), wxSizerFlags().Centre());
-    m_account = new wxTextCtrl(this, wxID_ANY, wxvText(Platform::GetCurrentUserName()), wxDefaultPosition,
-                               FromDIP(wxSize(k_AccountWidth, -1)));
+    m_account = new wxvTextCtrl(this, wxID_ANY, wxvText(Platform::GetCurrentUserName()));
+    m_account->SetMinSize(FromDIP(wxSize(k_AccountWidth, -1)));
     row->Add(m_account, wxSizerFlags(1).Centre().Border(wxLEFT, FromDIP(k_LabelGap)));
     auto* indented = new wxBoxSizer(wxVERTICAL);
     indented->Add(row, wxSizerFlags().Expand().Border(wxTOP, FromDIP(k_LabelGap)));
@@ -57,12 +56,9 @@ InstallServiceDlg::InstallServiceDlg(wxWindow* parent, Service service)
 }
 
 wxRadioButton* InstallServiceDlg::NewChoice(wxSizer& column, wxString const& label, wxString const& note) {
-    auto* choice =
-        new wxRadioButton(this, wxID_ANY, label, wxDefaultPosition, wxDefaultSize, m_forUser ? 0 : wxRB_GROUP);
+    auto* choice = new wxvRadioButton(this, wxID_ANY, label, m_forUser ? RadioPlace::Next : RadioPlace::First);
     column.Add(choice, wxSizerFlags().Border(wxTOP, FromDIP(k_LabelGap)));
-    wxWindow* const text = NewLabel(note);
-    text->SetForegroundColour(wxvGetColor(ColorName::TextGrey));
-    column.Add(text, wxSizerFlags().Border(wxLEFT, FromDIP(k_NoteIndent)));
+    column.Add(NewLabel(note, 1.0, ColorName::TextGrey), wxSizerFlags().Border(wxLEFT, FromDIP(k_NoteIndent)));
     return choice;
 }
 

@@ -16,10 +16,10 @@
 #include <wx/filename.h>
 #include <wx/intl.h>
 #include <wx/sizer.h>
-#include <wx/stattext.h>
 #include <wx/wxtextlinectrl.h>
 #include <wx/wxvbutton.h>
 #include <wx/wxvcolors.h>
+#include <wx/wxvstatictext.h>
 #include <wx/wxvtext.h>
 
 namespace vorlan {
@@ -100,8 +100,7 @@ void LogFrame::Build() {
     SetIcons(WindowIcons());
     SetBackgroundColour(wxvGetColor(ColorName::WindowBG));
     m_refresh = new wxvButton(this, wxID_REFRESH, _("Refresh"));
-    m_note = new wxStaticText(this, wxID_ANY, wxString());
-    m_note->SetForegroundColour(wxvGetColor(ColorName::TextGrey));
+    m_note = new wxvStaticText(this, wxString(), ColorName::TextGrey);
     m_text = new wxTextLineCtrl(this);
     m_text->SetType(wxTextLineCtrl::Type::Monospaced);
     m_text->SetFollowEnd(true);

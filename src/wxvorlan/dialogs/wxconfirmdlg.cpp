@@ -9,8 +9,7 @@
 wxConfirmDlg::wxConfirmDlg(wxWindow* parent, wxString const& text, corekit::String key, wxString const& title)
     : wxVorlanDlg(parent, title.empty() ? _("Please confirm") : title, corekit::String()), m_key(std::move(key)) {
     auto* content = new wxBoxSizer(wxVERTICAL);
-    wxWindow* const question = NewLabel(text.BeforeFirst('\n'), 1.15);
-    content->Add(question);
+    content->Add(NewLabel(text.BeforeFirst('\n'), 1.15));
     wxString const rest = text.AfterFirst('\n');
     if (!rest.empty())
         content->Add(NewLabel(rest), wxSizerFlags().Border(wxTOP, FromDIP(k_LabelGap)));

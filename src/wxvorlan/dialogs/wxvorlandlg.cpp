@@ -86,8 +86,8 @@ void wxVorlanDlg::Finish(wxSizer* content, wxString const& accept, wxString cons
     accepting->SetFocus();
 }
 
-wxWindow* wxVorlanDlg::NewLabel(wxString const& text, double scale) {
-    auto* label = new wxvStaticText(this, text);
+wxvStaticText* wxVorlanDlg::NewLabel(wxString const& text, double scale, ColorName color) {
+    auto* label = new wxvStaticText(this, text, color);
     if (scale != 1.0)
         label->SetFont(label->GetFont().Scaled(static_cast<float>(scale)));
     return label;
