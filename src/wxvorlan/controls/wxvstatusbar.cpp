@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <wx/control.h>
 #include <wx/dcbuffer.h>
 #include <wx/wxvcolors.h>
@@ -46,8 +47,10 @@ void wxvStatusBar::OnPaint(wxPaintEvent&) {
             int const inset = FromDIP(k_DividerInset);
             dc.DrawRectangle(place.x, inset, 1, size.y - 2 * inset + 1);
         }
-        // The next field begins with a distance of its own.
-        wxString const fitting = wxControl::Ellipsize(text, dc, wxELLIPSIZE_END, place.width - padding);
-        dc.DrawText(fitting, place.x + padding, (size.y - textHeight) / 2 + 1);
+        // A text that would just not fit comes nearer to its edge first. The next field
+        // begins with a distance of its own.
+        int const indent = std::clamp(place.width - dc.GetTextExtent(text).x, padding / 2, padding);
+        wxString const fitting = wxControl::Ellipsize(text, dc, wxELLIPSIZE_END, place.width - indent);
+        dc.DrawText(fitting, place.x + indent, (size.y - textHeight) / 2 + 1);
     }
 }
