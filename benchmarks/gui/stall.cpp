@@ -172,7 +172,8 @@ private:
         loop.Run();
         double const seconds = MsBetween(start, Clock::now()) / 1000;
         double const rate = static_cast<double>(storm.Done()) / seconds;
-        std::fprintf(stderr, "stall: %.0f changes a second\n", rate);
+        std::fprintf(stderr, "stall: %.0f changes a second; in a usual second the longest gap is %.0f ms\n", rate,
+                     Median(probe.Gaps()));
         if (rate < k_RateKept * k_ChangesPerSecond)
             m_benchmark.Fail("The Jobs did not change as often as they should have.");
         for (double const gap : probe.Gaps())
