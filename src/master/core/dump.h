@@ -13,7 +13,7 @@ namespace farm {
 ///
 /// Made by the Core, shared by those who write it. Constant; any thread. Jobs, units and
 /// Engines are held by the pointers that the farm has itself, which point to what never
-/// changes: one with 100,000 Jobs is taken in some ten milliseconds, whatever their
+/// changes: one with 100,000 Jobs is taken in some 20 milliseconds, whatever their
 /// values, and costs no memory for them.
 class StateSnapshot {
 public:
