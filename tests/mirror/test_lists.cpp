@@ -353,6 +353,30 @@ TEST_F(ListsTest, EngineStatusTexts) {
     }
 }
 
+TEST_F(ListsTest, ARestrictionShowsWhileItApplies) {
+    // 2026-11-21 is a Saturday, 2026-11-22 a Sunday.
+    Time const saturdayNoon = Time::FromUnixMs(1'795'262'400'000);
+    Engine engine(UID::FromName("engine"));
+    engine.SetOnline(true);
+    engine.SetEnabled(true);
+    engine.Restrict(true);
+    engine.RestrictCores(2);
+    engine.RestrictDays(0b1000000);
+    engine.RestrictTimes(Time(9 * 3'600'000), Time(18 * 3'600'000));
+    EXPECT_EQ(EngineStatusTextOf(engine, 0, saturdayNoon), "Restricted to 2");
+    EXPECT_EQ(EngineStatusTextOf(engine, 1, saturdayNoon), "Restricted to 2: 1 Worker");
+    EXPECT_EQ(EngineStatusTextOf(engine, 0, saturdayNoon + Time::Hours(6)), "Enabled") << "its end is outside";
+    EXPECT_EQ(EngineStatusTextOf(engine, 2, saturdayNoon + Time::Days(1)), "2 Workers");
+    EXPECT_EQ(EngineStatusTextOf(engine, -2, saturdayNoon), "Disabled: 2 Workers");
+}
+
+TEST_F(ListsTest, FailureTexts) {
+    EXPECT_EQ(EngineFailuresText(0, 0, 0), "0 Failures");
+    EXPECT_EQ(EngineFailuresText(1, 1, 1), "1 Failure (1 Job 1 Product)");
+    EXPECT_EQ(EngineFailuresText(1, 2, 3), "3 Failures (2 Jobs 1 Product)");
+    EXPECT_EQ(EngineFailuresText(2, 1, 2), "2 Failures (1 Job 2 Products)");
+}
+
 TEST_F(ListsTest, RestrictionTexts) {
     EngineInfo info;
     EXPECT_EQ(info.Restrictions(), "");

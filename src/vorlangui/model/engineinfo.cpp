@@ -26,27 +26,32 @@ int EngineInfo::Status() const {
 }
 
 String EngineInfo::StatusString() const {
-    int const workers = Status();
-    bool const restricted = IsRestricted(Time::CurrentTime());
-    if (workers > 0) {
-        String const prefix = restricted ? SFormat("Restricted to %u: ", RestrictedCores()) : String();
-        return prefix + SFormat("%d Worker%s", workers, Plural(static_cast<size_t>(workers)));
+    ReadingScope const scope(*this);
+    return EngineStatusTextOf(*this, Status(), Time::CurrentTime());
+}
+
+String EngineStatusTextOf(Engine const& engine, int status, Time now) {
+    bool const restricted = engine.IsRestricted(now);
+    if (status > 0) {
+        String const prefix = restricted ? SFormat("Restricted to %u: ", engine.RestrictedCores()) : String();
+        return prefix + SFormat("%d Worker%s", status, Plural(static_cast<size_t>(status)));
     }
-    if (workers < 0)
-        return SFormat("Disabled: %d Worker%s", -workers, Plural(static_cast<size_t>(-workers)));
-    if (Engine::Status() == -1)
+    if (status < 0)
+        return SFormat("Disabled: %d Worker%s", -status, Plural(static_cast<size_t>(-status)));
+    if (engine.Status() == -1)
         return "Asleep";
-    if (!Online())
+    if (!engine.Online())
         return "Offline";
-    if (!Enabled())
+    if (!engine.Enabled())
         return "Disabled";
     if (!restricted)
         return "Enabled";
-    unsigned const cores = RestrictedCores();
+    unsigned const cores = engine.RestrictedCores();
     return cores == 0 ? String("Restricted") : SFormat("Restricted to %u", cores);
 }
 
 String EngineInfo::Restrictions() const {
+    ReadingScope const scope(*this);
     if (!Restricted())
         return String();
     unsigned const cores = RestrictedCores();
@@ -66,6 +71,10 @@ String EngineInfo::DisplayFailures() const {
     size_t jobs = 0;
     size_t failures = 0;
     Failures::EngineFailureCounts(id, products, jobs, failures);
+    return EngineFailuresText(products, jobs, failures);
+}
+
+String EngineFailuresText(size_t products, size_t jobs, size_t failures) {
     String text = SFormat("%d Failure%s", static_cast<int>(failures), Plural(failures));
     if (failures != 0)
         text += SFormat(" (%d Job%s %d Product%s)", static_cast<int>(jobs), Plural(jobs), static_cast<int>(products),

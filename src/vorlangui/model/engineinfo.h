@@ -29,4 +29,9 @@ public:
     String DisplayFailures() const;
 };
 
+// The texts by themselves. `status` is as of EngineInfo::Status; `now` decides whether a
+// restriction applies.
+String EngineStatusTextOf(Engine const& engine, int status, Time now);
+String EngineFailuresText(size_t products, size_t jobs, size_t failures);
+
 } // namespace vorlan
