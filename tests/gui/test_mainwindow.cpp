@@ -130,6 +130,33 @@ TEST_F(MainWindowTest, RestrictionsChangeTheMenusAtOnce) {
     EXPECT_EQ(Window().ShownView(), MainWindow::k_ViewEngineMode);
 }
 
+TEST_F(MainWindowTest, TheViewMenuNamesTabsAndOpenWindows) {
+    StartConnected();
+    wxMenuBar& bar = *Window().GetMenuBar();
+    EXPECT_TRUE(bar.IsChecked(14000));
+    Command(14099, true); // the last one at most
+    EXPECT_TRUE(PumpUntil([&] { return bar.IsChecked(14001); }));
+    EXPECT_FALSE(bar.IsChecked(14000));
+    EXPECT_EQ(Options().GetValue("Window", "View", 0), 1);
+
+    wxMenu& view = *bar.GetMenu(static_cast<size_t>(bar.FindMenu("View")));
+    auto const windows = [&] {
+        wxMenuEvent open(wxEVT_MENU_OPEN, 0, &view);
+        Window().GetEventHandler()->ProcessEvent(open);
+        wxMenuEvent close(wxEVT_MENU_CLOSE, 0, &view);
+        Window().GetEventHandler()->ProcessEvent(close);
+        return view.FindItem(14115)->GetSubMenu()->GetMenuItemCount();
+    };
+    EXPECT_EQ(windows(), 0u);
+    EXPECT_FALSE(view.IsEnabled(14115));
+    wxCommandEvent report(wxEVT_MENU, MainWindow::k_IdShowReport);
+    report.SetString("Dispatch Report|a line|and another");
+    Window().GetEventHandler()->ProcessEvent(report);
+    ASSERT_EQ(windows(), 1u);
+    EXPECT_EQ(view.FindItem(14115)->GetSubMenu()->FindItemByPosition(0)->GetItemLabelText(), "Dispatch Report");
+    EXPECT_TRUE(view.IsEnabled(14115));
+}
+
 TEST_F(MainWindowTest, OthersHearOfIdleTime) {
     struct Listener : HasSlots<ThreadPolicy::SingleThreaded> {
         void OnIdle(wxIdleEvent&) { ++times; }

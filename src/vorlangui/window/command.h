@@ -70,4 +70,7 @@ void BuildSystemMenu(wxMenuBar& bar, MainWindow const& window, bool connected);
 void BuildViewMenu(wxMenuBar& bar, MainWindow const& window, bool connected);
 void BuildHelpMenu(wxMenuBar& bar, MainWindow const& window, bool connected);
 
+// If the menu is one with the submenu of open windows, fills that with those of now.
+void FillWindowsMenu(wxMenu& menu, MainWindow const& window);
+
 } // namespace vorlan

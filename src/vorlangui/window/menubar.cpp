@@ -128,6 +128,8 @@ void MainWindow::SetChecked(int id, bool checked) {
 void MainWindow::OnMenuOpen(wxMenuEvent& event) {
     event.Skip();
     m_openMenus.insert(event.GetMenu());
+    if (event.GetMenu())
+        FillWindowsMenu(*event.GetMenu(), *this);
 }
 
 void MainWindow::OnMenuClosed(wxMenuEvent& event) {

@@ -9,9 +9,12 @@
 #include <algorithm>
 #include <corekit/callentry.h>
 #include <vorlan/vorlanapp.h>
+#include <wx/control.h>
 #include <wx/intl.h>
 #include <wx/menu.h>
 #include <wx/statusbr.h>
+#include <wx/toplevel.h>
+#include <wx/weakref.h>
 #include <wx/wxvtext.h>
 
 namespace vorlan {
@@ -25,6 +28,7 @@ enum Id : int {
     k_IdInfoPaneTool = 14104,
     k_IdSelectPrev = 14105,
     k_IdSelectNext = 14106,
+    k_IdWindows = 14115,
 };
 
 bool IsShown(char const* option) { return VorlanApp::GetOptions().GetValue(k_WindowSection, option, true); }
@@ -71,9 +75,34 @@ void BuildViewMenu(wxMenuBar& bar, MainWindow const& window, bool connected) {
     menu->Check(k_IdToolbar, IsShown(k_OptionToolbar));
     wxStatusBar const* const statusBar = window.GetStatusBar();
     menu->Check(k_IdStatusBar, statusBar ? statusBar->IsShown() : IsShown(k_OptionStatusBar));
+    menu->AppendSeparator();
+    menu->Append(k_IdWindows, _("Windows"), new wxMenu, _("The open windows"));
+    menu->Enable(k_IdWindows, false);
     if (connected && window.Views())
         window.Views()->InsertMenuViews(*menu);
     bar.Append(menu, _("&View"));
+}
+
+void FillWindowsMenu(wxMenu& menu, MainWindow const& window) {
+    wxMenuItem* const item = menu.FindItem(k_IdWindows);
+    if (!item || !item->GetSubMenu())
+        return;
+    wxMenu& windows = *item->GetSubMenu();
+    while (windows.GetMenuItemCount() != 0)
+        windows.Destroy(windows.FindItemByPosition(0));
+    for (wxWindow* const open : wxTopLevelWindows) {
+        if (open == &window || !open->IsShown() || open->GetLabel().empty())
+            continue;
+        wxMenuItem const* const entry = windows.Append(wxID_ANY, wxControl::EscapeMnemonics(open->GetLabel()));
+        windows.Bind(
+            wxEVT_MENU,
+            [target = wxWeakRef<wxWindow>(open)](wxCommandEvent&) {
+                if (target)
+                    target->Raise();
+            },
+            entry->GetId());
+    }
+    item->Enable(windows.GetMenuItemCount() != 0);
 }
 
 void MainWindow::OnViewChange(wxCommandEvent& event) { m_views->ShowViewOf(event.GetId()); }
