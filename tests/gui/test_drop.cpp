@@ -1,5 +1,6 @@
 // Job files that are dropped on the window.
 #include "guitest.h"
+#include "modalanswers.h"
 
 #include "window/droptarget.h"
 
@@ -8,33 +9,9 @@
 #include <vorlan/jobfile.h>
 #include <vorlan/messages.h>
 #include <wx/arrstr.h>
-#include <wx/modalhook.h>
-#include <wx/msgdlg.h>
 #include <wx/wxvtext.h>
 
 namespace vorlan {
-
-namespace {
-
-// Answers all questions, and keeps what they said.
-class Answer : public wxModalDialogHook {
-public:
-    explicit Answer(int answer) : m_answer(answer) { Register(); }
-    ~Answer() override { Unregister(); }
-    std::vector<std::string> texts;
-
-protected:
-    int Enter(wxDialog* dialog) override {
-        auto const* const message = dynamic_cast<wxMessageDialogBase*>(dialog);
-        texts.emplace_back(message ? message->GetMessage().utf8_str() : dialog->GetTitle().utf8_str());
-        return m_answer;
-    }
-
-private:
-    int const m_answer;
-};
-
-} // namespace
 
 class DropTest : public GuiTest {
 protected:
@@ -91,27 +68,28 @@ TEST_F(DropTest, SendsEveryJobAtOnceAndIgnoresOtherFiles) {
 TEST_F(DropTest, AsksFirstWhereThatIsWanted) {
     Options().SetValue("Configuration", "DropImmediate", false);
     {
-        Answer no(wxID_CANCEL);
+        ModalAnswers no(wxID_CANCEL);
         Drop({Write("one.vj", {"a", "b"})});
-        ASSERT_TRUE(PumpUntil([&] { return no.texts.size() == 1; }));
-        EXPECT_EQ(no.texts[0], "Submit these Jobs?");
+        ASSERT_TRUE(PumpUntil([&] { return no.Any(); }));
+        EXPECT_EQ(no.Take(), std::vector<String>{"Submit: Submit these Jobs?"});
         Pump();
         EXPECT_TRUE(SentNames().empty());
     }
-    Answer yes(wxID_OK);
+    ModalAnswers yes(wxID_OK);
     Drop({Write("one.vj", {"a", "b"}), Write("two.vj", {"c"})});
     ASSERT_TRUE(PumpUntil([this] { return SentNames().size() == 3; }));
-    EXPECT_EQ(yes.texts, (std::vector<std::string>{"Submit these Jobs?", "Submit this Job?"}));
+    EXPECT_EQ(yes.Take(), (std::vector<String>{"Submit: Submit these Jobs?", "Submit: Submit this Job?"}));
 }
 
 TEST_F(DropTest, ABrokenFileIsToldOfAndStopsNothing) {
-    Answer answer(wxID_OK);
+    ModalAnswers answer(wxID_OK);
     Drop({WriteText("broken.vj", "{ \"Jobs\": ["), Write("gone.vj", {"x"}) + "x.vj", Write("good.vj", {"a"})});
     ASSERT_TRUE(PumpUntil([this] { return !SentNames().empty(); }));
     EXPECT_EQ(SentNames(), (std::vector<std::string>{"a"}));
-    ASSERT_EQ(answer.texts.size(), 2u);
-    EXPECT_NE(answer.texts[0], answer.texts[1]);
-    EXPECT_NE(answer.texts[0], "");
+    std::vector<String> const told = answer.Take();
+    ASSERT_EQ(told.size(), 2u);
+    EXPECT_TRUE(told[0].StartsWith("broken.vj: ")) << told[0];
+    EXPECT_TRUE(told[1].StartsWith("gone.vjx.vj: ")) << told[1];
     ASSERT_NE(MainWindow::Get(), nullptr);
 }
 

@@ -5,6 +5,7 @@
 #include "window/toolbar.h"
 #include "window/toolbarbutton.h"
 
+#include <corekit/file.h>
 #include <wx/menu.h>
 #include <wx/wxvcolors.h>
 
@@ -123,6 +124,34 @@ TEST_F(ToolbarTest, AFoldedGroupStaysFolded) {
     EXPECT_FALSE(Options().GetValue("Window", "ToolbarGroup-0", true));
     Window().BuildMenus(true);
     EXPECT_FALSE(Toolbar().Sections().front()->IsExpanded());
+}
+
+TEST_F(ToolbarTest, ANarrowWindowHasMoreRows) {
+    int const oneRow = Toolbar().GetSize().y;
+    for (int group = 0; group < 4; ++group) {
+        Toolbar().StartGroup();
+        for (int i = 0; i < 8; ++i)
+            Toolbar().AddButton(15000 + 10 * group + i, "Pause", "Pause", false);
+    }
+    Window().SetSize(700, 600);
+    ASSERT_TRUE(PumpUntil([&] { return Toolbar().GetSize().y > 1.9 * oneRow; }));
+    for (ButtonSection const* section : Toolbar().Sections())
+        EXPECT_LE(section->GetRect().GetRight(), Toolbar().GetClientSize().x);
+    Toolbar().Reset();
+    Window().BuildMenus(true);
+    EXPECT_TRUE(PumpUntil([&] { return Toolbar().GetSize().y == oneRow; }));
+}
+
+TEST(ToolbarPictures, EveryToolHasOne) {
+    for (auto const rows : {SystemCommands(), ViewCommands(), HelpCommands()}) {
+        for (CommandRow const& row : rows) {
+            for (char const* end : {".png", "@2x.png"}) {
+                if (row.tool.place != 0) {
+                    EXPECT_TRUE((corekit::File::s_AppDir / "icons" / (String(row.tool.icon) + end)).Exists()) << row.id;
+                }
+            }
+        }
+    }
 }
 
 TEST_F(ToolbarTest, PicturesFollowTheScheme) {
