@@ -43,6 +43,8 @@ void VorlanGui::Cleanup() {
         _StopComponent(component);
     ForgetMasterDefaultStartup();
     VorlanClientApp::Cleanup();
+    // What still runs there uses objects that end with the program.
+    ThreadPool::Shutdown();
 }
 
 bool VorlanGui::OnException(Exception* exception) {
