@@ -6,6 +6,8 @@
 #include "window/toolbar.h"
 #include "window/toolbarbutton.h"
 
+#include <corekit/platform.h>
+#include <vorlan/keys.h>
 #include <wx/menu.h>
 #include <wx/splitter.h>
 #include <wx/statusbr.h>
@@ -155,6 +157,25 @@ TEST_F(MainWindowTest, TheViewMenuNamesTabsAndOpenWindows) {
     ASSERT_EQ(windows(), 1u);
     EXPECT_EQ(view.FindItem(14115)->GetSubMenu()->FindItemByPosition(0)->GetItemLabelText(), "Dispatch Report");
     EXPECT_TRUE(view.IsEnabled(14115));
+}
+
+TEST_F(MainWindowTest, AnybodyCanAskWhatTheMasterWants) {
+    EXPECT_TRUE(IsRestricted("Change Job")) << "nobody may do anything without a window";
+    EXPECT_EQ(MainWindow::_GetUserName(), "");
+    EXPECT_EQ(MainWindow::_GetMasterOption(o_CreatorMode), "");
+    StartClient();
+    EXPECT_FALSE(IsRestricted("Change Job"));
+    struct Case {
+        char const* mode;
+        String name;
+    };
+    for (Case const& c :
+         {Case{"", corekit::Platform::GetCurrentUserName()}, Case{"1", Application::GetMachineName()},
+          Case{"2", corekit::Platform::GetUserAtMachine()}, Case{"x", corekit::Platform::GetCurrentUserName()}}) {
+        Window().Master().MergeOptions({{o_CreatorMode, c.mode}});
+        EXPECT_EQ(MainWindow::_GetUserName(), c.name) << c.mode;
+        EXPECT_EQ(MainWindow::_GetMasterOption("creatormode"), c.mode);
+    }
 }
 
 TEST_F(MainWindowTest, OthersHearOfIdleTime) {

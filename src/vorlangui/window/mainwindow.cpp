@@ -15,6 +15,7 @@
 
 #include <corekit/callentry.h>
 #include <corekit/log.h>
+#include <corekit/platform.h>
 #include <vorlan/keys.h>
 #include <vorlan/messages.h>
 #include <wx/intl.h>
@@ -179,6 +180,26 @@ void MainWindow::SetAdministrator(bool administrator) {
 void MainWindow::ShowConnection(String const& text) {
     if (GetStatusBar())
         SetStatusText(wxvText(text), k_FieldConnection);
+}
+
+String MainWindow::_GetMasterOption(String const& key) { return s_window ? s_window->m_master.Option(key) : String(); }
+
+String MainWindow::_GetUserName() {
+    if (!s_window)
+        return {};
+    switch (_GetMasterOption(o_CreatorMode).Int()) {
+    case 1:
+        return Application::GetMachineName();
+    case 2:
+        return Platform::GetUserAtMachine();
+    default:
+        return Platform::GetCurrentUserName();
+    }
+}
+
+bool IsRestricted(String const& action) {
+    MainWindow const* const window = MainWindow::Get();
+    return !window || window->IsRestricted(action);
 }
 
 void MainWindow::ForgetSelection() {

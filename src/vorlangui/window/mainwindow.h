@@ -86,6 +86,11 @@ public:
     void ClearLastSelection(int list);
 
     MasterSettings& Master() { return m_master; }
+    // A Distribution option; empty without a window.
+    static String _GetMasterOption(String const& key);
+    // Whose the new Jobs of this client are, as the Master wants it: the machine, the
+    // user at the machine, or the user. Empty without a window.
+    static String _GetUserName();
     // This user may not do that.
     bool IsRestricted(String const& action) const { return !m_administrator && m_master.Restricts(action); }
     bool IsAdministrator() const { return m_administrator; }
@@ -184,5 +189,8 @@ private:
     SelectHistory m_history;
     int m_lastList = 0; // with the selection; 0: none yet
 };
+
+// This user may not do that; nobody may without a window.
+bool IsRestricted(String const& action);
 
 } // namespace vorlan
