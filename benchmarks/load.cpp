@@ -4,9 +4,9 @@
 
 #include "bench.h"
 #include "farmprocess.h"
+#include "farmstore.h"
 #include "samplejob.h"
 
-#include "master/store/sqlstore.h"
 #include "vorlangui/mirror/mirror.h"
 #include "vorlangui/model/joblist.h"
 
@@ -24,29 +24,6 @@ constexpr int k_MasterMs = 120'000;
 constexpr int k_LoadMs = 120'000;
 /// The period of the windows' tick: who waits longer has missed one.
 constexpr double k_FreezeMs = 250;
-
-/// Writes the Jobs as a Master keeps them, before it runs.
-void FillStore(std::vector<boost::shared_ptr<Job>> const& jobs) {
-    constexpr size_t k_Batch = 1000;
-    Path const folder = Components::Folder("VorlanMaster");
-    corekit::File::MakeFolder(folder);
-    String report;
-    auto const store = farm::OpenSqliteStore(folder / Path("farm.db"), report);
-    std::vector<farm::Record> records;
-    uint64_t number = 0;
-    for (auto const& job : jobs) {
-        farm::Record record;
-        record.kind = farm::RecordKind::Job;
-        record.number = record.job = ++number;
-        record.id = String(reinterpret_cast<char const*>(job->id.Bytes()), UID::k_Size);
-        record.body = EncodeJob(*job);
-        records.push_back(std::move(record));
-        if (records.size() == k_Batch || number == jobs.size()) {
-            store->Commit(records);
-            records.clear();
-        }
-    }
-}
 
 std::vector<String> BodiesOf(std::vector<boost::shared_ptr<Job>> const& jobs) {
     std::vector<String> bodies;
