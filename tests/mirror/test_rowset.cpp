@@ -3,8 +3,10 @@
 #include "mirrortest.h"
 #include "rows/rowkinds.h"
 
+#include <atomic>
 #include <corekit/sformat.h>
 #include <random>
+#include <thread>
 #include <vorlan/failures.h>
 #include <vorlan/keys.h>
 
@@ -384,6 +386,25 @@ TEST_F(RowSetTest, AFilterIsAskedAboutEveryRowUnlessItLooksAtTheRowAlone) {
     JobList::Get().UpdateJob(m_jobs[3], p_Note, "changed");
     Rebuild(rows, request);
     EXPECT_EQ(asked, 1u);
+}
+
+// As on the pool, while the message thread goes on.
+TEST_F(RowSetTest, RowsAreMadeWhileJobsChange) {
+    JobRowSet rows;
+    JobRowSet::Request request;
+    request.order = {{JobColumns::Priority, true, {}}, {JobColumns::Name, true, {}}};
+    std::atomic<bool> isOver{false};
+    std::thread changes([&] {
+        for (int i = 0; i < 1500; ++i)
+            ChangeSomething();
+        isOver = true;
+    });
+    while (!isOver) {
+        Rebuild(rows, request);
+        request.reuse = Reuse::Unchanged;
+    }
+    changes.join();
+    EXPECT_EQ(Difference(Rebuild(rows, request), ByTheRules(request.order)), String());
 }
 
 TEST_F(RowSetTest, AJobRemovedMeanwhileStillSorts) {
