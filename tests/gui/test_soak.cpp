@@ -108,10 +108,8 @@ protected:
             list->GetParent()->GetSizer()->Add(list, wxSizerFlags(1).Expand());
         m_frame->Show();
         m_frame->Layout();
-        wxTimed::StartTicks();
     }
     ~SoakTest() override {
-        wxTimed::StopTicks();
         delete m_frame;
         JobList::Get().Clear();
         Pump();

@@ -146,7 +146,7 @@ TEST_F(StartupTest, ADisconnectLeavesNothingOfAMaster) {
     GuiTester::Connected(Gui());
     JobList::Get().InsertJob(boost::make_shared<Job>(UID(true)));
     EngineList::Get().InsertEngine(Engine(UID(true)));
-    ASSERT_TRUE(PumpUntil([&] { return StatusField(0).Contains("1 Jobs"); }));
+    ASSERT_TRUE(PumpUntil([&] { return StatusField(0).Contains("1 Jobs"); })) << StatusField(0);
     EXPECT_EQ(StatusField(0), "1 Engines (0 Available, 0 Active)   |   1 Jobs (0 Active, 0 Finished)   |   0 Work");
     outside.TakeSteps();
     GuiTester::Disconnected(Gui());
