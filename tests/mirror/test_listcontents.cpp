@@ -51,6 +51,22 @@ TEST(ListContents, RowsAndIdsFindEachOther) {
     EXPECT_EQ(other[Numbered(7)], ListContents::k_NoRow);
 }
 
+TEST(ListContents, WhatHasNoRowIsTakenOutOfASet) {
+    ListContents contents;
+    for (unsigned number = 100; number > 0; --number)
+        contents.Insert(Numbered(2 * number));
+    // Few of them, which are looked up, and many, which are walked along.
+    for (unsigned const last : {4u, 60u, 300u}) {
+        corekit::set<UID> ids;
+        for (unsigned number = 0; number <= last; ++number)
+            ids.insert(Numbered(number));
+        contents.Retain(ids);
+        EXPECT_EQ(ids.size(), std::min(last, 200u) / 2);
+        for (UID const& id : ids)
+            EXPECT_NE(contents[id], ListContents::k_NoRow);
+    }
+}
+
 TEST(StableSort, KeepsTheOrderOfEqualElements) {
     std::mt19937 random(20261121);
     for (size_t const size : {0, 1, 2, 31, 32, 33, 64, 65, 1000}) {

@@ -41,11 +41,8 @@ ListCtrlBase::ListCtrlBase(wxWindow* parent, int id, String section, long style,
 ListCtrlBase::~ListCtrlBase() { DisconnectAll(); }
 
 corekit::set<UID> ListCtrlBase::GetSelectedIDs() const {
-    corekit::set<UID> ids;
-    for (UID const& id : m_selection) {
-        if (m_contents[id] != ListContents::k_NoRow)
-            ids.insert(ids.end(), id);
-    }
+    corekit::set<UID> ids = m_selection;
+    m_contents.Retain(ids);
     return ids;
 }
 
@@ -131,12 +128,12 @@ void ListCtrlBase::DoUpdate(Cause) {
     CALL_ENTRY();
     m_isStale = false;
     Freeze();
-    Place const place = TakePlace();
+    Place place = TakePlace();
     Clear();
     DoRefill();
     Insert(0, m_contents.size(), false);
     DoSort();
-    RestorePlace(place);
+    RestorePlace(std::move(place));
     Thaw();
 }
 
@@ -144,20 +141,23 @@ void ListCtrlBase::Replace(ListContents contents) {
     CALL_ENTRY();
     m_isStale = false;
     Freeze();
-    Place const place = TakePlace();
+    Place place = TakePlace();
     Clear();
     m_contents.swap(contents);
     Insert(0, m_contents.size(), false);
-    RestorePlace(place);
+    RestorePlace(std::move(place));
     Thaw();
 }
 
+// The selection is taken away, not copied: it may be all of 100,000 rows.
 auto ListCtrlBase::TakePlace() -> Place {
-    return {GetScrollPos(wxVERTICAL), GetSelectedIDs(), GetRowID(GetLastSelect())};
+    Place place{GetScrollPos(wxVERTICAL), std::exchange(m_selection, {}), GetRowID(GetLastSelect())};
+    m_contents.Retain(place.selection);
+    return place;
 }
 
-void ListCtrlBase::RestorePlace(Place const& place) {
-    m_selection = place.selection;
+void ListCtrlBase::RestorePlace(Place place) {
+    m_selection = std::move(place.selection);
     SetLastSelect(GetRowOf(place.anchor));
     if (m_contents.empty())
         SetEmptyText(EmptyText());

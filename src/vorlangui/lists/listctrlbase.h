@@ -105,7 +105,7 @@ private:
     void OnItemDeselect(wxListEvent& event);
     void OnDoubleClick(wxListEvent& event);
     Place TakePlace();
-    void RestorePlace(Place const& place);
+    void RestorePlace(Place place);
     SortBy SortByColumn(int column) const;
     void AddSavedColumn(String const& record);
     void FitColumns();

@@ -28,6 +28,22 @@ unsigned ListContents::operator[](UID const& id) const {
     return index_from_iterator(find_iterator(id));
 }
 
+void ListContents::Retain(corekit::set<UID>& ids) const {
+    // A search for each costs more than a walk along all when there are so many.
+    constexpr size_t k_ManyPart = 16;
+    Settle();
+    if (ids.size() < m_rows.size() / k_ManyPart) {
+        std::erase_if(ids, [this](UID const& id) { return find_iterator(id) == m_rowsByID.end(); });
+        return;
+    }
+    auto at = m_rowsByID.begin();
+    std::erase_if(ids, [&](UID const& id) {
+        while (at != m_rowsByID.end() && m_rows[*at] < id)
+            ++at;
+        return at == m_rowsByID.end() || m_rows[*at] != id;
+    });
+}
+
 void ListContents::Insert(UID const& id) { m_rows.push_back(id); }
 
 void ListContents::swap(ListContents& other) noexcept {

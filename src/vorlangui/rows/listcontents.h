@@ -2,6 +2,7 @@
 
 #include "stablesort.h"
 
+#include <corekit/containers.h>
 #include <corekit/uid.h>
 #include <cstdint>
 #include <limits>
@@ -29,6 +30,9 @@ public:
     UID operator[](size_t index) const;
     // k_NoRow when it is absent. One ordered search.
     unsigned operator[](UID const& id) const;
+
+    // Takes out those that have no row. Many are done in one walk.
+    void Retain(corekit::set<UID>& ids) const;
 
     // Behind the last row. An id that is there already stays where it is.
     void Insert(UID const& id);
