@@ -72,9 +72,12 @@ protected:
             SFormat("%dx%d+%d+%d", place.width * scale, place.height * scale, place.x * scale, place.y * scale),
             "+repage",
             "-strip",
+            "+dither",
+            "-colors",
+            "255",
             "-define",
             "png:compression-level=9",
-            file};
+            "PNG8:" + file};
         String error;
         std::unique_ptr<Process> const process = Process::Start("import", options, &error);
         ASSERT_NE(process, nullptr) << error;
@@ -98,7 +101,10 @@ TEST_F(Screenshots, SmallAndCrowded) {
     CrowdDemoFarm(300);
     Window().SetAdministrator(true);
     SelectJob("SC010_hero_beauty_v042");
-    Take("crowded");
+    for (int scheme = 0; scheme < k_BuiltInSchemes; ++scheme) {
+        wxvSetColorScheme(scheme);
+        Take(String("crowded-") + k_SchemeNames[scheme]);
+    }
 }
 
 TEST_F(Screenshots, Nothing) {
