@@ -41,6 +41,22 @@ inline size_t CountLines(corekit::LogLines& log, char const* part) {
         std::count_if(lines.begin(), lines.end(), [part](String const& line) { return line.Contains(part); }));
 }
 
+// A control without rows.
+struct View : ListView {
+    void OnListCleared() override { ++cleared; }
+    bool HasSelection() const override { return selected; }
+    int cleared = 0;
+    bool selected = false;
+};
+
+// A display that counts its updates; Base is a watcher.
+template <class Base>
+struct Counting : Base {
+    using Base::Base;
+    void Update() override { ++updates; }
+    int updates = 0;
+};
+
 // The mirror of a program in its first start: no options, empty lists.
 class MirrorTest : public ::testing::Test {
 protected:
@@ -92,6 +108,17 @@ protected:
         message->work = unit;
         message->status = status;
         FinishedWorkMsg::s_Signal.Emit(message);
+    }
+    static void Element(String const& unit, UID const& job, int status = Started, Time time = Time(1'000'000),
+                        String const& subRange = "7") {
+        auto message = WorkHistoryElementMsg::New();
+        message->element.status = status;
+        message->element.time = time;
+        message->element.subRange = subRange;
+        message->element.work = UID::FromName(unit.c_str());
+        message->element.job = job;
+        message->element.engine = UID::FromName("engine");
+        WorkHistoryElementMsg::s_Signal.Emit(message);
     }
 
     FakeOutside outside;

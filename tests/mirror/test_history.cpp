@@ -16,16 +16,6 @@ using corekit::LogLines;
 
 class HistoryTest : public MirrorTest {
 protected:
-    static void Element(char const* work, UID const& job, int status = Started) {
-        auto message = WorkHistoryElementMsg::New();
-        message->element.status = status;
-        message->element.time = Time(1'000'000);
-        message->element.subRange = "7";
-        message->element.work = UID::FromName(work);
-        message->element.job = job;
-        message->element.engine = UID::FromName("engine");
-        WorkHistoryElementMsg::s_Signal.Emit(message);
-    }
     static boost::shared_ptr<JobInfo> AddJob(char const* name, int status = Queued) {
         JobList::Get().InsertJob(NewJob(name, status));
         return Jobs::FindJobInfo(UID::FromName(name));

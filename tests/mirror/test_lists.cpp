@@ -18,20 +18,6 @@ using corekit::LogLines;
 
 namespace {
 
-struct View : ListView {
-    void OnListCleared() override { ++cleared; }
-    bool HasSelection() const override { return selected; }
-    int cleared = 0;
-    bool selected = false;
-};
-
-struct CountingJobWatcher : JobWatcher {
-    using JobWatcher::JobWatcher;
-    ~CountingJobWatcher() override { SetJobA(nullptr); }
-    void Update() override { ++updates; }
-    int updates = 0;
-};
-
 // What the events of Jobs say.
 struct Events : HasSlots<> {
     Events() {
@@ -125,7 +111,7 @@ TEST_F(ListsTest, AValueThatOvertakesItsJobIsAskedForEachTime) {
     EXPECT_EQ(outside.Sent().size(), 2u);
 }
 
-TEST_F(ListsTest, JobStatusTexts) {
+TEST_F(ListsTest, JobTexts) {
     struct Case {
         int status;
         int units;
@@ -157,9 +143,7 @@ TEST_F(ListsTest, JobStatusTexts) {
     EXPECT_EQ(empty.StatusClass(), 0);
     EXPECT_EQ(empty.Summary(), "");
     EXPECT_EQ(empty.Pool(), "");
-}
 
-TEST_F(ListsTest, WaitForTexts) {
     auto const job = NewJob("job");
     EXPECT_EQ(JobInfo(job).WaitForString(), "Waiting for 0 jobs");
     job->SetParameter(p_WaitForJobID, UID::FromName("one").ToString());
@@ -258,13 +242,8 @@ TEST_F(ListsTest, TimeRunsFromTheStartElseFromTheMaking) {
     Assign(unit, engine);
     auto const info = WorkList::Get().FindWork(unit->id);
     EXPECT_EQ(info->Elapsed(Time(1'060'000)), Time(60'000));
-    auto message = WorkHistoryElementMsg::New();
-    message->element.status = Started;
-    message->element.time = Time(1'050'000);
-    message->element.work = unit->id;
-    message->element.job = job->id;
-    message->element.engine = engine;
-    WorkHistoryElementMsg::s_Signal.Emit(message);
+    Element("unit", job->id, Assigned, Time(1'040'000));
+    Element("unit", job->id, Started, Time(1'050'000));
     EXPECT_EQ(info->Elapsed(Time(1'060'000)), Time(10'000));
     EXPECT_EQ(WorkInfo().Elapsed(Time(5)), Time());
 }
@@ -274,16 +253,8 @@ TEST_F(ListsTest, AHistoryIsAskedForOnce) {
     JobList::Get().InsertJob(job);
     auto const info = Jobs::FindJobInfo(job->id);
     // Units that this client has never heard of.
-    for (int i = 0; i < 3; ++i) {
-        auto message = WorkHistoryElementMsg::New();
-        message->element.status = Started;
-        message->element.time = Time(1000 + i);
-        message->element.subRange = String::From(i + 1);
-        message->element.work = UID::FromName("run" + std::to_string(i));
-        message->element.job = job->id;
-        message->element.engine = UID::FromName("engine");
-        WorkHistoryElementMsg::s_Signal.Emit(message);
-    }
+    for (char const* frame : {"1", "2", "3"})
+        Element(frame, job->id, Started, Time(1000), frame);
     ASSERT_EQ(outside.Steps(), std::vector<String>{"send GetJobInfoMsg"});
     auto const request = boost::dynamic_pointer_cast<GetJobInfoMsg>(outside.Sent().front());
     EXPECT_TRUE(request->wantHistory && !request->wantJob);
@@ -296,15 +267,11 @@ TEST_F(ListsTest, AHistoryIsAskedForOnce) {
     EXPECT_EQ(outside.Sent().size(), 1u);
     info->UnlockHistory();
     EXPECT_FALSE(info->IsHistoryHeld());
-    EXPECT_FALSE(info->CheckHistory(Time::CurrentTime())) << "its time is not over";
-    EXPECT_GT(info->HistoryExpires(), Time::CurrentTime() + Time(JobInfo::k_HistoryMs - 5'000));
 
     LogLines log(LogLevel::Warning);
     JobInfo().RequestHistory(false);
     EXPECT_EQ(CountLines(log, "Unable to request history for an empty job"), 1u);
-    auto unknown = WorkHistoryElementMsg::New();
-    unknown->element.job = UID::FromName("nothing");
-    WorkHistoryElementMsg::s_Signal.Emit(unknown);
+    Element("unit", UID::FromName("nothing"));
     EXPECT_EQ(CountLines(log, "Received history element for unknown Job!"), 1u);
 }
 
@@ -364,10 +331,8 @@ TEST_F(ListsTest, ARestrictionShowsWhileItApplies) {
     engine.RestrictDays(0b1000000);
     engine.RestrictTimes(Time(9 * 3'600'000), Time(18 * 3'600'000));
     EXPECT_EQ(EngineStatusTextOf(engine, 0, saturdayNoon), "Restricted to 2");
-    EXPECT_EQ(EngineStatusTextOf(engine, 1, saturdayNoon), "Restricted to 2: 1 Worker");
     EXPECT_EQ(EngineStatusTextOf(engine, 0, saturdayNoon + Time::Hours(6)), "Enabled") << "its end is outside";
     EXPECT_EQ(EngineStatusTextOf(engine, 2, saturdayNoon + Time::Days(1)), "2 Workers");
-    EXPECT_EQ(EngineStatusTextOf(engine, -2, saturdayNoon), "Disabled: 2 Workers");
 }
 
 TEST_F(ListsTest, FailureTexts) {
@@ -424,13 +389,14 @@ TEST_F(ListsTest, ControlsHearOfEachChangeOnce) {
     second.selected = true;
     EXPECT_TRUE(JobList::Get().AnyJobSelected());
 
-    // A control may go while the others are served.
-    int served = 0;
+    // A control may go while the others are served, by its own hand or another's.
+    std::vector<ListView*> served;
     lists.Operate([&](ListView& view) {
-        ++served;
-        lists.Remove(&view);
+        served.push_back(&view);
+        lists.Remove(&first);
+        lists.Remove(&second);
     });
-    EXPECT_EQ(served, 2);
+    EXPECT_EQ(served, std::vector<ListView*>{&first});
     lists.Add(&second);
     JobList::Get().Clear();
     EXPECT_EQ(first.cleared, 0);
@@ -441,7 +407,7 @@ TEST_F(ListsTest, ControlsHearOfEachChangeOnce) {
 TEST_F(ListsTest, AWatcherHearsOfItsJobAlone) {
     for (char const* name : {"a", "b"})
         JobList::Get().InsertJob(NewJob(name));
-    CountingJobWatcher watcher(Jobs::FindJobInfo(UID::FromName("a")));
+    Counting<JobWatcher> watcher(Jobs::FindJobInfo(UID::FromName("a")));
     JobList::Get().RefreshJob(UID::FromName("b"));
     watcher.TriggerUpdate();
     EXPECT_EQ(watcher.updates, 0);

@@ -89,10 +89,6 @@ void Hear(unsigned round) {
     }
 }
 
-struct View : ListView {
-    void OnListCleared() override {}
-};
-
 struct JobDisplay : JobWatcher {
     using JobWatcher::JobWatcher;
     void Update() override { seen += Watched()->history.size() + Watched()->job->Name().size(); }

@@ -56,6 +56,8 @@ EngineList& EngineList::Get() {
 
 EngineList::EngineList() : m_logHandler(std::make_unique<_LogMessageHandler>(*this)) {
     VorlanClientAppCleanupEvt::Signal().Connect(this, &EngineList::OnCleanup);
+    // What the Engines follow of the default settings shows in their rows.
+    EngineDefaultChangedEvt::Signal().Connect(this, [this](EngineDefaultChangedEvt&) { m_lists.SetAllDirty(); });
 }
 
 EngineList::~EngineList() { DisconnectAll(); }
