@@ -7,6 +7,7 @@
 #include <memory>
 #include <vorlan/vorlanapp.h>
 #include <wx/app.h>
+#include <wx/wxvopenmodals.h>
 
 // The Messenger has a Master, or has none any more. Sent to the application object on
 // the GUI thread, in the order in which it happened.
@@ -70,6 +71,7 @@ private:
 
     std::unique_ptr<corekit::CommandLine> m_commandLine;
     std::unique_ptr<Bridge> m_bridge;
+    wxvOpenModals m_modals;
     std::unique_ptr<EndTimer> m_endTimer; // while dialogs are ending
     bool m_startupBegun = false;
 };

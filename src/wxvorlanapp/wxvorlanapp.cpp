@@ -9,7 +9,6 @@
 #include <wx/wxtimed.h>
 #include <wx/wxvcolors.h>
 #include <wx/wxvorlanapp.h>
-#include <wx/wxvorlandlg.h>
 #include <wx/wxvorlanframe.h>
 #include <wx/wxvtext.h>
 
@@ -73,8 +72,8 @@ void wxVorlanApp::RequestEnd() {
 
 void wxVorlanApp::End() {
     wxEventLoopBase const* const loop = wxEventLoopBase::GetActive();
-    if (loop && loop != GetMainLoop()) {
-        wxVorlanDlg::CloseAll();
+    if (m_modals.Any() || (loop && loop != GetMainLoop())) {
+        m_modals.EndLast();
         if (!m_endTimer)
             m_endTimer = std::make_unique<EndTimer>(*this);
         m_endTimer->StartOnce(k_EndRetryMs);

@@ -6,6 +6,8 @@
 #include <vorlan/messages.h>
 #include <wx/checkbox.h>
 #include <wx/modalhook.h>
+#include <wx/msgdlg.h>
+#include <wx/textdlg.h>
 #include <wx/wxconfirmdlg.h>
 
 namespace vorlan {
@@ -104,25 +106,33 @@ TEST_F(CloseTest, NobodyIsAskedOnAShutdown) {
     EXPECT_EQ(answer.dialogs, 0);
 }
 
-TEST_F(CloseTest, AShutdownEndsAnOpenQuestion) {
-    StartClient();
+TEST_F(CloseTest, AShutdownEndsTheDialogThatIsOpen) {
     // The dialog is truly open when the message comes.
-    bool told = false;
     struct OnOpen : wxModalDialogHook {
-        explicit OnOpen(bool& flag) : m_told(flag) { Register(); }
+        OnOpen() { Register(); }
         ~OnOpen() override { Unregister(); }
         int Enter(wxDialog* dialog) override {
             dialog->CallAfter([this] {
-                m_told = true;
+                told = true;
                 ShutdownMsg::s_Signal.Emit(ShutdownMsg::New());
             });
             return wxID_NONE;
         }
-        bool& m_told;
-    } const hook(told);
-    Window().Close();
-    EXPECT_TRUE(told);
-    EXPECT_TRUE(PumpUntil([] { return MainWindow::Get() == nullptr; }));
+        bool told = false;
+    };
+    std::function<void(MainWindow&)> const questions[] = {
+        [](MainWindow& window) { window.Close(); },
+        [](MainWindow& window) { EXPECT_EQ(wxMessageBox("Of the desktop", "Box", wxOK, &window), wxCANCEL); },
+        [](MainWindow& window) { wxGetPasswordFromUser("Of the toolkit", "Box", wxString(), &window); },
+    };
+    for (auto const& ask : questions) {
+        GuiTester::GoOn();
+        StartClient();
+        OnOpen const hook;
+        ask(Window());
+        EXPECT_TRUE(hook.told);
+        EXPECT_TRUE(PumpUntil([] { return MainWindow::Get() == nullptr; }));
+    }
 }
 
 TEST_F(CloseTest, TheWindowsPlaceIsKept) {

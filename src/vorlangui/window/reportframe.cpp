@@ -1,8 +1,7 @@
 #include "reportframe.h"
 
 #include <wx/sizer.h>
-#include <wx/textctrl.h>
-#include <wx/wxvcolors.h>
+#include <wx/wxvtextctrl.h>
 
 namespace vorlan {
 
@@ -13,11 +12,8 @@ const wxSize k_ReportSize(720, 520);
 ReportFrame::ReportFrame(wxWindow* parent, wxString const& title, wxString const& body)
     : wxVorlanFrame(parent, title, wxDefaultPosition, wxDefaultSize, "Reports",
                     wxDEFAULT_FRAME_STYLE | wxFRAME_FLOAT_ON_PARENT) {
-    auto* text = new wxTextCtrl(this, wxID_ANY, body, wxDefaultPosition, wxDefaultSize,
-                                wxTE_MULTILINE | wxTE_READONLY | wxTE_DONTWRAP | wxNO_BORDER);
+    auto* text = new wxvTextCtrl(this, wxID_ANY, body, wxTE_MULTILINE | wxTE_READONLY | wxTE_DONTWRAP | wxNO_BORDER);
     text->SetFont(wxFont(wxFontInfo(9).Family(wxFONTFAMILY_TELETYPE)));
-    text->SetBackgroundColour(wxvGetColor(ColorName::WindowBGDarker));
-    text->SetForegroundColour(wxvGetColor(ColorName::Text));
     auto* content = new wxBoxSizer(wxVERTICAL);
     content->Add(text, wxSizerFlags(1).Expand());
     SetSizer(content);

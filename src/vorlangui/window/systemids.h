@@ -12,6 +12,7 @@ enum SystemId : int {
     k_IdLighter = 10011,
     k_IdDark = 10012,
     k_IdDarker = 10013,
+    k_IdCustom = 10014,
     k_IdAdministrator = 10016,
     k_IdSuperExit = 10018,
     k_IdLogDispatch = 10021,

@@ -59,10 +59,8 @@ constexpr CommandRow Administrators(int id, char const* label, char const* help,
 }
 
 constexpr CommandRow k_Colors[] = {
-    Radio(k_IdLighter, "Lighter"),
-    Radio(k_IdLight, "Light"),
-    Radio(k_IdDark, "Dark"),
-    Radio(k_IdDarker, "Darker"),
+    Radio(k_IdLighter, "Lighter"), Radio(k_IdLight, "Light"),   Radio(k_IdDark, "Dark"),
+    Radio(k_IdDarker, "Darker"),   Radio(k_IdCustom, "Custom"),
 };
 
 constexpr CommandRow k_Files[] = {
@@ -186,7 +184,7 @@ constexpr CommandRow k_End[] = {
 };
 
 // Which scheme an id stands for.
-constexpr std::array<int, k_BuiltInSchemes> k_SchemeIds{k_IdLighter, k_IdLight, k_IdDark, k_IdDarker};
+constexpr std::array<int, k_BuiltInSchemes + 1> k_SchemeIds{k_IdLighter, k_IdLight, k_IdDark, k_IdDarker, k_IdCustom};
 
 std::unique_ptr<_EngineModeShutdownPipe>& ShutdownPipe() {
     static std::unique_ptr<_EngineModeShutdownPipe> s_pipe;
@@ -221,8 +219,7 @@ void BuildSystemMenu(wxMenuBar& bar, MainWindow const& window, bool connected) {
         menu->SetLabel(k_IdAdministrator, _("Normal Mode"));
         menu->SetHelpString(k_IdAdministrator, _("Return to normal mode"));
     }
-    if (int const scheme = static_cast<int>(wxvGetColorScheme()); scheme < k_BuiltInSchemes)
-        menu->Check(k_SchemeIds[static_cast<size_t>(scheme)], true);
+    menu->Check(k_SchemeIds[static_cast<size_t>(wxvGetColorScheme())], true);
     bar.Append(menu.release(), _("&System"));
 }
 

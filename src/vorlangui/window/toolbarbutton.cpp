@@ -128,6 +128,11 @@ wxToolbarButton::wxToolbarButton(wxWindow* parent, int id, wxString const& icon,
     });
 }
 
+wxToolbarButton::~wxToolbarButton() {
+    if (HasCapture())
+        ReleaseMouse();
+}
+
 wxToolbarButton::Picture wxToolbarButton::LoadPicture(wxString const& icon) {
     corekit::Path const folder = corekit::File::s_AppDir / k_IconFolder;
     Picture picture{LoadShape(folder / wxvString(icon + ".png")), LoadShape(folder / wxvString(icon + "@2x.png"))};

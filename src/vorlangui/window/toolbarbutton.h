@@ -33,6 +33,8 @@ public:
     // `icon` is the name of a picture of the installation, without its extension. A
     // picture that is missing leaves the button blank and one line in the log.
     wxToolbarButton(wxWindow* parent, int id, wxString const& icon, wxString const& label, bool toggles);
+    // The menus may be built anew while the mouse is down on it.
+    ~wxToolbarButton() override;
 
     bool IsToggled() const { return m_state.toggled; }
     void SetToggled(bool toggled);
