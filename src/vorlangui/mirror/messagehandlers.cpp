@@ -15,6 +15,12 @@
 
 namespace vorlan {
 
+namespace {
+
+void SLogMissingTypeID(String const& text, UID const& type) { LogWarning(text + ": {" + type.ToString() + "}"); }
+
+} // namespace
+
 void Mirror::OnJobMsg(boost::shared_ptr<JobMsg> const& message) {
     CALL_ENTRY();
     JobList::Get().InsertJob(message->job);
@@ -75,7 +81,7 @@ void Mirror::OnRemoveEngineMsg(boost::shared_ptr<RemoveEngineMsg> const& message
 void Mirror::OnEngineOptionsMsg(boost::shared_ptr<EngineOptionsMsg> const& message) {
     CALL_ENTRY();
     if (!JobFactory::s_JobFactory->GetProduct(message->product))
-        LogWarning("Received options for unknown Product: {" + message->product.ToString() + "}");
+        SLogMissingTypeID("Received options for unknown Product", message->product);
     for (UID const& id : message->engines) {
         boost::shared_ptr<EngineInfo> const engine = EngineList::Get().FindEngine(id);
         if (!engine) {
