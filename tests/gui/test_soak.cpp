@@ -6,6 +6,7 @@
 #include "lists/joblistctrl.h"
 #include "model/joblist.h"
 
+#include <algorithm>
 #include <atomic>
 #include <boost/make_shared.hpp>
 #include <chrono>
@@ -14,6 +15,7 @@
 #include <malloc.h>
 #include <random>
 #include <thread>
+#include <vector>
 #include <vorlan/keys.h>
 #include <wx/frame.h>
 #include <wx/notebook.h>
@@ -148,10 +150,12 @@ protected:
         }
     }
 
-    // Serves events for so long, and acts. Gives the longest time that none was served.
-    double Work(int seconds) {
+    // Serves events for so long, and acts. Gives the longest time of each second in which
+    // none was served.
+    std::vector<double> Work(int seconds) {
         auto const end = Clock::now() + std::chrono::seconds(seconds);
-        double longest = 0;
+        std::vector<double> longest(static_cast<size_t>(seconds) + 1);
+        auto const start = Clock::now();
         unsigned step = 0;
         auto nextAct = Clock::now();
         for (auto last = Clock::now(); last < end;) {
@@ -162,7 +166,10 @@ protected:
             Pump();
             wxMilliSleep(1);
             auto const now = Clock::now();
-            longest = std::max(longest, std::chrono::duration<double, std::milli>(now - last).count());
+            auto const second = std::min<std::chrono::seconds::rep>(
+                std::chrono::duration_cast<std::chrono::seconds>(now - start).count(), seconds);
+            double& most = longest[static_cast<size_t>(second)];
+            most = std::max(most, std::chrono::duration<double, std::milli>(now - last).count());
             last = now;
         }
         return longest;
@@ -177,7 +184,7 @@ protected:
 TEST_F(SoakTest, AStormOfChangesStallsNothingAndLosesNoMemory) {
     ASSERT_TRUE(PumpUntil([this] { return m_jobs->GetItemCount() == static_cast<int>(k_Jobs); }));
     int const seconds = IsFull() ? k_FullSeconds : k_ShortSeconds;
-    double longest = 0;
+    std::vector<double> longest;
     size_t before = 0;
     {
         Storm const storm;
@@ -185,10 +192,13 @@ TEST_F(SoakTest, AStormOfChangesStallsNothingAndLosesNoMemory) {
         before = AllocatedBytes();
         longest = Work(seconds);
     }
-    EXPECT_LE(longest, IsFull() ? k_FullStallMs : k_ShortStallMs);
+    // 99 seconds of 100.
+    std::sort(longest.begin(), longest.end());
+    double const usual = longest[(longest.size() * 99 + 99) / 100 - 1];
+    EXPECT_LE(usual, IsFull() ? k_FullStallMs : k_ShortStallMs) << "the longest: " << longest.back();
     size_t const after = AllocatedBytes();
     EXPECT_LE(after, before + k_GrowthBytes) << "from " << before << " bytes";
-    RecordProperty("LongestStallMs", static_cast<int>(longest));
+    RecordProperty("LongestStallMs", static_cast<int>(longest.back()));
 
     // After the storm each list shows what there is.
     JobListCtrl& list = m_book->GetSelection() == 0 ? *m_jobs : *m_others;

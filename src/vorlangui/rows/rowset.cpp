@@ -22,12 +22,13 @@ constexpr size_t k_MovedPart = 8;
 // Below so much unused key memory nothing is tidied up.
 constexpr size_t k_KeySlack = size_t{1} << 20;
 
-// The head of a block of values: their names, their ends and the first texts.
-void Fetch(ValueBlock const* values) {
-    constexpr size_t k_Line = 64;
-    constexpr size_t k_Lines = 7;
-    for (size_t line = 0; line < k_Lines; ++line)
-        __builtin_prefetch(reinterpret_cast<char const*>(values) + line * k_Line);
+// The head of a block of values: the count of those who hold it, their names, their ends
+// and the first texts.
+void Fetch(void const* values) {
+    constexpr std::ptrdiff_t k_Line = 64;
+    constexpr std::ptrdiff_t k_Lines = 7;
+    for (std::ptrdiff_t line = -1; line < k_Lines; ++line)
+        __builtin_prefetch(static_cast<char const*>(values) + line * k_Line);
 }
 
 unsigned char MaskOf(SortBy const& by) { return by.ascending ? 0 : 0xFF; }
@@ -194,15 +195,20 @@ void RowSet<Kind>::Walk(Request const& request, Steps const& steps) {
                 entry.isNew = false;
             }
             isDone[i - first] = IsDone(entry, request, steps);
-            if (!isDone[i - first])
-                __builtin_prefetch(Kind::Values(*entry.object));
+            if (isDone[i - first])
+                continue;
+            __builtin_prefetch(Kind::Values(*entry.object));
+            if (entry.values)
+                Fetch(entry.values);
         }
         for (size_t i = first; i < last; ++i) {
             if (isDone[i - first])
                 continue;
             VorlanObject const& values = *Kind::Values(*m_entries[i].object);
             readings[i - first].emplace(values);
-            Fetch(values.Snapshot().get());
+            ValueBlock const* const now = values.Snapshot().get();
+            if (now != std::exchange(m_entries[i].values, now))
+                Fetch(now);
         }
         for (size_t i = first; i < last; ++i) {
             Entry& entry = m_entries[i];

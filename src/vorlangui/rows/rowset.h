@@ -73,6 +73,8 @@ private:
         UID id;
         Pointer object;
         Key key;
+        // Where its values stood the last time, to call them into the cache. Never read.
+        void const* values = nullptr;
         uint32_t changes = 0;
         uint8_t part = 0;        // the number of its map
         bool isNew = false;      // since the last time
