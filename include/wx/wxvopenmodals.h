@@ -3,19 +3,19 @@
 #include <vector>
 #include <wx/modalhook.h>
 
-// wxvOpenModals knows the modal dialogs that are open, those of the toolkit and of the
-// desktop too, and can end them.
+// wxvOpenModals knows what holds its caller until the user has answered: modal dialogs,
+// those of the toolkit and of the desktop too, and menus that have popped up. It can end
+// them.
 // Owner: the application object. Thread: the GUI thread.
-// Always: the last one opened stands last.
+// Always: the dialog opened last stands last.
 class wxvOpenModals : public wxModalDialogHook {
 public:
     wxvOpenModals() { Register(); }
     ~wxvOpenModals() override { Unregister(); }
 
-    bool Any() const { return !m_open.empty(); }
-    // Ends the uppermost one as Cancel does. It is still open on return: its caller
-    // stands on it.
-    void EndLast();
+    // Ends the uppermost one as Cancel does; its caller goes on later, in its own loop.
+    // False: there was none.
+    bool EndUppermost();
 
 protected:
     int Enter(wxDialog* dialog) override;

@@ -61,8 +61,8 @@ private:
     class Bridge;
     class EndTimer;
 
-    // Ends the open dialogs, and closes the top window when their callers, which stand
-    // on it, have returned.
+    // Ends the open dialogs and menus, and closes the top window when their callers,
+    // which stand on it, have returned.
     void End();
 
     // Does the step; an exception goes to OnException, whose answer is the result then.
@@ -72,6 +72,6 @@ private:
     std::unique_ptr<corekit::CommandLine> m_commandLine;
     std::unique_ptr<Bridge> m_bridge;
     wxvOpenModals m_modals;
-    std::unique_ptr<EndTimer> m_endTimer; // while dialogs are ending
+    std::unique_ptr<EndTimer> m_endTimer; // while dialogs and menus are ending
     bool m_startupBegun = false;
 };

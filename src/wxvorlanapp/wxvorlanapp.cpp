@@ -72,8 +72,7 @@ void wxVorlanApp::RequestEnd() {
 
 void wxVorlanApp::End() {
     wxEventLoopBase const* const loop = wxEventLoopBase::GetActive();
-    if (m_modals.Any() || (loop && loop != GetMainLoop())) {
-        m_modals.EndLast();
+    if (m_modals.EndUppermost() || (loop && loop != GetMainLoop())) {
         if (!m_endTimer)
             m_endTimer = std::make_unique<EndTimer>(*this);
         m_endTimer->StartOnce(k_EndRetryMs);

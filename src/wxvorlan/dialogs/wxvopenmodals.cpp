@@ -16,6 +16,25 @@ void CancelNativeDialog([[maybe_unused]] wxDialog& dialog) {
 #endif
 }
 
+// So has a menu. True: one was open.
+bool CancelMenus() {
+    bool any = false;
+#ifdef __WXGTK__
+    GList* const windows = gtk_window_list_toplevels();
+    for (GList const* at = windows; at; at = at->next) {
+        auto* const widget = static_cast<GtkWidget*>(at->data);
+        GtkWidget* const child = GTK_IS_BIN(widget) ? gtk_bin_get_child(GTK_BIN(widget)) : nullptr;
+        if (!child || !GTK_IS_MENU(child) || !gtk_widget_get_visible(widget))
+            continue;
+        gtk_menu_shell_cancel(GTK_MENU_SHELL(child));
+        gtk_menu_popdown(GTK_MENU(child));
+        any = true;
+    }
+    g_list_free(windows);
+#endif
+    return any;
+}
+
 } // namespace
 
 int wxvOpenModals::Enter(wxDialog* dialog) {
@@ -29,12 +48,15 @@ void wxvOpenModals::Exit(wxDialog* dialog) {
         m_open.erase(std::next(last).base());
 }
 
-void wxvOpenModals::EndLast() {
+bool wxvOpenModals::EndUppermost() {
+    if (CancelMenus())
+        return true;
     if (m_open.empty())
-        return;
+        return false;
     wxDialog& last = *m_open.back();
     if (last.IsModal())
         last.EndModal(wxID_CANCEL);
     else
         CancelNativeDialog(last);
+    return true;
 }
