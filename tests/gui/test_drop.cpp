@@ -18,6 +18,7 @@ protected:
     DropTest() {
         HasRunBefore();
         StartClient();
+        outside.connected = true;
         outside.TakeSteps();
     }
 
@@ -63,6 +64,20 @@ TEST_F(DropTest, SendsEveryJobAtOnceAndIgnoresOtherFiles) {
     // Their ids are new: the same file can be dropped again.
     Drop({Write("one.vj", {"a"})});
     ASSERT_TRUE(PumpUntil([this] { return SentNames().size() == 5; }));
+}
+
+TEST_F(DropTest, NothingIsLostUnseenWithoutAMaster) {
+    outside.connected = false;
+    ModalAnswers answer(wxID_OK);
+    Drop({WriteText("note.txt", "no Job")});
+    Pump();
+    EXPECT_FALSE(answer.Any());
+    Drop({Write("one.vj", {"a"}), Write("two.vj", {"b"})});
+    EXPECT_FALSE(answer.Any()) << "in the middle of the drop";
+    ASSERT_TRUE(PumpUntil([&] { return answer.Any(); }));
+    Pump();
+    EXPECT_EQ(answer.Take().size(), 1u);
+    EXPECT_TRUE(SentNames().empty());
 }
 
 TEST_F(DropTest, AsksFirstWhereThatIsWanted) {

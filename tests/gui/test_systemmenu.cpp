@@ -17,6 +17,7 @@
 #include <wx/menu.h>
 #include <wx/wxconfirmdlg.h>
 #include <wx/wxtextlinectrl.h>
+#include <wx/wxvcolors.h>
 #include <wx/wxvtext.h>
 
 namespace vorlan {
@@ -95,6 +96,17 @@ TEST_F(SystemMenuTest, HoldsWhatThisUserMayDo) {
         if (c.connected) {
             EXPECT_EQ(LabelOf(k_IdAdministrator), c.administrator ? "Normal Mode" : "Administrator Mode");
         }
+    }
+}
+
+TEST_F(SystemMenuTest, ColorsAreChosenAndMarked) {
+    Start(true);
+    for (auto const& [id, scheme] : {std::pair(k_IdLighter, 0), std::pair(k_IdLight, 1), std::pair(k_IdDarker, 3),
+                                     std::pair(k_IdCustom, 4), std::pair(k_IdDark, 2)}) {
+        Choose(id);
+        EXPECT_EQ(static_cast<int>(wxvGetColorScheme()), scheme);
+        Window().BuildMenus(true);
+        EXPECT_TRUE(Window().GetMenuBar()->IsChecked(id)) << id;
     }
 }
 

@@ -48,6 +48,14 @@ wxString NamesOf(corekit::vector<boost::shared_ptr<Job>> const& jobs) {
 
 void MainWindow::LoadJobFiles(corekit::vector<Path> const& files, bool immediate) {
     CALL_ENTRY();
+    if (!files.empty() && !Outside::Get().IsConnected()) {
+        // Not now: the program that the files come from waits for the end of the drop.
+        OnGuiThread([](MainWindow&) {
+            ShowError(_("Submit"), "There is no connection to the Master: no Job was submitted. "
+                                   "Wait until the client is connected, then take the files again.");
+        });
+        return;
+    }
     for (Path const& file : files) {
         auto const read = [file, immediate] {
             CALL_ENTRY_NAMED("Load Job file");
