@@ -8,6 +8,7 @@
 #include "window/selecthistory.h"
 
 #include <boost/make_shared.hpp>
+#include <chrono>
 #include <string>
 #include <vorlan/messages.h>
 #include <wx/timer.h>
@@ -45,6 +46,19 @@ TEST(PendingSelection, FollowsTheLastOfAStorm) {
         EXPECT_EQ(pending.List(), c.list) << c.name;
         EXPECT_EQ(pending.Row(), c.row) << c.name;
     }
+}
+
+// All rows of a long list, and then none of them, in any order.
+TEST(PendingSelection, TakesALongListInNoTime) {
+    constexpr int k_Rows = 200'000;
+    PendingSelection pending;
+    auto const begin = std::chrono::steady_clock::now();
+    for (int row = 0; row < k_Rows; ++row)
+        pending.Note(2600, row, true);
+    for (int row = 0; row < k_Rows; ++row)
+        pending.Note(2600, row, false);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+    EXPECT_EQ(pending.Row(), -1);
 }
 
 namespace {

@@ -1,7 +1,5 @@
 #include "selecthistory.h"
 
-#include <algorithm>
-
 namespace vorlan {
 
 void SelectHistory::Push(SelectHistoryEntry entry) {
@@ -17,18 +15,25 @@ SelectHistoryEntry const* SelectHistory::GoToFormer() { return HasFormer() ? &m_
 
 SelectHistoryEntry const* SelectHistory::GoToLater() { return HasLater() ? &m_entries[++m_current] : nullptr; }
 
+void PendingSelection::Forget(int row) {
+    auto const found = m_came.find(row);
+    if (found == m_came.end())
+        return;
+    m_rows.erase(found->second);
+    m_came.erase(found);
+}
+
 bool PendingSelection::Note(int list, int row, bool selected) {
-    if (selected) {
-        if (list != m_list)
-            m_rows.clear();
-        m_rows.push_back(row);
-    } else {
-        if (list != m_list)
+    if (list != m_list) {
+        if (!selected)
             return false;
-        // Those that went in last come out first.
-        auto const found = std::find(m_rows.rbegin(), m_rows.rend(), row);
-        if (found != m_rows.rend())
-            m_rows.erase(std::next(found).base());
+        m_rows.clear();
+        m_came.clear();
+    }
+    Forget(row);
+    if (selected) {
+        m_rows.emplace(++m_count, row);
+        m_came.emplace(row, m_count);
     }
     m_list = list;
     return true;

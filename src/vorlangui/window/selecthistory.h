@@ -2,7 +2,9 @@
 
 #include <corekit/containers.h>
 #include <corekit/uid.h>
+#include <cstdint>
 #include <deque>
+#include <map>
 #include <vorlan/fwd.h>
 
 namespace vorlan {
@@ -58,11 +60,16 @@ public:
     // Window id of the list; 0 before the first event.
     int List() const { return m_list; }
     // The row selected last of those that still are; -1: none.
-    int Row() const { return m_rows.empty() ? -1 : m_rows.back(); }
+    int Row() const { return m_rows.empty() ? -1 : m_rows.rbegin()->second; }
 
 private:
+    void Forget(int row);
+
     int m_list = 0;
-    corekit::vector<int> m_rows;
+    // The rows by when they came, and when each came: 100,000 may come and go at once.
+    std::map<uint64_t, int> m_rows;
+    corekit::unordered_map<int, uint64_t> m_came;
+    uint64_t m_count = 0;
 };
 
 } // namespace vorlan

@@ -52,12 +52,12 @@ void MainWindow::OnDeselectTimeout(wxTimerEvent&) {
     CALL_ENTRY();
     if (m_shown != k_ViewMain)
         return;
-    PendingSelection const pending = _SelectTimer::Pending();
-    ClearLastSelection(pending.List());
-    ListCtrlBase* const list = FindList(*this, pending.List());
+    int const listID = _SelectTimer::Pending().List();
+    int const row = _SelectTimer::Pending().Row();
+    ClearLastSelection(listID);
+    ListCtrlBase* const list = FindList(*this, listID);
     if (list && m_info) {
-        int const row = pending.Row();
-        int const kind = row == -1 ? k_ListOfNothing : ListKind(pending.List());
+        int const kind = row == -1 ? k_ListOfNothing : ListKind(listID);
         UID const id = list->GetRowID(row);
         if (!ShowSelected(*m_info, kind, id))
             m_info->SetToNone();

@@ -34,6 +34,9 @@ void _SelectTimer::Reset() {
 
 void _SelectTimer::Cleanup() { Timer().reset(); }
 
-PendingSelection _SelectTimer::Pending() { return Timer() ? Timer()->m_pending : PendingSelection(); }
+PendingSelection const& _SelectTimer::Pending() {
+    static PendingSelection const s_none;
+    return Timer() ? Timer()->m_pending : s_none;
+}
 
 } // namespace vorlan

@@ -28,7 +28,7 @@ public:
     static void Cleanup();
 
     // Empty without a timer.
-    static PendingSelection Pending();
+    static PendingSelection const& Pending();
 
 private:
     friend class GuiTester;
