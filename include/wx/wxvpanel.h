@@ -14,6 +14,8 @@ public:
     // Takes the colours of the scheme; called for each change of it.
     virtual void ApplyColors();
 
+    void OnInternalIdle() override;
+
 protected:
     // The panel comes into view or leaves it, by itself or with a window around it.
     // What stays hidden should cost nothing.

@@ -7,6 +7,7 @@
 #include "model/enginelist.h"
 #include "model/joblist.h"
 
+#include <atomic>
 #include <boost/make_shared.hpp>
 #include <corekit/sformat.h>
 #include <gmock/gmock.h>
@@ -343,6 +344,45 @@ TEST_F(ListCtrlTest, ALongListIsMadeAside) {
     list.Update();
     list.Destroy();
     Pump();
+}
+
+// The rows that were being made when the page went to the back are older than the change.
+TEST_F(ListCtrlTest, AChangeDuringARebuildAtTheBackIsSeenInFront) {
+    struct Slot : HasSlots<> {
+        ~Slot() override { DisconnectAll(); }
+        void OnJob(boost::shared_ptr<JobInfo> const&, bool&) {
+            isIn = true;
+            isIn.notify_all();
+            mayGo.wait(false);
+        }
+        std::atomic<bool> isIn{false};
+        std::atomic<bool> mayGo{false};
+    };
+    constexpr int k_Rows = 6000;
+    AddJobs(k_Rows);
+    auto* const book = new wxNotebook(m_frame, wxID_ANY);
+    m_frame->GetSizer()->Add(book, wxSizerFlags(1).Expand());
+    auto* const page = new wxPanel(book);
+    auto& list = Add<>(page);
+    book->AddPage(page, "1");
+    book->AddPage(new wxPanel(book), "2");
+    m_frame->Layout();
+    auto const isReady = [&list] { return !list.IsRebuilding(); };
+    ASSERT_TRUE(PumpUntil(isReady));
+    Slot slot;
+    list.FilterJob.Connect(&slot, &Slot::OnJob);
+    list.Update();
+    slot.isIn.wait(false);
+    book->ChangeSelection(1);
+    Pump();
+    JobList::Get().RemoveJob(list.GetRowID(0));
+    Tick();
+    slot.mayGo = true;
+    slot.mayGo.notify_all();
+    ASSERT_TRUE(PumpUntil(isReady));
+    ASSERT_EQ(list.GetItemCount(), k_Rows);
+    book->ChangeSelection(0);
+    EXPECT_TRUE(PumpUntil([&list] { return list.GetItemCount() == k_Rows - 1; }, 3000));
 }
 
 TEST_F(ListCtrlTest, RowsAndCellsOfWhatIsGoneAreBlank) {

@@ -108,6 +108,7 @@ void ListCtrlBase::UpdateIfDirty() {
     CALL_ENTRY();
     while (TakeDirty()) {
         if (IsAwake()) {
+            m_isStale = false;
             DoUpdate(Cause::Changes);
         } else if (!m_isStale) {
             m_isStale = true;
@@ -122,11 +123,13 @@ void ListCtrlBase::DoShow() {
         Update();
 }
 
-void ListCtrlBase::Update() { DoUpdate(Cause::Asked); }
+void ListCtrlBase::Update() {
+    m_isStale = false;
+    DoUpdate(Cause::Asked);
+}
 
 void ListCtrlBase::DoUpdate(Cause) {
     CALL_ENTRY();
-    m_isStale = false;
     Freeze();
     Place place = TakePlace();
     Clear();
@@ -139,7 +142,6 @@ void ListCtrlBase::DoUpdate(Cause) {
 
 void ListCtrlBase::Replace(ListContents contents) {
     CALL_ENTRY();
-    m_isStale = false;
     Freeze();
     Place place = TakePlace();
     Clear();

@@ -10,18 +10,18 @@ wxvPanel::wxvPanel(wxWindow* parent, ColorName background, wxWindowID id, long s
         event.Skip();
         OnVisibility(event.IsShown() && IsShownOnScreen());
     });
-    // A window around it that is shown or hidden sends no event here.
-    Bind(wxEVT_UPDATE_UI, [this](wxUpdateUIEvent& event) {
-        event.Skip();
-        if (event.GetEventObject() == this)
-            OnVisibility(IsShownOnScreen());
-    });
 }
 
 void wxvPanel::ApplyColors() {
     SetBackgroundColour(wxvGetColor(m_background));
     SetForegroundColour(wxvGetColor(ColorName::Text));
     Refresh();
+}
+
+// A window around it that is shown or hidden sends no event here.
+void wxvPanel::OnInternalIdle() {
+    wxPanel::OnInternalIdle();
+    OnVisibility(IsShownOnScreen());
 }
 
 void wxvPanel::OnVisibility(bool visible) {
