@@ -43,9 +43,9 @@ void wxDBListCtrl::ChangeColumns(std::vector<int> const& now) {
 }
 
 void wxDBListCtrl::AddColumn(ColumnHeader const& header) {
-    InsertColumn(GetColumnCount(), header.type, header.label, header.custom, header.width);
-    if (!m_state->columns.empty())
-        m_state->columns.back().header.ascending = header.ascending;
+    int const count = GetColumnCount();
+    InsertColumn(count, header.type, header.label, header.custom, header.width);
+    SetColumnAscending(count, header.ascending);
 }
 
 void wxDBListCtrl::AddColumn(int type, String label, int width, Align::Mode align) {
