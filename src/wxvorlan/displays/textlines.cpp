@@ -83,14 +83,14 @@ wxString TextLines::Between(TextPosition from, TextPosition to) const {
     if (!(from < to))
         return result;
     for (int line = from.line; line <= to.line; ++line) {
-        int const begin = line == from.line ? from.character : 0;
-        int const end = line == to.line ? to.character : Length(line);
+        auto const begin = static_cast<size_t>(line == from.line ? from.character : 0);
         if (line > from.line)
             result += '\n';
-        if (begin == 0 && (line < to.line || end == Length(line)))
+        if (begin == 0 && (line < to.line || to.character == Length(line)))
             result += wxvText(At(line).text);
         else
-            result += Shown(line).Mid(static_cast<size_t>(begin), static_cast<size_t>(end - begin));
+            result += line < to.line ? Shown(line).Mid(begin)
+                                     : Shown(line).Mid(begin, static_cast<size_t>(to.character) - begin);
     }
     return result;
 }
