@@ -41,6 +41,12 @@ public:
         });
     }
 
+    ~Arrows() override {
+        // A window may be closed by the keyboard while the button is down.
+        if (HasCapture())
+            ReleaseMouse();
+    }
+
     bool AcceptsFocus() const override { return false; }
 
 private:
