@@ -4,6 +4,8 @@
 
 #include "rowsbench.h"
 
+#include <corekit/threadpool.h>
+
 namespace {
 
 constexpr size_t k_Runs = 15;
@@ -30,6 +32,7 @@ int main(int argc, char** argv) {
                         argv);
     if (benchmark.HeaderOnly())
         return benchmark.Report();
+    ThreadPool::Initialize();
     auto const ids = FillJobList();
     auto const names = ReadyNames();
     NameFilter filter;

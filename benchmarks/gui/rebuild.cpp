@@ -4,6 +4,8 @@
 
 #include "rowsbench.h"
 
+#include <corekit/threadpool.h>
+
 #include <wx/app.h>
 #include <wx/dataview.h>
 #include <wx/frame.h>
@@ -98,6 +100,8 @@ int main(int argc, char** argv) {
     Benchmark benchmark({"rebuild", "ms", "folding and sorting ready keys", Judge::RatioAtMost, 1.2}, argc, argv);
     if (benchmark.HeaderOnly())
         return benchmark.Report();
+    // As in the client, a core for each of its threads.
+    ThreadPool::Initialize();
     FillJobList();
     auto const names = ReadyNames();
     NameFilter filter;

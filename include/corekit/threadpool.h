@@ -30,6 +30,10 @@ public:
     // the same type name and id is replaced by this one, in its place.
     static bool ThrottleQueue(std::function<void()> function, String const& typeName, UID const& id);
 
+    // Runs both and returns when both are done, the second one on another thread if one
+    // is free for it in time. From a queued function, too. They throw nothing.
+    static void RunBoth(std::function<void()> const& here, std::function<void()> const& there);
+
     // Runs what is queued, then ends the threads.
     static void Shutdown();
 };

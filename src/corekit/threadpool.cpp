@@ -6,9 +6,11 @@
 #include <corekit/log.h>
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <exception>
+#include <memory>
 #include <mutex>
 #include <pthread.h>
 #include <system_error>
@@ -188,6 +190,27 @@ bool ThreadPool::Queue(std::function<void()> function) { return ThePool().Queue(
 bool ThreadPool::ThrottleQueue(std::function<void()> function, String const& typeName, UID const& id) {
     return ThePool().ThrottleQueue(function, typeName, id);
 }
+void ThreadPool::RunBoth(std::function<void()> const& here, std::function<void()> const& there) {
+    // Whoever comes first takes it. A queued one that comes too late finds nothing to do.
+    struct Offer {
+        std::atomic_flag isTaken;
+        std::atomic_flag isDone;
+    };
+    auto const offer = std::make_shared<Offer>();
+    Queue([offer, &there] {
+        if (offer->isTaken.test_and_set())
+            return;
+        there();
+        offer->isDone.test_and_set(std::memory_order_release);
+        offer->isDone.notify_one();
+    });
+    here();
+    if (!offer->isTaken.test_and_set())
+        there();
+    else
+        offer->isDone.wait(false, std::memory_order_acquire);
+}
+
 void ThreadPool::Shutdown() { ThePool().Shutdown(); }
 
 } // namespace corekit

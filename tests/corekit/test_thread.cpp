@@ -165,6 +165,25 @@ TEST_F(ThreadPoolTest, AWaitingFunctionIsReplacedByOneOfTheSameId) {
     EXPECT_EQ(ran, (std::vector<String>{"first, new", "second"}));
 }
 
+TEST_F(ThreadPoolTest, TwoRunAtOnceWhereverAThreadIsFree) {
+    auto const both = [] {
+        int here = 0;
+        int there = 0;
+        ThreadPool::RunBoth([&] { here = 1; }, [&] { there = 1; });
+        return here + there;
+    };
+    EXPECT_EQ(both(), 2) << "without a pool";
+    ThreadPool::Initialize(2);
+    std::atomic<bool> met{false};
+    ThreadPool::RunBoth([&] { EXPECT_TRUE(WaitFor([&] { return met.load(); })); }, [&] { met = true; });
+    // Each thread of the pool runs two: nobody waits for somebody who waits.
+    std::atomic<int> sum{0};
+    for (int i = 0; i < 200; ++i)
+        ThreadPool::Queue([&] { sum += both(); });
+    ThreadPool::Shutdown();
+    EXPECT_EQ(sum, 400);
+}
+
 TEST_F(ThreadPoolTest, AFunctionDiesOnThePoolsThreadAndMayThrow) {
     LogCatcher log;
     ThreadPool::Initialize(2);

@@ -80,6 +80,28 @@ TEST(StableSort, KeepsTheOrderOfEqualElements) {
     }
 }
 
+// Few words, one word, and many: the two halves meet at any of them.
+TEST(SortKeys, ManyRowsInTwoHalves) {
+    std::mt19937 random(20261121);
+    for (unsigned const words : {1u, 2u, 3u, 1000u}) {
+        constexpr uint32_t k_Rows = 50'000;
+        KeyBytes bytes;
+        std::vector<std::pair<uint64_t, uint32_t>> expected;
+        for (uint32_t i = 0; i < k_Rows; ++i) {
+            expected.emplace_back(random() % words, i);
+            bytes.AddNumber(expected.back().first, 0);
+            bytes.AddNumber(i, 0);
+        }
+        std::vector<KeyedRow> rows;
+        for (uint32_t i = 0; i < k_Rows; ++i)
+            rows.push_back({0, bytes.At(16 * size_t{i}), 16, i});
+        SortKeys(rows);
+        std::sort(expected.begin(), expected.end());
+        for (uint32_t i = 0; i < k_Rows; ++i)
+            ASSERT_EQ(rows[i].row, expected[i].second) << words << " words, place " << i;
+    }
+}
+
 TEST(SortKeys, OrderAsTheTextsDo) {
     using namespace std::string_literals;
     std::string const longText(100, 'x');

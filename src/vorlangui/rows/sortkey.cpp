@@ -1,6 +1,7 @@
 #include "sortkey.h"
 
 #include <corekit/string.h>
+#include <corekit/threadpool.h>
 
 #include <algorithm>
 #include <array>
@@ -13,6 +14,8 @@ namespace {
 
 // Fewer rows than that are sorted by insertion.
 constexpr std::ptrdiff_t k_FewRows = 12;
+// From so many rows on, a second thread is worth its while.
+constexpr size_t k_ManyRows = 20'000;
 
 constexpr auto k_Folded = [] {
     std::array<unsigned char, 256> table{};
@@ -133,7 +136,24 @@ void KeyBytes::Overwrite(size_t offset, size_t from, size_t size) {
     std::memcpy(m_bytes.data() + offset, m_bytes.data() + from, size);
 }
 
-void SortKeys(std::span<KeyedRow> rows) { SortFrom(rows, 0); }
+void SortKeys(std::span<KeyedRow> rows) {
+    if (rows.size() < k_ManyRows) {
+        SortFrom(rows, 0);
+        return;
+    }
+    size_t const depth = CommonBytes(rows, 0);
+    for (KeyedRow& row : rows)
+        row.word = WordAt(row.key + depth);
+    auto const byWord = [](KeyedRow const& a, KeyedRow const& b) { return a.word < b.word; };
+    auto const middle = rows.begin() + static_cast<std::ptrdiff_t>(rows.size() / 2);
+    std::nth_element(rows.begin(), middle, rows.end(), byWord);
+    // Rows of one word stay together, in the second half.
+    auto const half =
+        std::partition(rows.begin(), middle, [word = middle->word](KeyedRow const& row) { return row.word < word; });
+    auto const count = static_cast<size_t>(half - rows.begin());
+    corekit::ThreadPool::RunBoth([&] { SortFrom(rows.first(count), depth); },
+                                 [&] { SortFrom(rows.subspan(count), depth); });
+}
 
 bool IsKeyLess(unsigned char const* a, size_t sizeOfA, unsigned char const* b, size_t sizeOfB) {
     return std::memcmp(a, b, std::min(sizeOfA, sizeOfB)) < 0;

@@ -58,7 +58,7 @@ struct KeyedRow {
     uint32_t row = 0;
 };
 
-// Sorts by keys that are all different.
+// Sorts by keys that are all different. Many rows are sorted on two threads.
 void SortKeys(std::span<KeyedRow> rows);
 
 // Of two keys of the same parts.
