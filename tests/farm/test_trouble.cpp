@@ -5,6 +5,7 @@
 #include "cli/masterlink.h"
 
 #include <arpa/inet.h>
+#include <corekit/runcommand.h>
 #include <corekit/uniquefd.h>
 #include <csignal>
 #include <gmock/gmock.h>
@@ -238,6 +239,16 @@ TEST_F(FarmTrouble, WorksForAPlainUser) {
     EXPECT_THAT(Vorlan({"log", "Who"}).out, HasSubstr("\n65534\n"));
     EXPECT_EQ(engine.Stop(), 0);
     EXPECT_EQ(master.Stop(), 0);
+}
+
+TEST(FarmPrograms, TellTheirHelpWithoutBeginning) {
+    for (char const* const program : {"VorlanMaster", "VorlanEngine"}) {
+        for (char const* const asked : {"--help", "--version"}) {
+            auto const outcome = corekit::RunCommand(Path(VORLAN_BIN_DIR) / program, {asked}, 10'000);
+            EXPECT_TRUE(outcome.Ok()) << program << " " << asked << ": " << outcome.error;
+            EXPECT_THAT(outcome.output, HasSubstr("orlan"));
+        }
+    }
 }
 
 } // namespace vorlan::farmtest
