@@ -134,12 +134,13 @@ TEST_F(CloseTest, AShutdownEndsWhatIsOpen) {
 
 TEST_F(CloseTest, TheWindowsPlaceIsKept) {
     StartClient().SetSize(wxRect(60, 50, 900, 600));
-    ASSERT_TRUE(PumpUntil([this] { return Window().GetSize() == wxSize(900, 600); }));
+    ASSERT_TRUE(PumpUntil([this] { return Window().GetRect() == wxRect(60, 50, 900, 600); }));
     {
         ModalAnswer answer(wxID_OK);
         CloseWindow();
     }
     EXPECT_EQ(StartClient().GetSize(), wxSize(900, 600));
+    EXPECT_TRUE(PumpUntil([this] { return Window().IsShown() && Window().GetPosition() == wxPoint(60, 50); }));
 }
 
 TEST(LeaveRunning, StoresWhatTheUserChose) {

@@ -1,6 +1,7 @@
 #include "theme/followcolors.h"
 
 #include <corekit/optionsfile.h>
+#include <utility>
 #include <wx/display.h>
 #include <wx/wxvcolors.h>
 #include <wx/wxvorlanframe.h>
@@ -15,6 +16,21 @@ constexpr char k_Width[] = "Width";
 constexpr char k_Height[] = "Height";
 constexpr char k_Maximized[] = "Maximized";
 constexpr int k_Smallest = 100;
+
+// Some window managers show a window elsewhere than it was put while hidden. A move to
+// where the toolkit believes that it stands is none, so it goes aside first; the size,
+// which a move now would forget, is said again.
+void PlaceAgainWhenShown(wxTopLevelWindow& window, wxRect const& place) {
+    window.Bind(wxEVT_SHOW, [&window, place, done = false](wxShowEvent& event) mutable {
+        event.Skip();
+        if (!event.IsShown() || std::exchange(done, true))
+            return;
+        window.CallAfter([&window, place] {
+            window.Move(place.GetTopLeft() + wxPoint(1, 0));
+            window.SetSize(place);
+        });
+    });
+}
 
 } // namespace
 
@@ -47,6 +63,8 @@ bool wxvLoadWindowPosition(wxTopLevelWindow& window, corekit::String const& sect
         window.SetSize(place);
     if (s_options->GetValue(section, k_Maximized, false))
         window.Maximize();
+    else if (usable)
+        PlaceAgainWhenShown(window, place);
     return usable;
 }
 
