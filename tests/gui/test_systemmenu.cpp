@@ -308,6 +308,7 @@ TEST_F(SystemMenuTest, SubmitScriptsAreInstalledAndNothingIsLost) {
     File::WriteWhole(home / ".nuke/vorlan_nuke.py", "my own changes");
     for (int time = 0; time < 2; ++time) {
         Choose(k_IdInstallNuke);
+        ASSERT_TRUE(PumpUntil([&] { return answers.Any(); }));
         EXPECT_EQ(answers.Take(), std::vector<String>{"Install Nuke Submit Script"}) << "the confirmation";
         EXPECT_EQ(File::Read(home / ".nuke/menu.py"), "print(1)\nimport vorlan_nuke\n");
         EXPECT_EQ(File::Read(home / ".nuke/menu.py.bak"), "print(1)");
@@ -318,6 +319,7 @@ TEST_F(SystemMenuTest, SubmitScriptsAreInstalledAndNothingIsLost) {
 
     File::MakeFolder(home / "maya");
     Choose(k_IdInstallMaya);
+    ASSERT_TRUE(PumpUntil([&] { return answers.Any(); }));
     EXPECT_TRUE(File::Exists(home / "maya/scripts/vorlanSubmit.mel"));
     for (char const* version : {"c4d_2024_1", "c4d_2025_1", "c4d_2023_1"})
         File::MakeFolder(home / ".config/Maxon" / version);

@@ -2,9 +2,9 @@
 
 #include "mainwindow.h"
 
-#include <corekit/exception.h>
 #include <corekit/log.h>
 #include <corekit/threadpool.h>
+#include <exception>
 #include <wx/app.h>
 #include <wx/intl.h>
 #include <wx/msgdlg.h>
@@ -30,7 +30,7 @@ void InBackground(wxString const& title, std::function<void()> work, std::functi
     bool const taken = ThreadPool::Queue([heading, work = std::move(work), done = std::move(done)] {
         try {
             work();
-        } catch (Exception const& exception) {
+        } catch (std::exception const& exception) {
             OnGuiThread([heading, text = String(exception.what())](MainWindow&) { ShowError(heading, text); });
             return;
         }

@@ -8,6 +8,7 @@
 #include <corekit/log.h>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <vorlan/services.h>
 #include <wx/dirdlg.h>
 #include <wx/intl.h>
@@ -183,20 +184,22 @@ void MainWindow::OnInstallScript(wxCommandEvent& event) {
             return;
         target = Path(wxvString(dialog.GetPath()));
     }
-    try {
-        Path const source = FindResourceFolder("submit");
-        if (source.empty())
-            throw FileException("The folder \"submit\" that comes with Vorlan was not found. Install Vorlan anew.");
-        String list;
-        for (Path const& path : InstallSubmitScript(*script, source, target, File::s_AppDir / "vorlan"))
-            list += path + k_NL;
-        LogStatus("Installed: " + list.Trim());
-        wxConfirmDlg(this, _("Installed:\n") + wxvText(list) + wxGetTranslation(script->howToUse),
-                     "InstallScriptSuccess", title)
-            .Confirm();
-    } catch (Exception const& exception) {
-        ShowError(title, exception.what());
-    }
+    auto const list = std::make_shared<String>();
+    InBackground(
+        title,
+        [script, target, list] {
+            Path const source = FindResourceFolder("submit");
+            if (source.empty())
+                throw FileException("The folder \"submit\" that comes with Vorlan was not found. Install Vorlan anew.");
+            for (Path const& path : InstallSubmitScript(*script, source, target, File::s_AppDir / "vorlan"))
+                *list += path + k_NL;
+            LogStatus("Installed: " + String(*list).Trim());
+        },
+        [script, list, name = title.ToStdWstring()](MainWindow& window) {
+            wxConfirmDlg(&window, _("Installed:\n") + wxvText(*list) + wxGetTranslation(script->howToUse),
+                         "InstallScriptSuccess", name)
+                .Confirm();
+        });
 }
 
 } // namespace vorlan
