@@ -29,7 +29,7 @@ ListCtrlBase::ListCtrlBase(wxWindow* parent, int id, String section, long style,
     : wxDBListCtrl(parent, id, style, windowStyle), m_section(section.empty() ? String::From(id) : std::move(section)) {
     // The first rows come from an explicit Update.
     TakeDirty();
-    SetImageList(SortImages());
+    SetImageList(SortImages(*this));
     Bind(wxEVT_LIST_COL_CLICK, &ListCtrlBase::OnColumnClick, this);
     Bind(wxEVT_LIST_COL_END_DRAG, &ListCtrlBase::OnColumnResized, this);
     Bind(wxEVT_LIST_ITEM_SELECTED, &ListCtrlBase::OnItemSelected, this);

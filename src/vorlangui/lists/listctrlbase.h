@@ -125,6 +125,6 @@ private:
 
 // The marks of the sort columns: 0 and 1 up and down for the first, 2 and 3 for the second.
 // Made once, and drawn anew for another scheme. GUI thread.
-wxImageList* SortImages();
+wxImageList* SortImages(wxWindow const& list);
 
 } // namespace vorlan

@@ -32,13 +32,13 @@ MarkColors FirstColors() {
 
 MarkColors SecondColors() { return {wxColour("#DEA33E"), wxColour("#7D5940")}; }
 
-// How much of a pixel the triangle that points up covers.
+// How much of a pixel, `pixel` wide, the triangle that points up covers.
 struct Coverage {
     double whole; // with the edge
     double inner; // without it
 };
 
-Coverage CoverageAt(int x, int y) {
+Coverage CoverageAt(int x, int y, double pixel) {
     constexpr int k_Steps = 4; // samples of a pixel, each way
     constexpr double k_Top = 3.0;
     constexpr double k_Bottom = 9.0;
@@ -50,8 +50,8 @@ Coverage CoverageAt(int x, int y) {
     int whole = 0;
     int inner = 0;
     for (int sample = 0; sample < k_Steps * k_Steps; ++sample) {
-        double const px = x + (sample % k_Steps + 0.5) / k_Steps;
-        double const py = y + (sample / k_Steps + 0.5) / k_Steps;
+        double const px = (x + (sample % k_Steps + 0.5) / k_Steps) * pixel;
+        double const py = (y + (sample / k_Steps + 0.5) / k_Steps) * pixel;
         whole += inside(px, py, 0);
         inner += inside(px, py, k_Edge);
     }
@@ -60,31 +60,32 @@ Coverage CoverageAt(int x, int y) {
 }
 
 // The toolkit's own drawing would mix the edge with the colour of a mask.
-wxBitmap Triangle(Points points, MarkColors const& colors) {
-    wxImage image(k_Side, k_Side);
+wxBitmap Triangle(Points points, MarkColors const& colors, double scale) {
+    int const side = static_cast<int>(std::lround(k_Side * scale));
+    wxImage image(side, side);
     image.InitAlpha();
-    for (int y = 0; y < k_Side; ++y) {
-        for (int x = 0; x < k_Side; ++x) {
-            Coverage const coverage = CoverageAt(x, points == Points::Up ? y : k_Side - 1 - y);
+    for (int y = 0; y < side; ++y) {
+        for (int x = 0; x < side; ++x) {
+            Coverage const coverage = CoverageAt(x, points == Points::Up ? y : side - 1 - y, 1 / scale);
             double const fill = coverage.whole > 0 ? coverage.inner / coverage.whole : 0;
             wxColour const colour = wxvMixColors(colors.edge, colors.fill, fill);
             image.SetRGB(x, y, colour.Red(), colour.Green(), colour.Blue());
             image.SetAlpha(x, y, static_cast<unsigned char>(std::lround(coverage.whole * 255)));
         }
     }
-    return wxBitmap(image);
+    return wxBitmap(image, wxBITMAP_SCREEN_DEPTH, scale);
 }
 
-std::array<wxBitmap, 4> Pictures() {
-    return {Triangle(Points::Up, FirstColors()), Triangle(Points::Down, FirstColors()),
-            Triangle(Points::Up, SecondColors()), Triangle(Points::Down, SecondColors())};
+std::array<wxBitmap, 4> Pictures(double scale) {
+    return {Triangle(Points::Up, FirstColors(), scale), Triangle(Points::Down, FirstColors(), scale),
+            Triangle(Points::Up, SecondColors(), scale), Triangle(Points::Down, SecondColors(), scale)};
 }
 
 // Follows the scheme.
 class Images : public HasSlots<ThreadPolicy::SingleThreaded> {
 public:
-    Images() : m_list(new wxImageList(k_Side, k_Side, false, 4)) {
-        for (wxBitmap const& picture : Pictures())
+    explicit Images(double scale) : m_scale(scale), m_list(new wxImageList(k_Side, k_Side, false, 4)) {
+        for (wxBitmap const& picture : Pictures(m_scale))
             m_list->Add(picture);
         wxvColorsChanged().Connect(this, &Images::OnColors);
     }
@@ -93,17 +94,18 @@ public:
 private:
     void OnColors() {
         int index = 0;
-        for (wxBitmap const& picture : Pictures())
+        for (wxBitmap const& picture : Pictures(m_scale))
             m_list->Replace(index++, picture);
     }
 
+    double const m_scale;
     wxImageList* const m_list; // never freed: lists may draw to the last
 };
 
 } // namespace
 
-wxImageList* SortImages() {
-    static Images* const s_images = new Images;
+wxImageList* SortImages(wxWindow const& list) {
+    static Images* const s_images = new Images(list.GetContentScaleFactor());
     return s_images->List();
 }
 
