@@ -110,7 +110,7 @@ TEST_F(Screenshots, SmallAndCrowded) {
 TEST_F(Screenshots, Nothing) {
     Start({1000, 640});
     Take("empty");
-    Window().ShowView(MainWindow::k_ViewConnecting);
+    GuiTester::Disconnected(Gui());
     Take("searching");
 }
 
