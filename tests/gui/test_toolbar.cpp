@@ -54,7 +54,8 @@ protected:
         HasRunBefore();
         StartClient();
         GuiTester::Connected(Gui());
-        Pump();
+        // The mouse cannot be held by a window that the screen does not show yet.
+        EXPECT_TRUE(PumpUntil([this] { return Window().IsActive(); }));
     }
 
     wxVorlanToolbar& Toolbar() { return GuiTester::Toolbar(Window()); }

@@ -164,8 +164,9 @@ TEST_F(DisplayTest, PanelFoldsByMouseAndKeyAndKeepsItsState) {
     sizer->Add(below, wxSizerFlags(1).Expand());
     outer->SetSizer(sizer);
     Frame().Show();
+    Frame().Raise();
     Frame().SendSizeEvent();
-    ASSERT_TRUE(PumpUntil([&] { return below->GetPosition().y > 0; }));
+    ASSERT_TRUE(PumpUntil([&] { return below->GetPosition().y > 0 && Frame().IsActive(); }));
     int const folded = below->GetPosition().y;
     wxWindow* const expander = wxWindow::FindWindowById(wxExpandablePanel::k_ExpanderID, panel);
     ASSERT_TRUE(expander);
