@@ -7,11 +7,8 @@
 #include <wx/app.h>
 #include <wx/event.h>
 #include <wx/evtloop.h>
-#include <wx/utils.h>
 #include <wx/wxvcolors.h>
 #include <wx/wxvorlanapp.h>
-
-#include <chrono>
 
 namespace vorlan {
 
@@ -33,19 +30,6 @@ void GuiTester::Idle(MainWindow& window) {
 }
 
 void GuiTester::ExpireNow(MainWindow& window) { window.m_timeout->m_expires.store(1); }
-
-void Pump() { wxYield(); }
-
-bool PumpUntil(std::function<bool()> const& condition, int deadlineMs) {
-    auto const until = std::chrono::steady_clock::now() + std::chrono::milliseconds(deadlineMs);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > until)
-            return false;
-        wxYield();
-        wxMilliSleep(2);
-    }
-    return true;
-}
 
 GuiTest::GuiTest() {
     Outside::Set(&outside);

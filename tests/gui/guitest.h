@@ -9,6 +9,7 @@
 
 #include "corekit/tempfolder.h"
 #include "mirror/mirrortest.h"
+#include "wxtools.h"
 
 #include <functional>
 #include <gtest/gtest.h>
@@ -43,11 +44,6 @@ public:
     // The program goes on, whatever a former test has asked for.
     static void GoOn() { Executable::s_running.store(true); }
 };
-
-// Lets the window system work until the condition holds; false after the deadline.
-bool PumpUntil(std::function<bool()> const& condition, int deadlineMs = 20'000);
-// Everything that is waiting now.
-void Pump();
 
 // The client in a state of a first start: no options, no window, empty lists.
 class GuiTest : public ::testing::Test {

@@ -1,23 +1,7 @@
 #include "wxtest.h"
 
-#include <chrono>
 #include <memory>
-#include <wx/app.h>
 #include <wx/sizer.h>
-#include <wx/utils.h>
-
-void Pump() { wxYield(); }
-
-bool PumpUntil(std::function<bool()> const& condition, int deadlineMs) {
-    auto const until = std::chrono::steady_clock::now() + std::chrono::milliseconds(deadlineMs);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > until)
-            return false;
-        wxYield();
-        wxMilliSleep(2);
-    }
-    return true;
-}
 
 WindowTest::WindowTest(wxSize const& size) : m_frame(new wxFrame(nullptr, wxID_ANY, "Test", wxPoint(20, 20), size)) {}
 

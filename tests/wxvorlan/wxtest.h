@@ -2,17 +2,12 @@
 // system has done with it.
 #pragma once
 
-#include <functional>
-#include <gtest/gtest.h>
+#include "wxtools.h"
+
 #include <wx/colour.h>
 #include <wx/frame.h>
 
 class wxBitmap;
-
-// Lets the window system work until the condition holds; false after the deadline.
-bool PumpUntil(std::function<bool()> const& condition, int deadlineMs = 10'000);
-// Everything that is waiting now.
-void Pump();
 
 // WindowTest has a frame on the screen.
 class WindowTest : public ::testing::Test {
