@@ -101,6 +101,8 @@ public:
     class ReadingScope {
     public:
         explicit ReadingScope(VorlanObject const& object);
+        /// With a snapshot of it that was taken before.
+        ReadingScope(VorlanObject const& object, boost::shared_ptr<ValueBlock const> values);
         ~ReadingScope();
         ReadingScope(ReadingScope const&) = delete;
         ReadingScope& operator=(ReadingScope const&) = delete;
@@ -134,6 +136,14 @@ protected:
 
 private:
     boost::shared_ptr<ValueBlock const> Current() const;
+
+    /// What this thread's scope holds of the object, null without one.
+    boost::shared_ptr<ValueBlock const> const* Scoped() const;
+
+    /// The text of a value as this thread reads it, handed to `use`; not counted as a
+    /// holder of the values where a scope holds them.
+    template <class Use>
+    auto Read(uint32_t number, Use const& use) const;
 
     mutable boost::atomic_shared_ptr<ValueBlock const> m_values;
 };

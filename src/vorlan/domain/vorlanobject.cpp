@@ -20,8 +20,10 @@ bool IsID(String const& name) { return name.CompareNoCase(p_ID) == 0; }
 
 } // namespace
 
-VorlanObject::ReadingScope::ReadingScope(VorlanObject const& object)
-    : m_object(&object), m_values(object.Snapshot()), m_outer(std::exchange(s_reading, this)) {}
+VorlanObject::ReadingScope::ReadingScope(VorlanObject const& object) : ReadingScope(object, object.Snapshot()) {}
+
+VorlanObject::ReadingScope::ReadingScope(VorlanObject const& object, boost::shared_ptr<ValueBlock const> values)
+    : m_object(&object), m_values(std::move(values)), m_outer(std::exchange(s_reading, this)) {}
 
 VorlanObject::ReadingScope::~ReadingScope() { s_reading = m_outer; }
 
@@ -55,12 +57,24 @@ void VorlanObject::Merge(VorlanObject const& other) {
 
 boost::shared_ptr<ValueBlock const> VorlanObject::Current() const { return m_values.load(); }
 
-boost::shared_ptr<ValueBlock const> VorlanObject::Snapshot() const {
+boost::shared_ptr<ValueBlock const> const* VorlanObject::Scoped() const {
     for (ReadingScope const* scope = s_reading; scope; scope = scope->m_outer) {
         if (scope->m_object == this)
-            return scope->m_values;
+            return &scope->m_values;
     }
-    return Current();
+    return nullptr;
+}
+
+boost::shared_ptr<ValueBlock const> VorlanObject::Snapshot() const {
+    auto const* const scoped = Scoped();
+    return scoped ? *scoped : Current();
+}
+
+template <class Use>
+auto VorlanObject::Read(uint32_t number, Use const& use) const {
+    if (auto const* const scoped = Scoped())
+        return use((*scoped)->Find(number));
+    return use(Current()->Find(number));
 }
 
 void VorlanObject::SetSnapshot(boost::shared_ptr<ValueBlock const> const& values) {
@@ -246,29 +260,26 @@ bool VorlanObject::Has(String const& name) const { return Snapshot()->Find(std::
 bool VorlanObject::IsOwnField(String const& name) const { return IsID(name); }
 
 int64_t VorlanObject::IntOf(uint32_t number, int64_t otherwise) const {
-    auto const values = Snapshot();
-    std::string_view const text = values->Find(number);
-    return text.data() ? String(text).Int(otherwise) : otherwise;
+    return Read(number, [&](std::string_view text) { return text.data() ? String(text).Int(otherwise) : otherwise; });
 }
 
 double VorlanObject::FloatOf(uint32_t number, double otherwise) const {
-    auto const values = Snapshot();
-    std::string_view const text = values->Find(number);
-    return text.data() ? String(text).Float(otherwise) : otherwise;
+    return Read(number, [&](std::string_view text) { return text.data() ? String(text).Float(otherwise) : otherwise; });
 }
 
 bool VorlanObject::BoolOf(uint32_t number, bool otherwise) const {
-    auto const values = Snapshot();
-    std::string_view const text = values->Find(number);
-    return text.data() ? String(text).Bool(otherwise) : otherwise;
+    return Read(number, [&](std::string_view text) { return text.data() ? String(text).Bool(otherwise) : otherwise; });
 }
 
 UID VorlanObject::UIDOf(uint32_t number) const {
-    auto const values = Snapshot();
-    UID uid;
-    return UID::FromString(values->Find(number), uid) ? uid : UID::Null;
+    return Read(number, [](std::string_view text) {
+        UID uid;
+        return UID::FromString(text, uid) ? uid : UID::Null;
+    });
 }
 
-String VorlanObject::TextOf(uint32_t number) const { return Snapshot()->Find(number); }
+String VorlanObject::TextOf(uint32_t number) const {
+    return Read(number, [](std::string_view text) { return String(text); });
+}
 
 } // namespace vorlan

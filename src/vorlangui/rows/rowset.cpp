@@ -26,7 +26,7 @@ constexpr size_t k_KeySlack = size_t{1} << 20;
 // and the first texts.
 void Fetch(void const* values) {
     constexpr std::ptrdiff_t k_Line = 64;
-    constexpr std::ptrdiff_t k_Lines = 7;
+    constexpr std::ptrdiff_t k_Lines = 9;
     for (std::ptrdiff_t line = -1; line < k_Lines; ++line)
         __builtin_prefetch(static_cast<char const*>(values) + line * k_Line);
 }
@@ -174,7 +174,7 @@ bool RowSet<Kind>::IsDone(Entry const& entry, Request const& request, Steps cons
 template <class Kind>
 void RowSet<Kind>::Walk(Request const& request, Steps const& steps) {
     bool const allFresh = request.reuse == Reuse::Nothing || !Kind::k_CountsChanges;
-    std::array<std::optional<VorlanObject::ReadingScope>, k_Group> readings;
+    std::array<boost::shared_ptr<ValueBlock const>, k_Group> blocks;
     size_t const count = m_entries.size();
     auto const fetchObjects = [&](size_t from) {
         for (size_t i = from; i < std::min(from + k_Group, count); ++i)
@@ -204,9 +204,8 @@ void RowSet<Kind>::Walk(Request const& request, Steps const& steps) {
         for (size_t i = first; i < last; ++i) {
             if (isDone[i - first])
                 continue;
-            VorlanObject const& values = *Kind::Values(*m_entries[i].object);
-            readings[i - first].emplace(values);
-            ValueBlock const* const now = values.Snapshot().get();
+            blocks[i - first] = Kind::Values(*m_entries[i].object)->Snapshot();
+            ValueBlock const* const now = blocks[i - first].get();
             if (now != std::exchange(m_entries[i].values, now))
                 Fetch(now);
         }
@@ -215,13 +214,12 @@ void RowSet<Kind>::Walk(Request const& request, Steps const& steps) {
             entry.isMoved = false;
             if (isDone[i - first])
                 continue;
+            VorlanObject::ReadingScope const reading(*Kind::Values(*entry.object), std::move(blocks[i - first]));
             if (steps.filters)
                 Filter(entry, request);
             if (steps.makesKeys)
                 MakeKey(entry, request, steps);
         }
-        for (size_t i = last; i-- > first;)
-            readings[i - first].reset();
     }
 }
 
