@@ -1,23 +1,19 @@
 // What the tests of threads, processes and the log share.
 #pragma once
 
-#include <corekit/file.h>
-#include <corekit/log.h>
-#include <corekit/path.h>
-#include <corekit/uid.h>
+#include "tempfolder.h"
+
+#include <corekit/uniquefd.h>
 
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
+#include <csignal>
+#include <fcntl.h>
+#include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
-#include <memory>
-#include <mutex>
-#include <string>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
-#include <vector>
 
 namespace corekit::test {
 
@@ -33,84 +29,39 @@ bool WaitFor(Condition condition, int deadlineMs = 20000) {
     return true;
 }
 
-// A folder of the test's own, deleted with all in it at the end.
-class TempFolder {
-public:
-    TempFolder() : m_path(std::filesystem::temp_directory_path() / ("corekit-" + UID(true).ToString().Str())) {
-        std::filesystem::create_directories(m_path.Native());
-    }
-    ~TempFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path.Native(), ignored);
-    }
-    Path const& Get() const { return m_path; }
+// A child that does this and ends with its result.
+inline pid_t Fork(std::function<int()> const& body) {
+    pid_t child = ::fork();
+    if (child == 0)
+        ::_exit(body());
+    return child;
+}
 
-private:
-    Path m_path;
-};
+// How a child ended: its exit code, or the signal as a negative number.
+inline int EndOf(pid_t child) {
+    int status = 0;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+}
 
-// Sets an environment variable for a scope.
-class ScopedEnv {
-public:
-    ScopedEnv(const char* name, const char* value) : m_name(name) {
-        if (const char* old = std::getenv(name)) {
-            m_had = true;
-            m_old = old;
-        }
-        ::setenv(name, value, 1);
+struct Pipe {
+    Pipe() {
+        int ends[2];
+        EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+        read.Reset(ends[0]);
+        write.Reset(ends[1]);
     }
-    ~ScopedEnv() {
-        if (m_had)
-            ::setenv(m_name, m_old.c_str(), 1);
-        else
-            ::unsetenv(m_name);
-    }
-
-private:
-    const char* m_name;
-    bool m_had = false;
-    std::string m_old;
-};
-
-// Catches the records that are logged while it lives.
-class LogCatcher {
-public:
-    LogCatcher() {
-        m_handle = Log::AddSink([this](LogLevel level, String const& text) {
-            std::lock_guard lock(m_guard);
-            m_records.emplace_back(level, text);
-        });
-    }
-    std::vector<std::pair<LogLevel, String>> Records() {
-        std::lock_guard lock(m_guard);
-        return m_records;
-    }
-    bool Has(LogLevel level, std::string_view part) {
-        for (auto const& [recordLevel, text] : Records()) {
-            if (recordLevel == level && text.Contains(part))
-                return true;
-        }
-        return false;
-    }
-
-private:
-    std::mutex m_guard;
-    std::vector<std::pair<LogLevel, String>> m_records;
-    Log::SinkHandle m_handle;
+    UniqueFd read, write;
 };
 
 // The system's letter for a thread of this process ('S' asleep), or for the main
 // thread of another one; 0 when there is none.
 inline char TaskState(long thread, long process = ::getpid()) {
-    char path[96];
-    std::snprintf(path, sizeof(path), "/proc/%ld/task/%ld/stat", process, thread);
-    std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path, "r"), &std::fclose);
-    char text[256]{};
-    if (!file || std::fread(text, 1, sizeof(text) - 1, file.get()) == 0)
-        return 0;
-    std::string_view view(text);
-    size_t bracket = view.rfind(')');
-    return bracket + 2 < view.size() ? view[bracket + 2] : '\0';
+    std::ifstream file("/proc/" + std::to_string(process) + "/task/" + std::to_string(thread) + "/stat");
+    std::string text;
+    std::getline(file, text);
+    size_t bracket = text.rfind(')');
+    return bracket + 2 < text.size() ? text[bracket + 2] : '\0';
 }
 
 inline bool IsAlive(long process) {

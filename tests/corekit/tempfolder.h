@@ -3,6 +3,7 @@
 #include <corekit/file.h>
 #include <corekit/log.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
@@ -105,6 +106,10 @@ public:
     std::vector<String> Get() {
         const std::lock_guard lock(m_mutex);
         return m_lines;
+    }
+    bool Has(std::string_view part) {
+        const std::vector<String> lines = Get();
+        return std::any_of(lines.begin(), lines.end(), [&](const String& line) { return line.Contains(part); });
     }
 
 private:

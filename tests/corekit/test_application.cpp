@@ -3,64 +3,54 @@
 #include <corekit/application.h>
 #include <corekit/exception.h>
 #include <corekit/platform.h>
-#include <corekit/uniquefd.h>
 
-#include <csignal>
-#include <fcntl.h>
-#include <functional>
 #include <set>
 #include <stdexcept>
-#include <string>
-#include <sys/wait.h>
 
 namespace corekit::test {
 namespace {
 
+// Notes its steps; each does the same.
 class TestApplication : public Application {
 public:
-    std::function<bool()> startup = [] { return true; };
-    std::function<int()> execute = [] { return 0; };
+    explicit TestApplication(std::function<int(char)> body) : m_body(std::move(body)) {}
     std::string steps;
     String message;
 
-    bool Startup(CommandLine&) override {
-        steps += "s";
-        return startup();
-    }
-    int Execute() override {
-        steps += "e";
-        return execute();
-    }
+    bool Startup(CommandLine&) override { return Do('s') != 0; }
+    int Execute() override { return Do('e'); }
     void Cleanup() override { steps += "c"; }
     bool OnException(Exception* exception) override {
         steps += "x";
         message = exception ? exception->Message() : String("unknown");
         return true;
     }
+
+private:
+    int Do(char step) {
+        steps += step;
+        return m_body(step);
+    }
+    std::function<int(char)> m_body;
 };
 
 TEST(Application, CleansUpWhateverHappens) {
     struct Case {
-        const char* what;
-        std::function<void(TestApplication&)> prepare;
+        std::function<int(char)> body;
         int code;
         const char* steps;
         const char* message;
     } const cases[] = {
-        {"plain run", [](auto& app) { app.execute = [] { return 5; }; }, 5, "sec", ""},
-        {"start refused", [](auto& app) { app.startup = [] { return false; }; }, 1, "sc", ""},
-        {"own exception", [](auto& app) { app.startup = []() -> bool { throw FileException("no file"); }; }, 1, "sxc",
-         "no file"},
-        {"standard exception", [](auto& app) { app.execute = []() -> int { throw std::runtime_error("standard"); }; },
-         1, "sexc", "standard"},
-        {"anything", [](auto& app) { app.execute = []() -> int { throw 1; }; }, 1, "sexc", "unknown"},
+        {[](char) { return 5; }, 5, "sec", ""},
+        {[](char) { return 0; }, 1, "sc", ""},
+        {[](char) -> int { throw FileException("no file"); }, 1, "sxc", "no file"},
+        {[](char step) { return step == 's' ? 1 : throw std::runtime_error("standard"); }, 1, "sexc", "standard"},
+        {[](char step) { return step == 's' ? 1 : throw 1; }, 1, "sexc", "unknown"},
     };
     for (auto const& test : cases) {
-        SCOPED_TRACE(test.what);
         CommandLine line("program", {});
-        TestApplication app;
+        TestApplication app(test.body);
         EXPECT_EQ(Application::the_Application, &app);
-        test.prepare(app);
         EXPECT_EQ(app.Run(line), test.code);
         EXPECT_EQ(app.steps, test.steps);
         EXPECT_EQ(app.message, test.message);
@@ -70,72 +60,58 @@ TEST(Application, CleansUpWhateverHappens) {
 
 TEST(Application, StopSignalsCallTheFunctionOnAThread) {
     for (int signal : {SIGTERM, SIGINT, SIGHUP}) {
-        int ends[2];
-        ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-        UniqueFd ready(ends[0]), tell(ends[1]);
-        pid_t child = ::fork();
-        if (child == 0) {
+        Pipe pipe;
+        pid_t child = Fork([&] {
             Application::InstallStopSignals([] { ::_exit(7); });
             ::raise(SIGPIPE);
-            [[maybe_unused]] ssize_t told = ::write(tell.Get(), "r", 1);
+            [[maybe_unused]] ssize_t told = ::write(pipe.write.Get(), "r", 1);
             for (;;)
                 ::pause();
-        }
+            return 0;
+        });
+        pipe.write.Reset();
         char c = 0;
-        ASSERT_EQ(::read(ready.Get(), &c, 1), 1) << "SIGPIPE is ignored";
+        ASSERT_EQ(::read(pipe.read.Get(), &c, 1), 1) << "SIGPIPE is ignored";
         ::kill(child, signal);
-        int status = 0;
-        ASSERT_EQ(::waitpid(child, &status, 0), child);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 7) << signal;
+        EXPECT_EQ(EndOf(child), 7) << signal;
     }
 }
 
 TEST(Platform, EachHomeIsAMachineOfItsOwnAndStaysTheSame) {
     TempFolder first, second;
-    UID a, b;
-    {
-        ScopedEnv home("VORLAN_HOME", first.Get().c_str());
-        a = Platform::GetUniqueSystemID();
-    }
-    {
-        ScopedEnv home("VORLAN_HOME", second.Get().c_str());
-        b = Platform::GetUniqueSystemID();
-    }
-    ScopedEnv home("VORLAN_HOME", first.Get().c_str());
-    EXPECT_NE(a, b);
-    EXPECT_EQ(Platform::GetUniqueSystemID(), a);
-    EXPECT_FALSE(a.IsNull());
+    auto idIn = [](TempFolder const& folder) {
+        EnvironmentValue home("VORLAN_HOME", folder.Folder().c_str());
+        return Platform::GetUniqueSystemID();
+    };
+    UID id = idIn(first);
+    EXPECT_FALSE(id.IsNull());
+    EXPECT_NE(idIn(second), id);
+    EXPECT_EQ(idIn(first), id);
 }
 
 TEST(Platform, ProcessesThatStartTogetherAgreeOnTheMachine) {
     TempFolder folder;
-    ScopedEnv home("VORLAN_HOME", folder.Get().c_str());
-    int ends[2];
-    ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-    UniqueFd read(ends[0]), write(ends[1]);
-    constexpr int k_Children = 8;
+    EnvironmentValue home("VORLAN_HOME", folder.Folder().c_str());
+    Pipe pipe;
     std::vector<pid_t> children;
-    for (int i = 0; i < k_Children; ++i) {
-        children.push_back(::fork());
-        if (children.back() == 0) {
+    for (int i = 0; i < 8; ++i) {
+        children.push_back(Fork([&] {
             UID id = Platform::GetUniqueSystemID();
-            ::_exit(::write(write.Get(), id.Bytes(), UID::k_Size) == UID::k_Size ? 0 : 1);
-        }
+            return ::write(pipe.write.Get(), id.Bytes(), UID::k_Size) == UID::k_Size ? 0 : 1;
+        }));
     }
     std::set<UID> ids;
-    for (int i = 0; i < k_Children; ++i) {
+    for (pid_t child : children) {
+        EXPECT_EQ(EndOf(child), 0);
         uint8_t bytes[UID::k_Size];
-        ASSERT_EQ(::read(read.Get(), bytes, sizeof(bytes)), static_cast<ssize_t>(sizeof(bytes)));
+        ASSERT_EQ(::read(pipe.read.Get(), bytes, sizeof(bytes)), static_cast<ssize_t>(sizeof(bytes)));
         ids.insert(UID::FromBytes(bytes));
     }
-    for (pid_t child : children)
-        ::waitpid(child, nullptr, 0);
     EXPECT_EQ(ids.size(), 1u);
 }
 
 TEST(Platform, KnowsTheMachineAndTheUser) {
-    EXPECT_FALSE(Platform::GetComputerNameA().empty());
-    EXPECT_FALSE(Platform::GetComputerNameA().Contains("."));
+    EXPECT_FALSE(Platform::GetComputerNameA().empty() || Platform::GetComputerNameA().Contains("."));
     EXPECT_EQ(Platform::GetUserAtMachine(), Platform::GetCurrentUserName() + "@" + Platform::GetComputerNameA());
     EXPECT_TRUE(Platform::HardwareText().Contains(Platform::CoreCount() == 1 ? "core" : "cores"));
     EXPECT_TRUE(Platform::OperatingSystemText().Contains("Linux"));

@@ -1,14 +1,10 @@
-#include "tempfolder.h"
+#include "runtimetools.h"
 
 #include <corekit/filelock.h>
 #include <corekit/sformat.h>
 
-#include <gtest/gtest.h>
-
-#include <sys/wait.h>
-#include <thread>
-
-using namespace corekit;
+namespace corekit::test {
+namespace {
 
 TEST(FileLock, OneHolderAtATimeWhoIsNamed) {
     const TempFolder folder;
@@ -30,20 +26,13 @@ TEST(FileLock, OneHolderAtATimeWhoIsNamed) {
     lock.reset();
     EXPECT_FALSE(path.Exists());
     EXPECT_TRUE(FileLock::TryTake(path, "Other"));
+    EXPECT_THROW(FileLock::TryTake("/no/such/folder/x.lock", "x"), FileException);
 }
 
 TEST(FileLock, TheLockOfADeadProcessIsTakenSilently) {
     const TempFolder folder;
     const Path path = folder / "Engine.lock";
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        const bool taken = FileLock::TryTake(path, "VorlanEngine").release() != nullptr;
-        _exit(taken ? 0 : 1);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    ASSERT_EQ(status, 0);
+    ASSERT_EQ(EndOf(Fork([&] { return FileLock::TryTake(path, "VorlanEngine").release() ? 0 : 1; })), 0);
     EXPECT_TRUE(path.Exists());
     EXPECT_FALSE(FileLock::IsHeld(path));
     EXPECT_TRUE(FileLock::TryTake(path, "VorlanEngine"));
@@ -75,6 +64,5 @@ TEST(FileLock, TakersAndAskersInARaceNeverShareIt) {
     EXPECT_GT(taken, 0);
 }
 
-TEST(FileLock, AnUnusableFolderIsAClearError) {
-    EXPECT_THROW(FileLock::TryTake("/no/such/folder/x.lock", "x"), FileException);
-}
+} // namespace
+} // namespace corekit::test

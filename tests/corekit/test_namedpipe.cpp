@@ -2,9 +2,6 @@
 
 #include <corekit/namedpipe.h>
 
-#include <atomic>
-#include <sys/wait.h>
-
 namespace corekit::test {
 namespace {
 
@@ -20,7 +17,7 @@ protected:
 
 struct NamedPipeTest : ::testing::Test {
     TempFolder folder;
-    ScopedEnv home{"VORLAN_HOME", folder.Get().c_str()};
+    EnvironmentValue home{"VORLAN_HOME", folder.Folder().c_str()};
 };
 
 TEST_F(NamedPipeTest, EachConnectionIsTold) {
@@ -40,22 +37,15 @@ TEST_F(NamedPipeTest, EachConnectionIsTold) {
 TEST_F(NamedPipeTest, OneListensAtATimeAndANewOneReplacesADeadOne) {
     {
         CountingPipe first("Name");
-        LogCatcher log;
+        LogLines log(LogLevel::Error);
         CountingPipe second("Name");
         EXPECT_TRUE(first.IsListening());
         EXPECT_FALSE(second.IsListening());
-        EXPECT_TRUE(log.Has(LogLevel::Error, "another process does"));
+        EXPECT_TRUE(log.Has("another process does"));
         second.Start();
     }
     // A process that dies without tidying up.
-    pid_t child = ::fork();
-    if (child == 0) {
-        auto* pipe = new CountingPipe("Name");
-        ::_exit(pipe->IsListening() ? 0 : 1);
-    }
-    int status = -1;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    ASSERT_EQ(status, 0);
+    ASSERT_EQ(EndOf(Fork([] { return (new CountingPipe("Name"))->IsListening() ? 0 : 1; })), 0);
     CountingPipe next("Name");
     ASSERT_TRUE(next.IsListening());
     next.Start();
@@ -74,8 +64,8 @@ TEST_F(NamedPipeTest, StopWakesAnIdleThreadAtOnceAndItCanStartAgain) {
 }
 
 TEST_F(NamedPipeTest, WorksUnderALongHomeAndRefusesOddNames) {
-    Path deep = folder.Get() / Path(String(150, 'd'));
-    ScopedEnv longHome("VORLAN_HOME", deep.c_str());
+    Path deep = folder / String(150, 'd');
+    EnvironmentValue longHome("VORLAN_HOME", deep.c_str());
     CountingPipe pipe("Name");
     EXPECT_TRUE(pipe.IsListening());
     EXPECT_TRUE(NamedPipeServerThread::Signal("Name"));
@@ -87,13 +77,13 @@ TEST_F(NamedPipeTest, WorksUnderALongHomeAndRefusesOddNames) {
 }
 
 TEST_F(NamedPipeTest, AFolderThatOthersMayWriteIsRefused) {
-    Path pipes = folder.Get() / Path("pipes");
+    Path pipes = folder / "pipes";
     std::filesystem::create_directory(pipes.Native());
     std::filesystem::permissions(pipes.Native(), std::filesystem::perms::all);
-    LogCatcher log;
+    LogLines log(LogLevel::Error);
     CountingPipe pipe("Name");
     EXPECT_FALSE(pipe.IsListening());
-    EXPECT_TRUE(log.Has(LogLevel::Error, "can be written by other users"));
+    EXPECT_TRUE(log.Has("can be written by other users"));
 }
 
 } // namespace

@@ -2,12 +2,6 @@
 
 #include <corekit/process.h>
 
-#include <cerrno>
-#include <csignal>
-#include <fcntl.h>
-#include <string>
-#include <sys/wait.h>
-
 namespace corekit::test {
 namespace {
 
@@ -21,25 +15,22 @@ ProcessOptions Shell(const char* script) {
 class TalkingShell {
 public:
     explicit TalkingShell(ProcessOptions options) {
-        int ends[2];
-        EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-        m_read.Reset(ends[0]);
-        UniqueFd write(ends[1]);
-        options.stdoutFd = write.Get();
+        options.stdoutFd = m_pipe.write.Get();
         process = Process::Start("/bin/sh", options);
         EXPECT_NE(process, nullptr);
+        m_pipe.write.Reset();
     }
     std::string Line() {
         std::string line;
         char c = 0;
-        while (::read(m_read.Get(), &c, 1) == 1 && c != '\n')
+        while (::read(m_pipe.read.Get(), &c, 1) == 1 && c != '\n')
             line += c;
         return line;
     }
     std::unique_ptr<Process> process;
 
 private:
-    UniqueFd m_read;
+    Pipe m_pipe;
 };
 
 TEST(Process, ReportsHowItEnded) {
@@ -58,50 +49,46 @@ TEST(Process, ReportsHowItEnded) {
 
 TEST(Process, SaysWhatIsWrongWhenItCannotStart) {
     TempFolder folder;
-    Path text = folder.Get() / Path("notes.txt");
-    Path noProgram = folder.Get() / Path("noprogram");
-    File::WriteWhole(text, "hello", 0644);
-    File::WriteWhole(noProgram, std::string_view("\x7f\x45LF\0\0\0\0", 8), 0755);
-    ProcessOptions elsewhere;
-    elsewhere.folder = folder.Get() / Path("missing");
+    File::WriteWhole(folder / "notes.txt", "hello", 0644);
+    File::WriteWhole(folder / "noprogram", std::string_view("\x7f\x45LF\0\0\0\0", 8), 0755);
     struct Case {
         Path program;
-        ProcessOptions options;
+        Path folder;
         const char* message;
     } const cases[] = {
         {"no-such-renderer-here", {}, "not in the search path"},
         {"/no/such/renderer", {}, "there is no such file"},
         {"", {}, "without a name"},
-        {text, {}, "right to be executed"},
-        {noProgram, {}, "not a program for this machine"},
-        {"/bin/sh", elsewhere, "there is no folder"},
+        {folder / "notes.txt", {}, "right to be executed"},
+        {folder / "noprogram", {}, "not a program for this machine"},
+        {"/bin/sh", folder / "missing", "there is no folder"},
     };
     for (auto const& test : cases) {
+        ProcessOptions options;
+        options.folder = test.folder;
         String error;
-        EXPECT_EQ(Process::Start(test.program, test.options, &error), nullptr) << test.message;
+        EXPECT_EQ(Process::Start(test.program, options, &error), nullptr) << test.message;
         EXPECT_TRUE(error.Contains(test.message)) << error;
     }
 }
 
 TEST(Process, GetsItsEnvironmentFolderAndStandardFilesAndNothingElse) {
     TempFolder folder;
-    ScopedEnv inherited("COREKIT_INHERITED", "in");
-    ScopedEnv dropped("COREKIT_DROPPED", "out");
+    EnvironmentValue inherited("COREKIT_INHERITED", "in");
+    EnvironmentValue dropped("COREKIT_DROPPED", "out");
     UniqueFd leak(::open("/dev/null", O_RDONLY)); // on purpose without O_CLOEXEC
     ProcessOptions options = Shell(
         "echo $COREKIT_INHERITED,$COREKIT_DROPPED,$COREKIT_OWN; pwd; ls /proc/self/fd | wc -l; wc -c; echo end >&2");
     options.env["COREKIT_OWN"] = "own value";
     options.unsetEnv = {"COREKIT_DROPPED"};
-    options.folder = folder.Get();
+    options.folder = folder.Folder();
     options.stderrFd = ProcessOptions::k_Null;
-    {
-        TalkingShell shell(options);
-        EXPECT_EQ(shell.Line(), "in,,own value");
-        EXPECT_EQ(shell.Line(), std::filesystem::canonical(folder.Get().Native()).string());
-        EXPECT_EQ(std::stoi(shell.Line()), 4) << "three, and ls's own";
-        EXPECT_EQ(std::stoi(shell.Line()), 0) << "nothing to read";
-        EXPECT_EQ(shell.process->Wait(), 0);
-    }
+    TalkingShell shell(options);
+    EXPECT_EQ(shell.Line(), "in,,own value");
+    EXPECT_EQ(shell.Line(), std::filesystem::canonical(folder.Folder().Native()).string());
+    EXPECT_EQ(std::stoi(shell.Line()), 4) << "three, and ls's own";
+    EXPECT_EQ(std::stoi(shell.Line()), 0) << "nothing to read";
+    EXPECT_EQ(shell.process->Wait(), 0);
     options.inheritEnv = false;
     TalkingShell bare(options);
     EXPECT_EQ(bare.Line(), ",,own value");
@@ -111,10 +98,9 @@ TEST(Process, ExchangedStandardFilesDoNotOverwriteEachOther) {
     // The child's output goes to what is descriptor 0 here while its own
     // descriptor 0 comes from elsewhere.
     TempFolder folder;
-    Path input = folder.Get() / Path("input"), output = folder.Get() / Path("output");
-    File::WriteWhole(input, "from the input\n");
-    UniqueFd in(::open(input.c_str(), O_RDONLY | O_CLOEXEC));
-    UniqueFd out(::open(output.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    File::WriteWhole(folder / "input", "from the input\n");
+    UniqueFd in(::open((folder / "input").c_str(), O_RDONLY | O_CLOEXEC));
+    UniqueFd out(::open((folder / "output").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
     UniqueFd saved(::fcntl(0, F_DUPFD_CLOEXEC, 10));
     ::dup2(out.Get(), 0);
     ProcessOptions options = Shell("cat");
@@ -127,7 +113,7 @@ TEST(Process, ExchangedStandardFilesDoNotOverwriteEachOther) {
         ::close(0);
     ASSERT_NE(process, nullptr);
     EXPECT_EQ(process->Wait(), 0);
-    EXPECT_EQ(File::Read(output), "from the input\n");
+    EXPECT_EQ(File::Read(folder / "output"), "from the input\n");
 }
 
 TEST(Process, StartsWithAllSignalsAtTheirDefault) {
@@ -168,9 +154,7 @@ TEST(Process, TerminateEndsTheWholeGroup) {
         EXPECT_FALSE(IsAlive(grandchild));
         EXPECT_TRUE(shell.process->Wait(0).has_value());
     }
-}
-
-TEST(Process, TerminateLetsTheGroupTidyUpWithinTheGrace) {
+    // Who tidies up within the grace has the time to.
     TalkingShell shell(Shell("trap 'echo tidy; exit 4' TERM; echo ready; while :; do sleep 0.01; done"));
     EXPECT_EQ(shell.Line(), "ready");
     shell.process->Terminate(20000);
@@ -179,30 +163,21 @@ TEST(Process, TerminateLetsTheGroupTidyUpWithinTheGrace) {
 }
 
 TEST(Process, WaitsNoLongerThanAskedAndLeavesOtherChildrenAlone) {
-    pid_t own = ::fork();
-    if (own == 0)
-        ::_exit(9);
-    auto sleeper = Process::Start("sleep", [] {
-        ProcessOptions options;
-        options.args = {"1000"};
-        return options;
-    }());
+    pid_t own = Fork([] { return 9; });
+    auto sleeper = Process::Start("sh", Shell("exec sleep 1000"));
     ASSERT_NE(sleeper, nullptr);
     EXPECT_EQ(sleeper->Wait(20), std::nullopt);
     EXPECT_TRUE(sleeper->Running());
     long pid = sleeper->Pid();
     sleeper.reset();
     EXPECT_EQ(TaskState(pid, pid), 0) << "killed and waited for";
-    int status = 0;
-    EXPECT_EQ(::waitpid(own, &status, 0), own) << "nobody else has waited for it";
-    EXPECT_EQ(WEXITSTATUS(status), 9);
+    EXPECT_EQ(EndOf(own), 9) << "nobody else has waited for it";
 }
 
 TEST(Process, ADetachedChildLivesOnAndLeavesNoZombie) {
-    ProcessOptions options;
-    options.args = {"1000"};
+    ProcessOptions options = Shell("exec sleep 1000");
     options.group = ProcessGroup::Session;
-    auto process = Process::Start("sleep", options);
+    auto process = Process::Start("sh", options);
     ASSERT_NE(process, nullptr);
     pid_t pid = process->Pid();
     process->Detach();

@@ -3,11 +3,7 @@
 #include <corekit/commonmutex.h>
 #include <corekit/rwlock.h>
 
-#include <atomic>
 #include <deque>
-#include <functional>
-#include <thread>
-#include <vector>
 
 namespace corekit::test {
 namespace {
@@ -58,7 +54,7 @@ TEST(RWLock, AReaderComesInAgainWhileAWriterWaits) {
 
 TEST(RWLock, NewReadersComeAfterTheWaitingWriterAndBeforeTheNext) {
     RWLock lock;
-    std::vector<int> order; // guarded by the lock while written, read at the end
+    std::vector<int> order; // of who came in; guarded by orderGuard
     std::mutex orderGuard;
     auto note = [&](int who) {
         std::lock_guard guard(orderGuard);
@@ -110,7 +106,7 @@ TEST(RWLock, WritersExcludeEverybody) {
     long first = 0, second = 0;
     std::atomic<int> torn{0};
     constexpr int k_Rounds = 40000;
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int i = 0; i < 3; ++i) {
         threads.emplace_back([&] {
             for (int round = 0; round < k_Rounds; ++round) {
@@ -128,8 +124,7 @@ TEST(RWLock, WritersExcludeEverybody) {
             }
         });
     }
-    for (auto& thread : threads)
-        thread.join();
+    threads.clear();
     EXPECT_EQ(first, 3L * k_Rounds);
     EXPECT_EQ(torn, 0);
 }
@@ -138,7 +133,7 @@ TEST(RWLock, NeitherSideStarves) {
     RWLock lock;
     std::atomic<bool> stop{false};
     std::atomic<int> reads{0}, writes{0};
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     // Two of each that never let go for long.
     for (int i = 0; i < 2; ++i) {
         threads.emplace_back([&] {
@@ -156,25 +151,14 @@ TEST(RWLock, NeitherSideStarves) {
     }
     EXPECT_TRUE(WaitFor([&] { return reads > 500 && writes > 500; }));
     stop = true;
-    for (auto& thread : threads)
-        thread.join();
 }
 
 TEST(RWLockDeathTest, MisuseEndsTheProgramWithAWord) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_DEATH(
-        {
-            RWLock lock;
-            lock.ReadLock();
-            lock.WriteLock();
-        },
-        "only reads under a lock asks to write");
-    EXPECT_DEATH(
-        {
-            RWLock lock;
-            lock.ReadUnlock();
-        },
-        "gives back a lock that it doesn't hold");
+    RWLock lock;
+    EXPECT_DEATH(lock.ReadUnlock(), "gives back a lock that it doesn't hold");
+    RWLock::Reader reader(lock);
+    EXPECT_DEATH(lock.WriteLock(), "only reads under a lock asks to write");
 }
 
 #ifndef NDEBUG
@@ -204,14 +188,10 @@ TEST(LockOrderDeathTest, TheOrderIsKept) {
             takeAll();
         EXPECT_FALSE(LockOrder::IsHeld(LockRank::JobList));
     }
-    EXPECT_DEATH(
-        {
-            CommonMutex later(LockRank::Failures);
-            RWLock earlier(LockRank::WorkList);
-            CommonMutex::Lock first(later);
-            RWLock::Writer second(earlier);
-        },
-        "holds Failures asks for WorkList");
+    CommonMutex later(LockRank::Failures);
+    RWLock earlier(LockRank::WorkList);
+    CommonMutex::Lock first(later);
+    EXPECT_DEATH(earlier.WriteLock(), "holds Failures asks for WorkList");
 }
 
 TEST(LockOrder, OneLockMayBeTakenAgainAndALaterOneGivenBackFirstOrLast) {

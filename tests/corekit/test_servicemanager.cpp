@@ -67,7 +67,6 @@ public:
         };
         return options;
     }
-    std::vector<String> Take() { return std::exchange(lines, {}); }
     Path Unit(char const* scope, char const* name) const { return m_home / scope / name; }
 
     std::vector<String> lines;
@@ -94,43 +93,38 @@ TEST(Systemd, InstallsStartsAndRemovesForTheUser) {
     EXPECT_THROW(manager.Install(ServiceScope::User, {{"a.timer", "timer"}}, "a.timer"), ServiceException);
     EXPECT_FALSE(manager.FindScope("a.timer"));
     systemd.answer.exitCode = 0;
-    systemd.Take();
+    systemd.lines.clear();
     manager.Install(ServiceScope::User, {{"a.timer", "timer"}, {"a.service", "service"}}, "a.timer");
-    EXPECT_EQ(systemd.Take(), (std::vector<String>{"systemctl --user daemon-reload", "systemctl --user enable a.timer",
-                                                   "loginctl enable-linger"}));
     EXPECT_EQ(File::Read(systemd.Unit("user", "a.service")), "service");
     EXPECT_EQ(manager.FindScope("a.timer"), ServiceScope::User);
     manager.Start(ServiceScope::User, "a.timer");
     manager.Stop(ServiceScope::User, "a.timer");
     manager.Remove(ServiceScope::User, {"a.timer", "a.service"}, "a.timer");
-    EXPECT_EQ(systemd.Take(),
-              (std::vector<String>{"systemctl --user start a.timer", "systemctl --user stop a.timer",
-                                   "systemctl --user disable --now a.timer", "systemctl --user stop a.service",
-                                   "systemctl --user daemon-reload"}));
+    EXPECT_EQ(systemd.lines,
+              (std::vector<String>{"systemctl --user daemon-reload", "systemctl --user enable a.timer",
+                                   "loginctl enable-linger", "systemctl --user start a.timer",
+                                   "systemctl --user stop a.timer", "systemctl --user disable --now a.timer",
+                                   "systemctl --user stop a.service", "systemctl --user daemon-reload"}));
     EXPECT_FALSE(File::Exists(systemd.Unit("user", "a.service")) || manager.FindScope("a.timer"));
 }
 
 TEST(Systemd, AsksForTheRightsOfAnAdministratorTheWayThatThereIs) {
+    String const start = "systemctl start a.service";
     struct Case {
-        char const* what;
         std::set<std::string> programs;
         bool isRoot;
         std::optional<String> password;
-        char const* begins; // of the command
+        String command; // empty: none
         char const* error;
     };
     Case const cases[] = {
-        {"root", {"systemctl"}, true, {}, "systemctl start a.service", nullptr},
-        {"polkit", {"systemctl", "pkexec", "sudo"}, false, "x", "pkexec systemctl start a.service", nullptr},
-        {"sudo",
-         {"systemctl", "sudo"},
-         false,
-         "secret",
-         "sudo -S -k -p  -- systemctl start a.service < secret",
-         nullptr},
-        {"no password", {"systemctl", "sudo"}, false, {}, nullptr, "no password was given"},
-        {"nothing", {"systemctl"}, false, "x", nullptr, "pkexec or sudo"},
-        {"no systemd", {"pkexec"}, false, "x", nullptr, "There is no systemctl on this machine"}};
+        {{"systemctl"}, true, {}, start, ""},
+        {{"systemctl", "pkexec", "sudo"}, false, "x", "pkexec " + start, ""},
+        {{"systemctl", "sudo"}, false, "secret", "sudo -S -k -p  -- " + start + " < secret", ""},
+        {{"systemctl", "sudo"}, false, {}, "", "no password was given"},
+        {{"systemctl"}, false, "x", "", "pkexec or sudo"},
+        {{"pkexec"}, false, "x", "", "There is no systemctl on this machine"},
+    };
     for (Case const& c : cases) {
         Systemd systemd;
         SystemdManager::Options options = systemd.Options(c.programs);
@@ -138,8 +132,8 @@ TEST(Systemd, AsksForTheRightsOfAnAdministratorTheWayThatThereIs) {
         options.askPassword = [&c] { return c.password; };
         SystemdManager manager(options);
         String const error = What([&] { manager.Start(ServiceScope::System, "a.service"); });
-        EXPECT_EQ(systemd.lines, c.begins ? std::vector<String>{c.begins} : std::vector<String>{}) << c.what;
-        EXPECT_TRUE(c.error ? error.Contains(c.error) : error.empty()) << c.what << ": " << error;
+        EXPECT_EQ(systemd.lines, c.command.Empty() ? std::vector<String>{} : std::vector<String>{c.command}) << error;
+        EXPECT_TRUE(error.Empty() == !c.command.Empty() && error.Contains(c.error)) << error;
     }
 }
 
@@ -149,24 +143,23 @@ TEST(Systemd, SaysWhatWentWrong) {
         ServiceScope scope;
         char const* error;
     };
+    String const noBus = "Failed to connect to bus: No medium found";
+    char const* const notFound = "\"systemctl --user start a.service\" failed. (Unit a.service not found.)";
     Case const cases[] = {
-        {{{}, 1, "Failed to connect to bus: No medium found"}, ServiceScope::User, "Log in on its desktop"},
-        {{{}, 5, "Unit a.service not found."},
-         ServiceScope::User,
-         "\"systemctl --user start a.service\" failed. (Unit a.service not found.)"},
+        {{{}, 1, noBus}, ServiceScope::User, "Log in on its desktop"},
+        {{{}, 5, "Unit a.service not found."}, ServiceScope::User, notFound},
         {{{}, std::nullopt, ""}, ServiceScope::User, "did not end in time"},
         {{"Cannot run systemctl", std::nullopt, ""}, ServiceScope::User, "Cannot run systemctl"},
         {{{}, 126, "dismissed"}, ServiceScope::System, "nobody gave the password"},
     };
+    Systemd systemd;
+    SystemdManager manager(systemd.Options({"systemctl", "pkexec"}));
     for (Case const& c : cases) {
-        Systemd systemd;
         systemd.answer = c.answer;
-        SystemdManager manager(systemd.Options({"systemctl", "pkexec"}));
         String const error = What([&] { manager.Start(c.scope, "a.service"); });
         EXPECT_TRUE(error.Contains(c.error)) << error;
     }
-    Systemd systemd;
-    SystemdManager manager(systemd.Options({"systemctl", "pkexec"}));
+    systemd.lines.clear();
     for (char const* name : {"../a.service", "-a.service", "a b.service", "", "a;b.service"})
         EXPECT_TRUE(What([&] { manager.Start(ServiceScope::System, name); }).Contains("no name of a service")) << name;
     EXPECT_TRUE(systemd.lines.empty());
@@ -196,14 +189,10 @@ TEST(Systemd, TheMachinesUnitsAreWrittenByOneCommand) {
 }
 
 TEST(Systemd, AWordOfACommandStaysOneWord) {
-    struct Case {
-        char const* word;
-        char const* quoted;
-    };
-    constexpr Case k_Cases[] = {
+    char const* const words[][2] = {
         {"/opt/a b/c", "\"/opt/a b/c\""}, {"50% $HOME", "\"50%% $$HOME\""}, {"a\"b\\c", "\"a\\\"b\\\\c\""}};
-    for (Case const& c : k_Cases)
-        EXPECT_EQ(SystemdManager::Quote(c.word), c.quoted);
+    for (auto const& [word, quoted] : words)
+        EXPECT_EQ(SystemdManager::Quote(word), quoted);
     EXPECT_THROW(SystemdManager::Quote("a\nExecStartPre=evil"), ArgumentException);
 }
 

@@ -21,45 +21,30 @@ TEST(String, EveryKindOfTextComparesAndJoinsWithEveryOther) {
     const Path path = "ab";
     const std::string standard = "ab";
     const std::string_view view = "ab";
-    const char* pointer = "ab";
-    EXPECT_TRUE(text == standard && standard == text && text == view && view == text && text == pointer);
-    EXPECT_TRUE(pointer == text && text == "ab" && "ab" == text && path == text && text == path && path == "ab");
-    EXPECT_TRUE(text < "b" && "aa" < text && text <= standard && view >= text && text != "abc" && path < String("b"));
-    EXPECT_EQ(text + standard + view + pointer + path + "ab" + 'c', "ababababababc");
-    EXPECT_EQ("x" + text, "xab");
-    EXPECT_EQ(standard + text, "abab");
-    EXPECT_EQ(view + text, "abab");
+    EXPECT_TRUE(text == standard && view == text && "ab" == text && path == text && text == path && path == "ab");
+    EXPECT_TRUE(text < "b" && "aa" < text && text <= standard && view >= text && path < String("b"));
+    EXPECT_EQ(text + standard + view + path + "ab" + 'c', "abababababc");
+    EXPECT_EQ("x" + text + "," + (view + text), "xab,abab");
     const char* none = nullptr;
-    EXPECT_EQ(String(none), "");
-    EXPECT_TRUE(String() == none);
-    EXPECT_EQ(text + none, "ab");
+    EXPECT_TRUE(String(none) == "" && String() == none && text + none == "ab");
 }
 
 TEST(String, OrderIsByUnsignedBytes) {
     EXPECT_LT(String("z"), String("\xC3\xA4"));
     EXPECT_LT(String(std::string_view("a\0", 2)), String("ab"));
-    EXPECT_LT(String("a").Compare("b"), 0);
-    EXPECT_GT(String("a").CompareNoCase("B") * -1, 0);
-    EXPECT_EQ(String("ENGine").CompareNoCase("engINE"), 0);
+    EXPECT_LT(String("a").CompareNoCase("B"), 0);
     EXPECT_GT(String("ab").CompareNoCase("A"), 0);
     // '_' lies between the cases: the fold must be to lower, as ciless keys rely on it.
     EXPECT_LT(String("_").CompareNoCase("A"), 0);
-}
-
-TEST(String, OptionMapFindsKeysInAnyCase) {
-    OptionMap options;
-    options["Name"] = "1";
+    OptionMap options{{"Name", "1"}};
     options["NAME"] = "2";
     EXPECT_EQ(options.size(), 1u);
     EXPECT_EQ(options.find(std::string_view("name"))->second, "2");
-    EXPECT_EQ(options.begin()->first, "Name");
 }
 
 TEST(String, Finds) {
     const String text = "Frame.0001.EXR";
-    EXPECT_EQ(text.Find("."), 5u);
     EXPECT_EQ(text.Find(".", 6), 10u);
-    EXPECT_EQ(text.Find('x'), String::npos);
     EXPECT_EQ(text.FindNoCase("exr"), 11u);
     EXPECT_EQ(text.FindNoCase("FRAME", 1), String::npos);
     EXPECT_EQ(text.FindNoCase("", 3), 3u);
@@ -67,7 +52,6 @@ TEST(String, Finds) {
     EXPECT_EQ(String("aaab").FindNoCase("AAB"), 1u);
     EXPECT_EQ(text.FindOneOf("0123456789"), 6u);
     EXPECT_EQ(text.FindOneNotOf("Frame"), 5u);
-    EXPECT_TRUE(text.Contains("0001") && !text.Contains("exr") && text.ContainsNoCase("exr"));
 }
 
 TEST(String, Replaces) {
@@ -137,10 +121,8 @@ TEST(String, ReadsNumbersAndFallsBack) {
         EXPECT_TRUE(String(yes).Bool(false)) << yes;
     for (const char* no : {"No", "false", "OFF", "0"})
         EXPECT_FALSE(String(no).Bool(true)) << no;
-    for (const char* neither : {"", "2", "yess", "nope"}) {
-        EXPECT_TRUE(String(neither).Bool(true)) << neither;
-        EXPECT_FALSE(String(neither).Bool(false)) << neither;
-    }
+    for (const char* neither : {"", "2", "yess", "nope"})
+        EXPECT_TRUE(String(neither).Bool(true) && !String(neither).Bool(false)) << neither;
 }
 
 TEST(String, DoublesReadBackAsTheSameNumber) {

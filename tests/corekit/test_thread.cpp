@@ -4,12 +4,7 @@
 #include <corekit/thread.h>
 #include <corekit/threadpool.h>
 
-#include <atomic>
-#include <functional>
-#include <mutex>
 #include <stdexcept>
-#include <thread>
-#include <vector>
 
 namespace corekit::test {
 namespace {
@@ -62,7 +57,7 @@ TEST(Thread, AStopWakesASleepingThreadAndAllThatWaitForItsEnd) {
 }
 
 TEST(Thread, AnExceptionEndsThisThreadOnlyAndIsLoggedUnderItsName) {
-    LogCatcher log;
+    LogLines log(LogLevel::Error);
     TestThread first("Broken one", [](TestThread&) -> bool { throw std::runtime_error("no more paper"); });
     TestThread second("Broken two", [](TestThread&) -> bool { throw 5; });
     for (TestThread* thread : {&first, &second}) {
@@ -70,8 +65,8 @@ TEST(Thread, AnExceptionEndsThisThreadOnlyAndIsLoggedUnderItsName) {
         thread->Join();
         EXPECT_EQ(thread->endings, 1);
     }
-    EXPECT_TRUE(log.Has(LogLevel::Error, "\"Broken one\" was ended by an exception: no more paper"));
-    EXPECT_TRUE(log.Has(LogLevel::Error, "\"Broken two\" was ended"));
+    EXPECT_TRUE(log.Has("\"Broken one\" was ended by an exception: no more paper"));
+    EXPECT_TRUE(log.Has("\"Broken two\" was ended"));
 }
 
 TEST(CallEntry, KeepsAStackPerThreadAndSurvivesDeepRecursion) {
@@ -90,7 +85,7 @@ TEST(CallEntry, KeepsAStackPerThreadAndSurvivesDeepRecursion) {
     // More threads than the table holds, one after the other and at once.
     for (int round = 0; round < 3; ++round) {
         std::atomic<bool> open{false};
-        std::vector<std::thread> threads;
+        std::vector<std::jthread> threads;
         for (uint32_t i = 0; i < 100; ++i) {
             threads.emplace_back([&] {
                 CALL_ENTRY_NAMED("Many");
@@ -99,8 +94,6 @@ TEST(CallEntry, KeepsAStackPerThreadAndSurvivesDeepRecursion) {
             });
         }
         open = true;
-        for (auto& thread : threads)
-            thread.join();
     }
 }
 
@@ -185,7 +178,7 @@ TEST_F(ThreadPoolTest, TwoRunAtOnceWhereverAThreadIsFree) {
 }
 
 TEST_F(ThreadPoolTest, AFunctionDiesOnThePoolsThreadAndMayThrow) {
-    LogCatcher log;
+    LogLines log(LogLevel::Error);
     ThreadPool::Initialize(2);
     std::atomic<std::thread::id> diedOn{};
     std::shared_ptr<int> payload(new int(1), [&](int* data) {
@@ -196,7 +189,7 @@ TEST_F(ThreadPoolTest, AFunctionDiesOnThePoolsThreadAndMayThrow) {
     ThreadPool::Shutdown();
     EXPECT_NE(diedOn.load(), std::thread::id());
     EXPECT_NE(diedOn.load(), std::this_thread::get_id());
-    EXPECT_TRUE(log.Has(LogLevel::Error, "too heavy"));
+    EXPECT_TRUE(log.Has("too heavy"));
 }
 
 } // namespace

@@ -11,10 +11,7 @@ using namespace corekit;
 
 namespace {
 
-constexpr int64_t k_Second = 1000;
-constexpr int64_t k_Minute = 60 * k_Second;
-constexpr int64_t k_Hour = 60 * k_Minute;
-constexpr int64_t k_Day = 24 * k_Hour;
+constexpr int64_t k_Second = 1000, k_Minute = 60 * k_Second, k_Hour = 60 * k_Minute, k_Day = 24 * k_Hour;
 
 struct Triple {
     int unit1, unit2, unit3, width;
@@ -36,7 +33,6 @@ const DurationCase k_Durations[] = {
     {k_Long, 0, "0 seconds"},
     {k_Long, 999, "0 seconds"},
     {k_Long, 1 * k_Second, "1 second"},
-    {k_Long, 45 * k_Second, "45 seconds"},
     {k_Long, 59 * k_Second + 999, "59 seconds"},
     {k_Long, 1 * k_Minute, "1 minute 0 seconds"},
     {k_Long, 2 * k_Minute + 5 * k_Second, "2 minutes 5 seconds"},
@@ -46,7 +42,6 @@ const DurationCase k_Durations[] = {
     {k_Long, 1000 * k_Day + 1, "1000 days"},
     {k_Long, -(2 * k_Minute + 5 * k_Second), "-2 minutes 5 seconds"},
 
-    {k_HoursToMinutes, 0, "0s"},
     {k_HoursToMinutes, 9 * k_Second, "9s"},
     {k_HoursToMinutes, 2 * k_Minute + 5 * k_Second, "2m 05s"},
     {k_HoursToMinutes, 1 * k_Hour + 2 * k_Minute + 3 * k_Second, "1h 02m"},
@@ -55,19 +50,15 @@ const DurationCase k_Durations[] = {
 
     {k_HoursToSeconds, 0, "0ms"},
     {k_HoursToSeconds, 250, "250ms"},
-    {k_HoursToSeconds, 5 * k_Second, "5s"},
     {k_HoursToSeconds, 5 * k_Second + 7, "5s 07ms"},
     {k_HoursToSeconds, 2 * k_Minute + 5 * k_Second + 999, "2m 05s"},
     {k_HoursToSeconds, 26 * k_Hour, "26h 00m 00s"},
 
-    {k_DaysToSeconds, 0, "0ms"},
     {k_DaysToSeconds, 12 * k_Second, "12s"},
     {k_DaysToSeconds, 26 * k_Hour + 3 * k_Second, "1d 02h 00m 03s"},
     {k_DaysToSeconds, 2000 * k_Day, "2000d"},
 
     {k_DaysToMinutes, 45 * k_Second, "45s"},
-    {k_DaysToMinutes, 2 * k_Minute + 5 * k_Second, "2m 05s"},
-    {k_DaysToMinutes, 1 * k_Hour + 2 * k_Minute, "1h 02m"},
     {k_DaysToMinutes, 26 * k_Hour + 7 * k_Minute, "1d 02h 07m"},
     {k_DaysToMinutes, std::numeric_limits<int64_t>::max(), "106751991167d"},
     {k_DaysToMinutes, std::numeric_limits<int64_t>::min(), "-106751991167d"},
@@ -115,12 +106,5 @@ TEST(Time, PointsFormatInUtcAndInTheLocalZone) {
     EXPECT_EQ(Time::FromUnixMs(-1).Format(k_DefaultDateTime, false), "1969-12-31 23:59:59.999");
     EXPECT_EQ(Time(std::numeric_limits<int64_t>::max()).Format(), "");
     EXPECT_EQ(point.Format("", false), "");
-}
-
-TEST(Time, CurrentTimeIsTheClockOfTheSystem) {
-    const std::time_t before = std::time(nullptr);
-    const Time now = Time::CurrentTime();
-    EXPECT_GE(now.ToUnixMs(), int64_t{before} * 1000);
-    EXPECT_LE(now.ToUnixMs(), (int64_t{std::time(nullptr)} + 1) * 1000);
-    EXPECT_EQ(Time::FromUnixMs(0).Milliseconds(), 62135596800000);
+    EXPECT_LE(std::abs(Time::CurrentTime().ToUnixMs() / 1000 - std::time(nullptr)), 1);
 }

@@ -1,14 +1,11 @@
+#include "runtimetools.h"
+
 #include <corekit/uid.h>
 
-#include <gtest/gtest.h>
-
-#include <sys/wait.h>
-#include <thread>
-#include <unistd.h>
 #include <unordered_set>
-#include <vector>
 
 using namespace corekit;
+using namespace corekit::test;
 
 TEST(UID, TextReadsBackAndBadTextIsRefused) {
     UID id;
@@ -59,20 +56,11 @@ TEST(UID, FreshOnesAreUniqueAcrossThreadsAndCarryTheirVersion) {
 
 TEST(UID, AForkedChildDoesNotRepeatItsParent) {
     static_cast<void>(UID(true));
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        const UID id(true);
-        _exit(write(ends[1], id.Bytes(), 16) == 16 ? 0 : 1);
-    }
+    const Pipe pipe;
+    ASSERT_EQ(EndOf(Fork([&] { return write(pipe.write.Get(), UID(true).Bytes(), 16) == 16 ? 0 : 1; })), 0);
     uint8_t bytes[16];
-    ASSERT_EQ(read(ends[0], bytes, sizeof bytes), 16);
-    waitpid(child, nullptr, 0);
+    ASSERT_EQ(read(pipe.read.Get(), bytes, sizeof bytes), 16);
     EXPECT_NE(UID::FromBytes(bytes), UID(true));
-    close(ends[0]);
-    close(ends[1]);
 }
 
 TEST(UID, NamesGiveStableValues) {
