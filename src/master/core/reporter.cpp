@@ -160,8 +160,9 @@ String Reporter::Round() const {
         text += k_NL + String("    ") + job->job->Name() +
                 SFormat(": %llu frames queued, ", static_cast<unsigned long long>(job->queue.Count()));
         String why;
+        Question const question{m_farm, *job, nullptr};
         auto const refusal = std::find_if(Conditions().begin(), Conditions().end(), [&](Condition const& condition) {
-            return condition.about == Condition::About::Job && !condition.allows({m_farm, *job, nullptr}, &why);
+            return condition.about == Condition::About::Job && !condition.allows(question, &why);
         });
         text += refusal == Conditions().end() ? String("may be distributed") : "held back: " + why;
     }
