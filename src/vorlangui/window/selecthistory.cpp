@@ -1,13 +1,41 @@
 #include "selecthistory.h"
 
+#include <algorithm>
+#include <boost/make_shared.hpp>
+
 namespace vorlan {
 
-void SelectHistory::Push(SelectHistoryEntry entry) {
-    if (m_current + 1 < m_entries.size())
-        m_entries.erase(m_entries.begin() + static_cast<std::ptrdiff_t>(m_current) + 1, m_entries.end());
-    m_entries.push_back(std::move(entry));
-    if (m_entries.size() == k_Capacity)
+namespace {
+// Somebody may look at a row or two between two selections of all.
+constexpr size_t k_LookBack = 4;
+} // namespace
+
+boost::shared_ptr<corekit::vector<UID> const> SelectHistory::Shared(corekit::set<UID> const& selected) {
+    size_t const looked = std::min<size_t>(m_entries.size(), k_LookBack);
+    for (size_t back = 1; back <= looked; ++back) {
+        auto const& former = m_entries[m_entries.size() - back].selected;
+        if (std::ranges::equal(*former, selected))
+            return former;
+    }
+    m_keptIDs += selected.size();
+    return boost::make_shared<corekit::vector<UID> const>(selected.begin(), selected.end());
+}
+
+void SelectHistory::Forget(SelectHistoryEntry const& entry) {
+    if (entry.selected.use_count() == 1)
+        m_keptIDs -= entry.selected->size();
+}
+
+void SelectHistory::Push(int kind, int list, UID const& anchor, corekit::set<UID> const& selected) {
+    while (m_current + 1 < m_entries.size()) {
+        Forget(m_entries.back());
+        m_entries.pop_back();
+    }
+    m_entries.push_back({kind, list, anchor, Shared(selected)});
+    while (m_entries.size() == k_Capacity || (m_keptIDs > k_MostIDs && m_entries.size() > 1)) {
+        Forget(m_entries.front());
         m_entries.pop_front();
+    }
     m_current = m_entries.size() - 1;
 }
 

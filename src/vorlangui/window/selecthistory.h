@@ -1,5 +1,6 @@
 #pragma once
 
+#include <boost/shared_ptr.hpp>
 #include <corekit/containers.h>
 #include <corekit/uid.h>
 #include <cstdint>
@@ -23,18 +24,23 @@ struct SelectHistoryEntry {
     int kind = k_ListOfNothing;
     int list = 0; // its window id; 0: none
     UID anchor;   // the row that the info pane followed
-    corekit::set<UID> selected;
+    // In order; never null. Entries near each other share it if it is the same.
+    boost::shared_ptr<corekit::vector<UID> const> selected;
+
+    corekit::set<UID> Selected() const { return {selected->begin(), selected->end()}; }
 };
 
 // SelectHistory is the way back through what has been selected, and forth again.
 // Owner: the MainWindow. Thread: the GUI thread.
-// Always: it holds fewer than k_Capacity entries.
+// Always: it holds fewer than k_Capacity entries, and more than one of them only while all
+// their selections together have at most k_MostIDs.
 class SelectHistory {
 public:
     static constexpr size_t k_Capacity = 0x2000;
+    static constexpr size_t k_MostIDs = 2'000'000;
 
     // A new selection; what lay ahead of the current one is gone.
-    void Push(SelectHistoryEntry entry);
+    void Push(int kind, int list, UID const& anchor, corekit::set<UID> const& selected);
 
     bool HasFormer() const { return m_current != 0 && m_current < m_entries.size(); }
     bool HasLater() const { return !m_entries.empty() && m_current + 1 < m_entries.size(); }
@@ -43,10 +49,17 @@ public:
     SelectHistoryEntry const* GoToLater();
 
     size_t Size() const { return m_entries.size(); }
+    // Of all selections; a shared one counts once.
+    size_t KeptIDs() const { return m_keptIDs; }
 
 private:
+    // That of an entry shortly before if it is the same.
+    boost::shared_ptr<corekit::vector<UID> const> Shared(corekit::set<UID> const& selected);
+    void Forget(SelectHistoryEntry const& entry);
+
     std::deque<SelectHistoryEntry> m_entries;
     size_t m_current = 0;
+    size_t m_keptIDs = 0;
 };
 
 // PendingSelection gathers the row events of one list until they have come to rest.

@@ -68,10 +68,8 @@ void MainWindow::OnDeselectTimeout(wxTimerEvent&) {
 }
 
 void MainWindow::_PushSelect(int kind, int list, UID const& anchor) {
-    SelectHistoryEntry entry{kind, list, anchor, {}};
-    if (ListCtrlBase const* const control = FindList(*this, list))
-        entry.selected = control->GetSelectedIDs();
-    m_history.Push(std::move(entry));
+    ListCtrlBase const* const control = FindList(*this, list);
+    m_history.Push(kind, list, anchor, control ? control->GetSelectedIDs() : corekit::set<UID>());
 }
 
 bool MainWindow::ShowSelected(InfoPane& pane, int kind, UID const& id) {
@@ -104,7 +102,7 @@ void MainWindow::GoTo(SelectHistoryEntry const* entry) {
         return;
     ClearLastSelection(entry->list);
     if (ListCtrlBase* const list = FindList(*this, entry->list))
-        list->SetSelectedIDs(entry->selected, entry->anchor);
+        list->SetSelectedIDs(entry->Selected(), entry->anchor);
     if (m_info)
         _UpdateSelect(*m_info, *entry);
 }
