@@ -7,7 +7,6 @@
 #include "window/infopane.h"
 #include "window/selecthistory.h"
 
-#include <boost/make_shared.hpp>
 #include <chrono>
 #include <string>
 #include <vorlan/messages.h>
@@ -17,16 +16,14 @@ namespace vorlan {
 
 TEST(PendingSelection, FollowsTheLastOfAStorm) {
     struct Step {
-        int list;
-        int row;
+        int list, row;
         bool selected;
     };
     struct Case {
         char const* name;
         std::vector<Step> steps;
         bool counts; // the last one
-        int list;
-        int row;
+        int list, row;
     };
     Case const cases[] = {
         {"the last row of many", {{2600, 3, true}, {2600, 4, true}, {2600, 5, true}}, true, 2600, 5},
@@ -63,12 +60,9 @@ TEST(PendingSelection, TakesALongListInNoTime) {
 
 namespace {
 
-SelectHistoryEntry Entry(int number) {
-    SelectHistoryEntry entry;
-    entry.kind = k_ListOfJobs;
-    entry.list = 2600;
-    entry.anchor = UID::FromName(std::to_string(number));
-    return entry;
+UID Anchor(int number) { return UID::FromName(std::to_string(number)); }
+void Push(SelectHistory& history, int number, corekit::set<UID> const& selected = {}) {
+    history.Push(k_ListOfJobs, 2600, Anchor(number), selected);
 }
 
 // "p" pushes the next number, "<" and ">" go there. The anchors that were reached.
@@ -77,12 +71,12 @@ std::string Walk(SelectHistory& history, std::string const& steps) {
     int next = 1;
     for (char const step : steps) {
         if (step == 'p') {
-            history.Push(Entry(next++));
+            Push(history, next++);
             continue;
         }
         SelectHistoryEntry const* const entry = step == '<' ? history.GoToFormer() : history.GoToLater();
         int number = 1;
-        while (entry && entry->anchor != Entry(number).anchor)
+        while (entry && entry->anchor != Anchor(number))
             ++number;
         reached += entry ? std::to_string(number) : "-";
     }
@@ -96,8 +90,7 @@ TEST(SelectHistory, GoesBackAndForth) {
         char const* steps;
         char const* reached;
         size_t size;
-        bool former;
-        bool later;
+        bool former, later;
     };
     Case const cases[] = {
         {"", "", 0, false, false},
@@ -121,7 +114,7 @@ TEST(SelectHistory, GoesBackAndForth) {
 TEST(SelectHistory, ForgetsTheOldest) {
     SelectHistory history;
     for (int i = 0; i < 9000; ++i)
-        history.Push(Entry(i));
+        Push(history, i);
     EXPECT_EQ(history.Size(), 8191u);
     SelectHistoryEntry const* entry = nullptr;
     size_t steps = 0;
@@ -130,7 +123,29 @@ TEST(SelectHistory, ForgetsTheOldest) {
         ++steps;
     }
     EXPECT_EQ(steps, 8190u);
-    EXPECT_EQ(entry->anchor, Entry(9000 - 8191).anchor);
+    EXPECT_EQ(entry->anchor, Anchor(9000 - 8191));
+}
+
+// All rows of a long list, again and again.
+TEST(SelectHistory, KeepsLongSelectionsOnce) {
+    corekit::set<UID> all;
+    for (int i = 0; i < 50'000; ++i)
+        all.insert(UID(true));
+    SelectHistory history;
+    for (int i = 0; i < 100; ++i) {
+        Push(history, i, all);
+        Push(history, i, {Anchor(0)});
+    }
+    EXPECT_EQ(history.Size(), 200u);
+    EXPECT_EQ(history.KeptIDs(), all.size() + 1);
+    // Each another one: the oldest go, what was shared by many as well.
+    for (int i = 0; i < 60; ++i) {
+        all.erase(all.begin());
+        Push(history, i, all);
+    }
+    EXPECT_LE(history.KeptIDs(), SelectHistory::k_MostIDs);
+    EXPECT_LT(history.Size(), 60u);
+    EXPECT_EQ(history.GoToFormer()->Selected().size(), all.size() + 1);
 }
 
 // Jobs and Engines in the lists of the window.
@@ -138,18 +153,10 @@ class SelectionTest : public GuiTest {
 protected:
     SelectionTest() {
         HasRunBefore();
-        StartClient().SetSize(1100, 800);
-        outside.connected = true;
-        GuiTester::Connected(Gui());
-        for (char const* name : {"a", "b", "c"}) {
-            auto job = boost::make_shared<Job>(UID::FromName(name));
-            job->SetName(name);
-            JobList::Get().InsertJob(job);
-        }
-        Engine engine(UID::FromName("rack"));
-        engine.SetName("rack");
-        engine.SetOnline(true);
-        EngineList::Get().InsertEngine(engine);
+        StartConnected().SetSize(1100, 800);
+        for (char const* name : {"a", "b", "c"})
+            AddJob(name);
+        AddEngine("rack");
         EXPECT_TRUE(PumpUntil([this] { return Jobs().GetItemCount() == 3; }));
         Engines().Update();
     }
@@ -162,10 +169,6 @@ protected:
         return PumpUntil([=, this] { return Shown() == heading; }, 3000);
     }
     int Row(char const* job) { return Jobs().GetRowOf(UID::FromName(job)); }
-    void Command(int id) {
-        wxCommandEvent event(wxEVT_MENU, id);
-        Window().GetEventHandler()->ProcessEvent(event);
-    }
     bool Enabled(int id) {
         wxUpdateUIEvent event(id);
         Window().GetEventHandler()->ProcessEvent(event);
@@ -206,6 +209,10 @@ TEST_F(SelectionTest, TheWayBackBringsSelectionsAgain) {
     ASSERT_TRUE(Shows("b"));
     Engines().Select(0);
     ASSERT_TRUE(Shows("rack"));
+    wxKeyEvent key(wxEVT_KEY_DOWN);
+    key.m_keyCode = WXK_LEFT;
+    key.SetControlDown(true);
+    EXPECT_FALSE(Engines().ProcessWindowEvent(key)) << "it belongs to the menu";
     Back();
     EXPECT_EQ(Shown(), "b");
     EXPECT_EQ(Rows(Jobs()), 2u);

@@ -402,12 +402,14 @@ bool wxDBListInput::Navigate(wxKeyEvent& event) {
         return true;
     case WXK_LEFT:
     case WXK_NUMPAD_LEFT:
-        m_list.ScrollTo(m_state.layout.Origin() - wxPoint(columnStep, 0));
-        return true;
     case WXK_RIGHT:
-    case WXK_NUMPAD_RIGHT:
-        m_list.ScrollTo(m_state.layout.Origin() + wxPoint(columnStep, 0));
+    case WXK_NUMPAD_RIGHT: {
+        if (event.HasModifiers())
+            return false; // for a menu
+        bool const left = event.GetKeyCode() == WXK_LEFT || event.GetKeyCode() == WXK_NUMPAD_LEFT;
+        m_list.ScrollTo(m_state.layout.Origin() + wxPoint(left ? -columnStep : columnStep, 0));
         return true;
+    }
     case WXK_RETURN:
     case WXK_NUMPAD_ENTER:
         if (event.HasModifiers() || current < 0)
