@@ -27,6 +27,12 @@ TEST(OptionTable, FindsWhatIsWrongWithTheOptions) {
         {"Window", "ToolbarGroup-12", "No", nullptr},
         {"Window", "ToolbarGroup", "No", "is not known"},
         {"Setup", "AlwaysAdministrate", "Yes", nullptr},
+        {"Colors", "Scheme", "3", nullptr},
+        {"Colors", "TextDarkRed", "#0aF1b2", nullptr},
+        {"Colors", "TextDarkRed", "#0aF1g2", "should be a colour"},
+        {"Colors", "Selected", "blue", "should be a colour"},
+        {"Colors", "Selection", "#0aF1b2", "is not known"},
+        {"Confirm", "ConfirmClose", "perhaps", "should be Yes or No"},
         {"A Product", "anything", "at all", nullptr},
     };
     for (Case const& c : k_Cases) {
@@ -46,7 +52,8 @@ TEST(OptionTable, EachOptionStandsThereOnceWithADefaultOfItsType) {
     IniFile options;
     for (LocalOption const& option : LocalOptions()) {
         EXPECT_EQ(FindLocalOption(option.section, option.key), &option) << option.key;
-        options.SetValue(option.section, option.key, option.missing ? option.missing : "1");
+        char const* const any = option.type == OptionType::Color ? "#010203" : "1";
+        options.SetValue(option.section, option.key, option.missing ? option.missing : any);
     }
     EXPECT_EQ(CheckLocalOptions(options), corekit::vector<String>{});
 }

@@ -10,6 +10,9 @@ namespace vorlan {
 
 namespace {
 
+constexpr char k_Colors[] = "Colors";
+constexpr char k_Confirm[] = "Confirm";
+
 constexpr LocalOption k_Options[] = {
     {k_Configuration, k_OptionVersion, OptionType::Unsigned, "0", "the last version that has run; 0: none"},
     {k_Configuration, k_OptionInEngineMode, OptionType::Bool, "No", "the client only runs the Engine"},
@@ -58,6 +61,16 @@ constexpr LocalOption k_Options[] = {
     {k_WindowSection, "Maximized", OptionType::Bool, "No", "it fills the screen"},
     {o_Setup, "AlwaysAdministrate", OptionType::Bool, "No", "this client starts in administrator mode"},
     {o_Setup, o_MaxEngineHistoryItems, OptionType::Unsigned, "1000", "lines of an Engine's log that are kept"},
+    {k_Colors, "Scheme", OptionType::Unsigned, "2", "Lighter, Light, Dark, Darker, Custom, counted from 0"},
+    // Of the scheme Custom.
+    {k_Colors, "WindowBG*", OptionType::Color, nullptr, "behind everything"},
+    {k_Colors, "Text*", OptionType::Color, nullptr, "of a text"},
+    {k_Colors, "3D*", OptionType::Color, nullptr, "of an edge"},
+    {k_Colors, "Button*", OptionType::Color, nullptr, "of a button and its text"},
+    {k_Colors, "Selected", OptionType::Color, nullptr, "behind what is selected"},
+    {k_Colors, "Header", OptionType::Color, nullptr, "of the heads of lists"},
+    {k_Confirm, "*", OptionType::Bool, "No", "the question of that name is not asked any more"},
+    {k_MasterDefaultStartup, "*", OptionType::Int, nullptr, "the Master's last word on that program"},
 };
 
 template <class T>
@@ -65,6 +78,13 @@ bool IsNumber(std::string_view text) {
     T value{};
     auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     return error == std::errc() && end == text.data() + text.size();
+}
+
+// As the client writes it: "#26282B".
+bool IsColor(std::string_view text) {
+    constexpr size_t k_Length = 7;
+    return text.size() == k_Length && text.front() == '#' &&
+           text.find_first_not_of("0123456789ABCDEFabcdef", 1) == std::string_view::npos;
 }
 
 bool IsOf(OptionType type, String const& value) {
@@ -77,6 +97,8 @@ bool IsOf(OptionType type, String const& value) {
         return IsNumber<unsigned>(value);
     case OptionType::Float:
         return IsNumber<double>(value);
+    case OptionType::Color:
+        return IsColor(value);
     case OptionType::Text:
         return true;
     }
@@ -93,6 +115,8 @@ char const* Expected(OptionType type) {
         return "a whole number that is not below zero";
     case OptionType::Float:
         return "a number";
+    case OptionType::Color:
+        return "a colour such as #26282B";
     case OptionType::Text:
         break;
     }
@@ -118,7 +142,8 @@ LocalOption const* FindLocalOption(String const& section, String const& key) {
 
 corekit::vector<String> CheckLocalOptions(IniFile const& options) {
     corekit::vector<String> faults;
-    for (char const* const section : {k_Configuration, k_WindowSection, o_Setup}) {
+    for (char const* const section :
+         {k_Configuration, k_WindowSection, o_Setup, k_Colors, k_Confirm, k_MasterDefaultStartup}) {
         for (String const& key : options.Keys(section)) {
             String const place = "Option \"" + key + "\" in section \"" + section + "\"";
             LocalOption const* const option = FindLocalOption(section, key);

@@ -10,7 +10,7 @@
 
 namespace vorlan {
 
-enum class OptionType { Bool, Int, Unsigned, Float, Text };
+enum class OptionType { Bool, Int, Unsigned, Float, Color, Text };
 
 struct LocalOption {
     char const* section;

@@ -144,8 +144,9 @@ void wxvUseColorOptions(corekit::OptionsFile* options) {
     if (!options)
         return;
     for (int i = 0; i < k_ColorCount; ++i) {
-        wxColour const kept(wxvText(options->GetValue(k_Section, k_Table[i].label, "")));
-        if (kept.IsOk())
+        corekit::String const text = options->GetValue(k_Section, k_Table[i].label, "");
+        wxColour const kept(wxvText(text));
+        if (kept.IsOk() && text.StartsWith("#"))
             colors.palettes.back()[i] = kept;
     }
     int const scheme = options->GetValue(k_Section, k_SchemeKey, static_cast<int>(k_DefaultScheme));
