@@ -94,26 +94,23 @@ constexpr CommandRow k_Files[] = {
           &MainWindow::OnInstallScript),
 };
 
-constexpr CommandRow k_EngineService[] = {
-    Plain(k_IdEngineService, "Install the Engine as a Service", nullptr, &MainWindow::OnService),
-    Plain(k_IdEngineService + 1, "Start the Engine Service", nullptr, &MainWindow::OnService),
-    Plain(k_IdEngineService + 2, "Stop the Engine Service", nullptr, &MainWindow::OnService),
-    Plain(k_IdEngineService + 3, "Remove the Engine Service", nullptr, &MainWindow::OnService),
-};
+// In the order of the ids.
+constexpr std::array<CommandRow, 4> ServiceRows(int first, std::array<char const*, 4> const& labels) {
+    std::array<CommandRow, 4> rows{};
+    for (size_t i = 0; i < rows.size(); ++i)
+        rows[i] = Plain(first + static_cast<int>(i), labels[i], nullptr, &MainWindow::OnService);
+    return rows;
+}
 
-constexpr CommandRow k_ControlService[] = {
-    Plain(k_IdControlService, "Install the Engine Control Service", nullptr, &MainWindow::OnService),
-    Plain(k_IdControlService + 1, "Start the Engine Control Service", nullptr, &MainWindow::OnService),
-    Plain(k_IdControlService + 2, "Stop the Engine Control Service", nullptr, &MainWindow::OnService),
-    Plain(k_IdControlService + 3, "Remove the Engine Control Service", nullptr, &MainWindow::OnService),
-};
-
-constexpr CommandRow k_MasterService[] = {
-    Plain(k_IdMasterService, "Install the Master as a Service", nullptr, &MainWindow::OnService),
-    Plain(k_IdMasterService + 1, "Start the Master Service", nullptr, &MainWindow::OnService),
-    Plain(k_IdMasterService + 2, "Stop the Master Service", nullptr, &MainWindow::OnService),
-    Plain(k_IdMasterService + 3, "Remove the Master Service", nullptr, &MainWindow::OnService),
-};
+constexpr auto k_EngineService =
+    ServiceRows(k_IdEngineService, {"Install the Engine as a Service", "Start the Engine Service",
+                                    "Stop the Engine Service", "Remove the Engine Service"});
+constexpr auto k_ControlService =
+    ServiceRows(k_IdControlService, {"Install the Engine Control Service", "Start the Engine Control Service",
+                                     "Stop the Engine Control Service", "Remove the Engine Control Service"});
+constexpr auto k_MasterService =
+    ServiceRows(k_IdMasterService, {"Install the Master as a Service", "Start the Master Service",
+                                    "Stop the Master Service", "Remove the Master Service"});
 
 constexpr CommandRow k_Components[] = {
     Plain(k_IdStartEngine, "Start the Engine now", nullptr, &MainWindow::OnStartComponent),

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <corekit/callentry.h>
+#include <map>
 #include <vorlan/vorlanapp.h>
 #include <wx/control.h>
 #include <wx/intl.h>
@@ -64,6 +65,34 @@ constexpr CommandRow k_View[] = {
     Check(k_IdStatusBar, "Status Bar", "Shows or hides the status bar", &MainWindow::OnViewStatusBar),
 };
 
+// WindowsMenu is the submenu of the open windows; a choice brings its window to the front.
+// Owner: the View menu. Thread: the GUI thread.
+class WindowsMenu : public wxMenu {
+public:
+    WindowsMenu() { Bind(wxEVT_MENU, &WindowsMenu::OnChoice, this); }
+
+    // With those that are open now, but for this one.
+    void Fill(wxWindow const& except) {
+        while (GetMenuItemCount() != 0)
+            Destroy(FindItemByPosition(0));
+        m_targets.clear();
+        for (wxWindow* const open : wxTopLevelWindows) {
+            if (open != &except && open->IsShown() && !open->GetLabel().empty())
+                m_targets[Append(wxID_ANY, wxControl::EscapeMnemonics(open->GetLabel()))->GetId()] = open;
+        }
+    }
+
+private:
+    void OnChoice(wxCommandEvent& event) {
+        event.Skip();
+        auto const found = m_targets.find(event.GetId());
+        if (found != m_targets.end() && found->second)
+            found->second->Raise();
+    }
+
+    std::map<int, wxWeakRef<wxWindow>> m_targets; // by the ids of their items
+};
+
 } // namespace
 
 std::span<CommandRow const> ViewCommands() { return k_View; }
@@ -76,7 +105,7 @@ void BuildViewMenu(wxMenuBar& bar, MainWindow const& window, bool connected) {
     wxStatusBar const* const statusBar = window.GetStatusBar();
     menu->Check(k_IdStatusBar, statusBar ? statusBar->IsShown() : IsShown(k_OptionStatusBar));
     menu->AppendSeparator();
-    menu->Append(k_IdWindows, _("Windows"), new wxMenu, _("The open windows"));
+    menu->Append(k_IdWindows, _("Windows"), new WindowsMenu, _("The open windows"));
     menu->Enable(k_IdWindows, false);
     if (connected && window.Views())
         window.Views()->InsertMenuViews(*menu);
@@ -85,24 +114,11 @@ void BuildViewMenu(wxMenuBar& bar, MainWindow const& window, bool connected) {
 
 void FillWindowsMenu(wxMenu& menu, MainWindow const& window) {
     wxMenuItem* const item = menu.FindItem(k_IdWindows);
-    if (!item || !item->GetSubMenu())
+    auto* const windows = item ? dynamic_cast<WindowsMenu*>(item->GetSubMenu()) : nullptr;
+    if (!windows)
         return;
-    wxMenu& windows = *item->GetSubMenu();
-    while (windows.GetMenuItemCount() != 0)
-        windows.Destroy(windows.FindItemByPosition(0));
-    for (wxWindow* const open : wxTopLevelWindows) {
-        if (open == &window || !open->IsShown() || open->GetLabel().empty())
-            continue;
-        wxMenuItem const* const entry = windows.Append(wxID_ANY, wxControl::EscapeMnemonics(open->GetLabel()));
-        windows.Bind(
-            wxEVT_MENU,
-            [target = wxWeakRef<wxWindow>(open)](wxCommandEvent&) {
-                if (target)
-                    target->Raise();
-            },
-            entry->GetId());
-    }
-    item->Enable(windows.GetMenuItemCount() != 0);
+    windows->Fill(window);
+    item->Enable(windows->GetMenuItemCount() != 0);
 }
 
 void MainWindow::OnViewChange(wxCommandEvent& event) { m_views->ShowViewOf(event.GetId()); }
