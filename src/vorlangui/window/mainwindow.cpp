@@ -231,7 +231,7 @@ bool MainWindow::MayClose() {
 void MainWindow::OnClose(wxCloseEvent& event) {
     CALL_ENTRY();
     OptionsFile::PauseAutoWrite const pause(VorlanApp::GetOptions());
-    if (!MayClose() && event.CanVeto()) {
+    if (event.CanVeto() && !MayClose()) {
         event.Veto();
         return;
     }
