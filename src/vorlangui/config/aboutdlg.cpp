@@ -39,8 +39,9 @@ AboutDlg::AboutDlg(wxWindow* parent) : wxVorlanDlg(parent, _("About Vorlan"), "A
     auto* content = new wxBoxSizer(wxVERTICAL);
     content->SetMinSize(FromDIP(300), -1);
     content->Add(NewLabel(_("Vorlan GUI"), 1.6));
-    wxString const release = wxString::Format(_("Version %s, released %s"), k_VorlanVersionText, k_VorlanReleaseDate);
-    content->Add(NewLabel(release, 1.0, ColorName::TextGrey), wxSizerFlags().Border(wxTOP, FromDIP(k_RowGap)));
+    for (wxString const& line : {wxString::Format(_("Version %s"), k_VorlanVersionText),
+                                 wxString::Format(_("Released %s"), k_VorlanReleaseDate)})
+        content->Add(NewLabel(line, 1.0, ColorName::TextGrey), wxSizerFlags().Border(wxTOP, FromDIP(k_RowGap)));
     content->AddSpacer(FromDIP(k_GroupGap));
     if (Messenger::IsConnected()) {
         auto* rows = new wxFlexGridSizer(2, FromDIP(k_RowGap), FromDIP(k_ColumnGap));

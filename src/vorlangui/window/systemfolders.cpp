@@ -79,7 +79,7 @@ void ShowFolder(Path const& folder, FolderOpener const& open) {
             open(opener.program, args);
             return;
         } catch (Exception const& exception) {
-            reasons += reasons.empty() ? String() : String(" ");
+            reasons += reasons.empty() ? "" : "; ";
             reasons += exception.what();
         }
     }
