@@ -6,8 +6,12 @@
 #include <cstdio>
 #include <functional>
 #include <gtest/gtest.h>
+#include <memory>
 #include <wx/app.h>
+#include <wx/frame.h>
 #include <wx/log.h>
+#include <wx/sizer.h>
+#include <wx/uiaction.h>
 #include <wx/utils.h>
 
 // Everything that is waiting now.
@@ -24,6 +28,56 @@ inline bool PumpUntil(std::function<bool()> const& condition, int deadlineMs = 2
     }
     return true;
 }
+
+// WindowTest has a frame for the screen, and a hand on mouse and keyboard.
+class WindowTest : public ::testing::Test {
+protected:
+    explicit WindowTest(wxSize const& size = wxSize(600, 400))
+        : m_frame(new wxFrame(nullptr, wxID_ANY, "Test", wxPoint(20, 20), size)) {}
+    ~WindowTest() override {
+        m_frame->Destroy();
+        Pump();
+    }
+
+    wxFrame& Frame() { return *m_frame; }
+    // Until it has the keyboard.
+    void Show() {
+        m_frame->Show();
+        m_frame->Raise();
+        EXPECT_TRUE(PumpUntil([this] { return m_frame->IsActive(); }));
+    }
+    // Gives the frame its one control and shows it.
+    void Show(wxWindow* control) {
+        m_frame->SetSizer(new wxBoxSizer(wxVERTICAL));
+        m_frame->GetSizer()->Add(control, wxSizerFlags(1).Expand());
+        auto const painted = std::make_shared<bool>(false);
+        control->Bind(wxEVT_PAINT, [painted](wxPaintEvent& event) {
+            *painted = true;
+            event.Skip();
+        });
+        Show();
+        EXPECT_TRUE(PumpUntil([&] { return *painted; }));
+        m_frame->Layout();
+        Focus(control);
+    }
+    void Focus(wxWindow* window) {
+        window->SetFocus();
+        EXPECT_TRUE(PumpUntil([window] { return window->HasFocus(); }));
+    }
+    void Press(int key, int modifiers = 0) {
+        hand.Char(key, modifiers);
+        Pump();
+    }
+    void Type(char const* text) {
+        hand.Text(text);
+        Pump();
+    }
+
+    wxUIActionSimulator hand;
+
+private:
+    wxFrame* const m_frame;
+};
 
 // Runs all tests inside the application's main loop. From within its OnRun.
 inline int RunTestsInMainLoop(wxApp& app) {

@@ -5,13 +5,11 @@
 
 namespace vorlan {
 
-// Some Jobs in every state there is, as many Engines, and what runs on them.
+// Some Jobs in every state there is, as many Engines, and what runs on them, as
+// demofarm.json has them.
 void FillDemoFarm();
 
 // That many Jobs with names of 60 characters, and Engines with long ones, beside.
 void CrowdDemoFarm(size_t jobs);
-
-// The lists, the Pools, the Products and the failures are gone.
-void ClearDemoFarm();
 
 } // namespace vorlan

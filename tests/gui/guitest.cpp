@@ -3,7 +3,6 @@
 #include "window/mainsplitter.h"
 
 #include <vorlan/events.h>
-#include <vorlan/version.h>
 #include <wx/app.h>
 #include <wx/event.h>
 #include <wx/evtloop.h>
@@ -32,15 +31,9 @@ void GuiTester::Idle(MainWindow& window) {
 void GuiTester::ExpireNow(MainWindow& window) { window.m_timeout->m_expires.store(1); }
 
 GuiTest::GuiTest() {
-    Outside::Set(&outside);
     GuiTester::GoOn();
     GuiTester::Forget(Gui());
-    Options().Clear();
-    Options().SetSection(String());
     wxvUseColorOptions(&Options());
-    EngineList::Get().Clear();
-    JobList::Get().Clear();
-    WorkList::Get().Clear();
 }
 
 GuiTest::~GuiTest() {
@@ -49,10 +42,7 @@ GuiTest::~GuiTest() {
         window->Destroy();
         EXPECT_TRUE(PumpUntil([] { return MainWindow::Get() == nullptr; }));
     }
-    Outside::Set(nullptr);
 }
-
-void GuiTest::HasRunBefore() { Options().SetValue(k_Configuration, k_OptionVersion, k_VorlanVersion); }
 
 MainWindow& GuiTest::StartClient(CommandLine* line) {
     GuiTester::SetCommandLine(Gui(), line);
@@ -61,9 +51,23 @@ MainWindow& GuiTest::StartClient(CommandLine* line) {
     return Window();
 }
 
+MainWindow& GuiTest::StartConnected() {
+    StartClient();
+    outside.connected = true;
+    GuiTester::Connected(Gui());
+    return Window();
+}
+
 void GuiTest::CloseWindow() {
     Window().Close();
     EXPECT_TRUE(PumpUntil([] { return MainWindow::Get() == nullptr; }));
+}
+
+void GuiTest::Command(int id, bool checked) {
+    wxCommandEvent event(wxEVT_MENU, id);
+    event.SetInt(checked);
+    Window().GetEventHandler()->ProcessEvent(event);
+    Pump();
 }
 
 } // namespace vorlan

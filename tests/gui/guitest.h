@@ -46,23 +46,21 @@ public:
 };
 
 // The client in a state of a first start: no options, no window, empty lists.
-class GuiTest : public ::testing::Test {
+class GuiTest : public FarmTest {
 protected:
     GuiTest();
     ~GuiTest() override;
 
     VorlanGui& Gui() { return *VorlanGui::Get(); }
-    OptionsFile& Options() { return VorlanApp::GetOptions(); }
-    // Not the first run of the program on this machine.
-    void HasRunBefore();
     // What the end of the start-up does; the window is there then.
     MainWindow& StartClient(CommandLine* line = nullptr);
+    // The same, and there is a Master.
+    MainWindow& StartConnected();
     MainWindow& Window() { return *MainWindow::Get(); }
-    int Option(char const* key, int missing = -99) { return Options().GetValue("Configuration", key, missing); }
     // Closes it as the window manager does.
     void CloseWindow();
-
-    FakeOutside outside;
+    // A menu item, or a tool. `checked`: what a box of a menu has become.
+    void Command(int id, bool checked = false);
 };
 
 } // namespace vorlan

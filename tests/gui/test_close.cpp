@@ -1,71 +1,50 @@
 // The end of the client: with a question for people, without one for others.
 #include "guitest.h"
+#include "modalanswers.h"
 
 #include "window/confirmclose.h"
 
 #include <vorlan/messages.h>
 #include <wx/checkbox.h>
 #include <wx/menu.h>
-#include <wx/modalhook.h>
 #include <wx/msgdlg.h>
 #include <wx/textdlg.h>
 #include <wx/wxconfirmdlg.h>
 
 namespace vorlan {
 
-namespace {
-
-// Answers every modal dialog at once, and looks at it before.
-class ModalAnswer : public wxModalDialogHook {
-public:
-    explicit ModalAnswer(int answer) : m_answer(answer) { Register(); }
-    ~ModalAnswer() override { Unregister(); }
-
-    std::map<std::string, bool> check; // boxes to set, by the beginning of their labels
-    int dialogs = 0;
-    wxString title;
-    std::map<std::string, bool> boxes; // as they were shown
-
-protected:
-    int Enter(wxDialog* dialog) override {
-        ++dialogs;
-        title = dialog->GetTitle();
-        for (wxWindow* child : dialog->GetChildren()) {
-            auto* const box = dynamic_cast<wxCheckBox*>(child);
-            if (!box)
-                continue;
-            std::string const label(box->GetLabel().utf8_str());
-            boxes[label] = box->GetValue();
-            if (auto const found = check.find(label); found != check.end())
-                box->SetValue(found->second);
-        }
-        return m_answer;
-    }
-
-private:
-    int const m_answer;
-};
-
-constexpr char k_Engine[] = "Leave the Engine running";
-constexpr char k_Master[] = "Leave the Master running";
-constexpr char k_DontAsk[] = "Don't ask this again";
-
-} // namespace
-
 class CloseTest : public GuiTest {
 protected:
     CloseTest() { HasRunBefore(); }
+    // Sets the boxes of the question, by their labels, and keeps how they were shown.
+    void Choose(ModalAnswers& answers, std::map<String, bool> const& choice) {
+        answers.look = [this, choice](wxDialog& dialog) {
+            for (wxWindow* const child : dialog.GetChildren()) {
+                auto* const box = dynamic_cast<wxCheckBox*>(child);
+                if (!box)
+                    continue;
+                String const label = wxvString(box->GetLabel());
+                boxes[label] = box->GetValue();
+                if (auto const found = choice.find(label); found != choice.end())
+                    box->SetValue(found->second);
+            }
+        };
+    }
+    std::map<String, bool> boxes;
+
+    static constexpr char k_Engine[] = "Leave the Engine running";
+    static constexpr char k_Master[] = "Leave the Master running";
+    static constexpr char k_DontAsk[] = "Don't ask this again";
 };
 
 TEST_F(CloseTest, CancelKeepsTheWindow) {
     StartClient();
-    ModalAnswer answer(wxID_CANCEL);
-    answer.check = {{k_Engine, true}, {k_DontAsk, true}};
+    ModalAnswers answers(wxID_CANCEL);
+    Choose(answers, {{k_Engine, true}, {k_DontAsk, true}});
     Window().Close();
     Pump();
     ASSERT_NE(MainWindow::Get(), nullptr);
-    EXPECT_EQ(answer.dialogs, 1);
-    EXPECT_EQ(answer.title, "Confirm Close");
+    EXPECT_EQ(answers.Take(), std::vector<String>{"Confirm Close"});
     EXPECT_EQ(Option("StartEngine"), -99) << "a choice that was taken back is not stored";
     EXPECT_FALSE(wxConfirmDlg::IsAnswered("ConfirmClose"));
 }
@@ -74,37 +53,28 @@ TEST_F(CloseTest, ChoicesAreStored) {
     Options().SetValue("Configuration", "StartMaster", 2);
     StartClient();
     {
-        ModalAnswer answer(wxID_OK);
-        answer.check = {{k_Engine, true}, {k_Master, false}, {k_DontAsk, true}};
+        ModalAnswers answers(wxID_OK);
+        Choose(answers, {{k_Engine, true}, {k_Master, false}, {k_DontAsk, true}});
         CloseWindow();
-        EXPECT_EQ(answer.boxes, (std::map<std::string, bool>{{k_Engine, false}, {k_Master, true}, {k_DontAsk, false}}));
     }
+    EXPECT_EQ(boxes, (std::map<String, bool>{{k_Engine, false}, {k_Master, true}, {k_DontAsk, false}}));
     EXPECT_EQ(Option("StartEngine"), 2);
     EXPECT_EQ(Option("StartMaster"), 1);
     EXPECT_TRUE(Options().GetValue("Confirm", "ConfirmClose", false));
 
     // Told not to ask again.
     StartClient();
-    ModalAnswer second(wxID_CANCEL);
+    ModalAnswers second(wxID_CANCEL);
     CloseWindow();
-    EXPECT_EQ(second.dialogs, 0);
-}
-
-TEST_F(CloseTest, AnUncheckedBoxLeavesOtherValuesAlone) {
-    Options().SetValue("Configuration", "StartEngine", 0);
-    StartClient();
-    ModalAnswer answer(wxID_OK);
-    CloseWindow();
-    EXPECT_EQ(Option("StartEngine"), 0);
-    EXPECT_EQ(Option("StartMaster"), -99);
+    EXPECT_FALSE(second.Any());
 }
 
 TEST_F(CloseTest, NobodyIsAskedOnAShutdown) {
     StartClient();
-    ModalAnswer answer(wxID_CANCEL);
-    ShutdownMsg::s_Signal.Emit(ShutdownMsg::New());
+    ModalAnswers answers(wxID_CANCEL);
+    Say(ShutdownMsg::New());
     EXPECT_TRUE(PumpUntil([] { return MainWindow::Get() == nullptr; }));
-    EXPECT_EQ(answer.dialogs, 0);
+    EXPECT_FALSE(answers.Any());
 }
 
 TEST_F(CloseTest, AShutdownEndsWhatIsOpen) {
@@ -124,7 +94,7 @@ TEST_F(CloseTest, AShutdownEndsWhatIsOpen) {
         // It waits for a loop, and the next one is that of what is open.
         StartClient().CallAfter([&told] {
             told = true;
-            ShutdownMsg::s_Signal.Emit(ShutdownMsg::New());
+            Say(ShutdownMsg::New());
         });
         show(Window());
         EXPECT_TRUE(told);
@@ -136,7 +106,7 @@ TEST_F(CloseTest, TheWindowsPlaceIsKept) {
     StartClient().SetSize(wxRect(60, 50, 900, 600));
     ASSERT_TRUE(PumpUntil([this] { return Window().GetRect() == wxRect(60, 50, 900, 600); }));
     {
-        ModalAnswer answer(wxID_OK);
+        ModalAnswers const answers(wxID_OK);
         CloseWindow();
     }
     EXPECT_EQ(StartClient().GetSize(), wxSize(900, 600));
@@ -144,21 +114,15 @@ TEST_F(CloseTest, TheWindowsPlaceIsKept) {
 }
 
 TEST(LeaveRunning, StoresWhatTheUserChose) {
-    struct Case {
+    constexpr int k_Nothing = -99;
+    constexpr struct {
         bool checked;
-        int option;
-        std::optional<int> stored;
-    };
-    constexpr Case k_Cases[] = {{true, -1, 2},
-                                {true, 0, 2},
-                                {true, 1, 2},
-                                {true, 2, 2},
-                                {false, 2, 1},
-                                {false, 1, std::nullopt},
-                                {false, 0, std::nullopt},
-                                {false, -1, std::nullopt}};
-    for (Case const& c : k_Cases)
-        EXPECT_EQ(LeaveRunningOption(c.checked, c.option), c.stored) << c.checked << " " << c.option;
+        int option, stored;
+    } k_Cases[] = {{true, -1, 2}, {true, 0, 2},          {true, 1, 2},          {true, 2, 2},
+                   {false, 2, 1}, {false, 1, k_Nothing}, {false, 0, k_Nothing}, {false, -1, k_Nothing}};
+    for (auto const& c : k_Cases)
+        EXPECT_EQ(LeaveRunningOption(c.checked, c.option).value_or(k_Nothing), c.stored)
+            << c.checked << " " << c.option;
 }
 
 } // namespace vorlan

@@ -3,6 +3,7 @@
 
 #include "core/enginemode.h"
 #include "window/messagepane.h"
+#include "window/systemids.h"
 
 #include <corekit/namedpipe.h>
 #include <vorlan/keys.h>
@@ -17,25 +18,24 @@ using corekit::LogLines;
 using corekit::NamedPipeServerThread;
 
 TEST(IdleSpan, TheLocalWordBeatsTheMasters) {
-    struct Case {
-        int local;
-        int master;
-        int minutes;
-    };
-    constexpr Case k_Cases[] = {{-1, 0, 0}, {-1, 10, 10}, {0, 10, 0}, {5, 10, 5}, {-7, 3, 3}, {-1, -1, 0}};
-    for (Case const& c : k_Cases)
+    constexpr struct {
+        int local, master, minutes;
+    } k_Cases[] = {{-1, 0, 0}, {-1, 10, 10}, {0, 10, 0}, {5, 10, 5}, {-7, 3, 3}, {-1, -1, 0}};
+    for (auto const& c : k_Cases)
         EXPECT_EQ(IdleSpan(c.local, c.master), Time::Minutes(c.minutes)) << c.local << " " << c.master;
 }
 
 class EngineModeTest : public GuiTest {
 protected:
-    void Enter() {
-        wxCommandEvent nothing;
-        Window().OnEngineMode(nothing);
-    }
-    void Connect() {
-        wxCommandEvent nothing;
-        Window().OnConnect(nothing);
+    EngineModeTest() { HasRunBefore(); }
+
+    void Enter() { Command(k_IdEngineMode); }
+    // An own Engine, and the Master's word: it times out.
+    void StartIdle() {
+        StartClient();
+        outside.started.insert(k_ComponentEngine);
+        MasterSaysIdleMinutes(10);
+        Timeout().Reset();
     }
     void MasterSaysIdleMinutes(int minutes) {
         outside.masterInfo = MasterInfoMsg::New();
@@ -47,7 +47,6 @@ protected:
 };
 
 TEST_F(EngineModeTest, ShowsItsPaneAndStopsTheMessenger) {
-    HasRunBefore();
     MainWindow& window = StartClient();
     outside.TakeSteps();
     LogLines log(LogLevel::Status);
@@ -78,12 +77,11 @@ TEST_F(EngineModeTest, ShowsItsPaneAndStopsTheMessenger) {
 }
 
 TEST_F(EngineModeTest, ConnectLeavesIt) {
-    HasRunBefore();
     MainWindow& window = StartClient();
     Enter();
     outside.TakeSteps();
     LogLines log(LogLevel::Status);
-    Connect();
+    Command(k_IdConnect);
     EXPECT_EQ(outside.TakeSteps(), std::vector<String>{"messenger stop 0 0 1"});
     EXPECT_EQ(window.ShownView(), MainWindow::k_ViewSearching);
     EXPECT_TRUE(GuiTester::SearchingPane(window).IsShownOnScreen());
@@ -93,18 +91,7 @@ TEST_F(EngineModeTest, ConnectLeavesIt) {
     EXPECT_FALSE(NamedPipeServerThread::Signal("VorlanGui-EngineMode"));
 }
 
-TEST_F(EngineModeTest, ARestartStaysInIt) {
-    HasRunBefore();
-    Options().SetValue("Configuration", "InEngineMode", true);
-    CommandLine line("VorlanGui", {});
-    EXPECT_EQ(StartClient(&line).ShownView(), MainWindow::k_ViewEngineMode);
-    EXPECT_TRUE(line.HasSwitch("DisableMessenger"));
-    EXPECT_TRUE(outside.started.contains(k_ComponentEngine));
-    EXPECT_TRUE(NamedPipeServerThread::Signal("VorlanGui-EngineMode"));
-}
-
 TEST_F(EngineModeTest, AMachineThatServesGoesOnServing) {
-    HasRunBefore();
     StartClient();
     outside.TakeSteps();
     outside.master = outside.MachineID();
@@ -117,7 +104,7 @@ TEST_F(EngineModeTest, AMachineThatServesGoesOnServing) {
     Enter();
     EXPECT_EQ(outside.TakeSteps(),
               (std::vector<String>{"start VorlanMaster", "start VorlanEngine", "messenger stop 0 0 0"}));
-    Connect();
+    Command(k_IdConnect);
     EXPECT_EQ(outside.TakeSteps(), (std::vector<String>{"messenger stop 0 0 1", "start VorlanMaster"}));
 
     // Another one serves: this machine forgets that it did.
@@ -131,22 +118,17 @@ TEST_F(EngineModeTest, AMachineThatServesGoesOnServing) {
 TEST_F(EngineModeTest, OnlyAnIdleClientWithItsOwnEngineTimesOut) {
     struct Case {
         char const* what;
-        bool ownEngine;
-        bool connected;
-        int local;
-        int master;
+        bool ownEngine, connected;
+        int local, master;
         bool timesOut;
     };
     constexpr Case k_Cases[] = {
         {"the Master's minutes", true, true, -1, 10, true},   {"an Engine of somebody else", false, true, 5, 10, false},
         {"no Master yet", true, false, 5, 0, false},          {"never, says this machine", true, true, 0, 10, false},
         {"never, says the Master", true, true, -1, 0, false}, {"this machine alone", true, true, 5, 0, true}};
-    HasRunBefore();
     StartClient();
     for (Case const& c : k_Cases) {
-        outside.started.clear();
-        if (c.ownEngine)
-            outside.started.insert(k_ComponentEngine);
+        outside.started = c.ownEngine ? std::set{int{k_ComponentEngine}} : std::set<int>();
         MasterSaysIdleMinutes(c.master);
         if (!c.connected)
             outside.masterInfo.reset();
@@ -159,11 +141,7 @@ TEST_F(EngineModeTest, OnlyAnIdleClientWithItsOwnEngineTimesOut) {
 }
 
 TEST_F(EngineModeTest, ADialogHoldsTheTimeOutAndUseBeginsItAnew) {
-    HasRunBefore();
-    MainWindow& window = StartClient();
-    outside.started.insert(k_ComponentEngine);
-    MasterSaysIdleMinutes(10);
-    Timeout().Reset();
+    StartIdle();
     Time const first = Timeout().Expires();
     EXPECT_FALSE(Timeout().HasExpired(first - Time(1)));
     wxVorlanDlg::s_ModalStarted.Emit();
@@ -174,12 +152,8 @@ TEST_F(EngineModeTest, ADialogHoldsTheTimeOutAndUseBeginsItAnew) {
 
     for (auto const& use : std::initializer_list<std::function<void()>>{
              [] { wxVorlanDlg::s_DlgClosed.Emit(); }, [] { wxVorlanFrame::s_WinClosed.Emit(); },
-             [&] { window.ShowView(MainWindow::k_ViewMain); },
-             [&] {
-                 wxCommandEvent command(wxEVT_MENU, 31999);
-                 window.GetEventHandler()->ProcessEvent(command);
-             },
-             [] { MasterInfoMsg::s_Signal.Emit(MasterInfoMsg::New()); }}) {
+             [&] { Window().ShowView(MainWindow::k_ViewMain); }, [&] { Command(31999); },
+             [] { Say(MasterInfoMsg::New()); }}) {
         Time const before = Timeout().Expires();
         ASSERT_TRUE(PumpUntil([&] { return Time::CurrentTime() + Time::Minutes(10) > before; }));
         use();
@@ -189,15 +163,11 @@ TEST_F(EngineModeTest, ADialogHoldsTheTimeOutAndUseBeginsItAnew) {
 
 // Also one that is none of the system's own, and also when the Master speaks meanwhile.
 TEST_F(EngineModeTest, NothingEndsAModalDialog) {
-    HasRunBefore();
-    MainWindow& window = StartClient();
-    outside.started.insert(k_ComponentEngine);
-    MasterSaysIdleMinutes(10);
-    Timeout().Reset();
-    wxDialog plain(&window, wxID_ANY, "plain");
+    StartIdle();
+    wxDialog plain(&Window(), wxID_ANY, "plain");
     bool expired = true;
     plain.CallAfter([&] {
-        MasterInfoMsg::s_Signal.Emit(MasterInfoMsg::New());
+        Say(MasterInfoMsg::New());
         expired = Timeout().HasExpired(Later());
         plain.EndModal(wxID_OK);
     });
@@ -207,11 +177,7 @@ TEST_F(EngineModeTest, NothingEndsAModalDialog) {
 }
 
 TEST_F(EngineModeTest, AnExpiredTimeOutEntersIt) {
-    HasRunBefore();
-    StartClient();
-    outside.started.insert(k_ComponentEngine);
-    MasterSaysIdleMinutes(10);
-    Timeout().Reset();
+    StartIdle();
     GuiTester::Idle(Window());
     EXPECT_EQ(Window().ShownView(), MainWindow::k_ViewSearching);
     GuiTester::ExpireNow(Window());

@@ -5,12 +5,10 @@
 #include <vorlan/jobfactory.h>
 #include <vorlan/keys.h>
 #include <vorlan/product.h>
-#include <wx/frame.h>
 #include <wx/jobcommandmenu.h>
 #include <wx/jobselector.h>
 #include <wx/menu.h>
 #include <wx/productchoice.h>
-#include <wx/uiaction.h>
 #include <wx/wxvtext.h>
 #include <wx/wxvtextctrl.h>
 
@@ -145,11 +143,8 @@ TEST(JobCommandMenu, DoesWhatAnItemStandsFor) {
     AddCommand(*paint, "View", k_All, "Frames");
     wxMenu menu;
     NotedMenu commands({}, 600);
-    commands.DoInsertCommand(menu, "", "", "");
-    commands.DoInsertCommand(menu, "DISABLED:Group By:", "", "");
-    commands.DoInsertCommand(menu, "Mine", "Mine", "help");
-    commands.DoInsertCommand(menu, "", "", "");
-    commands.DoInsertCommand(menu, "", "", "");
+    for (char const* label : {"", "DISABLED:Group By:", "Mine", "", ""})
+        commands.DoInsertCommand(menu, label, label, "help");
     commands.Fill(menu, NewJob(*paint, "7"), Command::f_ForHistory);
     EXPECT_EQ(Shape(menu), "Group By:- Mine | View(7)");
     EXPECT_TRUE(commands.ProcessCommand(601));
@@ -161,15 +156,7 @@ TEST(JobCommandMenu, DoesWhatAnItemStandsFor) {
     EXPECT_FALSE(commands.ProcessCommand(602));
 }
 
-class JobControls : public ::testing::Test {
-protected:
-    JobControls() : frame(new wxFrame(nullptr, wxID_ANY, "Test", wxPoint(20, 20), wxSize(500, 300))) {}
-    ~JobControls() override {
-        frame->Destroy();
-        Pump();
-    }
-    wxFrame* const frame;
-};
+using JobControls = WindowTest;
 
 TEST_F(JobControls, ProductsStandByNameAndKeepTheSelection) {
     KnownProducts known;
@@ -177,7 +164,7 @@ TEST_F(JobControls, ProductsStandByNameAndKeepTheSelection) {
     known.Add("Paint", "paint");
     known.Add("Archive", "archive");
     known.Add("Paint", "another paint");
-    ProductChoice choice(frame, wxID_ANY, [](Product const& product) { return product.Name() != "Archive"; });
+    ProductChoice choice(&Frame(), wxID_ANY, [](Product const& product) { return product.Name() != "Archive"; });
     ASSERT_EQ(choice.GetCount(), 3u);
     EXPECT_EQ(choice.GetString(0), "mix");
     EXPECT_NE(choice.GetString(1), choice.GetString(2));
@@ -215,7 +202,7 @@ TEST_F(JobControls, AJobIsFoundByTypingAndTakenByKeys) {
     UID const beauty = UID::FromName("beauty");
     UID const crypto = UID::FromName("crypto");
     UID const own = UID::FromName("own");
-    auto* const page = new wxPanel(frame);
+    auto* const page = new wxPanel(&Frame());
     auto* const selector = new JobSelector(page, [&] {
         return std::vector<JobOffer>{
             {beauty, "SC010_beauty", "a"}, {own, "SC010_own", ""}, {crypto, "SC010_crypto", ""}};
@@ -225,39 +212,31 @@ TEST_F(JobControls, AJobIsFoundByTypingAndTakenByKeys) {
     int chosen = 0;
     page->Bind(
         wxEVT_CHOICE, [&chosen](wxCommandEvent&) { ++chosen; }, selector->GetId());
-    frame->Show();
-    frame->Raise();
-    ASSERT_TRUE(PumpUntil([this] { return frame->IsActive(); }));
-    selector->SetFocus();
-    ASSERT_TRUE(PumpUntil([&] { return selector->Text()->HasFocus(); }));
+    Show();
+    Focus(selector->Text());
 
     selector->Fill(own);
     selector->SelectJob(beauty);
     EXPECT_EQ(selector->Text()->GetValue(), "SC010_beauty");
-    wxUIActionSimulator hand;
-    auto const press = [&hand](int key) {
-        hand.Char(key);
-        Pump();
-    };
     selector->Text()->SelectAll();
-    hand.Text("sc010");
+    Type("sc010");
     EXPECT_TRUE(PumpUntil([&] {
         return selector->Shown() == std::vector<UID>{beauty, crypto};
     })) << "never the Job itself";
     EXPECT_EQ(selector->GetJob(), beauty) << "typing chooses nothing";
-    press(WXK_ESCAPE);
+    Press(WXK_ESCAPE);
     EXPECT_EQ(selector->Text()->GetValue(), "SC010_beauty");
     EXPECT_TRUE(selector->Shown().empty());
 
     selector->Text()->SelectAll();
-    hand.Text("cry");
-    press(WXK_RETURN);
+    Type("cry");
+    Press(WXK_RETURN);
     EXPECT_TRUE(PumpUntil([&] { return selector->GetJob() == crypto; }));
     EXPECT_EQ(selector->Text()->GetValue(), "SC010_crypto");
     EXPECT_EQ(chosen, 1);
-    press(WXK_DOWN);
-    press(WXK_UP);
-    press(WXK_RETURN);
+    Press(WXK_DOWN);
+    Press(WXK_UP);
+    Press(WXK_RETURN);
     EXPECT_TRUE(PumpUntil([&] { return selector->GetJob() == beauty; })) << "the list opens at what is chosen";
     EXPECT_EQ(chosen, 2);
     selector->Text()->Clear();

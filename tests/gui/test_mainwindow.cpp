@@ -19,55 +19,39 @@ class MainWindowTest : public GuiTest {
 protected:
     MainWindowTest() { HasRunBefore(); }
 
-    MainWindow& StartConnected() {
+    void StartLarge() {
         StartClient().SetSize(1100, 700);
         outside.connected = true;
         EXPECT_TRUE(PumpUntil([this] { return Window().GetClientSize().x > 1000; }));
         GuiTester::Connected(Gui());
         EXPECT_TRUE(PumpUntil([this] { return Splitter().IsShownOnScreen() && Splitter().GetClientSize().x > 1000; }));
         Pump();
-        return Window();
+    }
+    void Menu(wxEventType type, wxMenu* menu) {
+        wxMenuEvent event(type, 0, menu);
+        Window().GetEventHandler()->ProcessEvent(event);
     }
     wxSplitterWindow& Splitter() { return GuiTester::Splitter(Window()); }
     double Part() { return static_cast<double>(Splitter().GetSashPosition()) / Splitter().GetClientSize().x; }
-    void Command(int id, bool checked) {
-        wxCommandEvent event(wxEVT_MENU, id);
-        event.SetInt(checked);
-        Window().GetEventHandler()->ProcessEvent(event);
-    }
-    static boost::shared_ptr<Job> NewJob(char const* name) {
-        auto job = boost::make_shared<Job>(UID::FromName(name));
-        job->SetName(name);
-        job->SetStatus(Paused);
-        return job;
-    }
-    static UID AddEngine(char const* name, bool enabled) {
-        Engine engine(UID::FromName(name));
-        engine.SetEnabled(enabled);
-        engine.SetOnline(true);
-        EngineList::Get().InsertEngine(engine);
-        return engine.id;
-    }
     bool Has(char const* label) { return Window().GetMenuBar()->GetMenu(0)->FindItem(label) != wxNOT_FOUND; }
 };
 
 TEST_F(MainWindowTest, TheSashStandsWhereItWasLeft) {
-    struct Case {
-        char const* stored; // null: nothing
+    struct {
+        char const* stored;
         double part;
-    };
-    for (Case const& c :
-         {Case{nullptr, 0.75}, Case{"1.5", 0.75}, Case{"0", 0.75}, Case{"-1", 0.75}, Case{"0.4", 0.4}}) {
+    } const cases[] = {{"nothing", 0.75}, {"1.5", 0.75}, {"0", 0.75}, {"-1", 0.75}, {"0.4", 0.4}};
+    for (auto const& c : cases) {
         Options().ClearKey("Window", "Splitter");
-        if (c.stored)
+        if (c.stored != cases[0].stored)
             Options().SetValue("Window", "Splitter", c.stored);
-        StartConnected();
+        StartLarge();
         EXPECT_TRUE(PumpUntil([&] { return std::abs(Part() - c.part) < 0.01; }, 3000))
-            << Part() << " of " << Splitter().GetClientSize().x << " with " << (c.stored ? c.stored : "nothing");
+            << Part() << " of " << Splitter().GetClientSize().x << " with " << c.stored;
         // A larger window is no wish of the user.
         Window().SetSize(1300, 700);
         ASSERT_TRUE(PumpUntil([this] { return Splitter().GetClientSize().x > 1200; }));
-        EXPECT_EQ(Options().GetValue("Window", "Splitter", String("nothing")), c.stored ? c.stored : "nothing");
+        EXPECT_EQ(Options().GetValue("Window", "Splitter", String("nothing")), c.stored);
         Window().Destroy();
         ASSERT_TRUE(PumpUntil([] { return MainWindow::Get() == nullptr; }));
     }
@@ -75,7 +59,7 @@ TEST_F(MainWindowTest, TheSashStandsWhereItWasLeft) {
 
 TEST_F(MainWindowTest, TheInfoPaneComesAndGoes) {
     Options().SetValue("Window", "InfoPane", false);
-    StartConnected();
+    StartLarge();
     EXPECT_FALSE(Splitter().IsSplit());
     EXPECT_FALSE(Window().GetMenuBar()->IsChecked(14101));
     Command(14101, true);
@@ -93,7 +77,7 @@ TEST_F(MainWindowTest, TheInfoPaneComesAndGoes) {
 
 TEST_F(MainWindowTest, BarsAreShownAsToldAndOnlyTheToolbarRemembers) {
     Options().SetValue("Window", "Toolbar", false);
-    StartConnected();
+    StartLarge();
     EXPECT_FALSE(GuiTester::Toolbar(Window()).IsShown());
     Command(14102, true);
     EXPECT_TRUE(GuiTester::Toolbar(Window()).IsShown());
@@ -106,19 +90,19 @@ TEST_F(MainWindowTest, BarsAreShownAsToldAndOnlyTheToolbarRemembers) {
 }
 
 TEST_F(MainWindowTest, RestrictionsChangeTheMenusAtOnce) {
-    StartConnected();
+    StartLarge();
     EXPECT_TRUE(Has("Components"));
-    auto message = SetMasterRestrictionsMsg::New();
-    message->restrictions["core process CONTROL"] = true;
-    SetMasterRestrictionsMsg::s_Signal.Emit(message);
+    Say<SetMasterRestrictionsMsg>([](auto& message) { message.restrictions["core process CONTROL"] = true; });
     // Not under the hand of somebody who has a menu open.
     wxMenu* const menu = Window().GetMenuBar()->GetMenu(0);
-    wxMenuEvent open(wxEVT_MENU_OPEN, 0, menu);
-    Window().GetEventHandler()->ProcessEvent(open);
+    Menu(wxEVT_MENU_OPEN, menu);
     Pump();
     EXPECT_EQ(Window().GetMenuBar()->GetMenu(0), menu);
-    wxMenuEvent close(wxEVT_MENU_CLOSE, 0, menu);
-    Window().GetEventHandler()->ProcessEvent(close);
+    Window().SetStatusText("what an item does");
+    Gui().UpdateStatusBar();
+    EXPECT_EQ(Window().GetStatusBar()->GetStatusText(), "what an item does");
+    Menu(wxEVT_MENU_CLOSE, menu);
+    EXPECT_EQ(Window().GetStatusBar()->GetStatusText(), "");
     ASSERT_TRUE(PumpUntil([this] { return !Has("Components"); }));
     Window().SetAdministrator(true);
     EXPECT_TRUE(Has("Components"));
@@ -133,7 +117,7 @@ TEST_F(MainWindowTest, RestrictionsChangeTheMenusAtOnce) {
 }
 
 TEST_F(MainWindowTest, TheViewMenuNamesTabsAndOpenWindows) {
-    StartConnected();
+    StartLarge();
     wxMenuBar& bar = *Window().GetMenuBar();
     EXPECT_TRUE(bar.IsChecked(14000));
     Command(14099, true); // the last one at most
@@ -143,10 +127,8 @@ TEST_F(MainWindowTest, TheViewMenuNamesTabsAndOpenWindows) {
 
     wxMenu& view = *bar.GetMenu(static_cast<size_t>(bar.FindMenu("View")));
     auto const windows = [&] {
-        wxMenuEvent open(wxEVT_MENU_OPEN, 0, &view);
-        Window().GetEventHandler()->ProcessEvent(open);
-        wxMenuEvent close(wxEVT_MENU_CLOSE, 0, &view);
-        Window().GetEventHandler()->ProcessEvent(close);
+        Menu(wxEVT_MENU_OPEN, &view);
+        Menu(wxEVT_MENU_CLOSE, &view);
         return view.FindItem(14115)->GetSubMenu()->GetMenuItemCount();
     };
     EXPECT_EQ(windows(), 0u);
@@ -165,33 +147,17 @@ TEST_F(MainWindowTest, AnybodyCanAskWhatTheMasterWants) {
     EXPECT_EQ(MainWindow::_GetMasterOption(o_CreatorMode), "");
     StartClient();
     EXPECT_FALSE(IsRestricted("Change Job"));
-    struct Case {
-        char const* mode;
-        String name;
-    };
-    for (Case const& c :
-         {Case{"", corekit::Platform::GetCurrentUserName()}, Case{"1", Application::GetMachineName()},
-          Case{"2", corekit::Platform::GetUserAtMachine()}, Case{"x", corekit::Platform::GetCurrentUserName()}}) {
-        Window().Master().MergeOptions({{o_CreatorMode, c.mode}});
-        EXPECT_EQ(MainWindow::_GetUserName(), c.name) << c.mode;
-        EXPECT_EQ(MainWindow::_GetMasterOption("creatormode"), c.mode);
+    String const user = corekit::Platform::GetCurrentUserName();
+    for (auto const& [mode, name] : {std::pair("", user), std::pair("1", Application::GetMachineName()),
+                                     std::pair("2", corekit::Platform::GetUserAtMachine()), std::pair("x", user)}) {
+        Window().Master().MergeOptions({{o_CreatorMode, mode}});
+        EXPECT_EQ(MainWindow::_GetUserName(), name) << mode;
+        EXPECT_EQ(MainWindow::_GetMasterOption("creatormode"), mode);
     }
 }
 
-TEST_F(MainWindowTest, OthersHearOfIdleTime) {
-    struct Listener : HasSlots<ThreadPolicy::SingleThreaded> {
-        void OnIdle(wxIdleEvent&) { ++times; }
-        int times = 0;
-    } listener;
-    MainWindow::s_Idle.Connect(&listener, &Listener::OnIdle);
-    StartClient();
-    GuiTester::Idle(Window());
-    EXPECT_GE(listener.times, 1);
-}
-
 TEST_F(MainWindowTest, FactsLeaveOutWhatIsNotThere) {
-    auto const info = boost::make_shared<JobInfo>(NewJob("beauty"));
-    InfoFacts const facts = FactsOf(*info, Time::CurrentTime());
+    InfoFacts const facts = FactsOf(JobInfo(NewJob("beauty", Paused)), Time::CurrentTime());
     EXPECT_EQ(facts.heading, "beauty");
     EXPECT_EQ(facts.state, "Paused");
     EXPECT_EQ(facts.stateColor, ColorName::TextGrey);
@@ -204,7 +170,7 @@ TEST_F(MainWindowTest, FactsLeaveOutWhatIsNotThere) {
 }
 
 TEST_F(MainWindowTest, TheInfoPaneKeepsUp) {
-    StartConnected();
+    StartLarge();
     UID const id = AddEngine("rack7", true);
     InfoPane& pane = *Window().Info();
     pane.SetToEngine(EngineList::Get().FindEngine(id));

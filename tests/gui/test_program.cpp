@@ -1,4 +1,5 @@
 // The real program: its start, its end, and what it leaves behind.
+#include "corekit/homeprocesses.h"
 #include "corekit/tempfolder.h"
 
 #include <corekit/file.h>
@@ -10,8 +11,6 @@
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
 #include <map>
@@ -27,11 +26,6 @@ namespace {
 
 constexpr int k_StartMs = 40'000;
 constexpr int k_EndMs = 15'000;
-
-std::string ProcFile(std::string const& process, char const* name) {
-    std::ifstream file("/proc/" + process + "/" + name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 bool WaitUntil(std::function<bool()> const& condition, int timeoutMs) {
     auto const until = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
@@ -50,10 +44,15 @@ protected:
         if (HasFailure())
             std::cerr << "The log of the client:\n" << Log() << "\nIts output:\n" << Output() << std::endl;
         m_client.reset();
-        for (auto const& [pid, name] : Programs())
-            ::kill(pid, SIGKILL);
+        EXPECT_TRUE(m_guard.End()) << "programs of the test are still there";
     }
 
+    // Starts the client with the options of a former run.
+    void StartAgain(char const* options = "") {
+        File::WriteWhole(File::GetUserDir() / "VorlanGui.ini",
+                         "[Configuration]\nVersion=" + String::From(k_VorlanVersion) + "\n" + options);
+        Start();
+    }
     // `prefix`: another program that starts the client, with its arguments.
     void Start(std::vector<String> const& prefix = {}) {
         UniqueFd const output(
@@ -71,31 +70,25 @@ protected:
         m_client = Process::Start(program, options, &error);
         ASSERT_TRUE(m_client) << error;
     }
+    void End() {
+        ::kill(m_client->Pid(), SIGTERM);
+        EXPECT_EQ(m_client->Wait(k_EndMs), 0);
+    }
     bool WaitForLog(char const* text) {
         return WaitUntil([&] { return Log().Contains(text) || !m_client->Running(); }, k_StartMs) &&
                Log().Contains(text);
+    }
+    // What it has written of its own.
+    String Written(char const* key) const {
+        IniFile options;
+        options.Load(File::GetUserDir() / "VorlanGui.ini", true);
+        return options.GetValue("Configuration", key, "");
     }
     String Log() const { return ReadIfThere(File::GetUserDir() / "History.log"); }
     String Output() const { return ReadIfThere(m_home / "output"); }
 
     // The programs of this test that run, by their numbers.
-    std::map<pid_t, std::string> Programs() const {
-        std::map<pid_t, std::string> programs;
-        std::string const variable = "VORLAN_HOME=" + m_home.Folder().Str();
-        for (auto const& entry : std::filesystem::directory_iterator("/proc")) {
-            std::string const number = entry.path().filename().native();
-            auto const pid = static_cast<pid_t>(std::atoi(number.c_str()));
-            if (pid <= 0 || pid == ::getpid())
-                continue;
-            std::string const environment = '\0' + ProcFile(number, "environ") + '\0';
-            if (environment.find('\0' + variable + '\0') == std::string::npos)
-                continue;
-            std::string name = ProcFile(number, "comm");
-            name.resize(name.find_last_not_of('\n') + 1);
-            programs[pid] = name;
-        }
-        return programs;
-    }
+    std::map<pid_t, std::string> Programs() const { return HomeProcesses(m_home.Folder()); }
     bool Runs(char const* name) const {
         auto const programs = Programs();
         return std::any_of(programs.begin(), programs.end(), [&](auto const& one) { return one.second == name; });
@@ -128,6 +121,7 @@ protected:
     }
 
     TempFolder m_home;
+    HomeGuard m_guard{m_home.Folder()};
     EnvironmentValue m_variable;
     std::unique_ptr<Process> m_client;
 
@@ -136,14 +130,11 @@ private:
 };
 
 TEST_F(ProgramTest, ConnectsToItsOwnMasterAndLeavesNothingBehind) {
-    File::WriteWhole(File::GetUserDir() / "VorlanGui.ini",
-                     "[Configuration]\nVersion=" + String::From(k_VorlanVersion) + "\n");
-    ASSERT_NO_FATAL_FAILURE(Start());
+    ASSERT_NO_FATAL_FAILURE(StartAgain());
     ASSERT_TRUE(WaitForLog("Requesting all data from Master"));
     EXPECT_TRUE(WaitUntil([&] { return Runs("VorlanEngine"); }, k_StartMs));
     EXPECT_TRUE(Runs("VorlanMaster"));
-    ::kill(m_client->Pid(), SIGTERM);
-    EXPECT_EQ(m_client->Wait(k_EndMs), 0);
+    End();
     size_t last = 0;
     for (char const* name : {"VorlanEngine", "VorlanMaster", "Brakka", "Merrow", "Panvale"}) {
         size_t const at = Log().Str().find(std::string("Hard coded default set to stop component: ") + name);
@@ -156,9 +147,7 @@ TEST_F(ProgramTest, ConnectsToItsOwnMasterAndLeavesNothingBehind) {
 }
 
 TEST_F(ProgramTest, AJobOutlivesAClientThatIsKilled) {
-    File::WriteWhole(File::GetUserDir() / "VorlanGui.ini",
-                     "[Configuration]\nVersion=" + String::From(k_VorlanVersion) + "\n");
-    ASSERT_NO_FATAL_FAILURE(Start());
+    ASSERT_NO_FATAL_FAILURE(StartAgain());
     ASSERT_TRUE(WaitForLog("Notified of new Engine"));
     String job;
     ASSERT_EQ(CommandLine({"submit", "--product", "Command", "--name", "long", "--set", "CommandLine=sleep 0.02",
@@ -176,35 +165,28 @@ TEST_F(ProgramTest, AJobOutlivesAClientThatIsKilled) {
     String report;
     EXPECT_EQ(CommandLine({"job", job}, &report), 0);
     EXPECT_TRUE(report.Contains("200, 200 finished, 0 failed")) << report;
-    ::kill(m_client->Pid(), SIGTERM);
-    EXPECT_EQ(m_client->Wait(k_EndMs), 0);
+    End();
     ExpectNobodyLeft();
 }
 
 TEST_F(ProgramTest, EndsAtOnceWhileItSearches) {
-    File::WriteWhole(File::GetUserDir() / "VorlanGui.ini",
-                     "[Configuration]\nVersion=" + String::From(k_VorlanVersion) + "\nStartMaster=0\nStartEngine=0\n");
-    ASSERT_NO_FATAL_FAILURE(Start());
+    ASSERT_NO_FATAL_FAILURE(StartAgain("StartMaster=0\nStartEngine=0\n"));
     ASSERT_TRUE(WaitForLog("Creating main window"));
-    ::kill(m_client->Pid(), SIGTERM);
-    EXPECT_EQ(m_client->Wait(k_EndMs), 0);
+    End();
     ExpectNobodyLeft();
     ExpectQuietToolkit();
 }
 
 TEST_F(ProgramTest, APipeEndsAClientInEngineMode) {
-    File::WriteWhole(File::GetUserDir() / "VorlanGui.ini",
-                     "[Configuration]\nVersion=" + String::From(k_VorlanVersion) + "\nInEngineMode=1\n");
-    ASSERT_NO_FATAL_FAILURE(Start());
+    ASSERT_NO_FATAL_FAILURE(StartAgain("InEngineMode=1\n"));
     ASSERT_TRUE(WaitForLog("Listening for shutdown requests on: VorlanGui-EngineMode"));
+    ASSERT_TRUE(WaitForLog("The connection to the Master is switched off"));
     EXPECT_TRUE(WaitUntil([&] { return Runs("VorlanEngine"); }, k_StartMs));
     ASSERT_TRUE(NamedPipeServerThread::Signal("VorlanGui-EngineMode"));
     EXPECT_EQ(m_client->Wait(k_EndMs), 0);
     EXPECT_TRUE(Log().Contains("Received shutdown request from Engine Mode shutdown pipe"));
     EXPECT_FALSE(NamedPipeServerThread::Signal("VorlanGui-EngineMode"));
-    IniFile options;
-    options.Load(File::GetUserDir() / "VorlanGui.ini", true);
-    EXPECT_TRUE(options.GetValue("Configuration", "InEngineMode", false)) << "the next start is one in it again";
+    EXPECT_EQ(Written("InEngineMode"), "Yes") << "the next start is one in it again";
     ExpectNobodyLeft();
     ExpectQuietToolkit();
 }
@@ -227,13 +209,10 @@ TEST_F(ProgramTest, FirstRunOnARenderNodeIsEngineMode) {
     ASSERT_TRUE(WaitForLog("The connection to the Master is switched off"));
     EXPECT_TRUE(WaitUntil([&] { return Runs("VorlanEngine"); }, k_StartMs));
     EXPECT_FALSE(Runs("VorlanMaster"));
-    IniFile options;
-    options.Load(File::GetUserDir() / "VorlanGui.ini", true);
-    EXPECT_TRUE(options.GetValue("Configuration", "InEngineMode", false));
-    EXPECT_EQ(options.GetValue("Configuration", "Version", 0u), k_VorlanVersion);
+    EXPECT_EQ(Written("InEngineMode"), "Yes");
+    EXPECT_EQ(Written("Version"), String::From(k_VorlanVersion));
 
-    ::kill(m_client->Pid(), SIGTERM);
-    EXPECT_EQ(m_client->Wait(k_EndMs), 0);
+    End();
     EXPECT_FALSE(Log().Contains("Looking for the Master"));
     ExpectNobodyLeft();
     ExpectQuietToolkit();

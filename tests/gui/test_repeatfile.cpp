@@ -86,9 +86,8 @@ TEST_F(RepeatTest, AnEntryWithoutAProductIsNoJob) {
     RepeatFile file(20);
     file.SetValue("1", p_Name, "no type");
     file.SetValue("2", p_Type, "rubbish");
-    EXPECT_FALSE(file.RepeatJob(RepeatIterator("1")));
-    EXPECT_FALSE(file.RepeatJob(RepeatIterator("2")));
-    EXPECT_FALSE(file.RepeatJob(RepeatIterator("not there")));
+    for (char const* section : {"1", "2", "not there"})
+        EXPECT_FALSE(file.RepeatJob(RepeatIterator(section))) << section;
 }
 
 TEST_F(RepeatTest, TheListShowsTheNewestFirst) {

@@ -4,15 +4,18 @@
 #include "demofarm.h"
 #include "guitest.h"
 
+#include "lists/enginelistctrl.h"
 #include "lists/joblistctrl.h"
+#include "window/infopane.h"
 
 #include <corekit/file.h>
-#include <corekit/process.h>
 #include <corekit/sformat.h>
 #include <cstdlib>
+#include <wx/bookctrl.h>
 #include <wx/menu.h>
 #include <wx/statusbr.h>
 #include <wx/wxvcolors.h>
+#include <wx/wxvorlandlg.h>
 #include <wx/wxvtext.h>
 
 namespace vorlan {
@@ -28,10 +31,7 @@ char const* Folder() { return std::getenv("VORLAN_SCREENSHOTS"); }
 class Screenshots : public GuiTest {
 protected:
     Screenshots() { HasRunBefore(); }
-    ~Screenshots() override {
-        ClearDemoFarm();
-        wxvSetColorScheme(static_cast<int>(k_DefaultScheme));
-    }
+    ~Screenshots() override { wxvSetColorScheme(static_cast<int>(k_DefaultScheme)); }
     void SetUp() override {
         if (!Folder())
             GTEST_SKIP() << "VORLAN_SCREENSHOTS names no folder";
@@ -49,6 +49,7 @@ protected:
         UID const id = UID::FromName(name);
         ASSERT_TRUE(PumpUntil([&] { return list.GetRowOf(id) >= 0; }));
         list.Select(list.GetRowOf(id));
+        list.EnsureVisible(list.GetRowOf(id));
         ASSERT_TRUE(PumpUntil([&] { return Window().CanUse(CommandNeeds::JobSelected); }));
     }
     // From the menu bar to the status bar, after all has come to rest.
@@ -57,42 +58,31 @@ protected:
         ASSERT_TRUE(PumpUntil([&] { return Time::CurrentTime() > end; }));
         MainWindow& window = Window();
         wxRect const client(window.ClientToScreen(wxPoint(0, 0)), window.GetClientSize());
-        int const menuHeight = window.GetMenuBar()->GetSize().y;
-        int const statusHeight = window.GetStatusBar()->IsShown() ? window.GetStatusBar()->GetSize().y : 0;
-        wxRect const place(client.x, client.y - menuHeight, client.width, client.height + menuHeight + statusHeight);
+        int const above = window.GetMenuBar()->GetSize().y;
+        int const below = window.GetStatusBar()->IsShown() ? window.GetStatusBar()->GetSize().y : 0;
         // The screen counts its own pixels. The toolkit's own picture of it is never renewed.
         int const scale = window.GetContentScaleFactor() > 1.5 ? 2 : 1;
         corekit::File::MakeFolder(Path(Folder()));
         String const file = String(Folder()) + "/" + name + (scale == 2 ? "@2x" : "") + ".png";
-        ProcessOptions options;
-        options.args = {
-            "-window",
-            "root",
-            "-crop",
-            SFormat("%dx%d+%d+%d", place.width * scale, place.height * scale, place.x * scale, place.y * scale),
-            "+repage",
-            "-strip",
-            "+dither",
-            "-colors",
-            "255",
-            "-define",
-            "png:compression-level=9",
-            "PNG8:" + file};
-        String error;
-        std::unique_ptr<Process> const process = Process::Start("import", options, &error);
-        ASSERT_NE(process, nullptr) << error;
-        EXPECT_EQ(process->Wait(20'000), 0) << file;
+        String const command = SFormat("import -window root -crop %dx%d+%d+%d +repage -strip +dither -colors 255 "
+                                       "-define png:compression-level=9 'PNG8:%s'",
+                                       client.width * scale, (client.height + above + below) * scale, client.x * scale,
+                                       (client.y - above) * scale, file.c_str());
+        EXPECT_EQ(wxExecute(wxvText(command), wxEXEC_SYNC | wxEXEC_NODISABLE), 0) << file;
+    }
+    void TakeEveryScheme(String const& name) {
+        for (int scheme = 0; scheme < k_BuiltInSchemes; ++scheme) {
+            wxvSetColorScheme(scheme);
+            Take(name + "-" + k_SchemeNames[scheme]);
+        }
     }
 };
 
 TEST_F(Screenshots, EveryScheme) {
     Start({1400, 900});
     FillDemoFarm();
-    SelectJob("SC010_hero_beauty_v042");
-    for (int scheme = 0; scheme < k_BuiltInSchemes; ++scheme) {
-        wxvSetColorScheme(scheme);
-        Take(String("main-") + k_SchemeNames[scheme]);
-    }
+    SelectJob("SC010_hero_crypto_v042");
+    TakeEveryScheme("main");
 }
 
 TEST_F(Screenshots, SmallAndCrowded) {
@@ -101,10 +91,19 @@ TEST_F(Screenshots, SmallAndCrowded) {
     CrowdDemoFarm(300);
     Window().SetAdministrator(true);
     SelectJob("SC010_hero_beauty_v042");
-    for (int scheme = 0; scheme < k_BuiltInSchemes; ++scheme) {
-        wxvSetColorScheme(scheme);
-        Take(String("crowded-") + k_SchemeNames[scheme]);
-    }
+    TakeEveryScheme("crowded");
+}
+
+TEST_F(Screenshots, Engines) {
+    Start({1000, 640});
+    FillDemoFarm();
+    auto& list = dynamic_cast<ListCtrlBase&>(*Window().FindWindow(EngineListCtrl::k_BaseID + 2));
+    auto& book = dynamic_cast<wxBookCtrlBase&>(*list.GetGrandParent());
+    book.SetSelection(1);
+    ASSERT_TRUE(PumpUntil([&] { return list.GetItemCount() > 0; }));
+    list.Select(0);
+    ASSERT_TRUE(PumpUntil([&] { return !Window().Info()->Facts().heading.Empty(); }));
+    Take("engines");
 }
 
 TEST_F(Screenshots, Nothing) {
@@ -112,6 +111,14 @@ TEST_F(Screenshots, Nothing) {
     Take("empty");
     GuiTester::Disconnected(Gui());
     Take("searching");
+    Window().CallAfter([this] {
+        Take("question");
+        wxVorlanDlg::CloseAll();
+    });
+    Window().Close();
+    wxCommandEvent event;
+    Window().OnEngineMode(event);
+    Take("enginemode");
 }
 
 } // namespace vorlan

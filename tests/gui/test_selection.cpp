@@ -192,23 +192,15 @@ TEST_F(SelectionTest, TheInfoPaneFollowsTheLastRow) {
     ASSERT_TRUE(Shows(""));
 }
 
-TEST_F(SelectionTest, OneListAtATimeHoldsASelection) {
-    Jobs().Select(Row("b"));
-    ASSERT_TRUE(Shows("b"));
-    Engines().Select(0);
-    ASSERT_TRUE(Shows("rack"));
-    EXPECT_EQ(Rows(Jobs()), 0u);
-    EXPECT_EQ(Rows(Engines()), 1u);
-    EXPECT_TRUE(Window().CanUse(CommandNeeds::EngineSelected));
-    EXPECT_FALSE(Window().CanUse(CommandNeeds::JobSelected));
-}
-
-TEST_F(SelectionTest, TheWayBackBringsSelectionsAgain) {
+TEST_F(SelectionTest, OneListAtATimeHoldsASelectionAndTheWayBackBringsItAgain) {
     Jobs().Select(Row("a"));
     Jobs().Select(Row("b"));
     ASSERT_TRUE(Shows("b"));
     Engines().Select(0);
     ASSERT_TRUE(Shows("rack"));
+    EXPECT_EQ(Rows(Jobs()), 0u);
+    EXPECT_TRUE(Window().CanUse(CommandNeeds::EngineSelected));
+    EXPECT_FALSE(Window().CanUse(CommandNeeds::JobSelected));
     wxKeyEvent key(wxEVT_KEY_DOWN);
     key.m_keyCode = WXK_LEFT;
     key.SetControlDown(true);
@@ -234,9 +226,8 @@ TEST_F(SelectionTest, TheWayBackBringsSelectionsAgain) {
 }
 
 TEST_F(SelectionTest, ItCountsAsActivityAndNotOutsideTheViews) {
-    auto master = boost::make_shared<MasterInfoMsg>();
-    master->idleTimeout = 5;
-    outside.masterInfo = master;
+    outside.masterInfo = MasterInfoMsg::New();
+    outside.masterInfo->idleTimeout = 5;
     outside.started.insert(k_ComponentEngine);
     Time const before = GuiTester::Timeout(Window()).Expires();
     Jobs().Select(Row("a"));

@@ -48,7 +48,7 @@ size_t AllocatedBytes() {
     return info.uordblks + info.hblkhd;
 }
 
-boost::shared_ptr<Job> NewJob(unsigned number) {
+boost::shared_ptr<Job> NumberedJob(unsigned number) {
     auto job = boost::make_shared<Job>(UID(true));
     job->SetValues({{p_Name, SFormat("sq%03u_sh%04u_light_v%03u", number % 400, number % 9973, number % 90)},
                     {p_Priority, String::From(number % 100)},
@@ -79,7 +79,7 @@ private:
         auto const number = static_cast<unsigned>(m_random());
         if (number % 200 == 0) {
             JobList::Get().RemoveJob(id);
-            auto const job = NewJob(number);
+            auto const job = NumberedJob(number);
             id = job->id;
             JobList::Get().InsertJob(job);
         } else if (number % 20 == 0) {
@@ -101,7 +101,7 @@ class SoakTest : public GuiTest {
 protected:
     SoakTest() {
         for (unsigned number = 0; number < k_Jobs; ++number)
-            JobList::Get().InsertJob(NewJob(number));
+            JobList::Get().InsertJob(NumberedJob(number));
         m_frame = new wxFrame(nullptr, wxID_ANY, "Soak", wxPoint(0, 0), wxSize(1200, 800));
         m_book = new wxNotebook(m_frame, wxID_ANY);
         m_jobs = new _JobListCtrl(AddPage("Jobs"), 0);

@@ -1,5 +1,6 @@
 // The client's start-up, what it says in its status bar, and its connection.
 #include "guitest.h"
+#include "modalanswers.h"
 
 #include "mirror/options.h"
 #include "mirror/statustext.h"
@@ -41,8 +42,8 @@ protected:
 TEST_F(StartupTest, AFirstRunStartsEngineThenMaster) {
     CommandLine line("VorlanGui", {});
     MainWindow& window = StartClient(&line);
-    EXPECT_EQ(outside.Steps(), (std::vector<String>{"start VorlanEngine", "start VorlanMaster", "stop Brakka",
-                                                    "stop Merrow", "stop Panvale"}));
+    EXPECT_EQ(outside.TakeSteps(), (std::vector<String>{"start VorlanEngine", "start VorlanMaster", "stop Brakka",
+                                                        "stop Merrow", "stop Panvale"}));
     EXPECT_TRUE(window.IsFirstRun());
     EXPECT_TRUE(window.IsShown());
     EXPECT_EQ(window.ShownView(), MainWindow::k_ViewSearching);
@@ -57,8 +58,9 @@ TEST_F(StartupTest, AFirstRunOnARenderNodeIsEngineMode) {
     outside.computerName = "RENDER07";
     CommandLine line("VorlanGui", {});
     MainWindow& window = StartClient(&line);
-    EXPECT_EQ(outside.Steps(), (std::vector<String>{"stop VorlanMaster", "start VorlanEngine", "messenger stop 0 0 0",
-                                                    "stop Brakka", "stop Merrow", "stop Panvale"}));
+    EXPECT_EQ(outside.TakeSteps(),
+              (std::vector<String>{"stop VorlanMaster", "start VorlanEngine", "messenger stop 0 0 0", "stop Brakka",
+                                   "stop Merrow", "stop Panvale"}));
     EXPECT_EQ(window.ShownView(), MainWindow::k_ViewEngineMode);
     EXPECT_TRUE(Options().GetValue("Configuration", "InEngineMode", false));
     EXPECT_EQ(Option("Version"), static_cast<int>(k_VorlanVersion));
@@ -79,7 +81,7 @@ TEST_F(StartupTest, AStartThatFailedMakesNoWindow) {
     VorlanAppStartupEvt event(false, nullptr);
     Gui().OnVorlanAppStartupEvt(event);
     EXPECT_EQ(MainWindow::Get(), nullptr);
-    EXPECT_TRUE(outside.Steps().empty());
+    EXPECT_TRUE(outside.TakeSteps().empty());
 }
 
 TEST_F(StartupTest, NothingIsWrittenBeforeItsEnd) {
@@ -115,10 +117,20 @@ TEST_F(StartupTest, ARepeatFileIsLoadedAndCut) {
     EXPECT_EQ(Gui().RepeatJobs().RepeatCount(), 2u);
 }
 
+TEST_F(StartupTest, DamagedOptionsAreToldOf) {
+    Path const file = Options().FilePath();
+    corekit::File::WriteWhole(file, String(std::string_view("[S]\na=1\0\0\0", 11)));
+    Options().Open(file);
+    ModalAnswers answers(wxID_OK);
+    StartClient();
+    ASSERT_TRUE(PumpUntil([&] { return answers.Any(); }));
+    EXPECT_TRUE(answers.Take().front().Contains(file + ".damaged"));
+    Options().Open(file);
+}
+
 TEST_F(StartupTest, AConnectionAsksForEverythingInOrder) {
     StartClient();
     outside.TakeSteps();
-    outside.connected = true;
     GuiTester::Connected(Gui());
     EXPECT_EQ(
         outside.TakeSteps(),
@@ -142,10 +154,9 @@ TEST_F(StartupTest, AConnectionAsksForEverythingInOrder) {
 }
 
 TEST_F(StartupTest, ADisconnectLeavesNothingOfAMaster) {
-    StartClient();
-    GuiTester::Connected(Gui());
-    JobList::Get().InsertJob(boost::make_shared<Job>(UID(true)));
-    EngineList::Get().InsertEngine(Engine(UID(true)));
+    StartConnected();
+    AddJob("job");
+    AddEngine("engine", false, false);
     ASSERT_TRUE(PumpUntil([&] { return StatusField(0).Contains("1 Jobs"); })) << StatusField(0);
     EXPECT_EQ(StatusField(0), "1 Engines (0 Available, 0 Active)   |   1 Jobs (0 Active, 0 Finished)   |   0 Work");
     outside.TakeSteps();
@@ -172,11 +183,8 @@ TEST_F(StartupTest, CommandsThatNeedAMasterWaitForIt) {
 }
 
 TEST_F(StartupTest, TheLibrarysQuestionsAreAnsweredFromTheLists) {
-    for (char const* name : {"engine", "other"}) {
-        Engine engine(UID::FromName(name));
-        engine.SetName(name);
-        EngineList::Get().InsertEngine(engine);
-    }
+    AddEngine("engine");
+    AddEngine("other");
     VorlanApp::EngineSet all;
     EXPECT_EQ(Gui().GetAllEngines(all), 2u);
     Engine const& engine = Gui().GetEngineByID(UID::FromName("engine"));

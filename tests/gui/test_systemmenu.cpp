@@ -40,11 +40,6 @@ protected:
         outside.TakeSteps();
         return window;
     }
-    void Choose(int id) {
-        wxCommandEvent event(wxEVT_MENU, id);
-        Window().GetEventHandler()->ProcessEvent(event);
-        Pump();
-    }
     bool Has(int id) { return Window().GetMenuBar()->FindItem(id) != nullptr; }
     wxString LabelOf(int id) { return Window().GetMenuBar()->FindItem(id)->GetItemLabelText(); }
     template <class T>
@@ -73,10 +68,7 @@ TEST_F(SystemMenuTest, HoldsWhatThisUserMayDo) {
                                     k_IdEngineService, k_IdControlService + 3, k_IdMasterService + 3};
     constexpr int k_Administrators[] = {k_IdMasterHistoryLog, k_IdDispatchLog, k_IdLogDispatch, k_IdSuperExit};
     struct Case {
-        bool connected;
-        bool administrator;
-        bool restricted;
-        bool components;
+        bool connected, administrator, restricted, components;
     };
     MainWindow& window = Start(true);
     for (Case const& c : {Case{false, false, false, true}, Case{true, false, false, true},
@@ -103,7 +95,7 @@ TEST_F(SystemMenuTest, ColorsAreChosenAndMarked) {
     Start(true);
     for (auto const& [id, scheme] : {std::pair(k_IdLighter, 0), std::pair(k_IdLight, 1), std::pair(k_IdDarker, 3),
                                      std::pair(k_IdCustom, 4), std::pair(k_IdDark, 2)}) {
-        Choose(id);
+        Command(id);
         EXPECT_EQ(static_cast<int>(wxvGetColorScheme()), scheme);
         Window().BuildMenus(true);
         EXPECT_TRUE(Window().GetMenuBar()->IsChecked(id)) << id;
@@ -141,13 +133,13 @@ TEST_F(SystemMenuTest, AdministratorModeAsksForThePasswordThatThereIs) {
         outside.masterInfo->administrate = c.master;
         ModalAnswers answers(wxID_OK);
         answers.typed = wxvText(c.typed);
-        Choose(k_IdAdministrator);
+        Command(k_IdAdministrator);
         EXPECT_EQ(answers.Take(), c.dialogs) << c.what;
         EXPECT_EQ(window.IsAdministrator(), c.enters) << c.what;
         EXPECT_EQ(window.GetTitle().EndsWith(" [ Administrator Mode ]"), c.enters) << c.what;
         EXPECT_EQ(window.GetStatusBar()->GetStatusText(1), c.enters ? "Administrator Mode" : "") << c.what;
         if (c.enters)
-            Choose(k_IdAdministrator);
+            Command(k_IdAdministrator);
         EXPECT_FALSE(window.IsAdministrator()) << c.what;
         EXPECT_FALSE(answers.Any()) << "leaving needs no password";
     }
@@ -155,21 +147,18 @@ TEST_F(SystemMenuTest, AdministratorModeAsksForThePasswordThatThereIs) {
 
 TEST_F(SystemMenuTest, ComponentsAreStartedAndStoppedNow) {
     Start(false);
-    struct Case {
-        int id;
-        char const* step;
-    };
-    for (Case const& c : {Case{k_IdStartEngine, "start VorlanEngine"}, Case{k_IdStopEngine, "stop VorlanEngine"},
-                          Case{k_IdStartMaster, "start VorlanMaster"}, Case{k_IdStopMaster, "stop VorlanMaster"}}) {
-        Choose(c.id);
-        EXPECT_EQ(outside.TakeSteps(), std::vector<String>{c.step});
+    for (auto const& [id, step] :
+         {std::pair(k_IdStartEngine, "start VorlanEngine"), std::pair(k_IdStopEngine, "stop VorlanEngine"),
+          std::pair(k_IdStartMaster, "start VorlanMaster"), std::pair(k_IdStopMaster, "stop VorlanMaster")}) {
+        Command(id);
+        EXPECT_EQ(outside.TakeSteps(), std::vector<String>{step});
     }
     // The client has an Engine of its own from then on.
-    Choose(k_IdStopEngine);
+    Command(k_IdStopEngine);
     outside.masterInfo->idleTimeout = 10;
-    Choose(k_IdStartEngine);
+    Command(k_IdStartEngine);
     EXPECT_FALSE(GuiTester::Timeout(Window()).Expires().IsZero());
-    Choose(k_IdStopEngine);
+    Command(k_IdStopEngine);
     EXPECT_TRUE(GuiTester::Timeout(Window()).Expires().IsZero());
 }
 
@@ -178,15 +167,15 @@ TEST_F(SystemMenuTest, ALockFileGoesUnlessItIsHeld) {
     ModalAnswers answers(wxID_OK);
     Path const path = Components::LockFile(k_ComponentEngine);
     File::MakeFolder(path.Branch());
-    Choose(k_IdRemoveEngineLock);
+    Command(k_IdRemoveEngineLock);
     EXPECT_TRUE(answers.Take().front().Contains("There is no lock file"));
     File::WriteWhole(path, "left behind");
-    Choose(k_IdRemoveEngineLock);
+    Command(k_IdRemoveEngineLock);
     EXPECT_EQ(answers.Take(), std::vector<String>{"Remove Lock File"}) << "the confirmation";
     EXPECT_FALSE(File::Exists(path));
     {
         auto const held = FileLock::TryTake(path, "VorlanEngine");
-        Choose(k_IdRemoveEngineLock);
+        Command(k_IdRemoveEngineLock);
         EXPECT_TRUE(answers.Take().front().Contains("VorlanEngine")) << "who holds it";
         EXPECT_TRUE(File::Exists(path));
     }
@@ -213,7 +202,7 @@ TEST_F(SystemMenuTest, FoldersAreShownByTheDesktopOrTheirNameIs) {
     // A machine without any such program.
     corekit::EnvironmentValue const path("PATH", folder.Folder().c_str());
     ModalAnswers answers(wxID_OK);
-    Choose(k_IdTempFolder);
+    Command(k_IdTempFolder);
     ASSERT_TRUE(PumpUntil([&] { return answers.Any(); }));
     EXPECT_TRUE(answers.Take().front().Contains(File::GetTempDir()));
 }
@@ -254,15 +243,15 @@ TEST_F(SystemMenuTest, ALogShowsItsEnd) {
 TEST_F(SystemMenuTest, TheMastersLogsNeedTheirIds) {
     Start(true).SetAdministrator(true);
     ModalAnswers answers(wxID_OK);
-    Choose(k_IdMasterHistoryLog);
-    Choose(k_IdDispatchLog);
+    Command(k_IdMasterHistoryLog);
+    Command(k_IdDispatchLog);
     EXPECT_EQ(
         answers.Take(),
         (std::vector<String>{"Log Files: The Master has not shared the ID for accessing VorlanMaster History.log",
                              "Log Files: The Master has not shared the ID for accessing VorlanMaster Dispatch.log"}));
     // The test has no connection: the window says so.
     outside.masterInfo->historyLog = UID::FromName("history");
-    Choose(k_IdMasterHistoryLog);
+    Command(k_IdMasterHistoryLog);
     auto* const frame = FindFrame<LogFrame>();
     ASSERT_TRUE(frame);
     EXPECT_EQ(frame->GetTitle(), "VorlanMaster History.log");
@@ -275,7 +264,7 @@ TEST_F(SystemMenuTest, CommandsToTheMasterAreSent) {
     Start(true).SetAdministrator(true);
     outside.TakeSteps();
     LogLines log(LogLevel::Status);
-    Choose(k_IdLogDispatch);
+    Command(k_IdLogDispatch);
     EXPECT_EQ(CountLines(log, "Asking Master to create a dispatch log"), 1u);
     auto const options = boost::dynamic_pointer_cast<SetMasterOptionsMsg>(outside.Sent().back());
     ASSERT_TRUE(options);
@@ -284,11 +273,11 @@ TEST_F(SystemMenuTest, CommandsToTheMasterAreSent) {
     outside.TakeSteps();
     {
         ModalAnswers no(wxID_CANCEL);
-        Choose(k_IdSuperExit);
+        Command(k_IdSuperExit);
         EXPECT_TRUE(no.Any() && outside.TakeSteps().empty());
     }
     ModalAnswers yes(wxID_OK);
-    Choose(k_IdSuperExit);
+    Command(k_IdSuperExit);
     EXPECT_EQ(outside.TakeSteps(), std::vector<String>{"send ShutdownMsg"});
 }
 
@@ -299,7 +288,7 @@ TEST_F(SystemMenuTest, SubmitScriptsAreInstalledAndNothingIsLost) {
     Start(false);
     ModalAnswers answers(wxID_CANCEL);
     // Not installed here: the user is asked, and gives up.
-    Choose(k_IdInstallNuke);
+    Command(k_IdInstallNuke);
     EXPECT_EQ(answers.Take().size(), 1u);
     EXPECT_FALSE((home / ".nuke").Exists());
 
@@ -307,7 +296,7 @@ TEST_F(SystemMenuTest, SubmitScriptsAreInstalledAndNothingIsLost) {
     File::WriteWhole(home / ".nuke/menu.py", "print(1)");
     File::WriteWhole(home / ".nuke/vorlan_nuke.py", "my own changes");
     for (int time = 0; time < 2; ++time) {
-        Choose(k_IdInstallNuke);
+        Command(k_IdInstallNuke);
         ASSERT_TRUE(PumpUntil([&] { return answers.Any(); }));
         EXPECT_EQ(answers.Take(), std::vector<String>{"Install Nuke Submit Script"}) << "the confirmation";
         EXPECT_EQ(File::Read(home / ".nuke/menu.py"), "print(1)\nimport vorlan_nuke\n");
@@ -318,7 +307,7 @@ TEST_F(SystemMenuTest, SubmitScriptsAreInstalledAndNothingIsLost) {
         File::Read(home / ".nuke/vorlan_nuke.py").Contains("PROGRAM = \"" + (File::s_AppDir / "vorlan") + "\""));
 
     File::MakeFolder(home / "maya");
-    Choose(k_IdInstallMaya);
+    Command(k_IdInstallMaya);
     ASSERT_TRUE(PumpUntil([&] { return answers.Any(); }));
     EXPECT_TRUE(File::Exists(home / "maya/scripts/vorlanSubmit.mel"));
     for (char const* version : {"c4d_2024_1", "c4d_2025_1", "c4d_2023_1"})

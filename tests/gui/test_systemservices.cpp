@@ -8,6 +8,7 @@
 
 #include <corekit/file.h>
 #include <corekit/platform.h>
+#include <corekit/sformat.h>
 #include <wx/radiobut.h>
 #include <wx/textctrl.h>
 #include <wx/wxvtext.h>
@@ -22,8 +23,9 @@ public:
         Note("install", scope, enable);
         if (!failure.empty())
             throw ServiceException(failure);
+        std::lock_guard const lock(m_guard);
         for (ServiceUnit const& unit : units)
-            Put(unit.name, scope);
+            m_installed[unit.name] = scope;
     }
     void Start(ServiceScope scope, String const& unit) override { Note("start", scope, unit); }
     void Stop(ServiceScope scope, String const& unit) override { Note("stop", scope, unit); }
@@ -51,10 +53,6 @@ private:
         std::lock_guard const lock(m_guard);
         m_notes.push_back(String(what) + (scope == ServiceScope::User ? " user " : " system ") + unit);
     }
-    void Put(String const& unit, ServiceScope scope) {
-        std::lock_guard const lock(m_guard);
-        m_installed[unit] = scope;
-    }
 
     std::mutex m_guard;
     std::vector<String> m_notes;                    // guarded by m_guard
@@ -76,8 +74,7 @@ protected:
     // What the manager was asked to do, once the work on the pool is done.
     std::vector<String> Choose(int id) {
         corekit::LogLines log(corekit::LogLevel::Status);
-        wxCommandEvent event(wxEVT_MENU, id);
-        Window().GetEventHandler()->ProcessEvent(event);
+        Command(id);
         EXPECT_TRUE(PumpUntil([&] { return CountLines(log, "as a service is done") > 0 || Told(); })) << id;
         Pump();
         return services->Take();
@@ -116,16 +113,12 @@ TEST_F(SystemServicesTest, AnEngineServiceTakesTheEngineFromTheClient) {
 }
 
 TEST_F(SystemServicesTest, WhatGoesWrongChangesNothing) {
-    struct Case {
-        int id;
-        char const* message;
-    };
-    for (Case const& c : {Case{k_IdMasterService + 1, "The Master service is not installed on this machine"},
-                          Case{k_IdEngineService + 3, "The Engine service is not installed on this machine"},
-                          Case{k_IdControlService, "The Engine service is not installed on this machine"}}) {
+    for (auto const& [id, name] :
+         {std::pair(k_IdMasterService + 1, "Master"), std::pair(k_IdEngineService + 3, "Engine"),
+          std::pair(int{k_IdControlService}, "Engine")}) {
         told = {};
-        EXPECT_TRUE(Choose(c.id).empty());
-        EXPECT_TRUE(told.Contains(c.message)) << told;
+        EXPECT_TRUE(Choose(id).empty());
+        EXPECT_TRUE(told.Contains(SFormat("The %s service is not installed on this machine", name))) << told;
     }
     told = {};
     services->failure = "There is no systemctl on this machine";

@@ -41,10 +41,6 @@ public:
     }
     bool DidStartComponent(int component) override { return started.contains(component); }
 
-    std::vector<String> Steps() const {
-        std::lock_guard const lock(m_mutex);
-        return m_steps;
-    }
     // The steps since the last call.
     std::vector<String> TakeSteps() {
         std::lock_guard const lock(m_mutex);

@@ -13,6 +13,7 @@
 #include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
 #include <memory>
+#include <vorlan/failures.h>
 #include <vorlan/messages.h>
 #include <vorlan/version.h>
 #include <vorlan/vorlanapp.h>
@@ -57,19 +58,30 @@ struct Counting : Base {
     int updates = 0;
 };
 
-// The mirror of a program in its first start: no options, empty lists.
-class MirrorTest : public ::testing::Test {
+// Lets everybody hear what the Master says.
+template <class M>
+void Say(boost::shared_ptr<M> const& message) {
+    M::s_Signal.Emit(message);
+}
+// One of that kind, after `fill` has set what is in it.
+template <class M, class Fill>
+void Say(Fill const& fill) {
+    auto const message = M::New();
+    fill(*message);
+    Say(message);
+}
+
+// A client in the state of a first start: no options, empty lists.
+class FarmTest : public ::testing::Test {
 protected:
-    MirrorTest() {
+    FarmTest() {
         Outside::Set(&outside);
         Options().Clear();
         Options().SetSection(String());
-        mirror.ConnectMessages();
+        ClearLists();
     }
-    ~MirrorTest() override {
-        EngineList::Get().Clear();
-        JobList::Get().Clear();
-        WorkList::Get().Clear();
+    ~FarmTest() override {
+        ClearLists();
         Outside::Set(nullptr);
     }
 
@@ -84,10 +96,10 @@ protected:
         job->SetStatus(status);
         return job;
     }
-    static boost::shared_ptr<Job> Unit(char const* name, boost::shared_ptr<Job> const& parent, int status = Assigned) {
-        auto unit = NewJob(name, status);
-        unit->parentID = parent->id;
-        return unit;
+    // One that is in the list.
+    static boost::shared_ptr<JobInfo> AddJob(char const* name, int status = Queued) {
+        JobList::Get().InsertJob(NewJob(name, status));
+        return Jobs::FindJobInfo(UID::FromName(name));
     }
     static UID AddEngine(char const* name, bool enabled = true, bool online = true) {
         Engine engine(UID::FromName(name));
@@ -97,31 +109,69 @@ protected:
         EngineList::Get().InsertEngine(engine);
         return engine.id;
     }
+    static boost::shared_ptr<Job> Unit(char const* name, UID const& parent) {
+        auto unit = NewJob(name, Assigned);
+        unit->parentID = parent;
+        return unit;
+    }
     static void Assign(boost::shared_ptr<Job> const& unit, UID const& engine) {
-        auto message = AssignedWorkMsg::New();
-        message->work = unit;
-        message->engine = engine;
-        AssignedWorkMsg::s_Signal.Emit(message);
-    }
-    static void Finish(UID const& unit, int status) {
-        auto message = FinishedWorkMsg::New();
-        message->work = unit;
-        message->status = status;
-        FinishedWorkMsg::s_Signal.Emit(message);
-    }
-    static void Element(String const& unit, UID const& job, int status = Started, Time time = Time(1'000'000),
-                        String const& subRange = "7") {
-        auto message = WorkHistoryElementMsg::New();
-        message->element.status = status;
-        message->element.time = time;
-        message->element.subRange = subRange;
-        message->element.work = UID::FromName(unit.c_str());
-        message->element.job = job;
-        message->element.engine = UID::FromName("engine");
-        WorkHistoryElementMsg::s_Signal.Emit(message);
+        Say<AssignedWorkMsg>([&](auto& message) {
+            message.work = unit;
+            message.engine = engine;
+        });
     }
 
     FakeOutside outside;
+
+private:
+    static void ClearLists() {
+        EngineList::Get().Clear();
+        JobList::Get().Clear();
+        WorkList::Get().Clear();
+        Failures::Clear();
+    }
+};
+
+// The mirror of a program in its first start.
+class MirrorTest : public FarmTest {
+protected:
+    MirrorTest() { mirror.ConnectMessages(); }
+
+    static void Finish(UID const& unit, int status) {
+        Say<FinishedWorkMsg>([&](auto& message) {
+            message.work = unit;
+            message.status = status;
+        });
+    }
+    static void Value(UID const& job, char const* name, String const& value) {
+        Say<JobParameterMsg>([&](auto& message) {
+            message.job = job;
+            message.name = name;
+            message.value = value;
+        });
+    }
+    static void RemoveEngine(UID const& engine) {
+        Say<RemoveEngineMsg>([&](auto& message) { message.engine = engine; });
+    }
+    static void DeleteJob(UID const& job) {
+        Say<DeleteJobMsg>([&](auto& message) { message.job = job; });
+    }
+    static WorkHistoryElement NewElement(String const& unit, UID const& job, int status = Started,
+                                         Time time = Time(1'000'000), String const& subRange = "7") {
+        WorkHistoryElement element;
+        element.status = status;
+        element.time = time;
+        element.subRange = subRange;
+        element.work = UID::FromName(unit.c_str());
+        element.job = job;
+        element.engine = UID::FromName("engine");
+        return element;
+    }
+    template <class... Args>
+    static void Element(Args const&... args) {
+        Say<WorkHistoryElementMsg>([&](auto& message) { message.element = NewElement(args...); });
+    }
+
     Mirror mirror;
 };
 

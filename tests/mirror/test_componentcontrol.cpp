@@ -5,9 +5,6 @@
 #include "mirror/componentcontrol.h"
 #include "mirror/rendernode.h"
 
-#include <vorlan/messages.h>
-#include <vorlan/version.h>
-
 namespace vorlan {
 
 using corekit::LogLevel;
@@ -55,8 +52,7 @@ TEST(DecideStart, AsksItsSourcesInOrder) {
 TEST(DecideStop, OnlyTwoIsLeftRunning) {
     struct Case {
         char const* what;
-        int component;
-        int localOption;
+        int component, localOption;
         std::optional<int> masterDefault;
         char const* source;
         bool stop;
@@ -82,75 +78,65 @@ TEST(DecideStop, OnlyTwoIsLeftRunning) {
 
 class ComponentTest : public MirrorTest {
 protected:
-    static boost::shared_ptr<MasterDefaultStartupMsg> Word(corekit::map<int, int> const& values) {
-        auto message = MasterDefaultStartupMsg::New();
-        message->components = values;
-        return message;
+    static void Say(corekit::map<int, int> const& values) {
+        vorlan::Say<MasterDefaultStartupMsg>([&](auto& message) { message.components = values; });
     }
 };
 
-TEST_F(ComponentTest, ALocalNoStopsAndSaysWhy) {
-    HasRunBefore();
-    Options().SetValue("Configuration", "StartEngine", 0);
+TEST_F(ComponentTest, WhatIsDecidedIsDone) {
+    struct Case {
+        char const* what;
+        int component;
+        char const* section;
+        char const* key;
+        int value;
+        bool serves;
+        std::vector<String> steps;
+    };
+    Case const cases[] = {
+        {"a local no", k_ComponentEngine, "Configuration", "StartEngine", 0, false, {"stop VorlanEngine"}},
+        {"a negative value", k_ComponentEngine, "MasterDefaultStartup", "VorlanEngine", -3, false, {}},
+        {"no Master here", k_ComponentMaster, "Configuration", "StartMaster", 0, false, {"stop VorlanMaster"}},
+        {"a Master that serves", k_ComponentMaster, "Configuration", "StartMaster", 0, true, {}},
+        {"a switch without value", k_ComponentBrakka, "Configuration", "StartBrakka", 0, false, {"start Brakka"}},
+        {"a switch with one", k_ComponentMerrow, "Configuration", "StartMerrow", 1, false, {"stop Merrow"}},
+    };
+    CommandLine line("VorlanGui", {"--StartBrakka", "--StartMerrow", "0"});
+    mirror.SetCommandLine(&line);
     LogLines log(LogLevel::Status);
-    mirror._StartComponent(k_ComponentEngine, 2);
-    EXPECT_EQ(outside.Steps(), std::vector<String>{"stop VorlanEngine"});
+    for (Case const& c : cases) {
+        Options().Clear();
+        HasRunBefore();
+        Options().SetValue(c.section, c.key, c.value);
+        outside.master = c.serves ? outside.MachineID() : UID::FromName("another");
+        mirror._StartComponent(c.component, -1);
+        EXPECT_EQ(outside.TakeSteps(), c.steps) << c.what;
+    }
     EXPECT_EQ(CountLines(log, "Local option requesting not to start component: VorlanEngine (start = 0)"), 1u);
 }
 
 TEST_F(ComponentTest, AFirstRunNotesThatNothingIsChosen) {
     for (int component = 0; component < k_ComponentCount; ++component)
         mirror._StartComponent(component, -1);
-    EXPECT_EQ(outside.Steps(), (std::vector<String>{"start VorlanMaster", "start VorlanEngine", "stop Brakka",
-                                                    "stop Merrow", "stop Panvale"}));
+    EXPECT_EQ(outside.TakeSteps(), (std::vector<String>{"start VorlanMaster", "start VorlanEngine", "stop Brakka",
+                                                        "stop Merrow", "stop Panvale"}));
     for (char const* key : {"StartMaster", "StartEngine", "StartBrakka", "StartMerrow", "StartPanvale"})
         EXPECT_EQ(Option(key), -1) << key;
-}
-
-TEST_F(ComponentTest, ASwitchWithoutValueStarts) {
-    HasRunBefore();
-    CommandLine line("VorlanGui", {"--StartBrakka", "--StartEngine", "0"});
-    mirror.SetCommandLine(&line);
-    Options().SetValue("Configuration", "StartEngine", 1);
-    mirror._StartComponent(k_ComponentBrakka, -1);
-    mirror._StartComponent(k_ComponentEngine, -1);
-    EXPECT_EQ(outside.Steps(), (std::vector<String>{"start Brakka", "stop VorlanEngine"}));
-}
-
-TEST_F(ComponentTest, ANegativeValueStopsNothing) {
-    HasRunBefore();
-    Options().SetValue("MasterDefaultStartup", "VorlanEngine", -3);
-    mirror._StartComponent(k_ComponentEngine, -1);
-    EXPECT_TRUE(outside.Steps().empty());
-}
-
-TEST_F(ComponentTest, AServingMasterIsNotStopped) {
-    HasRunBefore();
-    Options().SetValue("Configuration", "StartMaster", 0);
-    outside.master = outside.MachineID();
-    mirror._StartComponent(k_ComponentMaster, -1);
-    EXPECT_TRUE(outside.Steps().empty());
-    outside.master = UID::FromName("another");
-    mirror._StartComponent(k_ComponentMaster, -1);
-    EXPECT_EQ(outside.Steps(), std::vector<String>{"stop VorlanMaster"});
 }
 
 TEST_F(ComponentTest, TheMastersWordIsDoneAndKept) {
     HasRunBefore();
     LogLines log(LogLevel::Info);
-    MasterDefaultStartupMsg::s_Signal.Emit(Word({{0, 2}, {1, 0}, {2, 1}, {4, 1}, {5, 9}}));
+    Say({{0, 2}, {1, 0}, {2, 1}, {4, 1}, {5, 9}});
     EXPECT_EQ(outside.TakeSteps(),
               (std::vector<String>{"start VorlanMaster", "stop VorlanEngine", "start Merrow", "start Panvale"}));
-    auto const kept = [this](char const* name) { return Options().GetValue("MasterDefaultStartup", name, -99); };
-    EXPECT_EQ(kept("VorlanMaster"), 2);
-    EXPECT_EQ(kept("VorlanEngine"), 0);
-    EXPECT_EQ(kept("VorlanGui"), -99);
-    EXPECT_EQ(kept("Merrow"), 1);
-    EXPECT_EQ(kept("Panvale"), 9);
-    EXPECT_EQ(CountLines(log, "----- Processing MasterDefaultStartupMsg: -----"), 1u);
-    EXPECT_EQ(CountLines(log, "...VorlanMaster set to start and leave running"), 1u);
-    EXPECT_EQ(CountLines(log, "...VorlanEngine set to not start"), 1u);
-    EXPECT_EQ(CountLines(log, "...Panvale set to set to invalid control option"), 1u);
+    for (auto const& [name, kept] : std::initializer_list<std::pair<char const*, int>>{
+             {"VorlanMaster", 2}, {"VorlanEngine", 0}, {"VorlanGui", -99}, {"Merrow", 1}, {"Panvale", 9}})
+        EXPECT_EQ(Options().GetValue("MasterDefaultStartup", name, -99), kept) << name;
+    for (char const* text :
+         {"----- Processing MasterDefaultStartupMsg: -----", "...VorlanMaster set to start and leave running",
+          "...VorlanEngine set to not start", "...Panvale set to set to invalid control option"})
+        EXPECT_EQ(CountLines(log, text), 1u) << text;
 
     // What it said counts at the end of this run, the stored values do not.
     for (int const component : k_StopOrder)
@@ -165,8 +151,8 @@ TEST_F(ComponentTest, TheMastersMachineIgnoresANoStartOfTheMaster) {
     HasRunBefore();
     outside.master = outside.MachineID();
     LogLines log(LogLevel::System);
-    MasterDefaultStartupMsg::s_Signal.Emit(Word({{0, 0}}));
-    EXPECT_TRUE(outside.Steps().empty());
+    Say({{0, 0}});
+    EXPECT_TRUE(outside.TakeSteps().empty());
     EXPECT_FALSE(Options().HasSection("MasterDefaultStartup"));
     EXPECT_EQ(CountLines(log, "... Ignoring Master no-start request because this machine is the Master"), 1u);
 }

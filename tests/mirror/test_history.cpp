@@ -16,21 +16,10 @@ using corekit::LogLines;
 
 class HistoryTest : public MirrorTest {
 protected:
-    static boost::shared_ptr<JobInfo> AddJob(char const* name, int status = Queued) {
-        JobList::Get().InsertJob(NewJob(name, status));
-        return Jobs::FindJobInfo(UID::FromName(name));
-    }
     static JobHistory Long(UID const& job, size_t items) {
         JobHistory history;
-        for (size_t i = 0; i < items; ++i) {
-            WorkHistoryElement element;
-            element.status = Started;
-            element.time = Time(1'000'000);
-            element.subRange = String::From(i);
-            element.work = UID::FromName("work" + std::to_string(i));
-            element.job = job;
-            history.Append(element);
-        }
+        for (size_t i = 0; i < items; ++i)
+            history.Append(NewElement("work" + String::From(i), job, Started, Time(1'000'000), String::From(i)));
         return history;
     }
     static void TickAfter(int64_t ms) { HistoryTimer::Get().Check(Time::CurrentTime() + Time(ms)); }
@@ -67,11 +56,7 @@ TEST_F(HistoryTest, ARunningJobsStaysAndCostsNoTick) {
     TickAfter(10 * k_Later);
     EXPECT_TRUE(IsThere(*info));
 
-    auto end = JobParameterMsg::New();
-    end->job = info->job->id;
-    end->name = p_Status;
-    end->value = String::From(int{Finished});
-    JobParameterMsg::s_Signal.Emit(end);
+    Value(info->job->id, p_Status, String::From(int{Finished}));
     EXPECT_EQ(HistoryTimer::Get().Timed(), 1u);
     TickAfter(k_Later);
     EXPECT_FALSE(IsThere(*info));
@@ -113,7 +98,7 @@ TEST_F(HistoryTest, AWholeOneTakesThePlaceAndDoesNotStayForEver) {
     message->job = info->job->id;
     message->history = Long(message->job, 3);
     LogLines log(LogLevel::Status);
-    JobHistoryMsg::s_Signal.Emit(message);
+    Say(message);
     EXPECT_EQ(info->history.size(), 3u);
     EXPECT_TRUE(message->history.Empty());
     EXPECT_EQ(log.Get(),
@@ -124,7 +109,7 @@ TEST_F(HistoryTest, AWholeOneTakesThePlaceAndDoesNotStayForEver) {
 
     message->job = UID::FromName("unknown");
     message->history = Long(message->job, 3);
-    JobHistoryMsg::s_Signal.Emit(message);
+    Say(message);
     EXPECT_EQ(log.Get().size(), 1u);
 }
 
@@ -139,21 +124,16 @@ TEST_F(HistoryTest, AnElementOfAnUnknownUnitStandsUnderOneLikeIt) {
 }
 
 TEST_F(HistoryTest, LongOnesAreFreedOnThePool) {
-    struct Case {
-        size_t items;
-        bool pool;
-        size_t pending;
-    };
-    // The pool is there once and for all from the third case on.
-    constexpr Case k_Cases[] = {{31, false, 0}, {32, false, 0}, {31, true, 0}, {32, true, 1}};
-    for (Case const& c : k_Cases) {
-        if (c.pool)
+    for (bool const pool : {false, true}) {
+        if (pool)
             ThreadPool::Initialize(1);
-        LogLines log(LogLevel::Debug);
-        JobHistory history = Long(UID::FromName("job"), c.items);
-        DeleteHistory const doomed(history);
-        EXPECT_TRUE(history.Empty() && doomed.Empty());
-        EXPECT_EQ(CountLines(log, "Pending Deleting history 32 items"), c.pending) << c.items;
+        for (size_t const items : {31, 32}) {
+            LogLines log(LogLevel::Debug);
+            JobHistory history = Long(UID::FromName("job"), items);
+            DeleteHistory const doomed(history);
+            EXPECT_TRUE(history.Empty() && doomed.Empty());
+            EXPECT_EQ(CountLines(log, "Pending Deleting history"), pool && items == 32 ? 1u : 0u) << items;
+        }
     }
     // A removed Job's, and those of a cleared list.
     for (char const* name : {"a", "b"}) {

@@ -32,63 +32,6 @@ boost::shared_ptr<Job> JobAt(UID const& id, int status, unsigned round) {
     return job;
 }
 
-// What the Master says in one round: everything changes a little.
-void Hear(unsigned round) {
-    Engine engine(EngineID(round));
-    engine.SetName("engine " + String::From(round));
-    engine.SetOnline(round % 3 != 0);
-    auto engineMessage = EngineMsg::New();
-    engineMessage->engine = engine;
-    EngineMsg::s_Signal.Emit(engineMessage);
-    auto log = EngineHistoryElementMsg::New();
-    log->engine = engine.id;
-    log->element = {Time(round), "line"};
-    EngineHistoryElementMsg::s_Signal.Emit(log);
-    auto pools = PoolMsg::New();
-    pools->pools[EngineID(round)] = "pool " + String::From(round);
-    PoolMsg::s_Signal.Emit(pools);
-
-    UID const id = JobID(round);
-    JobMsg::s_Signal.Emit(JobMsg::Create(JobAt(id, round % 5 == 0 ? Paused : Queued, round)));
-    auto assigned = AssignedWorkMsg::New();
-    assigned->work = JobAt(UnitID(round), Assigned, round);
-    assigned->work->parentID = id;
-    assigned->engine = engine.id;
-    AssignedWorkMsg::s_Signal.Emit(assigned);
-    auto value = JobParameterMsg::New();
-    value->job = id;
-    value->name = p_PercentDone;
-    value->value = String::From(round % 100);
-    JobParameterMsg::s_Signal.Emit(value);
-    auto element = WorkHistoryElementMsg::New();
-    element->element.status = Started;
-    element->element.time = Time(1'000'000 + round);
-    element->element.subRange = String::From(round);
-    element->element.work = UnitID(round);
-    element->element.job = id;
-    element->element.engine = engine.id;
-    WorkHistoryElementMsg::s_Signal.Emit(element);
-    if (round >= 4) {
-        auto done = FinishedWorkMsg::New();
-        done->work = UnitID(round - 4);
-        done->status = Finished;
-        FinishedWorkMsg::s_Signal.Emit(done);
-    }
-    if (round % 7 == 0) {
-        auto finished = FinishedJobMsg::New();
-        finished->job = JobAt(JobID(round + 1), Finished, round);
-        FinishedJobMsg::s_Signal.Emit(finished);
-    }
-    if (round % 11 == 0) {
-        auto gone = DeleteJobMsg::New();
-        gone->job = JobID(round + 2);
-        DeleteJobMsg::s_Signal.Emit(gone);
-        auto left = RemoveEngineMsg::New();
-        left->engine = EngineID(round + 1);
-        RemoveEngineMsg::s_Signal.Emit(left);
-    }
-}
-
 struct JobDisplay : JobWatcher {
     using JobWatcher::JobWatcher;
     void Update() override { seen += Watched()->history.size() + Watched()->job->Name().size(); }
@@ -127,7 +70,37 @@ size_t Show(unsigned round, View& view) {
 
 } // namespace
 
-class RacesTest : public MirrorTest {};
+class RacesTest : public MirrorTest {
+protected:
+    // What the Master says in one round: everything changes a little.
+    static void Hear(unsigned round) {
+        Engine engine(EngineID(round));
+        engine.SetName("engine " + String::From(round));
+        engine.SetOnline(round % 3 != 0);
+        Say<EngineMsg>([&](auto& message) { message.engine = engine; });
+        Say<EngineHistoryElementMsg>([&](auto& message) {
+            message.engine = engine.id;
+            message.element = {Time(round), "line"};
+        });
+        Say<PoolMsg>([&](auto& message) { message.pools[EngineID(round)] = "pool " + String::From(round); });
+
+        UID const id = JobID(round);
+        Say(JobMsg::Create(JobAt(id, round % 5 == 0 ? Paused : Queued, round)));
+        auto const unit = JobAt(UnitID(round), Assigned, round);
+        unit->parentID = id;
+        Assign(unit, engine.id);
+        Value(id, p_PercentDone, String::From(round % 100));
+        Element("unit" + String::From(round), id, Started, Time(1'000'000 + round), String::From(round));
+        if (round >= 4)
+            Finish(UnitID(round - 4), Finished);
+        if (round % 7 == 0)
+            Say<FinishedJobMsg>([&](auto& message) { message.job = JobAt(JobID(round + 1), Finished, round); });
+        if (round % 11 == 0) {
+            DeleteJob(JobID(round + 2));
+            RemoveEngine(EngineID(round + 1));
+        }
+    }
+};
 
 TEST_F(RacesTest, TheListsAreReadWhileTheyChange) {
     ThreadPool::Initialize(1);

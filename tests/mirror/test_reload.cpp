@@ -8,21 +8,19 @@ using ReloadTest = MirrorTest;
 TEST_F(ReloadTest, WhatWentAwayWithoutAWordIsForgotten) {
     auto pools = PoolMsg::New();
     pools->pools = {{UID::FromName("stays"), "Stays"}, {UID::FromName("goes"), "Goes"}};
-    PoolMsg::s_Signal.Emit(pools);
-    auto const job = NewJob("job");
-    JobList::Get().InsertJob(job);
+    Say(pools);
     UID const engine = AddEngine("engine");
-    Assign(Unit("unit", job), engine);
+    Assign(Unit("unit", AddJob("job")->job->id), engine);
 
     mirror.Reload();
     EXPECT_TRUE(Jobs::GetAllJobs().empty());
     EXPECT_EQ(EngineList::Get().FindEngine(engine), nullptr);
     EXPECT_EQ(WorkList::Get().Count(), 0U);
     pools->pools.erase(UID::FromName("goes"));
-    PoolMsg::s_Signal.Emit(pools);
+    Say(pools);
     EXPECT_EQ(mirror.Pools(), pools->pools);
 
-    std::vector<String> const steps = outside.Steps();
+    std::vector<String> const steps = outside.TakeSteps();
     EXPECT_EQ(steps.front(), "send NotifyOnEventMsg") << "no event may be missed between the load and the listening";
     EXPECT_EQ(steps.back(), "send GetJobInfoMsg") << "units need their Engines";
 }

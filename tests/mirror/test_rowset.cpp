@@ -7,7 +7,6 @@
 #include <corekit/sformat.h>
 #include <random>
 #include <thread>
-#include <vorlan/failures.h>
 #include <vorlan/keys.h>
 
 namespace vorlan {
@@ -16,126 +15,95 @@ namespace {
 
 using JobRowSet = RowSet<JobRows>;
 
+// A filter with one slot.
+struct TestFilter : HasSlots<> {
+    explicit TestFilter(std::function<bool(JobInfo const&)> passes) {
+        signal->Connect(this, [passes = std::move(passes)](boost::shared_ptr<JobInfo> const& info, bool& include) {
+            include = passes(*info);
+        });
+    }
+    boost::shared_ptr<JobRowSet::FilterSignal> const signal = boost::make_shared<JobRowSet::FilterSignal>();
+};
+
+// Negative: `a` stands above `b` in an ascending list.
+using Rule = std::function<int(JobInfo const& a, JobInfo const& b)>;
+
 template <class T>
-int Numeric(T const& a, T const& b, int lo) {
-    return a < b ? lo : a == b ? 0 : -lo;
+int Order(T const& a, T const& b) {
+    return a < b ? -1 : a == b ? 0 : 1;
+}
+int Order(String const& a, String const& b) { return a.Compare(b); }
+
+template <class Key>
+Rule By(Key const& key) {
+    return [key](JobInfo const& a, JobInfo const& b) { return Order(key(a), key(b)); };
+}
+template <class Key>
+Rule ByNoCase(Key const& key) {
+    return [key](JobInfo const& a, JobInfo const& b) { return key(a).CompareNoCase(key(b)); };
 }
 
-size_t Running(JobInfo const& info) { return WorkList::Get().GetJobCurrentCount(info.job->id); }
-
-int CompareStatus(JobInfo const& first, JobInfo const& second, int lo) {
-    Job const& a = *first.job;
-    Job const& b = *second.job;
-    int const hi = -lo;
-    if (a.IsFinished()) {
-        if (!b.IsFinished())
-            return hi;
-        if (a.IsFailed())
-            return b.IsFailed() ? 0 : hi;
-        if (a.IsCanceled())
-            return b.IsFailed() ? lo : b.IsCanceled() ? 0 : hi;
-        return b.IsFailed() || b.IsCanceled() ? lo : 0;
-    }
-    size_t const na = Running(first);
-    size_t const nb = Running(second);
-    if (na > 0) {
-        if (b.IsFinished())
-            return lo;
-        if (a.IsPaused() != b.IsPaused())
-            return a.IsPaused() ? lo : hi;
-        return Numeric(na, nb, lo);
-    }
-    if (a.IsPaused())
-        return b.IsPaused() && nb == 0 && !b.IsFinished() ? 0 : lo;
-    if (!b.IsFinished() && nb == 0)
-        return b.IsPaused() ? hi : 0;
-    return lo;
+// Of the two loose classes, whichever is compared with the other goes first.
+template <class Class>
+Rule ByClass(int loose, int otherLoose, Class const& classOf) {
+    return [=](JobInfo const& a, JobInfo const& b) {
+        std::pair<int, int64_t> const x = classOf(a);
+        std::pair<int, int64_t> const y = classOf(b);
+        if (std::minmax(x.first, y.first) == std::minmax(loose, otherLoose))
+            return -1;
+        return Order(x, y);
+    };
 }
 
-int CompareUsage(int u, int v, int lo) {
-    int const hi = -lo;
-    if (u == v)
-        return 0;
-    if (u < 0)
-        return v < 0 && u > v ? lo : hi;
-    if (v > 0)
-        return u < v ? lo : hi;
-    return lo;
+std::pair<int, int64_t> StatusClass(JobInfo const& info) {
+    Job const& job = *info.job;
+    if (job.IsFinished())
+        return {job.IsFailed() ? 6 : job.IsCanceled() ? 5 : 4, 0};
+    auto const running = static_cast<int64_t>(WorkList::Get().GetJobCurrentCount(job.id));
+    return {(running > 0 ? 2 : 0) + (job.IsPaused() ? 0 : 1), running};
 }
 
-// The rule of one column; `type` -2 goes by the ids.
-int CompareBy(JobInfo const& a, JobInfo const& b, SortBy const& by) {
-    Job const& x = *a.job;
-    Job const& y = *b.job;
-    int const lo = by.ascending ? -1 : 1;
-    int const hi = -lo;
-    auto const text = [&](String const& first, String const& second) { return first.Compare(second) * hi; };
-    size_t currentOfA = 0;
-    size_t currentOfB = 0;
-    size_t resetOfA = 0;
-    size_t resetOfB = 0;
-    switch (by.type) {
-    case SortBy::k_ByID:
-        return (x.id < y.id ? -1 : x.id == y.id ? 0 : 1) * hi;
-    case JobColumns::Summary:
-        return text(a.Summary(), b.Summary());
-    case JobColumns::Priority:
-        return Numeric(x.Priority(), y.Priority(), lo);
-    case JobColumns::Progress:
-        return Numeric(x.PercentDone(), y.PercentDone(), lo);
-    case JobColumns::Status:
-        return CompareStatus(a, b, lo);
-    case JobColumns::Product:
-        return text(x.TypeString(), y.TypeString());
-    case JobColumns::Pool:
-        return text(a.Pool(), b.Pool());
-    case JobColumns::Creator:
-        return x.Creator().CompareNoCase(y.Creator()) * hi;
-    case JobColumns::Created:
-        return Numeric(x.Created(), y.Created(), lo);
-    case JobColumns::Note:
-        return text(x.Note(), y.Note());
-    case JobColumns::Failures:
-        Failures::JobFailureCounts(x.id, currentOfA, resetOfA);
-        Failures::JobFailureCounts(y.id, currentOfB, resetOfB);
-        return currentOfA != currentOfB ? Numeric(currentOfA, currentOfB, lo)
-                                        : Numeric(currentOfA + resetOfA, currentOfB + resetOfB, lo);
-    case JobColumns::UsageLimit:
-        return CompareUsage(x.UsageLimit(), y.UsageLimit(), lo);
-    case JobColumns::CPUs:
-        return Numeric(x.CPUs(), y.CPUs(), lo);
-    case JobColumns::RAM:
-        return Numeric(x.RAM(), y.RAM(), lo);
-    case JobColumns::Staggering:
-        if (x.StaggerMode() != y.StaggerMode())
-            return Numeric(x.StaggerMode(), y.StaggerMode(), lo);
-        if (x.StaggerCount() != y.StaggerCount())
-            return Numeric(x.StaggerCount(), y.StaggerCount(), lo);
-        return Numeric(x.StaggerStart(), y.StaggerStart(), lo);
-    case JobColumns::WaitFor:
-        return text(a.WaitForString(), b.WaitForString());
-    case JobColumns::FinishDisposition:
-        return text(FinishDispositionText(x.FinishDisposition()), FinishDispositionText(y.FinishDisposition()));
-    case JobColumns::Finished:
-        return Numeric(x.FinishedTime(), y.FinishedTime(), lo);
-    case JobColumns::Custom:
-        return text(x.FormatStringWithParameters(by.custom), y.FormatStringWithParameters(by.custom));
-    default:
-        return x.Name().CompareNoCase(y.Name()) * hi;
-    }
+std::pair<int, int64_t> UsageClass(JobInfo const& info) {
+    int64_t const limit = info.job->UsageLimit();
+    return {limit < 0 ? 2 : limit > 0 ? 1 : 0, std::abs(limit)};
 }
 
-bool IsJobLess(UID const& a, UID const& b, SortOrder const& order) {
-    if (a == b)
-        return false;
-    auto const first = Jobs::FindJobInfo(a);
-    auto const second = Jobs::FindJobInfo(b);
-    int result = CompareBy(*first, *second, order.first);
-    if (result == 0)
-        result = CompareBy(*first, *second, order.second);
-    if (result == 0)
-        result = (a < b ? -1 : 1) * (order.first.ascending ? 1 : -1);
-    return result < 0;
+std::pair<size_t, size_t> FailureCounts(JobInfo const& info) {
+    size_t current = 0;
+    size_t reset = 0;
+    Failures::JobFailureCounts(info.job->id, current, reset);
+    return {current, current + reset};
+}
+
+// A type that is no column's goes by the name.
+Rule RuleOf(SortBy const& by) {
+    static std::map<int, Rule> const s_rules = {
+        {SortBy::k_ByID, By([](JobInfo const& info) { return info.job->id; })},
+        {JobColumns::Summary, By([](JobInfo const& info) { return info.Summary(); })},
+        {JobColumns::Priority, By([](JobInfo const& info) { return info.job->Priority(); })},
+        {JobColumns::Progress, By([](JobInfo const& info) { return info.job->PercentDone(); })},
+        {JobColumns::Status, ByClass(1, 2, StatusClass)},
+        {JobColumns::Product, By([](JobInfo const& info) { return info.job->TypeString(); })},
+        {JobColumns::Pool, By([](JobInfo const& info) { return info.Pool(); })},
+        {JobColumns::Creator, ByNoCase([](JobInfo const& info) { return info.job->Creator(); })},
+        {JobColumns::Created, By([](JobInfo const& info) { return info.job->Created(); })},
+        {JobColumns::Note, By([](JobInfo const& info) { return info.job->Note(); })},
+        {JobColumns::Failures, By(FailureCounts)},
+        {JobColumns::UsageLimit, ByClass(0, 1, UsageClass)},
+        {JobColumns::CPUs, By([](JobInfo const& info) { return info.job->CPUs(); })},
+        {JobColumns::RAM, By([](JobInfo const& info) { return info.job->RAM(); })},
+        {JobColumns::Staggering, By([](JobInfo const& info) {
+             return std::tuple(info.job->StaggerMode(), info.job->StaggerCount(), info.job->StaggerStart());
+         })},
+        {JobColumns::WaitFor, By([](JobInfo const& info) { return info.WaitForString(); })},
+        {JobColumns::FinishDisposition,
+         By([](JobInfo const& info) { return FinishDispositionText(info.job->FinishDisposition()); })},
+        {JobColumns::Finished, By([](JobInfo const& info) { return info.job->FinishedTime(); })},
+    };
+    if (by.type == JobColumns::Custom)
+        return By([&by](JobInfo const& info) { return info.job->FormatStringWithParameters(by.custom); });
+    auto const rule = s_rules.find(by.type);
+    return rule != s_rules.end() ? rule->second : ByNoCase([](JobInfo const& info) { return info.job->Name(); });
 }
 
 std::vector<UID> RowsOf(ListContents const& contents) {
@@ -160,12 +128,10 @@ protected:
     static constexpr unsigned k_Jobs = 90;
 
     RowSetTest() {
-        Failures::Clear();
         m_engine = AddEngine("engine");
         for (unsigned i = 0; i < k_Jobs; ++i)
             AddJob();
     }
-    ~RowSetTest() override { Failures::Clear(); }
 
     unsigned Pick(unsigned from) { return static_cast<unsigned>(m_random() % from); }
     template <class T, size_t N>
@@ -219,16 +185,6 @@ protected:
         }
     }
 
-    void RunUnit(UID const& job) {
-        auto unit = boost::make_shared<Job>(UID::FromName(SFormat("unit %u", m_count++)));
-        unit->parentID = job;
-        m_units.push_back(unit->id);
-        auto message = AssignedWorkMsg::New();
-        message->work = unit;
-        message->engine = m_engine;
-        AssignedWorkMsg::s_Signal.Emit(message);
-    }
-
     // As the messages of a busy farm do.
     void ChangeSomething() {
         UID const& id = m_jobs[Pick(static_cast<unsigned>(m_jobs.size()))];
@@ -241,7 +197,8 @@ protected:
             JobList::Get().RemoveJob(id);
             break;
         case 2:
-            RunUnit(id);
+            m_units.push_back(UID::FromName(SFormat("unit %u", m_count)));
+            Assign(Unit(SFormat("unit %u", m_count++).c_str(), id), m_engine);
             break;
         case 3:
             Failures::Add(id, UID::FromName("product"), m_engine, Time(1));
@@ -255,19 +212,15 @@ protected:
             break;
         }
         case 5: {
-            auto message = PoolMsg::New();
-            message->pools[UID::FromName("pool")] = Pick(2) == 0 ? "west" : "east";
-            PoolMsg::s_Signal.Emit(message);
+            char const* const name = Pick(2) == 0 ? "west" : "east";
+            Say<PoolMsg>([&](auto& message) { message.pools[UID::FromName("pool")] = name; });
             JobList::Get().UpdateJob(id, p_Pool, UID::FromName("pool").ToString());
             break;
         }
         case 9:
             if (!m_units.empty()) {
-                auto message = FinishedWorkMsg::New();
-                message->work = m_units.back();
-                message->status = Failed;
+                Finish(m_units.back(), Failed);
                 m_units.pop_back();
-                FinishedWorkMsg::s_Signal.Emit(message);
             }
             break;
         default: {
@@ -281,15 +234,27 @@ protected:
 
     // What the refill gives, sorted by the rules.
     std::vector<UID> ByTheRules(SortOrder const& order, std::function<bool(JobInfo const&)> const& filter = {}) {
-        std::vector<UID> rows;
+        std::vector<boost::shared_ptr<JobInfo>> infos;
         corekit::set<UID> seen;
         JobList::Get().Visit([&](auto const& objects) {
             for (auto const& [id, info, part] : objects) {
                 if (seen.insert(*id).second && (!filter || filter(**info)))
-                    rows.push_back(*id);
+                    infos.push_back(*info);
             }
         });
-        StableSort(rows, [&order](UID const& a, UID const& b) { return IsJobLess(a, b, order); });
+        std::array<std::pair<Rule, bool>, 3> const rules{{{RuleOf(order.first), order.first.ascending},
+                                                          {RuleOf(order.second), order.second.ascending},
+                                                          {RuleOf({}), order.first.ascending}}};
+        StableSort(infos, [&rules](auto const& a, auto const& b) {
+            for (auto const& [rule, ascending] : rules) {
+                if (int const result = rule(*a, *b); result != 0)
+                    return (result < 0) == ascending;
+            }
+            return false;
+        });
+        std::vector<UID> rows;
+        for (auto const& info : infos)
+            rows.push_back(info->job->id);
         return rows;
     }
 
@@ -348,7 +313,8 @@ TEST_F(RowSetTest, WhatIsReusedIsAsFromScratch) {
             request.order = {{first, Pick(2) == 0, "$(Name)"}, {second, Pick(2) == 0, String()}};
             request.scope = FilterScope::OwnValues;
             auto const passes = [](JobInfo const& info) { return info.job->Priority() != 1; };
-            request.filter = [&passes](boost::shared_ptr<JobInfo> const& info) { return passes(*info); };
+            TestFilter const filter([&passes](JobInfo const& info) { return passes(info); });
+            request.filter = filter.signal;
             Rebuild(kept, request);
             request.reuse = Reuse::Unchanged;
             for (int round = 0; round < 6; ++round) {
@@ -375,7 +341,8 @@ TEST_F(RowSetTest, AFilterIsAskedAboutEveryRowUnlessItLooksAtTheRowAlone) {
     size_t asked = 0;
     JobRowSet rows;
     JobRowSet::Request request;
-    request.filter = [&asked](boost::shared_ptr<JobInfo> const&) { return ++asked % 2 != 0; };
+    TestFilter const filter([&asked](JobInfo const&) { return ++asked % 2 != 0; });
+    request.filter = filter.signal;
     size_t const all = JobList::Get().Count();
     Rebuild(rows, request);
     EXPECT_EQ(std::exchange(asked, 0), all);

@@ -9,15 +9,17 @@ namespace vorlan {
 
 class RowTextsTest : public MirrorTest {
 protected:
-    RowTextsTest() { Failures::Clear(); }
-    ~RowTextsTest() override { Failures::Clear(); }
-
     static String JobText(Job const& job, int type, String const& custom = String()) {
         JobInfo const info(boost::make_shared<Job>(job));
         return JobColumns::Text(info, type, custom, Time());
     }
-    static void Fail(UID const& engine, char const* job, char const* product) {
-        Failures::Add(UID::FromName(job), UID::FromName(product), engine, Time(1));
+    static void Fail(char const* job, char const* product) {
+        Failures::Add(UID::FromName(job), UID::FromName(product), UID::FromName("engine"), Time(1));
+    }
+    // So many units of the Job, on the Engine.
+    static void Run(int units, UID const& job, UID const& engine) {
+        for (int i = 0; i < units; ++i)
+            Assign(Unit((engine.ToString() + String::From(i)).c_str(), job), engine);
     }
 };
 
@@ -91,12 +93,13 @@ TEST_F(RowTextsTest, TextsOfEngines) {
     auto const errors = [&] { return EngineColumns::Text(engine, EngineColumns::Errors, String(), now); };
     EXPECT_EQ(errors(), "0 Failures");
     EXPECT_FALSE(EngineColumns::IsTinted(engine));
-    Fail(engine.id, "a", "product");
+    Fail("a", "product");
     EXPECT_EQ(errors(), "1 Failure") << "no bracket, other than in the information panel";
     EXPECT_EQ(engine.DisplayFailures(), "1 Failure (1 Job 1 Product)");
-    Fail(engine.id, "a", "product");
-    Fail(engine.id, "b", "product");
-    EXPECT_EQ(errors(), "3 Failures (2 Jobs 1 Product)");
+    Fail("b", "product");
+    EXPECT_EQ(errors(), "2 Failures (2 Jobs 1 Product)");
+    Fail("b", "another product");
+    EXPECT_EQ(errors(), "3 Failures (2 Jobs 2 Products)");
     EXPECT_TRUE(EngineColumns::IsTinted(engine));
     engine.SetVersion(30102);
     EXPECT_EQ(EngineColumns::Text(engine, EngineColumns::Version, String(), now), "3.1.2");
@@ -123,7 +126,7 @@ TEST_F(RowTextsTest, TextsOfWork) {
         job->SetParameter(test.name, test.value);
         WorkInfo info;
         info.job = boost::make_shared<JobInfo>(job);
-        info.work = Unit("unit", job);
+        info.work = Unit("unit", job->id);
         info.work->SetParameter(test.name, test.value);
         EXPECT_EQ(WorkColumns::Text(info, test.type, String(), Time()), test.text) << test.value;
     }
@@ -137,69 +140,80 @@ TEST_F(RowTextsTest, TextsOfWork) {
     EXPECT_EQ(WorkColumns::Text(info, WorkColumns::Engine, String(), Time()), "");
 }
 
-TEST_F(RowTextsTest, ColoursOfJobs) {
+TEST_F(RowTextsTest, StatusAndColourOfJobs) {
     struct {
-        int status;
-        bool active;
+        int status, units;
+        char const* text;
+        int statusClass;
         RowColor color;
     } const cases[] = {
-        {Finished, true, RowColor::Blue}, {Failed, false, RowColor::Blue}, {Paused, true, RowColor::Cyan},
-        {Queued, true, RowColor::Green},  {Paused, false, RowColor::Grey}, {Queued, false, RowColor::Base},
+        {Queued, 0, "Queued", 0, RowColor::Base},
+        {Paused, 0, "Paused", 1, RowColor::Grey},
+        {Queued, 2, "2 Active", 2, RowColor::Green},
+        {Paused, 3, "Paused: 3 Active", 2, RowColor::Cyan},
+        {Finished, 1, "Finished: 1 Active", 2, RowColor::Blue},
+        {Finished, 0, "Finished", 3, RowColor::Blue},
+        {Failed, 0, "Failed", 3, RowColor::Blue},
+        {UserCanceled, 0, "User Canceled", 3, RowColor::Blue},
     };
+    UID const engine = AddEngine("engine");
     for (auto const& test : cases) {
-        JobInfo info(NewJob("job", test.status));
-        info.active.store(test.active);
-        EXPECT_EQ(JobColumns::Color(info), test.color) << test.status << test.active;
+        auto const info = AddJob(test.text, test.status);
+        Run(test.units, info->job->id, engine);
+        EXPECT_EQ(info->Status(), test.text);
+        EXPECT_EQ(info->StatusClass(), test.statusClass) << test.text;
+        EXPECT_EQ(JobColumns::Color(*info), test.color) << test.text;
+        JobList::Get().Clear();
+        WorkList::Get().Clear();
     }
     JobInfo const info(NewJob("job", Finished));
     EXPECT_FALSE(JobColumns::IsTinted(info));
-    Fail(UID::FromName("engine"), "job", "product");
+    Fail("job", "product");
     EXPECT_TRUE(JobColumns::IsTinted(info)) << "also when it is finished";
-    EXPECT_EQ(JobColumns::Color(JobInfo()), RowColor::Base);
+    JobInfo const empty;
+    EXPECT_EQ(JobColumns::Color(empty), RowColor::Base);
+    EXPECT_EQ(empty.Status() + empty.Summary() + empty.Pool(), "");
+    EXPECT_EQ(empty.StatusClass(), 0);
 }
 
-TEST_F(RowTextsTest, ColoursAndOrderOfEngines) {
+TEST_F(RowTextsTest, StatusColourAndOrderOfEngines) {
     struct {
-        char const* name;
+        char const* text;
         bool online;
         int status;
-        bool enabled;
-        bool restricted;
+        bool enabled, restricted;
         int units;
         RowColor color;
     } const cases[] = {
         // In the order of their status.
-        {"asleep", false, -1, true, false, 0, RowColor::DarkCyan},
-        {"offline", false, 0, true, false, 0, RowColor::Grey},
-        {"disabled", true, 0, false, false, 0, RowColor::Blue},
-        {"disabled with two", true, 0, false, false, 2, RowColor::Yellow},
-        {"disabled with one", true, 0, false, false, 1, RowColor::Yellow},
-        {"idle", true, 0, true, false, 0, RowColor::Base},
-        {"idle, restricted", true, 0, true, true, 0, RowColor::Indigo},
-        {"one", true, 0, true, false, 1, RowColor::Green},
-        {"two", true, 0, true, false, 2, RowColor::Green},
-        {"one, restricted", true, 0, true, true, 1, RowColor::DarkViolet},
+        {"Asleep", false, -1, true, false, 0, RowColor::DarkCyan},
+        {"Offline", false, 0, false, false, 0, RowColor::Grey},
+        {"Disabled", true, 0, false, false, 0, RowColor::Blue},
+        {"Disabled: 2 Workers", true, 0, false, false, 2, RowColor::Yellow},
+        {"Disabled: 1 Worker", true, 0, false, false, 1, RowColor::Yellow},
+        {"Enabled", true, 0, true, false, 0, RowColor::Base},
+        {"Restricted", true, 0, true, true, 0, RowColor::Indigo},
+        {"1 Worker", true, 0, true, false, 1, RowColor::Green},
+        {"2 Workers", true, 0, true, false, 2, RowColor::Green},
+        {"Restricted to 0: 1 Worker", true, 0, true, true, 1, RowColor::DarkViolet},
     };
-    auto const job = NewJob("job");
-    JobList::Get().InsertJob(job);
+    UID const job = AddJob("job")->job->id;
     Time const now = Time::CurrentTime();
     std::vector<UID> expected;
     for (auto const& test : cases) {
-        Engine engine(UID::FromName(test.name));
-        engine.SetName(test.name);
+        Engine engine(UID::FromName(test.text));
         engine.SetOnline(test.online);
         engine.SetStatus(test.status);
         engine.SetEnabled(test.enabled);
         engine.Restrict(test.restricted);
         engine.RestrictDays(0x7F);
-        engine.RestrictTimes(Time(), Time());
+        engine.RestrictTimes(Time(), Time()); // all day
         EngineList::Get().InsertEngine(engine);
         expected.push_back(engine.id);
-        for (int unit = 0; unit < test.units; ++unit)
-            Assign(Unit((std::string(test.name) + std::to_string(unit)).c_str(), job), engine.id);
+        Run(test.units, job, engine.id);
         auto const info = EngineList::Get().FindEngine(engine.id);
-        ASSERT_EQ(info->IsRestricted(now), test.restricted) << test.name;
-        EXPECT_EQ(EngineColumns::Color(*info, now), test.color) << test.name;
+        EXPECT_EQ(info->StatusString(), test.text);
+        EXPECT_EQ(EngineColumns::Color(*info, now), test.color) << test.text;
     }
     for (bool const ascending : {true, false}) {
         RowSet<EngineRows> rows;
@@ -212,6 +226,35 @@ TEST_F(RowTextsTest, ColoursAndOrderOfEngines) {
         for (size_t row = 0; row < expected.size(); ++row)
             EXPECT_EQ(contents[row], expected[ascending ? row : expected.size() - 1 - row]) << row;
     }
+}
+
+TEST_F(RowTextsTest, RestrictionsAndWhenTheyShow) {
+    EngineInfo engine;
+    engine.SetOnline(true);
+    EXPECT_EQ(engine.Restrictions(), "");
+    engine.Restrict(true);
+    struct {
+        unsigned cores, days;
+        Time from;
+        Time to;
+        char const* text;
+    } const cases[] = {
+        {1, 0b1000001, Time(22 * 3'600'000 + 5 * 60'000), Time(30 * 60'000), "1 core:  S-----S  22:05 - 00:30"},
+        {2, 0b0111110, Time(9 * 3'600'000), Time(18 * 3'600'000), "2 cores:  -MTWTF-  09:00 - 18:00"},
+        {2, 0b1000000, Time(9 * 3'600'000), Time(18 * 3'600'000), "2 cores:  ------S  09:00 - 18:00"},
+    };
+    for (auto const& test : cases) {
+        engine.RestrictCores(test.cores);
+        engine.RestrictDays(test.days);
+        engine.RestrictTimes(test.from, test.to);
+        EXPECT_EQ(engine.Restrictions(), test.text);
+    }
+    // 2026-11-21 is a Saturday, 2026-11-22 a Sunday.
+    Time const saturdayNoon = Time::FromUnixMs(1'795'262'400'000);
+    EXPECT_EQ(EngineStatusTextOf(engine, 0, saturdayNoon), "Restricted to 2");
+    EXPECT_EQ(EngineStatusTextOf(engine, 1, saturdayNoon), "Restricted to 2: 1 Worker");
+    EXPECT_EQ(EngineStatusTextOf(engine, 0, saturdayNoon + Time::Hours(6)), "Enabled") << "its end is outside";
+    EXPECT_EQ(EngineStatusTextOf(engine, 2, saturdayNoon + Time::Days(1)), "2 Workers");
 }
 
 } // namespace vorlan

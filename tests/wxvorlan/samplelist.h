@@ -1,14 +1,13 @@
 // A list of names for the tests of lists, which writes down what it hears.
 #pragma once
 
-#include "wxtest.h"
+#include "wxtools.h"
 
 #include <corekit/sformat.h>
 #include <functional>
 #include <map>
 #include <string>
 #include <vector>
-#include <wx/uiaction.h>
 #include <wx/wxdblistctrl.h>
 
 class SampleList : public wxDBListCtrl {
@@ -19,15 +18,11 @@ public:
         AddColumn(12, "Note", 150);
         for (auto const& [type, name] :
              {std::pair(wxEVT_LIST_ITEM_SELECTED, "+"), std::pair(wxEVT_LIST_ITEM_DESELECTED, "-"),
-              std::pair(wxEVT_LIST_ITEM_ACTIVATED, "!"), std::pair(wxEVT_LIST_ITEM_RIGHT_CLICK, "menu")})
+              std::pair(wxEVT_LIST_ITEM_ACTIVATED, "!"), std::pair(wxEVT_LIST_ITEM_RIGHT_CLICK, "menu"),
+              std::pair(wxEVT_LIST_COL_CLICK, "click "), std::pair(wxEVT_LIST_COL_RIGHT_CLICK, "head menu "),
+              std::pair(wxEVT_LIST_COL_END_DRAG, "drag ")})
             parent->Bind(type, [this, name = std::string(name)](wxListEvent& event) {
-                Hear(event, name + std::to_string(event.GetIndex()));
-            });
-        for (auto const& [type, name] :
-             {std::pair(wxEVT_LIST_COL_CLICK, "click"), std::pair(wxEVT_LIST_COL_RIGHT_CLICK, "head menu"),
-              std::pair(wxEVT_LIST_COL_END_DRAG, "drag")})
-            parent->Bind(type, [this, name = std::string(name)](wxListEvent& event) {
-                Hear(event, name + " " + std::to_string(event.GetColumn()));
+                Hear(event, name + std::to_string(name.ends_with(' ') ? event.GetColumn() : event.GetIndex()));
             });
         for (auto const& type : {wxEVT_MOTION, wxEVT_LEFT_DOWN, wxEVT_LEFT_UP, wxEVT_LEFT_DCLICK, wxEVT_RIGHT_UP})
             Bind(type, [this](wxMouseEvent& event) {
@@ -118,41 +113,39 @@ protected:
         Settle();
     }
     void MoveTo(wxPoint const& screen) {
-        bool const inside = list->GetScreenRect().Contains(screen) || list->HasCapture();
         if (wxGetMousePosition() == screen)
             return;
-        if (inside)
-            Await(wxEVT_MOTION, [&] { mouse.MouseMove(screen); });
+        if (list->GetScreenRect().Contains(screen) || list->HasCapture())
+            Await(wxEVT_MOTION, [&] { hand.MouseMove(screen); });
         else
-            mouse.MouseMove(screen);
+            hand.MouseMove(screen);
         EXPECT_TRUE(PumpUntil([&] { return wxGetMousePosition() == screen; }));
         Settle();
     }
     void Click(wxPoint const& screen, int button = wxMOUSE_BTN_LEFT) {
         MoveTo(screen);
-        Await(button == wxMOUSE_BTN_LEFT ? wxEVT_LEFT_UP : wxEVT_RIGHT_UP, [&] { mouse.MouseClick(button); });
+        Await(button == wxMOUSE_BTN_LEFT ? wxEVT_LEFT_UP : wxEVT_RIGHT_UP, [&] { hand.MouseClick(button); });
     }
     void DoubleClick(wxPoint const& screen) {
         MoveTo(screen);
-        Await(wxEVT_LEFT_DCLICK, [&] { mouse.MouseDblClick(); });
+        Await(wxEVT_LEFT_DCLICK, [&] { hand.MouseDblClick(); });
     }
     void ClickWith(wxKeyCode key, wxPoint const& screen) {
         MoveTo(screen);
-        Await(wxEVT_KEY_DOWN, [&] { mouse.KeyDown(key); });
+        Await(wxEVT_KEY_DOWN, [&] { hand.KeyDown(key); });
         Click(screen);
-        Await(wxEVT_KEY_UP, [&] { mouse.KeyUp(key); });
+        Await(wxEVT_KEY_UP, [&] { hand.KeyUp(key); });
     }
     void Drag(wxPoint const& from, wxPoint const& to) {
         MoveTo(from);
-        Await(wxEVT_LEFT_DOWN, [&] { mouse.MouseDown(); });
+        Await(wxEVT_LEFT_DOWN, [&] { hand.MouseDown(); });
         MoveTo((from + to) / 2);
         MoveTo(to);
-        Await(wxEVT_LEFT_UP, [&] { mouse.MouseUp(); });
+        Await(wxEVT_LEFT_UP, [&] { hand.MouseUp(); });
     }
     void Key(int key, int modifiers = wxMOD_NONE) {
-        Await(wxEVT_KEY_UP, [&] { mouse.Char(key, modifiers); });
+        Await(wxEVT_KEY_UP, [&] { hand.Char(key, modifiers); });
     }
 
-    wxUIActionSimulator mouse;
     SampleList* const list;
 };

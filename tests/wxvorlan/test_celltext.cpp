@@ -1,5 +1,5 @@
 // The texts of lists: what is kept of them, and that none of them does harm.
-#include "wxtest.h"
+#include "wxtools.h"
 #include "wxvorlan/lists/cellcanvas.h"
 #include "wxvorlan/lists/textcache.h"
 

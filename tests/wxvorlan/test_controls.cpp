@@ -1,19 +1,16 @@
 // The styled controls under mouse and keyboard, on the screen.
-#include "wxtest.h"
+#include "wxtools.h"
 
 #include "corekit/tempfolder.h"
 
 #include <corekit/optionsfile.h>
-#include <wx/dialog.h>
+#include <wx/modalhook.h>
 #include <wx/panel.h>
 #include <wx/slider.h>
-#include <wx/timer.h>
-#include <wx/uiaction.h>
-#include <wx/wxvchecklistbox.h>
+#include <wx/weakref.h>
 #include <wx/wxvchoice.h>
 #include <wx/wxvcolors.h>
 #include <wx/wxvdatetimectrl.h>
-#include <wx/wxvlistbox.h>
 #include <wx/wxvnotebook.h>
 #include <wx/wxvnumberselector.h>
 #include <wx/wxvorlandlg.h>
@@ -28,18 +25,6 @@ using corekit::String;
 using corekit::Time;
 
 namespace {
-
-wxUIActionSimulator Hand;
-
-void Press(int key, int modifiers = 0) {
-    Hand.Char(key, modifiers);
-    Pump();
-}
-
-void Type(char const* text) {
-    Hand.Text(text);
-    Pump();
-}
 
 // Counts the events of a kind that reach a window's parent.
 class Heard {
@@ -61,37 +46,27 @@ protected:
     void Put(wxWindow* control, wxWindow* focused) {
         control->SetSize(10, 10, 400, control->GetBestSize().y);
         control->Layout();
-        Frame().Show();
-        Frame().Raise();
-        EXPECT_TRUE(PumpUntil([this] { return Frame().IsActive(); }));
-        focused->SetFocus();
-        EXPECT_TRUE(PumpUntil([focused] { return focused->HasFocus(); }));
+        Show();
+        Focus(focused);
     }
 
     wxPanel* const page;
 };
 
-// Answers the next modal dialog: a text into its field, then one of its buttons.
-class Answer : public wxTimer {
+// Answers a question: a text into its field, then one of its buttons.
+class Answer : public wxModalDialogHook {
 public:
-    Answer(wxString const& text, int button) : m_text(text), m_button(button) { Start(5); }
-    void Notify() override {
-        for (wxWindow* window : wxTopLevelWindows) {
-            auto* const dialog = dynamic_cast<wxDialog*>(window);
-            if (!dialog || !dialog->IsModal())
-                continue;
-            Stop();
-            for (wxWindow* child : dialog->GetChildren()) {
-                if (auto* const field = dynamic_cast<wxTextCtrl*>(child)) {
-                    start = field->GetValue();
-                    field->SetValue(m_text);
-                }
-            }
-            dialog->EndModal(m_button);
-            return;
-        }
-    }
+    Answer(wxString const& text, int button) : m_text(text), m_button(button) { Register(); }
+    ~Answer() override { Unregister(); }
     wxString start;
+
+protected:
+    int Enter(wxDialog* dialog) override {
+        auto& question = dynamic_cast<wxvTextEntryDlg&>(*dialog);
+        start = question.GetValue();
+        question.SetValue(m_text);
+        return m_button;
+    }
 
 private:
     wxString const m_text;
@@ -104,9 +79,7 @@ protected:
     void Add(std::initializer_list<char const*> names) {
         for (char const* name : names)
             book->AddPage(new wxPanel(book), name);
-        Frame().Show();
-        Frame().Raise();
-        EXPECT_TRUE(PumpUntil([this] { return Frame().IsActive(); }));
+        Show();
     }
     std::vector<size_t> Order() const { return book->TabOrder(); }
 
@@ -170,12 +143,9 @@ TEST_F(NotebookTest, TheKeyboardGoesRoundInTheOrderOfTheTabs) {
     Add({"A", "B", "C"});
     auto* const field = new wxvTextCtrl(book->GetPage(0), wxID_ANY);
     book->LoadPerspective("tabs=0,2,1");
-    field->SetFocus();
-    ASSERT_TRUE(PumpUntil([field] { return field->HasFocus(); }));
+    Focus(field);
     struct Case {
-        int key;
-        int modifiers;
-        int selected;
+        int key, modifiers, selected;
     } const cases[] = {{WXK_TAB, wxMOD_CONTROL, 2},    {WXK_TAB, wxMOD_CONTROL, 1},
                        {WXK_TAB, wxMOD_CONTROL, 0},    {WXK_TAB, wxMOD_CONTROL | wxMOD_SHIFT, 1},
                        {WXK_PAGEUP, wxMOD_CONTROL, 2}, {WXK_PAGEDOWN, wxMOD_CONTROL, 1}};
@@ -195,29 +165,23 @@ TEST_F(NotebookTest, AListOfTheTabsIsOfferedWhenTheyDoNotFit) {
     EXPECT_TRUE(PumpUntil([&] { return !offers(); }));
     Frame().SetClientSize(300, 300);
     EXPECT_TRUE(PumpUntil([&] { return offers(); }));
-    for (int i = 0; i < 3; ++i)
+    while (book->GetPageCount() > 2)
         book->RemovePage(2);
     EXPECT_FALSE(offers());
 }
 
 TEST_F(WindowTest, ADoubleClickOnTheSashTakesAPaneAwayWhereItMay) {
-    struct Case {
-        SashDoubleClick mode;
-        bool split;
-    } const cases[] = {{SashDoubleClick::Nothing, true}, {SashDoubleClick::Unsplit, false}};
-    for (Case const& c : cases) {
-        auto* const splitter = new wxvSplitterWindow(&Frame(), c.mode);
+    for (SashDoubleClick const mode : {SashDoubleClick::Nothing, SashDoubleClick::Unsplit}) {
+        auto* const splitter = new wxvSplitterWindow(&Frame(), mode);
         splitter->SetSize(Frame().GetClientSize());
         splitter->SplitVertically(new wxPanel(splitter), new wxPanel(splitter), 200);
         int told = 0;
         splitter->Bind(wxEVT_SPLITTER_UNSPLIT, [&told](wxSplitterEvent&) { ++told; });
-        Frame().Show();
-        Frame().Raise();
-        EXPECT_TRUE(PumpUntil([this] { return Frame().IsActive(); }));
+        Show();
         EXPECT_EQ(splitter->GetSashSize(), splitter->FromDIP(wxvSplitterWindow::k_SashWidth));
         splitter->OnDoubleClickSash(201, 50);
-        EXPECT_EQ(splitter->IsSplit(), c.split);
-        EXPECT_EQ(told, c.split ? 0 : 1);
+        EXPECT_EQ(splitter->IsSplit(), mode == SashDoubleClick::Nothing);
+        EXPECT_EQ(told, splitter->IsSplit() ? 0 : 1);
         splitter->Destroy();
     }
 }
@@ -236,8 +200,7 @@ TEST_F(ControlTest, TheSliderTakesKeysAndTypedNumbers) {
     EXPECT_EQ(heard.Take(), 1);
     auto* const bar = dynamic_cast<wxSlider*>(slider->GetChildren().front());
     ASSERT_TRUE(bar);
-    bar->SetFocus();
-    ASSERT_TRUE(PumpUntil([bar] { return bar->HasFocus(); }));
+    Focus(bar);
     Press(WXK_LEFT);
     EXPECT_TRUE(PumpUntil([&] { return slider->GetValue() == "99"; }));
     EXPECT_GE(heard.Take(), 1);
@@ -321,30 +284,17 @@ TEST_F(ControlTest, TheWheelOverAChoiceChangesNothing) {
         choice->Append(name);
     choice->SetSelection(1);
     Put(choice, choice);
-    wxPoint const middle = choice->ClientToScreen(wxPoint(choice->GetSize().x / 2, choice->GetSize().y / 2));
-    Hand.MouseMove(middle);
+    hand.MouseMove(choice->GetScreenPosition() + choice->GetSize() / 2);
     Pump();
     wxExecute("xdotool click 5 click 5 click 4", wxEXEC_SYNC | wxEXEC_NODISABLE);
     Pump();
     EXPECT_EQ(choice->GetSelection(), 1);
     Press(WXK_DOWN);
     EXPECT_TRUE(PumpUntil([&] { return choice->GetSelection() == 2; })) << "the keys do";
-}
-
-TEST_F(ControlTest, ListsTellWhatIsChosen) {
-    wxArrayString names;
-    for (char const* name : {"A", "B", "C", "D"})
-        names.Add(name);
-    auto* const list = new wxvListBox(page, wxID_ANY, names, wxLB_EXTENDED);
-    list->SetSelection(1);
-    list->SetSelection(3);
-    EXPECT_EQ(list->Selected().size(), 2u);
-    EXPECT_EQ(list->Selected().Item(1), 3);
-    auto* const checks = new wxvCheckListBox(page, wxID_ANY, names);
-    checks->CheckAll(true);
-    checks->Check(2, false);
-    EXPECT_EQ(checks->Checked().size(), 3u);
-    EXPECT_EQ(checks->Checked().Item(2), 3);
+    choice->Popup();
+    EXPECT_TRUE(PumpUntil([&] { return choice->IsPopupShown(); }));
+    Press(WXK_ESCAPE);
+    EXPECT_TRUE(PumpUntil([&] { return !choice->IsPopupShown(); }));
 }
 
 TEST_F(WindowTest, AQuestionIsAnsweredByATextOrNotAtAll) {
@@ -358,6 +308,25 @@ TEST_F(WindowTest, AQuestionIsAnsweredByATextOrNotAtAll) {
         EXPECT_EQ(wxvGetTextFromUser("Please supply a name for this preset", "Save Preset", "Day", &Frame()), c.result);
         EXPECT_EQ(answer.start, "Day");
     }
+}
+
+TEST_F(WindowTest, AClosedDialogIsGoneAndComesBackAsLargeAsItWas) {
+    corekit::OptionsFile options;
+    wxvSetOptions(&options);
+    Show();
+    wxSize const size(321, 234);
+    for (bool const first : {true, false}) {
+        wxWeakRef<wxVorlanDlg> const dialog(
+            new wxVorlanDlg(&Frame(), "Jobs", "JobDlg", wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER));
+        dialog->Show();
+        EXPECT_TRUE(PumpUntil([&] { return dialog->IsShownOnScreen(); }));
+        if (first)
+            dialog->SetSize(size);
+        EXPECT_TRUE(PumpUntil([&] { return dialog->GetSize() == size; })) << first;
+        dialog->Close();
+        EXPECT_TRUE(PumpUntil([&] { return !dialog; })) << first;
+    }
+    wxvSetOptions(nullptr);
 }
 
 TEST_F(WindowTest, AnOpenDialogFollowsTheScheme) {

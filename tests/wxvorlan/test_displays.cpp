@@ -1,11 +1,10 @@
 // Bars, gradient, the buffered window and the panel that folds.
-#include "wxtest.h"
+#include "wxtools.h"
 
 #include <corekit/optionsfile.h>
 #include <wx/dcmemory.h>
 #include <wx/image.h>
 #include <wx/sizer.h>
-#include <wx/uiaction.h>
 #include <wx/wxbarhistoryctrl.h>
 #include <wx/wxexpandablepanel.h>
 #include <wx/wxvgradient.h>
@@ -13,8 +12,8 @@
 
 namespace {
 
-int Brightness(wxImage const& image, int x, int y) {
-    return image.GetRed(x, y) + image.GetGreen(x, y) + image.GetBlue(x, y);
+int Brightness(wxImage const& image, wxPoint const& at) {
+    return image.GetRed(at.x, at.y) + image.GetGreen(at.x, at.y) + image.GetBlue(at.x, at.y);
 }
 
 class BufferedWindow : public wxDoubleBufferedWindow {
@@ -65,35 +64,33 @@ protected:
 } // namespace
 
 TEST(GradientTest, GoesFromOneColourToTheOtherAndNoFurther) {
-    wxColour const dark(0, 0, 0);
     wxColour const light(240, 240, 240);
     struct Case {
         bool vertical, forward;
+        double factor;
         wxPoint first, middle, last;
+    } const cases[] = {
+        {true, true, 1.0, {20, 10}, {20, 40}, {20, 69}},
+        {true, false, 2.0, {20, 69}, {20, 39}, {20, 10}},
+        {false, true, 2.0, {10, 20}, {30, 20}, {49, 20}},
     };
-    for (double const factor : {1.0, 2.0}) {
-        for (Case const& each : {Case{true, true, {20, 10}, {20, 40}, {20, 69}},
-                                 {true, false, {20, 69}, {20, 39}, {20, 10}},
-                                 {false, true, {10, 20}, {30, 20}, {49, 20}}}) {
-            wxBitmap bitmap(60, 80, 24);
-            wxMemoryDC dc(bitmap);
-            dc.SetBackground(*wxRED_BRUSH);
-            dc.Clear();
-            dc.SetPen(*wxGREEN_PEN);
-            dc.SetBrush(*wxBLUE_BRUSH);
-            DrawGradedRectangle(dc, wxRect(10, 10, 40, 60), dark, light, factor, each.vertical, each.forward);
-            DrawGradedRectangle(dc, wxRect(0, 0, 0, 60), dark, light);
-            EXPECT_EQ(dc.GetPen().GetColour(), *wxGREEN);
-            EXPECT_EQ(dc.GetBrush().GetColour(), *wxBLUE);
-            dc.SelectObject(wxNullBitmap);
-            wxImage const image = bitmap.ConvertToImage();
-            EXPECT_LT(Brightness(image, each.first.x, each.first.y), 60);
-            EXPECT_GT(Brightness(image, each.last.x, each.last.y), 640);
-            // The bent one has only a quarter of the way behind it at half.
-            EXPECT_NEAR(Brightness(image, each.middle.x, each.middle.y), factor == 1.0 ? 360 : 180, 40);
-            for (wxPoint const outside : {wxPoint(9, 40), wxPoint(50, 40), wxPoint(30, 9), wxPoint(30, 70)})
-                EXPECT_EQ(Brightness(image, outside.x, outside.y), 255) << outside.x << ' ' << outside.y;
-        }
+    for (Case const& each : cases) {
+        wxBitmap bitmap(60, 80, 24);
+        wxMemoryDC dc(bitmap);
+        dc.SetBackground(*wxRED_BRUSH);
+        dc.Clear();
+        dc.SetPen(*wxGREEN_PEN);
+        DrawGradedRectangle(dc, wxRect(10, 10, 40, 60), *wxBLACK, light, each.factor, each.vertical, each.forward);
+        DrawGradedRectangle(dc, wxRect(0, 0, 0, 60), *wxBLACK, light);
+        EXPECT_EQ(dc.GetPen().GetColour(), *wxGREEN);
+        dc.SelectObject(wxNullBitmap);
+        wxImage const image = bitmap.ConvertToImage();
+        EXPECT_LT(Brightness(image, each.first), 60);
+        EXPECT_GT(Brightness(image, each.last), 640);
+        // The bent one has only a quarter of the way behind it at half.
+        EXPECT_NEAR(Brightness(image, each.middle), each.factor == 1.0 ? 360 : 180, 40);
+        for (wxPoint const outside : {wxPoint(9, 40), wxPoint(50, 40), wxPoint(30, 9), wxPoint(30, 70)})
+            EXPECT_EQ(Brightness(image, outside), 255) << outside.x << ' ' << outside.y;
     }
 }
 
@@ -163,18 +160,16 @@ TEST_F(DisplayTest, PanelFoldsByMouseAndKeyAndKeepsItsState) {
     sizer->Add(panel, wxSizerFlags().Expand());
     sizer->Add(below, wxSizerFlags(1).Expand());
     outer->SetSizer(sizer);
-    Frame().Show();
-    Frame().Raise();
+    Show();
     Frame().SendSizeEvent();
-    ASSERT_TRUE(PumpUntil([&] { return below->GetPosition().y > 0 && Frame().IsActive(); }));
+    ASSERT_TRUE(PumpUntil([&] { return below->GetPosition().y > 0; }));
     int const folded = below->GetPosition().y;
     wxWindow* const expander = wxWindow::FindWindowById(wxExpandablePanel::k_ExpanderID, panel);
     ASSERT_TRUE(expander);
     EXPECT_FALSE(panel->IsExpanded());
 
-    wxUIActionSimulator simulator;
-    simulator.MouseMove(expander->ClientToScreen(wxPoint(20, 10)));
-    simulator.MouseClick();
+    hand.MouseMove(expander->ClientToScreen(wxPoint(20, 10)));
+    hand.MouseClick();
     EXPECT_TRUE(PumpUntil([&] { return below->GetPosition().y == folded + 60; }));
     EXPECT_TRUE(panel->ContentPanel()->IsShown());
     EXPECT_EQ(expander->GetLabel(), "Show less");
@@ -182,9 +177,8 @@ TEST_F(DisplayTest, PanelFoldsByMouseAndKeyAndKeepsItsState) {
     // One that is made now begins as this one is.
     EXPECT_TRUE((new FoldingPanel(outer, MoreOrLess()))->IsExpanded());
 
-    expander->SetFocus();
-    ASSERT_TRUE(PumpUntil([&] { return expander->HasFocus(); }));
-    simulator.Char(WXK_SPACE);
+    Focus(expander);
+    Press(WXK_SPACE);
     EXPECT_TRUE(PumpUntil([&] { return below->GetPosition().y == folded; }));
     EXPECT_EQ(panel->told, 2);
     EXPECT_EQ(options.GetValue("Setup", "Expand History", true), false);

@@ -37,8 +37,7 @@ protected:
 
 TEST_F(ListColumnsTest, MoveByStepsAndAreFollowed) {
     struct Case {
-        int column;
-        int by;
+        int column, by;
         char const* names;
         int followed; // column b
     } const cases[] = {

@@ -1,7 +1,6 @@
 // The owner-drawn list under mouse and keyboard.
 #include "samplelist.h"
 
-#include <wx/dcmemory.h>
 #include <wx/textctrl.h>
 
 TEST_F(SampleListTest, TheMouseSelects) {
@@ -29,11 +28,11 @@ TEST_F(SampleListTest, TheMouseSelects) {
 
 TEST_F(SampleListTest, ADragBeyondTheRowsScrolls) {
     MoveTo(InCell(2));
-    Await(wxEVT_LEFT_DOWN, [&] { mouse.MouseDown(); });
+    Await(wxEVT_LEFT_DOWN, [&] { hand.MouseDown(); });
     MoveTo(OnScreen(wxPoint(30, list->GetClientSize().y + 40)));
     EXPECT_TRUE(PumpUntil([&] { return list->GetScrollPos(wxVERTICAL) > 10; }));
     MoveTo(InCell(list->GetScrollPos(wxVERTICAL) + 2));
-    Await(wxEVT_LEFT_UP, [&] { mouse.MouseUp(); });
+    Await(wxEVT_LEFT_UP, [&] { hand.MouseUp(); });
     std::vector<int> const selected = list->GetSelection();
     ASSERT_GT(selected.size(), 8U);
     EXPECT_EQ(selected.front(), 2);
@@ -63,9 +62,7 @@ TEST_F(SampleListTest, TheKeyboardMovesAndSelects) {
     int const page = list->GetRowsPerPage();
     struct Case {
         char const* what;
-        int key;
-        int modifiers;
-        int current;
+        int key, modifiers, current;
         std::string selected;
     } const cases[] = {
         {"first", WXK_DOWN, wxMOD_NONE, 0, "0"},
@@ -131,8 +128,7 @@ TEST_F(SampleListTest, TheWheelScrolls) {
     turn.m_linesPerAction = 3;
     int const height = list->GetRowHeight();
     struct Case {
-        int rotation;
-        int times;
+        int rotation, times;
         int top; // pixels of the rows that are out of sight
     } const cases[] = {{-120, 1, 3 * height}, {120, 5, 0}, {-1, 40, height}, {-30'000'000 / height, 100, -1}};
     for (Case const& c : cases) {
@@ -248,14 +244,14 @@ TEST_F(SampleListTest, ItStandsItsOwnListeners) {
 TEST_F(SampleListTest, AnOverlayCoversItsCellAndGoesWithIt) {
     auto* const edit = new wxTextCtrl(list, wxID_ANY);
     list->Overlay(edit, 4, 1);
-    EXPECT_EQ(edit->GetRect(), list->GetCellRect(4, 1));
     list->SetColumnWidth(0, 200);
-    EXPECT_EQ(edit->GetRect().x, 200);
-    list->SetScrollPos(wxVERTICAL, 2);
-    Settle();
-    EXPECT_EQ(edit->GetRect(), list->GetCellRect(4, 1));
-    list->SetScrollPos(wxVERTICAL, 100);
-    Settle();
+    for (int const place : {0, 2, 100}) {
+        list->SetScrollPos(wxVERTICAL, place);
+        Settle();
+        if (place < 4) {
+            EXPECT_EQ(edit->GetRect(), list->GetCellRect(4, 1)) << place;
+        }
+    }
     EXPECT_FALSE(list->GetClientRect().Intersects(edit->GetRect()));
     list->HideOverlay();
     EXPECT_EQ(list->GetOverlay(), nullptr);

@@ -55,10 +55,7 @@ TEST(ListLayout, TellsWhatIsAtAPoint) {
 
 TEST(ListLayout, ShowsJustTheRowsInSight) {
     struct Case {
-        int rows;
-        int originY;
-        int first;
-        int end;
+        int rows, originY, first, end;
     } const cases[] = {{0, 0, 0, 0},    {3, 0, 0, 3},    {100, 0, 0, 5},
                        {100, 20, 1, 6}, {100, 15, 0, 5}, {100, 1915, 95, 100}};
     for (Case const& c : cases) {
@@ -95,9 +92,7 @@ TEST(ListLayout, TheOriginStaysInTheContent) {
 
 TEST(ListLayout, BringsARowIntoSightByTheLeastMovement) {
     struct Case {
-        int originY;
-        int row;
-        int expected;
+        int originY, row, expected;
     } const cases[] = {{0, 0, 0},        {0, 3, 0},       {0, 4, 15},      {0, 50, 935},
                        {1000, 50, 1000}, {1000, 10, 200}, {1010, 50, 1000}};
     for (Case const& c : cases)
@@ -108,19 +103,16 @@ TEST(ListLayout, BringsARowIntoSightByTheLeastMovement) {
 }
 
 TEST(ListLayout, TheNearestRowIsAlwaysARow) {
-    EXPECT_EQ(Sample(0).NearestRow(50), -1);
-    EXPECT_EQ(Sample(100).NearestRow(-300), 0);
-    EXPECT_EQ(Sample(100, {0, 200}).NearestRow(0), 8) << "under the header";
-    EXPECT_EQ(Sample(3).NearestRow(109), 2);
-    EXPECT_EQ(Sample(100, {0, 200}).NearestRow(30), 10);
+    struct {
+        int rows, originY, y, row;
+    } const cases[] = {{0, 0, 50, -1}, {100, 0, -300, 0}, {100, 200, 0, 8}, {3, 0, 109, 2}, {100, 200, 30, 10}};
+    for (auto const& c : cases)
+        EXPECT_EQ(Sample(c.rows, {0, c.originY}).NearestRow(c.y), c.row) << c.y;
 }
 
 TEST(ListLayout, AColumnDropsWhereItsEdgeIsShown) {
     struct Case {
-        int column;
-        int x;
-        int position;
-        int edge;
+        int column, x, position, edge;
     } const cases[] = {{0, 10, 0, 0},    {0, 120, 0, 0},   {0, 130, 1, 150}, {0, 170, 2, 180},
                        {2, 160, 2, 150}, {2, 120, 1, 100}, {2, 40, 0, 0},    {1, -50, 0, 0}};
     for (Case const& c : cases) {

@@ -1,9 +1,8 @@
-#include "wxtest.h"
+#include "wxtools.h"
 
 #include <vector>
 #include <wx/clipbrd.h>
 #include <wx/textctrl.h>
-#include <wx/uiaction.h>
 #include <wx/wxtextlinectrl.h>
 
 using corekit::String;
@@ -24,6 +23,12 @@ protected:
         for (int i = 0; i < count; ++i)
             text->Append("line " + String::From(i));
     }
+    std::vector<String> Lines() {
+        std::vector<String> lines;
+        for (int row = 0; row < text->GetLineCount(); ++row)
+            lines.push_back(text->GetText(row));
+        return lines;
+    }
     // The middle of a row that is in sight.
     wxPoint PointAt(int row, int x = 12) {
         wxSize const size = text->GetClientSize();
@@ -34,10 +39,8 @@ protected:
         ADD_FAILURE() << "row " << row << " is out of sight";
         return wxPoint();
     }
-    void Press(int key, int modifiers = 0) { simulator.Char(key, modifiers); }
 
     wxTextLineCtrl* text = nullptr;
-    wxUIActionSimulator simulator;
     std::vector<int> rows;
     std::vector<int> activated;
 };
@@ -74,12 +77,12 @@ TEST_F(TextLineTest, MouseSelectsCharactersForTheClipboard) {
     Make();
     Fill(5);
     Show(text);
-    simulator.MouseMove(PointAt(1, 1));
-    simulator.MouseDown();
+    hand.MouseMove(PointAt(1, 1));
+    hand.MouseDown();
     EXPECT_TRUE(PumpUntil([&] { return text->IsSelecting(); }));
-    simulator.MouseMove(PointAt(3, 300));
+    hand.MouseMove(PointAt(3, 300));
     EXPECT_TRUE(PumpUntil([&] { return text->GetSelectedText() == "line 1\nline 2\nline 3"; }));
-    simulator.MouseUp();
+    hand.MouseUp();
     EXPECT_TRUE(PumpUntil([&] { return !text->IsSelecting(); }));
     Press('C', wxMOD_CONTROL);
     wxTextDataObject data;
@@ -96,8 +99,8 @@ TEST_F(TextLineTest, MouseSelectsCharactersForTheClipboard) {
     Press('A', wxMOD_CONTROL);
     EXPECT_TRUE(PumpUntil([&] { return text->GetSelectedText().StartsWith("above\nline 0"); }));
     EXPECT_TRUE(text->GetSelectedText().EndsWith("line 4\nmore"));
-    simulator.MouseMove(PointAt(2));
-    simulator.MouseDblClick();
+    hand.MouseMove(PointAt(2));
+    hand.MouseDblClick();
     EXPECT_TRUE(PumpUntil([&] { return text->GetSelectedText() == "line"; }));
 }
 
@@ -105,8 +108,8 @@ TEST_F(TextLineTest, LinesAreSelectedByMouseAndKey) {
     Make(wxTextLineCtrl::Selecting::Line);
     Fill(100);
     Show(text);
-    simulator.MouseMove(PointAt(2));
-    simulator.MouseClick();
+    hand.MouseMove(PointAt(2));
+    hand.MouseClick();
     EXPECT_TRUE(PumpUntil([&] { return text->GetSelection() == 2; }));
     struct Case {
         int key, row;
@@ -119,7 +122,7 @@ TEST_F(TextLineTest, LinesAreSelectedByMouseAndKey) {
     EXPECT_TRUE(text->IsAtEnd());
     Pump();
     EXPECT_EQ(rows, (std::vector<int>{2, 3, 2, 0, 99})); // none where nothing changed
-    simulator.Text("line 4");
+    hand.Text("line 4");
     EXPECT_TRUE(PumpUntil([&] { return text->GetSelection() == 4; }));
     text->Select(99);
     Press(WXK_RETURN);
@@ -134,10 +137,7 @@ TEST_F(TextLineTest, SelectionGoesWithItsLine) {
     Make(wxTextLineCtrl::Selecting::Line);
     for (char const* const name : {"night", "GPU", "farm", "Io", "gpu"})
         text->Append(name, true);
-    std::vector<String> names;
-    for (int row = 0; row < text->GetLineCount(); ++row)
-        names.push_back(text->GetText(row));
-    EXPECT_EQ(names, (std::vector<String>{"farm", "GPU", "gpu", "Io", "night"}));
+    EXPECT_EQ(Lines(), (std::vector<String>{"farm", "GPU", "gpu", "Io", "night"}));
 
     text->Select(3);
     struct Case {
@@ -161,11 +161,7 @@ TEST_F(TextLineTest, AppendStringTakesLinesApart) {
     Make();
     text->AppendString("one\r\ntwo\n\nfour\n");
     text->AppendString("");
-    ASSERT_EQ(text->GetLineCount(), 5);
-    EXPECT_EQ(text->GetText(0), "one");
-    EXPECT_EQ(text->GetText(2), "");
-    EXPECT_EQ(text->GetText(3), "four");
-    EXPECT_EQ(text->GetText(4), "");
+    EXPECT_EQ(Lines(), (std::vector<String>{"one", "two", "", "four", ""}));
 }
 
 TEST_F(TextLineTest, FindBarGoesFromHitToHit) {
@@ -176,7 +172,7 @@ TEST_F(TextLineTest, FindBarGoesFromHitToHit) {
     Show(text);
     Press('F', wxMOD_CONTROL);
     EXPECT_TRUE(PumpUntil([&] { return dynamic_cast<wxTextCtrl*>(wxWindow::FindFocus()) != nullptr; }));
-    simulator.Text("needle");
+    hand.Text("needle");
     auto const isAt = [&](int row) {
         return PumpUntil([&, row] {
             return text->GetSelectedText().IsSameAs("needle", false) && text->GetTopLine() <= row &&
@@ -190,7 +186,7 @@ TEST_F(TextLineTest, FindBarGoesFromHitToHit) {
     EXPECT_TRUE(isAt(30'005)); // round
     Press(WXK_RETURN, wxMOD_SHIFT);
     EXPECT_TRUE(isAt(50'000));
-    simulator.Text("x");
+    hand.Text("x");
     EXPECT_TRUE(PumpUntil([&] { return text->IsMissing(); }));
     Press(WXK_ESCAPE);
     EXPECT_TRUE(PumpUntil([&] { return text->HasFocus(); }));

@@ -106,25 +106,6 @@ TEST(TreeModelTest, ExpandStateGoesByIdsAndOutlivesTheItems) {
     EXPECT_EQ(Rows(model), "one\ntwo\n 2\n");
 }
 
-TEST(TreeModelTest, SelectionIsOfItems) {
-    SmallTree tree;
-    wxDBTreeModel& model = tree.model;
-    model.SetAllOpen(nullptr, true);
-    MakeRows(model);
-    for (Item* const item : {tree.e, tree.c, tree.d})
-        model.Select(item, true);
-    EXPECT_EQ(model.SelectedRows(), (corekit::vector<int>{2, 3, 4}));
-    model.Remove(tree.b); // with c
-    EXPECT_EQ(Rows(model), "a\n d\ne\n");
-    EXPECT_EQ(model.SelectedRows(), (corekit::vector<int>{1, 2}));
-    model.SetOpen(tree.a, false);
-    MakeRows(model);
-    EXPECT_TRUE(model.DropUnseenSelection());
-    EXPECT_FALSE(model.DropUnseenSelection());
-    EXPECT_FALSE(model.IsSelected(tree.d));
-    EXPECT_EQ(model.SelectedRows(), corekit::vector<int>{1});
-}
-
 // What was removed is still a row until the rows are made; a paint in between is safe.
 TEST(TreeModelTest, RemovedItemsLiveUntilTheRowsAreMade) {
     SmallTree tree;
