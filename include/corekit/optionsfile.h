@@ -22,6 +22,8 @@ public:
     // the file was there and could not be used.
     bool Open(const Path& path);
     Path FilePath() const;
+    // What was wrong with the file, and what became of it; empty when it could be used.
+    String Trouble() const;
 
     // Scope object: holds the writes until it ends. Nests, also across threads;
     // the end of the last one writes once, and only if something changed.
@@ -53,7 +55,7 @@ protected:
 private:
     bool HasToWrite() const;
     void WriteBack();
-    static bool KeepDamaged(const Path& path);
+    static bool KeepDamaged(const Path& path, String& trouble);
 
     // Taken before m_dataMutex, held while the file is written so that writes
     // come in the order of the changes.
@@ -62,6 +64,7 @@ private:
 
     // Guarded by m_dataMutex.
     Path m_path;
+    String m_trouble;
     int m_pauses = 0;
     bool m_changed = false;
     bool m_mayWrite = false;

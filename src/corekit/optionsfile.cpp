@@ -4,6 +4,10 @@
 
 namespace corekit {
 
+namespace {
+constexpr char k_NotKept[] = " Changes to the options are not kept until this is put right.";
+}
+
 OptionsFile::~OptionsFile() {
     // A write that failed gets its last chance.
     WriteBack();
@@ -15,34 +19,36 @@ bool OptionsFile::Open(const Path& path) {
         m_path = path;
         m_mayWrite = false;
     }
-    bool usable = true;
+    String trouble;
     bool mayWrite = true;
     try {
         Load(path, false, true);
     } catch (const ParseException& exception) {
-        usable = false;
-        LogError(exception.what());
-        mayWrite = KeepDamaged(path);
+        trouble = exception.what();
+        mayWrite = KeepDamaged(path, trouble);
     } catch (const std::exception& exception) {
-        usable = false;
+        trouble = String(exception.what()) + k_NotKept;
         mayWrite = false;
-        LogError(String(exception.what()) + " Changes to the options are not kept until this is put right.");
     }
-    if (!usable)
+    const bool usable = trouble.empty();
+    if (!usable) {
+        LogError(trouble);
         Clear();
+    }
     const std::lock_guard lock(m_dataMutex);
+    m_trouble = trouble;
     m_mayWrite = mayWrite;
     m_changed = false;
     return usable;
 }
 
-// True when the file is out of the way.
-bool OptionsFile::KeepDamaged(const Path& path) {
+// True when the file is out of the way. Adds to `trouble` where it is.
+bool OptionsFile::KeepDamaged(const Path& path, String& trouble) {
     try {
-        LogWarning("The damaged options are kept as \"" + File::MoveAside(path) + "\"; new ones are begun.");
+        trouble += " The damaged options are kept as \"" + File::MoveAside(path) + "\"; new ones are begun.";
         return true;
     } catch (const FileException& exception) {
-        LogError(String(exception.what()) + " Changes to the options are not kept until this is put right.");
+        trouble += " " + String(exception.what()) + k_NotKept;
         return false;
     }
 }
@@ -50,6 +56,11 @@ bool OptionsFile::KeepDamaged(const Path& path) {
 Path OptionsFile::FilePath() const {
     const std::lock_guard lock(m_dataMutex);
     return m_path;
+}
+
+String OptionsFile::Trouble() const {
+    const std::lock_guard lock(m_dataMutex);
+    return m_trouble;
 }
 
 OptionsFile::PauseAutoWrite::PauseAutoWrite(OptionsFile& options) : m_options(options) {

@@ -24,14 +24,13 @@ namespace vorlan {
 using corekit::LogLevel;
 using corekit::LogLines;
 
-TEST(StatusText, CountsAndSeparators) {
-    EXPECT_EQ(EngineStatusText(12, 10, 3), "12 Engines (10 Available, 3 Active)");
-    EXPECT_EQ(JobStatusText(1, 0, 0), "1 Jobs (0 Active, 0 Finished)");
-    EXPECT_EQ(WorkStatusText(0), "0 Work");
-    EXPECT_EQ(JoinedStatus("", "", ""), "");
-    EXPECT_EQ(JoinedStatus("E", "", "W"), "E   |      |   W");
-    EXPECT_EQ(JoinedStatus("", "J", ""), "J   |   ");
-    EXPECT_EQ(JoinedStatus("", "", "W"), "W");
+TEST(StatusText, IsJoinedAsItAlwaysWas) {
+    struct {
+        char const *engines, *jobs, *work, *text;
+    } const cases[] = {
+        {"", "", "", ""}, {"E", "", "W", "E   |      |   W"}, {"", "J", "", "J   |   "}, {"", "", "W", "W"}};
+    for (auto const& c : cases)
+        EXPECT_EQ(JoinedStatus(c.engines, c.jobs, c.work), c.text);
 }
 
 class StartupTest : public GuiTest {

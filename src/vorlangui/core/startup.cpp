@@ -6,6 +6,7 @@
 #include "mirror/outside.h"
 #include "mirror/rendernode.h"
 #include "vorlangui.h"
+#include "window/background.h"
 #include "window/mainwindow.h"
 
 #include <corekit/callentry.h>
@@ -36,8 +37,7 @@ void VorlanGui::OnVorlanAppStartupEvt(VorlanAppStartupEvt& event) {
     m_window->Show();
     SetTopWindow(m_window);
 
-    for (String const& fault : CheckLocalOptions(GetOptions()))
-        LogWarning(fault);
+    TellOptionFaults();
     OptionsFile::PauseAutoWrite const pause(GetOptions());
     bool const inEngineMode = DecideEngineMode();
     if (inEngineMode) {
@@ -54,6 +54,14 @@ void VorlanGui::OnVorlanAppStartupEvt(VorlanAppStartupEvt& event) {
     LoadRepeatFile();
     if (inEngineMode && event.commandLine)
         event.commandLine->AddSwitch("DisableMessenger");
+}
+
+void VorlanGui::TellOptionFaults() {
+    // They were read before there was a log.
+    if (String const trouble = GetOptions().Trouble(); !trouble.empty())
+        OnGuiThread([trouble](MainWindow&) { ShowError(_("Options"), trouble); });
+    for (String const& fault : CheckLocalOptions(GetOptions()))
+        LogWarning(fault);
 }
 
 bool VorlanGui::DecideEngineMode() {

@@ -75,7 +75,8 @@ size_t VorlanGui::GetAllEngines(EngineSet& engines) {
 String VorlanGui::GetPoolName(UID const& pool) { return NameOfPool(pool); }
 
 void VorlanGui::UpdateStatusBar() {
-    if (!m_window || !m_window->GetStatusBar())
+    // An open menu shows its help there.
+    if (!m_window || !m_window->GetStatusBar() || m_window->IsMenuOpen())
         return;
     m_window->SetStatusText(wxvText(StatusText()), 0);
 }

@@ -56,6 +56,8 @@ public:
 private:
     friend class GuiTester;
 
+    // What the options file says that cannot be used.
+    void TellOptionFaults();
     bool DecideEngineMode();
     void LoadRepeatFile();
 

@@ -59,6 +59,7 @@ public:
     int ShownView() const { return m_shown; }
     // Makes menu bar and toolbar anew. While a menu is open it waits for its end.
     void BuildMenus(bool connected);
+    bool IsMenuOpen() const { return !m_openMenus.empty(); }
     // A command with that need can be used now.
     bool CanUse(CommandNeeds needs);
     // The text of the connection in the status bar.
@@ -159,6 +160,7 @@ private:
     void ForgetSelection();
     void OnItemSelected(wxListEvent& event);
     void OnItemDeselected(wxListEvent& event);
+    void OnRightClickCol(wxListEvent& event);
     void _PushSelect(int kind, int list, UID const& anchor);
     void GoTo(SelectHistoryEntry const* entry);
     void _UpdateSelect(InfoPane& pane, SelectHistoryEntry const& entry);
