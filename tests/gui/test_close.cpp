@@ -47,6 +47,14 @@ TEST_F(CloseTest, CancelKeepsTheWindow) {
     EXPECT_EQ(answers.Take(), std::vector<String>{"Confirm Close"});
     EXPECT_EQ(Option("StartEngine"), -99) << "a choice that was taken back is not stored";
     EXPECT_FALSE(wxConfirmDlg::IsAnswered("ConfirmClose"));
+    // In Engine Mode likewise; but nothing is asked where no answer counts.
+    wxCommandEvent nothing;
+    Window().OnEngineMode(nothing);
+    Window().Close();
+    EXPECT_EQ(answers.Take().size(), 1u);
+    Window().Close(true);
+    EXPECT_TRUE(PumpUntil([] { return MainWindow::Get() == nullptr; }));
+    EXPECT_FALSE(answers.Any());
 }
 
 TEST_F(CloseTest, ChoicesAreStored) {
