@@ -89,68 +89,42 @@ TEST(RWLock, NewReadersComeAfterTheWaitingWriterAndBeforeTheNext) {
     EXPECT_EQ(order[1], 2) << "the reader waits for one writer, not for two";
 }
 
-TEST(RWLock, AWriterMayReadAndWriteAgain) {
-    RWLock lock;
-    RWLock::Writer outer(lock);
-    {
-        RWLock::Writer inner(lock);
-        RWLock::Reader reader(lock);
-    }
-    EXPECT_TRUE(lock.IsHeldForWriting());
-    outer.Unlock();
-    EXPECT_FALSE(lock.IsHeld());
-}
-
-TEST(RWLock, WritersExcludeEverybody) {
+TEST(RWLock, WritersExcludeEverybodyAndNeitherSideStarves) {
     RWLock lock;
     long first = 0, second = 0;
-    std::atomic<int> torn{0};
-    constexpr int k_Rounds = 40000;
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < 3; ++i) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < k_Rounds; ++round) {
-                RWLock::Writer scope(lock);
-                ++first;
-                ++second;
-            }
-        });
-        threads.emplace_back([&] {
-            for (int round = 0; round < k_Rounds; ++round) {
-                RWLock::Reader scope(lock);
-                RWLock::Reader again(lock);
-                if (first != second)
-                    ++torn;
-            }
-        });
-    }
-    threads.clear();
-    EXPECT_EQ(first, 3L * k_Rounds);
-    EXPECT_EQ(torn, 0);
-}
-
-TEST(RWLock, NeitherSideStarves) {
-    RWLock lock;
+    std::atomic<int> torn{0}, reads{0}, writes{0};
     std::atomic<bool> stop{false};
-    std::atomic<int> reads{0}, writes{0};
     std::vector<std::jthread> threads;
-    // Two of each that never let go for long.
-    for (int i = 0; i < 2; ++i) {
+    // Three of each that never let go for long, and come in twice.
+    for (int i = 0; i < 3; ++i) {
         threads.emplace_back([&] {
             while (!stop) {
                 RWLock::Writer scope(lock);
+                ++first;
+                RWLock::Writer again(lock);
+                RWLock::Reader reader(lock);
+                ++second;
                 ++writes;
             }
         });
         threads.emplace_back([&] {
             while (!stop) {
                 RWLock::Reader scope(lock);
+                RWLock::Reader again(lock);
+                torn += first != second ? 1 : 0;
                 ++reads;
             }
         });
     }
-    EXPECT_TRUE(WaitFor([&] { return reads > 500 && writes > 500; }));
+    EXPECT_TRUE(WaitFor([&] { return reads > 50000 && writes > 50000; }));
     stop = true;
+    threads.clear();
+    EXPECT_EQ(first, writes);
+    EXPECT_EQ(torn, 0);
+    RWLock::Writer last(lock);
+    EXPECT_TRUE(lock.IsHeldForWriting());
+    last.Unlock();
+    EXPECT_FALSE(lock.IsHeld());
 }
 
 TEST(RWLockDeathTest, MisuseEndsTheProgramWithAWord) {

@@ -8,8 +8,6 @@ using namespace vorlan;
 
 namespace {
 
-String Content(OutputFolder const& folder, UID const& work) { return File::Read(folder.PathOf(work)); }
-
 // What a receiver has put together, piece behind piece.
 struct Received {
     std::string text;
@@ -40,49 +38,52 @@ GetOutputMsg Ask(UID const& work, bool follow, int64_t offset = 0) {
     return message;
 }
 
+class OutputTest : public testing::Test {
+protected:
+    String Content() const { return File::Read(folder.PathOf(work)); }
+    void Write(OutputLog& log, std::string_view text) {
+        log.Append(text);
+        log.Flush();
+    }
+
+    TempFolder temp;
+    OutputFolder folder{temp.Folder()};
+    UID const work{true};
+    std::set<UID> running;
+    OutputService service{folder, [this](UID const& id) { return running.contains(id); }};
+    boost::shared_ptr<FakeSink> sink = boost::make_shared<FakeSink>();
+};
+
 } // namespace
 
-TEST(OutputLog, AFullDiskIsOneErrorAndSaysWhatIsMissing) {
-    TempFolder const temp;
-    OutputFolder folder(temp.Folder());
-    UID const work(true);
+TEST_F(OutputTest, AFullDiskIsOneErrorAndSaysWhatIsMissing) {
     auto const log = folder.Create(work);
     auto const other = folder.Create(UID(true));
     LogLines errors(LogLevel::Error);
-    log->Append("before\n");
-    log->Flush();
+    Write(*log, "before\n");
     {
         FaultyLayer disk;
         disk.fault = FaultyLayer::Fault::FullDisk;
-        for (OutputLog* const one : {log.get(), other.get(), log.get()}) {
-            one->Append("0123456789");
-            one->Flush();
-        }
+        for (OutputLog* const one : {log.get(), other.get(), log.get()})
+            Write(*one, "0123456789");
     }
     EXPECT_EQ(errors.Get().size(), 1U);
-    log->Append("after\n");
-    log->Flush();
-    EXPECT_TRUE(Content(folder, work).StartsWith("before\n"));
-    EXPECT_TRUE(Content(folder, work).Contains("bytes could not be written here"));
-    EXPECT_TRUE(Content(folder, work).EndsWith("after\n"));
+    Write(*log, "after\n");
+    EXPECT_TRUE(Content().StartsWith("before\n"));
+    EXPECT_TRUE(Content().Contains("bytes could not be written here"));
+    EXPECT_TRUE(Content().EndsWith("after\n"));
 }
 
-TEST(OutputLog, LinesOfTheEngineStandOnLinesOfTheirOwn) {
-    TempFolder const temp;
-    OutputFolder folder(temp.Folder());
-    UID const work(true);
+TEST_F(OutputTest, LinesOfTheEngineStandOnLinesOfTheirOwn) {
     auto log = folder.Create(work);
     log->AppendLine("[start]");
     log->Append("no line feed");
     log->AppendLine("[end]");
     log.reset();
-    EXPECT_EQ(Content(folder, work), "[start]\nno line feed\n[end]\n");
+    EXPECT_EQ(Content(), "[start]\nno line feed\n[end]\n");
 }
 
-TEST(OutputFolder, CleansUpOldLogsAndNothingElse) {
-    TempFolder const temp;
-    OutputFolder folder(temp.Folder());
-    UID const work(true);
+TEST_F(OutputTest, CleansUpOldLogsAndNothingElse) {
     folder.Create(work)->Append("x");
     File::WriteWhole(temp / "notes.log", "mine");
     File::WriteWhole(temp / "notes.txt", "mine");
@@ -92,13 +93,7 @@ TEST(OutputFolder, CleansUpOldLogsAndNothingElse) {
     EXPECT_EQ(temp.Names().size(), 2U);
 }
 
-TEST(OutputService, SendsWhatThereIsAndFollowsARunToItsEnd) {
-    TempFolder const temp;
-    OutputFolder folder(temp.Folder());
-    std::set<UID> running;
-    OutputService service(folder, [&](UID const& work) { return running.contains(work); });
-    auto const sink = boost::make_shared<FakeSink>();
-    UID const work(true);
+TEST_F(OutputTest, SendsWhatThereIsAndFollowsARunToItsEnd) {
     running.insert(work);
     GetOutputMsg const early = Ask(work, true);
     service.Request(sink, early);
@@ -106,8 +101,7 @@ TEST(OutputService, SendsWhatThereIsAndFollowsARunToItsEnd) {
     EXPECT_TRUE(sink->sent.empty()) << "not begun yet";
 
     auto log = folder.Create(work);
-    log->Append("one\n");
-    log->Flush();
+    Write(*log, "one\n");
     GetOutputMsg const now = Ask(work, false, 2);
     service.Request(sink, now);
     EXPECT_EQ(service.Pump(), -1);
@@ -120,46 +114,34 @@ TEST(OutputService, SendsWhatThereIsAndFollowsARunToItsEnd) {
     log.reset();
     running.clear();
     service.Pump();
-    EXPECT_EQ(PutTogether(*sink, early.request).text, "one\ntwo\n");
-    EXPECT_TRUE(PutTogether(*sink, early.request).end);
-    EXPECT_EQ(PutTogether(*sink, early.request).error, "");
+    Received const all = PutTogether(*sink, early.request);
+    EXPECT_EQ(all.text, "one\ntwo\n");
+    EXPECT_TRUE(all.end && all.error.Empty());
 }
 
-TEST(OutputService, ASlowReceiverGetsNoMoreThanItTakes) {
-    TempFolder const temp;
-    OutputFolder folder(temp.Folder());
-    OutputService service(folder, [](UID const&) { return false; });
-    UID const work(true);
+TEST_F(OutputTest, ASlowReceiverGetsNoMoreThanItTakes) {
     std::string const big(3'000'000, 'x');
     folder.Create(work)->Append(big);
     auto const slow = boost::make_shared<FakeSink>();
     slow->queued = OutputService::k_QueueBytes + 1;
-    auto const quick = boost::make_shared<FakeSink>();
-    GetOutputMsg const toSlow = Ask(work, false);
-    GetOutputMsg const toQuick = Ask(work, false);
-    service.Request(slow, toSlow);
-    service.Request(quick, toQuick);
+    GetOutputMsg const request = Ask(work, false);
+    service.Request(slow, request);
+    service.Request(sink, request);
     EXPECT_EQ(service.Pump(), OutputService::k_RetryMs);
     EXPECT_TRUE(slow->sent.empty());
-    EXPECT_EQ(PutTogether(*quick, toQuick.request).text, big);
+    EXPECT_EQ(PutTogether(*sink, request.request).text, big);
     slow->queued = 0;
     EXPECT_EQ(service.Pump(), -1);
-    EXPECT_EQ(PutTogether(*slow, toSlow.request).text, big);
+    EXPECT_EQ(PutTogether(*slow, request.request).text, big);
 }
 
-TEST(OutputService, SaysWhyThereIsNothingAndForgetsWhoIsGone) {
-    TempFolder const temp;
-    OutputFolder folder(temp.Folder());
-    std::set<UID> running;
-    OutputService service(folder, [&](UID const& work) { return running.contains(work); });
-    auto const sink = boost::make_shared<FakeSink>();
+TEST_F(OutputTest, SaysWhyThereIsNothingAndForgetsWhoIsGone) {
     GetOutputMsg const unknown = Ask(UID(true), true);
     service.Request(sink, unknown);
     service.Pump();
     EXPECT_TRUE(PutTogether(*sink, unknown.request).end);
     EXPECT_TRUE(PutTogether(*sink, unknown.request).error.Contains("no output of this run"));
 
-    UID const work(true);
     running.insert(work);
     auto const log = folder.Create(work);
     GetOutputMsg const closed = Ask(work, true);
@@ -168,8 +150,7 @@ TEST(OutputService, SaysWhyThereIsNothingAndForgetsWhoIsGone) {
     auto const other = boost::make_shared<FakeSink>();
     service.Request(other, Ask(work, true));
     service.Gone(other);
-    log->Append("x");
-    log->Flush();
+    Write(*log, "x");
     service.Pump();
     EXPECT_TRUE(PutTogether(*sink, closed.request).text.empty());
     EXPECT_TRUE(other->sent.empty());

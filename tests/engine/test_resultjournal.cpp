@@ -26,11 +26,17 @@ WorkEnded Result(UID const& work, int status = Finished, String const& note = {}
 
 RunState Begun(UID const& work) { return {work, UID(true), Assigned, k_Now, "1-4"}; }
 
+std::string Ended(WorkEnded const& ended) { return JournalLine({JournalRecord::Kind::Ended, ended}); }
+
+class ResultJournalTest : public testing::Test {
+protected:
+    TempFolder folder;
+    Path const file = folder / "results.journal";
+};
+
 } // namespace
 
-TEST(ResultJournal, KeepsWhatTheMasterHasNotStoredAcrossAnEndWithoutWarning) {
-    TempFolder const folder;
-    Path const file = folder / "results.journal";
+TEST_F(ResultJournalTest, KeepsWhatTheMasterHasNotStoredAcrossAnEndWithoutWarning) {
     WorkEnded const kept = Result(UID(true), Unsuccessful, "tab\there, line\nfeed, back\\slash, \xff");
     WorkEnded const stored = Result(UID(true));
     UID const running(true);
@@ -56,13 +62,11 @@ TEST(ResultJournal, KeepsWhatTheMasterHasNotStoredAcrossAnEndWithoutWarning) {
     }
 }
 
-TEST(ResultJournal, AFileCutAtAnyByteLosesAtMostItsLastLine) {
-    TempFolder const folder;
+TEST_F(ResultJournalTest, AFileCutAtAnyByteLosesAtMostItsLastLine) {
     WorkEnded const first = Result(UID(true));
     WorkEnded const second = Result(UID(true), Unsuccessful, "exit code 3");
-    std::string const one = JournalLine({JournalRecord::Kind::Ended, first});
-    std::string const whole = one + JournalLine({JournalRecord::Kind::Ended, second});
-    Path const file = folder / "results.journal";
+    std::string const one = Ended(first);
+    std::string const whole = one + Ended(second);
     // Near both line ends every byte, elsewhere every seventh.
     for (size_t length = 0; length <= whole.size(); ++length) {
         bool const isNearEnd = length + 3 > whole.size() || (length + 3 > one.size() && length < one.size() + 3);
@@ -75,19 +79,17 @@ TEST(ResultJournal, AFileCutAtAnyByteLosesAtMostItsLastLine) {
     }
 }
 
-TEST(ResultJournal, GarbageBetweenTheLinesIsPassedOver) {
-    TempFolder const folder;
+TEST_F(ResultJournalTest, GarbageBetweenTheLinesIsPassedOver) {
     std::mt19937 random(7);
     for (int round = 0; round < 30; ++round) {
         WorkEnded const kept = Result(UID(true));
         std::string text;
         for (size_t i = 0; i < random() % 400; ++i)
             text += static_cast<char>(random());
-        text += "\n" + JournalLine({JournalRecord::Kind::Ended, kept});
-        std::string damaged = JournalLine({JournalRecord::Kind::Ended, Result(UID(true))});
+        text += "\n" + Ended(kept);
+        std::string damaged = Ended(Result(UID(true)));
         damaged[random() % (damaged.size() - 1)] ^= 0x21;
         text += damaged + "E\tx\n\tB\n";
-        Path const file = folder / "results.journal";
         File::WriteWhole(file, text);
         LogLines lines;
         ResultJournal const journal(file, k_Now);
@@ -97,9 +99,7 @@ TEST(ResultJournal, GarbageBetweenTheLinesIsPassedOver) {
     }
 }
 
-TEST(ResultJournal, AFullDiskCostsNothingOnceThereIsRoom) {
-    TempFolder const folder;
-    Path const file = folder / "results.journal";
+TEST_F(ResultJournalTest, AFullDiskCostsNothingOnceThereIsRoom) {
     std::vector<WorkEnded> results;
     LogLines errors(LogLevel::Error);
     {
@@ -122,9 +122,7 @@ TEST(ResultJournal, AFullDiskCostsNothingOnceThereIsRoom) {
     EXPECT_EQ(journal.Pending().size(), results.size());
 }
 
-TEST(ResultJournal, StaysSmallWhenResultsComeAndGo) {
-    TempFolder const folder;
-    Path const file = folder / "results.journal";
+TEST_F(ResultJournalTest, StaysSmallWhenResultsComeAndGo) {
     ResultJournal journal(file, k_Now);
     WorkEnded const kept = Result(UID(true), Unsuccessful, "still here");
     journal.Ended(kept, Time());

@@ -1,3 +1,4 @@
+#include "corekit/runtimetools.h"
 #include "engine/runner/leftovers.h"
 #include "engine/runner/localrunner.h"
 #include "engine/runner/runnerprotocol.h"
@@ -5,34 +6,14 @@
 
 #include <corekit/exception.h>
 
-#include <gtest/gtest.h>
-
-#include <condition_variable>
-#include <filesystem>
-#include <functional>
 #include <random>
-#include <signal.h>
-#include <sys/wait.h>
-#include <thread>
-#include <unistd.h>
 
 using namespace vorlan;
-using namespace std::chrono_literals;
+using corekit::test::WaitFor;
 
 namespace {
 
 String EngineProgram() { return String(VORLAN_BIN_DIR) + "/VorlanEngine"; }
-
-bool Eventually(std::function<bool()> const& holds, std::chrono::milliseconds limit = 10s) {
-    auto const until = std::chrono::steady_clock::now() + limit;
-    while (!holds()) {
-        if (std::chrono::steady_clock::now() > until) {
-            return false;
-        }
-        std::this_thread::sleep_for(2ms);
-    }
-    return true;
-}
 
 class Recorder : public Runner::Listener {
 public:
@@ -60,7 +41,6 @@ public:
         std::lock_guard const lock(m_guard);
         return m_runs[work];
     }
-    bool Ended(UID const& work) { return !Get(work).ends.empty(); }
     bool Printed(UID const& work, char const* text) { return Get(work).output.find(text) != std::string::npos; }
 
 private:
@@ -78,12 +58,34 @@ RunSpec Script(std::string const& script) {
 
 bool NobodyCarries(String const& prefix) { return runner::MarkedProcesses(prefix).empty(); }
 
+class RunnerTest : public testing::Test {
+protected:
+    RunSpec Run(std::string const& script) {
+        RunSpec const spec = Script(script);
+        runner->Start(spec);
+        return spec;
+    }
+    // One that says when it is so far.
+    RunSpec RunToReady(std::string const& script) {
+        RunSpec const spec = Run(script);
+        EXPECT_TRUE(WaitFor([&] { return recorder.Printed(spec.work, "ready"); })) << script;
+        return spec;
+    }
+    Recorder::Run End(UID const& work) {
+        EXPECT_TRUE(WaitFor([&] { return !recorder.Get(work).ends.empty(); }));
+        Recorder::Run const run = recorder.Get(work);
+        EXPECT_EQ(run.ends.size(), 1U);
+        return run.ends.empty() ? Recorder::Run{0, "", {RunEnd()}} : run;
+    }
+
+    Recorder recorder;
+    UID const machine{true};
+    std::unique_ptr<LocalRunner> runner = std::make_unique<LocalRunner>(Path(EngineProgram()), machine, recorder);
+};
+
 } // namespace
 
-TEST(Runner, TellsOutputAndHowItEnded) {
-    Recorder recorder;
-    UID const machine(true);
-    LocalRunner runner{Path(EngineProgram()), machine, recorder};
+TEST_F(RunnerTest, TellsOutputAndHowItEnded) {
 
     struct Case {
         RunSpec spec;
@@ -106,173 +108,89 @@ TEST(Runner, TellsOutputAndHowItEnded) {
         {badFolder, RunEnd::Kind::NotStarted, 0, ""},
         {Script("head -c 3000000 /dev/zero | tr '\\0' 'x'"), RunEnd::Kind::Exited, 0, nullptr},
     };
+    for (Case const& one : cases)
+        runner->Start(one.spec);
     for (Case const& one : cases) {
-        runner.Start(one.spec);
-    }
-    for (Case const& one : cases) {
-        ASSERT_TRUE(Eventually([&] { return recorder.Ended(one.spec.work); }));
-        Recorder::Run const run = recorder.Get(one.spec.work);
-        ASSERT_EQ(run.ends.size(), 1U);
-        EXPECT_EQ(run.ends[0].kind, one.kind) << run.ends[0].error.c_str();
+        Recorder::Run const run = End(one.spec.work);
+        EXPECT_EQ(run.ends[0].kind, one.kind) << run.ends[0].error;
         EXPECT_EQ(run.ends[0].code, one.code);
-        if (one.output) {
-            EXPECT_EQ(run.output, one.output);
-        } else {
-            EXPECT_EQ(run.output.size(), 3000000U);
-        }
+        EXPECT_EQ(run.output, one.output ? one.output : std::string(3'000'000, 'x'));
         EXPECT_EQ(run.ends[0].error.Empty(), one.kind == RunEnd::Kind::Exited || one.kind == RunEnd::Kind::Signaled);
     }
 }
 
-TEST(Runner, AStopEndsTheWholeFamily) {
-    Recorder recorder;
-    UID const machine(true);
-    LocalRunner runner{Path(EngineProgram()), machine, recorder};
-    struct Case {
-        char const* name;
-        char const* script;
-    };
-    Case const cases[] = {
-        {"gives way to the first signal", "echo ready; exec sleep 600"},
-        {"ignores the first signal", "trap '' TERM; echo ready; while :; do sleep 600 & wait; done"},
-        {"has a child that left the session", "setsid sh -c \"trap '' TERM; sleep 600\" & echo ready; wait"},
-        {"has a grandchild whose parent is gone", "(setsid sleep 600 &) ; echo ready; sleep 600"},
-    };
-    for (Case const& one : cases) {
-        SCOPED_TRACE(one.name);
-        RunSpec const spec = Script(one.script);
-        runner.Start(spec);
-        ASSERT_TRUE(Eventually([&] { return recorder.Printed(spec.work, "ready"); }));
-        runner.Stop(spec.work, 200);
-        ASSERT_TRUE(Eventually([&] { return recorder.Ended(spec.work); }));
-        EXPECT_TRUE(Eventually([&] { return NobodyCarries(runner::MarkOf(machine, spec.work)); }, 1s));
+TEST_F(RunnerTest, AStopEndsTheWholeFamily) {
+    for (char const* const script : {
+             "echo ready; exec sleep 600",
+             "trap '' TERM; echo ready; while :; do sleep 600 & wait; done",
+             "setsid sh -c \"trap '' TERM; sleep 600\" & echo ready; wait",
+             "(setsid sleep 600 &) ; echo ready; sleep 600",
+         }) {
+        SCOPED_TRACE(script);
+        RunSpec const spec = RunToReady(script);
+        runner->Stop(spec.work, 200);
+        End(spec.work);
+        EXPECT_TRUE(WaitFor([&] { return NobodyCarries(runner::MarkOf(machine, spec.work)); }, 1000));
     }
 }
 
-TEST(Runner, AStoppedGroupHasItsGraceEachProcessOfIt) {
-    Recorder recorder;
-    UID const machine(true);
-    LocalRunner runner{Path(EngineProgram()), machine, recorder};
+TEST_F(RunnerTest, AStoppedGroupHasItsGraceEachProcessOfIt) {
     // The first process gives way at once, its child saves its work before it does.
-    RunSpec const spec = Script("trap 'exit 7' TERM; sh -c 'trap \"sleep 0.3; echo saved; exit\" TERM; echo ready; "
-                                "while :; do sleep 0.05; done' & while :; do wait; done");
-    runner.Start(spec);
-    ASSERT_TRUE(Eventually([&] { return recorder.Printed(spec.work, "ready"); }));
-    runner.Stop(spec.work, 20000);
-    ASSERT_TRUE(Eventually([&] { return recorder.Ended(spec.work); }));
+    RunSpec const spec = RunToReady("trap 'exit 7' TERM; "
+                                    "sh -c 'trap \"sleep 0.3; echo saved; exit\" TERM; echo ready; "
+                                    "while :; do sleep 0.05; done' & while :; do wait; done");
+    runner->Stop(spec.work, 20000);
+    EXPECT_EQ(End(spec.work).ends[0].code, 7);
     EXPECT_TRUE(recorder.Printed(spec.work, "saved"));
-    EXPECT_EQ(recorder.Get(spec.work).ends[0].code, 7);
 }
 
-TEST(Runner, ProcessesWithoutAMarkEndWithTheLastUnit) {
-    Recorder recorder;
-    UID const machine(true);
-    std::string const name = "/tmp/vorlan-unmarked-" + std::to_string(getpid());
-    std::filesystem::copy_file("/bin/sleep", name, std::filesystem::copy_options::overwrite_existing);
+TEST_F(RunnerTest, ProcessesWithoutAMarkEndWithTheLastUnit) {
+    TempFolder const folder;
+    Path const name = folder / "unmarked";
+    std::filesystem::copy_file("/bin/sleep", name.Native());
     auto const alive = [&] {
         for (auto const& entry : std::filesystem::directory_iterator("/proc")) {
             std::error_code error;
-            if (std::filesystem::read_symlink(entry.path() / "exe", error) == name)
+            if (std::filesystem::read_symlink(entry.path() / "exe", error) == name.Native())
                 return true;
         }
         return false;
     };
-    {
-        LocalRunner runner{Path(EngineProgram()), machine, recorder};
-        std::string const leave = "env -i setsid " + name + " 600 & ";
-        RunSpec const first = Script(leave + "echo ready; sleep 600");
-        runner.Start(first);
-        ASSERT_TRUE(Eventually([&] { return recorder.Printed(first.work, "ready") && alive(); }));
-        runner.Stop(first.work, 100);
-        ASSERT_TRUE(Eventually([&] { return recorder.Ended(first.work); }));
-        EXPECT_TRUE(Eventually([&] { return !alive(); }, 1s)) << "behind its unit";
-        RunSpec const second = Script(leave + "echo ready; sleep 600");
-        runner.Start(second);
-        ASSERT_TRUE(Eventually([&] { return recorder.Printed(second.work, "ready") && alive(); }));
-    }
-    EXPECT_TRUE(Eventually([&] { return !alive(); }, 1s)) << "behind the helper";
-    std::filesystem::remove(name);
+    std::string const script = "env -i setsid " + name.Str() + " 600 & echo ready; sleep 600";
+    RunSpec const first = RunToReady(script);
+    EXPECT_TRUE(WaitFor(alive));
+    runner->Stop(first.work, 100);
+    End(first.work);
+    EXPECT_TRUE(WaitFor([&] { return !alive(); }, 1000)) << "behind its unit";
+    RunToReady(script);
+    EXPECT_TRUE(WaitFor(alive));
+    runner.reset();
+    EXPECT_TRUE(WaitFor([&] { return !alive(); }, 1000)) << "behind the helper";
 }
 
-TEST(Runner, WhatAUnitLeavesBehindEndsWithIt) {
-    Recorder recorder;
-    UID const machine(true);
-    LocalRunner runner{Path(EngineProgram()), machine, recorder};
-    RunSpec const other = Script("echo ready; sleep 600");
-    runner.Start(other);
-    RunSpec const spec = Script("sleep 600 & setsid sleep 600 & exit 0");
-    runner.Start(spec);
-    ASSERT_TRUE(Eventually([&] { return recorder.Ended(spec.work); }));
-    EXPECT_TRUE(Eventually([&] { return NobodyCarries(runner::MarkOf(machine, spec.work)); }, 2s));
+TEST_F(RunnerTest, WhatAUnitLeavesBehindEndsWithIt) {
+    RunSpec const other = RunToReady("echo ready; sleep 600");
+    RunSpec const spec = Run("sleep 600 & setsid sleep 600 & exit 0");
+    End(spec.work);
+    EXPECT_TRUE(WaitFor([&] { return NobodyCarries(runner::MarkOf(machine, spec.work)); }, 2000));
     EXPECT_FALSE(NobodyCarries(runner::MarkOf(machine, other.work)));
 }
 
-TEST(Runner, AHelperThatIsKilledIsReplacedAndItsUnitsAreReported) {
-    Recorder recorder;
-    UID const machine(true);
-    LocalRunner runner{Path(EngineProgram()), machine, recorder};
-    RunSpec const first = Script("echo ready; sleep 600");
-    runner.Start(first);
-    ASSERT_TRUE(Eventually([&] { return recorder.Printed(first.work, "ready"); }));
-    int const helper = runner.HelperPid();
-    ASSERT_GT(helper, 0);
-    kill(helper, SIGKILL);
-    ASSERT_TRUE(Eventually([&] { return recorder.Ended(first.work); }));
-    EXPECT_EQ(recorder.Get(first.work).ends[0].kind, RunEnd::Kind::Lost);
+TEST_F(RunnerTest, AHelperThatIsKilledIsReplacedAndItsUnitsAreReported) {
+    RunSpec const first = RunToReady("echo ready; sleep 600");
+    ASSERT_GT(runner->HelperPid(), 0);
+    kill(runner->HelperPid(), SIGKILL);
+    EXPECT_EQ(End(first.work).ends[0].kind, RunEnd::Kind::Lost);
     EXPECT_TRUE(NobodyCarries(runner::MarkPrefix(machine)));
-
-    RunSpec const second = Script("echo again");
-    runner.Start(second);
-    ASSERT_TRUE(Eventually([&] { return recorder.Ended(second.work); }));
-    EXPECT_EQ(recorder.Get(second.work).output, "again\n");
+    EXPECT_EQ(End(Run("echo again").work).output, "again\n");
 }
 
-TEST(Runner, NothingOutlivesAnEngineThatIsKilled) {
-    UID const machine(true);
-    int ready[2];
-    ASSERT_EQ(pipe(ready), 0);
-    pid_t const engine = fork();
-    if (engine == 0) {
-        Recorder recorder;
-        LocalRunner runner{Path(EngineProgram()), machine, recorder};
-        for (char const* script : {"echo ready; sleep 600", "trap '' TERM; echo ready; sleep 600",
-                                   "setsid sh -c \"trap '' TERM; sleep 600\" & echo ready; sleep 600"}) {
-            RunSpec const spec = Script(script);
-            runner.Start(spec);
-            Eventually([&] { return recorder.Printed(spec.work, "ready"); });
-        }
-        char const byte = 'r';
-        [[maybe_unused]] auto const written = write(ready[1], &byte, 1);
-        pause();
-        _exit(0);
-    }
-    char byte = 0;
-    ASSERT_EQ(read(ready[0], &byte, 1), 1);
-    EXPECT_GE(runner::MarkedProcesses(runner::MarkPrefix(machine)).size(), 3U);
-    kill(engine, SIGKILL);
-    waitpid(engine, nullptr, 0);
-    EXPECT_TRUE(Eventually([&] { return NobodyCarries(runner::MarkPrefix(machine)); }, 1s));
-    close(ready[0]);
-    close(ready[1]);
-}
-
-TEST(Runner, ManyShortUnitsEachEndOnce) {
-    Recorder recorder;
-    UID const machine(true);
-    LocalRunner runner{Path(EngineProgram()), machine, recorder};
+TEST_F(RunnerTest, ManyShortUnitsEachEndOnce) {
     std::vector<UID> works;
-    for (int i = 0; i < 300; ++i) {
-        RunSpec spec = Script("");
-        spec.arguments = {"/bin/echo", String::From(static_cast<int64_t>(i))};
-        works.push_back(spec.work);
-        runner.Start(spec);
-    }
-    for (int i = 0; i < 300; ++i) {
-        ASSERT_TRUE(Eventually([&] { return recorder.Ended(works[static_cast<size_t>(i)]); }));
-        Recorder::Run const run = recorder.Get(works[static_cast<size_t>(i)]);
-        EXPECT_EQ(run.ends.size(), 1U);
-        EXPECT_EQ(run.output, std::to_string(i) + "\n");
-    }
+    for (int i = 0; i < 300; ++i)
+        works.push_back(Run("echo " + std::to_string(i)).work);
+    for (int i = 0; i < 300; ++i)
+        EXPECT_EQ(End(works[static_cast<size_t>(i)]).output, std::to_string(i) + "\n");
 }
 
 TEST(RunnerProtocol, FramesSurviveAnyCutAndRubbishIsRefused) {
@@ -304,7 +222,7 @@ TEST(RunnerProtocol, FramesSurviveAnyCutAndRubbishIsRefused) {
         size_t at = 0;
         try {
             runner::TakeFrame(damaged, at);
-        } catch (corekit::ParseException const&) {
+        } catch (ParseException const&) {
         }
         EXPECT_LE(at, damaged.size());
     }

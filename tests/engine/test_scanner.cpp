@@ -1,5 +1,4 @@
 #include "engine/report/outputscanner.h"
-#include "engine/report/progressthrottle.h"
 
 #include <gtest/gtest.h>
 
@@ -86,26 +85,4 @@ TEST(OutputScanner, ABadPatternCostsThePatternsOnly) {
     EXPECT_TRUE(scanner.RuleError().Contains("(unclosed"));
     EXPECT_EQ(scanner.LastLine(), "two");
     EXPECT_EQ(scanner.Percent(), 0);
-}
-
-TEST(ProgressThrottle, TellsFourTimesASecondAndAlwaysTheLastValue) {
-    ProgressThrottle throttle;
-    EXPECT_EQ(throttle.DueMs(), ProgressThrottle::k_Never);
-    int told = 0;
-    String last;
-    for (int64_t now = 5000; now <= 7000; ++now) {
-        throttle.Offer("PercentDone", String::From(now));
-        if (OptionMap const values = throttle.Take(now); !values.empty()) {
-            ++told;
-            last = values.at("PercentDone");
-        }
-    }
-    EXPECT_EQ(told, 9) << "the first at once, then one every 250 ms";
-    EXPECT_EQ(last, "7000");
-    throttle.Offer("PercentDone", "99");
-    throttle.Offer("Note", "n");
-    EXPECT_EQ(throttle.DueMs(), 7250);
-    EXPECT_TRUE(throttle.Take(7249).empty());
-    EXPECT_EQ(throttle.Take(7250).size(), 2U);
-    EXPECT_EQ(throttle.DueMs(), ProgressThrottle::k_Never);
 }
