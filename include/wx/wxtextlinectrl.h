@@ -33,6 +33,8 @@ public:
     ~wxTextLineCtrl() override;
 
     void SetType(Type type);
+    // The first words of each line are drawn in grey: a date, a time.
+    void SetQuietWords(int words);
     // Keeps the end in sight while lines are appended, as long as it is in sight.
     void SetFollowEnd(bool follow);
     // Appended lines show at the latest when there are so many of them.

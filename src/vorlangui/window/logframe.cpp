@@ -28,6 +28,7 @@ namespace {
 const wxSize k_LogSize(900, 600);
 constexpr char k_Group[] = "Log Files";
 constexpr int k_Gap = 8;
+constexpr int k_QuietWords = 3; // date, time, process
 
 // By the level, which stands after date and time.
 ColorName ColorOf(std::string_view line) {
@@ -104,6 +105,7 @@ void LogFrame::Build() {
     m_text = new wxTextLineCtrl(this);
     m_text->SetType(wxTextLineCtrl::Type::Monospaced);
     m_text->SetFollowEnd(true);
+    m_text->SetQuietWords(k_QuietWords);
     int const gap = FromDIP(k_Gap);
     auto* bar = new wxBoxSizer(wxHORIZONTAL);
     bar->Add(m_refresh, wxSizerFlags().Centre().Border(wxALL, gap));

@@ -14,6 +14,18 @@ wxColour HitColor(double part) {
     return wxvMixColors(wxvGetColor(ColorName::WindowBGDarker), wxvGetColor(ColorName::TextYellow), part);
 }
 
+// Where the words and the blank behind them end; 0 in a line that has not so many.
+size_t WordsEnd(wxString const& text, int words) {
+    size_t end = 0;
+    for (int i = 0; i < words; ++i) {
+        size_t const blank = text.find(' ', end);
+        if (blank == wxString::npos)
+            return 0;
+        end = blank + 1;
+    }
+    return end;
+}
+
 } // namespace
 
 bool TextLinePainter::IsEven(wxString const& text) const {
@@ -118,9 +130,15 @@ void TextLinePainter::PaintLine(wxDC& dc, int line) {
         dc.SetPen(*wxTRANSPARENT_PEN);
     }
     PaintMarks(dc, text, line, y);
-    ColorName const name = m_state.enabled ? m_state.lines.At(line).color : ColorName::TextGrey;
-    dc.SetTextForeground(wxvReadableColor(wxvGetColor(name), background, wxvGetColor(ColorName::Text),
-                                          selected ? k_ReadableSelected : k_Readable));
-    dc.DrawText(text, layout.XOfText(), y + layout.textTop);
+    auto const draw = [&](wxString const& part, int x, ColorName name) {
+        dc.SetTextForeground(wxvReadableColor(wxvGetColor(name), background, wxvGetColor(ColorName::Text),
+                                              selected ? k_ReadableSelected : k_Readable));
+        dc.DrawText(part, layout.XOfText() + x, y + layout.textTop);
+    };
+    size_t const quiet = WordsEnd(text, m_state.quietWords);
+    if (quiet > 0)
+        draw(text.Left(quiet), 0, ColorName::TextGrey);
+    draw(text.Mid(quiet), XOf(dc, text, static_cast<int>(quiet)),
+         m_state.enabled ? m_state.lines.At(line).color : ColorName::TextGrey);
     m_state.widest = std::max(m_state.widest, WidthOf(dc, text));
 }

@@ -32,6 +32,7 @@ struct TextLineState {
     wxFont font;
     double evenWidth = 0; // of a character, in pixels; 0: the font has several widths
     wxString emptyText;
+    int quietWords = 0; // at the begin of each line
     int widest = 0; // pixels, of the lines that have been seen
 
     // Selected characters, from where the mouse went down to where it is.

@@ -92,6 +92,11 @@ void wxTextLineCtrl::SetFollowEnd(bool follow) { m_state->follow = follow; }
 
 void wxTextLineCtrl::SetUpdateBatch(int lines) { m_state->batch = std::max(lines, 1); }
 
+void wxTextLineCtrl::SetQuietWords(int words) {
+    m_state->quietWords = words;
+    Refresh(false);
+}
+
 void wxTextLineCtrl::SetEmptyText(wxString const& text) {
     m_state->emptyText = text;
     Refresh(false);
