@@ -75,11 +75,14 @@ void JobListCtrl::DrawCell(wxDC& dc, int row, int column, wxRect cell, bool sele
     float const percent = Row()->job->PercentDone();
     wxColour const plain = wxvGetColor(ColorName::Selected);
     wxColour const bar = selected ? Shifted(plain, k_Highlight) : plain;
-    wxDCPenChanger const pen(dc, *wxBLACK_PEN);
-    wxDCBrushChanger const brush(dc, wxBrush(wxvGetColor(ColorName::WindowBGLighter)));
+    // A frame drawn by a pen would lie half a pixel off on a screen with double resolution.
+    wxDCPenChanger const pen(dc, *wxTRANSPARENT_PEN);
+    wxDCBrushChanger const frame(dc, *wxBLACK_BRUSH);
     cell.Deflate(FromDIP(k_BarMargin));
     dc.DrawRectangle(cell);
     cell.Deflate(1);
+    wxDCBrushChanger const ground(dc, wxBrush(wxvGetColor(ColorName::WindowBGLighter)));
+    dc.DrawRectangle(cell);
     cell.width -= 1;
     if (percent > 0) {
         wxRect filled = cell;

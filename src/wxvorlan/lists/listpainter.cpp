@@ -125,7 +125,9 @@ void wxDBListPainter::DrawRows(wxDC& dc, wxRegion const* region) {
         for (int row = end; !m_copying && row < first + m_drawnPlaces; ++row)
             std::fill_n(DrawnLooks(row), LooksPerRow(), k_NoRow);
     }
-    if (!m_copying)
+    // What is drawn in part may leave some of the text behind.
+    bool const isWhole = !region || region->Contains(layout.Body()) == wxInRegion;
+    if (!m_copying && (isWhole || layout.RowCount() == 0))
         m_drewEmptyText = layout.RowCount() == 0;
     if (layout.RowCount() == 0 && !m_state.emptyText.empty())
         DrawEmptyText(dc);
@@ -161,11 +163,17 @@ void wxDBListPainter::VisitRow(int row, wxDC* dc, wxRegion const* region) {
         if (cell.x <= place.GetRight() && cell.GetRight() >= 0 && Touches(region, cell))
             m_looks[static_cast<size_t>(column) + 1] = VisitCell(row, column, dc, colors);
     }
-    if (dc && colors.focused) {
-        dc->SetPen(wxvGetColor(ColorName::TextBlue));
-        dc->SetBrush(*wxTRANSPARENT_BRUSH);
-        dc->DrawRectangle(place);
-    }
+    if (dc && colors.focused)
+        DrawFrame(place);
+}
+
+// A pen would lie half a pixel off on a screen with double resolution.
+void wxDBListPainter::DrawFrame(wxRect const& place) {
+    wxColour const colour = wxvGetColor(ColorName::TextBlue);
+    m_canvas->Fill(wxRect(place.x, place.y, place.width, 1), colour);
+    m_canvas->Fill(wxRect(place.x, place.GetBottom(), place.width, 1), colour);
+    m_canvas->Fill(wxRect(place.x, place.y + 1, 1, place.height - 2), colour);
+    m_canvas->Fill(wxRect(place.GetRight(), place.y + 1, 1, place.height - 2), colour);
 }
 
 uint64_t wxDBListPainter::VisitCell(int row, int column, wxDC* dc, RowColors const& colors) {

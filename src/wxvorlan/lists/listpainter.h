@@ -108,6 +108,7 @@ private:
     int RowPlaces() const;
 
     void DrawRows(wxDC& dc, wxRegion const* region);
+    void DrawFrame(wxRect const& place);
     void DrawEmptyText(wxDC& dc);
     void DrawHeader(wxDC& dc);
     void DrawHeaderCell(wxDC& dc, int column);
