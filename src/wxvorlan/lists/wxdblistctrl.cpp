@@ -1,5 +1,6 @@
 #include "listinput.h"
 #include "listpainter.h"
+#include "theme/scrollbarhead.h"
 
 #include <algorithm>
 #include <wx/app.h>
@@ -57,6 +58,7 @@ void wxDBListCtrl::TakeMetrics() {
     metrics.markGap = FromDIP(metrics.markGap);
     metrics.grip = FromDIP(metrics.grip);
     m_state->layout.SetMetrics(metrics);
+    wxvHeadScrollbar(*this, metrics.headerHeight);
     m_state->layoutChanged = true;
 }
 

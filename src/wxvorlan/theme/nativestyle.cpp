@@ -15,6 +15,8 @@ namespace {
 // has none at its sides: the toolkit lays it out two pixels wide before the first show.
 constexpr char k_Style[] = R"(
 @define-color placeholder_text_color @TextGrey;
+@define-color vorlan_header @Header;
+@define-color vorlan_line @3DDark;
 window, dialog, messagedialog, .background { background-color: @WindowBG; color: @Text; }
 menubar { background-color: @WindowBG; color: @Text; box-shadow: none; border: none; padding: 2px 0; }
 menubar > menuitem:first-child { margin-left: 4px; }
@@ -27,8 +29,15 @@ menu menuitem:hover { background-color: @Selected; color: @Text; }
 menu menuitem:disabled, menu menuitem:disabled label { color: @TextGrey; }
 menu menuitem accelerator { color: @TextGrey; }
 menu separator { background-color: @Edge; margin: 4px 0; }
-tooltip, tooltip.background { background-color: @WindowBGLighter; color: @Text; border: 1px solid @Edge; }
-tooltip * { color: @Text; }
+menu menuitem arrow { color: @TextGrey; -gtk-icon-transform: scale(0.6); }
+menu menuitem:hover arrow { color: @Text; }
+menu menuitem check, menu menuitem check:checked { background-color: transparent; border-color: transparent;
+                                                   color: @TextBlue; }
+menu menuitem radio, menu menuitem radio:checked { background-color: transparent; color: @TextBlue; }
+tooltip, tooltip.background, tooltip decoration { background-color: @WindowBGLighter; border-radius: 0;
+                                                  box-shadow: none; text-shadow: none; }
+tooltip, tooltip.background { color: @Text; border: 1px solid @Edge; padding: 0; }
+tooltip * { color: @Text; padding: 2px 4px; text-shadow: none; }
 button { background-image: none; background-color: @ButtonFace; color: @ButtonText; border: 1px solid @Edge;
          border-radius: 4px; box-shadow: none; text-shadow: none; padding: 4px 12px; min-height: 20px; }
 button:hover { background-color: @Header; border-color: @TextGrey; }
@@ -54,7 +63,7 @@ checkbutton:disabled, radiobutton:disabled, checkbutton label:disabled, radiobut
 label:disabled { color: @Faint; }
 check, radio { background-image: none; background-color: @WindowBGDarker; border: 1px solid @TextGrey;
                color: @Text; box-shadow: none; -gtk-icon-shadow: none; min-width: 14px; min-height: 14px; }
-checkbutton > check, radiobutton > radio { margin: 0 6px 0 1px; }
+checkbutton > check, radiobutton > radio { margin: 0 7px 0 1px; }
 check:hover, radio:hover { border-color: @TextBlue; }
 check:checked, radio:checked { background-image: none; background-color: @Selected; border-color: @TextBlue;
                                color: @Text; }
@@ -76,7 +85,8 @@ treeview.view:hover { background-color: @WindowBG; }
 treeview.view:selected, treeview.view:selected:focus, list row:selected,
 iconview:selected { background-color: @Selected; color: @Text; }
 treeview.view:disabled { color: @Faint; }
-treeview.view header button { border-radius: 0; border: none; border-right: 1px solid @Edge;
+treeview.view:focus { outline: none; }
+treeview.view header button { font-weight: 500; border-radius: 0; border: none; border-right: 1px solid @Edge;
                               background-color: @Header; color: @Text; }
 list row { color: @Text; }
 list row:hover { background-color: @WindowBGLighter; }
@@ -115,7 +125,7 @@ std::string FilledStyle() {
     static constexpr ColorName k_Used[] = {ColorName::WindowBGLighter, ColorName::WindowBGDarker, ColorName::WindowBG,
                                            ColorName::ButtonFace,      ColorName::ButtonText,     ColorName::TextGrey,
                                            ColorName::TextBlue,        ColorName::Text,           ColorName::Selected,
-                                           ColorName::Header};
+                                           ColorName::Header,          ColorName::Dark3D};
     for (ColorName const name : k_Used)
         replace(std::string("@") + wxvColorLabel(name), wxvGetColor(name));
     replace("@Edge", wxvEdgeColor());
