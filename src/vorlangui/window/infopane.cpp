@@ -6,10 +6,10 @@
 #include <corekit/callentry.h>
 #include <wx/control.h>
 #include <wx/dcbuffer.h>
-#include <wx/dcclient.h>
 #include <wx/intl.h>
 #include <wx/wxvfont.h>
 #include <wx/wxvtext.h>
+#include <wx/wxvwrap.h>
 
 namespace vorlan {
 
@@ -18,13 +18,16 @@ namespace {
 // At plain resolution.
 constexpr int k_Margin = 16;
 constexpr int k_HeadingTop = 16;
-constexpr int k_StateTop = 40;
+constexpr int k_HeadingHeight = 24;
 constexpr int k_FactsTop = 76;
 constexpr int k_FactHeight = 22;
-constexpr int k_NameGap = 24;
+constexpr int k_LineHeight = 18; // within a fact
+constexpr int k_NameGap = 16;
 constexpr int k_WidestName = 160;
 constexpr int k_HeadingPoints = 4;
+constexpr int k_HeadingLines = 2;
 
+constexpr int k_MostLines = 3; // of a value
 constexpr int k_EmptyRise = 5; // the empty text stands at 2 / 5 of the height
 
 } // namespace
@@ -80,21 +83,19 @@ void InfoPane::Collect() {
     if (facts == m_facts)
         return;
     m_facts = std::move(facts);
+    m_arrangedWidth = -1;
+    m_places.clear();
     m_tipFact = -1;
     UnsetToolTip();
     Refresh();
 }
 
-int InfoPane::FactTop(size_t index) const {
-    return FromDIP(k_FactsTop) + static_cast<int>(index) * FromDIP(k_FactHeight);
-}
-
 int InfoPane::FactAt(int y) const {
-    int const offset = y - FromDIP(k_FactsTop);
-    if (offset < 0)
-        return -1;
-    int const index = offset / FromDIP(k_FactHeight);
-    return index < static_cast<int>(m_facts.facts.size()) ? index : -1;
+    for (size_t i = 0; i < m_places.size(); ++i) {
+        if (y >= m_places[i].top && y < m_places[i].bottom)
+            return static_cast<int>(i);
+    }
+    return -1;
 }
 
 int InfoPane::NameWidth(wxDC& dc) const {
@@ -102,6 +103,33 @@ int InfoPane::NameWidth(wxDC& dc) const {
     for (InfoFacts::Fact const& fact : m_facts.facts)
         width = std::max(width, dc.GetTextExtent(wxGetTranslation(fact.name)).x);
     return std::min(width, FromDIP(k_WidestName));
+}
+
+void InfoPane::Arrange(wxDC& dc) {
+    int const width = GetClientSize().x;
+    if (m_arrangedWidth == width)
+        return;
+    m_arrangedWidth = width;
+    auto const wrap = [&dc](wxString const& text, int room, int lines) {
+        auto const widthOf = [&dc](wxString const& line) { return dc.GetTextExtent(line).x; };
+        return wxvWrapped(text, room, lines, widthOf);
+    };
+    dc.SetFont(wxvFont(k_HeadingPoints, FontWeight::Medium));
+    m_heading = wxSplit(wrap(wxvText(m_facts.heading), width - 2 * FromDIP(k_Margin), k_HeadingLines), '\n', '\0');
+    int top = FromDIP(k_FactsTop) + (static_cast<int>(m_heading.size()) - 1) * FromDIP(k_HeadingHeight);
+    dc.SetFont(wxvFont());
+    m_valueLeft = FromDIP(k_Margin) + NameWidth(dc) + FromDIP(k_NameGap);
+    int const room = width - FromDIP(k_Margin) - m_valueLeft;
+    m_places.clear();
+    for (InfoFacts::Fact const& fact : m_facts.facts) {
+        wxString const value = wxvText(fact.value);
+        wxString const wrapped = wrap(value, room, k_MostLines);
+        Placed place{top, 0, wxSplit(wrapped, '\n', '\0'), wrapped.EndsWith("...") && !value.EndsWith("...")};
+        int const more = static_cast<int>(place.lines.size()) - 1;
+        place.bottom = top + FromDIP(k_FactHeight) + more * FromDIP(k_LineHeight);
+        top = place.bottom;
+        m_places.push_back(std::move(place));
+    }
 }
 
 void InfoPane::OnPaint(wxPaintEvent&) {
@@ -123,21 +151,27 @@ void InfoPane::OnPaint(wxPaintEvent&) {
         dc.DrawText(text, (size.x - extent.x) / 2, (size.y - extent.y) * 2 / k_EmptyRise);
         return;
     }
+    Arrange(dc);
     dc.SetFont(wxvFont(k_HeadingPoints, FontWeight::Medium));
     dc.SetTextForeground(wxvGetColor(ColorName::Text));
-    draw(wxvText(m_facts.heading), margin, FromDIP(k_HeadingTop), size.x - 2 * margin);
+    int y = FromDIP(k_HeadingTop);
+    for (wxString const& line : m_heading) {
+        draw(line, margin, y, size.x - 2 * margin);
+        y += FromDIP(k_HeadingHeight);
+    }
     dc.SetFont(wxvFont());
     dc.SetTextForeground(wxvGetColor(m_facts.stateColor));
-    draw(wxvText(m_facts.state), margin, FromDIP(k_StateTop), size.x - 2 * margin);
-
-    int const nameWidth = NameWidth(dc);
-    int const valueLeft = margin + nameWidth + FromDIP(k_NameGap);
-    for (size_t i = 0; i < m_facts.facts.size(); ++i) {
-        InfoFacts::Fact const& fact = m_facts.facts[i];
+    draw(wxvText(m_facts.state), margin, y, size.x - 2 * margin);
+    for (size_t i = 0; i < m_places.size(); ++i) {
+        Placed const& place = m_places[i];
         dc.SetTextForeground(wxvGetColor(ColorName::TextGrey));
-        draw(wxGetTranslation(fact.name), margin, FactTop(i), nameWidth);
+        draw(wxGetTranslation(m_facts.facts[i].name), margin, place.top, NameWidth(dc));
         dc.SetTextForeground(wxvGetColor(ColorName::Text));
-        draw(wxvText(fact.value), valueLeft, FactTop(i), size.x - margin - valueLeft);
+        y = place.top;
+        for (wxString const& line : place.lines) {
+            draw(line, m_valueLeft, y, size.x - margin - m_valueLeft);
+            y += FromDIP(k_LineHeight);
+        }
     }
 }
 
@@ -148,15 +182,8 @@ void InfoPane::OnMotion(wxMouseEvent& event) {
         return;
     m_tipFact = fact;
     UnsetToolTip();
-    if (fact < 0)
-        return;
-    // Only where the value has no room.
-    wxClientDC dc(this);
-    dc.SetFont(wxvFont());
-    int const room = GetClientSize().x - 2 * FromDIP(k_Margin) - NameWidth(dc) - FromDIP(k_NameGap);
-    wxString const value = wxvText(m_facts.facts[static_cast<size_t>(fact)].value);
-    if (dc.GetTextExtent(value).x > room)
-        SetToolTip(value);
+    if (fact >= 0 && m_places[static_cast<size_t>(fact)].isCut)
+        SetToolTip(wxvText(m_facts.facts[static_cast<size_t>(fact)].value));
 }
 
 } // namespace vorlan

@@ -3,6 +3,8 @@
 #include "infofacts.h"
 
 #include <functional>
+#include <vector>
+#include <wx/arrstr.h>
 #include <wx/wxtimed.h>
 #include <wx/wxvpanel.h>
 
@@ -28,22 +30,34 @@ public:
 
 protected:
     void OnTimer() override;
-    void DoShow() override { Collect(); }
+    void OnInView() override { Collect(); }
 
 private:
     using Source = std::function<InfoFacts()>;
+    // Where a fact stands.
+    struct Placed {
+        int top;
+        int bottom;
+        wxArrayString lines; // of its value
+        bool isCut;          // there are more
+    };
 
     void SetTo(Source source);
     void Collect();
     void OnPaint(wxPaintEvent& event);
     void OnMotion(wxMouseEvent& event);
     int NameWidth(wxDC& dc) const;
+    // Finds the lines of the heading and of every value for the pane's width.
+    void Arrange(wxDC& dc);
     // Index of the fact at that height; -1: none.
     int FactAt(int y) const;
-    int FactTop(size_t index) const;
 
     Source m_source; // empty: nothing is selected
     InfoFacts m_facts;
+    wxArrayString m_heading;
+    std::vector<Placed> m_places; // one per fact
+    int m_arrangedWidth = -1;     // of the pane; -1: the places are not those of the facts
+    int m_valueLeft = 0;
     int m_tipFact = -1;
 };
 

@@ -10,6 +10,7 @@ namespace {
 constexpr int k_HeadingPoints = 13;
 constexpr int k_LinePoints = 1;
 constexpr int k_HeadingGap = 16;
+constexpr int k_FirstGap = 12; // behind the first line, which says what is the matter
 constexpr int k_LineGap = 4;
 constexpr int k_RemarkGap = 24;
 constexpr int k_RemarkWidth = 560;
@@ -22,8 +23,9 @@ MessagePane::MessagePane(wxWindow* parent, wxString const& heading, corekit::vec
     auto const centred = [this](int above) { return wxSizerFlags().Centre().Border(wxTOP, FromDIP(above)); };
     column->AddStretchSpacer(2);
     column->Add(NewLine(heading, wxvFont(k_HeadingPoints, FontWeight::Medium)), wxSizerFlags().Centre());
+    constexpr int k_Gaps[] = {k_HeadingGap, k_FirstGap, k_LineGap};
     for (size_t i = 0; i < lines.size(); ++i)
-        column->Add(NewLine(lines[i], wxvFont(k_LinePoints)), centred(i == 0 ? k_HeadingGap : k_LineGap));
+        column->Add(NewLine(lines[i], wxvFont(k_LinePoints)), centred(k_Gaps[std::min<size_t>(i, 2)]));
     m_remark = NewLine(wxString(), wxvFont());
     column->Add(m_remark, centred(k_RemarkGap));
     // A little above the middle looks like the middle.
@@ -72,8 +74,9 @@ corekit::vector<wxString> MessagePane::Texts() const {
 
 void MessagePane::ApplyColors() {
     wxvPanel::ApplyColors();
-    for (wxStaticText* text : m_texts)
-        text->SetForegroundColour(wxvGetColor(text == m_remark ? ColorName::TextGrey : ColorName::Text));
+    constexpr size_t k_Loud = 2; // the heading and the first line
+    for (size_t i = 0; i < m_texts.size(); ++i)
+        m_texts[i]->SetForegroundColour(wxvGetColor(i < k_Loud ? ColorName::Text : ColorName::TextGrey));
 }
 
 } // namespace vorlan
