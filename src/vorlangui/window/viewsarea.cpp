@@ -7,6 +7,7 @@
 #include "mirror/options.h"
 
 #include <algorithm>
+#include <cmath>
 #include <corekit/callentry.h>
 #include <vorlan/vorlanapp.h>
 #include <wx/intl.h>
@@ -25,6 +26,30 @@ constexpr int k_EnginesPosition = 2;
 
 constexpr int k_SmallestList = 50;
 constexpr double k_WorkPart = 1.0 / 3;
+
+// OverviewSplitter gives the work list its part of the height once there is a height.
+// Owner: its parent window. Thread: the GUI thread.
+class OverviewSplitter : public wxvSplitterWindow {
+public:
+    explicit OverviewSplitter(wxWindow* parent) : wxvSplitterWindow(parent) {
+        SetMinimumPaneSize(FromDIP(k_SmallestList));
+        SetSashGravity(k_WorkPart);
+        Bind(wxEVT_SIZE, &OverviewSplitter::OnResize, this);
+    }
+
+private:
+    void OnResize(wxSizeEvent& event) {
+        // The splitter moves the sash with the size first.
+        OnSize(event);
+        int const height = GetClientSize().y;
+        if (m_placed || height < 2 * GetMinimumPaneSize())
+            return;
+        m_placed = true;
+        SetSashPosition(static_cast<int>(std::lround(height * k_WorkPart)));
+    }
+
+    bool m_placed = false;
+};
 
 void Fill(wxvPanel& page, wxWindow* item) {
     page.SetSizer(new wxBoxSizer(wxVERTICAL));
@@ -53,9 +78,7 @@ ViewsArea::ViewsArea(wxWindow* parent) : wxvNotebook(parent, k_Id, "ViewManager"
 
 void ViewsArea::AddOverview() {
     auto* page = new wxvPanel(this);
-    auto* splitter = new wxvSplitterWindow(page);
-    splitter->SetMinimumPaneSize(FromDIP(k_SmallestList));
-    splitter->SetSashGravity(k_WorkPart);
+    auto* splitter = new OverviewSplitter(page);
     auto* work = new _WorkListCtrl(splitter, k_OverviewPosition);
     splitter->SplitHorizontally(work, new _JobListCtrl(splitter, k_OverviewPosition));
     Fill(*page, splitter);
