@@ -5,7 +5,7 @@
 
 // wxvPanel is a panel in the scheme's colours that knows whether it can be seen.
 // Owner: its parent window. Thread: the GUI thread.
-// Always: DoShow and DoHide take turns, beginning with DoShow.
+// Always: OnInView and OnOutOfView take turns, beginning with OnInView.
 class wxvPanel : public wxPanel {
 public:
     explicit wxvPanel(wxWindow* parent, ColorName background = ColorName::WindowBG, wxWindowID id = wxID_ANY,
@@ -19,8 +19,8 @@ public:
 protected:
     // The panel comes into view or leaves it, by itself or with a window around it.
     // What stays hidden should cost nothing.
-    virtual void DoShow() {}
-    virtual void DoHide() {}
+    virtual void OnInView() {}
+    virtual void OnOutOfView() {}
 
 private:
     void OnVisibility(bool visible);

@@ -117,8 +117,8 @@ void ListCtrlBase::UpdateIfDirty() {
     }
 }
 
-void ListCtrlBase::DoShow() {
-    wxDBListCtrl::DoShow();
+void ListCtrlBase::OnInView() {
+    wxDBListCtrl::OnInView();
     if (m_isStale)
         Update();
 }

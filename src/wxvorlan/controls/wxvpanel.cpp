@@ -29,9 +29,9 @@ void wxvPanel::OnVisibility(bool visible) {
         return;
     m_visible = visible;
     if (visible)
-        DoShow();
+        OnInView();
     else
-        DoHide();
+        OnOutOfView();
 }
 
 void wxvPanel::OnSysColorChange(wxSysColourChangedEvent& event) {
