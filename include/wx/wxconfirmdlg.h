@@ -11,8 +11,10 @@ class wxConfirmDlg : public wxVorlanDlg {
 public:
     static constexpr char k_Section[] = "Confirm";
 
-    // `text` may have several lines; the first is the question.
-    wxConfirmDlg(wxWindow* parent, wxString const& text, corekit::String key, wxString const& title = wxString());
+    // `text` may have several lines; the first is the question. `accept` and `cancel` stand
+    // on the buttons; empty: "OK" and "Cancel".
+    wxConfirmDlg(wxWindow* parent, wxString const& text, corekit::String key, wxString const& title = wxString(),
+                 wxString const& accept = wxString(), wxString const& cancel = wxString());
 
     // True: go on. Answers at once when the question is not to be asked any more.
     bool Confirm();

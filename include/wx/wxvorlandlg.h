@@ -11,7 +11,8 @@ class wxSizer;
 
 // wxVorlanDlg is the base of the system's dialogs: colours, margins, a remembered
 // place, and word to those who watch whether somebody is at work.
-// Owner: the toolkit; a modal one stands on its caller's stack.
+// Owner: the toolkit; a modal one stands on its caller's stack. One that is shown without
+// waiting destroys itself when it is closed or hidden.
 // Thread: the GUI thread.
 // Always: CloseAll reaches every one that is open.
 class wxVorlanDlg : public wxDialog {
@@ -27,11 +28,15 @@ public:
     static constexpr int k_LabelGap = 8;
     static constexpr int k_GroupGap = 16;
     static constexpr int k_ButtonWidth = 88;
+    // How much larger than others the first line of a question is.
+    static constexpr double k_HeadingScale = 1.15;
 
-    // `section` names its memory in the options; empty: it keeps none.
+    // `section` names its memory in the options; empty: it keeps none. A place is kept for
+    // those that can be resized, the others stand before their parents.
     wxVorlanDlg(wxWindow* parent, wxString const& title, corekit::String section, long style = wxDEFAULT_DIALOG_STYLE);
     ~wxVorlanDlg() override;
 
+    bool Show(bool show = true) override;
     int ShowModal() override;
     bool Destroy() override;
 
@@ -47,8 +52,15 @@ protected:
 
     // A text in the place of a label, in a colour of the scheme.
     wxvStaticText* NewLabel(wxString const& text, double scale = 1.0, ColorName color = ColorName::Text);
+    // A text of any length and content on lines no wider than `width` pixels.
+    wxvStaticText* NewParagraph(wxString const& text, int width, double scale = 1.0);
 
 private:
+    bool KeepsPlace() const { return !m_section.Empty() && HasFlag(wxRESIZE_BORDER); }
+    void KeepPlace();
+
     corekit::String const m_section;
+    bool m_isPlaced = false;
+    bool m_isWaitedFor = false; // ShowModal runs
     bool m_toldClosed = false;
 };

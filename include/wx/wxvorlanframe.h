@@ -16,9 +16,9 @@ corekit::OptionsFile* wxvOptions();
 
 // Keeps a window's place in the options under a section, and brings it back. A place
 // that no screen shows any more is not used.
-void wxvSaveWindowPosition(wxTopLevelWindow& window, corekit::String const& section);
+void wxSaveWindowPos(wxTopLevelWindow& window, corekit::String const& section);
 // False when there is none; the window is as it was then.
-bool wxvLoadWindowPosition(wxTopLevelWindow& window, corekit::String const& section);
+bool wxLoadWindowPos(wxTopLevelWindow& window, corekit::String const& section);
 
 // wxVorlanFrame is a window with a place that is remembered.
 // Owner: the toolkit, until Destroy. Thread: the GUI thread.
@@ -30,10 +30,14 @@ public:
     wxVorlanFrame(wxWindow* parent, wxString const& title, wxPoint const& position, wxSize const& size,
                   corekit::String section, long style = wxDEFAULT_FRAME_STYLE);
 
-    void LoadWindowPosition() { wxvLoadWindowPosition(*this, m_section); }
-    void SaveWindowPosition() { wxvSaveWindowPosition(*this, m_section); }
+    void LoadWindowPosition() { wxLoadWindowPos(*this, m_section); }
+    void SaveWindowPosition() { wxSaveWindowPos(*this, m_section); }
 
     bool Destroy() override;
+
+protected:
+    // A command without a help text leaves the status bar as it is.
+    void DoGiveHelp(wxString const& help, bool show) override { wxFrame::DoGiveHelp(help, show && !help.empty()); }
 
 private:
     corekit::String const m_section;

@@ -37,7 +37,7 @@ void PlaceAgainWhenShown(wxTopLevelWindow& window, wxRect const& place) {
 void wxvSetOptions(corekit::OptionsFile* options) { s_options = options; }
 corekit::OptionsFile* wxvOptions() { return s_options; }
 
-void wxvSaveWindowPosition(wxTopLevelWindow& window, corekit::String const& section) {
+void wxSaveWindowPos(wxTopLevelWindow& window, corekit::String const& section) {
     if (!s_options || window.IsIconized())
         return;
     corekit::OptionsFile::PauseAutoWrite const pause(*s_options);
@@ -52,7 +52,7 @@ void wxvSaveWindowPosition(wxTopLevelWindow& window, corekit::String const& sect
     s_options->SetValue(section, k_Height, place.height);
 }
 
-bool wxvLoadWindowPosition(wxTopLevelWindow& window, corekit::String const& section) {
+bool wxLoadWindowPos(wxTopLevelWindow& window, corekit::String const& section) {
     if (!s_options)
         return false;
     wxRect const place(s_options->GetValue(section, k_Left, 0), s_options->GetValue(section, k_Top, 0),

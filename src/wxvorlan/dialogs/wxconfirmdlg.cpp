@@ -6,16 +6,22 @@
 #include <wx/wxvcolors.h>
 #include <wx/wxvorlanframe.h>
 
-wxConfirmDlg::wxConfirmDlg(wxWindow* parent, wxString const& text, corekit::String key, wxString const& title)
+namespace {
+constexpr int k_TextWidth = 480;
+}
+
+wxConfirmDlg::wxConfirmDlg(wxWindow* parent, wxString const& text, corekit::String key, wxString const& title,
+                           wxString const& accept, wxString const& cancel)
     : wxVorlanDlg(parent, title.empty() ? _("Please confirm") : title, corekit::String()), m_key(std::move(key)) {
     auto* content = new wxBoxSizer(wxVERTICAL);
-    content->Add(NewLabel(text.BeforeFirst('\n'), 1.15));
+    int const width = FromDIP(k_TextWidth);
+    content->Add(NewParagraph(text.BeforeFirst('\n'), width, k_HeadingScale));
     wxString const rest = text.AfterFirst('\n');
     if (!rest.empty())
-        content->Add(NewLabel(rest), wxSizerFlags().Border(wxTOP, FromDIP(k_LabelGap)));
+        content->Add(NewParagraph(rest, width), wxSizerFlags().Border(wxTOP, FromDIP(k_LabelGap)));
     m_dontAsk = new wxvCheckBox(this, wxID_ANY, _("Don't ask this again"));
     content->Add(m_dontAsk, wxSizerFlags().Border(wxTOP, FromDIP(k_GroupGap)));
-    Finish(content, _("OK"), _("Cancel"));
+    Finish(content, accept.empty() ? _("OK") : accept, cancel.empty() ? _("Cancel") : cancel);
 }
 
 bool wxConfirmDlg::Confirm() {

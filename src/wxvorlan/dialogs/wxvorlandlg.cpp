@@ -1,6 +1,7 @@
 #include "theme/followcolors.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 #include <wx/sizer.h>
 #include <wx/wxvbutton.h>
@@ -8,8 +9,11 @@
 #include <wx/wxvorlandlg.h>
 #include <wx/wxvorlanframe.h>
 #include <wx/wxvstatictext.h>
+#include <wx/wxvwrap.h>
 
 namespace {
+
+constexpr int k_MostLines = 24; // of a paragraph
 
 std::vector<wxVorlanDlg*>& OpenDialogs() {
     static std::vector<wxVorlanDlg*> s_dialogs;
@@ -36,17 +40,35 @@ wxVorlanDlg::~wxVorlanDlg() { std::erase(OpenDialogs(), this); }
 
 int wxVorlanDlg::ShowModal() {
     s_ModalStarted.Emit();
+    m_isWaitedFor = true;
     int const result = wxDialog::ShowModal();
+    m_isWaitedFor = false;
     s_ModalFinished.Emit();
     return result;
+}
+
+bool wxVorlanDlg::Show(bool show) {
+    if (show && KeepsPlace() && !std::exchange(m_isPlaced, true))
+        wxLoadWindowPos(*this, m_section);
+    if (!show)
+        KeepPlace();
+    bool const changed = wxDialog::Show(show);
+    // Nobody else knows that the last has been seen of it.
+    if (!show && changed && !m_isWaitedFor && !m_toldClosed)
+        Destroy();
+    return changed;
+}
+
+void wxVorlanDlg::KeepPlace() {
+    if (IsShown() && KeepsPlace())
+        wxSaveWindowPos(*this, m_section);
 }
 
 bool wxVorlanDlg::Destroy() {
     if (!m_toldClosed) {
         m_toldClosed = true;
         std::erase(OpenDialogs(), this);
-        if (!m_section.Empty() && HasFlag(wxRESIZE_BORDER))
-            wxvSaveWindowPosition(*this, m_section);
+        KeepPlace();
         s_DlgClosed.Emit();
     }
     return wxDialog::Destroy();
@@ -90,5 +112,12 @@ wxvStaticText* wxVorlanDlg::NewLabel(wxString const& text, double scale, ColorNa
     auto* label = new wxvStaticText(this, text, color);
     if (scale != 1.0)
         label->SetFont(label->GetFont().Scaled(static_cast<float>(scale)));
+    return label;
+}
+
+wxvStaticText* wxVorlanDlg::NewParagraph(wxString const& text, int width, double scale) {
+    wxvStaticText* const label = NewLabel(wxString(), scale);
+    auto const widthOf = [label](wxString const& line) { return label->GetTextExtent(line).x; };
+    label->SetLabelText(wxvWrapped(text, width, k_MostLines, widthOf));
     return label;
 }
