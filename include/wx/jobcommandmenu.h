@@ -25,6 +25,9 @@ class Job;
 // No separator stands at either end of what Fill adds to an empty menu, or beside another.
 class JobCommandMenu {
 public:
+    // The mark before an item that is one of several states.
+    enum class Mark { None, Off, On };
+
     // The ids of the items, unless told otherwise.
     static constexpr int k_FirstId = 18000;
     static constexpr int k_LastId = 19999;
@@ -58,7 +61,8 @@ public:
     size_t Fill(wxMenu& menu, boost::shared_ptr<Job const> const& job, Command::FLAG kind);
 
     // Appends one item; empty label: a separator. Answers the item's id, or wxID_NONE.
-    int DoInsertCommand(wxMenu& menu, String const& label, String const& command, String const& help);
+    int DoInsertCommand(wxMenu& menu, String const& label, String const& command, String const& help,
+                        Mark mark = Mark::None);
 
     // Forgets all items, whose ids are free again.
     void Clear();
@@ -83,7 +87,8 @@ private:
     std::vector<Offer> Collect(Jobs const& jobs, Command::FLAG kind) const;
     void Append(wxMenu& menu, Offer const& offer, Command::FLAG kind);
     void AppendItems(wxMenu& menu, Offer const& offer, std::vector<String> const& items, Command::FLAG kind);
-    int AppendEntry(wxMenu& menu, String const& text, String const& help, Entry entry);
+    int AppendEntry(wxMenu& menu, String const& text, String const& help, Entry entry,
+                    Mark mark = Mark::None);
 
     IsRestricted const m_restricted;
     int const m_firstId;

@@ -144,6 +144,8 @@ public:
     int GetRowHeight() const;
     int GetHeaderHeight() const;
     int GetRowsPerPage() const;
+    // Between the edge of a cell and its text, at both sides.
+    int GetCellPadding() const;
     wxRect GetRowRect(int row) const;
 
     // --- A control that covers a cell and moves with it.

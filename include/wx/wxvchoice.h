@@ -13,4 +13,6 @@ public:
 
     // Drops the list down, once the control is on the screen.
     void Popup();
+    // The list is down: it has the focus then, not the control.
+    bool IsPopupShown() const;
 };

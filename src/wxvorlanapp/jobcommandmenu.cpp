@@ -153,19 +153,23 @@ void JobCommandMenu::AppendItems(wxMenu& menu, Offer const& offer, std::vector<S
         menu.AppendSubMenu(all.release(), MenuText(offer.command->GetLabel()), wxvText(offer.command->GetHelp()));
 }
 
-int JobCommandMenu::AppendEntry(wxMenu& menu, String const& text, String const& help, Entry entry) {
+int JobCommandMenu::AppendEntry(wxMenu& menu, String const& text, String const& help, Entry entry, Mark mark) {
     if (m_nextId > m_lastId) {
         if (!std::exchange(m_warned, true))
             LogWarning("The menu has no room for all commands of the selected Jobs.");
         return wxID_NONE;
     }
     int const id = m_nextId++;
-    menu.Append(id, MenuText(text), wxvText(help));
+    if (mark == Mark::None)
+        menu.Append(id, MenuText(text), wxvText(help));
+    else
+        menu.AppendCheckItem(id, MenuText(text), wxvText(help))->Check(mark == Mark::On);
     m_entries.emplace(id, std::move(entry));
     return id;
 }
 
-int JobCommandMenu::DoInsertCommand(wxMenu& menu, String const& label, String const& command, String const& help) {
+int JobCommandMenu::DoInsertCommand(wxMenu& menu, String const& label, String const& command, String const& help,
+                                    Mark mark) {
     if (label.Empty()) {
         if (menu.GetMenuItemCount() > 0 && !EndsWithSeparator(menu))
             menu.AppendSeparator();
@@ -173,7 +177,7 @@ int JobCommandMenu::DoInsertCommand(wxMenu& menu, String const& label, String co
     }
     bool const disabled = label.StartsWith(k_Disabled);
     String const shown = disabled ? label.Mid(sizeof(k_Disabled) - 1) : label;
-    int const id = AppendEntry(menu, shown, help, Entry{shown, command, {}, Command::FLAG{}, {}});
+    int const id = AppendEntry(menu, shown, help, Entry{shown, command, {}, Command::FLAG{}, {}}, mark);
     if (disabled && id != wxID_NONE)
         menu.Enable(id, false);
     return id;

@@ -152,6 +152,8 @@ TEST(JobCommandMenu, DoesWhatAnItemStandsFor) {
     EXPECT_TRUE(commands.ProcessCommand(602));
     EXPECT_EQ(commands.noted, "View[7]");
     EXPECT_FALSE(commands.ProcessCommand(603));
+    EXPECT_TRUE(menu.IsChecked(commands.DoInsertCommand(menu, "Group by Work", "", "", JobCommandMenu::Mark::On)));
+    EXPECT_FALSE(menu.IsChecked(commands.DoInsertCommand(menu, "By Engine", "", "", JobCommandMenu::Mark::Off)));
     commands.Clear();
     EXPECT_FALSE(commands.ProcessCommand(602));
 }

@@ -39,6 +39,7 @@ wxvChoice::wxvChoice(wxWindow* parent, wxWindowID id, wxArrayString const& choic
 }
 
 void wxvChoice::Popup() { PopUpNativeList(*this); }
+bool wxvChoice::IsPopupShown() const { return IsNativeListUp(*this); }
 
 wxvComboBox::wxvComboBox(wxWindow* parent, wxWindowID id, wxString const& value, wxArrayString const& choices,
                          long style)

@@ -186,28 +186,36 @@ bool TextLineInput::HandleMoveKey(int key) {
     int left = layout.left;
     switch (key) {
     case WXK_UP:
+    case WXK_NUMPAD_UP:
         to = from - 1;
         break;
     case WXK_DOWN:
+    case WXK_NUMPAD_DOWN:
         to = from + 1;
         break;
     case WXK_PAGEUP:
+    case WXK_NUMPAD_PAGEUP:
         to = from - page;
         break;
     case WXK_PAGEDOWN:
+    case WXK_NUMPAD_PAGEDOWN:
         to = from + page;
         break;
     case WXK_HOME:
+    case WXK_NUMPAD_HOME:
         to = 0;
         left = 0;
         break;
     case WXK_END:
+    case WXK_NUMPAD_END:
         to = count - 1;
         break;
     case WXK_LEFT:
+    case WXK_NUMPAD_LEFT:
         left -= m_display.FromDIP(k_StepWidth);
         break;
     case WXK_RIGHT:
+    case WXK_NUMPAD_RIGHT:
         left += m_display.FromDIP(k_StepWidth);
         break;
     default:

@@ -166,6 +166,7 @@ int wxDBListCtrl::ColumnAt(wxPoint const& point) const { return m_state->layout.
 int wxDBListCtrl::GetRowHeight() const { return m_state->layout.Metrics().rowHeight; }
 int wxDBListCtrl::GetHeaderHeight() const { return m_state->layout.Metrics().headerHeight; }
 int wxDBListCtrl::GetRowsPerPage() const { return m_state->layout.RowsPerPage(); }
+int wxDBListCtrl::GetCellPadding() const { return m_state->layout.Metrics().padding; }
 
 wxRect wxDBListCtrl::GetTextRect(int row, int column) const {
     return m_painter->TextRect(row, column, GetCellRect(row, column));

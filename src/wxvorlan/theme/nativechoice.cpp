@@ -22,6 +22,13 @@ void PopUpNativeList(wxWindow& choice) {
         gtk_combo_box_popup(GTK_COMBO_BOX(widget));
 }
 
+bool IsNativeListUp(wxWindow const& choice) {
+    gboolean shown = FALSE;
+    if (GtkWidget* const widget = choice.GetHandle(); widget && GTK_IS_COMBO_BOX(widget))
+        g_object_get(widget, "popup-shown", &shown, nullptr);
+    return shown != FALSE;
+}
+
 void LeaveWheelToParent(wxWindow& choice) {
     if (GtkWidget* const widget = choice.GetHandle())
         g_signal_connect(widget, "scroll-event", G_CALLBACK(PassOn), nullptr);
@@ -30,6 +37,7 @@ void LeaveWheelToParent(wxWindow& choice) {
 #else
 
 void PopUpNativeList(wxWindow&) {}
+bool IsNativeListUp(wxWindow const&) { return false; }
 void LeaveWheelToParent(wxWindow&) {}
 
 #endif

@@ -5,6 +5,7 @@ class wxWindow;
 
 // Drops the list of a wxChoice or wxComboBox down.
 void PopUpNativeList(wxWindow& choice);
+bool IsNativeListUp(wxWindow const& choice);
 
 // The mouse wheel over the control goes to the window around it.
 void LeaveWheelToParent(wxWindow& choice);
