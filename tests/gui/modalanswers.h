@@ -6,10 +6,9 @@
 #include <vector>
 #include <wx/dialog.h>
 #include <wx/modalhook.h>
-#include <wx/msgdlg.h>
-#include <wx/stattext.h>
-#include <wx/textdlg.h>
+#include <wx/wxvmessagedlg.h>
 #include <wx/wxvtext.h>
+#include <wx/wxvtextentry.h>
 
 namespace vorlan {
 
@@ -29,13 +28,10 @@ public:
 protected:
     int Enter(wxDialog* dialog) override {
         String seen = wxvString(dialog->GetTitle());
-        if (auto* const box = dynamic_cast<wxMessageDialog*>(dialog))
+        if (auto* const box = dynamic_cast<wxvMessageDlg*>(dialog))
             seen += ": " + wxvString(box->GetMessage());
-        if (auto* const field = dynamic_cast<wxTextEntryDialog*>(dialog)) {
-            for (wxWindow* const child : field->GetChildren()) {
-                if (auto* const label = dynamic_cast<wxStaticText*>(child))
-                    seen += ": " + wxvString(label->GetLabel());
-            }
+        if (auto* const field = dynamic_cast<wxvTextEntryDlg*>(dialog)) {
+            seen += ": " + wxvString(field->GetMessage());
             field->SetValue(typed);
         }
         m_seen.push_back(seen);

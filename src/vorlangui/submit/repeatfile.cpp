@@ -10,9 +10,10 @@
 #include <vorlan/keys.h>
 #include <vorlan/parameter.h>
 #include <vorlan/product.h>
+#include <wx/app.h>
 #include <wx/ctrlsub.h>
 #include <wx/intl.h>
-#include <wx/msgdlg.h>
+#include <wx/wxvmessagedlg.h>
 #include <wx/wxvtext.h>
 
 namespace vorlan {
@@ -50,7 +51,7 @@ void ReportBadRepeat(Exception const& exception, UID const& product) {
         text += _("an error has occurred. Check the History.log file for more information.");
     text += _("\n\nPlease check with your system administrator to verify that the");
     text += _("Vorlan Modules have been configured correctly.");
-    wxMessageBox(text, _("Bad Repeat"), wxOK | wxICON_ERROR);
+    wxvMessageDlg::Tell(wxTheApp->GetTopWindow(), _("Bad Repeat"), text, MessageKind::Error);
 }
 
 } // namespace

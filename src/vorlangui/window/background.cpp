@@ -7,7 +7,7 @@
 #include <exception>
 #include <wx/app.h>
 #include <wx/intl.h>
-#include <wx/msgdlg.h>
+#include <wx/wxvmessagedlg.h>
 #include <wx/wxvtext.h>
 
 namespace vorlan {
@@ -21,7 +21,7 @@ void OnGuiThread(std::function<void(MainWindow&)> call) {
 
 void ShowError(wxString const& title, String const& text) {
     LogWarning(text);
-    wxMessageBox(wxvText(text), title, wxOK | wxCENTRE | wxICON_ERROR, MainWindow::Get());
+    wxvMessageDlg::Tell(MainWindow::Get(), title, wxvText(text), MessageKind::Error);
 }
 
 void InBackground(wxString const& title, std::function<void()> work, std::function<void(MainWindow&)> done) {

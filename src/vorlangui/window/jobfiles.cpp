@@ -11,7 +11,7 @@
 #include <vorlan/jobfile.h>
 #include <vorlan/messages.h>
 #include <wx/intl.h>
-#include <wx/msgdlg.h>
+#include <wx/wxvmessagedlg.h>
 #include <wx/wxvtext.h>
 
 namespace vorlan {
@@ -76,10 +76,8 @@ void MainWindow::TakeJobs(corekit::vector<boost::shared_ptr<Job>> const& jobs, b
     if (jobs.empty())
         return;
     if (!immediate) {
-        wxMessageDialog question(this, wxPLURAL("Submit this Job?", "Submit these Jobs?", jobs.size()), _("Submit"),
-                                 wxOK | wxCANCEL | wxICON_QUESTION);
-        question.SetExtendedMessage(NamesOf(jobs));
-        question.SetOKCancelLabels(_("Submit"), _("Cancel"));
+        wxvMessageDlg question(this, _("Submit"), wxPLURAL("Submit this Job?", "Submit these Jobs?", jobs.size()),
+                               MessageKind::Question, NamesOf(jobs), _("Submit"));
         if (question.ShowModal() != wxID_OK)
             return;
     }

@@ -12,6 +12,7 @@
 #include <vorlan/services.h>
 #include <wx/dirdlg.h>
 #include <wx/intl.h>
+#include <wx/utils.h>
 #include <wx/wxconfirmdlg.h>
 #include <wx/wxvtext.h>
 
@@ -179,7 +180,7 @@ void MainWindow::OnInstallScript(wxCommandEvent& event) {
         wxDirDialog dialog(
             this,
             wxString::Format(_("Where does %s keep its scripts? Usually: %s"), script->application, script->usually),
-            wxString(), wxDD_DEFAULT_STYLE | wxDD_DIR_MUST_EXIST);
+            wxGetHomeDir(), wxDD_DEFAULT_STYLE | wxDD_DIR_MUST_EXIST);
         if (dialog.ShowModal() != wxID_OK)
             return;
         target = Path(wxvString(dialog.GetPath()));

@@ -11,10 +11,10 @@
 #include <vorlan/keys.h>
 #include <vorlan/messages.h>
 #include <wx/intl.h>
-#include <wx/msgdlg.h>
-#include <wx/textdlg.h>
 #include <wx/wxconfirmdlg.h>
+#include <wx/wxvmessagedlg.h>
 #include <wx/wxvtext.h>
+#include <wx/wxvtextentry.h>
 
 namespace vorlan {
 
@@ -31,11 +31,10 @@ bool KnowsPassword(wxWindow* parent) {
     unsigned const wanted = MasterPassword();
     if (wanted == 0)
         return true;
-    wxString const typed =
-        wxGetPasswordFromUser(_("Enter administrator password"), _("Administrator"), wxString(), parent);
+    wxString const typed = wxvGetPasswordFromUser(_("Enter administrator password"), _("Administrator"), parent);
     if (PasswordValue(wxvString(typed)) == wanted)
         return true;
-    wxMessageBox(_("Incorrect password"), _("Administrator"), wxOK | wxCENTRE, parent);
+    wxvMessageDlg::Tell(parent, _("Administrator"), _("Incorrect password"), MessageKind::Error);
     return false;
 }
 
@@ -58,8 +57,8 @@ void MainWindow::OnViewMasterLogs(wxCommandEvent& event) {
     boost::shared_ptr<MasterInfoMsg> const master = Outside::Get().MasterInfo();
     UID const log = !master ? UID::Null : dispatch ? master->dispatchLog : master->historyLog;
     if (log.IsNull()) {
-        wxMessageBox(_("The Master has not shared the ID for accessing ") + title, _("Log Files"),
-                     wxOK | wxCENTRE | wxICON_INFORMATION, this);
+        wxvMessageDlg::Tell(this, _("Log Files"), _("The Master has not shared the ID for accessing ") + title,
+                            MessageKind::Information);
         return;
     }
     (new LogFrame(this, title, log))->Show();

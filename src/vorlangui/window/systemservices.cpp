@@ -18,9 +18,9 @@
 #include <vorlan/components.h>
 #include <vorlan/vorlanapp.h>
 #include <wx/intl.h>
-#include <wx/textdlg.h>
 #include <wx/wxconfirmdlg.h>
 #include <wx/wxvtext.h>
+#include <wx/wxvtextentry.h>
 
 namespace vorlan {
 
@@ -104,7 +104,7 @@ std::optional<String> AskPassword() {
     std::future<std::optional<String>> future = answer->get_future();
     OnGuiThread([answer](MainWindow& window) {
         wxString const typed =
-            wxGetPasswordFromUser(_("Supply the password for this account"), _("Install Service"), wxString(), &window);
+            wxvGetPasswordFromUser(_("Supply the password for this account"), _("Install Service"), &window);
         answer->set_value(typed.empty() ? std::nullopt : std::optional(wxvString(typed)));
     });
     // The end of the program does not wait for it.
