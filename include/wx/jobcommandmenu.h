@@ -87,8 +87,7 @@ private:
     std::vector<Offer> Collect(Jobs const& jobs, Command::FLAG kind) const;
     void Append(wxMenu& menu, Offer const& offer, Command::FLAG kind);
     void AppendItems(wxMenu& menu, Offer const& offer, std::vector<String> const& items, Command::FLAG kind);
-    int AppendEntry(wxMenu& menu, String const& text, String const& help, Entry entry,
-                    Mark mark = Mark::None);
+    int AppendEntry(wxMenu& menu, String const& text, String const& help, Entry entry, Mark mark = Mark::None);
 
     IsRestricted const m_restricted;
     int const m_firstId;

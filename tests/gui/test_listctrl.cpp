@@ -1,22 +1,17 @@
 // The lists: columns, sort, selection, and how they keep in step with the data.
 #include "guitest.h"
 
+#include "lists/columnmenu.h"
 #include "lists/enginelistctrl.h"
 #include "lists/joblistctrl.h"
 #include "lists/worklistctrl.h"
-#include "model/enginelist.h"
-#include "model/joblist.h"
 
 #include <atomic>
-#include <boost/make_shared.hpp>
-#include <corekit/sformat.h>
 #include <gmock/gmock.h>
-#include <vorlan/failures.h>
 #include <vorlan/keys.h>
-#include <wx/frame.h>
 #include <wx/listctrl.h>
+#include <wx/menu.h>
 #include <wx/notebook.h>
-#include <wx/sizer.h>
 #include <wx/wxtimed.h>
 
 namespace vorlan {
@@ -45,17 +40,33 @@ protected:
         return *list;
     }
 
-    static UID AddJob(String const& name, int priority = 50, int status = Queued) {
-        auto const job = boost::make_shared<Job>(UID::FromName(name));
-        job->SetName(name);
-        job->SetStatus(status);
+    static void AddJobs(unsigned count) {
+        for (unsigned i = 0; i < count; ++i)
+            AddJob(SFormat("job %05u", i), static_cast<int>(i % 7));
+    }
+    static UID AddJob(String const& name, int priority) {
+        auto const job = NewJob(name.c_str());
         job->SetParameter(p_Priority, String::From(priority));
         JobList::Get().InsertJob(job);
         return job->id;
     }
-    static void AddJobs(unsigned count) {
-        for (unsigned i = 0; i < count; ++i)
-            AddJob(SFormat("job %05u", i), static_cast<int>(i % 7));
+    // Runs what `look` does with a list that is made now and gone afterwards.
+    void WithList(std::function<void(_JobListCtrl&)> const& look) {
+        auto& list = Add<>();
+        look(list);
+        list.Destroy();
+        Pump();
+    }
+    // A page of the book, with a list on it.
+    _JobListCtrl& AddPage(wxNotebook* book, int position) {
+        auto* const page = new wxPanel(book);
+        book->AddPage(page, std::to_string(position));
+        return Add<>(page, position);
+    }
+    wxNotebook* AddBook() {
+        auto* const book = new wxNotebook(m_frame, wxID_ANY);
+        m_frame->GetSizer()->Add(book, wxSizerFlags(1).Expand());
+        return book;
     }
     static void Tick() { wxTimed::s_Timer0250.Emit(); }
 
@@ -102,43 +113,37 @@ TEST_F(ListCtrlTest, ColumnsComeBackFromTheOptions) {
     };
     for (auto const& test : cases) {
         Options().SetValue(k_Section, "AllColumns", test.saved);
-        auto& list = Add<>();
-        EXPECT_EQ(Columns(list), test.columns) << test.saved;
-        EXPECT_EQ(list.GetColumnCustom(list.GetColumnCount() - 1), test.custom) << test.saved;
-        list.SaveColumnInfo();
-        list.RemoveAllColumns();
-        list.LoadColumnInfo();
-        EXPECT_EQ(Columns(list), test.columns) << "saved again: " << test.saved;
-        list.Destroy();
-        Pump();
+        WithList([&](_JobListCtrl& list) {
+            EXPECT_EQ(Columns(list), test.columns) << test.saved;
+            EXPECT_EQ(list.GetColumnCustom(list.GetColumnCount() - 1), test.custom) << test.saved;
+            list.SaveColumnInfo();
+            list.RemoveAllColumns();
+            list.LoadColumnInfo();
+            EXPECT_EQ(Columns(list), test.columns) << "saved again: " << test.saved;
+        });
     }
     for (char const* const saved : {"", "x", ";;;", "\"", "`"}) {
         Options().SetValue(k_Section, "AllColumns", saved);
-        auto& list = Add<>();
-        EXPECT_EQ(list.GetColumnCount(), 10) << "the default ones in place of " << saved;
-        EXPECT_EQ(list.GetSortColumn(), 0);
-        EXPECT_EQ(list.GetSecondSortColumn(), -1);
-        list.Destroy();
-        Pump();
+        WithList([&](_JobListCtrl& list) {
+            EXPECT_EQ(list.GetColumnCount(), 10) << "the default ones in place of " << saved;
+            EXPECT_EQ(list.GetSortColumn(), 0);
+            EXPECT_EQ(list.GetSecondSortColumn(), -1);
+        });
     }
 }
 
 TEST_F(ListCtrlTest, SortColumnsAreReadFromTheCurrentSection) {
     struct {
-        int first;
-        int second;
-        int expectedFirst;
-        int expectedSecond;
+        int first, second, expectedFirst, expectedSecond;
     } const cases[] = {{2, 4, 2, 4}, {2, 2, 2, -1}, {10, 3, 0, 3}, {-1, 99, 0, -1}, {3, -1, 3, -1}};
     for (auto const& test : cases) {
         Options().SetSection("elsewhere");
         Options().SetValue("elsewhere", "SortCol", test.first);
         Options().SetValue("elsewhere", "Sort2Col", test.second);
-        auto& list = Add<>();
-        EXPECT_EQ(list.GetSortColumn(), test.expectedFirst) << test.first << " " << test.second;
-        EXPECT_EQ(list.GetSecondSortColumn(), test.expectedSecond) << test.first << " " << test.second;
-        list.Destroy();
-        Pump();
+        WithList([&](_JobListCtrl& list) {
+            EXPECT_EQ(list.GetSortColumn(), test.expectedFirst) << test.first << " " << test.second;
+            EXPECT_EQ(list.GetSecondSortColumn(), test.expectedSecond) << test.first << " " << test.second;
+        });
     }
 }
 
@@ -153,8 +158,7 @@ TEST_F(ListCtrlTest, AClickSortsAndTheFormerColumnComesSecond) {
     struct {
         int column;
         char const* names;
-        int first;
-        int second;
+        int first, second;
     } const clicks[] = {
         {k_Name, "c b a", k_Name, -1},
         {k_Priority, "c b a", k_Priority, k_Name},
@@ -179,6 +183,54 @@ TEST_F(ListCtrlTest, AClickSortsAndTheFormerColumnComesSecond) {
     list.SetDefaultColumns();
     EXPECT_EQ(list.GetColumnCount(), 10);
     EXPECT_EQ(list.GetSortColumn(), 0);
+}
+
+TEST_F(ListCtrlTest, TheMenuOfAHeaderShowsHidesAndMovesColumns) {
+    AddJob("b", 1);
+    AddJob("a", 2);
+    Options().SetValue(k_Section, "AllColumns", "Name,100,1,0,;Status,80,0,4,;Priority,80,1,2,");
+    auto& list = Add<>();
+    constexpr int k_Pool = k_IdColumnFirstType + int{JobColumns::Pool};
+    constexpr int k_Priority = k_IdColumnFirstType + int{JobColumns::Priority};
+    // The numbers of the items that the first column does not offer.
+    char const* const atTheEdge = "16002 16001";
+    char const* const alone = "16002 16001 16003 16004 16006 16009";
+    struct {
+        int column, id;
+        char const* columns;
+        char const* off;
+    } const steps[] = {
+        {0, k_IdColumnRight, "Status:4:0 Name:0:1 Priority:2:1", atTheEdge},
+        {0, k_IdColumnFarRight, "Name:0:1 Priority:2:1 Status:4:0", atTheEdge},
+        {2, k_IdColumnLeft, "Name:0:1 Status:4:0 Priority:2:1", atTheEdge},
+        {2, k_IdColumnFarLeft, "Priority:2:1 Name:0:1 Status:4:0", atTheEdge},
+        {1, k_Pool, "Priority:2:1 Pool:6:1 Name:0:1 Status:4:0", atTheEdge},
+        {-1, k_Pool + 1, "Priority:2:1 Pool:6:1 Name:0:1 Status:4:0 Creator:7:1", atTheEdge},
+        {0, k_Pool, "Priority:2:1 Name:0:1 Status:4:0 Creator:7:1", atTheEdge},
+        {1, k_IdColumnRemove, "Priority:2:1 Status:4:0 Creator:7:1", atTheEdge},
+        {2, k_IdColumnRemove, "Priority:2:1 Status:4:0", atTheEdge},
+        {1, k_IdColumnRemove, "Priority:2:1", alone},
+        {0, k_IdColumnRemove, "Priority:2:1", alone},
+        {0, k_Priority, "Priority:2:1", alone},
+        {0, k_IdColumnFirstType + 18, "Priority:2:1", alone},
+    };
+    for (auto const& step : steps) {
+        DoColumnCommand(list, step.column, step.id);
+        EXPECT_EQ(Columns(list), step.columns) << step.id;
+        wxMenu menu;
+        BuildViewColumnListMenu(menu, list, 0);
+        std::string off;
+        for (wxMenuItem const* item : menu.GetMenuItems()) {
+            if (item->GetId() > 0 && !item->IsEnabled())
+                off += (off.empty() ? "" : " ") + std::to_string(item->GetId());
+        }
+        EXPECT_EQ(off, step.off) << step.columns;
+    }
+    Tick();
+    EXPECT_EQ(Names(list), "b a") << "the column that it was sorted by has gone";
+    EXPECT_EQ(Columns(Add<>()), "Priority:2:1") << "as the options have it";
+    DoColumnCommand(list, 0, k_IdColumnDefaults);
+    EXPECT_EQ(list.GetColumnCount(), 10);
 }
 
 TEST_F(ListCtrlTest, ARebuildKeepsSelectionAnchorAndPlace) {
@@ -272,16 +324,11 @@ TEST_F(ListCtrlTest, FilterSlotsLeaveRowsOut) {
 
 // A list on a page at the back sleeps, and is fresh when its page comes to the front.
 TEST_F(ListCtrlTest, OnlyTheFrontPageIsAwake) {
-    auto* const outer = new wxNotebook(m_frame, wxID_ANY);
-    m_frame->GetSizer()->Add(outer, wxSizerFlags(1).Expand());
-    auto* const firstPage = new wxPanel(outer);
-    auto* const secondPage = new wxPanel(outer);
-    auto& first = Add<>(firstPage, 0);
-    auto& second = Add<>(secondPage, 1);
-    outer->AddPage(firstPage, "1");
-    outer->AddPage(secondPage, "2");
+    wxNotebook* const outer = AddBook();
+    auto& first = AddPage(outer, 0);
+    auto& second = AddPage(outer, 1);
     // A list that is a page itself counts with the book around its own.
-    auto* const inner = new wxNotebook(firstPage, wxID_ANY);
+    auto* const inner = new wxNotebook(outer->GetPage(0), wxID_ANY);
     auto& direct = Add<>(inner, 2);
     inner->AddPage(&direct, "3");
     auto& free = Add<>(m_frame, 3);
@@ -360,12 +407,9 @@ TEST_F(ListCtrlTest, AChangeDuringARebuildAtTheBackIsSeenInFront) {
     };
     constexpr int k_Rows = 6000;
     AddJobs(k_Rows);
-    auto* const book = new wxNotebook(m_frame, wxID_ANY);
-    m_frame->GetSizer()->Add(book, wxSizerFlags(1).Expand());
-    auto* const page = new wxPanel(book);
-    auto& list = Add<>(page);
-    book->AddPage(page, "1");
-    book->AddPage(new wxPanel(book), "2");
+    wxNotebook* const book = AddBook();
+    auto& list = AddPage(book, 0);
+    book->AddPage(new wxPanel(book), "1");
     m_frame->Layout();
     auto const isReady = [&list] { return !list.IsRebuilding(); };
     ASSERT_TRUE(PumpUntil(isReady));
@@ -386,7 +430,7 @@ TEST_F(ListCtrlTest, AChangeDuringARebuildAtTheBackIsSeenInFront) {
 }
 
 TEST_F(ListCtrlTest, RowsAndCellsOfWhatIsGoneAreBlank) {
-    UID const id = AddJob("job", 50, Finished);
+    UID const id = FarmTest::AddJob("job", Finished)->job->id;
     Failures::Add(id, UID::FromName("product"), UID::FromName("engine"), Time(1));
     auto& list = Add<>();
     list.PrepareToDraw(0);
@@ -406,10 +450,8 @@ TEST_F(ListCtrlTest, RowsAndCellsOfWhatIsGoneAreBlank) {
 }
 
 TEST_F(ListCtrlTest, EnginesAndWorkHaveListsOfTheirOwn) {
-    Engine engine(UID::FromName("engine"));
-    engine.SetName("node 1");
-    EngineList::Get().InsertEngine(engine);
-    UID const job = AddJob("job");
+    UID const engine = AddEngine("node 1");
+    UID const job = AddJob("job", 50);
     auto& engines = Add<_EngineListCtrl>();
     auto& work = Add<_WorkListCtrl>();
     EXPECT_EQ(engines.GetId(), 2500);
@@ -417,12 +459,7 @@ TEST_F(ListCtrlTest, EnginesAndWorkHaveListsOfTheirOwn) {
     EXPECT_EQ(Columns(engines), "Name:0:1 Uptime:1:1 Status:2:1 Errors:3:1 Platform:4:1 Note:5:1");
     EXPECT_EQ(Columns(work), "Work:0:1 Job:1:1 Elapsed:2:1 Engine:3:1 Pool:4:1 Note:5:1");
     EXPECT_EQ(engines.GetItemCount(), 1);
-    auto message = AssignedWorkMsg::New();
-    message->work = boost::make_shared<Job>(UID::FromName("unit"));
-    message->work->SetName("1-4");
-    message->work->parentID = job;
-    message->engine = engine.id;
-    AssignedWorkMsg::s_Signal.Emit(message);
+    Assign(Unit("1-4", job), engine);
     Tick();
     ASSERT_EQ(work.GetItemCount(), 1);
     work.PrepareToDraw(0);

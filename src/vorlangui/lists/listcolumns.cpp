@@ -54,7 +54,9 @@ void ListCtrlBase::OnColumnClick(wxListEvent& event) {
         return;
     SetSortColImage(column);
     SetHighlightColumn(column);
+    UID const anchor = GetRowID(GetLastSelect());
     DoSort();
+    SetLastSelect(GetRowOf(anchor));
 }
 
 void ListCtrlBase::OnColumnResized(wxListEvent&) {
@@ -62,13 +64,17 @@ void ListCtrlBase::OnColumnResized(wxListEvent&) {
     SaveColumnInfo();
 }
 
-// The sort stays with its columns when they move.
+// The sort stays with its columns when they move. Without one of them the next tick sorts
+// anew.
 void ListCtrlBase::OnColumnsChanged(std::vector<int> const& now) {
     auto const where = [&now](int column) {
         return column >= 0 && static_cast<size_t>(column) < now.size() ? now[static_cast<size_t>(column)] : column;
     };
+    bool const hadSecond = m_secondary >= 0;
     m_primary = where(m_primary);
     m_secondary = where(m_secondary);
+    if (m_primary < 0 || (hadSecond && m_secondary < 0))
+        SetDirty();
     if (m_primary < 0)
         m_primary = std::max(0, std::exchange(m_secondary, -1));
     if (GetColumnCount() > 0 && m_primary < GetColumnCount())
@@ -87,7 +93,7 @@ void ListCtrlBase::FitColumns() {
         int const fitting = GetColumnWidth(static_cast<size_t>(column));
         SetColumnWidth(column, std::clamp(fitting, former, std::max(former, FromDIP(k_MostFitted))), false);
     }
-    Redraw();
+    Refresh(false); // the header, too
 }
 
 SortBy ListCtrlBase::SortByColumn(int column) const {

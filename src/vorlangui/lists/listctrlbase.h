@@ -30,6 +30,8 @@ public:
     void LoadColumnInfo();
     void SaveColumnInfo() const;
     void SetDefaultColumns();
+    // Of a type of column that lists of this kind know; null: there is no such type.
+    virtual char const* ColumnTitle(int type) const = 0;
     String const& GetSection() const { return m_section; }
 
     // Those of the selection that have a row.
@@ -92,7 +94,7 @@ protected:
     ListContents& Contents() { return m_contents; }
     ListContents const& Contents() const { return m_contents; }
 
-    void DoShow() override;
+    void OnInView() override;
     void OnColumnsChanged(std::vector<int> const& now) override;
 
 private:

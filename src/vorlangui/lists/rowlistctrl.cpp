@@ -65,6 +65,12 @@ void RowListCtrl<Kind>::DefaultColumns() {
     }
 }
 
+template <class Kind>
+char const* RowListCtrl<Kind>::ColumnTitle(int type) const {
+    auto const* const column = Kind::Find(type);
+    return column ? column->title : nullptr;
+}
+
 // ------------------------------------------------------------------- rebuild
 
 template <class Kind>

@@ -35,6 +35,7 @@ public:
     // Rows are being made on the pool at this moment.
     bool IsRebuilding() const { return m_isRunning; }
 
+    char const* ColumnTitle(int type) const override;
     void PrepareToDraw(int row) override;
     String GetDisplayText(int row, int column) override;
     wxColour GetRowColor(int row) override;

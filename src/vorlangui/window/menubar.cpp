@@ -15,6 +15,7 @@
 #include "viewsarea.h"
 
 #include <corekit/callentry.h>
+#include <wx/listbase.h>
 #include <wx/menu.h>
 #include <wx/wupdlock.h>
 #include <wx/wxvtext.h>
@@ -40,6 +41,7 @@ void MainWindow::BindCommands() {
     Bind(wxEVT_MENU, &MainWindow::OnShowReport, this, k_IdShowReport);
     Bind(wxEVT_MENU_OPEN, &MainWindow::OnMenuOpen, this);
     Bind(wxEVT_MENU_CLOSE, &MainWindow::OnMenuClosed, this);
+    Bind(wxEVT_LIST_COL_RIGHT_CLICK, &MainWindow::OnRightClickCol, this);
     Bind(wxEVT_CLOSE_WINDOW, &MainWindow::OnClose, this);
     Bind(wxEVT_IDLE, &MainWindow::OnIdle, this);
     Bind(wxEVT_SYS_COLOUR_CHANGED, &MainWindow::OnSysColorChange, this);
