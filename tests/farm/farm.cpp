@@ -18,28 +18,6 @@ using namespace corekit;
 
 namespace {
 
-// What the kernel shows of a process, empty when it is gone.
-std::string ProcFile(pid_t pid, char const* name) {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/" + name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-bool HasVariable(std::string const& environment, std::string_view variable) {
-    for (size_t at = 0; at < environment.size();) {
-        size_t const end = std::min(environment.find('\0', at), environment.size());
-        if (std::string_view(environment).substr(at, end - at).starts_with(variable))
-            return true;
-        at = end + 1;
-    }
-    return false;
-}
-
-bool IsZombie(pid_t pid) {
-    std::string const stat = ProcFile(pid, "stat");
-    size_t const name = stat.rfind(')');
-    return name == std::string::npos || (name + 2 < stat.size() && stat[name + 2] == 'Z');
-}
-
 UniqueFd OpenFile(Path const& path, int flags) { return UniqueFd(::open(path.c_str(), flags | O_CLOEXEC, 0600)); }
 
 } // namespace
@@ -115,19 +93,7 @@ FarmFixture::~FarmFixture() {
                   << m_master.Log() << m_master.Output() << "\nThe Engine's log:\n"
                   << m_engine.Log() << m_engine.Output() << std::endl;
     }
-    KillAll();
-}
-
-void FarmFixture::KillAll() const {
-    EXPECT_TRUE(WaitUntil(
-        [&] {
-            auto const processes = Processes();
-            for (pid_t const pid : processes)
-                ::kill(pid, SIGKILL);
-            return processes.empty();
-        },
-        10'000))
-        << "processes of the test are still there";
+    EXPECT_TRUE(m_guard.End()) << "processes of the test are still there";
 }
 
 unsigned short FarmFixture::MasterPort() const { return MasterFinder::LocalPort(); }
@@ -241,23 +207,15 @@ void FarmFixture::ExpectEachFrameFinishedOnce(UID const& job, int frames) const 
 
 std::vector<pid_t> FarmFixture::Processes() const {
     std::vector<pid_t> pids;
-    std::string const variable = "VORLAN_HOME=" + Home().Str() + '\0';
-    for (auto const& entry : std::filesystem::directory_iterator("/proc")) {
-        auto const pid = static_cast<pid_t>(std::atoi(entry.path().filename().c_str()));
-        if (pid <= 0 || pid == ::getpid())
-            continue;
-        std::string const environment = ProcFile(pid, "environ");
-        if (HasVariable(environment + '\0', std::string_view(variable).substr(0, variable.size() - 1)) &&
-            !IsZombie(pid))
-            pids.push_back(pid);
-    }
+    for (auto const& [pid, name] : HomeProcesses(Home()))
+        pids.push_back(pid);
     return pids;
 }
 
 std::vector<pid_t> FarmFixture::UnitProcesses() const {
+    std::string const mark = '\0' + std::string(runner::k_MarkName) + "=";
     std::vector<pid_t> pids = Processes();
-    std::erase_if(
-        pids, [](pid_t pid) { return !HasVariable(ProcFile(pid, "environ"), std::string(runner::k_MarkName) + "="); });
+    std::erase_if(pids, [&](pid_t pid) { return EnvironmentOf(pid).find(mark) == std::string::npos; });
     return pids;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cli/farm.h"
+#include "corekit/homeprocesses.h"
 #include "corekit/sanitizerreports.h"
 #include "corekit/tempfolder.h"
 
@@ -51,7 +52,7 @@ private:
 };
 
 // The base of the tests with a farm. Everything that runs with the test's VORLAN_HOME is
-// dead after the test, whatever has happened.
+// dead after the test, whatever has happened, and also when the test program is killed.
 class FarmFixture : public testing::Test {
 protected:
     FarmFixture();
@@ -104,10 +105,9 @@ protected:
     String VorlanErrors() const;
 
 private:
-    void KillAll() const;
-
     corekit::SanitizerReports m_reports;
     corekit::TempFolder m_folder;
+    corekit::HomeGuard m_guard{m_folder.Folder()};
     corekit::EnvironmentValue m_home;
     Program m_master;
     Program m_engine;
