@@ -55,26 +55,24 @@ void Loader::SendInitial(Peer& peer) {
 void Loader::OnGetJobs(Peer& peer, GetJobInfoMsg const& message) {
     LoadTask task;
     task.what = LoadTask::What::Jobs;
-    task.all = message.all;
     task.wantObject = message.wantJob;
     task.wantHistory = message.wantHistory;
-    if (!task.all)
-        task.ids.assign(message.ids.begin(), message.ids.end());
-    if (peer.loads.size() > k_MaxAskedAtOnce)
-        return;
-    m_farm.peers.AddLoad(peer, std::move(task));
-    m_farm.out.TellLoadReady(peer.id);
+    AddTask(peer, std::move(task), message);
 }
 
 void Loader::OnGetEngines(Peer& peer, GetEngineInfoMsg const& message) {
     LoadTask task;
     task.what = LoadTask::What::Engines;
-    task.all = message.all;
     task.wantObject = message.wantEngine || message.wantState;
     task.wantHistory = message.wantHistory;
     task.wantOptions = message.wantOptions;
+    AddTask(peer, std::move(task), message);
+}
+
+void Loader::AddTask(Peer& peer, LoadTask task, FollowJobMsg const& objects) {
+    task.all = objects.all;
     if (!task.all)
-        task.ids.assign(message.ids.begin(), message.ids.end());
+        task.ids.assign(objects.ids.begin(), objects.ids.end());
     if (peer.loads.size() > k_MaxAskedAtOnce)
         return;
     m_farm.peers.AddLoad(peer, std::move(task));

@@ -29,6 +29,8 @@ public:
     static MessagePtr UnitMessage(Run const& run);
 
 private:
+    /// Takes it on for the `objects` asked for, unless the peer has too much asked for already.
+    void AddTask(Peer& peer, LoadTask task, FollowJobMsg const& objects);
     /// True when the task has come to its end.
     bool Go(LoadTask& task, size_t& bytesLeft, std::vector<MessagePtr>& out);
     bool NextJob(LoadTask& task, size_t& bytesLeft, std::vector<MessagePtr>& out);

@@ -77,7 +77,8 @@ void JobHistory::Data::Place(WorkRun const& run, bool fresh, size_t formerPlace)
     size_t const place = history.PlaceOf(run.FirstElementTime(), run.m_work);
     tries.insert(tries.begin() + static_cast<ptrdiff_t>(place), &run);
     unsigned const most = mostTries ? mostTries->second.Tries() : 0;
-    if (history.Tries() > most || (history.Tries() == most && SubRangeLess()(run.m_unit->first, mostTries->first)))
+    if (!mostTries || history.Tries() > most ||
+        (history.Tries() == most && SubRangeLess()(run.m_unit->first, mostTries->first)))
         mostTries = run.m_unit;
 }
 
