@@ -5,6 +5,7 @@
 #include "cli/exitcode.h"
 
 #include <boost/make_shared.hpp>
+#include <vorlan/jobtemplate.h>
 #include <vorlan/messages.h>
 #include <vorlan/product.h>
 #include <vorlan/productfile.h>
@@ -25,13 +26,12 @@ public:
     std::map<UID, boost::shared_ptr<Job>> jobs;
     std::map<UID, JobHistory> histories;
     std::vector<Engine> engines;
-    std::map<UID, String> pools;
     struct Unit {
         boost::shared_ptr<Job> work;
         UID engine;
     };
     std::vector<Unit> units;
-    std::map<UID, String> refuses;                  // ids of Jobs and work, and why
+    std::map<UID, String> refuses;                  // ids of Jobs, null for new ones, and why
     std::map<UID, corekit::vector<String>> outputs; // pieces, by work
     // What happens one after the other while a command waits.
     std::deque<std::function<void(FakeMaster&)>> later;
@@ -42,6 +42,13 @@ public:
     bool isThere = true;
 
     void Tell(boost::shared_ptr<Message> const& message) { m_queue.push_back(message); }
+    // A new message, for the caller to fill in.
+    template <class T>
+    T& Tell() {
+        auto const message = T::New();
+        Tell(message);
+        return *message;
+    }
     void Drop() { m_dropped = true; }
 
     template <class T>
@@ -86,9 +93,7 @@ public:
         auto ended = boost::make_shared<Job>(*job);
         ended->SetStatus(status);
         jobs[job->id] = ended;
-        auto message = FinishedJobMsg::New();
-        message->job = ended;
-        Tell(message);
+        Tell<FinishedJobMsg>().job = ended;
     }
 
     static boost::shared_ptr<Product> ShippedProduct(char const* file) {
@@ -105,8 +110,11 @@ public:
         std::string err;
     };
 
-    // Runs a command line as a person would.
-    Result Run(std::vector<std::string> const& arguments) {
+    // Runs a command line as a person would type it behind the program's name.
+    Result Run(String const& line) {
+        std::vector<std::string> arguments;
+        for (String const& word : SplitCommandLine(line))
+            arguments.push_back(word.Str());
         std::ostringstream out;
         std::ostringstream err;
         Terminal terminal(out, err);
@@ -131,12 +139,9 @@ private:
         ++connections;
         m_queue.clear();
         m_dropped = false;
-        for (char const* file : {"command.json", "povray.json"}) {
-            auto message = ProductMsg::New();
-            message->text = ProductToText(*ShippedProduct(file));
-            Tell(message);
-        }
-        Tell(LoadedMsg::New());
+        for (char const* file : {"command.json", "povray.json"})
+            Tell<ProductMsg>().text = ProductToText(*ShippedProduct(file));
+        Tell<LoadedMsg>();
         return std::make_unique<Link>(*this);
     }
 
@@ -163,100 +168,73 @@ private:
         if (message->Type() == GetEngineInfoMsg::s_Type)
             return SendEngines();
         if (message->Type() == GetPoolsMsg::s_Type)
-            return SendPools();
+            return static_cast<void>(Tell<PoolMsg>());
         commands.push_back(message);
         if (message->Type() == JobMsg::s_Type)
             Submit(static_cast<JobMsg const&>(*message).job);
         else if (message->Type() == JobParameterMsg::s_Type)
-            Refuse(static_cast<JobParameterMsg const&>(*message).job);
-        else if (message->Type() == DeleteJobMsg::s_Type)
-            Refuse(static_cast<DeleteJobMsg const&>(*message).job);
-        else if (message->Type() == StopWorkMsg::s_Type)
-            Refuse(static_cast<StopWorkMsg const&>(*message).work);
+            Refuses(static_cast<JobParameterMsg const&>(*message).job);
         else if (message->Type() == GetOutputMsg::s_Type)
             SendOutput(static_cast<GetOutputMsg const&>(*message));
     }
 
     void Submit(boost::shared_ptr<Job> const& job) {
-        for (auto const& [id, reason] : refuses) {
-            if (id.IsNull()) {
-                auto refused = RefusedMsg::New();
-                refused->id = job->id;
-                refused->reason = reason;
-                return Tell(refused);
-            }
-        }
-        jobs[job->id] = boost::make_shared<Job>(*job);
+        if (!Refuses(UID::Null, job->id))
+            jobs[job->id] = boost::make_shared<Job>(*job);
     }
 
-    void Refuse(UID const& id) {
+    bool Refuses(UID const& id) { return Refuses(id, id); }
+    bool Refuses(UID const& id, UID const& told) {
         auto const at = refuses.find(id);
         if (at == refuses.end())
-            return;
-        auto refused = RefusedMsg::New();
-        refused->id = id;
-        refused->reason = at->second;
-        Tell(refused);
+            return false;
+        auto& refused = Tell<RefusedMsg>();
+        refused.id = told;
+        refused.reason = at->second;
+        return true;
     }
 
     void SendJobs(GetJobInfoMsg const& request) {
-        Tell(StartJobInfoMsg::New());
+        Tell<StartJobInfoMsg>();
         for (auto const& [id, job] : jobs) {
             if (!request.all && !request.ids.contains(id))
                 continue;
             if (request.wantJob)
                 Tell(JobMsg::Create(boost::make_shared<Job>(*job)));
             if (request.wantHistory) {
-                auto history = JobHistoryMsg::New();
-                history->job = id;
-                history->history = histories[id];
-                Tell(history);
+                auto& history = Tell<JobHistoryMsg>();
+                history.job = id;
+                history.history = histories[id];
             }
         }
         for (Unit const& unit : units) {
             if (!request.wantJob || !(request.all || request.ids.contains(unit.work->parentID)))
                 continue;
-            auto started = StartedWorkMsg::New();
-            started->work = unit.work;
-            started->engine = unit.engine;
-            Tell(started);
+            auto& started = Tell<StartedWorkMsg>();
+            started.work = unit.work;
+            started.engine = unit.engine;
         }
-        Tell(EndJobInfoMsg::New());
+        Tell<EndJobInfoMsg>();
     }
 
     void SendEngines() {
-        Tell(StartEngineInfoMsg::New());
-        for (Engine const& engine : engines) {
-            auto message = EngineMsg::New();
-            message->engine = engine;
-            Tell(message);
-        }
-        Tell(EndEngineInfoMsg::New());
-    }
-
-    void SendPools() {
-        auto message = PoolMsg::New();
-        for (auto const& [id, name] : pools)
-            message->pools[id] = name;
-        Tell(message);
+        Tell<StartEngineInfoMsg>();
+        for (Engine const& engine : engines)
+            Tell<EngineMsg>().engine = engine;
+        Tell<EndEngineInfoMsg>();
     }
 
     void SendOutput(GetOutputMsg const& request) {
         auto const at = outputs.find(request.work);
-        auto last = OutputDataMsg::New();
-        last->request = request.request;
-        last->end = true;
-        if (at == outputs.end()) {
-            last->error = "The output is not there any more.";
-            return Tell(last);
+        for (String const& piece : at == outputs.end() ? corekit::vector<String>() : at->second) {
+            auto& data = Tell<OutputDataMsg>();
+            data.request = request.request;
+            data.data = piece;
         }
-        for (String const& piece : at->second) {
-            auto data = OutputDataMsg::New();
-            data->request = request.request;
-            data->data = piece;
-            Tell(data);
-        }
-        Tell(last);
+        auto& last = Tell<OutputDataMsg>();
+        last.request = request.request;
+        last.end = true;
+        last.error = at == outputs.end() ? "The output is not there any more." : "";
     }
 
     std::deque<boost::shared_ptr<Message>> m_queue;

@@ -2,6 +2,7 @@
 #include "cli/fakemaster.h"
 #include "cli/resolve.h"
 #include "cli/submission.h"
+#include "rows.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,64 +11,46 @@ namespace vorlan::cli {
 
 using testing::HasSubstr;
 
-namespace {
-
-UID Id(char const* text) {
-    UID id;
-    EXPECT_TRUE(UID::FromString(text, id)) << text;
-    return id;
-}
-
-corekit::vector<Candidate> Candidates() {
-    return {{Id("aaaa1111-0000-0000-0000-000000000001"), "Kitchen"},
-            {Id("aaaa2222-0000-0000-0000-000000000002"), "Garden"},
-            {Id("bbbb0000-0000-0000-0000-000000000003"), "Garden"},
-            {Id("cccc0000-0000-0000-0000-000000000004"), "aaaa1"},
-            {Id("dddd0000-0000-0000-0000-000000000005"), ""}};
-}
-
-} // namespace
-
 TEST(Resolve, FindsTheOneThatIsMeant) {
-    struct Case {
-        char const* text;
-        char const* id;    // null: an error
-        char const* error; // a part of it
+    corekit::vector<Candidate> candidates;
+    Rows<char const*, char const*> const known = {
+        {"aaaa1111-0000-0000-0000-000000000001", "Kitchen"}, {"aaaa2222-0000-0000-0000-000000000002", "Garden"},
+        {"bbbb0000-0000-0000-0000-000000000003", "Garden"},  {"cccc0000-0000-0000-0000-000000000004", "aaaa1"},
+        {"dddd0000-0000-0000-0000-000000000005", ""},
     };
-    for (Case const& one :
-         {Case{"Kitchen", "aaaa1111-0000-0000-0000-000000000001", ""},
-          Case{"kitchen", "aaaa1111-0000-0000-0000-000000000001", ""},
-          Case{"aaaa2", "aaaa2222-0000-0000-0000-000000000002", ""},
-          Case{"AAAA2222-0000", "aaaa2222-0000-0000-0000-000000000002", ""},
-          Case{"b", "bbbb0000-0000-0000-0000-000000000003", ""},
-          Case{"{bbbb0000-0000-0000-0000-000000000003}", "bbbb0000-0000-0000-0000-000000000003", ""},
-          // A name goes before the start of a UID.
-          Case{"aaaa1", "cccc0000-0000-0000-0000-000000000004", ""}, Case{"Garden", nullptr, "any of 2 Jobs"},
-          Case{"aaaa", nullptr, "any of 2 Jobs"}, Case{"Kitchn", nullptr, "Is \"Kitchen\" meant?"},
-          Case{"", nullptr, "There is no Job \"\""}, Case{"Bathroom", nullptr, "There is no Job \"Bathroom\"."},
-          Case{"eeee0000-0000-0000-0000-000000000009", nullptr, "There is no Job"}}) {
-        try {
-            UID const found = Resolve("Job", one.text, Candidates());
-            ASSERT_TRUE(one.id) << one.text;
-            EXPECT_EQ(found, Id(one.id)) << one.text;
-        } catch (CommandException const& exception) {
-            EXPECT_FALSE(one.id) << one.text;
-            EXPECT_EQ(exception.Exit(), ExitCode::Failed);
-            EXPECT_THAT(exception.Message().Str(), HasSubstr(one.error));
-        }
-    }
-}
-
-TEST(Resolve, NamesAFewOfMany) {
-    corekit::vector<Candidate> many;
+    for (auto const& [id, name] : known)
+        ASSERT_TRUE(UID::FromString(id, candidates.emplace_back(UID(), name).id));
     for (int i = 0; i < 100; ++i)
-        many.push_back({UID(true), "Same"});
-    try {
-        Resolve("Job", "same", many);
-        FAIL() << "one of many was taken";
-    } catch (CommandException const& exception) {
-        EXPECT_LT(exception.Message().size(), 600U);
-        EXPECT_THAT(exception.Message().Str(), HasSubstr("..."));
+        candidates.push_back({UID::FromName(String::From(i)), "Same"});
+
+    // A text and the place of what it names among the candidates, or what is said.
+    Rows<char const*, int, char const*> const cases = {
+        {"Kitchen", 0, ""},
+        {"kitchen", 0, ""},
+        {"aaaa2", 1, ""},
+        {"AAAA2222-0000", 1, ""},
+        {"bbbb0000-0000-0000-0000-000", 2, ""},
+        {"{bbbb0000-0000-0000-0000-000000000003}", 2, ""},
+        {"aaaa1", 3, ""}, // a name goes before the start of a UID
+        {"Garden", -1, "any of 2 Jobs"},
+        {"aaaa", -1, "any of 2 Jobs"},
+        {"same", -1, "..."}, // a few of many are named
+        {"Kitchn", -1, "Is \"Kitchen\" meant?"},
+        {"", -1, "There is no Job \"\""},
+        {"Bathroom", -1, "There is no Job \"Bathroom\"."},
+        {"eeee0000-0000-0000-0000-000000000009", -1, "There is no Job"},
+    };
+    for (auto const& [text, place, error] : cases) {
+        try {
+            UID const found = Resolve("Job", text, candidates);
+            ASSERT_GE(place, 0) << text;
+            EXPECT_EQ(found, candidates[static_cast<size_t>(place)].id) << text;
+        } catch (CommandException const& exception) {
+            EXPECT_LT(place, 0) << text;
+            EXPECT_EQ(exception.Exit(), ExitCode::Failed);
+            EXPECT_THAT(exception.Message().Str(), HasSubstr(error));
+            EXPECT_LT(exception.Message().size(), 600U);
+        }
     }
 }
 
@@ -84,68 +67,47 @@ protected:
 };
 
 TEST_F(Submission, PathsCountFromTheirFolder) {
-    struct Case {
-        char const* name;
-        char const* value;
-        char const* resolved;
+    Rows<char const*, char const*, char const*> const cases = {
+        {"SceneFile", "a.pov", "/jobs/shots/a.pov"},
+        {"SceneFile", "../b/./a.pov", "/jobs/b/a.pov"},
+        {"SceneFile", "\"with blank.pov\"", "/jobs/shots/with blank.pov"},
+        {"SceneFile", "/abs/a.pov", "/abs/a.pov"},
+        {"SceneFile", "C:\\scenes\\a.pov", "C:\\scenes\\a.pov"},
+        {"SceneFile", "$(Root)/a.pov", "$(Root)/a.pov"},
+        {"SceneFile", "nfs://host/a.pov", "nfs://host/a.pov"},
+        {"OutputFolder", "out/", "/jobs/shots/out"},
+        {"OutputFolder", ".", "/jobs/shots"},
+        {"LibraryPaths", "inc;/abs; ../x ", "/jobs/shots/inc;/abs;/jobs/x"},
+        {"OutputName", "../name", "../name"},
     };
-    for (Case const& one :
-         {Case{"SceneFile", "a.pov", "/jobs/shots/a.pov"}, Case{"SceneFile", "../b/./a.pov", "/jobs/b/a.pov"},
-          Case{"SceneFile", "\"with blank.pov\"", "/jobs/shots/with blank.pov"},
-          Case{"SceneFile", "/abs/a.pov", "/abs/a.pov"}, Case{"SceneFile", "C:\\scenes\\a.pov", "C:\\scenes\\a.pov"},
-          Case{"SceneFile", "$(Root)/a.pov", "$(Root)/a.pov"},
-          Case{"SceneFile", "nfs://host/a.pov", "nfs://host/a.pov"}, Case{"OutputFolder", "out/", "/jobs/shots/out"},
-          Case{"OutputFolder", ".", "/jobs/shots"},
-          Case{"LibraryPaths", "inc;/abs; ../x ", "/jobs/shots/inc;/abs;/jobs/x"},
-          Case{"OutputName", "../name", "../name"}}) {
-        m_job.Set(one.name, one.value);
+    for (auto const& [name, value, resolved] : cases) {
+        m_job.Set(name, value);
         ResolvePaths(m_job, *m_povray, "/jobs/shots");
-        EXPECT_EQ(m_job.Get(one.name, false), one.resolved) << one.value;
+        EXPECT_EQ(m_job.Get(name, false), resolved) << value;
     }
     EXPECT_FALSE(m_job.Has("Declare"));
 }
 
 TEST_F(Submission, SettingsAreTakenAsPeopleMeanThem) {
-    Set(*m_povray, "antialias=Adaptive");
-    EXPECT_EQ(m_job.Get("Antialias", false), "2");
-    Set(*m_povray, "Format=PNG");
-    EXPECT_EQ(m_job.Get("Format", false), "N");
-    Set(*m_povray, "SceneFile=x.pov");
-    EXPECT_EQ(m_job.Get("SceneFile", false), "/jobs/shots/x.pov");
-    Set(*m_command, "CommandLine=a=b c");
-    EXPECT_EQ(m_job.Get("CommandLine", false), "a=b c");
-
-    auto pools = PoolMsg::New();
+    Rows<Product const*, char const*, char const*, char const*> const cases = {
+        {m_povray.get(), "antialias=Adaptive", "Antialias", "2"},
+        {m_povray.get(), "Format=PNG", "Format", "N"},
+        {m_povray.get(), "SceneFile=x.pov", "SceneFile", "/jobs/shots/x.pov"},
+        {m_command.get(), "CommandLine=a=b c", "CommandLine", "a=b c"},
+    };
+    for (auto const& [product, setting, name, value] : cases) {
+        Set(*product, setting);
+        EXPECT_EQ(m_job.Get(name, false), value) << setting;
+    }
+    PoolMsg pools;
     UID const pool(true);
-    pools->pools[pool] = "Night";
-    m_view.Take(*pools);
+    pools.pools[pool] = "Night";
+    m_view.Take(pools);
     Set(*m_command, "Pool=night");
     EXPECT_EQ(m_job.Pool(), pool);
     EXPECT_THROW(Set(*m_command, "Pool=Day"), CommandException);
-}
-
-TEST_F(Submission, WhatIsWrongIsSaidBeforeItIsSent) {
-    auto const fails = [&](auto function, ExitCode code, char const* part) {
-        try {
-            function();
-            ADD_FAILURE() << "taken: " << part;
-        } catch (CommandException const& exception) {
-            EXPECT_EQ(exception.Exit(), code);
-            EXPECT_THAT(exception.Message().Str(), HasSubstr(part));
-        }
-    };
-    fails([&] { Set(*m_povray, "Widht=3"); }, ExitCode::Usage, "Is Width meant?");
-    fails([&] { ParseSetting("Width"); }, ExitCode::Usage, "Name=Value");
-    fails([&] { ParseSetting("=3"); }, ExitCode::Usage, "Name=Value");
-    fails([&] { SetOutputFolder(m_job, *m_command, "/out"); }, ExitCode::Usage, "no output folder");
-    m_job.Set(p_Range, "1-10");
-    fails([&] { CheckJob(m_job, *m_command); }, ExitCode::Usage, "--set CommandLine=");
-    m_job.Set("CommandLine", "true");
-    CheckJob(m_job, *m_command);
-    m_job.Set(p_Range, "1-x");
-    fails([&] { CheckJob(m_job, *m_command); }, ExitCode::Usage, "\"1-x\"");
-    SetOutputFolder(m_job, *m_povray, "/out");
-    EXPECT_EQ(m_job.Get("OutputFolder", false), "/out");
+    for (char const* bad : {"Widht=3", "Width", "=3"})
+        EXPECT_THROW(Set(*m_povray, bad), CommandException) << bad;
 }
 
 } // namespace vorlan::cli

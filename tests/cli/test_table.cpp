@@ -1,4 +1,5 @@
 #include "cli/table.h"
+#include "rows.h"
 
 #include <gtest/gtest.h>
 
@@ -7,28 +8,18 @@
 namespace vorlan::cli {
 
 TEST(DisplayWidth, CountsColumns) {
-    struct Case {
-        char const* text;
-        size_t columns;
-    };
-    for (Case const& one :
-         {Case{"", 0}, Case{"frame", 5}, Case{"Größe", 5}, Case{"片段", 4}, Case{"e\u0301", 1}, Case{"…", 1},
-          Case{"a\xff"
-               "b",
-               3}})
-        EXPECT_EQ(DisplayWidth(one.text), one.columns) << one.text;
+    Rows<char const*, size_t> const cases = {{"", 0},        {"frame", 5}, {"Größe", 5}, {"片段", 4},
+                                             {"e\u0301", 1}, {"…", 1},     {"a\xff!", 3}};
+    for (auto const& [text, columns] : cases)
+        EXPECT_EQ(DisplayWidth(text), columns) << text;
 }
 
 TEST(FitWidth, CutsBetweenCharacters) {
-    struct Case {
-        char const* text;
-        size_t width;
-        char const* fits;
-    };
-    for (Case const& one :
-         {Case{"orrery", 6, "orrery"}, Case{"orrery", 5, "orre…"}, Case{"片段片段", 6, "片段…"},
-          Case{"片段片段", 7, "片段片…"}, Case{"äöüß", 3, "äö…"}, Case{"abc", 0, "abc"}, Case{"abc", 1, "…"}})
-        EXPECT_EQ(FitWidth(one.text, one.width), one.fits);
+    Rows<char const*, size_t, char const*> const cases = {
+        {"orrery", 6, "orrery"}, {"orrery", 5, "orre…"}, {"片段片段", 6, "片段…"}, {"片段片段", 7, "片段片…"},
+        {"äöüß", 3, "äö…"},      {"abc", 0, "abc"},      {"abc", 1, "…"}};
+    for (auto const& [text, width, fits] : cases)
+        EXPECT_EQ(FitWidth(text, width), fits);
 }
 
 TEST(Printable, KeepsAJobFromDrivingTheTerminal) {
@@ -39,60 +30,40 @@ TEST(Printable, KeepsAJobFromDrivingTheTerminal) {
     EXPECT_EQ(Printable(String("a\0b", 3)), "a?b");
 }
 
-class TableLayout : public testing::Test {
-protected:
-    std::string Print(Table const& table) {
-        table.Print(m_terminal);
-        return m_out.str();
-    }
-    static Table Sample() {
-        Table table;
-        table.AddColumn("ID");
-        table.AddColumn("Name", Table::Align::Left, Table::Width::MayShrink);
-        table.AddColumn("Done", Table::Align::Right);
-        table.AddRow({"1", "Küche, Szene 片段", "7 %"});
-        table.AddRow({"12345678", Cell("b", Colour::Red), "100 %"});
-        return table;
-    }
-
-    std::ostringstream m_out;
-    std::ostringstream m_err;
-    Terminal m_terminal{m_out, m_err};
-};
-
-TEST_F(TableLayout, AlignsByColumnsNotBytes) {
-    EXPECT_EQ(Print(Sample()), "ID        Name                Done\n"
-                               "1         Küche, Szene 片段    7 %\n"
-                               "12345678  b                  100 %\n");
-}
-
-TEST_F(TableLayout, ShrinksOnlyWhatMay) {
-    m_terminal.width = 27;
-    EXPECT_EQ(Print(Sample()), "ID        Name         Done\n"
-                               "1         Küche, Sz…    7 %\n"
-                               "12345678  b           100 %\n");
-}
-
-TEST_F(TableLayout, StaysReadableOnANarrowTerminal) {
-    m_terminal.width = 5;
-    EXPECT_EQ(Print(Sample()), "ID        Name       Done\n"
-                               "1         Küche, …    7 %\n"
-                               "12345678  b         100 %\n");
-}
-
-TEST_F(TableLayout, ColoursOnlyWhereToldTo) {
-    EXPECT_EQ(Print(Sample()).find('\x1b'), std::string::npos);
-    m_out.str("");
-    m_terminal.colours = true;
-    EXPECT_NE(Print(Sample()).find("\x1b[31mb\x1b[0m"), std::string::npos);
-}
-
-TEST_F(TableLayout, ShortRowsAreFilled) {
+TEST(TableLayout, AlignsByColumnsAndShrinksWhatMay) {
+    // 0: as wide as it likes.
+    Rows<size_t, char const*> const cases = {
+        {0, "ID        Name                Done\n"
+            "1         Küche, Szene 片段    7 %\n"
+            "12345678  b                  100 %\n"
+            "x?y                               \n"},
+        {27, "ID        Name         Done\n"
+             "1         Küche, Sz…    7 %\n"
+             "12345678  b           100 %\n"
+             "x?y                        \n"},
+        {5, "ID        Name       Done\n"
+            "1         Küche, …    7 %\n"
+            "12345678  b         100 %\n"
+            "x?y                      \n"},
+    };
     Table table;
-    table.AddColumn("A");
-    table.AddColumn("B");
+    table.AddColumn("ID");
+    table.AddColumn("Name", Table::Align::Left, Table::Width::MayShrink);
+    table.AddColumn("Done", Table::Align::Right);
+    table.AddRow({"1", "Küche, Szene 片段", "7 %"});
+    table.AddRow({"12345678", Cell("b", Colour::Red), "100 %"});
     table.AddRow({"x\ny"});
-    EXPECT_EQ(Print(table), "A    B\nx?y  \n");
+    std::ostringstream out;
+    Terminal terminal(out, out);
+    for (auto const& [width, text] : cases) {
+        terminal.width = width;
+        out.str("");
+        table.Print(terminal);
+        EXPECT_EQ(out.str(), text) << width;
+    }
+    terminal.colours = true;
+    table.Print(terminal);
+    EXPECT_NE(out.str().find("\x1b[31mb\x1b[0m"), std::string::npos);
 }
 
 } // namespace vorlan::cli
