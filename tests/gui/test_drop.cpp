@@ -4,10 +4,8 @@
 
 #include "window/droptarget.h"
 
-#include <boost/make_shared.hpp>
 #include <corekit/file.h>
 #include <vorlan/jobfile.h>
-#include <vorlan/messages.h>
 #include <wx/arrstr.h>
 #include <wx/wxvtext.h>
 
@@ -19,17 +17,13 @@ protected:
         HasRunBefore();
         StartClient();
         outside.connected = true;
-        outside.TakeSteps();
     }
 
     wxString Write(char const* file, std::vector<char const*> const& jobs) {
         Path const path(m_folder.Folder() + "/" + file);
         JobFile out(path, false, false);
-        for (char const* name : jobs) {
-            auto const job = boost::make_shared<Job>(UID(true));
-            job->SetName(name);
-            out.AddJob(job);
-        }
+        for (char const* name : jobs)
+            out.AddJob(NewJob(name));
         out.SaveJobs();
         return wxvText(path.Text());
     }
@@ -94,6 +88,14 @@ TEST_F(DropTest, AsksFirstWhereThatIsWanted) {
     Drop({Write("one.vj", {"a", "b"}), Write("two.vj", {"c"})});
     ASSERT_TRUE(PumpUntil([this] { return SentNames().size() == 3; }));
     EXPECT_EQ(yes.Take(), (std::vector<String>{"Submit: Submit these Jobs?", "Submit: Submit this Job?"}));
+}
+
+TEST_F(DropTest, WhatTheMasterRefusesIsToldAtOnce) {
+    ModalAnswers answers(wxID_OK);
+    for (char const* reason : {"No such Product.", "No such Pool.", "No such Product."})
+        Gui().RequestHasFailed(UID(true), reason);
+    ASSERT_TRUE(PumpUntil([&] { return answers.Any(); }));
+    EXPECT_EQ(answers.Take(), std::vector<String>{"The Master refused a command: No such Pool.\nNo such Product."});
 }
 
 TEST_F(DropTest, ABrokenFileIsToldOfAndStopsNothing) {

@@ -6,6 +6,7 @@
 #include "model/enginelist.h"
 #include "model/joblist.h"
 #include "window/mainwindow.h"
+#include "window/refusals.h"
 
 #include <corekit/callentry.h>
 #include <corekit/threadpool.h>
@@ -73,6 +74,8 @@ size_t VorlanGui::GetAllEngines(EngineSet& engines) {
 }
 
 String VorlanGui::GetPoolName(UID const& pool) { return NameOfPool(pool); }
+
+void VorlanGui::RequestHasFailed(UID const&, String const& reason) { TellRefusal(reason); }
 
 void VorlanGui::UpdateStatusBar() {
     // An open menu shows its help there.

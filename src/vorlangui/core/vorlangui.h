@@ -43,6 +43,8 @@ public:
     // For people; a Pool, else an Engine, else the id as text. Any thread.
     String GetPoolName(UID const& pool) override;
     String GetClientName() override { return "VorlanGui"; }
+    // The user is told why.
+    void RequestHasFailed(UID const& id, String const& reason) override;
 
     void UpdateStatusBar() override;
 

@@ -8,6 +8,7 @@
 #include "messagepane.h"
 #include "mirror/options.h"
 #include "mirror/outside.h"
+#include "refusals.h"
 #include "selecttimer.h"
 #include "toolbar.h"
 #include "viewsarea.h"
@@ -256,8 +257,10 @@ void MainWindow::OnIdle(wxIdleEvent& event) {
     event.Skip();
     if (m_shown == k_ViewSearching)
         m_searching->SetRemark(wxvText(Outside::Get().LastFailure()));
+    ShowRefusals();
     s_Idle.Emit(event);
-    if (!m_timeout || !m_timeout->HasExpired(Time::CurrentTime()))
+    // It may have been entered by hand since.
+    if (!m_timeout || m_shown == k_ViewEngineMode || !m_timeout->HasExpired(Time::CurrentTime()))
         return;
     LogStatus("Idle timeout to Engine mode expired");
     wxCommandEvent nothing;

@@ -1,0 +1,65 @@
+#include "refusals.h"
+
+#include "mainwindow.h"
+
+#include <corekit/commonmutex.h>
+#include <corekit/containers.h>
+#include <wx/app.h>
+#include <wx/intl.h>
+#include <wx/wxvmessagedlg.h>
+#include <wx/wxvtext.h>
+
+namespace vorlan {
+
+namespace {
+
+constexpr size_t k_MostReasons = 8; // of one box
+
+struct Refusals {
+    CommonMutex mutex;
+    corekit::set<String> waiting; // guarded by mutex
+    bool isOpen = false;          // GUI thread only
+};
+
+Refusals& Gathered() {
+    static Refusals s_refusals;
+    return s_refusals;
+}
+
+String TakeReasons() {
+    Refusals& refusals = Gathered();
+    CommonMutex::Lock const lock(refusals.mutex);
+    String text;
+    for (String const& reason : std::exchange(refusals.waiting, {}))
+        text += (text.empty() ? "" : "\n") + reason;
+    return text;
+}
+
+} // namespace
+
+void TellRefusal(String const& reason) {
+    Refusals& refusals = Gathered();
+    {
+        CommonMutex::Lock const lock(refusals.mutex);
+        if (refusals.waiting.size() < k_MostReasons)
+            refusals.waiting.insert(reason);
+    }
+    wxWakeUpIdle();
+}
+
+void ShowRefusals() {
+    if (Gathered().isOpen)
+        return;
+    String const reasons = TakeReasons();
+    if (reasons.empty())
+        return;
+    Gathered().isOpen = true;
+    // Not within the idle time of others.
+    wxTheApp->CallAfter([reasons] {
+        if (MainWindow* const window = MainWindow::Get())
+            wxvMessageDlg::Tell(window, _("The Master refused a command"), wxvText(reasons), MessageKind::Error);
+        Gathered().isOpen = false;
+    });
+}
+
+} // namespace vorlan
