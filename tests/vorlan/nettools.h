@@ -15,7 +15,7 @@
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <openssl/ssl.h>
-#include <poll.h>
+#include <random>
 #include <sys/socket.h>
 #include <thread>
 
@@ -63,11 +63,7 @@ public:
             m_reasons.push_back(reason);
             ++closed;
         };
-        handlers.onDrained = [this](ConnectionPtr const& connection) {
-            ++drained;
-            if (onDrained)
-                onDrained(connection);
-        };
+        handlers.onDrained = onDrained;
         handlers.onFailed = [this](String const& reason) {
             std::lock_guard const lock(m_guard);
             m_reasons.push_back(reason);
@@ -83,22 +79,14 @@ public:
         std::lock_guard const lock(m_guard);
         return m_messages;
     }
-    std::vector<String> Reasons() {
-        std::lock_guard const lock(m_guard);
-        return m_reasons;
-    }
     bool HasReason(char const* part) {
-        for (String const& reason : Reasons()) {
-            if (reason.Contains(part))
-                return true;
-        }
-        return false;
+        std::lock_guard const lock(m_guard);
+        return std::any_of(m_reasons.begin(), m_reasons.end(), [&](String const& one) { return one.Contains(part); });
     }
 
     std::atomic<int> connected{0};
     std::atomic<int> closed{0};
     std::atomic<int> failed{0};
-    std::atomic<int> drained{0};
     std::atomic<size_t> messages{0};
     // Set before the start.
     std::function<void(ConnectionPtr const&, boost::shared_ptr<Message> const&)> onMessage;
@@ -122,28 +110,35 @@ inline String TextOf(boost::shared_ptr<Message> const& message) {
     return lines && !lines->lines.empty() ? lines->lines[0] : String();
 }
 
-inline PeerInfo Someone(PeerKind kind, String const& program) {
+// Bytes that hardly compress.
+inline std::string Noise(size_t bytes) {
+    static std::minstd_rand s_random(7);
+    std::string text(bytes, '\0');
+    for (char& c : text)
+        c = static_cast<char>(s_random() >> 8);
+    return text;
+}
+
+inline PeerInfo Someone(PeerKind kind, String const& program, String const& machine = "render07") {
     PeerInfo info;
     info.kind = kind;
-    info.machine = UID::FromName("machine");
+    info.machine = UID::FromName(machine);
     info.instance = UID(true);
-    info.machineName = "render07";
-    info.version = 30000;
+    info.machineName = machine;
+    info.version = 30100;
     info.program = program;
+    info.user = "ann";
     return info;
 }
 
-// A server and clients that share a key, on the loopback.
+// A server and clients that share a key, on the loopback. What handlers refer to must
+// outlive the ends that call them.
 class NetTest : public ::testing::Test {
 protected:
     std::unique_ptr<Server> MakeServer(End& end, unsigned short port = 0, Limits const& limits = {}) {
-        ServerOptions options;
-        options.port = port;
-        options.address = "127.0.0.1";
-        options.key = key;
+        ServerOptions options{
+            .port = port, .address = "127.0.0.1", .key = key, .machineDir = folder.Folder(), .limits = limits};
         options.self = Someone(PeerKind::Master, "VorlanMaster");
-        options.machineDir = folder.Folder();
-        options.limits = limits;
         auto server = std::make_unique<Server>(std::move(options), end.MakeHandlers());
         server->Start();
         return server;
@@ -163,8 +158,19 @@ protected:
         return client;
     }
 
+    // One of each, that hear each other.
+    void Connect() {
+        listening = MakeServer(server);
+        calling = MakeClient(client, listening->Port());
+        ASSERT_TRUE(WaitFor([&] { return client.connected == 1 && server.connected == 1; }));
+    }
+
     TempFolder folder;
     FarmKey key = FarmKey::Fresh();
+    End server;
+    End client;
+    std::unique_ptr<Server> listening;
+    std::unique_ptr<Client> calling;
 };
 
 // A peer of the test's own: a plain socket that can speak TLS, prove the key, and
@@ -180,7 +186,7 @@ public:
         address.sin_family = AF_INET;
         address.sin_port = htons(port);
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        m_connected = ::connect(m_fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        EXPECT_EQ(::connect(m_fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
     }
     ~RawPeer() {
         SSL_free(m_ssl);
@@ -191,7 +197,6 @@ public:
     RawPeer(RawPeer const&) = delete;
     RawPeer& operator=(RawPeer const&) = delete;
 
-    bool Connected() const { return m_connected; }
     void SendPlain(std::string_view bytes) {
         static_cast<void>(!::send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL));
     }
@@ -228,28 +233,22 @@ public:
         std::string out;
         handshake.Begin(out);
         Handshake::Step step = Handshake::Step::More;
-        for (Frame frame; step == Handshake::Step::More;) {
-            if (!Send(std::exchange(out, {})) || !Receive(frame))
-                return false;
+        for (Frame frame; step == Handshake::Step::More && Send(std::exchange(out, {})) && Receive(frame);)
             step = handshake.Take(frame, out);
-        }
         return step == Handshake::Step::Done;
     }
     // Reads until the other end closes; true when it did within the deadline.
     bool SeesEnd() {
         char buffer[4096];
-        for (;;) {
-            ssize_t const size = ::recv(m_fd, buffer, sizeof buffer, 0);
-            if (size == 0 || (size < 0 && errno == ECONNRESET))
-                return true;
-            if (size < 0)
-                return false;
-        }
+        ssize_t size;
+        do {
+            size = ::recv(m_fd, buffer, sizeof buffer, 0);
+        } while (size > 0);
+        return size == 0 || errno == ECONNRESET;
     }
 
 private:
     int const m_fd;
-    bool m_connected = false;
     SSL_CTX* m_context = nullptr;
     SSL* m_ssl = nullptr;
     FrameReader m_reader{1u << 20};

@@ -1,6 +1,7 @@
 #include <vorlan/discovery.h>
 
 #include "corekit/tempfolder.h"
+#include "rows.h"
 
 #include <vorlan/fwd.h>
 
@@ -33,9 +34,8 @@ TEST(Discovery, WhoSharesTheKeyAnswersAndNobodyElse) {
     EXPECT_TRUE(Discovery::Find(FarmKey(), {}, 100, TestGroup()).empty());
     // An end that is asked for is not waited out.
     auto const begin = std::chrono::steady_clock::now();
-    EXPECT_TRUE(Discovery::Find(
-                    FarmKey::Fresh(), [] { return true; }, 60'000, TestGroup())
-                    .empty());
+    auto const enough = [] { return true; };
+    EXPECT_TRUE(Discovery::Find(FarmKey::Fresh(), enough, 60'000, TestGroup()).empty());
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
 }
 
@@ -65,12 +65,7 @@ TEST(MasterFinder, ReadsTheConnectionFileEachTime) {
     MasterFinder::WritePortFile(41234);
     EXPECT_EQ(texts(), "127.0.0.1:41234");
 
-    struct Case {
-        char const* file;
-        char const* peers;
-        unsigned short listen;
-        size_t warnings;
-    } const cases[] = {
+    Rows<char const*, char const*, unsigned short, size_t> const cases = {
         {"[Master]\nPeer=alpha\n", "alpha:7466", 0, 0},
         {"[Master]\nPeer=alpha  beta:99 [::1]:5\nPort=8000\n", "alpha:8000 beta:99 [::1]:5", 8000, 0},
         {"[Master]\nPeer=localhost\n", "localhost:41234", 0, 0},
@@ -79,12 +74,12 @@ TEST(MasterFinder, ReadsTheConnectionFileEachTime) {
         {"[Master]\nPort=8000\n", "127.0.0.1:41234", 8000, 0},
         {"[Master]\nPeer=\nPort=0\n", "127.0.0.1:41234", 0, 0},
     };
-    for (Case const& test : cases) {
-        File::WriteWhole(File::GetConnectionFile(), test.file);
+    for (auto const& [file, peers, listen, warnings] : cases) {
+        File::WriteWhole(File::GetConnectionFile(), file);
         LogLines lines;
-        EXPECT_EQ(texts(), test.peers) << test.file;
-        EXPECT_EQ(lines.Get().size(), test.warnings) << test.file;
-        EXPECT_EQ(MasterFinder::ListenPort(), test.listen) << test.file;
+        EXPECT_EQ(texts(), peers) << file;
+        EXPECT_EQ(lines.Get().size(), warnings) << file;
+        EXPECT_EQ(MasterFinder::ListenPort(), listen) << file;
     }
 }
 

@@ -30,10 +30,7 @@ TEST(FarmKey, IsMadeOnceAndJoinedElsewhere) {
     EXPECT_EQ(made.Fingerprint().size(), 64u);
     EXPECT_EQ(ModeOf(FarmKey::FilePath(master.Folder())), 0600u);
     EXPECT_EQ(ModeOf(master / "certificate.pem"), 0600u);
-    FarmKey const again = FarmKey::LoadOrCreate(master.Folder());
-    EXPECT_EQ(again, made);
-    EXPECT_EQ(again.Text(), made.Text());
-    EXPECT_FALSE(again.IsJoined());
+    EXPECT_EQ(FarmKey::LoadOrCreate(master.Folder()), made);
 
     FarmKey::FromText("  " + made.Text() + "\n").Join(engine.Folder());
     FarmKey const joined = FarmKey::Load(engine.Folder());
@@ -68,8 +65,7 @@ TEST(FarmKey, OtherTextIsRefused) {
           String("vorlan2") + good.Mid(7), good.LeftLast("-") + "-", good + "-" + good.RightLast("-"),
           "vorlan1-" + String(64, '0'), good.Mid(0, 20) + "g" + good.Mid(21), String(100'000, 'a')})
         EXPECT_THROW(FarmKey::FromText(bad), ParseException) << bad.Mid(0, 200);
-    EXPECT_EQ(FarmKey::FromText(good.Upper().Mid(0, 0) + good).Text(), good);
-
+    EXPECT_EQ(FarmKey::FromText(good).Text(), good);
     File::WriteWhole(FarmKey::FilePath(folder.Folder()), "rubbish");
     try {
         FarmKey::Load(folder.Folder());

@@ -1,25 +1,14 @@
-#include <vorlan/net/frame.h>
-#include <vorlan/net/sendqueue.h>
+#include "nettools.h"
+#include "rows.h"
 
 #include <corekit/exception.h>
-#include <vorlan/fwd.h>
-
-#include <gtest/gtest.h>
-#include <random>
+#include <vorlan/net/sendqueue.h>
 
 namespace vorlan::net {
 
 namespace {
 
 UID const k_Type = UID::FromName("a type");
-
-std::string Noise(size_t bytes) {
-    std::minstd_rand random(7);
-    std::string text(bytes, '\0');
-    for (char& c : text)
-        c = static_cast<char>(random() >> 8);
-    return text;
-}
 
 std::string FrameOf(std::string_view body) {
     std::string bytes;
@@ -59,85 +48,39 @@ TEST(FrameReader, CutsAnyPiecesIntoTheSameFrames) {
     }
 }
 
-TEST(FrameReader, RefusesALongFrameByItsHeaderAlone) {
-    FrameReader reader(4096);
-    Frame frame;
-    Feed(reader, FrameOf(std::string(4096, 'x')));
-    EXPECT_TRUE(reader.Next(frame));
-    Feed(reader, std::string_view("\0\0\x10\x01", 4));
-    EXPECT_THROW(reader.Next(frame), NetException);
-}
-
-TEST(Parts, LongMessagesComeBackAsTheyWere) {
-    constexpr size_t k_Frame = 5000;
-    for (std::string const& body : {std::string(), std::string("x"), std::string(3'000'000, 'a'), Noise(6'000'000)}) {
-        std::string stream;
-        AppendParts(stream, k_Type, body, k_Frame, 10'000'000);
-        FrameReader reader(k_Frame);
-        PartAssembler parts(10'000'000);
-        // The same assembler takes one message after the other.
-        for (int round = 0; round < 2; ++round) {
-            int ended = 0;
-            for (size_t at = 0; at < stream.size(); at += 3000) {
-                Feed(reader, std::string_view(stream).substr(at, 3000));
-                for (Frame frame; reader.Next(frame);) {
-                    ASSERT_EQ(frame.type, k_PartType);
-                    if (parts.Take(frame.body)) {
-                        ++ended;
-                        EXPECT_EQ(parts.Type(), k_Type);
-                        EXPECT_TRUE(parts.Body() == body) << body.size();
-                    }
-                }
-            }
-            EXPECT_EQ(ended, 1) << body.size();
-            EXPECT_FALSE(parts.Busy());
-        }
-    }
-    std::string stream;
-    EXPECT_THROW(AppendParts(stream, k_Type, std::string(101, 'a'), k_Frame, 100), ArgumentException);
-}
-
 TEST(Parts, WhatIsNoRightPartIsRefused) {
     constexpr size_t k_Frame = 2000;
     constexpr size_t k_Limit = 100'000;
-    std::string const body = Noise(9000);
-    std::string stream;
-    AppendParts(stream, k_Type, body, k_Frame, k_Limit);
-    std::vector<std::string> good;
-    FrameReader reader(k_Frame);
-    Feed(reader, stream);
-    for (Frame frame; reader.Next(frame);)
-        good.emplace_back(frame.body);
+    auto const partsOf = [](std::string const& body) {
+        std::string stream;
+        AppendParts(stream, k_Type, body, k_Frame, k_Limit);
+        FrameReader reader(k_Frame);
+        Feed(reader, stream);
+        std::vector<std::string> parts;
+        for (Frame frame; reader.Next(frame);)
+            parts.emplace_back(frame.body);
+        return parts;
+    };
+    std::string over;
+    EXPECT_THROW(AppendParts(over, k_Type, std::string(k_Limit + 1, 'a'), k_Frame, k_Limit), ArgumentException);
+    std::vector<std::string> const good = partsOf(Noise(9000));
     ASSERT_GT(good.size(), 3u);
-
     auto const with = [&](size_t part, size_t offset, char value) {
         std::vector<std::string> parts = good;
         parts[part][offset] = value;
         return parts;
     };
-    std::vector<std::string> late(good.begin() + 1, good.end());
+    std::vector<std::string> const late(good.begin() + 1, good.end());
     std::vector<std::string> gap = good;
     gap.erase(gap.begin() + 1);
     std::vector<std::string> twice = good;
     twice.insert(twice.begin() + 1, good[1]);
     std::vector<std::string> more = good;
     more.back() += "more";
-    std::vector<std::string> bomb;
-    {
-        // A small message under the announcement of a smaller one.
-        std::string packed;
-        AppendParts(packed, k_Type, std::string(90'000, 'a'), k_Frame, k_Limit);
-        FrameReader inner(k_Frame);
-        Feed(inner, packed);
-        Frame frame;
-        ASSERT_TRUE(inner.Next(frame));
-        bomb.emplace_back(frame.body);
-        bomb[0].replace(UID::k_Size, 8, std::string("\0\0\0\0\0\0\0\x10", 8));
-    }
-    struct Case {
-        char const* name;
-        std::vector<std::string> parts;
-    } const cases[] = {
+    // A small message under the announcement of a smaller one.
+    std::vector<std::string> bomb = partsOf(std::string(90'000, 'a'));
+    bomb[0].replace(UID::k_Size, 8, std::string("\0\0\0\0\0\0\0\x10", 8));
+    Rows<char const*, std::vector<std::string>> const cases = {
         {"shorter than its header", {good[0].substr(0, k_PartHeader - 1)}},
         {"begins in the midst", late},
         {"one is missing", gap},
@@ -149,17 +92,15 @@ TEST(Parts, WhatIsNoRightPartIsRefused) {
         {"no compressed data", with(0, k_PartHeader, '\0')},
         {"bytes behind the end", more},
     };
-    for (Case const& test : cases) {
+    for (auto const& [name, sent] : cases) {
         PartAssembler parts(k_Limit);
         bool complete = false;
-        EXPECT_THROW(
-            {
-                for (std::string const& part : test.parts)
-                    complete = parts.Take(part);
-            },
-            NetException)
-            << test.name;
-        EXPECT_FALSE(complete) << test.name;
+        auto const takeAll = [&](std::vector<std::string> const& all) {
+            for (std::string const& part : all)
+                complete = parts.Take(part);
+        };
+        EXPECT_THROW(takeAll(sent), NetException) << name;
+        EXPECT_FALSE(complete) << name;
     }
 }
 

@@ -7,6 +7,8 @@
 #include <vorlan/keys.h>
 #include <vorlan/messenger.h>
 
+#include <numeric>
+
 namespace vorlan {
 
 namespace {
@@ -40,27 +42,28 @@ public:
     void OnStartup(VorlanAppStartupEvt& event) {
         ++started;
         wasSuccess = event.success;
-        if (disable)
-            event.commandLine->AddSwitch("DisableMessenger");
+        event.commandLine->AddSwitch("DisableMessenger");
         event.success = allow;
     }
     void OnCleanup(VorlanClientAppCleanupEvt&) { ++cleaned; }
 
-    bool disable = true;
     bool allow = true;
     bool wasSuccess = false;
     int started = 0;
     int cleaned = 0;
 };
 
-// The place of a virtual operation in the table, as this platform's compilers lay
-// out a pointer to it.
-template <class Method>
-ptrdiff_t SlotOf(Method method) {
-    ptrdiff_t words[2] = {};
-    static_assert(sizeof method == sizeof words);
-    std::memcpy(words, &method, sizeof words);
-    return (words[0] - 1) / static_cast<ptrdiff_t>(sizeof(void*));
+// The places of virtual operations in the table, as this platform's compilers lay
+// out a pointer to one.
+template <class... Methods>
+std::vector<ptrdiff_t> SlotsOf(Methods... methods) {
+    auto const slot = [](auto method) {
+        ptrdiff_t words[2] = {};
+        static_assert(sizeof method == sizeof words);
+        std::memcpy(words, &method, sizeof words);
+        return (words[0] - 1) / static_cast<ptrdiff_t>(sizeof(void*));
+    };
+    return {slot(methods)...};
 }
 
 } // namespace
@@ -116,41 +119,21 @@ TEST_F(VorlanAppTest, RunsUntilAShutdownMessage) {
 // Behind the two entries of the destructor.
 TEST_F(VorlanAppTest, TheOrderOfTheVirtualOperationsIsFixed) {
     using A = VorlanApp;
-    ptrdiff_t const slots[] = {SlotOf(&A::Startup),
-                               SlotOf(&A::Execute),
-                               SlotOf(&A::Cleanup),
-                               SlotOf(&A::OnException),
-                               SlotOf(&A::SetLogDir),
-                               SlotOf(&A::OnStatistics),
-                               SlotOf(&A::IsMasterComponentProcess),
-                               SlotOf(&A::IsTheMaster),
-                               SlotOf(&A::IsAMirror),
-                               SlotOf(&A::IsAnEngine),
-                               SlotOf(&A::GetJobByID),
-                               SlotOf(&A::GetEngineByID),
-                               SlotOf(&A::GetJobParameter),
-                               SlotOf(&A::GetJobParameters),
-                               SlotOf(&A::GetAllJobs),
-                               SlotOf(&A::GetAllEngines),
-                               SlotOf(&A::GetWorkParentID),
-                               SlotOf(&A::GetPoolName),
-                               SlotOf(&A::OnUnhandledMessage),
-                               SlotOf(&A::OptionsFilename),
-                               SlotOf(&A::SaveUpgradeInfo),
-                               SlotOf(&A::FinishUpgradeRestart),
-                               SlotOf(&A::GetClientName),
-                               SlotOf(&A::RequestHasFailed)};
-    ptrdiff_t expected = 2;
-    for (ptrdiff_t const slot : slots)
-        EXPECT_EQ(slot, expected++);
-    EXPECT_EQ(expected, 26);
+    auto const slots =
+        SlotsOf(&A::Startup, &A::Execute, &A::Cleanup, &A::OnException, &A::SetLogDir, &A::OnStatistics,
+                &A::IsMasterComponentProcess, &A::IsTheMaster, &A::IsAMirror, &A::IsAnEngine, &A::GetJobByID,
+                &A::GetEngineByID, &A::GetJobParameter, &A::GetJobParameters, &A::GetAllJobs, &A::GetAllEngines,
+                &A::GetWorkParentID, &A::GetPoolName, &A::OnUnhandledMessage, &A::OptionsFilename, &A::SaveUpgradeInfo,
+                &A::FinishUpgradeRestart, &A::GetClientName, &A::RequestHasFailed);
+    std::vector<ptrdiff_t> expected(24);
+    std::iota(expected.begin(), expected.end(), 2);
+    EXPECT_EQ(slots, expected);
 }
 
 TEST_F(VorlanAppTest, AListenerCanRefuseTheStart) {
     Follower follower;
     follower.allow = false;
-    App app;
-    EXPECT_EQ(app.Run(commandLine), 1);
+    EXPECT_EQ(App().Run(commandLine), 1);
     EXPECT_EQ(follower.cleaned, 1);
 }
 
