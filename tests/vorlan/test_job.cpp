@@ -1,4 +1,5 @@
 #include "corekit/tempfolder.h"
+#include "rows.h"
 
 #include <corekit/exception.h>
 #include <corekit/sformat.h>
@@ -8,7 +9,7 @@
 #include <vorlan/job.h>
 #include <vorlan/jobfactory.h>
 #include <vorlan/keys.h>
-#include <vorlan/product.h>
+#include <vorlan/productfile.h>
 
 #include <boost/make_shared.hpp>
 
@@ -22,43 +23,31 @@ namespace {
 /// Puts a Product into the factory for one test.
 class KnownProduct {
 public:
-    KnownProduct() : product(boost::make_shared<Product>("Paint", UID::FromName("paint"))) {
-        product->SetSummaryTemplate("$(Scene) [$(Range)] by $(Painter)");
-        product->NewParam(Parameter::t_Text).SetName("Scene");
-        MutableParameterInfo painter = product->NewParam(Parameter::t_Text);
-        painter.SetName("Painter");
-        painter.SetSetting(k_SettingDefault, "Vera");
-        MutableParameterInfo seed = product->NewParam(Parameter::t_Signed);
-        seed.SetName("Seed");
-        seed.SetFlags(Parameter::f_JobParameter | Parameter::f_NoParentUpdate);
-        product->ClearCache();
-        Publish();
-    }
+    KnownProduct() { Publish(); }
     ~KnownProduct() { JobFactory::s_JobFactory->RemoveProduct(product->Type()); }
     void Publish() { JobFactory::s_JobFactory->SetProduct(product); }
 
-    boost::shared_ptr<Product> product;
+    boost::shared_ptr<Product> product =
+        ProductFromText(R"json({"ID": "11111111-2222-3333-4444-555555555555", "Name": "Paint", "Class": "Sequence",
+            "Summary": "$(Scene) [$(Range)] by $(Painter)", "Parameters": [
+                {"Type": "Text", "Name": "Scene"}, {"Type": "Text", "Name": "Painter", "Default": "Vera"},
+                {"Type": "Signed Integer", "Name": "Seed", "Flags": ["Job Parameter", "No Parent Update"]}]})json");
 };
 
 TEST(VorlanObject, LosesNoUpdateOfConcurrentWriters) {
     constexpr int k_Writers = 3;
     constexpr int k_Values = 300;
     Job job(UID(true));
-    job.SetValues({{"PairA", "0"}, {"PairB", "0"}});
     std::atomic<bool> done{false};
     std::atomic<int> torn{0};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 2; ++i) {
-        threads.emplace_back([&] {
-            while (!done) {
-                VorlanObject::ReadingScope const reading(job);
-                String const a = job.GetParameterString("PairA");
-                std::this_thread::yield();
-                if (a != job.GetParameterString("PairB"))
-                    ++torn;
-            }
-        });
-    }
+    std::thread reader([&] {
+        while (!done) {
+            VorlanObject::ReadingScope const reading(job);
+            String const a = job.GetParameterString("PairA");
+            std::this_thread::yield();
+            torn += a != job.GetParameterString("PairB");
+        }
+    });
     std::vector<std::thread> writers;
     for (int writer = 0; writer < k_Writers; ++writer) {
         writers.emplace_back([&, writer] {
@@ -73,12 +62,11 @@ TEST(VorlanObject, LosesNoUpdateOfConcurrentWriters) {
     for (std::thread& thread : writers)
         thread.join();
     done = true;
-    for (std::thread& thread : threads)
-        thread.join();
+    reader.join();
     EXPECT_EQ(torn, 0);
-    for (int writer = 0; writer < k_Writers; ++writer) {
-        for (int i = 0; i < k_Values; ++i)
-            ASSERT_EQ(job.Get(SFormat("W%d-%d", writer, i), false), i % 3 == 0 ? String() : String::From(i));
+    for (int i = 0; i < k_Writers * k_Values; ++i) {
+        String const value = job.Get(SFormat("W%d-%d", i % k_Writers, i / k_Writers), false);
+        ASSERT_EQ(value, i / k_Writers % 3 == 0 ? String() : String::From(i / k_Writers));
     }
 }
 
@@ -88,12 +76,10 @@ TEST(VorlanObject, TellsWhetherAValueChanged) {
     EXPECT_FALSE(job.SetParameter("scene", "a"));
     EXPECT_TRUE(job.SetParameter("SCENE", ""));
     EXPECT_FALSE(job.SetParameter("Scene", ""));
-    String out = "before";
-    EXPECT_TRUE(job.GetParameter("Scene", out));
-    EXPECT_EQ(out, "");
+    EXPECT_TRUE(job.Has("Scene"));
     EXPECT_TRUE(job.Clear("Scene"));
     EXPECT_FALSE(job.Clear("Scene"));
-    EXPECT_FALSE(job.GetParameter("Scene", out));
+    EXPECT_FALSE(job.Has("Scene"));
 
     LogLines lines;
     EXPECT_FALSE(job.Set("", "x"));
@@ -162,14 +148,9 @@ TEST(VorlanObject, ReplacesTextInEveryValue) {
 }
 
 TEST(Job, ReadsTypedValuesFromAnyText) {
-    struct Case {
-        char const* text; // null: none
-        int status, priority, packetSize;
-        unsigned staggerCount;
-        float percent;
-    } const cases[] = {
+    // No text: no value.
+    Rows<char const*, int, int, int, unsigned, float> const cases = {
         {nullptr, 0, 50, 1, 0, 0},
-        {"", 0, 50, 1, 0, 0},
         {"no number", 0, 50, 1, 0, 0},
         {"7", 7, 7, 7, 7, 7},
         {"-1", -1, -1, 1, 0, 0},
@@ -177,28 +158,22 @@ TEST(Job, ReadsTypedValuesFromAnyText) {
         {"-99999999999", -2147483647 - 1, -2147483647 - 1, 1, 0, 0},
         {"nan", 0, 50, 1, 0, 0},
     };
-    for (Case const& test : cases) {
+    for (auto const& [text, status, priority, packetSize, staggerCount, percent] : cases) {
         Job job;
         for (char const* name : {p_Status, p_Priority, p_PacketSize, p_StaggerCount, p_PercentDone, p_Type}) {
-            if (test.text)
-                job.Set(name, test.text);
+            if (text)
+                job.Set(name, text);
         }
-        char const* const shown = test.text ? test.text : "(none)";
-        EXPECT_EQ(job.Status(), test.status) << shown;
-        EXPECT_EQ(job.Priority(), test.priority) << shown;
-        EXPECT_EQ(job.PacketSize(), test.packetSize) << shown;
-        EXPECT_EQ(job.StaggerCount(), test.staggerCount) << shown;
-        EXPECT_EQ(job.PercentDone(), test.percent) << shown;
-        EXPECT_TRUE(job.Type().IsNull()) << shown;
+        EXPECT_EQ(std::tuple(job.Status(), job.Priority(), job.PacketSize(), job.StaggerCount(), job.PercentDone()),
+                  std::tuple(status, priority, packetSize, staggerCount, percent))
+            << (text ? text : "(none)");
+        EXPECT_TRUE(job.Type().IsNull());
     }
 }
 
 TEST(Job, KnowsWhatEachStatusMeans) {
-    struct Case {
-        int status;
-        char const* name;
-        char const* means; // of "aftch": active, finished, failed (t), canceled, held
-    } const cases[] = {
+    // Of "aftch": active, finished, failed (t), canceled, held.
+    Rows<int, char const*, char const*> const cases = {
         {-1, "Paused", "h"},
         {0, "Queued", ""},
         {1, "Assigned", "a"},
@@ -214,19 +189,18 @@ TEST(Job, KnowsWhatEachStatusMeans) {
         {13, "Administrator Aborted", "c"},
         {14, "Administrator Canceled", "fc"},
         {11, "Unknown", ""},
-        {-2, "Unknown", ""},
     };
-    for (Case const& test : cases) {
+    for (auto const& [status, name, meaning] : cases) {
         Job job;
-        job.SetStatus(test.status);
+        job.SetStatus(status);
         String means;
         means += job.IsActiveStatus(job.Status()) ? "a" : "";
         means += job.IsFinished() ? "f" : "";
         means += job.IsFailed() ? "t" : "";
         means += job.IsCanceled() ? "c" : "";
         means += job.IsPaused() ? "h" : "";
-        EXPECT_EQ(means, test.means) << test.status;
-        EXPECT_EQ(job.StatusAsString(), test.name) << test.status;
+        EXPECT_EQ(means, meaning) << status;
+        EXPECT_EQ(job.StatusAsString(), name) << status;
     }
 }
 
@@ -293,9 +267,8 @@ TEST(Job, SharesWithItsWorkWhatIsNotTheWorksOwn) {
     EXPECT_EQ(work.Values(), newer.Values());
     EXPECT_EQ(work.id, id);
 
-    auto const same = SDuplicateJob(work, false);
     auto const other = SDuplicateJob(work, true);
-    EXPECT_EQ(same->id, work.id);
+    EXPECT_EQ(SDuplicateJob(work, false)->id, work.id);
     EXPECT_NE(other->id, work.id);
     EXPECT_EQ(other->Values(), work.Values());
     other->SetName("Other");
@@ -320,18 +293,16 @@ TEST(Job, ReadsItsLinks) {
 TEST(Job, RunsACommandOfItsProduct) {
     KnownProduct known;
     TempFolder const folder;
-    auto const command = known.product->AddCommand(Command::f_ForJobs);
-    command->SetName("Touch");
-    LaunchTemplate launch;
-    launch.arguments = {{ArgumentTemplate::Kind::Text, "/bin/sh", {}},
-                        {ArgumentTemplate::Kind::Text, "-c", {}},
-                        {ArgumentTemplate::Kind::Text, "echo done > \"$$0\"", {}},
-                        {ArgumentTemplate::Kind::Text, "$(Scene)", {}}};
-    command->SetLaunch(launch);
-    auto const missing = known.product->AddCommand(Command::f_ForJobs);
-    missing->SetName("Missing");
-    launch.arguments = {{ArgumentTemplate::Kind::Text, "/no/such/program", {}}};
-    missing->SetLaunch(launch);
+    auto const add = [&](char const* name, corekit::vector<char const*> const& words) {
+        auto const command = known.product->AddCommand(Command::f_ForJobs);
+        command->SetName(name);
+        LaunchTemplate launch;
+        for (char const* word : words)
+            launch.arguments.push_back({ArgumentTemplate::Kind::Text, word, {}});
+        command->SetLaunch(launch);
+    };
+    add("Touch", {"/bin/sh", "-c", "echo done > \"$$0\"", "$(Scene)"});
+    add("Missing", {"/no/such/program"});
     known.Publish();
 
     Job job(UID(true));

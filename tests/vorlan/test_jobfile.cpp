@@ -27,9 +27,13 @@ boost::shared_ptr<Job> MakeJob(OptionMap const& values) {
     return job;
 }
 
-TEST(JobFile, BringsAnyJobsBack) {
-    TempFolder const folder;
+class JobFileTest : public testing::Test {
+protected:
+    TempFolder folder;
     Path const path = folder / "jobs.vj";
+};
+
+TEST_F(JobFileTest, BringsAnyJobsBack) {
     std::mt19937 random(5);
     JobFile out(path, false, true);
     for (int i = 0; i < 20; ++i) {
@@ -56,46 +60,31 @@ TEST(JobFile, BringsAnyJobsBack) {
     EXPECT_EQ(stored.WriterVersion(), k_VorlanVersion);
 }
 
-TEST(JobFile, MakesNewJobsOfStoredOnes) {
-    TempFolder const folder;
-    Path const path = folder / "jobs.vj";
+TEST_F(JobFileTest, MakesNewJobsOfStoredOnes) {
+    UID const elsewhere(true);
     JobFile out(path, false, true);
+    auto const& jobs = out.Jobs();
     out.AddJob(MakeJob({{p_Status, "7"}, {p_FinishedTime, "5"}, {p_PercentDone, "100"}, {p_Range, "1-5"}}));
     out.AddJob(MakeJob({{p_Status, "-1"}}));
+    // Those that wait for each other do so under their new ids.
+    jobs[0]->Set(p_WaitForJobID, UIDsToString(corekit::vector<UID>{jobs[1]->id, elsewhere}));
+    jobs[1]->Set(p_WaitForJobID, jobs[1]->id.ToString());
     out.SaveJobs();
     JobFile const in(path, true, false);
     Job const& job = *in.Jobs()[0];
-    EXPECT_NE(job.id, out.Jobs()[0]->id);
+    Job const& other = *in.Jobs()[1];
+    EXPECT_NE(job.id, jobs[0]->id);
+    EXPECT_NE(other.id, job.id);
     EXPECT_EQ(job.Status(), Queued);
     EXPECT_TRUE(job.FinishedTime().IsZero());
     EXPECT_EQ(job.PercentDone(), 0.0F);
     EXPECT_EQ(job.Get(p_Range, false), "1-5");
-    EXPECT_TRUE(in.Jobs()[1]->IsPaused());
-    EXPECT_NE(in.Jobs()[1]->id, job.id);
+    EXPECT_EQ(StringToUIDs(job.Get(p_WaitForJobID, false)), (corekit::vector<UID>{other.id, elsewhere}));
+    EXPECT_TRUE(other.IsPaused());
+    EXPECT_EQ(other.Get(p_WaitForJobID, false), other.id.ToString());
 }
 
-TEST(JobFile, JobsThatWaitForEachOtherDoSoUnderTheirNewIds) {
-    TempFolder const folder;
-    Path const path = folder / "chain.vj";
-    UID const elsewhere(true);
-    JobFile out(path, false, true);
-    for (int i = 0; i < 3; ++i)
-        out.AddJob(MakeJob({}));
-    corekit::vector<boost::shared_ptr<Job>> const& jobs = out.Jobs();
-    jobs[0]->Set(p_WaitForJobID, UIDsToString(corekit::vector<UID>{jobs[2]->id, elsewhere}));
-    jobs[1]->Set(p_WaitForJobID, jobs[1]->id.ToString());
-    out.SaveJobs();
-
-    JobFile const in(path, true, false);
-    EXPECT_EQ(StringToUIDs(in.Jobs()[0]->Get(p_WaitForJobID, false)),
-              (corekit::vector<UID>{in.Jobs()[2]->id, elsewhere}));
-    EXPECT_EQ(in.Jobs()[1]->Get(p_WaitForJobID, false), in.Jobs()[1]->id.ToString());
-    EXPECT_TRUE(in.Jobs()[2]->Get(p_WaitForJobID, false).empty());
-}
-
-TEST(JobFile, KeepsWhatANewerProgramWrote) {
-    TempFolder const folder;
-    Path const path = folder / "newer.vj";
+TEST_F(JobFileTest, KeepsWhatANewerProgramWrote) {
     File::WriteWhole(path, R"({
       "format": "Vorlan Jobs", "version": 9, "program": 90000, "comment": {"by": "somebody"},
       "jobs": [{"id": "00000000-0000-0000-0000-000000000001", "labels": ["a", "b"],
@@ -119,9 +108,7 @@ TEST(JobFile, KeepsWhatANewerProgramWrote) {
     EXPECT_FALSE(json["jobs"][1].contains("labels"));
 }
 
-TEST(JobFile, GivesAProductThatChangedItsIdToOldJobs) {
-    TempFolder const folder;
-    Path const path = folder / "older.vj";
+TEST_F(JobFileTest, GivesAProductThatChangedItsIdToOldJobs) {
     UID const oldType = UID::FromName("old id");
     File::WriteWhole(path, R"({"format": "Vorlan Jobs", "version": 1, "jobs": [
         {"product": "Old Paint", "values": {"Type": ")" +
@@ -142,11 +129,7 @@ TEST(JobFile, GivesAProductThatChangedItsIdToOldJobs) {
     EXPECT_TRUE(file.Jobs().at(2)->Type().IsNull());
 }
 
-TEST(JobFile, RefusesWhatIsNoJobFile) {
-    TempFolder const folder;
-    Path const path = folder / "bad.vj";
-    std::string deep = R"({"format": "Vorlan Jobs", "jobs": [], "x": )";
-    deep += std::string(100'000, '[') + std::string(100'000, ']') + "}";
+TEST_F(JobFileTest, RefusesWhatIsNoJobFile) {
     std::string const cases[] = {
         "",
         "garbage",
@@ -159,7 +142,7 @@ TEST(JobFile, RefusesWhatIsNoJobFile) {
         R"({"format": "Vorlan Jobs", "jobs": [5]})",
         R"({"format": "Vorlan Jobs", "jobs": [{"values": []}]})",
         "{\"format\": \"Vorlan Jobs\", \"jobs\": [{\"values\": {\"a\": \"\xFF\"}}]}",
-        deep,
+        R"({"format": "Vorlan Jobs", "jobs": [], "x": )" + std::string(100'000, '[') + std::string(100'000, ']') + "}",
     };
     for (std::string const& text : cases) {
         File::WriteWhole(path, text);
@@ -180,9 +163,7 @@ TEST(JobFile, RefusesWhatIsNoJobFile) {
     EXPECT_EQ(JobFile::FromText(whole).at(0)->Name(), "x");
 }
 
-TEST(JobFile, LeavesTheOldFileWhenTheDiskIsFull) {
-    TempFolder const folder;
-    Path const path = folder / "jobs.vj";
+TEST_F(JobFileTest, LeavesTheOldFileWhenTheDiskIsFull) {
     JobFile file(path, false, true);
     file.AddJob(MakeJob({{p_Name, "first"}}));
     file.SaveJobs();

@@ -1,3 +1,5 @@
+#include "rows.h"
+
 #include <corekit/exception.h>
 #include <corekit/optionmap.h>
 #include <gtest/gtest.h>
@@ -17,28 +19,26 @@ OptionMap const k_Values = {{"Name", "Shot 12"},   {"File", "/a/b/Scene.x.pov"},
                             {"Evil", "'; rm"},     {"Quote", "a\"b$c"},
                             {"Bracket", "a]b|c)"}, {"Two", "a b"}};
 
-bool FindValue(std::string_view name, String& value) {
-    auto const found = k_Values.find(name);
-    if (found == k_Values.end())
-        return false;
-    value = found->second;
-    return true;
-}
-
 class Values : public TemplateValues {
 public:
-    bool Find(std::string_view name, String& value) const override { return FindValue(name, value); }
+    explicit Values(OptionMap values = k_Values) : m_values(std::move(values)) {}
+    bool Find(std::string_view name, String& value) const override {
+        auto const found = m_values.find(name);
+        if (found != m_values.end())
+            value = found->second;
+        return found != m_values.end();
+    }
+
+private:
+    OptionMap const m_values;
 };
 
-String Expand(String const& text) { return ExpandTemplate(text, FindValue); }
+String Expand(String const& text) {
+    return ExpandTemplate(text, [](std::string_view name, String& value) { return Values().Find(name, value); });
+}
 
 TEST(JobTemplate, Expands) {
-    struct Case {
-        char const* text;
-        char const* expected;
-    };
-    Case const cases[] = {
-        {"plain", "plain"},
+    Rows<char const*, char const*> const cases = {
         {"<$(Name)>", "<Shot 12>"},
         {"$(name)", "Shot 12"},
         {"<$(Unknown)>", "<>"},
@@ -53,9 +53,7 @@ TEST(JobTemplate, Expands) {
         {"[a[b]$(Name)]", "a[b]Shot 12"},
         {"$(Yes?on|off)", "on"},
         {"$(Off?on|off)", "off"},
-        {"$(Zero?on|off)", "off"},
         {"$(Empty?on|off)", "off"},
-        {"$(Unknown?on|off)", "off"},
         {"$(Unknown?on)", ""},
         {"$(Name?|no)", ""},
         {"$(Yes=YES?same|other)", "same"},
@@ -64,8 +62,7 @@ TEST(JobTemplate, Expands) {
         {"$(Off?a|$(Yes?$(Name)|c))", "Shot 12"},
         {"[-t $(Off?$(Unknown)|4)]", "-t 4"}, // the branch not taken does not count
         {"[-t $(Yes?$(Unknown)|4)]", ""},
-        {"$(Bracket)", "a]b|c)"}, // values never close anything
-        {"[x$(Bracket)y]", "xa]b|c)y"},
+        {"[x$(Bracket)y]", "xa]b|c)y"}, // values never close anything
         {"$$ $[ $] $| $)", "$ [ ] | )"},
         {"$(Yes?f($)$|g|h)", "f()|g"},
         {"$$(Name)", "$(Name)"},
@@ -79,10 +76,9 @@ TEST(JobTemplate, Expands) {
         {"$(Name:nothing)", "$(Name:nothing)"},
         {"$(Name=a)", "$(Name=a)"},
         {"cost: 5$", "cost: 5$"},
-        {"$x", "$x"},
     };
-    for (Case const& c : cases)
-        EXPECT_EQ(Expand(c.text), c.expected) << c.text;
+    for (auto const& [text, expected] : cases)
+        EXPECT_EQ(Expand(text), expected) << text;
 }
 
 TEST(JobTemplate, HasLimits) {
@@ -109,11 +105,7 @@ TEST(JobTemplate, UnclosedBracketsStayCheap) {
 }
 
 TEST(JobTemplate, SplitsCommandLines) {
-    struct Case {
-        char const* text;
-        corekit::vector<String> words;
-    };
-    Case const cases[] = {
+    Rows<char const*, corekit::vector<String>> const cases = {
         {"", {}},
         {"  a   b\tc\n", {"a", "b", "c"}},
         {R"(a "b c" 'd "e')", {"a", "b c", "d \"e"}},
@@ -124,8 +116,8 @@ TEST(JobTemplate, SplitsCommandLines) {
         {R"('a\b')", {R"(a\b)"}},
         {R"("open)", {"open"}},
     };
-    for (Case const& c : cases)
-        EXPECT_EQ(SplitCommandLine(c.text), c.words) << c.text;
+    for (auto const& [text, words] : cases)
+        EXPECT_EQ(SplitCommandLine(text), words) << text;
     // Values never part words, make quotes or vanish inside them.
     auto const words =
         SplitCommandLine(ExpandPieces("run -n $(Two) \"$(Quote)\" x$(Evil) $(Empty) [-t $(Unknown)]", Values()).pieces);
@@ -145,22 +137,10 @@ TEST(JobTemplate, QuotedWordsReadBack) {
 
 // Whatever a value holds, the shell sees it as text of one word.
 TEST(JobTemplate, ShellScriptsKeepValuesWhole) {
-    corekit::vector<String> const values = {
-        "plain", "a b", "'; echo BAD; '", "\"; echo BAD; \"", "$(echo BAD)", "`echo BAD`", "a\\", "$HOME", "!x", "*"};
-    for (String const& value : values) {
-        auto const find = [&value](std::string_view, String& out) {
-            out = value;
-            return true;
-        };
-        class One : public TemplateValues {
-        public:
-            explicit One(decltype(find) const& lookUp) : m_find(lookUp) {}
-            bool Find(std::string_view name, String& out) const override { return m_find(name, out); }
-
-        private:
-            decltype(find) const& m_find;
-        } const one(find);
-        String const script = ShellScript(ExpandPieces("printf '<%s>' $(V) \"$(V)\" '$(V)' x$(V)y", one).pieces);
+    for (String const value : {"plain", "a b", "'; echo BAD; '", "\"; echo BAD; \"", "$(echo BAD)", "`echo BAD`", "a\\",
+                               "$HOME", "!x", "*"}) {
+        Values const values({{"V", value}});
+        String const script = ShellScript(ExpandPieces("printf '<%s>' $(V) \"$(V)\" '$(V)' x$(V)y", values).pieces);
         FILE* const pipe = popen(script.c_str(), "r");
         ASSERT_NE(pipe, nullptr);
         char buffer[400] = {};

@@ -1,3 +1,5 @@
+#include "rows.h"
+
 #include <gtest/gtest.h>
 #include <vorlan/ippeer.h>
 #include <vorlan/optionstext.h>
@@ -23,15 +25,15 @@ private:
     std::mt19937 m_random;
 };
 
-int BraceDepth(String const& text, bool& wentBelow, size_t& commasAtZero) {
+// Braces open before they close, and no comma stands outside of them.
+bool IsOnePiece(String const& text) {
     int depth = 0;
     for (char const c : text) {
         depth += c == '{' ? 1 : c == '}' ? -1 : 0;
-        wentBelow = wentBelow || depth < 0;
-        if (c == ',' && depth == 0)
-            ++commasAtZero;
+        if (depth < 0 || (c == ',' && depth == 0))
+            return false;
     }
-    return depth;
+    return depth == 0;
 }
 
 TEST(OptionsText, BringsAnyMapBack) {
@@ -45,14 +47,8 @@ TEST(OptionsText, BringsAnyMapBack) {
         auto const mode = wild.Below(2) ? OptionsToStringMode::OneLine : OptionsToStringMode::Lines;
         String const text = OptionsToString(options, mode, type, id);
 
-        bool wentBelow = false;
-        size_t commas = 0;
-        ASSERT_EQ(BraceDepth(text, wentBelow, commas), 0) << text;
-        ASSERT_FALSE(wentBelow) << text;
-        ASSERT_EQ(commas, 0u) << text;
-        if (mode == OptionsToStringMode::OneLine) {
-            ASSERT_EQ(text.Find('\n'), String::npos);
-        }
+        ASSERT_TRUE(IsOnePiece(text)) << text;
+        ASSERT_FALSE(mode == OptionsToStringMode::OneLine && text.Contains("\n")) << text;
         UID readType = UID::Full;
         UID readID = UID::Full;
         ASSERT_EQ(StringToOptions(text, &readType, &readID), options) << text;
@@ -67,10 +63,7 @@ TEST(OptionsText, BringsAnyMapBack) {
 }
 
 TEST(OptionsText, ReadsWhatPeopleWrite) {
-    struct Case {
-        char const* text;
-        OptionMap expected;
-    } const cases[] = {
+    Rows<char const*, OptionMap> const cases = {
         {"", {}},
         {"plain text", {}},
         {"{}", {}},
@@ -87,8 +80,8 @@ TEST(OptionsText, ReadsWhatPeopleWrite) {
         {"{{a=1}}", {}},
         {"{\"a b\"=\"\\x41\\q\"}", {{"a b", "Aq"}}},
     };
-    for (Case const& test : cases)
-        EXPECT_EQ(StringToOptions(test.text), test.expected) << test.text;
+    for (auto const& [text, expected] : cases)
+        EXPECT_EQ(StringToOptions(text), expected) << text;
     EXPECT_EQ(OptionsToString({{"a", ""}, {"b", "1"}}, OptionsToStringMode::Brief), "{b=\"1\"}");
 }
 
@@ -104,12 +97,7 @@ TEST(StringLists, BringAnyListBack) {
 }
 
 TEST(StringLists, SplitWhatPeopleType) {
-    using List = corekit::vector<String>;
-    struct Case {
-        char const* text;
-        char separator;
-        List expected;
-    } const cases[] = {
+    Rows<char const*, char, corekit::vector<String>> const cases = {
         {"", ',', {}},
         {"a", ',', {"a"}},
         {"a,b", ',', {"a", "b"}},
@@ -122,45 +110,31 @@ TEST(StringLists, SplitWhatPeopleType) {
         {"a\\", ',', {"a\\"}},
         {"\\!no yes", ' ', {"\\!no", "yes"}},
     };
-    for (Case const& test : cases)
-        EXPECT_EQ(StringToStrings(test.text, test.separator, '\\'), test.expected) << test.text;
+    for (auto const& [text, separator, expected] : cases)
+        EXPECT_EQ(StringToStrings(text, separator, '\\'), expected) << text;
 }
 
 TEST(IPPeer, ReadsAndWritesAddresses) {
-    struct Case {
-        char const* text;
-        bool good;
-        char const* host;
-        int port;
-        char const* written;
-    } const cases[] = {
-        {"render1:7466", true, "render1", 7466, "render1:7466"},
-        {" 10.0.0.1:1 ", true, "10.0.0.1", 1, "10.0.0.1:1"},
-        {"render1", true, "render1", 99, "render1:99"},
-        {"[fe80::1]:80", true, "fe80::1", 80, "[fe80::1]:80"},
-        {"[::1]", true, "::1", 99, "[::1]:99"},
-        {"fe80::1", true, "fe80::1", 99, "[fe80::1]:99"},
-        {"host:65535", true, "host", 65535, "host:65535"},
-        {"", false, "", 0, ""},
-        {":80", false, "", 0, ""},
-        {"host:", false, "", 0, ""},
-        {"host:65536", false, "", 0, ""},
-        {"host:12x", false, "", 0, ""},
-        {"host:-1", false, "", 0, ""},
-        {"two hosts:80", false, "", 0, ""},
-        {"[::1", false, "", 0, ""},
-        {"[::1]80", false, "", 0, ""},
-        {"[::1]:", false, "", 0, ""},
+    Rows<char const*, char const*, unsigned short, char const*> const cases = {
+        {"render1:7466", "render1", 7466, "render1:7466"},
+        {" 10.0.0.1:1 ", "10.0.0.1", 1, "10.0.0.1:1"},
+        {"render1", "render1", 99, "render1:99"},
+        {"[fe80::1]:80", "fe80::1", 80, "[fe80::1]:80"},
+        {"[::1]", "::1", 99, "[::1]:99"},
+        {"fe80::1", "fe80::1", 99, "[fe80::1]:99"},
+        {"host:65535", "host", 65535, "host:65535"},
     };
-    for (Case const& test : cases) {
+    for (auto const& [text, host, port, written] : cases) {
+        IPPeer peer;
+        EXPECT_TRUE(IPPeer::FromString(text, peer, 99)) << text;
+        EXPECT_EQ(peer, IPPeer(host, port)) << text;
+        EXPECT_EQ(peer.ToString(), written);
+    }
+    for (char const* bad :
+         {"", ":80", "host:", "host:65536", "host:12x", "host:-1", "two hosts:80", "[::1", "[::1]80", "[::1]:"}) {
         IPPeer peer("untouched", 5);
-        EXPECT_EQ(IPPeer::FromString(test.text, peer, 99), test.good) << test.text;
-        if (test.good) {
-            EXPECT_EQ(peer, IPPeer(test.host, static_cast<unsigned short>(test.port))) << test.text;
-            EXPECT_EQ(peer.ToString(), test.written);
-        } else {
-            EXPECT_EQ(peer, IPPeer("untouched", 5)) << test.text;
-        }
+        EXPECT_FALSE(IPPeer::FromString(bad, peer, 99)) << bad;
+        EXPECT_EQ(peer, IPPeer("untouched", 5)) << bad;
     }
     EXPECT_EQ(IPPeer().ToString(), "");
 }

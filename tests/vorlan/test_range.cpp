@@ -1,4 +1,7 @@
+#include "rows.h"
+
 #include <corekit/exception.h>
+#include <corekit/sformat.h>
 #include <gtest/gtest.h>
 #include <vorlan/range.h>
 #include <vorlan/sequencedistributor.h>
@@ -11,15 +14,9 @@ namespace vorlan {
 namespace {
 
 TEST(FrameRange, ReadsAndWritesText) {
-    struct Case {
-        char const* text;
-        char const* written; // null: refused
-        corekit::vector<int> frames;
-    } const cases[] = {
-        {"", "", {}},
+    Rows<char const*, char const*, corekit::vector<int>> const good = {
         {"  ", "", {}},
         {"5", "5", {5}},
-        {"1-3", "1-3", {1, 2, 3}},
         {"1,2,3", "1-3", {1, 2, 3}},
         {" 1 - 3 , 7 ", "1-3,7", {1, 2, 3, 7}},
         {"1-3;7", "1-3,7", {1, 2, 3, 7}},
@@ -38,36 +35,23 @@ TEST(FrameRange, ReadsAndWritesText) {
         {"1,3,5", "1-5x2", {1, 3, 5}},
         {"1,3,4,5", "1,3-5", {1, 3, 4, 5}},
         {"-1000000000,1000000000", "-1000000000,1000000000", {-1000000000, 1000000000}},
-        {"a", nullptr, {}},
-        {"1-", nullptr, {}},
-        {"-", nullptr, {}},
-        {"1-2x", nullptr, {}},
-        {"1-2x0", nullptr, {}},
-        {"1-2x-1", nullptr, {}},
-        {"1 2", nullptr, {}},
-        {"1--", nullptr, {}},
-        {",1", nullptr, {}},
-        {"1.5", nullptr, {}},
-        {"+1", nullptr, {}},
-        {"1-10000001", nullptr, {}},
-        {"1-5000000,6000000-12000000", nullptr, {}},
-        {"1000000001", nullptr, {}},
-        {"99999999999999999999", nullptr, {}},
     };
-    for (Case const& test : cases) {
+    for (auto const& [text, written, frames] : good) {
+        FrameRange range;
+        String error;
+        EXPECT_TRUE(FrameRange::Parse(text, range, &error)) << text << " " << error;
+        EXPECT_EQ(range.Frames(), frames) << text;
+        EXPECT_EQ(range.Count(), frames.size()) << text;
+        EXPECT_EQ(range.Text(), written) << text;
+    }
+    for (char const* text : {"a", "1-", "-", "1-2x", "1-2x0", "1-2x-1", "1 2", "1--", ",1", "1.5", "+1", "1-10000001",
+                             "1000000001", "99999999999999999999", "1-5000000,6000000-12000000"}) {
         FrameRange range("777");
         String error;
-        bool const good = FrameRange::Parse(test.text, range, &error);
-        EXPECT_EQ(good, test.written != nullptr) << test.text << " " << error;
-        if (!good) {
-            EXPECT_EQ(range.Text(), "777") << test.text;
-            EXPECT_NE(error, "") << test.text;
-            EXPECT_THROW(FrameRange{test.text}, ArgumentException);
-            continue;
-        }
-        EXPECT_EQ(range.Frames(), test.frames) << test.text;
-        EXPECT_EQ(range.Count(), test.frames.size()) << test.text;
-        EXPECT_EQ(range.Text(), test.written) << test.text;
+        EXPECT_FALSE(FrameRange::Parse(text, range, &error)) << text;
+        EXPECT_EQ(range.Text(), "777") << text;
+        EXPECT_NE(error, "") << text;
+        EXPECT_THROW(FrameRange{text}, ArgumentException);
     }
     FrameRange range;
     EXPECT_TRUE(FrameRange::Parse("1-10000000", range));
@@ -79,11 +63,7 @@ TEST(FrameRange, ReadsAndWritesText) {
 }
 
 TEST(FrameRange, DividesIntoPackets) {
-    struct Case {
-        char const* text;
-        uint64_t size;
-        corekit::vector<String> packets;
-    } const cases[] = {
+    Rows<char const*, uint64_t, corekit::vector<String>> const cases = {
         {"1-10", 4, {"1-4", "5-8", "9-10"}},
         {"1-10", 10, {"1-10"}},
         {"1-10", 1000, {"1-10"}},
@@ -96,12 +76,12 @@ TEST(FrameRange, DividesIntoPackets) {
         {"", 5, {}},
         {"1-3", 0, {}},
     };
-    for (Case const& test : cases) {
-        FrameRange const range(test.text);
-        EXPECT_EQ(range.Packets(test.size), test.packets) << test.text;
-        ASSERT_EQ(range.PacketCount(test.size), test.packets.size()) << test.text;
-        for (size_t i = 0; i < test.packets.size(); ++i)
-            EXPECT_EQ(range.Packet(i, test.size).Text(), test.packets[i]) << test.text;
+    for (auto const& [text, size, packets] : cases) {
+        FrameRange const range(text);
+        EXPECT_EQ(range.Packets(size), packets) << text;
+        ASSERT_EQ(range.PacketCount(size), packets.size()) << text;
+        for (size_t i = 0; i < packets.size(); ++i)
+            EXPECT_EQ(range.Packet(i, size).Text(), packets[i]) << text;
     }
 }
 
@@ -109,16 +89,12 @@ TEST(FrameRange, DividesIntoPackets) {
 TEST(FrameRange, AgreesWithListsOfFrames) {
     std::mt19937 random(3);
     auto const below = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
+    static constexpr char const* k_Steps[] = {"", "", "x2", "x3", "x5"};
     auto const anyText = [&] {
         String text;
         for (int i = below(12); i > 0; --i) {
             int const first = below(60) - 30;
-            text += String::From(first);
-            if (below(2))
-                text += "-" + String::From(first + below(40) - 15);
-            else
-                text += "-" + String::From(first + below(40) - 15) + "x" + String::From(1 + below(5));
-            text += ",";
+            text += SFormat("%d-%d%s,", first, first + below(40) - 15, k_Steps[below(5)]);
         }
         return text;
     };
@@ -153,32 +129,30 @@ TEST(FrameRange, AgreesWithListsOfFrames) {
 }
 
 TEST(SequenceDistributor, FoldsPickedFrames) {
-    struct Case {
-        corekit::vector<std::pair<int, int>> inserts;
-        corekit::vector<unsigned> added;
-        char const* range;
-    } const cases[] = {
-        {{}, {}, ""},
-        {{{5, 5}}, {1}, "5"},
-        {{{1, 5}, {6, 10}}, {5, 5}, "1-10"},
-        {{{6, 10}, {1, 5}}, {5, 5}, "1-10"},
-        {{{1, 5}, {3, 8}, {1, 8}}, {5, 3, 0}, "1-8"},
-        {{{10, 12}, {1, 2}, {20, 20}}, {3, 2, 1}, "1-2,10-12,20"},
-        {{{1, 2}, {4, 5}, {8, 9}, {2, 8}}, {2, 2, 2, 3}, "1-9"},
-        {{{1, 1}, {3, 3}, {5, 5}, {7, 7}}, {1, 1, 1, 1}, "1-7x2"},
-        {{{3, 1}, {-2, -4}}, {3, 3}, "-4--2,1-3"},
-        {{{1, 2}, {1, 20'000'000}}, {2, 0}, "1-2"},
-        {{{-2147483647 - 1, 2147483647}, {7, 7}}, {0, 1}, "7"},
+    // The range in the end, what is inserted, and how many of it are new.
+    using Inserts = Rows<int, int, unsigned>;
+    Rows<char const*, Inserts> const cases = {
+        {"", {}},
+        {"5", {{5, 5, 1}}},
+        {"1-10", {{1, 5, 5}, {6, 10, 5}}},
+        {"1-10", {{6, 10, 5}, {1, 5, 5}}},
+        {"1-8", {{1, 5, 5}, {3, 8, 3}, {1, 8, 0}}},
+        {"1-2,10-12,20", {{10, 12, 3}, {1, 2, 2}, {20, 20, 1}}},
+        {"1-9", {{1, 2, 2}, {4, 5, 2}, {8, 9, 2}, {2, 8, 3}}},
+        {"1-7x2", {{1, 1, 1}, {3, 3, 1}, {5, 5, 1}, {7, 7, 1}}},
+        {"-4--2,1-3", {{3, 1, 3}, {-2, -4, 3}}},
+        {"1-2", {{1, 2, 2}, {1, 20'000'000, 0}}},
+        {"7", {{-2147483647 - 1, 2147483647, 0}, {7, 7, 1}}},
     };
-    for (Case const& test : cases) {
+    for (auto const& [range, inserts] : cases) {
         SequenceDistributor::Items items;
         size_t total = 0;
-        for (size_t i = 0; i < test.inserts.size(); ++i) {
-            EXPECT_EQ(items.insert(test.inserts[i].first, test.inserts[i].second), test.added[i]) << test.range;
-            total += test.added[i];
+        for (auto const& [first, last, added] : inserts) {
+            EXPECT_EQ(items.insert(first, last), added) << range;
+            total += added;
         }
         EXPECT_EQ(items.size(), total);
-        EXPECT_EQ(SequenceDistributor::CalculateRange(items), test.range);
+        EXPECT_EQ(SequenceDistributor::CalculateRange(items), range);
     }
 }
 

@@ -1,3 +1,5 @@
+#include "rows.h"
+
 #include <corekit/exception.h>
 #include <corekit/sformat.h>
 #include <gtest/gtest.h>
@@ -55,50 +57,44 @@ TEST(NameTable, GivesOneNumberPerNameToManyThreads) {
 
 TEST(ValueBlock, ChangesOneValueAndKeepsTheRest) {
     ValueBlockBuilder builder;
-    builder.Add("First", "1");
-    builder.Add("Second", "two");
-    builder.Add("Third", "");
+    for (auto const& [name, text] : Rows<char const*, char const*>{{"First", "1"}, {"Second", "two"}, {"Third", ""}})
+        builder.Add(name, text);
     auto const block = builder.Build();
     EXPECT_EQ(Listed(*block), "First=1;Second=two;Third=;");
-
-    uint32_t const second = NameTable::Number("second");
-    EXPECT_EQ(Listed(*block->With(second, "a longer text")), "First=1;Second=a longer text;Third=;");
-    EXPECT_EQ(Listed(*block->With(second, "")), "First=1;Second=;Third=;");
-    EXPECT_EQ(Listed(*block->With(NameTable::Number("First"), "")), "First=;Second=two;Third=;");
-    EXPECT_EQ(Listed(*block->With(NameTable::Number("Third"), "3")), "First=1;Second=two;Third=3;");
-    EXPECT_EQ(Listed(*block->With(NameTable::Number("Fourth"), "4")), "First=1;Second=two;Third=;Fourth=4;");
-    EXPECT_EQ(Listed(*block->Without(second)), "First=1;Third=;");
+    Rows<char const*, char const*, char const*> const cases = {
+        {"second", "a longer text", "First=1;Second=a longer text;Third=;"},
+        {"Second", "", "First=1;Second=;Third=;"},
+        {"First", "", "First=;Second=two;Third=;"},
+        {"Third", "3", "First=1;Second=two;Third=3;"},
+        {"Fourth", "4", "First=1;Second=two;Third=;Fourth=4;"},
+    };
+    for (auto const& [name, text, expected] : cases)
+        EXPECT_EQ(Listed(*block->With(NameTable::Number(name), text)), expected);
+    EXPECT_EQ(Listed(*block->Without(NameTable::Number("second"))), "First=1;Third=;");
     EXPECT_EQ(Listed(*block->Without(NameTable::Number("Fourth"))), Listed(*block));
-    EXPECT_EQ(Listed(*ValueBlock::Empty()->With(second, "x")), "Second=x;");
-
+    EXPECT_EQ(Listed(*ValueBlock::Empty()->With(NameTable::Number("Second"), "x")), "Second=x;");
     EXPECT_NE(block->Find("third").data(), nullptr);
     EXPECT_EQ(block->Find("fourth").data(), nullptr);
 }
 
 TEST(ValueBlockBuilder, MakesTheSameBlockWhateverCameBefore) {
-    using Pairs = std::vector<std::pair<char const*, char const*>>;
-    struct Case {
-        Pairs pairs;
-        char const* expected;
-    } const cases[] = {
-        {{{"ShapeA", "1"}, {"ShapeB", "2"}, {"ShapeC", "3"}}, "ShapeA=1;ShapeB=2;ShapeC=3;"},
-        {{{"ShapeA", "4"}, {"ShapeB", "5"}, {"ShapeC", "6"}}, "ShapeA=4;ShapeB=5;ShapeC=6;"}, // the same names again
-        {{{"ShapeA", "1"}}, "ShapeA=1;"},                                                     // fewer
-        {{{"ShapeA", "1"}, {"ShapeB", "2"}, {"ShapeD", "3"}, {"ShapeE", "4"}},
-         "ShapeA=1;ShapeB=2;ShapeD=3;ShapeE=4;"},                                    // others behind
-        {{{"ShapeB", "1"}, {"ShapeA", "2"}}, "ShapeB=1;ShapeA=2;"},                  // another order
-        {{{"ShapeA", "1"}, {"ShapeB", "2"}, {"SHAPEa", "3"}}, "ShapeA=3;ShapeB=2;"}, // one twice
-        {{{"ShapeA", "1"}, {"ShapeB", "2"}, {"SHAPEa", "3"}, {"ShapeC", "4"}}, "ShapeA=3;ShapeB=2;ShapeC=4;"},
-        {{{"ShapeA", "1"}, {"ShapeA", "2"}, {"ShapeA", "3"}}, "ShapeA=3;"},
-        {{{"ShapeA", "1"}, {"ShapeB", "2"}, {"ShapeC", "3"}}, "ShapeA=1;ShapeB=2;ShapeC=3;"},
-        {{}, ""},
+    Rows<char const*, Rows<char const*, char const*>> const cases = {
+        {"ShapeA=1;ShapeB=2;ShapeC=3;", {{"ShapeA", "1"}, {"ShapeB", "2"}, {"ShapeC", "3"}}},
+        {"ShapeA=4;ShapeB=5;ShapeC=6;", {{"ShapeA", "4"}, {"ShapeB", "5"}, {"ShapeC", "6"}}}, // the same names again
+        {"ShapeA=1;", {{"ShapeA", "1"}}},                                                     // fewer
+        {"ShapeA=1;ShapeB=2;ShapeD=3;", {{"ShapeA", "1"}, {"ShapeB", "2"}, {"ShapeD", "3"}}}, // others behind
+        {"ShapeB=1;ShapeA=2;", {{"ShapeB", "1"}, {"ShapeA", "2"}}},                           // another order
+        {"ShapeA=3;ShapeB=2;", {{"ShapeA", "1"}, {"ShapeB", "2"}, {"SHAPEa", "3"}}},          // one twice
+        {"ShapeA=3;ShapeC=4;", {{"ShapeA", "1"}, {"SHAPEa", "3"}, {"ShapeC", "4"}}},
+        {"ShapeA=1;ShapeB=2;ShapeC=3;", {{"ShapeA", "1"}, {"ShapeB", "2"}, {"ShapeC", "3"}}},
+        {"", {}},
     };
     ValueBlockBuilder kept;
     for (int round = 0; round < 2; ++round) {
-        for (Case const& test : cases) {
-            for (auto const& [name, text] : test.pairs)
+        for (auto const& [expected, pairs] : cases) {
+            for (auto const& [name, text] : pairs)
                 kept.Add(name, text);
-            EXPECT_EQ(Listed(*kept.Build()), test.expected);
+            EXPECT_EQ(Listed(*kept.Build()), expected);
         }
     }
     kept.Add("ShapeA", "1");
