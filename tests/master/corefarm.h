@@ -23,7 +23,7 @@ class CoreFarm {
 public:
     using Values = std::vector<std::pair<char const*, String>>;
 
-    explicit CoreFarm(bool withClient = true) {
+    CoreFarm() {
         for (ProductClass const productClass :
              {ProductClass::Sequence, ProductClass::Single, ProductClass::OncePerEngine}) {
             auto product = Product::CreateDefault(productClass);
@@ -32,12 +32,8 @@ public:
         }
         core = std::make_unique<Core>(m_config);
         core->RestoreDone(now);
-        if (!withClient)
-            return;
         client = Connect(net::PeerKind::Client);
-        auto follow = NotifyOnEventMsg::New();
-        follow->AddAll();
-        Send(client, follow);
+        Follow(client);
     }
 
     static UID TypeOf(ProductClass productClass) { return UID::FromName(Product::ClassName(productClass)); }
@@ -58,6 +54,11 @@ public:
             ADD_FAILURE() << fault;
     }
     void Send(PeerId peer, boost::shared_ptr<Message> const& message) { Handle(PeerMessage{peer, message}); }
+    void Follow(PeerId peer) {
+        auto message = NotifyOnEventMsg::New();
+        message->AddAll();
+        Send(peer, message);
+    }
     void Pass(Time span) {
         now += span;
         Handle(Tick{});
@@ -144,9 +145,19 @@ public:
         Send(run->engine->peer, message);
     }
     void End(Run const* run, int status = Finished) {
+        Report(run->engine->engine->Name(), {run->work, run->job->id, status, "ended", now, 0});
+    }
+    /// What an Engine says of work that may be known or not.
+    void Report(String const& engine, WorkEnded const& ended) {
         auto message = WorkEndedMsg::New();
-        message->ended = {run->work, run->job->id, status, "ended", now, 0};
-        Send(run->engine->peer, message);
+        message->ended = ended;
+        Send(engines[engine], message);
+    }
+    void Delete(PeerId peer, UID const& job, bool immediately) {
+        auto message = DeleteJobMsg::New();
+        message->job = job;
+        message->immediately = immediately;
+        Send(peer, message);
     }
     void Stop(Run const* run, int status, StopAction action) {
         auto message = StopWorkMsg::New();

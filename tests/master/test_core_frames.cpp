@@ -147,10 +147,7 @@ TEST(Stagger, CountsWithinItsSpan) {
     }
 }
 
-TEST(Policy, ReadsTextsOfAllKinds) {
-    Policy const plain = Policy::Read({});
-    EXPECT_TRUE(plain.fifo && plain.packEngine && plain.wholeSystem && !plain.overload);
-    EXPECT_EQ(plain.startTimeout, Time::Seconds(60));
+TEST(Policy, ReadsTextsOfAllKindsAndMatchesCreators) {
     Policy const read = Policy::Read({{o_FIFO, "0"},
                                       {o_PackEngine, "no"},
                                       {o_StartWorkTimeout, "1.5"},
@@ -166,9 +163,6 @@ TEST(Policy, ReadsTextsOfAllKinds) {
     ASSERT_EQ(read.creatorLimits.size(), 2U);
     EXPECT_EQ(read.creatorLimits[0].limit, 3);
     EXPECT_EQ(read.creatorLimits[1].limit, -2);
-}
-
-TEST(Policy, MatchesCreators) {
     CreatorMatcher matcher({{"an.*", 1}, {"[", 2}, {"bob", 3}});
     EXPECT_EQ(matcher.Match("Anna"), (std::vector<size_t>{0}));
     EXPECT_EQ(matcher.Match("["), (std::vector<size_t>{1})) << "a pattern that is none is plain text";
