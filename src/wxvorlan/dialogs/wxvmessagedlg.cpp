@@ -73,13 +73,15 @@ wxvMessageDlg::wxvMessageDlg(wxWindow* parent, wxString const& title, wxString c
     : wxVorlanDlg(parent, title, corekit::String()), m_message(message) {
     auto* texts = new wxBoxSizer(wxVERTICAL);
     int const width = FromDIP(k_TextWidth);
-    texts->Add(NewParagraph(message, width, details.empty() ? 1.0 : k_HeadingScale));
+    wxvStaticText* const first = NewParagraph(message, width, details.empty() ? 1.0 : k_HeadingScale);
+    // The first line stands beside the middle of the mark.
+    texts->AddSpacer((FromDIP(k_MarkSize) - first->GetCharHeight()) / 2);
+    texts->Add(first);
     if (!details.empty())
         texts->Add(NewParagraph(details, width), wxSizerFlags().Border(wxTOP, FromDIP(k_LabelGap)));
     auto* content = new wxBoxSizer(wxHORIZONTAL);
     content->Add(new Mark(this, kind));
-    // A text of one line stands beside the middle of the mark.
-    content->Add(texts, wxSizerFlags(1).Centre().Border(wxLEFT, FromDIP(k_Margin)));
+    content->Add(texts, wxSizerFlags(1).Border(wxLEFT, FromDIP(k_Margin)));
     content->AddSpacer(FromDIP(k_Margin));
     bool const asks = kind == MessageKind::Question;
     Finish(content, accept.empty() ? _("OK") : accept, asks ? _("Cancel") : wxString());

@@ -40,7 +40,9 @@ tooltip, tooltip.background { color: @Text; border: 1px solid @Edge; padding: 0;
 tooltip * { color: @Text; padding: 2px 4px; text-shadow: none; }
 button { background-image: none; background-color: @ButtonFace; color: @ButtonText; border: 1px solid @Edge;
          border-radius: 4px; box-shadow: none; text-shadow: none; padding: 4px 12px; min-height: 20px; }
-button:hover { background-color: @Header; border-color: @TextGrey; }
+button.default { background-color: @Selected; border-color: @Selected; color: @Text; }
+button.default:hover { border-color: @TextBlue; }
+button:not(.default):hover { background-color: @Header; border-color: @TextGrey; }
 button:active, button:checked { background-color: @Selected; color: @Text; }
 button:focus { border-color: @TextBlue; outline: none; }
 button:disabled, button:disabled label { color: @Faint; background-color: @WindowBG; }
