@@ -3,7 +3,6 @@
 #include "window/mainsplitter.h"
 
 #include <vorlan/events.h>
-#include <wx/app.h>
 #include <wx/event.h>
 #include <wx/evtloop.h>
 #include <wx/wxvcolors.h>

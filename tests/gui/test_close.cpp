@@ -4,7 +4,6 @@
 
 #include "window/confirmclose.h"
 
-#include <vorlan/messages.h>
 #include <wx/checkbox.h>
 #include <wx/menu.h>
 #include <wx/msgdlg.h>

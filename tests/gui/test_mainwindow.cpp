@@ -26,6 +26,9 @@ protected:
         EXPECT_TRUE(PumpUntil([this] { return Splitter().IsShownOnScreen() && Splitter().GetClientSize().x > 1000; }));
         Pump();
     }
+    bool PartIs(double part) {
+        return PumpUntil([=, this] { return std::abs(Part() - part) < 0.01; }, 3000);
+    }
     void Menu(wxEventType type, wxMenu* menu) {
         wxMenuEvent event(type, 0, menu);
         Window().GetEventHandler()->ProcessEvent(event);
@@ -45,8 +48,7 @@ TEST_F(MainWindowTest, TheSashStandsWhereItWasLeft) {
         if (c.stored != cases[0].stored)
             Options().SetValue("Window", "Splitter", c.stored);
         StartLarge();
-        EXPECT_TRUE(PumpUntil([&] { return std::abs(Part() - c.part) < 0.01; }, 3000))
-            << Part() << " of " << Splitter().GetClientSize().x << " with " << c.stored;
+        EXPECT_TRUE(PartIs(c.part)) << Part() << " of " << Splitter().GetClientSize().x << " with " << c.stored;
         // A larger window is no wish of the user.
         Window().SetSize(1300, 700);
         ASSERT_TRUE(PumpUntil([this] { return Splitter().GetClientSize().x > 1200; }));
@@ -63,7 +65,7 @@ TEST_F(MainWindowTest, TheInfoPaneComesAndGoes) {
     EXPECT_FALSE(Window().GetMenuBar()->IsChecked(14101));
     Command(14101, true);
     EXPECT_TRUE(Splitter().IsSplit());
-    EXPECT_NEAR(Part(), 0.75, 0.01);
+    EXPECT_TRUE(PartIs(0.75)) << Part();
     EXPECT_TRUE(GuiTester::Toolbar(Window()).Find(14104)->IsToggled());
     // By its sash.
     wxSplitterEvent event(wxEVT_SPLITTER_UNSPLIT, &Splitter());

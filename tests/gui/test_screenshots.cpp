@@ -9,7 +9,6 @@
 #include "window/infopane.h"
 
 #include <corekit/file.h>
-#include <corekit/sformat.h>
 #include <cstdlib>
 #include <wx/bookctrl.h>
 #include <wx/menu.h>

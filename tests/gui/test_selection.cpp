@@ -7,9 +7,8 @@
 #include "window/infopane.h"
 #include "window/selecthistory.h"
 
-#include <chrono>
 #include <string>
-#include <vorlan/messages.h>
+#include <wx/menu.h>
 #include <wx/timer.h>
 
 namespace vorlan {
@@ -169,11 +168,7 @@ protected:
         return PumpUntil([=, this] { return Shown() == heading; }, 3000);
     }
     int Row(char const* job) { return Jobs().GetRowOf(UID::FromName(job)); }
-    bool Enabled(int id) {
-        wxUpdateUIEvent event(id);
-        Window().GetEventHandler()->ProcessEvent(event);
-        return event.GetEnabled();
-    }
+    bool Enabled(int id) { return Window().GetMenuBar()->IsEnabled(id); }
     void Back() { Command(14105); }
     void On() { Command(14106); }
     size_t Rows(ListCtrlBase& list) { return list.GetSelectedIDs().size(); }
@@ -201,11 +196,10 @@ TEST_F(SelectionTest, OneListAtATimeHoldsASelectionAndTheWayBackBringsItAgain) {
     EXPECT_EQ(Rows(Jobs()), 0u);
     EXPECT_TRUE(Window().CanUse(CommandNeeds::EngineSelected));
     EXPECT_FALSE(Window().CanUse(CommandNeeds::JobSelected));
-    wxKeyEvent key(wxEVT_KEY_DOWN);
+    wxKeyEvent key(wxEVT_CHAR_HOOK);
     key.m_keyCode = WXK_LEFT;
     key.SetControlDown(true);
-    EXPECT_FALSE(Engines().ProcessWindowEvent(key)) << "it belongs to the menu";
-    Back();
+    Window().HandleWindowEvent(key);
     EXPECT_EQ(Shown(), "b");
     EXPECT_EQ(Rows(Jobs()), 2u);
     EXPECT_EQ(Rows(Engines()), 0u);

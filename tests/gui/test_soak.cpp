@@ -4,22 +4,14 @@
 
 #include "lists/enginelistctrl.h"
 #include "lists/joblistctrl.h"
-#include "model/joblist.h"
 
-#include <algorithm>
 #include <atomic>
-#include <boost/make_shared.hpp>
-#include <chrono>
-#include <corekit/sformat.h>
 #include <cstdlib>
 #include <malloc.h>
 #include <random>
 #include <thread>
-#include <vector>
 #include <vorlan/keys.h>
-#include <wx/frame.h>
 #include <wx/notebook.h>
-#include <wx/utils.h>
 #include <wx/wxtimed.h>
 
 namespace vorlan {

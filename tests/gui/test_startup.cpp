@@ -2,27 +2,17 @@
 #include "guitest.h"
 #include "modalanswers.h"
 
-#include "mirror/options.h"
 #include "mirror/statustext.h"
-#include "model/enginelist.h"
-#include "model/joblist.h"
-#include "model/worklist.h"
-#include "window/mainwindow.h"
 
 #include <corekit/file.h>
 #include <vorlan/events.h>
 #include <vorlan/keys.h>
-#include <vorlan/messages.h>
-#include <vorlan/version.h>
 #include <wx/menu.h>
 #include <wx/settings.h>
 #include <wx/statusbr.h>
 #include <wx/wxvtext.h>
 
 namespace vorlan {
-
-using corekit::LogLevel;
-using corekit::LogLines;
 
 TEST(StatusText, IsJoinedAsItAlwaysWas) {
     struct {

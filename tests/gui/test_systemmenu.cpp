@@ -10,10 +10,8 @@
 
 #include <corekit/file.h>
 #include <corekit/filelock.h>
-#include <corekit/log.h>
 #include <vorlan/administrator.h>
 #include <vorlan/keys.h>
-#include <vorlan/messages.h>
 #include <wx/menu.h>
 #include <wx/wxconfirmdlg.h>
 #include <wx/wxtextlinectrl.h>
@@ -24,8 +22,6 @@ namespace vorlan {
 
 using corekit::File;
 using corekit::FileLock;
-using corekit::LogLevel;
-using corekit::LogLines;
 using corekit::TempFolder;
 
 class SystemMenuTest : public GuiTest {

@@ -8,7 +8,6 @@
 
 #include <corekit/file.h>
 #include <corekit/platform.h>
-#include <corekit/sformat.h>
 #include <wx/radiobut.h>
 #include <wx/textctrl.h>
 #include <wx/wxvtext.h>

@@ -3,7 +3,6 @@
 
 #include "window/buttonsection.h"
 #include "window/toolbar.h"
-#include "window/toolbarbutton.h"
 
 #include <corekit/file.h>
 #include <wx/menu.h>

@@ -22,6 +22,9 @@
 
 namespace vorlan {
 
+using corekit::LogLevel;
+using corekit::LogLines;
+
 // MirrorTester reaches what the Mirror keeps to itself.
 class MirrorTester {
 public:
@@ -36,7 +39,7 @@ public:
 };
 
 // Records of the log that hold the text.
-inline size_t CountLines(corekit::LogLines& log, char const* part) {
+inline size_t CountLines(LogLines& log, char const* part) {
     auto const lines = log.Get();
     return static_cast<size_t>(
         std::count_if(lines.begin(), lines.end(), [part](String const& line) { return line.Contains(part); }));

@@ -7,9 +7,6 @@
 
 namespace vorlan {
 
-using corekit::LogLevel;
-using corekit::LogLines;
-
 TEST(RenderNode, IsGuessedFromTheName) {
     struct Case {
         char const* name;

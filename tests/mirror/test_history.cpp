@@ -11,9 +11,6 @@
 
 namespace vorlan {
 
-using corekit::LogLevel;
-using corekit::LogLines;
-
 class HistoryTest : public MirrorTest {
 protected:
     static JobHistory Long(UID const& job, size_t items) {

@@ -42,13 +42,6 @@ TEST(ListContents, RowsAndIdsFindEachOther) {
     EXPECT_EQ(contents[Numbered(9)], 0u);
     EXPECT_EQ(contents[Numbered(1)], 4u);
     EXPECT_EQ(contents[Numbered(8)], 5u);
-
-    ListContents other;
-    other.swap(contents);
-    EXPECT_TRUE(contents.empty());
-    EXPECT_EQ(other[Numbered(7)], 1u);
-    other.clear();
-    EXPECT_EQ(other[Numbered(7)], ListContents::k_NoRow);
 }
 
 TEST(ListContents, WhatHasNoRowIsTakenOutOfASet) {

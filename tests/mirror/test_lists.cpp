@@ -8,12 +8,8 @@
 #include <corekit/tick.h>
 #include <vorlan/events.h>
 #include <vorlan/keys.h>
-#include <vorlan/messages.h>
 
 namespace vorlan {
-
-using corekit::LogLevel;
-using corekit::LogLines;
 
 namespace {
 

@@ -4,7 +4,6 @@
 #include "rows/rowkinds.h"
 
 #include <atomic>
-#include <corekit/sformat.h>
 #include <random>
 #include <thread>
 #include <vorlan/keys.h>

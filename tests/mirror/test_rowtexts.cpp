@@ -2,7 +2,6 @@
 #include "mirrortest.h"
 #include "rows/rowkinds.h"
 
-#include <vorlan/failures.h>
 #include <vorlan/keys.h>
 
 namespace vorlan {

@@ -4,7 +4,6 @@
 #include "wxtools.h"
 
 #include <corekit/sformat.h>
-#include <functional>
 #include <map>
 #include <string>
 #include <vector>

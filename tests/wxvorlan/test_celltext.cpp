@@ -9,10 +9,7 @@
 #include <wx/image.h>
 
 TEST(DrawableText, IsValidShortAndOnOneLine) {
-    struct Case {
-        std::string text;
-        std::string expected;
-    } const cases[] = {
+    std::pair<std::string, std::string> const cases[] = {
         {"plain", "plain"},
         {"", ""},
         {"a\nb\tc\x7F", "a b c "},
@@ -25,8 +22,8 @@ TEST(DrawableText, IsValidShortAndOnOneLine) {
         {"\xF4\x90\x80\x80", "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"},
         {std::string("a\0b", 3), "a b"},
     };
-    for (Case const& c : cases)
-        EXPECT_EQ(DrawableText(c.text), c.expected);
+    for (auto const& [text, expected] : cases)
+        EXPECT_EQ(DrawableText(text), expected);
     std::string const endless = DrawableText(std::string(1'000'000, 'x'));
     EXPECT_LE(endless.size(), CellCanvas::k_MaxText + 3);
     EXPECT_TRUE(endless.ends_with("\xE2\x80\xA6"));

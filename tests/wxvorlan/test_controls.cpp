@@ -216,13 +216,10 @@ TEST_F(ControlTest, ANumberFieldStepsByKeysAndStopsAtItsLimits) {
     Put(number, number->Text());
     number->SetValue("5");
     EXPECT_EQ(heard.Take(), 0);
-    struct Case {
-        int key;
-        char const* value;
-    } const cases[] = {{WXK_UP, "6"}, {WXK_DOWN, "5"}, {WXK_PAGEUP, "15"}, {WXK_PAGEUP, "20"}, {WXK_PAGEDOWN, "10"}};
-    for (Case const& c : cases) {
-        Press(c.key);
-        EXPECT_TRUE(PumpUntil([&] { return number->GetValue() == c.value; })) << c.value;
+    for (auto const& each : {std::pair(WXK_UP, "6"), std::pair(WXK_DOWN, "5"), std::pair(WXK_PAGEUP, "15"),
+                             std::pair(WXK_PAGEUP, "20"), std::pair(WXK_PAGEDOWN, "10")}) {
+        Press(each.first);
+        EXPECT_TRUE(PumpUntil([&] { return number->GetValue() == each.second; })) << each.second;
         EXPECT_EQ(heard.Take(), 1);
     }
     number->Text()->SelectAll();

@@ -4,7 +4,6 @@
 #include <corekit/optionsfile.h>
 #include <wx/dcmemory.h>
 #include <wx/image.h>
-#include <wx/sizer.h>
 #include <wx/wxbarhistoryctrl.h>
 #include <wx/wxexpandablepanel.h>
 #include <wx/wxvgradient.h>

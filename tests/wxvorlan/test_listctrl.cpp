@@ -44,13 +44,9 @@ TEST_F(SampleListTest, ARightClickSelectsFirst) {
     Click(InCell(1));
     ClickWith(WXK_CONTROL, InCell(2));
     list->Take();
-    struct Case {
-        int row;
-        char const* heard;
-    } const cases[] = {{2, "menu2"}, {5, "-1 -2 +5 menu5"}};
-    for (Case const& c : cases) {
-        Click(InCell(c.row), wxMOUSE_BTN_RIGHT);
-        EXPECT_EQ(list->Take(), c.heard);
+    for (auto const& [row, heard] : {std::pair(2, "menu2"), std::pair(5, "-1 -2 +5 menu5")}) {
+        Click(InCell(row), wxMOUSE_BTN_RIGHT);
+        EXPECT_EQ(list->Take(), heard);
     }
     Key(WXK_F10, wxMOD_SHIFT);
     EXPECT_EQ(list->Take(), "menu5");

@@ -111,13 +111,10 @@ TEST_F(TextLineTest, LinesAreSelectedByMouseAndKey) {
     hand.MouseMove(PointAt(2));
     hand.MouseClick();
     EXPECT_TRUE(PumpUntil([&] { return text->GetSelection() == 2; }));
-    struct Case {
-        int key, row;
-    };
-    for (Case const each :
-         {Case{WXK_DOWN, 3}, {WXK_UP, 2}, {WXK_HOME, 0}, {WXK_UP, 0}, {WXK_END, 99}, {WXK_DOWN, 99}}) {
-        Press(each.key);
-        EXPECT_TRUE(PumpUntil([&] { return text->GetSelection() == each.row; })) << each.key;
+    for (auto const& each : {std::pair(WXK_DOWN, 3), std::pair(WXK_UP, 2), std::pair(WXK_HOME, 0), std::pair(WXK_UP, 0),
+                             std::pair(WXK_END, 99), std::pair(WXK_DOWN, 99)}) {
+        Press(each.first);
+        EXPECT_TRUE(PumpUntil([&] { return text->GetSelection() == each.second; })) << each.first;
     }
     EXPECT_TRUE(text->IsAtEnd());
     Pump();
