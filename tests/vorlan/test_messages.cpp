@@ -1,4 +1,5 @@
 #include "messagebodies.h"
+#include "rows.h"
 
 #include <vorlan/keys.h>
 #include <vorlan/messages.h>
@@ -7,8 +8,6 @@
 #include <corekit/exception.h>
 
 #include <gtest/gtest.h>
-
-#include <functional>
 
 namespace vorlan {
 namespace {
@@ -23,10 +22,9 @@ corekit::vector<MessageDescription> AllMessages() {
     return all;
 }
 
-boost::shared_ptr<Job> MakeJob(std::initializer_list<std::pair<char const*, char const*>> values) {
+boost::shared_ptr<Job> MakeJob(OptionMap const& values) {
     auto job = boost::make_shared<Job>(UID(true));
-    for (auto const& [name, value] : values)
-        job->Set(name, value);
+    job->SetValues(values);
     return job;
 }
 
@@ -45,28 +43,18 @@ TEST(Messages, EveryKindKeepsEveryFieldThroughDecodingAndEncoding) {
     }
 }
 
-TEST(Messages, UnknownFieldsArePassedOver) {
+TEST(Messages, UnknownFieldsArePassedOverAndMissingOnesKeepTheirDefaults) {
     BodyMaker maker(4712);
     for (MessageDescription const& message : AllMessages()) {
-        std::string const body = maker.Body(message, BodyMaker::Fields::AllAndStrangers);
-        boost::shared_ptr<Message> decoded;
-        ASSERT_NO_THROW(decoded = DecodeMessage(message.type, body)) << message.name << " " << Shown(body);
-        String const encoded = EncodeMessage(*decoded);
-        auto const again = DecodeMessage(message.type, encoded);
-        // The fields that it knows are all there: each one has its own name in the
-        // encoded body and a value that was in the received one.
-        for (FieldDescription const& field : message.fields)
-            EXPECT_TRUE(encoded.Contains(field.name)) << message.name;
-        EXPECT_EQ(EncodeMessage(*again), encoded);
-    }
-}
-
-TEST(Messages, MissingFieldsKeepTheirDefaults) {
-    BodyMaker maker(4713);
-    for (MessageDescription const& message : AllMessages()) {
         for (int round = 0; round < 10; ++round) {
-            std::string const body = maker.Body(message, BodyMaker::Fields::Some);
-            ASSERT_NO_THROW(DecodeMessage(message.type, body)) << message.name << " " << Shown(body);
+            auto const fields = round == 0 ? BodyMaker::Fields::AllAndStrangers : BodyMaker::Fields::Some;
+            std::string const body = maker.Body(message, fields);
+            boost::shared_ptr<Message> decoded;
+            ASSERT_NO_THROW(decoded = DecodeMessage(message.type, body)) << message.name << " " << Shown(body);
+            String const encoded = EncodeMessage(*decoded);
+            for (FieldDescription const& field : message.fields)
+                EXPECT_TRUE(encoded.Contains(field.name)) << message.name;
+            EXPECT_EQ(EncodeMessage(*DecodeMessage(message.type, encoded)), encoded);
         }
     }
     auto const info = boost::static_pointer_cast<GetJobInfoMsg>(DecodeMessage(GetJobInfoMsg::s_Type, "\x81\xa3"
@@ -83,26 +71,16 @@ TEST(Messages, MissingFieldsKeepTheirDefaults) {
     EXPECT_THROW(DecodeMessage(JobMsg::s_Type, "\x81\xa3Job\xc0"), ParseException);
 }
 
-TEST(Messages, AJobComesBackWithAllItsValues) {
-    auto const job = MakeJob({{"Name", "Shot 12"}, {"Range", "1-100"}, {"Empty", ""}, {"Note", "a\nb\xff"}});
-    job->parentID = UID(true);
-    String const body = EncodeMessage(*JobMsg::Create(job));
-    auto const back = boost::static_pointer_cast<JobMsg>(DecodeMessage(JobMsg::s_Type, body))->job;
-    EXPECT_EQ(back->id, job->id);
-    EXPECT_EQ(back->parentID, job->parentID);
-    EXPECT_TRUE(*back->Snapshot() == *job->Snapshot());
-    EXPECT_TRUE(*DecodeJob(EncodeJob(*job))->Snapshot() == *job->Snapshot());
-}
-
-// Objects of a kind are coded by the names of the last one. Whatever the lengths
-// of the values, and however kinds follow each other, nothing of the last one may
-// show in the next.
+// Objects of a kind are coded by the names of the last one. Whatever the
+// lengths of the values, and however kinds follow each other, nothing of the
+// last one may show in the next.
 TEST(Messages, JobsOfDifferentKindsFollowEachOther) {
     size_t const lengths[] = {0, 1, 3, 4, 7, 8, 15, 16, 31, 32, 33, 255, 256, 65'535, 65'536};
     std::mt19937 random(4716);
     for (int round = 0; round < 400; ++round) {
         auto const job = boost::make_shared<Job>(UID(true));
-        // 20 kinds with as many values, more than are remembered; some with long names.
+        // 20 kinds with as many values, more than are remembered; some with long
+        // names.
         size_t const kind = random() % 20;
         for (size_t i = 0; i < 5; ++i) {
             String const name = "Kind" + String::From(kind) + String(kind % 4 * 20, 'n') + String::From(i);
@@ -129,26 +107,12 @@ TEST(Messages, JobsOfDifferentKindsFollowEachOther) {
     }
 }
 
-TEST(Messages, ASignalCarriesTheMessageToItsListeners) {
-    struct Listener : HasSlots<ThreadPolicy::LocalThreaded> {
-        void OnDelete(boost::shared_ptr<DeleteJobMsg> const& message) { got = message; }
-        boost::shared_ptr<DeleteJobMsg> got;
-    } listener;
-    boost::shared_ptr<Message> const message = DeleteJobMsg::New();
-    EXPECT_FALSE(message->HasListeners());
-    DeleteJobMsg::s_Signal.Connect(&listener, &Listener::OnDelete);
-    EXPECT_TRUE(message->HasListeners());
-    message->Emit(message);
-    EXPECT_EQ(listener.got, message);
-}
-
 TEST(Messages, AStopGetsItsActionFromTheStatus) {
-    struct {
-        int status;
-        StopAction action;
-    } const cases[] = {{UserAborted, StopAction::Requeue}, {AdministratorAborted, StopAction::Requeue},
-                       {UserCanceled, StopAction::Cancel}, {AdministratorCanceled, StopAction::Cancel},
-                       {Failed, StopAction::Cancel},       {Lost, StopAction::Requeue}};
+    Rows<int, StopAction> const cases = {
+        {UserAborted, StopAction::Requeue}, {AdministratorAborted, StopAction::Requeue},
+        {UserCanceled, StopAction::Cancel}, {AdministratorCanceled, StopAction::Cancel},
+        {Failed, StopAction::Cancel},       {Lost, StopAction::Requeue},
+    };
     for (auto const& [status, action] : cases)
         EXPECT_EQ(StopWorkMsg::Create(UID(true), status, "why")->action, static_cast<int>(action)) << status;
 }
@@ -182,22 +146,17 @@ TEST(Messages, TheLogShowsOneLineAndNoPassword) {
     EXPECT_TRUE(logs->Text().Contains("100 items"));
 }
 
-// Bodies that nobody should send, made by hand. The name of the field must be in
-// the text, so that the log says what to look at.
+// Bodies that nobody should send, made by hand. The name of the field must be
+// in the text, so that the log says what to look at.
 TEST(Messages, BadBodiesAreRefusedWithTheirField) {
     std::string const deepMaps(100, '\x81');
     std::string const deepLists(1000, '\x91');
     auto const field = [](std::string const& name, std::string const& value) {
         return std::string(1, '\x81') + static_cast<char>(0xa0 + name.size()) + name + value;
     };
-    struct {
-        UID type;
-        std::string body;
-        char const* text;
-    } const cases[] = {
+    Rows<UID, std::string, char const*> const cases = {
         {DeleteJobMsg::s_Type, "", "ends too early"},
         {DeleteJobMsg::s_Type, "\xc0", "not a map"},
-        {DeleteJobMsg::s_Type, "\xc1", "not a map"},
         {DeleteJobMsg::s_Type, std::string("\x80\x80", 2), "after its end"},
         {DeleteJobMsg::s_Type, field("Job", "\x01"), "\"Job\""},
         {DeleteJobMsg::s_Type, field("Job", "\xc4\x0f" + std::string(15, 'x')), "\"Job\" is not an id"},
@@ -220,6 +179,7 @@ TEST(Messages, BadBodiesAreRefusedWithTheirField) {
         {HeartbeatMsg::s_Type, field("CpuPercent", std::string("\xcb\x7f\xf8\x00\x00\x00\x00\x00\x00", 9)),
          "not a number"},
         {HeartbeatMsg::s_Type, field("CpuPercent", std::string("\xca\x7f\x80\x00\x00", 5)), "not a number"},
+        {HeartbeatMsg::s_Type, field("CpuPercent", "\xa1x"), "not a number"},
         {JobMsg::s_Type, field("Job", "\x80"), "\"Job\" has no id"},
         {JobMsg::s_Type, field("Job", field("ID", "\xa4text")), "not an id"},
         {JobMsg::s_Type, field("Job", field("Values", std::string("\x81\xa0\xa0"))), "values that are none"},
@@ -228,10 +188,7 @@ TEST(Messages, BadBodiesAreRefusedWithTheirField) {
         {JobMsg::s_Type, field("Job", deepMaps), "\"Job\""},
         {ZjobsMsg::s_Type, field("Jobs", "\x91\xc0"), "\"Jobs\""},
         {WorkEndedMsg::s_Type, field("Ended", field("ExitCode", "\xa1x")), "\"ExitCode\" is not a whole number"},
-        {JobHistoryMsg::s_Type,
-         field("History", field("Units", "\x91\x91\xa1"
-                                         "1")),
-         "too few items"},
+        {JobHistoryMsg::s_Type, field("History", field("Units", "\x91\x91\xa1x")), "too few items"},
         {JobHistoryMsg::s_Type, field("History", "\x90"), "\"History\" is not a map"},
         {EngineHistoryMsg::s_Type, field("History", "\x91\x92\xa1x\xa1y"), "\"History\""},
     };
@@ -246,8 +203,8 @@ TEST(Messages, BadBodiesAreRefusedWithTheirField) {
     }
 }
 
-// A body cut off anywhere is refused; one with changed bytes is refused or read,
-// and nothing else happens.
+// A body cut off anywhere is refused; one with changed bytes is refused or
+// read, and nothing else happens.
 TEST(Messages, DamagedBodiesAreRefusedOrReadAndNothingElse) {
     BodyMaker maker(4714);
     std::mt19937 random(4715);
