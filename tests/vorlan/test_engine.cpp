@@ -1,6 +1,8 @@
 #include "corekit/tempfolder.h"
+#include "rows.h"
 
 #include <corekit/inifile.h>
+#include <corekit/sformat.h>
 #include <corekit/uniquefd.h>
 #include <gtest/gtest.h>
 #include <vorlan/engine.h>
@@ -10,7 +12,6 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <poll.h>
 #include <sys/socket.h>
 
 namespace vorlan {
@@ -21,102 +22,91 @@ struct DefaultEngineGuard {
     ~DefaultEngineGuard() { CommonEngine::SetDefaultEngine(CommonEngine()); }
 };
 
-/// A moment of the week that begins with Sunday 2024-01-07, in UTC.
-Time Moment(int day, int hour, int minute = 0, int ms = 0) {
+// A moment of the week that begins with Sunday 2024-01-07, in UTC, as day, hour and
+// minute: "1 08:30". A "-" behind it means the minute's last millisecond.
+Time Moment(std::string_view text) {
     constexpr int64_t k_SundayUnixMs = 1704585600000;
-    return Time::FromUnixMs(k_SundayUnixMs) + Time::Days(day) + Time::Hours(hour) + Time::Minutes(minute) + Time(ms);
+    auto const number = [&](size_t at) { return String(text.substr(at, 2)).Int(); };
+    Time moment = Time::FromUnixMs(k_SundayUnixMs) + Time::Days(text[0] - '0') + Time::Hours(number(2)) +
+                  Time::Minutes(number(5));
+    return text.ends_with('-') ? moment + Time(59999) : moment;
 }
 
-constexpr int k_Sun = 1, k_Mon = 2, k_Fri = 32, k_Sat = 64, k_All = 127;
-
 TEST(Engine, AppliesRestrictedTimesToTheMillisecond) {
-    Time const nine = Time::Hours(9);
-    Time const eighteen = Time::Hours(18);
-    Time const twentyTwo = Time::Hours(22);
-    Time const six = Time::Hours(6);
-    struct Case {
-        Time from, to;
-        int days;
-        int offset; // minutes ahead of UTC
-        Time moment;
-        bool restricted;
-    } const cases[] = {
+    constexpr int k_Sun = 1, k_Mon = 2, k_Fri = 32, k_Sat = 64, k_All = 127;
+    // From and to in hours, the days, the minutes ahead of UTC, moments within and without.
+    using Moments = corekit::vector<char const*>;
+    Rows<int, int, int, int, Moments, Moments> const cases = {
         // Within a day: the first millisecond belongs to it, the end does not.
-        {nine, eighteen, k_Mon, 0, Moment(1, 8, 59, 59999), false},
-        {nine, eighteen, k_Mon, 0, Moment(1, 9), true},
-        {nine, eighteen, k_Mon, 0, Moment(1, 17, 59, 59999), true},
-        {nine, eighteen, k_Mon, 0, Moment(1, 18), false},
-        {nine, eighteen, k_Mon, 0, Moment(0, 12), false},
-        {nine, eighteen, k_Mon, 0, Moment(2, 12), false},
-        {nine, eighteen, 0, 0, Moment(1, 12), false},
-        {nine, eighteen, k_Sun, 0, Moment(0, 12), true},
-        {nine, eighteen, k_Sat, 0, Moment(6, 12), true},
+        {9, 18, k_Mon, 0, {"1 09:00", "1 17:59-"}, {"1 08:59-", "1 18:00", "0 12:00", "2 12:00"}},
+        {9, 18, 0, 0, {}, {"1 12:00"}},
+        {9, 18, k_Sun, 0, {"0 12:00"}, {}},
+        {9, 18, k_Sat, 0, {"6 12:00"}, {}},
         // Over midnight: the day is the one on which the window begins.
-        {twentyTwo, six, k_Fri, 0, Moment(5, 21, 59, 59999), false},
-        {twentyTwo, six, k_Fri, 0, Moment(5, 22), true},
-        {twentyTwo, six, k_Fri, 0, Moment(5, 23, 59, 59999), true},
-        {twentyTwo, six, k_Fri, 0, Moment(6, 0), true},
-        {twentyTwo, six, k_Fri, 0, Moment(6, 5, 59, 59999), true},
-        {twentyTwo, six, k_Fri, 0, Moment(6, 6), false},
-        {twentyTwo, six, k_Fri, 0, Moment(6, 22), false},
-        {twentyTwo, six, k_Fri, 0, Moment(5, 3), false},
-        {twentyTwo, six, k_Sat, 0, Moment(7, 3), true}, // into the next week
-        {twentyTwo, six, k_Sun, 0, Moment(0, 3), false},
+        {22,
+         6,
+         k_Fri,
+         0,
+         {"5 22:00", "5 23:59-", "6 00:00", "6 05:59-"},
+         {"5 21:59-", "6 06:00", "6 22:00", "5 03:00"}},
+        {22, 6, k_Sat, 0, {"7 03:00"}, {}}, // into the next week
+        {22, 6, k_Sun, 0, {}, {"0 03:00"}},
         // From or to midnight itself, and a whole day.
-        {Time(), six, k_Mon, 0, Moment(1, 0), true},
-        {Time(), six, k_Mon, 0, Moment(0, 23, 59, 59999), false},
-        {twentyTwo, Time(), k_Mon, 0, Moment(1, 23, 59, 59999), true},
-        {twentyTwo, Time(), k_Mon, 0, Moment(2, 0), false},
-        {Time(), Time(), k_Mon, 0, Moment(1, 0), true},
-        {Time(), Time(), k_Mon, 0, Moment(1, 23, 59, 59999), true},
-        {Time(), Time(), k_Mon, 0, Moment(2, 0), false},
-        {nine, nine, k_Mon, 0, Moment(2, 8, 59, 59999), true},
-        {nine, nine, k_Mon, 0, Moment(2, 9), false},
+        {0, 6, k_Mon, 0, {"1 00:00"}, {"0 23:59-"}},
+        {22, 0, k_Mon, 0, {"1 23:59-"}, {"2 00:00"}},
+        {0, 0, k_Mon, 0, {"1 00:00", "1 23:59-"}, {"2 00:00"}},
+        {9, 9, k_Mon, 0, {"2 08:59-"}, {"2 09:00"}},
         // By the Engine's own clock.
-        {nine, eighteen, k_Mon, 120, Moment(1, 7), true},
-        {nine, eighteen, k_Mon, 120, Moment(1, 16), false},
-        {nine, eighteen, k_Mon, -480, Moment(1, 17), true},
-        {nine, eighteen, k_Mon, -480, Moment(2, 1, 59), true},
-        {nine, eighteen, k_Mon, -480, Moment(1, 9), false},
-        {Time(), six, k_Mon, 330, Moment(0, 18, 30), true},
-        {Time(), six, k_Mon, 330, Moment(0, 18, 29), false},
-        {nine, eighteen, k_All, 0, Time(1), false},
-        {Time(), six, k_Sun, -60, Time(1), false}, // before the calendar begins it is Sunday, 23:00
-        {twentyTwo, six, k_Sun, -60, Time(1), true},
+        {9, 18, k_Mon, 120, {"1 07:00"}, {"1 16:00"}},
+        {9, 18, k_Mon, -480, {"1 17:00", "2 01:59"}, {"1 09:00"}},
+        {0, 6, k_Mon, 330, {"0 18:30"}, {"0 18:29"}},
     };
-    for (Case const& test : cases) {
-        Engine engine;
-        engine.SetMaxCores(8);
-        engine.RestrictDays(static_cast<unsigned char>(test.days));
-        engine.RestrictTimes(test.from, test.to);
-        engine.RestrictCores(2);
-        engine.SetUTCOffset(test.offset);
-        EXPECT_FALSE(engine.IsRestricted(test.moment)) << "not restricted at all";
-        engine.Restrict(true);
-        String const shown = test.from.FormatSpan("%H:%M") + "-" + test.to.FormatSpan("%H:%M") + " " +
-                             test.moment.Format("%a %H:%M:%S.%L", false) + " " + String::From(test.offset);
-        EXPECT_EQ(engine.IsRestricted(test.moment), test.restricted) << shown;
-        EXPECT_EQ(engine.UseCPUsAtTime(test.moment), test.restricted ? 2u : 8u) << shown;
+    Engine engine;
+    engine.SetMaxCores(8);
+    engine.RestrictCores(2);
+    for (auto const& [from, to, days, offset, within, without] : cases) {
+        engine.RestrictDays(static_cast<unsigned char>(days));
+        engine.RestrictTimes(Time::Hours(from), Time::Hours(to));
+        engine.SetUTCOffset(offset);
+        String const shown = SFormat("%d-%d, days %d, offset %d: ", from, to, days, offset);
+        for (char const* moment : within) {
+            engine.Restrict(false);
+            EXPECT_FALSE(engine.IsRestricted(Moment(moment))) << "not restricted at all";
+            engine.Restrict(true);
+            EXPECT_TRUE(engine.IsRestricted(Moment(moment))) << shown << moment;
+            EXPECT_EQ(engine.UseCPUsAtTime(Moment(moment)), 2u) << shown << moment;
+        }
+        for (char const* moment : without) {
+            EXPECT_FALSE(engine.IsRestricted(Moment(moment))) << shown << moment;
+            EXPECT_EQ(engine.UseCPUsAtTime(Moment(moment)), 8u) << shown << moment;
+        }
     }
+    // Before the calendar begins it is Sunday, 23:00.
+    engine.SetUTCOffset(-60);
+    engine.RestrictDays(k_Sun);
+    engine.RestrictTimes(Time::Hours(22), Time::Hours(6));
+    EXPECT_TRUE(engine.IsRestricted(Time(1)));
+    engine.RestrictDays(k_All);
+    engine.RestrictTimes(Time::Hours(9), Time::Hours(18));
+    EXPECT_FALSE(engine.IsRestricted(Time(1)));
 }
 
 TEST(Engine, KeepsCoresWithinTheMachine) {
-    struct Case {
-        unsigned max, set, use;
-        bool customized;
-    } const cases[] = {{16, 12, 12, true}, {4, 12, 4, false}, {4, 4, 4, false}, {4, 0, 0, true}, {0, 12, 12, true}};
-    for (Case const& test : cases) {
+    Rows<unsigned, unsigned, unsigned, bool> const cases = {
+        {16, 12, 12, true}, {4, 12, 4, false}, {4, 4, 4, false}, {4, 0, 0, true}, {0, 12, 12, true}};
+    for (auto const& [max, set, use, customized] : cases) {
         Engine engine;
-        engine.SetMaxCores(test.max);
-        EXPECT_EQ(engine.UseCores(), test.max);
-        engine.SetUseCores(test.set);
-        EXPECT_EQ(engine.UseCores(), test.use) << test.max << " " << test.set;
-        EXPECT_EQ(engine.IsDefault(), !test.customized) << test.max << " " << test.set;
+        engine.SetMaxCores(max);
+        EXPECT_EQ(engine.UseCores(), max);
+        engine.SetUseCores(set);
+        EXPECT_EQ(engine.UseCores(), use) << max << " " << set;
+        EXPECT_EQ(engine.IsDefault(), !customized) << max << " " << set;
     }
     Engine engine;
     engine.Set(p_EnginePriority, "9999");
     engine.Set(p_EngineForceCores, "rubbish");
     EXPECT_EQ(engine.Priority(), 100);
+    EXPECT_TRUE(Engine::TypeInfo()->GetParam(p_EngineGPUDistribution));
     EXPECT_EQ(engine.ForceCores(), -1);
 }
 
@@ -174,13 +164,14 @@ TEST(CommonEngine, CopiesSettingsAndNothingElse) {
     from.DisableProducts({product});
     from.SetEventCommand(WorkStartedEvt::TypeName(), "run $(Name)");
     Engine to(UID(true));
-    UID const id = to.id;
     to.SetHostname("to");
     to.SetMaxCores(16);
     to.SetIdleSleepTime(5);
+    to.SetInfoPeer(IPPeer("::1", 1234));
     to.CopyCommon(from);
-    EXPECT_EQ(to.id, id);
+    EXPECT_NE(to.id, from.id);
     EXPECT_EQ(to.Hostname(), "to");
+    EXPECT_EQ(Engine(to).InfoPeer(), IPPeer("::1", 1234));
     EXPECT_EQ(to.UseCores(), 16u);
     EXPECT_EQ(to.GetAllPools(), (corekit::vector<UID>{pool, other})) << "the order is their priority";
     EXPECT_FALSE(to.CanWorkOnType(product));
@@ -188,14 +179,13 @@ TEST(CommonEngine, CopiesSettingsAndNothingElse) {
     EXPECT_EQ(to.GetEventCommand("workstartedevt"), "run $(Name)");
     EXPECT_EQ(to.GetIdleSleepTime(), 0u);
 
-    Engine filled;
-    filled.SetPriority(10);
     CommonEngine defaults;
-    defaults.SetPriority(90);
+    defaults.SetIdleSleepTime(9);
     defaults.RestrictCores(3);
-    filled.FillFrom(defaults);
-    EXPECT_EQ(filled.Priority(), 10);
-    EXPECT_EQ(filled.RestrictedCores(), 3u);
+    from.SetIdleSleepTime(7);
+    from.FillFrom(defaults);
+    EXPECT_EQ(from.GetIdleSleepTime(), 7u);
+    EXPECT_EQ(from.RestrictedCores(), 3u);
 }
 
 TEST(CommonEngine, KeepsItsSettingsInAFile) {
@@ -234,23 +224,6 @@ TEST(CommonEngine, KeepsItsSettingsInAFile) {
     EXPECT_EQ(copy.GetIdleSleepTime(), 7u);
 }
 
-TEST(Engine, CopiesByValue) {
-    Engine engine(UID(true));
-    engine.SetName("one");
-    engine.SetInfoPeer(IPPeer("::1", 1234));
-    engine.SetMACAddresses({"00:11:22:33:44:55"});
-    Engine copy(engine);
-    copy.SetName("two");
-    EXPECT_EQ(engine.Name(), "one");
-    EXPECT_EQ(copy.id, engine.id);
-    EXPECT_EQ(copy.InfoPeer(), IPPeer("::1", 1234));
-    Engine assigned;
-    assigned = copy;
-    EXPECT_EQ(assigned.Values(), copy.Values());
-    EXPECT_EQ(engine.PlatformName(), "Unknown");
-    EXPECT_TRUE(Engine::TypeInfo()->GetParam(p_EngineGPUDistribution));
-}
-
 TEST(Engine, WakesByMagicPackets) {
     String const mac = "0a:1B:2c:3d:4e:FF";
     String const packet = MagicPacketFor(mac);
@@ -270,8 +243,8 @@ TEST(Engine, WakesByMagicPackets) {
     ASSERT_EQ(getsockname(receiver.Get(), reinterpret_cast<sockaddr*>(&address), &length), 0);
     EXPECT_EQ(SendMagicPacketsTo({mac, "rubbish", "00-11-22-33-44-55"}, IPPeer("127.0.0.1", ntohs(address.sin_port))),
               2u);
-    pollfd poller{receiver.Get(), POLLIN, 0};
-    ASSERT_EQ(poll(&poller, 1, 5000), 1);
+    timeval const patience{5, 0};
+    ASSERT_EQ(setsockopt(receiver.Get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience), 0);
     char buffer[256];
     ssize_t const got = recv(receiver.Get(), buffer, sizeof buffer, 0);
     ASSERT_EQ(got, 102);

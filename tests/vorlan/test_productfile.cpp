@@ -1,4 +1,5 @@
 #include "corekit/tempfolder.h"
+#include "rows.h"
 
 #include <corekit/exception.h>
 #include <corekit/file.h>
@@ -23,11 +24,8 @@ String Parsing(String const& text) {
 }
 
 TEST(ProductFile, ErrorsNameThePlaceAndWhatIsExpected) {
-    struct Case {
-        char const* members; // beside the head
-        char const* says;
-    };
-    Case const cases[] = {
+    // The members beside the head, and what is said of them.
+    Rows<char const*, char const*> const cases = {
         {R"("Class": "Round", "Format": 1)", "Class: \"Round\" is no class. Expected \"Sequence\""},
         {R"("Format": 2)", "Format: expected a whole number from 1 to 1"},
         {R"("Format": 99999999999999999999)", "Format: expected a whole number"},
@@ -73,20 +71,24 @@ TEST(ProductFile, ErrorsNameThePlaceAndWhatIsExpected) {
         {R"("Output": {"SuccessCodes": [256]})", "Output.SuccessCodes[0]: expected a whole number from 0 to 255"},
         {R"("Values": {"A": null})", "Values.A: expected a text"},
     };
-    for (Case const& c : cases) {
+    for (auto const& [members, says] : cases) {
         nlohmann::ordered_json json = nlohmann::ordered_json::parse("{" + std::string(k_Head) + "}");
-        json.update(nlohmann::ordered_json::parse("{" + std::string(c.members) + "}", nullptr, true, true));
+        json.update(nlohmann::ordered_json::parse("{" + std::string(members) + "}", nullptr, true, true));
         String const error = Parsing(String(json.dump()));
-        EXPECT_TRUE(error.Contains(c.says)) << c.members << "\n -> " << error;
+        EXPECT_TRUE(error.Contains(says)) << members << "\n -> " << error;
     }
-    EXPECT_TRUE(Parsing("").StartsWith("Not valid JSON: parse error at line 1")) << Parsing("");
-    EXPECT_TRUE(Parsing("{\n\"ID\": }").Contains("line 2")) << Parsing("{\n\"ID\": }");
-    EXPECT_TRUE(Parsing("[]").Contains("A Product is expected"));
-    EXPECT_TRUE(Parsing("{}").Contains("\"ID\" is missing"));
-    EXPECT_TRUE(Parsing(R"({"ID": "x", "Name": "P", "Class": "Single"})").Contains("\"x\" is no ID"));
-    EXPECT_TRUE(Parsing("{\"Name\": \"\xff\"}").Contains("UTF-8"));
-    EXPECT_TRUE(Parsing(String(100000, '[')).Contains("nests deeper"));
-    EXPECT_TRUE(Parsing(String(k_ProductTextLimit + 1, ' ')).Contains("at most"));
+    Rows<String, char const*> const texts = {
+        {"", "Not valid JSON: parse error at line 1"},
+        {"{\n\"ID\": }", "line 2"},
+        {"[]", "A Product is expected"},
+        {"{}", "\"ID\" is missing"},
+        {R"({"ID": "x", "Name": "P", "Class": "Single"})", "\"x\" is no ID"},
+        {"{\"Name\": \"\xff\"}", "UTF-8"},
+        {String(100000, '['), "nests deeper"},
+        {String(k_ProductTextLimit + 1, ' '), "at most"},
+    };
+    for (auto const& [text, says] : texts)
+        EXPECT_TRUE(Parsing(text).Contains(says)) << text.Mid(0, 80) << "\n -> " << Parsing(text);
 }
 
 TEST(ProductFile, UnknownKeysAndEverythingElseReadBack) {
@@ -116,15 +118,15 @@ TEST(ProductFile, UnknownKeysAndEverythingElseReadBack) {
         String const saved = SSaveProduct(*product, compact);
         EXPECT_EQ(saved.Trim().Contains(k_NL), !compact);
         EXPECT_EQ(SSaveProduct(*ProductFromText(saved), compact), saved);
-        auto const json = nlohmann::json::parse(saved.Str());
-        EXPECT_EQ(json["Future"]["a"][1], 2);
-        EXPECT_EQ(json["Parameters"][0]["Colour"], "red");
-        EXPECT_EQ(json["Parameters"][0]["Shape"]["r"], 1);
-        EXPECT_EQ(json["Parameters"][1]["Parameters"][0]["Icon"][0], 1);
-        EXPECT_EQ(json["Commands"][0]["Key"], "F5");
-        EXPECT_EQ(json["Launch"]["Niceness"], 5);
-        EXPECT_EQ(json["Output"]["Locale"], "C");
-        EXPECT_EQ(json["Output"]["Rules"][0]["Since"], 4);
+        nlohmann::json const json = nlohmann::json::parse(saved.Str());
+        Rows<char const*, nlohmann::json> const unknown = {
+            {"/Future/a/1", 2},           {"/Parameters/0/Colour", "red"},
+            {"/Parameters/0/Shape/r", 1}, {"/Parameters/1/Parameters/0/Icon/0", 1},
+            {"/Commands/0/Key", "F5"},    {"/Launch/Niceness", 5},
+            {"/Output/Locale", "C"},      {"/Output/Rules/0/Since", 4},
+        };
+        for (auto const& [place, value] : unknown)
+            EXPECT_EQ(json.at(nlohmann::json::json_pointer(place)), value);
     }
     auto const again = ProductFromText(ProductToText(*product));
     EXPECT_EQ(again->GetLaunch().arguments, product->GetLaunch().arguments);

@@ -1,8 +1,9 @@
 #include "corekit/tempfolder.h"
+#include "rows.h"
 
 #include <corekit/exception.h>
-#include <corekit/file.h>
 #include <corekit/process.h>
+#include <corekit/runcommand.h>
 #include <gtest/gtest.h>
 #include <vorlan/job.h>
 #include <vorlan/keys.h>
@@ -70,18 +71,16 @@ TEST(Launch, ArgumentsFollowTheValues) {
     Launch const launch = BuildLaunch(*product, *unit, {{"Engine.Name", "e1"}, {"Program", "theirs"}});
     EXPECT_EQ(launch.arguments, (Words{"run", "a5-9x2", "-t 4", "-s", "/s h/a b", "-f", "+L", "/a", "+L", "/b c", "-x",
                                        "y z", "/s h/a b", "e1", "theirs"}));
-    EXPECT_EQ(launch.environment, (corekit::map<String, String>{}));
+    EXPECT_TRUE(launch.environment.empty());
     EXPECT_EQ(launch.folder, "/s h");
     EXPECT_EQ(launch.expectedFiles, (Words{"009.png", "007.png", "005.png", "all"}));
     EXPECT_FALSE(launch.shell);
     unit->Set("Flag", "Never");
     unit->Set("Out", "/o");
     Launch const other = BuildLaunch(*product, *unit, {});
-    EXPECT_EQ(Words(other.arguments.begin(), other.arguments.begin() + 5),
-              (Words{"run", "a5-9x2", "-t 4", "-o", "/o"}));
-    EXPECT_EQ(std::count(other.arguments.begin(), other.arguments.end(), "-f"), 0);
+    EXPECT_EQ(other.arguments, (Words{"run", "a5-9x2", "-t 4", "-o", "/o", "-s", "/s h/a b", "+L", "/a", "+L", "/b c",
+                                      "-x", "y z", "/s h/a b", "mine"}));
     EXPECT_EQ(other.environment, (corekit::map<String, String>{{"OUT", "/o"}}));
-    EXPECT_EQ(other.arguments.back(), "mine");
 }
 
 TEST(Launch, SaysWhatIsWrong) {
@@ -90,26 +89,24 @@ TEST(Launch, SaysWhatIsWrong) {
 }, "Parameters": [
         {"Type": "Text", "Name": "Scene", "NiceName": "The Scene", "Flags": ["Job Parameter", "Required"]}])json");
     OptionMap const good = {{"Scene", "s"}, {"Program", "p"}, {p_SubRange, "1-3"}};
-    auto const with = [&good](char const* name, String const& value) {
+    Rows<char const*, String, char const*> const cases = {
+        {"Big", "x", "no error"},
+        {"Scene", " ", "\"The Scene\" (Scene) of the Job has no value"},
+        {"Program", "", "names no program to run"},
+        {p_SubRange, "1,2,9", "The frames 1,2,9 are not evenly spaced"},
+        {p_SubRange, "1-", "is not a range of frames"},
+        {"Big", String(k_ArgumentLengthLimit + 1, 'x'), "an argument of 131072 bytes"},
+        {"Big", String("a\0b", 3), "zero byte"},
+    };
+    for (auto const& [name, value, error] : cases) {
         OptionMap values = good;
         values[name] = value;
-        return values;
-    };
-    EXPECT_EQ(LaunchError(*product, good), "no error");
-    EXPECT_TRUE(LaunchError(*product, with("Scene", " ")).StartsWith("\"The Scene\" (Scene) of the Job has no value"));
-    EXPECT_TRUE(LaunchError(*product, with("Program", "")).Contains("names no program to run"));
-    EXPECT_TRUE(LaunchError(*product, with(p_SubRange, "1,2,9")).Contains("The frames 1,2,9 are not evenly spaced"));
-    EXPECT_TRUE(LaunchError(*product, with(p_SubRange, "1-")).Contains("is not a range of frames"));
-    EXPECT_TRUE(LaunchError(*product, with("Big", String(k_ArgumentLengthLimit + 1, 'x')))
-                    .Contains("an argument of 131072 bytes"));
-    EXPECT_TRUE(LaunchError(*product, with("Big", String("a\0b", 3))).Contains("zero byte"));
-    EXPECT_TRUE(LaunchError(*product, with("Big", "x")).Contains("no error"));
+        EXPECT_TRUE(LaunchError(*product, values).Contains(error)) << error;
+    }
     EXPECT_TRUE(LaunchError(*WithLaunch("{}"), good).Contains("does not say what to run"));
-    EXPECT_TRUE(LaunchError(*WithLaunch(R"json({"Arguments": ["x", "$(A)"]
-    })json",
-                                        R"json(, "Values": {"A": "$(B)", "B": "$(A)"})json"),
-                            good)
-                    .Contains("is made of itself"));
+    auto const circle =
+        WithLaunch(R"json({"Arguments": ["x", "$(A)"]})json", R"json(, "Values": {"A": "$(B)", "B": "$(A)"})json");
+    EXPECT_TRUE(LaunchError(*circle, good).Contains("is made of itself"));
 }
 
 TEST(Launch, CommandsRunOnFramesAndHistoryRows) {
@@ -128,59 +125,48 @@ TEST(Launch, CommandsRunOnFramesAndHistoryRows) {
     EXPECT_FALSE(BuildCommandLaunch(*product, *job, "Unknown", "", launch));
 }
 
+OutputRule MakeRule(OutputRule::Kind kind, char const* pattern) {
+    OutputRule rule;
+    rule.kind = kind;
+    rule.pattern = pattern;
+    return rule;
+}
+
 TEST(OutputMatcher, CountsFramesAndParts) {
     using Kind = OutputRule::Kind;
-    auto const rule = [](Kind kind, char const* pattern) {
-        OutputRule result;
-        result.kind = kind;
-        result.pattern = pattern;
-        return result;
-    };
-    struct Step {
-        char const* line;
-        double percent;
-    };
-    struct Case {
-        corekit::vector<OutputRule> rules;
-        char const* subRange;
-        corekit::vector<Step> steps;
-    };
-    Case const cases[] = {
-        {{rule(Kind::Percent, "(\\S+)%")},
-         "1-4",
-         {{"x 25.5%", 25.5}, {"10%", 25.5}, {"none", 25.5}, {"900%", 100}, {"nan%", 100}}},
-        {{rule(Kind::Step, "(\\d+)/(\\d+)")}, "", {{"1/4", 25}, {"3/0", 25}, {"4/4", 100}}},
-        {{rule(Kind::Frame, "F(-?\\d+)"), rule(Kind::Percent, "(\\d+)%")},
+    using Steps = Rows<char const*, double>;
+    OutputRule const percent = MakeRule(Kind::Percent, "([0-9.]+|nan)%");
+    OutputRule const frame = MakeRule(Kind::Frame, "F(-?\\d+)");
+    Rows<corekit::vector<OutputRule>, char const*, Steps> const cases = {
+        {{percent}, "1-4", {{"x 25.5%", 25.5}, {"10%", 25.5}, {"none", 25.5}, {"900%", 100}, {"nan%", 100}}},
+        {{MakeRule(Kind::Step, "(\\d+)/(\\d+)")}, "", {{"1/4", 25}, {"3/0", 25}, {"4/4", 100}}},
+        {{frame, percent},
          "-5--2",
          {{"F-5", 0}, {"50%", 12.5}, {"F-5", 12.5}, {"100%", 25}, {"F-4", 25}, {"F99", 25}, {"F-2", 50}, {"100%", 75}}},
         // A program that takes the frames from the end.
-        {{rule(Kind::Frame, "F(\\d+)"), rule(Kind::Percent, "(\\d+)%")}, "1-4", {{"F4", 0}, {"F3", 25}, {"50%", 37.5}}},
-        {{rule(Kind::FrameOffset, "frame (\\d+) of"), rule(Kind::Percent, "(\\d+)%")},
+        {{frame, percent}, "1-4", {{"F4", 0}, {"F3", 25}, {"50%", 37.5}}},
+        {{MakeRule(Kind::FrameOffset, "frame (\\d+) of"), percent},
          "3-9x2",
          {{"frame 1 of 7", 0}, {"100%", 25}, {"frame 3 of 7", 25}, {"frame 7 of 7", 50}}},
-        {{rule(Kind::Done, "saved (\\d+)")}, "1-4", {{"saved 2", 25}, {"saved 2", 25}, {"saved 1", 50}}},
-        {{rule(Kind::Total, "total (\\S+)"), rule(Kind::Position, "at (\\S+)")},
+        {{MakeRule(Kind::Done, "saved (\\d+)")}, "1-4", {{"saved 2", 25}, {"saved 2", 25}, {"saved 1", 50}}},
+        {{MakeRule(Kind::Total, "total (\\S+)"), MakeRule(Kind::Position, "at (\\S+)")},
          "",
          {{"at 00:00:05", 0}, {"total 00:01:40.0", 0}, {"total 5", 0}, {"at 00:00:25.00", 25}, {"at 00:01:15", 75}}},
     };
-    for (Case const& c : cases) {
-        OutputMatcher matcher({c.rules, {0}, {}}, c.subRange);
-        for (Step const& step : c.steps) {
+    for (auto const& [rules, subRange, steps] : cases) {
+        OutputMatcher matcher({rules, {0}, {}}, subRange);
+        for (auto const& [line, expected] : steps) {
             double const before = matcher.Percent();
-            EXPECT_EQ(matcher.Feed(step.line).progressChanged, step.percent > before) << step.line;
-            EXPECT_NEAR(matcher.Percent(), step.percent, 1e-9) << c.rules[0].pattern << ": " << step.line;
+            EXPECT_EQ(matcher.Feed(line).progressChanged, expected > before) << line;
+            EXPECT_NEAR(matcher.Percent(), expected, 1e-9) << rules[0].pattern << ": " << line;
         }
     }
 }
 
 TEST(OutputMatcher, FirstErrorCountsAndNotesAreMade) {
-    OutputRule error;
-    error.kind = OutputRule::Kind::Error;
-    error.pattern = "failed: (\\w+)(?: at (\\d+))?";
+    OutputRule error = MakeRule(OutputRule::Kind::Error, "failed: (\\w+)(?: at (\\d+))?");
     error.text = "$1 ($2) costs 5$$";
-    OutputRule warning;
-    warning.kind = OutputRule::Kind::Warning;
-    warning.pattern = "warn";
+    OutputRule const warning = MakeRule(OutputRule::Kind::Warning, "warn");
     OutputMatcher matcher({{error, warning}, {0}, {}}, "");
     EXPECT_EQ(matcher.Feed("  warn me \r").warning, "warn me");
     EXPECT_EQ(matcher.Feed("x failed: disk at 7").error, "disk (7) costs 5$");
@@ -201,18 +187,19 @@ TEST(ShippedProducts, AreComplete) {
     for (String const& error : errors)
         ADD_FAILURE() << error;
     ASSERT_GE(products.size(), 4U);
-    auto const checkHelp = [](auto const& self, String const& place, Parameter const& parameter) -> void {
+    std::function<void(Parameter const&, String)> const checkHelp = [&](Parameter const& parameter,
+                                                                        String const& place) {
         bool const heading = parameter.Type() == Parameter::t_Separator || parameter.Type() == Parameter::t_HelpText;
         EXPECT_TRUE(heading || !parameter.GetHelp().Empty()) << place << " " << parameter.GetName();
         EXPECT_TRUE(parameter.IsDefault(parameter.GetDefault())) << place << " " << parameter.GetName();
         for (size_t i = 0; i < parameter.GetSubParamCount(); ++i)
-            self(self, place + " " + parameter.GetName(), *parameter.GetSubParam(i));
+            checkHelp(*parameter.GetSubParam(i), place + " " + parameter.GetName());
     };
     for (auto const& product : products) {
         EXPECT_FALSE(product->ShortHelp().Empty() || product->LongHelp().Empty() || product->SummaryTemplate().Empty())
             << product->Name();
         for (size_t i = 0; i < product->GetParamCount(); ++i)
-            checkHelp(checkHelp, product->Name(), *product->GetParam(i));
+            checkHelp(*product->GetParam(i), product->Name());
         EXPECT_NE(product->FindCommand(c_Output), nullptr) << product->Name();
         EXPECT_NE(product->FindCommand(c_ViewCommand), nullptr) << product->Name();
         EXPECT_NO_THROW(OutputMatcher(product->GetOutputRules(), "1-10")) << product->Name();
@@ -256,12 +243,9 @@ TEST(ShippedProducts, BlenderCommandLine) {
               "Error: Cannot read file '/s/a.blend': No such file or directory");
 }
 
-bool IsInstalled(char const* program) {
-    return std::system((String("command -v ") + program + " >/dev/null 2>&1").c_str()) == 0;
-}
-
 // What a launch did: its exit code and all lines of its output fed to the matcher.
 struct Outcome {
+    Launch launch;
     int exitCode = -1;
     double percent = 0;
     int progressReports = 0;
@@ -269,7 +253,10 @@ struct Outcome {
     String output;
 };
 
-Outcome RunLaunch(Product const& product, Job const& unit, Launch const& launch, TempFolder const& folder) {
+Outcome RunUnit(Product const& product, OptionMap const& values, TempFolder const& folder) {
+    auto const unit = Unit(product, values);
+    Outcome outcome;
+    Launch const& launch = outcome.launch = BuildLaunch(product, *unit, {});
     Path const log = folder / "output.txt";
     int const fd = open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     ProcessOptions options;
@@ -284,13 +271,12 @@ Outcome RunLaunch(Product const& product, Job const& unit, Launch const& launch,
     String error;
     auto const process = Process::Start(Path(launch.arguments.front()), options, &error);
     close(fd);
-    Outcome outcome;
     EXPECT_NE(process, nullptr) << error;
     if (!process)
         return outcome;
     outcome.exitCode = process->Wait(60000).value_or(-1000);
     outcome.output = File::Read(log);
-    OutputMatcher matcher(product.GetOutputRules(), unit.GetParameterString(p_SubRange));
+    OutputMatcher matcher(product.GetOutputRules(), unit->GetParameterString(p_SubRange));
     for (size_t from = 0; from < outcome.output.size();) {
         size_t const end = std::min(outcome.output.FindOneOf("\r\n", from), outcome.output.size());
         outcome.progressReports += matcher.Feed(outcome.output.Mid(from, end - from)).progressChanged ? 1 : 0;
@@ -313,26 +299,24 @@ void ExpectFiles(Launch const& launch, size_t count) {
 TEST(RealPrograms, CommandWithAndWithoutShell) {
     auto const product = Shipped("command.json");
     TempFolder const folder;
-    auto const unit = Unit(
-        *product, {{p_SubRange, "3-4"},
-                   {p_Name, "it's; $HOME"},
-                   {"Folder", folder.Folder()},
-                   {"OutputFile", "out.$(Frame:pad=3)"},
-                   {"CommandLine",
-                    "/bin/sh -c 'echo \"$0\" > out.00$1; echo \"$0\" > out.00$2; echo 40%' $(Name) $(First) $(Last)"}});
-    Launch launch = BuildLaunch(*product, *unit, {});
-    EXPECT_FALSE(launch.shell);
-    EXPECT_EQ(launch.expectedFiles, (Words{"out.003", "out.004"}));
-    Outcome outcome = RunLaunch(*product, *unit, launch, folder);
+    OptionMap values = {
+        {p_SubRange, "3-4"},
+        {p_Name, "it's; $HOME"},
+        {"Folder", folder.Folder()},
+        {"OutputFile", "out.$(Frame:pad=3)"},
+        {"CommandLine",
+         "/bin/sh -c 'echo \"$0\" > out.00$1; echo \"$0\" > out.00$2; echo 40%' $(Name) $(First) $(Last)"}};
+    Outcome outcome = RunUnit(*product, values, folder);
+    EXPECT_FALSE(outcome.launch.shell);
+    EXPECT_EQ(outcome.launch.expectedFiles, (Words{"out.003", "out.004"}));
     EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
     EXPECT_EQ(File::Read(folder / "out.004"), "it's; $HOME\n");
     EXPECT_NEAR(outcome.percent, 40, 1e-9);
 
-    unit->Set("Shell", k_Yes);
-    unit->Set("CommandLine", "echo $(Name) | tr a-z A-Z > \"$(Name)\" && exit 3");
-    launch = BuildLaunch(*product, *unit, {});
-    EXPECT_TRUE(launch.shell);
-    outcome = RunLaunch(*product, *unit, launch, folder);
+    values["Shell"] = k_Yes;
+    values["CommandLine"] = "echo $(Name) | tr a-z A-Z > \"$(Name)\" && exit 3";
+    outcome = RunUnit(*product, values, folder);
+    EXPECT_TRUE(outcome.launch.shell);
     EXPECT_EQ(outcome.exitCode, 3) << outcome.output;
     EXPECT_EQ(File::Read(folder / "it's; $HOME"), "IT'S; $HOME\n");
 }
@@ -341,7 +325,7 @@ char const k_Scene[] = "#version 3.7;\nglobal_settings { assumed_gamma 1 }\ncame
                        "light_source { <5,5,-5> rgb 1 }\nsphere { <clock,0,0>, Radius pigment { rgb <1,0.2,0.2> } }\n";
 
 TEST(RealPrograms, PovRayRendersPackets) {
-    if (!IsInstalled("povray"))
+    if (FindProgram("povray").empty())
         GTEST_SKIP() << "povray is not installed";
     auto const product = Shipped("povray.json");
     TempFolder const folder;
@@ -355,56 +339,37 @@ TEST(RealPrograms, PovRayRendersPackets) {
                               {"Antialias", "2"},
                               {"LibraryPaths", "/tmp; /usr/share/povray/include"},
                               {"Options", "-J +BS16"}};
-    struct Case {
-        char const* range;
-        char const* subRange;
-        char const* format;
-        size_t files;
-        char const* firstName;
-    };
     // The names depend on the whole range: as many digits as its last number has, none for a lone frame 1.
-    for (Case const& c : {Case{"1-120", "8-12", "N", 5, "my ball_008.png"},
-                          {"1-20x2", "11-3x2", "J", 5, "my ball_11.jpg"},
-                          {"1", "1", "N", 1, "my ball_.png"},
-                          {"5", "5", "T", 1, "my ball_5.tga"},
-                          {"0-1", "0-1", "B", 2, "my ball_0.bmp"}}) {
+    Rows<char const*, char const*, char const*, size_t, char const*> const cases = {
+        {"1-120", "8-12", "N", 5, "my ball_008.png"}, {"1-20x2", "11-3x2", "J", 5, "my ball_11.jpg"},
+        {"1", "1", "N", 1, "my ball_.png"},           {"5", "5", "T", 1, "my ball_5.tga"},
+        {"0-1", "0-1", "B", 2, "my ball_0.bmp"},
+    };
+    for (auto const& [range, subRange, format, files, firstName] : cases) {
         OptionMap all = values;
-        all[p_Range] = c.range;
-        all[p_SubRange] = c.subRange;
-        all["Format"] = c.format;
-        auto const unit = Unit(*product, all);
-        Launch const launch = BuildLaunch(*product, *unit, {});
-        Outcome const outcome = RunLaunch(*product, *unit, launch, folder);
-        EXPECT_EQ(outcome.exitCode, 0) << launch.Text() << "\n" << outcome.output;
+        all.merge(OptionMap{{p_Range, range}, {p_SubRange, subRange}, {"Format", format}});
+        Outcome const outcome = RunUnit(*product, all, folder);
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.launch.Text() << "\n" << outcome.output;
         EXPECT_EQ(outcome.error, "");
         EXPECT_NEAR(outcome.percent, 100, 1e-9) << outcome.output;
-        EXPECT_GE(outcome.progressReports, static_cast<int>(c.files));
-        ExpectFiles(launch, c.files);
-        EXPECT_EQ(Path(launch.expectedFiles.front()).Leaf(), c.firstName);
+        EXPECT_GE(outcome.progressReports, static_cast<int>(files));
+        ExpectFiles(outcome.launch, files);
+        EXPECT_EQ(Path(outcome.launch.expectedFiles.front()).Leaf(), firstName);
     }
-}
-
-TEST(RealPrograms, PovRayErrorsAreSeen) {
-    if (!IsInstalled("povray"))
-        GTEST_SKIP() << "povray is not installed";
-    auto const product = Shipped("povray.json");
-    TempFolder const folder;
     File::WriteWhole(folder / "bad.pov", "#version 3.7;\nsphere { nonsense }\n");
     for (char const* scene : {"bad.pov", "missing.pov"}) {
-        auto const unit = Unit(*product, {{"SceneFile", folder / scene},
-                                          {"OutputFolder", folder.Folder()},
-                                          {p_Range, "1"},
-                                          {p_SubRange, "1"},
-                                          {"Width", "8"},
-                                          {"Height", "8"}});
-        Outcome const outcome = RunLaunch(*product, *unit, BuildLaunch(*product, *unit, {}), folder);
+        OptionMap all = values;
+        all["SceneFile"] = folder / scene;
+        all.erase("LibraryPaths");
+        all.merge(OptionMap{{p_Range, "1"}, {p_SubRange, "1"}});
+        Outcome const outcome = RunUnit(*product, all, folder);
         EXPECT_NE(outcome.exitCode, 0);
         EXPECT_TRUE(outcome.error.Contains("Parse Error:")) << outcome.error << "\n" << outcome.output;
     }
 }
 
 TEST(RealPrograms, FFmpegMakesAFilm) {
-    if (!IsInstalled("ffmpeg"))
+    if (FindProgram("ffmpeg").empty())
         GTEST_SKIP() << "ffmpeg is not installed";
     auto const product = Shipped("ffmpeg.json");
     TempFolder const folder;
@@ -419,32 +384,24 @@ TEST(RealPrograms, FFmpegMakesAFilm) {
     EXPECT_EQ(values["StartNumber"], "7");
     EXPECT_EQ(values["OutputFile"], Path::Enquote(folder / "shot 1.mp4"));
 
-    struct Case {
-        OptionMap more;
-        char const* film;
+    Rows<char const*, OptionMap> const cases = {
+        {"a.mp4", {}},
+        {"b.mp4", {{"SoundFile", folder / "tone.wav"}, {"Size", "32x-2"}, {"Options", "-movflags +faststart"}}},
+        {"c.mov", {{"Codec", "prores_ks"}}},
+        {"d.mkv", {{"Codec", "ffv1"}, {"PixelFormat", "Codec"}, {"ImageCount", "50"}}},
     };
-    Case const cases[] = {
-        {{}, "a.mp4"},
-        {{{"SoundFile", folder / "tone.wav"}, {"Size", "32x-2"}, {"Options", "-movflags +faststart"}}, "b.mp4"},
-        {{{"Codec", "prores_ks"}}, "c.mov"},
-        {{{"Codec", "ffv1"}, {"PixelFormat", "Codec"}, {"ImageCount", "50"}}, "d.mkv"},
-    };
-    for (Case const& c : cases) {
-        OptionMap all = c.more;
+    for (auto const& [film, more] : cases) {
+        OptionMap all = more;
         all.insert(values.begin(), values.end());
-        all["OutputFile"] = Path::Enquote(folder / c.film);
-        auto const unit = Unit(*product, all);
-        Launch const launch = BuildLaunch(*product, *unit, {});
-        Outcome const outcome = RunLaunch(*product, *unit, launch, folder);
-        EXPECT_EQ(outcome.exitCode, 0) << launch.Text() << "\n" << outcome.output;
+        all["OutputFile"] = Path::Enquote(folder / film);
+        Outcome const outcome = RunUnit(*product, all, folder);
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.launch.Text() << "\n" << outcome.output;
         EXPECT_EQ(outcome.error, "");
-        EXPECT_GT(outcome.percent, c.more.count("SoundFile") != 0 ? 40 : 90) << outcome.output;
-        ExpectFiles(launch, 1);
+        EXPECT_GT(outcome.percent, more.count("SoundFile") != 0 ? 40 : 90) << outcome.output;
+        ExpectFiles(outcome.launch, 1);
     }
-
     values["Pattern"] = folder / "none_%04d.png";
-    auto const unit = Unit(*product, values);
-    Outcome const outcome = RunLaunch(*product, *unit, BuildLaunch(*product, *unit, {}), folder);
+    Outcome const outcome = RunUnit(*product, values, folder);
     EXPECT_NE(outcome.exitCode, 0);
     EXPECT_TRUE(outcome.error.Contains("No such file or directory")) << outcome.output;
 }
