@@ -103,6 +103,11 @@ TEST_F(Screenshots, Engines) {
     list.Select(0);
     ASSERT_TRUE(PumpUntil([&] { return !Window().Info()->Facts().heading.Empty(); }));
     Take("engines");
+    Window().CallAfter([this] {
+        Take("question");
+        wxVorlanDlg::CloseAll();
+    });
+    Window().Close();
 }
 
 TEST_F(Screenshots, Nothing) {
@@ -110,11 +115,6 @@ TEST_F(Screenshots, Nothing) {
     Take("empty");
     GuiTester::Disconnected(Gui());
     Take("searching");
-    Window().CallAfter([this] {
-        Take("question");
-        wxVorlanDlg::CloseAll();
-    });
-    Window().Close();
     wxCommandEvent event;
     Window().OnEngineMode(event);
     Take("enginemode");
