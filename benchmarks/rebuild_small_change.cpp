@@ -4,8 +4,6 @@
 
 #include "rowsbench.h"
 
-#include <corekit/threadpool.h>
-
 namespace {
 
 constexpr size_t k_Runs = 15;
@@ -32,14 +30,9 @@ int main(int argc, char** argv) {
                         argv);
     if (benchmark.HeaderOnly())
         return benchmark.Report();
-    ThreadPool::Initialize();
-    auto const ids = FillJobList();
-    auto const names = ReadyNames();
-    NameFilter filter;
-    JobRowSet rows;
-    JobRowSet::Request request;
-    request.order = TwoKeys();
-    request.filter = filter.Asked();
+    FilteredRows list;
+    JobRowSet& rows = list.rows;
+    JobRowSet::Request& request = list.request;
     request.scope = FilterScope::OwnValues;
     rows.Rebuild(request);
     request.reuse = Reuse::Unchanged;
@@ -47,7 +40,7 @@ int main(int argc, char** argv) {
     benchmark.Run(
         k_Runs,
         [&] {
-            ChangeSome(ids, random);
+            ChangeSome(list.ids, random);
             ListContents contents;
             double const ms = 1000 * Seconds([&] {
                                   rows.Rebuild(request);
@@ -61,6 +54,6 @@ int main(int argc, char** argv) {
                 benchmark.Fail("The rows are not those that come out from scratch.");
             return ms;
         },
-        [&] { return ReferenceMs(names); });
+        [&] { return ReferenceMs(list.names); });
     return benchmark.Report();
 }

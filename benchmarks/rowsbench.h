@@ -6,6 +6,9 @@
 #include "vorlangui/model/joblist.h"
 #include "vorlangui/rows/rowkinds.h"
 
+#include <boost/make_shared.hpp>
+#include <corekit/threadpool.h>
+
 #include <random>
 
 /// What the benchmarks of the lists' rows share: 100,000 Jobs in the Job list, a filter as
@@ -31,16 +34,10 @@ inline std::vector<UID> FillJobList() {
 /// A text filter of a view, connected as a view connects it: one name in eighty is left out.
 class NameFilter : public corekit::HasSlots<> {
 public:
-    NameFilter() { m_signal.Connect(this, &NameFilter::OnJob); }
+    NameFilter() { m_signal->Connect(this, &NameFilter::OnJob); }
     ~NameFilter() override { DisconnectAll(); }
 
-    std::function<bool(boost::shared_ptr<JobInfo> const&)> Asked() {
-        return [this](boost::shared_ptr<JobInfo> const& info) {
-            bool include = true;
-            m_signal.Emit(info, include);
-            return include;
-        };
-    }
+    boost::shared_ptr<JobRowSet::FilterSignal const> Asked() const { return m_signal; }
 
 private:
     void OnJob(boost::shared_ptr<JobInfo> const& info, bool& include) {
@@ -62,7 +59,7 @@ private:
         return false;
     }
 
-    Signal2<boost::shared_ptr<JobInfo> const&, bool&> m_signal;
+    boost::shared_ptr<JobRowSet::FilterSignal> const m_signal = boost::make_shared<JobRowSet::FilterSignal>();
 };
 
 /// Name, then priority, the way that a click on each gives.
@@ -104,5 +101,22 @@ inline bool SameRows(ListContents const& a, ListContents const& b) {
     }
     return true;
 }
+
+/// The list of Jobs, filled, and what makes its rows on as many threads as in the client.
+struct FilteredRows {
+    FilteredRows() {
+        corekit::ThreadPool::Initialize();
+        ids = FillJobList();
+        names = ReadyNames();
+        request.order = TwoKeys();
+        request.filter = filter.Asked();
+    }
+
+    std::vector<UID> ids;
+    std::vector<String> names;
+    NameFilter filter;
+    JobRowSet rows;
+    JobRowSet::Request request;
+};
 
 } // namespace bench

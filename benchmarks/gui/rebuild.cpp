@@ -4,8 +4,6 @@
 
 #include "rowsbench.h"
 
-#include <corekit/threadpool.h>
-
 #include <wx/app.h>
 #include <wx/dataview.h>
 #include <wx/frame.h>
@@ -100,30 +98,22 @@ int main(int argc, char** argv) {
     Benchmark benchmark({"rebuild", "ms", "folding and sorting ready keys", Judge::RatioAtMost, 1.2}, argc, argv);
     if (benchmark.HeaderOnly())
         return benchmark.Report();
-    // As in the client, a core for each of its threads.
-    ThreadPool::Initialize();
-    FillJobList();
-    auto const names = ReadyNames();
-    NameFilter filter;
-    JobRowSet rows;
-    JobRowSet::Request request;
-    request.order = TwoKeys();
-    request.filter = filter.Asked();
+    FilteredRows list;
     size_t count = 0;
     benchmark.Run(
         k_Runs,
         [&] {
             return 1000 * Seconds([&] {
-                       rows.Rebuild(request);
-                       count = rows.Sorted().size();
+                       list.rows.Rebuild(list.request);
+                       count = list.rows.Sorted().size();
                    });
         },
-        [&] { return ReferenceMs(names); });
+        [&] { return ReferenceMs(list.names); });
     if (count == 0 || count == k_RowJobs)
         benchmark.Fail("The filter left out nothing or everything.");
     int argumentCount = 1;
     if (wxEntryStart(argumentCount, argv)) {
-        TellStockLists(names);
+        TellStockLists(list.names);
         wxEntryCleanup();
     }
     return benchmark.Report();

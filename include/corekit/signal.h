@@ -93,6 +93,23 @@ public:
     }
     void operator()(Args... args) const { Emit(static_cast<Args>(args)...); }
 
+    // As if it were emitted `count` times, at the cost of one: a slot is called for all of
+    // them before the next slot is. `each(i, call)` calls `call` with the arguments of the
+    // i-th time, once. Whoever disconnects a slot waits for its calls of all times.
+    template <class Each>
+    void EmitMany(size_t count, Each const& each) const {
+        SignalCore* core = m_core.load(std::memory_order_acquire);
+        if (!core)
+            return;
+        SignalEmission emission(*core);
+        while (ConnectionBase* next = emission.Next()) {
+            auto& connection = *static_cast<Connection<Args...>*>(next);
+            auto const call = [&connection](Args... args) { connection.Call(static_cast<Args>(args)...); };
+            for (size_t i = 0; i < count && !connection.HasEnded(); ++i)
+                each(i, call);
+        }
+    }
+
     // True when nobody is connected.
     bool Empty() const {
         SignalCore* core = m_core.load(std::memory_order_acquire);

@@ -41,8 +41,11 @@ public:
     ConnectionBase& operator=(ConnectionBase const&) = delete;
 
     SlotOwner* Owner() const { return m_owner; }
+    // No new call any more.
+    bool HasEnded() const { return m_hasEnded.load(std::memory_order_relaxed); }
 
 private:
+    friend class SignalCore;
     friend void intrusive_ptr_add_ref(ConnectionBase* connection) {
         connection->m_uses.fetch_add(1, std::memory_order_relaxed);
     }
@@ -52,6 +55,7 @@ private:
     }
 
     SlotOwner* const m_owner;
+    std::atomic<bool> m_hasEnded{false};
     std::atomic<uint32_t> m_uses{0};
 };
 

@@ -39,7 +39,8 @@ public:
     static size_t Count();
 };
 
-/// A fixed set of named texts in one allocation.
+/// A fixed set of named texts in one allocation. The list of their names is shared by all
+/// blocks that have the same names in the same order.
 ///
 /// Shared by pointer; nobody owns it alone. Built by ValueBlockBuilder. Any thread,
 /// since nothing in it ever changes. No name stands in it twice; values keep the
@@ -77,7 +78,7 @@ public:
     static boost::shared_ptr<ValueBlock const> const& Empty();
 
     uint32_t Count() const { return m_count; }
-    uint32_t NameNumber(uint32_t index) const { return Numbers()[index]; }
+    uint32_t NameNumber(uint32_t index) const { return m_numbers[index]; }
     std::string_view Text(uint32_t index) const {
         uint32_t const from = index == 0 ? 0 : Ends()[index - 1];
         return {Texts() + from, Ends()[index] - from};
@@ -99,8 +100,8 @@ public:
     /// Bytes of all values together.
     size_t TextBytes() const { return m_count == 0 ? 0 : Ends()[m_count - 1]; }
 
-    /// Bytes of the block itself.
-    size_t Bytes() const { return sizeof(ValueBlock) + m_count * 2 * sizeof(uint32_t) + TextBytes(); }
+    /// Bytes of the block itself, without names that it shares.
+    size_t Bytes() const { return Bytes(Names(), TextBytes()); }
 
     /// The same values in the same order.
     bool operator==(ValueBlock const& other) const;
@@ -112,17 +113,33 @@ public:
 private:
     friend class ValueBlockBuilder;
     friend class ValueReader;
-    explicit ValueBlock(uint32_t count) : m_count(count) {}
-    static boost::shared_ptr<ValueBlock const> Allocate(uint32_t count, size_t textBytes, uint32_t*& numbers,
-                                                        uint32_t*& ends, char*& texts);
 
-    // Behind the header: the name numbers, the end of each text, the texts.
-    uint32_t const* Numbers() const { return reinterpret_cast<uint32_t const*>(this + 1); }
-    uint32_t const* Ends() const { return Numbers() + m_count; }
-    char const* Texts() const { return reinterpret_cast<char const*>(Ends() + m_count); }
+    struct NameList {
+        uint32_t const* numbers;
+        uint32_t count;
+        bool isShared; // stays as long as the process
+    };
+    /// Where a new block is to be written.
+    struct Space {
+        uint32_t* ends;
+        char* texts;
+    };
 
+    explicit ValueBlock(NameList const& names)
+        : m_numbers(names.numbers), m_count(names.count), m_sharesNames(names.isShared) {}
+    /// Shared if there is or can be a shared one. Throws ArgumentException beyond the limits.
+    static NameList NamesOf(uint32_t const* numbers, size_t count);
+    static boost::shared_ptr<ValueBlock const> Allocate(NameList const& names, size_t textBytes, Space& space);
+    static size_t Bytes(NameList const& names, size_t textBytes);
+
+    NameList Names() const { return {m_numbers, m_count, m_sharesNames}; }
+    // Behind the header: the end of each text, the numbers of names that are not shared, the texts.
+    uint32_t const* Ends() const { return reinterpret_cast<uint32_t const*>(this + 1); }
+    char const* Texts() const { return reinterpret_cast<char const*>(Ends() + (m_sharesNames ? 1 : 2) * m_count); }
+
+    uint32_t const* m_numbers;
     uint32_t m_count;
-    uint32_t m_reserved = 0;
+    bool m_sharesNames;
 };
 
 /// Gathers values and makes a ValueBlock of them.
@@ -177,6 +194,7 @@ private:
     size_t Find(uint32_t number) const;
 
     std::vector<Item> m_values;
+    std::vector<uint32_t> m_numbers; // of the names, while a block is built
     std::deque<std::string> m_copies;
     std::vector<ShapeName> m_shape; // the names last added by name, in order, none twice
     ShapeUse m_shapeUse = ShapeUse::Follows;

@@ -101,8 +101,8 @@ public:
     class ReadingScope {
     public:
         explicit ReadingScope(VorlanObject const& object);
-        /// With a snapshot of it that was taken before.
-        ReadingScope(VorlanObject const& object, boost::shared_ptr<ValueBlock const> values);
+        /// With a snapshot of it that was taken before and stays as long as the scope.
+        ReadingScope(VorlanObject const& object, boost::shared_ptr<ValueBlock const> const& values);
         ~ReadingScope();
         ReadingScope(ReadingScope const&) = delete;
         ReadingScope& operator=(ReadingScope const&) = delete;
@@ -110,7 +110,8 @@ public:
     private:
         friend class VorlanObject;
         VorlanObject const* m_object;
-        boost::shared_ptr<ValueBlock const> m_values;
+        boost::shared_ptr<ValueBlock const> m_own;
+        boost::shared_ptr<ValueBlock const> const* m_values; // m_own, or the one given
         ReadingScope const* m_outer;
     };
 

@@ -87,6 +87,7 @@ void SignalCore::Drop(SlotOwner const& owner) {
     Guard guard(*this);
     for (auto& connection : m_connections) {
         if (connection && connection->Owner() == &owner) {
+            connection->m_hasEnded = true;
             ended.emplace_back().swap(connection);
         }
     }
@@ -108,8 +109,11 @@ void SignalCore::Close() {
     std::vector<boost::intrusive_ptr<ConnectionBase>> ended;
     Guard guard(*this);
     ended.reserve(m_connections.size());
-    for (auto& connection : m_connections)
+    for (auto& connection : m_connections) {
+        if (connection)
+            connection->m_hasEnded = true;
         ended.emplace_back().swap(connection);
+    }
     m_needsSweep = true;
     Sweep();
 }

@@ -83,6 +83,16 @@ TEST_F(SignalTest, SlotsMayChangeTheConnectionsDuringTheEmission) {
     }
 }
 
+TEST_F(SignalTest, OfManyTimesAtOnceASlotGetsAllBeforeTheNextUnlessItEnds) {
+    auto b = std::make_unique<Listener>(calls, "b");
+    Listener a(calls, "a"), c(calls, "c");
+    for (Listener* listener : {&a, b.get(), &c})
+        signal.Connect(listener, &Listener::On);
+    b->then = [&] { b.reset(); };
+    signal.EmitMany(2, [](size_t i, auto const& call) { call(static_cast<int>(i)); });
+    EXPECT_EQ(calls, (Calls{"a0", "a1", "b0", "c0", "c1"}));
+}
+
 TEST_F(SignalTest, NestedEmissionsAndDisconnectsKeepTheOuterWalkWhole) {
     Listener a(calls, "a"), b(calls, "b"), c(calls, "c");
     a.then = [&] {

@@ -1,5 +1,6 @@
 #include <vorlan/valueblock.h>
 
+#include "sharednames.h"
 #include "shortbytes.h"
 
 #include <boost/smart_ptr/make_shared_array.hpp>
@@ -14,21 +15,33 @@ namespace vorlan {
 
 // ---------------------------------------------------------------- ValueBlock
 
-boost::shared_ptr<ValueBlock const> ValueBlock::Allocate(uint32_t count, size_t textBytes, uint32_t*& numbers,
-                                                         uint32_t*& ends, char*& texts) {
-    static_assert(std::is_trivially_destructible_v<ValueBlock> && alignof(ValueBlock) <= alignof(uint64_t));
+auto ValueBlock::NamesOf(uint32_t const* numbers, size_t count) -> NameList {
     if (count > k_MaxValues)
         throw ArgumentException(SFormat("More than %zu values do not fit into one object.", k_MaxValues));
+    uint32_t const* const shared = SharedNames::Find({numbers, count});
+    return {shared ? shared : numbers, static_cast<uint32_t>(count), shared != nullptr};
+}
+
+size_t ValueBlock::Bytes(NameList const& names, size_t textBytes) {
+    return sizeof(ValueBlock) + (names.isShared ? 1 : 2) * sizeof(uint32_t) * names.count + textBytes;
+}
+
+boost::shared_ptr<ValueBlock const> ValueBlock::Allocate(NameList const& names, size_t textBytes, Space& space) {
+    static_assert(std::is_trivially_destructible_v<ValueBlock> && alignof(ValueBlock) <= alignof(uint64_t));
     if (textBytes > k_MaxTextBytes)
         throw ArgumentException(SFormat("The values have %zu bytes together, and the limit is %zu. Keep large data "
                                         "in files and store their paths.",
                                         textBytes, k_MaxTextBytes));
-    size_t const bytes = sizeof(ValueBlock) + size_t{count} * 2 * sizeof(uint32_t) + textBytes;
-    auto const memory = boost::make_shared_noinit<uint64_t[]>((bytes + sizeof(uint64_t) - 1) / sizeof(uint64_t));
-    auto* const block = new (memory.get()) ValueBlock(count);
-    numbers = reinterpret_cast<uint32_t*>(block + 1);
-    ends = numbers + count;
-    texts = reinterpret_cast<char*>(ends + count);
+    size_t const words = (Bytes(names, textBytes) + sizeof(uint64_t) - 1) / sizeof(uint64_t);
+    auto const memory = boost::make_shared_noinit<uint64_t[]>(words);
+    auto* const block = new (memory.get()) ValueBlock(names);
+    space.ends = reinterpret_cast<uint32_t*>(block + 1);
+    uint32_t* behind = space.ends + names.count;
+    if (!names.isShared) {
+        block->m_numbers = behind;
+        behind = std::copy_n(names.numbers, names.count, behind);
+    }
+    space.texts = reinterpret_cast<char*>(behind);
     return boost::shared_ptr<ValueBlock const>(memory, block);
 }
 
@@ -39,9 +52,9 @@ boost::shared_ptr<ValueBlock const> const& ValueBlock::Empty() {
 }
 
 uint32_t ValueBlock::IndexOf(uint32_t number) const {
-    uint32_t const* const end = Numbers() + m_count;
-    uint32_t const* const at = std::find(Numbers(), end, number);
-    return at == end ? NameTable::k_None : static_cast<uint32_t>(at - Numbers());
+    uint32_t const* const end = m_numbers + m_count;
+    uint32_t const* const at = std::find(m_numbers, end, number);
+    return at == end ? NameTable::k_None : static_cast<uint32_t>(at - m_numbers);
 }
 
 std::string_view ValueBlock::Find(uint32_t number) const {
@@ -56,8 +69,8 @@ std::string_view ValueBlock::Find(std::string_view name) const {
 
 bool ValueBlock::operator==(ValueBlock const& other) const {
     return m_count == other.m_count && TextBytes() == other.TextBytes() &&
-           std::equal(Numbers(), Numbers() + 2 * size_t{m_count}, other.Numbers()) &&
-           std::memcmp(Texts(), other.Texts(), TextBytes()) == 0;
+           (m_numbers == other.m_numbers || std::equal(m_numbers, m_numbers + m_count, other.m_numbers)) &&
+           std::equal(Ends(), Ends() + m_count, other.Ends()) && std::memcmp(Texts(), other.Texts(), TextBytes()) == 0;
 }
 
 boost::shared_ptr<ValueBlock const> ValueBlock::With(uint32_t number, std::string_view text) const {
@@ -67,12 +80,16 @@ boost::shared_ptr<ValueBlock const> ValueBlock::With(uint32_t number, std::strin
     uint32_t const count = m_count + (isNew ? 1 : 0);
     size_t const before = index == 0 ? 0 : Ends()[index - 1];
     size_t const after = isNew ? TextBytes() : Ends()[index];
-    uint32_t* numbers = nullptr;
-    uint32_t* ends = nullptr;
-    char* texts = nullptr;
-    auto block = Allocate(count, TextBytes() - (after - before) + text.size(), numbers, ends, texts);
-    std::copy_n(Numbers(), m_count, numbers);
-    numbers[index] = number;
+    std::vector<uint32_t> numbers;
+    if (isNew) {
+        numbers.reserve(count);
+        numbers.assign(m_numbers, m_numbers + m_count);
+        numbers.push_back(number);
+    }
+    Space space;
+    auto block =
+        Allocate(isNew ? NamesOf(numbers.data(), count) : Names(), TextBytes() - (after - before) + text.size(), space);
+    auto const [ends, texts] = space;
     std::copy_n(Ends(), index, ends);
     ends[index] = static_cast<uint32_t>(before + text.size());
     for (uint32_t i = index + 1; i < count; ++i)
@@ -175,21 +192,21 @@ boost::shared_ptr<ValueBlock const> ValueBlockBuilder::Build() {
     size_t bytes = 0;
     for (Item const& item : m_values)
         bytes += item.text.size();
-    uint32_t* numbers = nullptr;
-    uint32_t* ends = nullptr;
-    char* texts = nullptr;
+    m_numbers.clear();
+    for (Item const& item : m_values)
+        m_numbers.push_back(item.number);
+    ValueBlock::Space space;
     boost::shared_ptr<ValueBlock const> block;
     try {
-        block = ValueBlock::Allocate(static_cast<uint32_t>(m_values.size()), bytes, numbers, ends, texts);
+        block = ValueBlock::Allocate(ValueBlock::NamesOf(m_numbers.data(), m_numbers.size()), bytes, space);
     } catch (...) {
         Reset();
         throw;
     }
     uint32_t end = 0;
     for (Item const& item : m_values) {
-        *numbers++ = item.number;
-        CopyShort(texts + end, item.text.data(), item.text.size());
-        *ends++ = end += static_cast<uint32_t>(item.text.size());
+        CopyShort(space.texts + end, item.text.data(), item.text.size());
+        *space.ends++ = end += static_cast<uint32_t>(item.text.size());
     }
     Reset();
     return block;

@@ -20,10 +20,11 @@ bool IsID(String const& name) { return name.CompareNoCase(p_ID) == 0; }
 
 } // namespace
 
-VorlanObject::ReadingScope::ReadingScope(VorlanObject const& object) : ReadingScope(object, object.Snapshot()) {}
+VorlanObject::ReadingScope::ReadingScope(VorlanObject const& object)
+    : m_object(&object), m_own(object.Snapshot()), m_values(&m_own), m_outer(std::exchange(s_reading, this)) {}
 
-VorlanObject::ReadingScope::ReadingScope(VorlanObject const& object, boost::shared_ptr<ValueBlock const> values)
-    : m_object(&object), m_values(std::move(values)), m_outer(std::exchange(s_reading, this)) {}
+VorlanObject::ReadingScope::ReadingScope(VorlanObject const& object, boost::shared_ptr<ValueBlock const> const& values)
+    : m_object(&object), m_values(&values), m_outer(std::exchange(s_reading, this)) {}
 
 VorlanObject::ReadingScope::~ReadingScope() { s_reading = m_outer; }
 
@@ -60,7 +61,7 @@ boost::shared_ptr<ValueBlock const> VorlanObject::Current() const { return m_val
 boost::shared_ptr<ValueBlock const> const* VorlanObject::Scoped() const {
     for (ReadingScope const* scope = s_reading; scope; scope = scope->m_outer) {
         if (scope->m_object == this)
-            return &scope->m_values;
+            return scope->m_values;
     }
     return nullptr;
 }

@@ -199,11 +199,9 @@ bool ValueReader::Fits(ValueShape const& shape, size_t count, std::string_view b
 
 boost::shared_ptr<ValueBlock const> ValueReader::Take(MessageReader& reader, ValueShape const& shape) {
     size_t const count = shape.numbers.size();
-    uint32_t* numbers = nullptr;
-    uint32_t* ends = nullptr;
-    char* texts = nullptr;
-    auto block = ValueBlock::Allocate(static_cast<uint32_t>(count), m_ends.back(), numbers, ends, texts);
-    std::memcpy(numbers, shape.numbers.data(), count * sizeof(uint32_t));
+    ValueBlock::Space space;
+    auto block = ValueBlock::Allocate(ValueBlock::NamesOf(shape.numbers.data(), count), m_ends.back(), space);
+    auto const [ends, texts] = space;
     std::memcpy(ends, m_ends.data(), count * sizeof(uint32_t));
     uint32_t from = 0;
     for (size_t i = 0; i < count; ++i) {

@@ -80,13 +80,8 @@ auto RowListCtrl<Kind>::MakeRequest(Reuse reuse) const -> Request {
     request.reuse = reuse;
     request.scope = m_scope;
     request.now = Time::CurrentTime();
-    if (!m_shared->filter.Empty()) {
-        request.filter = [shared = m_shared](Pointer const& object) {
-            bool include = true;
-            shared->filter.Emit(object, include);
-            return include;
-        };
-    }
+    if (!m_shared->filter.Empty())
+        request.filter = boost::shared_ptr<FilterSignal const>(m_shared, &m_shared->filter);
     return request;
 }
 

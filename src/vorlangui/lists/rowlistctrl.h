@@ -22,7 +22,7 @@ class RowListCtrl : public ListCtrlBase {
 public:
     using Info = typename Kind::Info;
     using Pointer = boost::shared_ptr<Info>;
-    using FilterSignal = Signal2<Pointer const&, bool&>;
+    using FilterSignal = typename RowSet<Kind>::FilterSignal;
 
     // With more objects than that a rebuild goes to the pool.
     static constexpr size_t k_RowsAtOnce = 5000;

@@ -21,12 +21,12 @@ public:
 
     // Constant once the JobInfo stands in the list. May be null.
     boost::shared_ptr<Job> job;
-    // Guarded by lock.
-    JobHistory history;
-    // The client knows of work of this Job. The JobList sets it, which counts them.
-    std::atomic<bool> active{false};
     // Counts what a row of the Job may show differently; see CountChange.
     std::atomic<uint32_t> changes{0};
+    // The client knows of work of this Job. The JobList sets it, which counts them.
+    std::atomic<bool> active{false};
+    // Guarded by lock.
+    JobHistory history;
     mutable RWLock lock{LockRank::JobInfo};
     // Work that has come as history elements. Guarded by lock.
     corekit::set<UID> elementWork;

@@ -15,20 +15,25 @@ namespace {
 constexpr uint32_t k_Gone = 0xFFFFFFFF;
 // So many objects ahead the next ones are called into the cache.
 constexpr size_t k_Ahead = 16;
-// So many objects are read together.
-constexpr size_t k_Group = 16;
 // With more rows than one in so many to be placed anew, all are sorted.
 constexpr size_t k_MovedPart = 8;
 // Below so much unused key memory nothing is tidied up.
 constexpr size_t k_KeySlack = size_t{1} << 20;
 
-// The head of a block of values: the count of those who hold it, their names, their ends
-// and the first texts.
-void Fetch(void const* values) {
-    constexpr std::ptrdiff_t k_Line = 64;
-    constexpr std::ptrdiff_t k_Lines = 9;
+constexpr std::ptrdiff_t k_CacheLine = 64;
+
+// The head of a block of values: the count of those who hold it, the ends of the values and
+// the first texts.
+void FetchValues(void const* values) {
+    constexpr std::ptrdiff_t k_Lines = 7;
     for (std::ptrdiff_t line = -1; line < k_Lines; ++line)
-        __builtin_prefetch(static_cast<char const*>(values) + line * k_Line);
+        __builtin_prefetch(static_cast<char const*>(values) + line * k_CacheLine);
+}
+
+// What points to its values may stand in the second line.
+void FetchObject(VorlanObject const& object) {
+    __builtin_prefetch(&object);
+    __builtin_prefetch(reinterpret_cast<char const*>(&object) + sizeof object - 1);
 }
 
 unsigned char MaskOf(SortBy const& by) { return by.ascending ? 0 : 0xFF; }
@@ -168,69 +173,98 @@ bool RowSet<Kind>::IsDone(Entry const& entry, Request const& request, Steps cons
     return !steps.makesKeys || (hasWhatItNeeds && !steps.anew && !steps.isLive);
 }
 
-// The objects lie anywhere in memory: each group's are called into the cache while those
-// of the groups before it are worked on. Within a group each is read as one snapshot, by
-// the filter as by the columns.
+// The objects lie anywhere in memory: each group's are called into the cache while the
+// group before it is worked on.
 template <class Kind>
 void RowSet<Kind>::Walk(Request const& request, Steps const& steps) {
-    bool const allFresh = request.reuse == Reuse::Nothing || !Kind::k_CountsChanges;
-    std::array<boost::shared_ptr<ValueBlock const>, k_Group> blocks;
-    size_t const count = m_entries.size();
-    auto const fetchObjects = [&](size_t from) {
-        for (size_t i = from; i < std::min(from + k_Group, count); ++i)
+    auto const behind = [this](size_t first) { return std::min(first + k_Group, m_entries.size()); };
+    auto const fetchObjects = [&](size_t first) {
+        for (size_t i = first; i < behind(first); ++i)
             __builtin_prefetch(m_entries[i].object.get());
     };
+    Group group;
     fetchObjects(0);
-    for (size_t first = 0; first < count; first += k_Group) {
-        size_t const last = std::min(first + k_Group, count);
-        fetchObjects(last);
-        std::array<bool, k_Group> isDone{};
-        for (size_t i = first; i < last; ++i) {
-            Entry& entry = m_entries[i];
-            // Counted before its values are read: what changes in between is seen next time.
-            if (steps.filters) {
-                uint32_t const changes = Kind::Changes(*entry.object);
-                entry.isFresh = entry.isFresh || allFresh || entry.isNew || changes != entry.changes;
-                entry.changes = changes;
-                entry.isNew = false;
-            }
-            isDone[i - first] = IsDone(entry, request, steps);
-            if (isDone[i - first])
-                continue;
-            __builtin_prefetch(Kind::Values(*entry.object));
-            if (entry.values)
-                Fetch(entry.values);
-        }
-        for (size_t i = first; i < last; ++i) {
-            if (isDone[i - first])
-                continue;
-            blocks[i - first] = Kind::Values(*m_entries[i].object)->Snapshot();
-            ValueBlock const* const now = blocks[i - first].get();
-            if (now != std::exchange(m_entries[i].values, now))
-                Fetch(now);
-        }
-        for (size_t i = first; i < last; ++i) {
+    for (; group.first < m_entries.size(); group.first = group.last) {
+        group.last = behind(group.first);
+        fetchObjects(group.last);
+        Begin(group, request, steps);
+        ReadValues(group);
+        if (steps.filters)
+            Filter(group, request);
+        for (size_t i = group.first; i < group.last; ++i) {
             Entry& entry = m_entries[i];
             entry.isMoved = false;
-            if (isDone[i - first])
+            if (!steps.makesKeys || group.isDone[i - group.first])
                 continue;
-            VorlanObject::ReadingScope const reading(*Kind::Values(*entry.object), std::move(blocks[i - first]));
-            if (steps.filters)
-                Filter(entry, request);
-            if (steps.makesKeys)
-                MakeKey(entry, request, steps);
+            VorlanObject::ReadingScope const reading(*Kind::Values(*entry.object), group.values[i - group.first]);
+            MakeKey(entry, request, steps);
         }
     }
 }
 
 template <class Kind>
-void RowSet<Kind>::Filter(Entry& entry, Request const& request) {
-    if (request.filter && request.scope == FilterScope::OwnValues && !entry.isFresh)
+void RowSet<Kind>::Begin(Group& group, Request const& request, Steps const& steps) {
+    bool const allFresh = request.reuse == Reuse::Nothing || !Kind::k_CountsChanges;
+    for (size_t i = group.first; i < group.last; ++i) {
+        Entry& entry = m_entries[i];
+        // Counted before its values are read: what changes in between is seen next time.
+        if (steps.filters) {
+            uint32_t const changes = Kind::Changes(*entry.object);
+            entry.isFresh = entry.isFresh || allFresh || entry.isNew || changes != entry.changes;
+            entry.changes = changes;
+            entry.isNew = false;
+        }
+        bool const isDone = IsDone(entry, request, steps);
+        group.isDone[i - group.first] = isDone;
+        if (isDone)
+            continue;
+        FetchObject(*Kind::Values(*entry.object));
+        if (entry.values)
+            FetchValues(entry.values);
+    }
+}
+
+template <class Kind>
+void RowSet<Kind>::ReadValues(Group& group) {
+    for (size_t i = group.first; i < group.last; ++i) {
+        if (group.isDone[i - group.first])
+            continue;
+        auto& values = group.values[i - group.first];
+        values = Kind::Values(*m_entries[i].object)->Snapshot();
+        if (values.get() != std::exchange(m_entries[i].values, values.get()))
+            FetchValues(values.get());
+    }
+}
+
+template <class Kind>
+void RowSet<Kind>::Filter(Group const& group, Request const& request) {
+    auto const take = [this](Entry& entry, bool isIncluded) {
+        m_areRowsSame = m_areRowsSame && isIncluded == entry.isIncluded;
+        entry.isIncluded = isIncluded;
+    };
+    std::array<Entry*, k_Group> asked{};
+    std::array<bool, k_Group> answers{};
+    size_t count = 0;
+    for (size_t i = group.first; i < group.last; ++i) {
+        Entry& entry = m_entries[i];
+        bool const isKnown = request.filter && request.scope == FilterScope::OwnValues && !entry.isFresh;
+        if (isKnown || group.isDone[i - group.first])
+            continue;
+        if (entry.isRepeated || !request.filter)
+            take(entry, !entry.isRepeated);
+        else
+            asked[count++] = &entry;
+    }
+    if (count == 0)
         return;
-    bool const isIncluded = !entry.isRepeated && (!request.filter || request.filter(entry.object));
-    if (isIncluded != entry.isIncluded)
-        m_areRowsSame = false;
-    entry.isIncluded = isIncluded;
+    answers.fill(true);
+    request.filter->EmitMany(count, [&](size_t i, auto const& ask) {
+        auto const& values = group.values[static_cast<size_t>(asked[i] - &m_entries[group.first])];
+        VorlanObject::ReadingScope const reading(*Kind::Values(*asked[i]->object), values);
+        ask(asked[i]->object, answers[i]);
+    });
+    for (size_t i = 0; i < count; ++i)
+        take(*asked[i], answers[i]);
 }
 
 template <class Kind>

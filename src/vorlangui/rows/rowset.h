@@ -4,7 +4,9 @@
 #include "model/listlist.h"
 #include "rowcolumn.h"
 
+#include <array>
 #include <boost/shared_ptr.hpp>
+#include <corekit/signal.h>
 #include <functional>
 
 namespace vorlan {
@@ -37,13 +39,15 @@ class RowSet {
 public:
     using Info = typename Kind::Info;
     using Pointer = boost::shared_ptr<Info>;
+    // A slot that sets its bool to false leaves the row out.
+    using FilterSignal = Signal2<Pointer const&, bool&>;
 
     struct Request {
         SortOrder order;
         Reuse reuse = Reuse::Nothing;
         FilterScope scope = FilterScope::Anything;
-        // False leaves the row out. Null: all rows.
-        std::function<bool(Pointer const&)> filter;
+        // Null: all rows.
+        boost::shared_ptr<FilterSignal const> filter;
         Time now;
     };
 
@@ -104,6 +108,16 @@ private:
         size_t kept = 0;
     };
 
+    // So many objects are read together.
+    static constexpr size_t k_Group = 16;
+    struct Group {
+        size_t first = 0; // entries
+        size_t last = 0;
+        std::array<bool, k_Group> isDone{};
+        // What is read of them, by the filter as by the columns.
+        std::array<boost::shared_ptr<ValueBlock const>, k_Group> values;
+    };
+
     void Collect();
     void TakeObjects(corekit::vector<ListedObject<Info>> const& objects, Collecting& former);
     void IndexByID();
@@ -111,7 +125,9 @@ private:
     void StartKeys(Request const& request, Steps& steps);
     void Walk(Request const& request, Steps const& steps);
     bool IsDone(Entry const& entry, Request const& request, Steps const& steps) const;
-    void Filter(Entry& entry, Request const& request);
+    void Begin(Group& group, Request const& request, Steps const& steps);
+    void ReadValues(Group& group);
+    void Filter(Group const& group, Request const& request);
     void MakeKey(Entry& entry, Request const& request, Steps const& steps);
     void TakeKey(Entry& entry, Key const& key);
     Key WriteKey(Entry const& entry, Request const& request);
