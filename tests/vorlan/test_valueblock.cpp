@@ -117,6 +117,35 @@ TEST(ValueBlockBuilder, RefusesMoreValuesThanTheLimit) {
     EXPECT_EQ(builder.Build()->Count(), 1u) << "starts anew after a refusal";
 }
 
+// Objects from outside can have endless lists of names; not all of them are kept.
+TEST(ValueBlock, IsTheSameWithNamesOfItsOwn) {
+    constexpr uint32_t k_Names = 150; // their pairs are more than the lists that are kept
+    std::vector<uint32_t> numbers;
+    for (uint32_t i = 0; i < k_Names; ++i)
+        numbers.push_back(NameTable::Number(SFormat("Own%u", i)));
+    ValueBlockBuilder builder;
+    auto const pair = [&](uint32_t first, uint32_t second) {
+        builder.Add(first, "1");
+        builder.Add(second, "two");
+        return builder.Build();
+    };
+    auto const shared = pair(numbers[0], numbers[1]);
+    auto own = shared;
+    for (uint32_t const first : numbers) {
+        for (uint32_t const second : numbers) {
+            if (first != second)
+                own = pair(first, second);
+        }
+    }
+    EXPECT_EQ(own->Bytes(), shared->Bytes() + 2 * sizeof(uint32_t));
+    EXPECT_EQ(Listed(*own), "Own149=1;Own148=two;");
+    EXPECT_EQ(Listed(*own->With(numbers[148], "2")), "Own149=1;Own148=2;");
+    EXPECT_EQ(Listed(*own->With(numbers[0], "3")), "Own149=1;Own148=two;Own0=3;");
+    EXPECT_EQ(Listed(*own->Without(numbers[149])), "Own148=two;");
+    EXPECT_TRUE(*own == *pair(numbers[149], numbers[148]));
+    EXPECT_FALSE(*own == *shared);
+}
+
 // What 100,000 mirrored Jobs cost is decided here.
 TEST(ValueBlock, TakesLittleMoreThanItsPayload) {
     constexpr size_t k_Jobs = 2000;
