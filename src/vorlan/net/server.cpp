@@ -143,16 +143,18 @@ void Server::Impl::OnAccepted(error_code error, Socket& socket, Loop& loop) {
             boost::make_shared<Channel>(std::move(socket), loop, m_tls, std::move(options), shared_from_this());
         ChannelPtr oldest;
         bool start = false;
+        bool isFull = false;
         {
             std::lock_guard const lock(m_guard);
-            start = !m_stopping && m_proved.size() + m_unproved.size() < m_options.limits.connections;
+            isFull = m_proved.size() + m_unproved.size() >= m_options.limits.connections;
+            start = !m_stopping && !isFull;
             if (start)
                 m_unproved.emplace(channel->Number(), channel);
             MakeRoom(oldest);
         }
         if (start)
             loop.Post([channel] { channel->Start(); });
-        else
+        else if (isFull)
             m_refusals.Note("full", SFormat("Refused a connection from %s: there are %zu already",
                                             channel->Address().ToString().c_str(), m_options.limits.connections));
         if (oldest)
