@@ -149,6 +149,10 @@ TEST(House, EveryIncludeFollowsAnArrow) {
         }
     }
     EXPECT_GT(count, 0u) << "nothing was read under " << k_Root;
+    // It does see what it looks for.
+    EXPECT_EQ(IncludeFault(k_Root / "src/corekit/a.cpp", "vorlan/job.h", false), "corekit must not include vorlan");
+    EXPECT_EQ(IncludeFault(k_Root / "src/vorlan/a.cpp", "wx/wx.h", false), "vorlan must not include wx");
+    EXPECT_NE(IncludeFault(k_Root / "src/master/core/a.cpp", "thread", false), "");
 }
 
 TEST(House, FilesStayReadable) {

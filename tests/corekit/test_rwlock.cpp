@@ -116,7 +116,7 @@ TEST(RWLock, WritersExcludeEverybodyAndNeitherSideStarves) {
             }
         });
     }
-    EXPECT_TRUE(WaitFor([&] { return reads > 50000 && writes > 50000; }));
+    EXPECT_TRUE(WaitFor([&] { return reads > 10000 && writes > 10000; }));
     stop = true;
     threads.clear();
     EXPECT_EQ(first, writes);
