@@ -208,7 +208,7 @@ void JobSelector::CloseList() {
 void JobSelector::OnKey(wxKeyEvent& event) {
     int const key = event.GetKeyCode();
     if (!m_list) {
-        if (key == WXK_DOWN)
+        if (key == WXK_DOWN || key == WXK_NUMPAD_DOWN)
             OpenList(String());
         else
             event.Skip();
@@ -216,15 +216,19 @@ void JobSelector::OnKey(wxKeyEvent& event) {
     }
     switch (key) {
     case WXK_DOWN:
+    case WXK_NUMPAD_DOWN:
         m_list->Move(1);
         break;
     case WXK_UP:
+    case WXK_NUMPAD_UP:
         m_list->Move(-1);
         break;
     case WXK_PAGEDOWN:
+    case WXK_NUMPAD_PAGEDOWN:
         m_list->Move(k_PageStep);
         break;
     case WXK_PAGEUP:
+    case WXK_NUMPAD_PAGEUP:
         m_list->Move(-k_PageStep);
         break;
     case WXK_RETURN:

@@ -107,6 +107,7 @@ TEST_F(ListCtrlTest, ColumnsComeBackFromTheOptions) {
         {"back\\\\slash,90,1,2,", "back\\slash:2:1", ""},
         {"semi`;colon,90,1,2,;tick``,50,1,3,", "semi;colon:2:1 tick`:3:1", ""},
         {"Shot,90,1,19,$(Name) v1", "Shot:19:1", "$(Name) v1"},
+        {"Name,100,1,0,;Shot,90,1,19,\"a;b,c\"", "Name:0:1 Shot:19:1", "\"a;b,c\""},
         // A record with too few or too many fields is dropped.
         {"Name,100,1;Status,80,1,4,;;x,,,", "Status:4:1", ""},
         {"Name,100,1,0,;Bad,1,1,19,a,b", "Name:0:1", ""},

@@ -97,17 +97,19 @@ void wxvDateTimeCtrl::ApplyColors() {
 
 void wxvDateTimeCtrl::OnKey(wxKeyEvent& event) {
     int const key = event.GetKeyCode();
-    if (key == WXK_DOWN && event.AltDown()) {
+    bool const up = key == WXK_UP || key == WXK_NUMPAD_UP;
+    bool const down = key == WXK_DOWN || key == WXK_NUMPAD_DOWN;
+    if (down && event.AltDown()) {
         OpenCalendar();
         return;
     }
-    if ((key != WXK_UP && key != WXK_DOWN) || !m_text->IsEditable()) {
+    if ((!up && !down) || !m_text->IsEditable()) {
         event.Skip();
         return;
     }
     long const caret = m_text->GetInsertionPoint();
     corekit::String const text = wxvString(m_text->GetValue());
-    corekit::String const stepped = StepDateTime(text, static_cast<size_t>(caret), key == WXK_UP ? 1 : -1);
+    corekit::String const stepped = StepDateTime(text, static_cast<size_t>(caret), up ? 1 : -1);
     if (stepped != text) {
         m_text->SetValue(wxvText(stepped));
         m_text->SetInsertionPoint(caret);

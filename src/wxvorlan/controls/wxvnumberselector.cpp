@@ -186,15 +186,19 @@ void wxvNumberSelector::OnChoice() {
 void wxvNumberSelector::OnKey(wxKeyEvent& event) {
     switch (event.GetKeyCode()) {
     case WXK_UP:
+    case WXK_NUMPAD_UP:
         Step(1);
         break;
     case WXK_DOWN:
+    case WXK_NUMPAD_DOWN:
         Step(-1);
         break;
     case WXK_PAGEUP:
+    case WXK_NUMPAD_PAGEUP:
         Step(k_PageStep);
         break;
     case WXK_PAGEDOWN:
+    case WXK_NUMPAD_PAGEDOWN:
         Step(-k_PageStep);
         break;
     default:
