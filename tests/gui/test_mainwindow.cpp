@@ -125,6 +125,9 @@ TEST_F(MainWindowTest, TheViewMenuNamesTabsAndOpenWindows) {
     EXPECT_TRUE(PumpUntil([&] { return bar.IsChecked(14001); }));
     EXPECT_FALSE(bar.IsChecked(14000));
     EXPECT_EQ(Options().GetValue("Window", "View", 0), 1);
+    bar.Check(14001, false);
+    Command(14001, false);
+    EXPECT_TRUE(bar.IsChecked(14001)) << "it is in front still";
 
     wxMenu& view = *bar.GetMenu(static_cast<size_t>(bar.FindMenu("View")));
     auto const windows = [&] {

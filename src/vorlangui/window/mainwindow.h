@@ -160,6 +160,7 @@ private:
     void ForgetSelection();
     void OnItemSelected(wxListEvent& event);
     void OnItemDeselected(wxListEvent& event);
+    void OnSelectKey(wxKeyEvent& event);
     void OnRightClickCol(wxListEvent& event);
     void _PushSelect(int kind, int list, UID const& anchor);
     void GoTo(SelectHistoryEntry const* entry);

@@ -26,6 +26,7 @@ void MainWindow::BindSelection() {
     Bind(wxEVT_LIST_ITEM_SELECTED, &MainWindow::OnItemSelected, this);
     Bind(wxEVT_LIST_ITEM_DESELECTED, &MainWindow::OnItemDeselected, this);
     Bind(wxEVT_TIMER, &MainWindow::OnDeselectTimeout, this);
+    Bind(wxEVT_CHAR_HOOK, &MainWindow::OnSelectKey, this);
 }
 
 void MainWindow::OnItemSelected(wxListEvent& event) {
@@ -65,6 +66,8 @@ void MainWindow::OnDeselectTimeout(wxTimerEvent&) {
         list->SetFocus();
     }
     _SelectTimer::Reset();
+    // The toolkit asks when a menu opens, but a key must not find its command off.
+    DoMenuUpdates();
 }
 
 void MainWindow::_PushSelect(int kind, int list, UID const& anchor) {
@@ -105,6 +108,7 @@ void MainWindow::GoTo(SelectHistoryEntry const* entry) {
         list->SetSelectedIDs(entry->Selected(), entry->anchor);
     if (m_info)
         _UpdateSelect(*m_info, *entry);
+    DoMenuUpdates();
 }
 
 void MainWindow::_UpdateSelect(InfoPane& pane, SelectHistoryEntry const& entry) {

@@ -14,6 +14,7 @@
 #include <wx/intl.h>
 #include <wx/menu.h>
 #include <wx/statusbr.h>
+#include <wx/textentry.h>
 #include <wx/toplevel.h>
 #include <wx/weakref.h>
 #include <wx/wxvtext.h>
@@ -121,12 +122,33 @@ void FillWindowsMenu(wxMenu& menu, MainWindow const& window) {
     item->Enable(windows->GetMenuItemCount() != 0);
 }
 
-void MainWindow::OnViewChange(wxCommandEvent& event) { m_views->ShowViewOf(event.GetId()); }
+void MainWindow::OnViewChange(wxCommandEvent& event) {
+    m_views->ShowViewOf(event.GetId());
+    // The tab that was in front already: its item has lost its mark by the choice.
+    MarkView(m_views->GetSelection());
+    m_views->FocusFirstList();
+}
 
 void MainWindow::MarkView(int view) {
     wxMenuBar* const bar = GetMenuBar();
     for (int id = ViewsArea::k_FirstMenuId; bar && bar->FindItem(id); ++id)
         bar->Check(id, id == ViewsArea::k_FirstMenuId + view);
+}
+
+// A window that scrolls takes these keys for itself before the menu gets them.
+void MainWindow::OnSelectKey(wxKeyEvent& event) {
+    int const key = event.GetKeyCode();
+    bool const back = key == WXK_LEFT || key == WXK_NUMPAD_LEFT;
+    bool const forth = key == WXK_RIGHT || key == WXK_NUMPAD_RIGHT;
+    if (event.GetModifiers() != wxMOD_CONTROL || !(back || forth) || dynamic_cast<wxTextEntry*>(FindFocus())) {
+        event.Skip();
+        return;
+    }
+    if (!CanUse(back ? CommandNeeds::FormerSelection : CommandNeeds::LaterSelection))
+        return;
+    wxCommandEvent command(wxEVT_MENU, back ? k_IdSelectPrev : k_IdSelectNext);
+    command.SetEventObject(this);
+    HandleWindowEvent(command);
 }
 
 void MainWindow::ShowInfoPane(bool show) {
