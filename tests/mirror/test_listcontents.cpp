@@ -60,19 +60,6 @@ TEST(ListContents, WhatHasNoRowIsTakenOutOfASet) {
     }
 }
 
-TEST(StableSort, KeepsTheOrderOfEqualElements) {
-    std::mt19937 random(20261121);
-    for (size_t const size : {0, 1, 2, 31, 32, 33, 64, 65, 1000}) {
-        std::vector<std::pair<int, size_t>> elements;
-        for (size_t i = 0; i < size; ++i)
-            elements.emplace_back(static_cast<int>(random() % 7), i);
-        auto expected = elements;
-        std::stable_sort(expected.begin(), expected.end(), [](auto& a, auto& b) { return a.first < b.first; });
-        StableSort(elements, [](auto const& a, auto const& b) { return a.first < b.first; });
-        EXPECT_EQ(elements, expected) << size;
-    }
-}
-
 // Few words, one word, and many: the two halves meet at any of them.
 TEST(SortKeys, ManyRowsInTwoHalves) {
     std::mt19937 random(20261121);

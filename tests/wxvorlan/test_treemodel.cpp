@@ -1,4 +1,3 @@
-#include "wxvorlan/tree/steadysort.h"
 #include "wxvorlan/tree/treemodel.h"
 
 #include <gtest/gtest.h>
@@ -176,27 +175,5 @@ TEST(TreeModelTest, RowsAreThoseOfAPlainWalk) {
             ASSERT_EQ(Rows(model), walk(walk, model.Root())) << step;
             ASSERT_EQ(model.Size(), items.size());
         }
-    }
-}
-
-TEST(TreeModelTest, SteadySortIsStableAndSurvivesAnyOrder) {
-    std::mt19937 random(7);
-    for (size_t const count : {0U, 1U, 31U, 32U, 33U, 64U, 65U, 1'000U, 4'097U}) {
-        std::vector<std::pair<int, size_t>> values;
-        for (size_t i = 0; i < count; ++i)
-            values.emplace_back(static_cast<int>(random() % 50), i);
-        auto wanted = values;
-        auto const before = [](auto const& a, auto const& b) { return a.first < b.first; };
-        std::stable_sort(wanted.begin(), wanted.end(), before);
-        auto sorted = values;
-        SteadySort(sorted, before);
-        EXPECT_EQ(sorted, wanted) << count;
-
-        // An order that is a lie loses nothing.
-        SteadySort(sorted, [&random](auto const&, auto const&) { return random() % 2 == 0; });
-        SteadySort(sorted, [](auto const&, auto const&) { return true; });
-        std::sort(sorted.begin(), sorted.end());
-        std::sort(wanted.begin(), wanted.end());
-        EXPECT_EQ(sorted, wanted) << count;
     }
 }

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "stablesort.h"
-
 #include <corekit/containers.h>
+#include <corekit/stablesort.h>
 #include <corekit/uid.h>
 #include <cstdint>
 #include <limits>

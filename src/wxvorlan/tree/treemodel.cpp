@@ -1,6 +1,6 @@
 #include "treemodel.h"
 
-#include "steadysort.h"
+#include <corekit/stablesort.h>
 
 #include <algorithm>
 
@@ -139,7 +139,7 @@ void wxDBTreeModel::Hide(Item* item, bool hide) {
 }
 
 void wxDBTreeModel::SortLevel(Item* item, Before const& before) {
-    SteadySort(item->m_children, [&before](ItemPtr const& a, ItemPtr const& b) { return before(*a, *b); });
+    corekit::StableSort(item->m_children, [&before](ItemPtr const& a, ItemPtr const& b) { return before(*a, *b); });
     for (ItemPtr const& child : item->m_children)
         SortLevel(child.get(), before);
 }

@@ -5,7 +5,7 @@
 #include <iterator>
 #include <vector>
 
-namespace vorlan {
+namespace corekit {
 
 namespace stablesort {
 
@@ -55,7 +55,8 @@ void Sort(T* first, T* last, std::vector<T>& buffer, Less& less) {
 // Sorts, equal elements in their order: up to 32 by insertion, above that the lower half,
 // the upper half, and a merge that takes from the lower one unless the upper one is less.
 // The comparisons and their order are part of the promise: one that contradicts itself,
-// as the order by status does, gives the same rows everywhere and always.
+// as the order by status does, gives the same rows everywhere and always, and one that
+// changes while it is asked loses no element.
 template <class T, class Less>
 void StableSort(std::vector<T>& elements, Less less) {
     std::vector<T> buffer;
@@ -63,4 +64,4 @@ void StableSort(std::vector<T>& elements, Less less) {
     stablesort::Sort(elements.data(), elements.data() + elements.size(), buffer, less);
 }
 
-} // namespace vorlan
+} // namespace corekit
