@@ -8,7 +8,7 @@
 namespace vorlan {
 
 void EngineLoop::Post(std::function<void()> task) {
-    std::lock_guard const lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     if (!m_closed) {
         m_tasks.push_back(std::move(task));
         m_wake.notify_one();
@@ -16,8 +16,10 @@ void EngineLoop::Post(std::function<void()> task) {
 }
 
 void EngineLoop::PostBytes(size_t bytes, std::function<void()> task) {
-    std::unique_lock lock(m_guard);
-    m_room.wait(lock, [this] { return m_closed || m_bytes < k_WaitingBytes; });
+    CommonMutex::Lock lock(m_guard);
+    while (!m_closed && m_bytes >= k_WaitingBytes) {
+        m_room.wait(lock);
+    }
     if (!m_closed) {
         m_bytes += bytes;
         m_tasks.push_back(std::move(task));
@@ -28,10 +30,12 @@ void EngineLoop::PostBytes(size_t bytes, std::function<void()> task) {
 void EngineLoop::Run(std::function<int()> const& onTurn) {
     for (;;) {
         int const waitMs = onTurn();
+        auto const until = std::chrono::steady_clock::now() + std::chrono::milliseconds(waitMs);
         std::vector<std::function<void()>> tasks;
         {
-            std::unique_lock lock(m_guard);
-            m_wake.wait_for(lock, std::chrono::milliseconds(waitMs), [this] { return m_closed || !m_tasks.empty(); });
+            CommonMutex::Lock lock(m_guard);
+            while (!m_closed && m_tasks.empty() && m_wake.wait_until(lock, until) == std::cv_status::no_timeout) {
+            }
             if (m_closed) {
                 return;
             }
@@ -50,7 +54,7 @@ void EngineLoop::Run(std::function<int()> const& onTurn) {
 }
 
 void EngineLoop::Close() {
-    std::lock_guard const lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     m_closed = true;
     m_tasks.clear();
     m_wake.notify_all();

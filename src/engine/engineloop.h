@@ -3,12 +3,11 @@
 
 #include "engine/runner/runner.h"
 
-#include <corekit/threadannotations.h>
+#include <corekit/commonmutex.h>
 #include <vorlan/fwd.h>
 
 #include <condition_variable>
 #include <functional>
-#include <mutex>
 #include <vector>
 
 namespace vorlan {
@@ -33,9 +32,9 @@ public:
     void Close() CK_EXCLUDES(m_guard);
 
 private:
-    std::mutex m_guard;
-    std::condition_variable m_wake;
-    std::condition_variable m_room;
+    CommonMutex m_guard;
+    std::condition_variable_any m_wake;
+    std::condition_variable_any m_room;
     std::vector<std::function<void()>> m_tasks CK_GUARDED_BY(m_guard);
     size_t m_bytes CK_GUARDED_BY(m_guard) = 0;
     bool m_closed CK_GUARDED_BY(m_guard) = false;

@@ -64,7 +64,7 @@ void LocalRunner::Start(RunSpec const& spec) {
     frame.work = spec.work;
     frame.spec = spec;
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         m_commands.push_back(std::move(frame));
     }
     eventfd_write(m_wake.Get(), 1);
@@ -76,7 +76,7 @@ void LocalRunner::Stop(UID const& work, int graceMs) {
     frame.work = work;
     frame.graceMs = graceMs;
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         m_commands.push_back(std::move(frame));
     }
     eventfd_write(m_wake.Get(), 1);
@@ -183,7 +183,7 @@ void LocalRunner::LoseHelper() {
 void LocalRunner::TakeCommands() {
     std::deque<Frame> commands;
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         commands.swap(m_commands);
     }
     for (Frame& command : commands) {

@@ -4,14 +4,13 @@
 #include "engine/runner/runner.h"
 #include "engine/runner/runnerprotocol.h"
 
+#include <corekit/commonmutex.h>
 #include <corekit/thread.h>
-#include <corekit/threadannotations.h>
 #include <corekit/uniquefd.h>
 
 #include <chrono>
 #include <deque>
 #include <map>
-#include <mutex>
 #include <string>
 
 namespace vorlan {
@@ -77,7 +76,7 @@ private:
     UniqueFd m_wake;
     UniqueFd m_poll;
 
-    std::mutex m_guard;
+    CommonMutex m_guard;
     std::deque<runner::Frame> m_commands CK_GUARDED_BY(m_guard);
 
     // The runner's thread only.

@@ -12,7 +12,7 @@ SpawnPool::SpawnPool() : m_ready(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
 
 void SpawnPool::Start(RunSpec spec, String mark, UniqueFd output) {
     ++m_inFlight;
-    std::lock_guard const lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     m_orders.push_back({std::move(spec), std::move(mark), std::move(output)});
     m_wake.notify_one();
 }
@@ -21,16 +21,18 @@ std::vector<SpawnPool::Done> SpawnPool::Take() {
     eventfd_t ignored = 0;
     eventfd_read(m_ready.Get(), &ignored);
     std::vector<Done> done;
-    std::lock_guard const lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     done.swap(m_done);
     m_inFlight -= done.size();
     return done;
 }
 
 void SpawnPool::Work() {
-    std::unique_lock lock(m_guard);
+    CommonMutex::Lock lock(m_guard);
     for (;;) {
-        m_wake.wait(lock, [this] { return m_stopping || !m_orders.empty(); });
+        while (!m_stopping && m_orders.empty()) {
+            m_wake.wait(lock);
+        }
         if (m_stopping) {
             return;
         }
@@ -47,7 +49,7 @@ void SpawnPool::Work() {
 
 void SpawnPool::Stop() {
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         m_stopping = true;
         m_inFlight -= m_orders.size();
         m_orders.clear();

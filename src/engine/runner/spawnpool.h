@@ -3,12 +3,11 @@
 
 #include "engine/runner/spawn.h"
 
-#include <corekit/threadannotations.h>
+#include <corekit/commonmutex.h>
 #include <corekit/uniquefd.h>
 
 #include <condition_variable>
 #include <deque>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -56,8 +55,8 @@ private:
     size_t m_inFlight = 0;
     std::vector<std::thread> m_threads;
 
-    std::mutex m_guard;
-    std::condition_variable m_wake;
+    CommonMutex m_guard;
+    std::condition_variable_any m_wake;
     std::deque<Order> m_orders CK_GUARDED_BY(m_guard);
     std::vector<Done> m_done CK_GUARDED_BY(m_guard);
     bool m_stopping CK_GUARDED_BY(m_guard) = false;
