@@ -16,26 +16,12 @@
 #include <algorithm>
 #include <cstdio>
 
-extern char** environ;
-
 namespace vorlan {
 
 namespace {
 
 /// A stop of the Engine ends its units, who get five seconds, and then the Engine.
 constexpr int64_t k_StopMs = 8000;
-
-corekit::map<String, String> OwnEnvironment() {
-    corekit::map<String, String> values;
-    for (char** entry = environ; *entry; ++entry) {
-        String const text(*entry);
-        if (text.Contains("=")) {
-            values[text.LeftFirst("=")] = text.RightFirst("=");
-        }
-    }
-    values.erase(runner::k_MarkName); // this Engine's units have marks of their own
-    return values;
-}
 
 } // namespace
 
@@ -77,7 +63,6 @@ void EngineApp::MakeParts(Path const& folder) {
     setup.engine = m_facts.engine;
     setup.host = m_facts.name;
     setup.folder = folder;
-    setup.environment = OwnEnvironment();
     setup.clock = &m_clock;
     setup.runner = m_runner.get();
     setup.output = m_outputFolder.get();
@@ -88,7 +73,7 @@ void EngineApp::MakeParts(Path const& folder) {
     m_listener.SetListener(m_desk.get());
 
     m_output =
-        std::make_unique<OutputService>(*m_outputFolder, [this](UID const& work) { return m_desk->HasUnit(work); });
+        std::make_unique<OutputService>(*m_outputFolder, [this](UID const& work) { return m_desk->OutputOf(work); });
     m_infoPort = std::make_unique<InfoPort>(
         *m_output, [this](std::function<void()> task) { m_loop.Post(std::move(task)); }, m_facts.name);
     MasterDispatch::Hooks hooks;

@@ -10,8 +10,7 @@ constexpr size_t k_OutputBytes = 16384;
 
 } // namespace
 
-SideCommands::SideCommands(Runner& runner, corekit::map<String, String> environment, Report report)
-    : m_runner(runner), m_environment(std::move(environment)), m_report(std::move(report)) {}
+SideCommands::SideCommands(Runner& runner, Report report) : m_runner(runner), m_report(std::move(report)) {}
 
 void SideCommands::Run(String const& label, String const& script, Path const& folder, Tell tell) {
     if (m_waiting.size() >= k_Waiting) {
@@ -23,7 +22,6 @@ void SideCommands::Run(String const& label, String const& script, Path const& fo
     side.tell = tell;
     side.spec.work = UID(true);
     side.spec.arguments = {"/bin/sh", "-c", script};
-    side.spec.environment = m_environment;
     side.spec.folder = folder;
     m_waiting.push_back(std::move(side));
     StartNext();

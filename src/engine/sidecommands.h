@@ -28,7 +28,7 @@ public:
 
     using Report = std::function<void(String const& line)>;
 
-    SideCommands(Runner& runner, corekit::map<String, String> environment, Report report);
+    SideCommands(Runner& runner, Report report);
 
     /// `label` names it in reports. Too many that wait: it is left out, with a report.
     void Run(String const& label, String const& script, Path const& folder, Tell tell);
@@ -50,7 +50,6 @@ private:
     void StartNext();
 
     Runner& m_runner;
-    corekit::map<String, String> const m_environment;
     Report const m_report;
     corekit::map<UID, Side> m_running;
     corekit::deque<Side> m_waiting;

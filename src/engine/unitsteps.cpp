@@ -75,7 +75,6 @@ void WorkDesk::Plan(Unit& unit) {
     unit.launch = BuildLaunch(*unit.product, work, unit.values);
     unit.spec.work = work.id;
     unit.spec.arguments = unit.launch.arguments;
-    unit.spec.environment = m_setup.environment;
     for (auto const& [name, value] : unit.launch.environment) {
         unit.spec.environment[name] = value;
     }
@@ -135,7 +134,6 @@ void WorkDesk::RunCommand(Unit& unit, EventCommand const& command) {
     RunSpec spec;
     spec.work = unit.work->id;
     spec.arguments = {"/bin/sh", "-c", command.script};
-    spec.environment = m_setup.environment;
     spec.folder = m_setup.folder; // the unit's own may not be there yet
     unit.inRunner = true;
     m_setup.runner->Start(spec);
@@ -244,6 +242,7 @@ void WorkDesk::OnJudged(UID const& work, RunEnd const& end, String const& missin
     facts.missingFile = missingFile;
     unit->verdict = Judge(facts);
     if (!unit->scanner->RuleError().Empty()) {
+        unit->log->Keep();
         unit->log->AppendLine("[VorlanEngine: " + unit->scanner->RuleError() + "]");
     }
     unit->stage = Unit::Stage::After;
@@ -271,6 +270,11 @@ void WorkDesk::Report(Unit& unit, Verdict const& result) {
 
     String const outcome = StatusName(verdict.status) + (verdict.note.Empty() ? String() : ": " + verdict.note);
     unit.log->AppendLine("[" + outcome + "]");
+    if (verdict.status != Finished) {
+        unit.log->Keep();
+    } else if (!unit.log->IsKept()) {
+        m_silent.Add(ended.work);
+    }
     m_history.Note(outcome + ", " + NameOf(unit) + ", after " +
                    (ran < Time::Seconds(1) ? ran.FormatDuration(0, 4, 0) : ran.FormatDuration(2, 4, 1)));
     unit.work->SetStatus(verdict.status);

@@ -38,9 +38,7 @@ String RunAsUser(RunSpec& spec, String const& user, String const& host, bool own
             "it as root.",
             host.c_str(), user.c_str());
     }
-    auto const path = spec.environment.find("PATH");
-    if (spec.arguments.empty() ||
-        runner::FindProgram(spec.arguments.front(), path == spec.environment.end() ? String() : path->second).Empty()) {
+    if (spec.arguments.empty() || runner::FindProgram(spec).Empty()) {
         return {}; // the start says that it is not installed
     }
     corekit::vector<String> arguments{

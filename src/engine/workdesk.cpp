@@ -18,7 +18,7 @@ WorkDesk::WorkDesk(DeskSetup setup)
     : m_setup(std::move(setup)),
       m_journal(m_setup.folder / "results.journal", m_setup.clock->Now()),
       m_history(m_setup.engine, *m_setup.clock),
-      m_side(*m_setup.runner, m_setup.environment, [this](String const& line) { m_history.Note(line); }) {
+      m_side(*m_setup.runner, [this](String const& line) { m_history.Note(line); }) {
     if (size_t const cutOff = m_journal.CutOff(); cutOff > 0) {
         m_history.Note(
             SFormat("An earlier VorlanEngine ended while it ran %zu units; they are reported as lost.", cutOff));
@@ -62,7 +62,7 @@ void WorkDesk::OnRunWork(RunWorkMsg const& message) {
         return;
     }
     UID const& id = message.work->id;
-    if (m_units.contains(id) || m_settled.contains(id)) {
+    if (m_units.contains(id) || m_settled.Contains(id)) {
         return;
     }
     if (WorkEnded const* const ended = m_journal.FindPending(id)) {
@@ -111,12 +111,7 @@ void WorkDesk::OnAcknowledged(WorkEndedAckMsg const& message) {
         return;
     }
     m_journal.Acknowledged(message.work);
-    m_settled.insert(message.work);
-    m_settledOrder.push_back(message.work);
-    if (m_settledOrder.size() > k_RememberedRuns) {
-        m_settled.erase(m_settledOrder.front());
-        m_settledOrder.pop_front();
-    }
+    m_settled.Add(message.work);
 }
 
 void WorkDesk::OnSettings(EngineSettingsMsg const& message) { m_settings = boost::make_shared<Engine>(message.engine); }
@@ -211,7 +206,11 @@ int64_t WorkDesk::NextTickMs() const {
 
 void WorkDesk::EndTurn() {
     m_journal.Flush();
+    Time const silentSince = m_setup.clock->Now() - k_SilentTime;
     for (auto& [work, unit] : m_units) {
+        if (unit.taken <= silentSince) {
+            unit.log->Keep();
+        }
         unit.log->Flush();
     }
     // Without a Master nothing is lost: the next registration says it all.
@@ -222,6 +221,13 @@ void WorkDesk::EndTurn() {
             m_master->Send(message);
         }
     }
+}
+
+RunOutput WorkDesk::OutputOf(UID const& work) const {
+    if (m_units.contains(work)) {
+        return RunOutput::Grows;
+    }
+    return m_silent.Contains(work) ? RunOutput::None : RunOutput::Whole;
 }
 
 void WorkDesk::StopAll(String const& reason) {

@@ -4,6 +4,8 @@
 #include "engine/engineclock.h"
 #include "engine/historyreporter.h"
 #include "engine/messagesink.h"
+#include "engine/recentids.h"
+#include "engine/report/outputservice.h"
 #include "engine/report/resultjournal.h"
 #include "engine/sidecommands.h"
 #include "engine/unit.h"
@@ -20,9 +22,8 @@ namespace vorlan {
 /// What a WorkDesk works with. All of it outlives the desk.
 struct DeskSetup {
     UID engine;
-    String host;                              ///< this Engine's name
-    Path folder;                              ///< of the journal, the output and the Jobs' own folders
-    corekit::map<String, String> environment; ///< what every process gets
+    String host; ///< this Engine's name
+    Path folder; ///< of the journal, the output and the Jobs' own folders
     EngineClock const* clock = nullptr;
     Runner* runner = nullptr;
     OutputFolder* output = nullptr;
@@ -69,7 +70,7 @@ public:
 
     /// Stops all units, for the end of the program. They are reported as Lost.
     void StopAll(String const& reason);
-    bool HasUnit(UID const& work) const { return m_units.contains(work); }
+    RunOutput OutputOf(UID const& work) const;
     size_t UnitCount() const { return m_units.size(); }
     bool Idle() const { return m_units.empty() && m_side.Running() == 0; }
 
@@ -80,7 +81,8 @@ public:
 private:
     static constexpr int k_StopGraceMs = 5000;
     static constexpr size_t k_KnownJobs = 5000;
-    static constexpr size_t k_RememberedRuns = 4096;
+    /// A run that has been silent for so long gets its log all the same.
+    static constexpr Time k_SilentTime = Time::Seconds(2);
 
     // A unit's way, in this order; unitsteps.cpp.
     void Take(boost::shared_ptr<Job> const& work, OptionMap const& options);
@@ -116,8 +118,8 @@ private:
     std::vector<boost::shared_ptr<Message const>> m_outbox;
     corekit::map<UID, boost::shared_ptr<Job>> m_jobs; ///< one unit of each Job that was worked on
     corekit::deque<UID> m_jobOrder;
-    corekit::set<UID> m_settled; ///< acknowledged runs, so that a late order does not run them again
-    corekit::deque<UID> m_settledOrder;
+    RecentIds m_settled; ///< acknowledged runs, so that a late order does not run them again
+    RecentIds m_silent;  ///< those that left no log
 };
 
 } // namespace vorlan

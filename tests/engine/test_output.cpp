@@ -49,8 +49,8 @@ protected:
     TempFolder temp;
     OutputFolder folder{temp.Folder()};
     UID const work{true};
-    std::set<UID> running;
-    OutputService service{folder, [this](UID const& id) { return running.contains(id); }};
+    std::map<UID, RunOutput> runs; ///< those that are not over
+    OutputService service{folder, [this](UID const& id) { return runs.contains(id) ? runs[id] : RunOutput::Whole; }};
     boost::shared_ptr<FakeSink> sink = boost::make_shared<FakeSink>();
 };
 
@@ -94,7 +94,7 @@ TEST_F(OutputTest, CleansUpOldLogsAndNothingElse) {
 }
 
 TEST_F(OutputTest, SendsWhatThereIsAndFollowsARunToItsEnd) {
-    running.insert(work);
+    runs[work] = RunOutput::Grows;
     GetOutputMsg const early = Ask(work, true);
     service.Request(sink, early);
     service.Pump();
@@ -112,7 +112,7 @@ TEST_F(OutputTest, SendsWhatThereIsAndFollowsARunToItsEnd) {
 
     log->Append("two\n");
     log.reset();
-    running.clear();
+    runs.clear();
     service.Pump();
     Received const all = PutTogether(*sink, early.request);
     EXPECT_EQ(all.text, "one\ntwo\n");
@@ -142,7 +142,18 @@ TEST_F(OutputTest, SaysWhyThereIsNothingAndForgetsWhoIsGone) {
     EXPECT_TRUE(PutTogether(*sink, unknown.request).end);
     EXPECT_TRUE(PutTogether(*sink, unknown.request).error.Contains("no output of this run"));
 
-    running.insert(work);
+    UID const silent(true);
+    runs[silent] = RunOutput::Grows;
+    GetOutputMsg const waiting = Ask(silent, true);
+    service.Request(sink, waiting);
+    service.Pump();
+    EXPECT_FALSE(PutTogether(*sink, waiting.request).end);
+    runs[silent] = RunOutput::None;
+    service.Pump();
+    EXPECT_NE(PutTogether(*sink, waiting.request).text.find("printed nothing"), std::string::npos);
+    EXPECT_TRUE(PutTogether(*sink, waiting.request).end && PutTogether(*sink, waiting.request).error.Empty());
+
+    runs[work] = RunOutput::Grows;
     auto const log = folder.Create(work);
     GetOutputMsg const closed = Ask(work, true);
     service.Request(sink, closed);

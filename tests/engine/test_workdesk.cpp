@@ -397,6 +397,31 @@ TEST_F(WorkDeskTest, AFullDiskDoesNotHoldWorkUp) {
     EXPECT_LE(errors.Get().size(), 2U) << "one for the output, one for the journal";
 }
 
+TEST_F(WorkDeskTest, OnlyAShortRunThatPrintsNothingAndEndsWellHasNoLog) {
+    struct Case {
+        char const* output;
+        int seconds;
+        int code;
+        RunOutput told;
+    };
+    for (Case const& one : {Case{"", 0, 0, RunOutput::None},
+                            {"x", 0, 0, RunOutput::Whole},
+                            {"", 2, 0, RunOutput::Whole},
+                            {"", 0, 3, RunOutput::Whole}}) {
+        auto const work = Give();
+        Begin(work->id);
+        EXPECT_EQ(desk->OutputOf(work->id), RunOutput::Grows);
+        clock.ms += one.seconds * 1000;
+        Print(work->id, one.output);
+        bool const isKept = one.told == RunOutput::Whole;
+        EXPECT_EQ(output.PathOf(work->id).Exists(), isKept && one.code == 0) << "while it runs";
+        End(work->id, one.code);
+        EXPECT_EQ(desk->OutputOf(work->id), one.told);
+        ASSERT_EQ(output.PathOf(work->id).Exists(), isKept);
+        EXPECT_TRUE(!isKept || File::Read(output.PathOf(work->id)).Contains("[render 1-4]"));
+    }
+}
+
 TEST_F(WorkDeskTest, RunsCommandsOfPeopleAndTellsWhatTheySaid) {
     ExecuteCommandMsg message;
     message.command = "df -h | head -2";
@@ -414,6 +439,7 @@ TEST_F(WorkDeskTest, RunsCommandsOfPeopleAndTellsWhatTheySaid) {
 TEST_F(WorkDeskTest, CleansUpBehindAJobWithTheEnginesCommandOnly) {
     Settings("FinishedJobEvt", "cleanup $(ID) $(CommandLine)");
     auto const work = Give();
+    Print(work->id, "done\n");
     End(work->id, 0);
     JobGoneMsg message;
     message.job = job;

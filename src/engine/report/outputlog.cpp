@@ -21,6 +21,11 @@ constexpr char const* k_Extension = ".log";
 } // namespace
 
 void OutputLog::Append(std::string_view bytes) {
+    m_kept |= !bytes.empty();
+    Add(bytes);
+}
+
+void OutputLog::Add(std::string_view bytes) {
     if (m_full || bytes.empty()) {
         return;
     }
@@ -42,11 +47,11 @@ void OutputLog::AppendLine(std::string_view text) {
     std::string line(m_atLineStart ? "" : "\n");
     line += text;
     line += '\n';
-    Append(line);
+    Add(line);
 }
 
 void OutputLog::Flush() {
-    if (m_waiting.empty()) {
+    if (m_waiting.empty() || !m_kept) {
         return;
     }
     if (m_lost > 0) {

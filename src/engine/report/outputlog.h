@@ -17,7 +17,8 @@ namespace vorlan {
 /// The file with the output of one run, as it is written.
 ///
 /// Owned by its unit, made by OutputFolder; one thread. Bytes are gathered and written
-/// by Flush. A disk that cannot take them costs the bytes, never the unit; the file says
+/// by Flush. There is a file from the first output on, or when Keep asks for it: the lines
+/// of the Engine's own do not make one. A disk that cannot take them costs the bytes, never the unit; the file says
 /// how many are missing once there is room again. The file ends at k_FileLimit with a
 /// line that says so.
 class OutputLog {
@@ -35,9 +36,13 @@ public:
     void Append(std::string_view bytes);
     /// A line of the Engine's own; begins on a new line.
     void AppendLine(std::string_view text);
+    /// The log is worth a file, though nothing may have been printed.
+    void Keep() { m_kept = true; }
+    bool IsKept() const { return m_kept; }
     void Flush();
 
 private:
+    void Add(std::string_view bytes);
     bool Write();
 
     Path const m_file;
@@ -46,6 +51,7 @@ private:
     std::string m_waiting;
     size_t m_total = 0;
     size_t m_lost = 0;
+    bool m_kept = false;
     bool m_atLineStart = true;
     bool m_full = false;
 };

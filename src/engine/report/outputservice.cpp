@@ -10,8 +10,14 @@
 
 namespace vorlan {
 
-OutputService::OutputService(OutputFolder const& folder, std::function<bool(UID const&)> runs)
-    : m_folder(folder), m_runs(std::move(runs)) {}
+namespace {
+
+constexpr std::string_view k_NothingPrinted = "[VorlanEngine: the run ended well and printed nothing.]\n";
+
+} // namespace
+
+OutputService::OutputService(OutputFolder const& folder, std::function<RunOutput(UID const&)> outputOf)
+    : m_folder(folder), m_outputOf(std::move(outputOf)) {}
 
 void OutputService::Request(SinkPtr const& sink, GetOutputMsg const& message) {
     Reader reader{sink, message.request, message.work, std::max<int64_t>(message.offset, 0), message.follow, {}};
@@ -43,19 +49,13 @@ int OutputService::Pump() {
 }
 
 OutputService::Result OutputService::Send(Reader& reader) {
-    bool const runs = m_runs(reader.work);
+    RunOutput const output = m_outputOf(reader.work);
+    bool const grows = output == RunOutput::Grows && reader.follow;
     if (!reader.file) {
         reader.file.Reset(open(m_folder.PathOf(reader.work).c_str(), O_RDONLY | O_CLOEXEC));
     }
     if (!reader.file) {
-        if (runs && reader.follow) {
-            return Result::Waits;
-        }
-        SendPiece(reader, {}, true,
-                  errno == ENOENT ? String("The Engine has no output of this run: it wrote none, or its log was "
-                                           "cleaned up.")
-                                  : SFormat("The Engine cannot read this output: %s.", std::strerror(errno)));
-        return Result::Done;
+        return grows ? Result::Waits : SendWithoutFile(reader, output, errno);
     }
     char buffer[k_PieceBytes];
     for (;;) {
@@ -75,12 +75,26 @@ OutputService::Result OutputService::Send(Reader& reader) {
             reader.offset += count;
             continue;
         }
-        if (runs && reader.follow) {
+        if (grows) {
             return Result::Waits;
         }
         SendPiece(reader, {}, true, {});
         return Result::Done;
     }
+}
+
+OutputService::Result OutputService::SendWithoutFile(Reader& reader, RunOutput output, int systemError) {
+    String error;
+    if (systemError != ENOENT) {
+        error = SFormat("The Engine cannot read this output: %s.", std::strerror(systemError));
+    } else if (output == RunOutput::Whole) {
+        error = "The Engine has no output of this run: it wrote none, or its log was cleaned up.";
+    } else if (output == RunOutput::None && reader.offset == 0) {
+        SendPiece(reader, k_NothingPrinted, false, {});
+        reader.offset += static_cast<int64_t>(k_NothingPrinted.size());
+    }
+    SendPiece(reader, {}, true, error);
+    return Result::Done;
 }
 
 void OutputService::SendPiece(Reader const& reader, std::string_view data, bool end, String const& error) {

@@ -11,6 +11,13 @@
 
 namespace vorlan {
 
+/// What there is of a run's output.
+enum class RunOutput {
+    Grows, ///< it runs
+    None,  ///< it ended well without a word, and has no log
+    Whole, ///< nothing more is written
+};
+
 /// Answers requests for output, piece by piece as the receiver takes them.
 ///
 /// Owned by the Engine's main part; its thread. Works with the files of OutputFolder.
@@ -24,8 +31,7 @@ public:
     /// How long a pause is before it is tried again with a receiver that is slow.
     static constexpr int k_RetryMs = 20;
 
-    /// `runs` says whether a run still writes.
-    OutputService(OutputFolder const& folder, std::function<bool(UID const&)> runs);
+    OutputService(OutputFolder const& folder, std::function<RunOutput(UID const&)> outputOf);
 
     void Request(SinkPtr const& sink, GetOutputMsg const& message);
     void Close(SinkPtr const& sink, UID const& request);
@@ -48,10 +54,11 @@ private:
 
     enum class Result { Done, Waits, Slow };
     Result Send(Reader& reader);
+    Result SendWithoutFile(Reader& reader, RunOutput output, int systemError);
     static void SendPiece(Reader const& reader, std::string_view data, bool end, String const& error);
 
     OutputFolder const& m_folder;
-    std::function<bool(UID const&)> const m_runs;
+    std::function<RunOutput(UID const&)> const m_outputOf;
     std::list<Reader> m_readers;
 };
 

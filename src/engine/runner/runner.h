@@ -14,8 +14,8 @@ namespace vorlan {
 /// A process to start for a unit.
 struct RunSpec {
     UID work;
-    corekit::vector<String> arguments;        ///< the program first, looked for in the PATH of `environment`
-    corekit::map<String, String> environment; ///< complete, nothing is added but the mark
+    corekit::vector<String> arguments;        ///< the program first, looked for in the process's PATH
+    corekit::map<String, String> environment; ///< added to the Engine's own, or instead of what that has
     Path folder;                              ///< empty: the Engine's own
 };
 

@@ -10,8 +10,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <string>
+
+extern char** environ;
 
 namespace vorlan::runner {
 
@@ -67,13 +70,49 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
     return pointers;
 }
 
+/// The variables of a new process. Those of this program are not copied.
+class Environment {
+public:
+    Environment(RunSpec const& spec, String const& mark) {
+        m_own.reserve(spec.environment.size() + 1); // what is pointed to stays where it is
+        for (char** entry = environ; *entry; ++entry) {
+            std::string_view const name = std::string_view(*entry).substr(0, std::strcspn(*entry, "="));
+            if (name != k_MarkName && (spec.environment.empty() || !spec.environment.contains(String(name)))) {
+                m_pointers.push_back(*entry);
+            }
+        }
+        for (auto const& [name, value] : spec.environment) {
+            Add(name.Str() + "=" + value.Str());
+        }
+        Add(std::string(k_MarkName) + "=" + mark.Str());
+        m_pointers.push_back(nullptr);
+    }
+    Environment(Environment const&) = delete;
+    Environment& operator=(Environment const&) = delete;
+    char* const* Pointers() { return m_pointers.data(); }
+
+private:
+    void Add(std::string variable) {
+        m_own.push_back(std::move(variable));
+        m_pointers.push_back(m_own.back().data());
+    }
+
+    std::vector<std::string> m_own;
+    std::vector<char*> m_pointers;
+};
+
 } // namespace
 
-String FindProgram(String const& name, String const& path) {
+String FindProgram(RunSpec const& spec) {
+    String const& name = spec.arguments.front();
     if (name.Contains("/")) {
         return IsProgram(name.Str()) ? name : String();
     }
-    std::string_view left(path);
+    auto const given = spec.environment.find("PATH");
+    char const* const own = getenv("PATH");
+    std::string_view left = given != spec.environment.end() ? std::string_view(given->second)
+                            : own                           ? own
+                                                            : k_DefaultPath;
     while (!name.Empty() && !left.empty()) {
         size_t const end = std::min(left.find(':'), left.size());
         std::string const file = std::string(left.substr(0, end)) + "/" + name.Str();
@@ -91,12 +130,10 @@ SpawnResult SpawnUnit(RunSpec const& spec, String const& mark, int output) {
         result.error = "There is no command to run.";
         return result;
     }
-    auto const path = spec.environment.find("PATH");
-    String const& program = spec.arguments.front();
-    String const file = FindProgram(program, path == spec.environment.end() ? String(k_DefaultPath) : path->second);
+    String const file = FindProgram(spec);
     if (file.Empty()) {
         result.notFound = true;
-        result.error = SFormat("The program \"%s\" was not found.", program.c_str());
+        result.error = SFormat("The program \"%s\" was not found.", spec.arguments.front().c_str());
         return result;
     }
 
@@ -104,11 +141,6 @@ SpawnResult SpawnUnit(RunSpec const& spec, String const& mark, int output) {
     for (String const& argument : spec.arguments) {
         arguments.push_back(argument.Str());
     }
-    std::vector<std::string> environment;
-    for (auto const& [name, value] : spec.environment) {
-        environment.push_back(name.Str() + "=" + value.Str());
-    }
-    environment.push_back(std::string(k_MarkName) + "=" + mark.Str());
 
     Actions actions;
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
@@ -122,9 +154,9 @@ SpawnResult SpawnUnit(RunSpec const& spec, String const& mark, int output) {
     }
     Attributes attributes;
     std::vector<char*> argumentPointers = Pointers(arguments);
-    std::vector<char*> environmentPointers = Pointers(environment);
-    int const error = posix_spawn(&result.pid, file.c_str(), &actions, &attributes, argumentPointers.data(),
-                                  environmentPointers.data());
+    Environment environment(spec, mark);
+    int const error =
+        posix_spawn(&result.pid, file.c_str(), &actions, &attributes, argumentPointers.data(), environment.Pointers());
     if (error != 0) {
         result.pid = 0;
         bool const badFolder = !folder.Empty() && access(folder.c_str(), X_OK) != 0;

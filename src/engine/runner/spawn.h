@@ -14,11 +14,12 @@ struct SpawnResult {
 };
 
 /// Starts the process in a session and group of its own, with `output` (a descriptor,
-/// or -1 for none) as its standard output and error, and the mark in its environment.
+/// or -1 for none) as its standard output and error. Its environment is the calling
+/// program's own with what `spec` says and the mark.
 SpawnResult SpawnUnit(RunSpec const& spec, String const& mark, int output);
 
-/// The file that a program's name means: as it stands when it holds a stroke, else the
-/// first one in `path` that can be executed. Empty when there is none.
-String FindProgram(String const& name, String const& path);
+/// The file that the program's name means: as it stands when it holds a stroke, else the
+/// first one in the process's PATH that can be executed. Empty when there is none.
+String FindProgram(RunSpec const& spec);
 
 } // namespace vorlan::runner
