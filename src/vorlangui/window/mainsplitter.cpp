@@ -7,9 +7,14 @@
 
 namespace vorlan {
 
+namespace {
+// How much of a change of the width the views get.
+constexpr double k_Gravity = 0.5;
+} // namespace
+
 _MainSplitter::_MainSplitter(wxWindow* parent) : wxvSplitterWindow(parent, SashDoubleClick::Unsplit) {
     SetMinimumPaneSize(FromDIP(k_SmallestPane));
-    SetSashGravity(0.5);
+    SetSashGravity(k_Gravity);
     Bind(wxEVT_SPLITTER_SASH_POS_CHANGING, &_MainSplitter::OnDragSash, this);
     Bind(wxEVT_SPLITTER_SASH_POS_CHANGED, &_MainSplitter::OnMoveSash, this);
     Bind(wxEVT_SIZE, &_MainSplitter::OnResize, this);
@@ -37,7 +42,13 @@ void _MainSplitter::ShowInfo(bool show) {
         return;
     }
     m_info->Show();
-    SplitVertically(m_views, m_info, static_cast<int>(std::lround(GetClientSize().x * StoredPart())));
+    NotePlace(static_cast<int>(std::lround(GetClientSize().x * StoredPart())));
+    SplitVertically(m_views, m_info, m_putAt);
+}
+
+void _MainSplitter::NotePlace(int sash) {
+    m_putAt = sash;
+    m_putWidth = GetClientSize().x;
 }
 
 void _MainSplitter::OnDragSash(wxSplitterEvent& event) {
@@ -49,20 +60,25 @@ void _MainSplitter::OnMoveSash(wxSplitterEvent& event) {
     event.Skip();
     // A sash that follows the window's size says nothing about the user's wish.
     int const width = GetClientSize().x;
-    if (std::exchange(m_dragged, false) && width > 0)
-        VorlanApp::GetOptions().SetValue(k_WindowSection, k_OptionSplitter,
-                                         static_cast<double>(event.GetSashPosition()) / width);
+    if (!std::exchange(m_dragged, false) || width <= 0)
+        return;
+    NotePlace(event.GetSashPosition());
+    VorlanApp::GetOptions().SetValue(k_WindowSection, k_OptionSplitter,
+                                     static_cast<double>(event.GetSashPosition()) / width);
 }
 
 void _MainSplitter::OnResize(wxSizeEvent& event) {
     // The splitter moves the sash with the size first.
     OnSize(event);
     int const width = GetClientSize().x;
-    if (m_placed || width < 2 * GetMinimumPaneSize() || !IsShownOnScreen())
+    if (width < 2 * GetMinimumPaneSize())
         return;
-    m_placed = true;
+    if (!m_placed && IsShownOnScreen()) {
+        m_placed = true;
+        NotePlace(static_cast<int>(std::lround(width * StoredPart())));
+    }
     if (IsSplit())
-        SetSashPosition(static_cast<int>(std::lround(width * StoredPart())));
+        SetSashPosition(m_putAt + static_cast<int>(std::lround((width - m_putWidth) * k_Gravity)));
 }
 
 } // namespace vorlan
