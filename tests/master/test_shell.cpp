@@ -238,7 +238,7 @@ TEST_F(ShellTest, TheStateIsWrittenWhenAskedForAndNeverHalf) {
         EXPECT_TRUE(WaitFor([&] { return log.Has("was not written. Cannot"); }));
     }
     EXPECT_EQ(File::Read(m_stateFile), text);
-    EXPECT_FALSE(Path(m_stateFile + ".new").Exists());
+    EXPECT_TRUE(WaitFor([&] { return !Path(m_stateFile + ".new").Exists(); }));
 }
 
 TEST_F(ShellTest, ItsLogsAreGivenAway) {
