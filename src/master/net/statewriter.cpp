@@ -37,7 +37,7 @@ StateWriter::StateWriter(Path file) : Thread("State writer"), m_file(std::move(f
 StateWriter::~StateWriter() { Stop(); }
 
 void StateWriter::Write(std::shared_ptr<StateSnapshot const> snapshot) {
-    if (IsRunning()) {
+    if (m_isWriting.exchange(true)) {
         LogWarning("The state of the farm is being written already.");
         return;
     }
@@ -58,12 +58,14 @@ bool StateWriter::Execute() {
         }
         if (FileLayer::s_Layer->Rename(unfinished.c_str(), m_file.c_str()) != 0)
             throw File::Failure("replace", m_file, errno);
+        m_isWriting = false;
         std::chrono::duration<double> const seconds = std::chrono::steady_clock::now() - start;
         LogSystem(SFormat("The state of the farm, %zu Jobs, was written to %s in %.1f seconds.", snapshot->JobCount(),
                           m_file.c_str(), seconds.count()));
     } catch (FileException const& error) {
-        LogError("The state of the farm was not written. " + error.Message());
         ::unlink(unfinished.c_str());
+        m_isWriting = false;
+        LogError("The state of the farm was not written. " + error.Message());
     }
     return false;
 }

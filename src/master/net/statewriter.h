@@ -3,6 +3,7 @@
 
 #include "master/core/dump.h"
 
+#include <atomic>
 #include <corekit/path.h>
 #include <corekit/thread.h>
 
@@ -28,6 +29,7 @@ private:
     void WriteFile(corekit::Path const& path, StateSnapshot const& snapshot) const;
 
     corekit::Path const m_file;
+    std::atomic<bool> m_isWriting{false};            ///< ends before the log tells the end
     std::shared_ptr<StateSnapshot const> m_snapshot; ///< the thread's while it runs, else the working thread's
 };
 
