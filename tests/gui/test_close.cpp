@@ -111,13 +111,20 @@ TEST_F(CloseTest, AShutdownEndsWhatIsOpen) {
 
 TEST_F(CloseTest, TheWindowsPlaceIsKept) {
     StartClient().SetSize(wxRect(60, 50, 900, 600));
-    ASSERT_TRUE(PumpUntil([this] { return Window().GetRect() == wxRect(60, 50, 900, 600); }));
-    {
-        ModalAnswers const answers(wxID_OK);
-        CloseWindow();
-    }
+    wxRect const place(60, 50, 900, 600);
+    ASSERT_TRUE(PumpUntil([&] { return Window().GetRect() == place; }));
+    ModalAnswers const answers(wxID_OK);
+    CloseWindow();
     EXPECT_EQ(StartClient().GetSize(), wxSize(900, 600));
-    EXPECT_TRUE(PumpUntil([this] { return Window().IsShown() && Window().GetPosition() == wxPoint(60, 50); }));
+    EXPECT_TRUE(PumpUntil([&] { return Window().IsShown() && Window().GetRect() == place; }));
+    // Also behind a window that fills the screen.
+    Window().Maximize();
+    ASSERT_TRUE(PumpUntil([&] { return Window().IsMaximized() && Window().GetSize().x > place.width; }));
+    CloseWindow();
+    StartClient();
+    EXPECT_TRUE(PumpUntil([&] { return Window().IsMaximized() && Window().GetSize().x > place.width; }));
+    Window().Maximize(false);
+    EXPECT_TRUE(PumpUntil([&] { return Window().GetRect() == place; })) << Window().GetSize().x;
 }
 
 TEST(LeaveRunning, StoresWhatTheUserChose) {

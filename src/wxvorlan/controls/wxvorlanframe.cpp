@@ -32,6 +32,21 @@ void PlaceAgainWhenShown(wxTopLevelWindow& window, wxRect const& place) {
     });
 }
 
+// What window managers make of a window that was maximized before they knew its size is
+// too small.
+void PlaceWhenRestored(wxTopLevelWindow& window, wxRect const& place) {
+    window.Bind(wxEVT_IDLE, [&window, place, wasMaximized = false, done = false](wxIdleEvent& event) mutable {
+        event.Skip();
+        if (done)
+            return;
+        bool const maximized = window.IsMaximized();
+        if (std::exchange(wasMaximized, maximized) && !maximized) {
+            done = true;
+            window.SetSize(place);
+        }
+    });
+}
+
 } // namespace
 
 void wxvSetOptions(corekit::OptionsFile* options) { s_options = options; }
@@ -61,10 +76,11 @@ bool wxLoadWindowPos(wxTopLevelWindow& window, corekit::String const& section) {
                         wxDisplay::GetFromPoint(place.GetTopLeft() + wxPoint(k_Smallest / 2, 8)) != wxNOT_FOUND;
     if (usable)
         window.SetSize(place);
-    if (s_options->GetValue(section, k_Maximized, false))
+    bool const maximized = s_options->GetValue(section, k_Maximized, false);
+    if (maximized)
         window.Maximize();
-    else if (usable)
-        PlaceAgainWhenShown(window, place);
+    if (usable)
+        maximized ? PlaceWhenRestored(window, place) : PlaceAgainWhenShown(window, place);
     return usable;
 }
 
