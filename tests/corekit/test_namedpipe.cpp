@@ -45,7 +45,11 @@ TEST_F(NamedPipeTest, OneListensAtATimeAndANewOneReplacesADeadOne) {
         second.Start();
     }
     // A process that dies without tidying up.
-    ASSERT_EQ(EndOf(Fork([] { return (new CountingPipe("Name"))->IsListening() ? 0 : 1; })), 0);
+    ASSERT_EQ(EndOf(Fork([] {
+                  static CountingPipe s_left("Name");
+                  return s_left.IsListening() ? 0 : 1;
+              })),
+              0);
     CountingPipe next("Name");
     ASSERT_TRUE(next.IsListening());
     next.Start();

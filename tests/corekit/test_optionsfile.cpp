@@ -148,7 +148,7 @@ TEST_F(OptionsFileTest, AFullDiskIsOneErrorAndTheChangeIsWrittenLater) {
 }
 
 TEST_F(OptionsFileTest, ADamagedFileIsMovedAsideAndAnUnreadableOneLeftAlone) {
-    const String damaged(std::string_view("[S]\na=1\0\0\0", 11));
+    const String damaged(std::string_view("[S]\na=1\0\0\0", 10));
     File::WriteWhole(path, damaged);
     LogLines lines(LogLevel::Error);
     OptionsFile options;
