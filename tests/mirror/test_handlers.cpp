@@ -47,14 +47,15 @@ TEST_F(HandlersTest, TheMastersSettingsAreKept) {
                                                              {"Elsewhere", {{"Other", "nor this one"}}},
                                                              {product.ToString(), {{"Path", "/a"}, {"Old", "1"}}},
                                                              {product.ToString(), {{"Path", "/b"}}}})
-        Say<SetMasterOptionsMsg>([&](auto& message) {
+        Say<SetMasterOptionsMsg>([&section = section, &options = options](auto& message) {
             message.section = section;
             message.options = options;
         });
     EXPECT_EQ(mirror.Master().Options(), (OptionMap{{"FIFO", "0"}, {"Other", "x"}}));
     EXPECT_EQ(mirror.Master().ProductOptions(product), (OptionMap{{"Path", "/b"}})) << "as a whole";
     for (auto const& [name, limit] : {std::pair("a", 3), std::pair("b", 5)})
-        Say<SetMasterLimitsMsg>([&](auto& message) { message.limits[UID::FromName(name)] = limit; });
+        Say<SetMasterLimitsMsg>(
+            [&name = name, &limit = limit](auto& message) { message.limits[UID::FromName(name)] = limit; });
     EXPECT_EQ(mirror.Master().Limits(), (corekit::map<UID, int>{{UID::FromName("b"), 5}})) << "as a whole";
 }
 
