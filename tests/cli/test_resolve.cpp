@@ -41,16 +41,16 @@ TEST(Resolve, FindsTheOneThatIsMeant) {
         {"eeee0000-0000-0000-0000-000000000009", -1, "There is no Job"},
     };
     for (auto const& [text, place, error] : cases) {
-            try {
-                UID const found = Resolve("Job", text, candidates);
-                ASSERT_GE(place, 0) << text;
-                EXPECT_EQ(found, candidates[static_cast<size_t>(place)].id) << text;
-            } catch (CommandException const& exception) {
-                EXPECT_LT(place, 0) << text;
-                EXPECT_EQ(exception.Exit(), ExitCode::Failed);
-                EXPECT_THAT(exception.Message().Str(), HasSubstr(error));
-                EXPECT_LT(exception.Message().size(), 600U);
-            }
+        try {
+            UID const found = Resolve("Job", text, candidates);
+            ASSERT_GE(place, 0) << text;
+            EXPECT_EQ(found, candidates[static_cast<size_t>(place)].id) << text;
+        } catch (CommandException const& exception) {
+            EXPECT_LT(place, 0) << text;
+            EXPECT_EQ(exception.Exit(), ExitCode::Failed);
+            EXPECT_THAT(exception.Message().Str(), HasSubstr(error));
+            EXPECT_LT(exception.Message().size(), 600U);
+        }
     }
 }
 
