@@ -70,8 +70,10 @@ bool FarmUsers::Execute() {
     double credit = 0;
     for (auto last = Clock::now(); Sleep(k_StepMs);) {
         auto const now = Clock::now();
-        for (credit += std::min(std::chrono::duration<double>(now - last).count(), 0.2) * m_perSecond; credit >= 1;
-             credit -= 1)
+        credit += std::min(std::chrono::duration<double>(now - last).count(), 0.2) * m_perSecond;
+        auto const due = static_cast<size_t>(credit);
+        credit -= static_cast<double>(due);
+        for (size_t i = 0; i < due; ++i)
             ActOnce();
         last = now;
     }

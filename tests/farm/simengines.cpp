@@ -211,7 +211,10 @@ void SimEngines::Group::NextStep() {
 
 template <class Function>
 void SimEngines::Group::AtRate(double& credit, double perSecond, double seconds, Function function) {
-    for (credit += perSecond * seconds; credit >= 1; credit -= 1)
+    credit += perSecond * seconds;
+    auto const due = static_cast<size_t>(credit);
+    credit -= static_cast<double>(due);
+    for (size_t i = 0; i < due; ++i)
         function();
 }
 

@@ -253,7 +253,7 @@ MasterState::MasterState(corekit::Path const& file) {
         else if (kind == "DefaultEngine")
             defaultEngine = std::move(json);
         else if (kind == "Options")
-            sections[TextOf(json["section"])] = std::move(json);
+            sections.insert_or_assign(TextOf(json["section"]), json);
         else if (kind == "Failure")
             failures.push_back(std::move(json));
         else if (std::map<UID, Json>* const all = kind == "Pool"      ? &pools
