@@ -147,7 +147,6 @@ TEST_F(RunnerTest, AStoppedGroupHasItsGraceEachProcessOfIt) {
 TEST_F(RunnerTest, ProcessesWithoutAMarkEndWithTheLastUnit) {
     TempFolder const folder;
     Path const name = folder / "unmarked";
-    std::filesystem::copy_file("/bin/sleep", name.Native());
     auto const alive = [&] {
         for (auto const& entry : std::filesystem::directory_iterator("/proc")) {
             std::error_code error;
@@ -156,7 +155,10 @@ TEST_F(RunnerTest, ProcessesWithoutAMarkEndWithTheLastUnit) {
         }
         return false;
     };
-    std::string const script = "env -i setsid " + name.Str() + " 600 & echo ready; sleep 600";
+    // Copied by the unit: a helper that started while this program writes the file would
+    // keep it open, and nobody could start it.
+    std::string const script =
+        "cp /bin/sleep " + name.Str() + "; env -i setsid " + name.Str() + " 600 & echo ready; sleep 600";
     RunSpec const first = RunToReady(script);
     EXPECT_TRUE(WaitFor(alive));
     runner->Stop(first.work, 100);
