@@ -37,11 +37,12 @@ StateWriter::StateWriter(Path file) : Thread("State writer"), m_file(std::move(f
 StateWriter::~StateWriter() { Stop(); }
 
 void StateWriter::Write(std::shared_ptr<StateSnapshot const> snapshot) {
-    if (m_isWriting.exchange(true)) {
+    if (m_isWriting && IsRunning()) {
         LogWarning("The state of the farm is being written already.");
         return;
     }
     Join();
+    m_isWriting = true;
     m_snapshot = std::move(snapshot);
     Start();
 }
