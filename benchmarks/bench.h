@@ -13,40 +13,40 @@
 #include <benchmark/benchmark.h>
 #include <nlohmann/json.hpp>
 
-/// What every benchmark shares: samples taken in turn with those of a reference in
-/// the same run, their medians, and the one line that tells the result.
+// What every benchmark shares: samples taken in turn with those of a reference in
+// the same run, their medians, and the one line that tells the result.
 namespace bench {
 
 using benchmark::ClobberMemory;
 using benchmark::DoNotOptimize;
 
-/// Which figure the target judges, and which side of it is good. The ratio is
-/// median value / median reference.
+// Which figure the target judges, and which side of it is good. The ratio is
+// median value / median reference.
 enum class Judge { RatioAtMost, RatioAtLeast, ValueAtMost, ValueAtLeast };
 
-/// Constant facts of one benchmark. A ValueAt... benchmark may go without a
-/// reference: leave its name empty, and "reference" and "ratio" are null.
+// Constant facts of one benchmark. A ValueAt... benchmark may go without a
+// reference: leave its name empty, and "reference" and "ratio" are null.
 struct Description {
-    std::string name; ///< With hyphens, as ./bench takes it.
-    std::string unit; ///< Of the value and of the reference.
+    std::string name; // With hyphens, as ./bench takes it.
+    std::string unit; // Of the value and of the reference.
     std::string referenceName;
     Judge judge = Judge::RatioAtMost;
     double target = 0;
-    double quantile = 0.5; ///< Of the samples, that is told as the value; the median by itself.
+    double quantile = 0.5; // Of the samples, that is told as the value; the median by itself.
 };
 
-/// A median of fewer samples than this is not told.
+// A median of fewer samples than this is not told.
 inline constexpr size_t k_FewestRuns = 5;
 
 inline double Median(std::vector<double> samples) {
     if (samples.empty())
         return 0;
     std::sort(samples.begin(), samples.end());
-    const size_t middle = samples.size() / 2;
+    size_t const middle = samples.size() / 2;
     return samples.size() % 2 ? samples[middle] : (samples[middle - 1] + samples[middle]) / 2;
 }
 
-/// The sample that this part of all are not above.
+// The sample that this part of all are not above.
 inline double Quantile(std::vector<double> samples, double part) {
     if (part == 0.5 || samples.empty())
         return Median(std::move(samples));
@@ -55,22 +55,22 @@ inline double Quantile(std::vector<double> samples, double part) {
     return samples[std::clamp<size_t>(rank, 1, samples.size()) - 1];
 }
 
-/// Seconds that one call takes.
+// Seconds that one call takes.
 template <class Work>
 double Seconds(Work&& work) {
-    const auto start = std::chrono::steady_clock::now();
+    auto const start = std::chrono::steady_clock::now();
     work();
     ClobberMemory();
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// Bytes that the process holds from the allocator now.
+// Bytes that the process holds from the allocator now.
 inline size_t AllocatedBytes() {
-    const auto info = mallinfo2();
+    auto const info = mallinfo2();
     return info.uordblks + info.hblkhd;
 }
 
-/// The samples of one benchmark and its report. One thread only.
+// The samples of one benchmark and its report. One thread only.
 class Benchmark {
 public:
     Benchmark(Description description, int argc, char** argv) : m_description(std::move(description)) {
@@ -80,12 +80,12 @@ public:
         }
     }
 
-    /// True if the caller wants the table's heading and no measurement: Report prints it.
+    // True if the caller wants the table's heading and no measurement: Report prints it.
     bool HeaderOnly() const { return m_header; }
 
-    /// Takes `runs` samples of each in turn, so that a slow minute of the machine
-    /// slows both. Each function returns one figure in the benchmark's unit.
-    void Run(size_t runs, const std::function<double()>& value, const std::function<double()>& reference = {}) {
+    // Takes `runs` samples of each in turn, so that a slow minute of the machine
+    // slows both. Each function returns one figure in the benchmark's unit.
+    void Run(size_t runs, std::function<double()> const& value, std::function<double()> const& reference = {}) {
         if (m_header)
             return;
         for (size_t i = 0; i < runs; ++i) {
@@ -101,28 +101,28 @@ public:
     void AddValue(double sample) { m_values.push_back(sample); }
     void AddReference(double sample) { m_references.push_back(sample); }
 
-    /// Something beside the figure did not hold: the target is not met, whatever the
-    /// figure says.
-    void Fail(const std::string& why) {
+    // Something beside the figure did not hold: the target is not met, whatever the
+    // figure says.
+    void Fail(std::string const& why) {
         std::fprintf(stderr, "%s: %s\n", m_description.name.c_str(), why.c_str());
         m_failed = true;
     }
 
-    /// Prints the result. Returns the exit code: 0 if it was measured, met or not.
+    // Prints the result. Returns the exit code: 0 if it was measured, met or not.
     int Report() const {
         if (m_header) {
             std::printf("%-22s %14s %-10s %9s %8s  %-4s %s\n", "name", "value", "unit", "ratio", "target", "met",
                         "reference");
             return 0;
         }
-        const bool compared = !m_description.referenceName.empty();
+        bool const compared = !m_description.referenceName.empty();
         if (m_values.size() < k_FewestRuns || (compared && m_references.size() < k_FewestRuns)) {
             std::fprintf(stderr, "%s: fewer than %zu runs were measured\n", m_description.name.c_str(), k_FewestRuns);
             return 1;
         }
-        const double value = Quantile(m_values, m_description.quantile);
-        const double reference = Median(m_references);
-        const double ratio = reference != 0 ? value / reference : 0;
+        double const value = Quantile(m_values, m_description.quantile);
+        double const reference = Median(m_references);
+        double const ratio = reference != 0 ? value / reference : 0;
         if (ByRatio() && reference == 0) {
             std::fprintf(stderr, "%s: the reference measured nothing\n", m_description.name.c_str());
             return 1;
@@ -142,8 +142,8 @@ private:
     bool Met(double value, double ratio) const {
         if (m_failed)
             return false;
-        const double figure = ByRatio() ? ratio : value;
-        const bool atMost = m_description.judge == Judge::RatioAtMost || m_description.judge == Judge::ValueAtMost;
+        double const figure = ByRatio() ? ratio : value;
+        bool const atMost = m_description.judge == Judge::RatioAtMost || m_description.judge == Judge::ValueAtMost;
         return atMost ? figure <= m_description.target : figure >= m_description.target;
     }
 
@@ -172,7 +172,7 @@ private:
         std::printf("%s\n", line.dump().c_str());
     }
 
-    const Description m_description;
+    Description const m_description;
     bool m_header = false;
     bool m_row = false;
     bool m_failed = false;

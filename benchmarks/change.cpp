@@ -5,7 +5,7 @@
 #include "bench.h"
 #include "samplejob.h"
 
-#include "vorlangui/mirror/mirror.h"
+#include "vorlangui/client/farmclient.h"
 #include "vorlangui/model/joblist.h"
 #include "vorlangui/model/jobwatcher.h"
 
@@ -20,7 +20,7 @@ constexpr unsigned k_Changes = 50'000;
 constexpr size_t k_Runs = 9;
 constexpr unsigned k_Displays = 8;
 
-/// One view of the Jobs, as far as the list knows it.
+// One view of the Jobs, as far as the list knows it.
 struct View : ListView {
     void OnListCleared() override {}
 };
@@ -30,7 +30,7 @@ struct Display : JobWatcher {
     void Update() override {}
 };
 
-/// A Job kept by hand: its values by their place, which nobody has to look for.
+// A Job kept by hand: its values by their place, which nobody has to look for.
 struct PlainJob {
     std::vector<std::string> values;
 };
@@ -41,7 +41,7 @@ struct Change {
     std::string value;
 };
 
-/// Progress of Jobs in no order, each time another value.
+// Progress of Jobs in no order, each time another value.
 std::vector<Change> Changes(std::vector<UID> const& ids, unsigned seed) {
     std::mt19937 random(seed);
     std::vector<Change> changes;
@@ -95,7 +95,7 @@ int main(int argc, char** argv) {
         argv);
     if (benchmark.HeaderOnly())
         return benchmark.Report();
-    Mirror mirror;
+    FarmClient mirror;
     mirror.ConnectMessages();
     View views[2];
     for (View& view : views)

@@ -17,15 +17,14 @@ constexpr size_t k_Runs = 9;
 
 std::vector<boost::shared_ptr<Job>> Jobs() {
     std::vector<boost::shared_ptr<Job>> jobs;
-    for (unsigned number = 0; number < 64; ++number) {
+    for (unsigned number = 0; number < 64; ++number)
         jobs.push_back(bench::SampleJob(number));
-    }
     return jobs;
 }
 
 double PerJob(double seconds) { return seconds / k_Rounds * 1e9; }
 
-/// Copies names and texts into a block of the wire, each behind its length.
+// Copies names and texts into a block of the wire, each behind its length.
 double CopyToWire(std::vector<boost::shared_ptr<Job>> const& jobs) {
     std::vector<char> wire(16384);
     return PerJob(bench::Seconds([&] {
@@ -58,8 +57,8 @@ double Encode(std::vector<boost::shared_ptr<Job>> const& jobs) {
     }));
 }
 
-/// Copies the texts into one block of memory with the end of each in front, as a Job
-/// keeps them.
+// Copies the texts into one block of memory with the end of each in front, as a Job
+// keeps them.
 double CopyToBlock(std::vector<boost::shared_ptr<Job>> const& jobs) {
     return PerJob(bench::Seconds([&] {
         for (int round = 0; round < k_Rounds; ++round) {
@@ -105,9 +104,8 @@ bool TextsSurvive(std::vector<boost::shared_ptr<Job>> const& jobs, std::vector<S
 
 int main(int argc, char** argv) {
     bench::Benchmark benchmark({"codec", "ns", "memcpy of the same texts", bench::Judge::RatioAtMost, 3.0}, argc, argv);
-    if (benchmark.HeaderOnly()) {
+    if (benchmark.HeaderOnly())
         return benchmark.Report();
-    }
     auto const jobs = Jobs();
     std::vector<String> bodies;
     for (auto const& job : jobs) {

@@ -29,12 +29,12 @@ net::ClientOptions CallerOf(unsigned short port, FarmKey const& key, net::PeerKi
     options.self = net::PeerInfo::Self(kind, "bench");
     options.key = [key] { return key; };
     options.find = [port](FarmKey const&, std::function<bool()> const&) {
-        return corekit::vector<IPPeer>{IPPeer("127.0.0.1", port)};
+        return std::vector<IPPeer>{IPPeer("127.0.0.1", port)};
     };
     return options;
 }
 
-/// A Master in this process, with its own working thread.
+// A Master in this process, with its own working thread.
 class Master {
 public:
     explicit Master(FarmHome const& home) : m_shell(Options(), Store(home)) {
@@ -55,7 +55,7 @@ private:
         options.key = m_key;
         options.machine = UID(true);
         options.machineName = "bench";
-        corekit::vector<String> errors;
+        std::vector<String> errors;
         for (auto const& product : LoadProductFolder(FindProductFolder(), errors))
             options.products.push_back(product);
         corekit::File::MakeFolder(corekit::File::GetMachineDir());
@@ -71,7 +71,7 @@ private:
     std::thread m_thread;
 };
 
-/// An Engine without processes: each unit begins and ends as soon as it comes.
+// An Engine without processes: each unit begins and ends as soon as it comes.
 class Worker {
 public:
     Worker(Master const& master, unsigned number)
@@ -115,7 +115,7 @@ private:
 
     unsigned const m_number;
     std::atomic<bool> m_registered{false};
-    net::Client m_client; ///< ends before what its handlers use
+    net::Client m_client; // ends before what its handlers use
 };
 
 double UnitsPerSecond(FarmClient& client, unsigned units) {
@@ -128,7 +128,7 @@ double UnitsPerSecond(FarmClient& client, unsigned units) {
            });
 }
 
-/// Small messages one way through a connection of their own, as fast as it takes them.
+// Small messages one way through a connection of their own, as fast as it takes them.
 class Loopback {
 public:
     Loopback() : m_server(Listener(), Counter()), m_client(StartServer(), {}) {

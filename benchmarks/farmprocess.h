@@ -1,5 +1,7 @@
 #pragma once
 
+#include "testpaths.h"
+
 #include <boost/make_shared.hpp>
 #include <corekit/exception.h>
 #include <corekit/file.h>
@@ -20,12 +22,13 @@
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <vector>
 
 namespace bench {
 
 using namespace vorlan;
 
-/// What goes wrong with the farm of a benchmark; main prints it and ends.
+// What goes wrong with the farm of a benchmark; main prints it and ends.
 class FarmFailure : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -33,7 +36,7 @@ public:
 
 inline constexpr int k_StartMs = 20'000;
 
-/// Polls until the condition holds. False when the time is over.
+// Polls until the condition holds. False when the time is over.
 inline bool WaitUntil(std::function<bool()> const& condition, int timeoutMs, int everyMs = 5) {
     auto const until = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
     while (!condition()) {
@@ -44,9 +47,9 @@ inline bool WaitUntil(std::function<bool()> const& condition, int timeoutMs, int
     return true;
 }
 
-/// A folder of its own for everything that this process and the programs it starts
-/// write: the one that VORLAN_HOME names already, or a new one that is deleted again.
-/// Made before anything else asks for a folder.
+// A folder of its own for everything that this process and the programs it starts
+// write: the one that VORLAN_HOME names already, or a new one that is deleted again.
+// Made before anything else asks for a folder.
 class FarmHome {
 public:
     FarmHome() {
@@ -76,7 +79,7 @@ private:
     bool m_own = false;
 };
 
-/// Real programs of a farm on this machine. They end with the object.
+// Real programs of a farm on this machine. They end with the object.
 class FarmProcesses {
 public:
     explicit FarmProcesses(FarmHome const& home) : m_home(home) {}
@@ -88,7 +91,7 @@ public:
     FarmProcesses(FarmProcesses const&) = delete;
     FarmProcesses& operator=(FarmProcesses const&) = delete;
 
-    /// Returns when it listens. `waitMs`: with a large store that takes a while.
+    // Returns when it listens. `waitMs`: with a large store that takes a while.
     void StartMaster(int waitMs = k_StartMs) {
         corekit::Process& master = Start("VorlanMaster", {});
         bool const listens = WaitUntil([&] { return MasterFinder::PortFile().Exists() || !master.Running(); }, waitMs);
@@ -96,17 +99,17 @@ public:
             throw FarmFailure("VorlanMaster did not start; see its History.log in " + m_home.Folder().Str());
     }
 
-    /// `cores` are offered, whatever the machine has.
+    // `cores` are offered, whatever the machine has.
     void StartEngine(unsigned cores) { Start("VorlanEngine", {"--Cores", String::From(cores)}); }
 
 private:
-    corekit::Process& Start(char const* program, corekit::vector<String> const& arguments) {
+    corekit::Process& Start(char const* program, std::vector<String> const& arguments) {
         corekit::ProcessOptions options;
         options.args = arguments;
         options.env["VORLAN_HOME"] = m_home.Folder();
         options.stdoutFd = corekit::ProcessOptions::k_Null;
         String error;
-        auto process = corekit::Process::Start(Path(VORLAN_BIN_DIR) / Path(program), options, &error);
+        auto process = corekit::Process::Start(Path(vorlan::k_BinDir) / Path(program), options, &error);
         if (!process)
             throw FarmFailure(error.Str());
         m_processes.push_back(std::move(process));
@@ -117,8 +120,8 @@ private:
     std::vector<std::unique_ptr<corekit::Process>> m_processes;
 };
 
-/// A connection to the Master, as a tool has it. What it receives waits until it is
-/// asked for. Await and Send on one thread.
+// A connection to the Master, as a tool has it. What it receives waits until it is
+// asked for. Await and Send on one thread.
 class FarmClient {
 public:
     FarmClient() : FarmClient(Options()) {}
@@ -132,7 +135,7 @@ public:
 
     void Send(boost::shared_ptr<Message const> const& message) { m_connection->Send(message); }
 
-    /// Asks for these kinds of messages.
+    // Asks for these kinds of messages.
     void Follow(std::initializer_list<UID> kinds) {
         auto follow = NotifyOnEventMsg::New();
         for (UID const& kind : kinds)
@@ -140,8 +143,8 @@ public:
         Send(follow);
     }
 
-    /// The next message of this kind that fits; those before it are dropped. `what` is
-    /// named in the exception when none comes in time.
+    // The next message of this kind that fits; those before it are dropped. `what` is
+    // named in the exception when none comes in time.
     template <class T>
     boost::shared_ptr<T> Await(char const* what, std::function<bool(T const&)> const& fits = {},
                                int timeoutMs = k_StartMs) {
@@ -163,7 +166,7 @@ public:
         }
     }
 
-    /// Returns when an Engine is online with that many cores.
+    // Returns when an Engine is online with that many cores.
     void AwaitEngine(unsigned cores, int timeoutMs = k_StartMs) {
         Follow({EngineMsg::s_Type, FinishedJobMsg::s_Type, StartedWorkMsg::s_Type});
         auto ask = GetEngineInfoMsg::New();
@@ -197,19 +200,19 @@ private:
 
     std::mutex m_guard;
     std::condition_variable m_arrived;
-    std::deque<boost::shared_ptr<Message>> m_messages; ///< guarded by m_guard
+    std::deque<boost::shared_ptr<Message>> m_messages; // guarded by m_guard
     boost::shared_ptr<net::Connection> m_connection;
-    net::Client m_client; ///< ends before what its handlers use
+    net::Client m_client; // ends before what its handlers use
 };
 
-/// The shipped Product that runs any command line.
+// The shipped Product that runs any command line.
 inline UID CommandProduct() {
     UID type;
     UID::FromString("8f30e646-6c31-40f7-9fdd-68ee9dca1054", type);
     return type;
 }
 
-/// A Job of the "Command" Product, a unit for each frame, each doing nothing.
+// A Job of the "Command" Product, a unit for each frame, each doing nothing.
 inline boost::shared_ptr<Job> NoOpJob(unsigned units) {
     auto job = boost::make_shared<Job>(UID(true));
     job->Set(p_Name, "Nothing");
@@ -220,10 +223,10 @@ inline boost::shared_ptr<Job> NoOpJob(unsigned units) {
     return job;
 }
 
-/// A farm of real programs with one Engine and a connection that hears of started units and finished Jobs.
+// A farm of real programs with one Engine and a connection that hears of started units and finished Jobs.
 class OneEngineFarm {
 public:
-    /// `cores` are offered, whatever the machine has.
+    // `cores` are offered, whatever the machine has.
     explicit OneEngineFarm(unsigned cores) : m_processes(m_home) {
         m_processes.StartMaster();
         m_processes.StartEngine(cores);
@@ -236,7 +239,7 @@ public:
 private:
     FarmHome const m_home;
     FarmProcesses m_processes;
-    std::optional<FarmClient> m_client; ///< connects once there is a Master
+    std::optional<FarmClient> m_client; // connects once there is a Master
 };
 
 } // namespace bench

@@ -4,9 +4,11 @@
 
 #include "master/store/sqlstore.h"
 
+#include <vector>
+
 namespace bench {
 
-/// Writes the Jobs as a Master keeps them, before it runs.
+// Writes the Jobs as a Master keeps them, before it runs.
 inline void FillStore(std::vector<boost::shared_ptr<Job>> const& jobs) {
     constexpr size_t k_Batch = 1000;
     Path const folder = Components::Folder("VorlanMaster");

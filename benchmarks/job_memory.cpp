@@ -30,8 +30,8 @@ double PayloadPerJob() {
     return static_cast<double>(bytes) / k_Jobs;
 }
 
-/// Decoded from the wire into the list. What the list keeps for its next Jobs once it is
-/// cleared counts, too: `before` is from the start.
+// Decoded from the wire into the list. What the list keeps for its next Jobs once it is
+// cleared counts, too: `before` is from the start.
 double MemoryPerJob(std::vector<String> const& bodies, size_t before) {
     for (String const& body : bodies)
         JobList::Get().InsertJob(boost::static_pointer_cast<JobMsg>(DecodeMessage(JobMsg::s_Type, body))->job);

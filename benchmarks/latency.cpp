@@ -12,7 +12,7 @@ constexpr unsigned k_Cores = 2;
 constexpr size_t k_Runs = 31;
 constexpr int k_Pings = 20;
 
-/// Longer than anything that follows the end of a Job on the Master or the Engine.
+// Longer than anything that follows the end of a Job on the Master or the Engine.
 constexpr auto k_Settle = std::chrono::milliseconds(50);
 
 double SubmitToStartMs(FarmClient& client) {

@@ -7,7 +7,7 @@
 #include "farmstore.h"
 #include "samplejob.h"
 
-#include "vorlangui/mirror/mirror.h"
+#include "vorlangui/client/farmclient.h"
 #include "vorlangui/model/joblist.h"
 
 #include <vorlan/messenger.h>
@@ -22,7 +22,7 @@ constexpr unsigned k_Jobs = 100'000;
 constexpr size_t k_Runs = 5;
 constexpr int k_MasterMs = 120'000;
 constexpr int k_LoadMs = 120'000;
-/// The period of the windows' tick: who waits longer has missed one.
+// The period of the windows' tick: who waits longer has missed one.
 constexpr double k_FreezeMs = 250;
 
 std::vector<String> BodiesOf(std::vector<boost::shared_ptr<Job>> const& jobs) {
@@ -42,7 +42,7 @@ double DecodeMs(std::vector<String> const& bodies) {
            });
 }
 
-/// Hears the end of a load.
+// Hears the end of a load.
 class LoadEnd : public corekit::HasSlots<> {
 public:
     LoadEnd() { EndJobInfoMsg::s_Signal.Connect(this, &LoadEnd::OnEnd); }
@@ -57,8 +57,8 @@ private:
     std::atomic<bool> m_loaded{false};
 };
 
-/// What the main thread does while the load goes on: looks at the list every few
-/// milliseconds, and counts it at each tick.
+// What the main thread does while the load goes on: looks at the list every few
+// milliseconds, and counts it at each tick.
 class Watch {
 public:
     explicit Watch(std::vector<boost::shared_ptr<Job>> const& jobs) : m_jobs(jobs) {}
@@ -97,7 +97,7 @@ private:
     double m_longestMs = 0;
 };
 
-/// All values but the one that is the Master's to reckon.
+// All values but the one that is the Master's to reckon.
 corekit::OptionMap ValuesOf(Job const& job) {
     corekit::OptionMap values = job.Values();
     values.erase(p_PercentDone);
@@ -138,7 +138,7 @@ int Measure(Benchmark& benchmark) {
     FarmProcesses farm(home);
     farm.StartMaster(k_MasterMs);
 
-    Mirror mirror;
+    FarmClient mirror;
     mirror.ConnectMessages();
     LoadEnd end;
     Watch watch(jobs);

@@ -9,7 +9,7 @@ namespace {
 constexpr size_t k_Runs = 15;
 constexpr unsigned k_Changes = bench::k_RowJobs / 100;
 
-/// Changes as messages bring them; progress and names take turns.
+// Changes as messages bring them; progress and names take turns.
 void ChangeSome(std::vector<vorlan::UID> const& ids, std::mt19937& random) {
     for (unsigned i = 0; i < k_Changes; ++i) {
         vorlan::UID const& id = ids[random() % ids.size()];

@@ -10,9 +10,10 @@
 #include <corekit/threadpool.h>
 
 #include <random>
+#include <vector>
 
-/// What the benchmarks of the lists' rows share: 100,000 Jobs in the Job list, a filter as
-/// a view has one, and the reference.
+// What the benchmarks of the lists' rows share: 100,000 Jobs in the Job list, a filter as
+// a view has one, and the reference.
 namespace bench {
 
 using namespace vorlan;
@@ -31,7 +32,7 @@ inline std::vector<UID> FillJobList() {
     return ids;
 }
 
-/// A text filter of a view, connected as a view connects it: one name in eighty is left out.
+// A text filter of a view, connected as a view connects it: one name in eighty is left out.
 class NameFilter : public corekit::HasSlots<> {
 public:
     NameFilter() { m_signal->Connect(this, &NameFilter::OnJob); }
@@ -47,7 +48,7 @@ private:
         include = include && Contains(name, "lighting") && !Contains(name, "v42");
     }
 
-    /// Without regard to case, as filters are; `term` is in lower case.
+    // Without regard to case, as filters are; `term` is in lower case.
     static bool Contains(std::string_view text, std::string_view term) {
         for (size_t at = 0; at + term.size() <= text.size(); ++at) {
             size_t same = 0;
@@ -62,10 +63,10 @@ private:
     boost::shared_ptr<JobRowSet::FilterSignal> const m_signal = boost::make_shared<JobRowSet::FilterSignal>();
 };
 
-/// Name, then priority, the way that a click on each gives.
+// Name, then priority, the way that a click on each gives.
 inline SortOrder TwoKeys() { return {{JobColumns::Name, true, {}}, {JobColumns::Priority, false, {}}}; }
 
-/// Folding 100,000 ready names into keys and sorting those.
+// Folding 100,000 ready names into keys and sorting those.
 inline double ReferenceMs(std::vector<String> const& names) {
     struct Row {
         String folded;
@@ -82,7 +83,7 @@ inline double ReferenceMs(std::vector<String> const& names) {
            });
 }
 
-/// In no order, as a list gives them.
+// In no order, as a list gives them.
 inline std::vector<String> ReadyNames() {
     std::vector<String> names;
     JobList::Get().Visit([&names](auto const& objects) {
@@ -102,7 +103,7 @@ inline bool SameRows(ListContents const& a, ListContents const& b) {
     return true;
 }
 
-/// The list of Jobs, filled, and what makes its rows on as many threads as in the client.
+// The list of Jobs, filled, and what makes its rows on as many threads as in the client.
 struct FilteredRows {
     FilteredRows() {
         corekit::ThreadPool::Initialize();

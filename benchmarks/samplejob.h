@@ -12,10 +12,10 @@
 
 namespace bench {
 
-/// A Job as people submit it: 40 parameters, 1.34 KB of names and values.
-///
-/// `number` makes one Job differ from the next where real ones do: id, name, times,
-/// frames and paths.
+// A Job as people submit it: 40 parameters, 1.34 KB of names and values.
+//
+// `number` makes one Job differ from the next where real ones do: id, name, times,
+// frames and paths.
 inline std::vector<std::pair<std::string, std::string>> SampleValues(unsigned number) {
     using corekit::SFormat;
     using namespace vorlan;
@@ -51,15 +51,14 @@ inline std::vector<std::pair<std::string, std::string>> SampleValues(unsigned nu
     for (char const* name : names) {
         std::string const key = name;
         std::string value = "1";
-        if (key == "SceneFile" || key == "OutputFolder") {
+        if (key == "SceneFile" || key == "OutputFolder")
             value = folder + (key == "SceneFile" ? "scenes/" + shot + "_beauty.pov" : "images/v012");
-        } else if (key == "LibraryPaths") {
+        else if (key == "LibraryPaths")
             value = "/projects/northlight/library/textures;/projects/northlight/library/includes;" + folder + "maps";
-        } else if (key == "Comment") {
+        else if (key == "Comment")
             value = std::string(380, 'c') + std::to_string(number);
-        } else if (key == "Options") {
+        else if (key == "Options")
             value = "\"+J\" = \"-J\"; \"+BS\" = \"32\"; \"File_Gamma=\" = \"2.2\"; \"+C\" = \"1\"";
-        }
         values.emplace_back(key, std::move(value));
     }
     return values;
@@ -69,9 +68,8 @@ inline boost::shared_ptr<vorlan::Job> SampleJob(unsigned number) {
     auto job = boost::make_shared<vorlan::Job>(corekit::UID(true));
     vorlan::ValueBlockBuilder builder;
     auto const values = SampleValues(number);
-    for (auto const& [name, value] : values) {
+    for (auto const& [name, value] : values)
         builder.Add(name, value);
-    }
     job->SetSnapshot(builder.Build());
     return job;
 }

@@ -7,7 +7,7 @@
 #include "bench.h"
 #include "samplejob.h"
 
-#include "vorlangui/mirror/mirror.h"
+#include "vorlangui/client/farmclient.h"
 #include "vorlangui/model/joblist.h"
 #include "vorlangui/model/jobwatcher.h"
 
@@ -31,16 +31,16 @@ constexpr auto k_Window = std::chrono::seconds(6);
 constexpr auto k_Period = std::chrono::milliseconds(corekit::Tick::k_PeriodMs);
 constexpr unsigned k_Watchers = 100;
 constexpr unsigned k_Views = 4;
-/// Every so many changes comes a whole Job.
+// Every so many changes comes a whole Job.
 constexpr unsigned k_WholeJobEvery = 20;
 constexpr double k_TargetMs = 10;
 
-/// A view of all Jobs, as far as the tick knows it.
+// A view of all Jobs, as far as the tick knows it.
 struct View : ListView {
     void OnListCleared() override {}
 };
 
-/// A window that shows one Job.
+// A window that shows one Job.
 class Display : public JobWatcher {
 public:
     explicit Display(boost::shared_ptr<JobInfo> const& info) : JobWatcher(info) {}
@@ -59,8 +59,8 @@ private:
     unsigned m_updates = 0;
 };
 
-/// The changes, one after the other, evenly through the time, as the network thread hands
-/// them on: decoded, one by one.
+// The changes, one after the other, evenly through the time, as the network thread hands
+// them on: decoded, one by one.
 class Storm : public corekit::HasSlots<> {
 public:
     explicit Storm(std::vector<UID> ids) : m_ids(std::move(ids)) {
@@ -121,7 +121,7 @@ private:
     std::atomic<unsigned> m_handled{0};
 };
 
-/// The main thread of a client for one window of time: the longest lateness.
+// The main thread of a client for one window of time: the longest lateness.
 double LongestLatenessMs(View (&views)[k_Views]) {
     double longest = 0;
     auto const end = Clock::now() + k_Window;
@@ -150,7 +150,7 @@ double StormMs(Benchmark& benchmark, Storm& storm, View (&views)[k_Views]) {
 }
 
 int Measure(Benchmark& benchmark) {
-    Mirror mirror;
+    FarmClient mirror;
     mirror.ConnectMessages();
     View views[k_Views];
     for (View& view : views)

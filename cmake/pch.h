@@ -1,5 +1,6 @@
-// The heavy headers that nearly every file of the libraries without windows reads.
 #pragma once
+
+// The heavy headers that nearly every file of the libraries without windows reads.
 
 #include <algorithm>
 #include <array>

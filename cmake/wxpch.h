@@ -1,5 +1,6 @@
-// The heavy headers that nearly every file of the programs with windows reads.
 #pragma once
+
+// The heavy headers that nearly every file of the programs with windows reads.
 
 #include "pch.h"
 

@@ -10,8 +10,8 @@
 
 using namespace vorlan;
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static corekit::vector<UID> const s_types = MessageFactory::Types();
+extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
+    static std::vector<UID> const s_types = MessageFactory::Types();
     if (size < UID::k_Size)
         return 0;
     UID type = UID::FromBytes({data, UID::k_Size});

@@ -8,7 +8,7 @@
 
 using namespace corekit;
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
     IniFile file;
     try {
         file.LoadText(String(reinterpret_cast<char const*>(data), size));

@@ -10,8 +10,8 @@
 
 using namespace vorlan;
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    corekit::vector<boost::shared_ptr<Job>> jobs;
+extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
+    std::vector<boost::shared_ptr<Job>> jobs;
     try {
         jobs = JobFile::FromText(String(reinterpret_cast<char const*>(data), size));
     } catch (Exception const&) {

@@ -24,7 +24,7 @@ bool MayTakeLong(std::string_view text) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
     std::string_view const text(reinterpret_cast<char const*>(data), size);
     if (MayTakeLong(text))
         return 0;

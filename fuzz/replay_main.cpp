@@ -10,28 +10,28 @@
 #include <string>
 #include <vector>
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size);
 
 namespace {
 
-std::vector<std::filesystem::path> FilesUnder(const std::filesystem::path& start) {
+std::vector<std::filesystem::path> FilesUnder(std::filesystem::path const& start) {
     std::vector<std::filesystem::path> files;
     if (std::filesystem::is_regular_file(start)) {
         files.push_back(start);
         return files;
     }
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(start)) {
+    for (auto const& entry : std::filesystem::recursive_directory_iterator(start)) {
         if (entry.is_regular_file())
             files.push_back(entry.path());
     }
     return files;
 }
 
-void Replay(const std::filesystem::path& path) {
+void Replay(std::filesystem::path const& path) {
     std::ifstream stream(path, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    std::string const text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
     // A buffer of exactly this size lets the address sanitizer see a read past the end.
-    const std::vector<uint8_t> bytes(text.begin(), text.end());
+    std::vector<uint8_t> const bytes(text.begin(), text.end());
     LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
 }
 
@@ -42,13 +42,13 @@ int main(int argc, char** argv) {
     std::filesystem::path current;
     try {
         for (int i = 1; i < argc; ++i) {
-            for (const auto& path : FilesUnder(argv[i])) {
+            for (auto const& path : FilesUnder(argv[i])) {
                 current = path;
                 Replay(path);
                 ++count;
             }
         }
-    } catch (const std::exception& e) {
+    } catch (std::exception const& e) {
         std::fprintf(stderr, "%s: %s\n", current.c_str(), e.what());
         return 1;
     }

@@ -1,6 +1,7 @@
+#pragma once
+
 // What the test programs with windows share: tests run inside the event loop, and wait
 // for what the window system does by looking again and again.
-#pragma once
 
 #include <chrono>
 #include <cstdio>

@@ -5,6 +5,7 @@
 #include "farmprocess.h"
 #include "farmstore.h"
 #include "samplejob.h"
+#include "testpaths.h"
 
 #include <filesystem>
 #include <fstream>
@@ -18,12 +19,12 @@ constexpr unsigned k_Jobs = 100'000;
 constexpr size_t k_Runs = 5;
 constexpr int k_SpanMs = 6'000;
 constexpr int k_LoadMs = 240'000;
-/// Loaded: it has taken that much memory, and little of a core for a while.
+// Loaded: it has taken that much memory, and little of a core for a while.
 constexpr long k_LeastBytesPerJob = 2'000;
 constexpr double k_RestPercent = 10;
 constexpr int k_RestSpans = 5;
 
-/// Seconds of a core that the threads of a process have taken so far, to the nanosecond.
+// Seconds of a core that the threads of a process have taken so far, to the nanosecond.
 double CpuSeconds(pid_t process) {
     double nanoseconds = 0;
     std::error_code ignored;
@@ -76,7 +77,7 @@ int Measure(Benchmark& benchmark) {
     options.stdoutFd = options.stderrFd = corekit::ProcessOptions::k_Null;
     String error;
     // It starts its own Master and Engine.
-    auto const client = corekit::Process::Start(Path(VORLAN_BIN_DIR "/VorlanGui"), options, &error);
+    auto const client = corekit::Process::Start(corekit::Path(vorlan::k_BinDir) / "VorlanGui", options, &error);
     if (!client)
         throw FarmFailure(error.Str());
     AwaitRest(*client);

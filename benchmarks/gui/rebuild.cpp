@@ -15,7 +15,7 @@ namespace {
 
 constexpr size_t k_Runs = 9;
 
-/// A virtual list over sorted names: the sort is its owner's.
+// A virtual list over sorted names: the sort is its owner's.
 class StockList : public wxListCtrl {
 public:
     explicit StockList(wxWindow* parent)
@@ -38,7 +38,7 @@ private:
     std::vector<wxString> m_names;
 };
 
-/// The same behind a model that the control sorts.
+// The same behind a model that the control sorts.
 class StockModel : public wxDataViewVirtualListModel {
 public:
     explicit StockModel(std::vector<wxString> const& names) : m_names(names) {}

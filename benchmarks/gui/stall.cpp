@@ -30,8 +30,8 @@ double MsBetween(Clock::time_point from, Clock::time_point to) {
     return std::chrono::duration<double, std::milli>(to - from).count();
 }
 
-/// Changes Jobs as messages do, on a thread of its own: progress, priorities, states, and
-/// one in a hundred comes or goes.
+// Changes Jobs as messages do, on a thread of its own: progress, priorities, states, and
+// one in a hundred comes or goes.
 class Storm {
 public:
     explicit Storm(std::vector<UID> ids) : m_ids(std::move(ids)), m_thread([this] { Run(); }) {}
@@ -87,7 +87,7 @@ private:
     std::thread m_thread; // the last: it uses the others
 };
 
-/// A window event every two milliseconds, and when each was served.
+// A window event every two milliseconds, and when each was served.
 class Probe : public wxEvtHandler {
 public:
     Probe() : m_thread([this] { Run(); }) {}

@@ -3,6 +3,7 @@
 
 #include "bench.h"
 #include "farmprocess.h"
+#include "testpaths.h"
 
 #include <poll.h>
 #include <wx/app.h>
@@ -35,7 +36,7 @@ public:
     }
 };
 
-/// Sees from outside when a program's window has been painted.
+// Sees from outside when a program's window has been painted.
 class Screen {
 public:
     Screen() : m_display(XOpenDisplay(nullptr)) {
@@ -52,13 +53,13 @@ public:
     Screen(Screen const&) = delete;
     Screen& operator=(Screen const&) = delete;
 
-    /// Forgets what happened so far.
+    // Forgets what happened so far.
     void Clear() {
         XSync(m_display, True);
         m_damaged.clear();
     }
 
-    /// False when the program shows nothing in time.
+    // False when the program shows nothing in time.
     bool WaitForPaint(pid_t program, int timeoutMs) {
         auto const until = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
         while (std::chrono::steady_clock::now() < until) {
@@ -130,7 +131,7 @@ private:
     std::vector<Window> m_damaged;
 };
 
-double StartMs(Screen& screen, Path const& program, corekit::vector<String> const& arguments) {
+double StartMs(Screen& screen, Path const& program, std::vector<String> const& arguments) {
     corekit::ProcessOptions options;
     options.args = arguments;
     options.stdoutFd = options.stderrFd = corekit::ProcessOptions::k_Null;
@@ -151,7 +152,7 @@ double StartMs(Screen& screen, Path const& program, corekit::vector<String> cons
 }
 
 double ClientMs(Screen& screen) {
-    double const ms = StartMs(screen, Path(VORLAN_BIN_DIR "/VorlanGui"), {});
+    double const ms = StartMs(screen, corekit::Path(vorlan::k_BinDir) / "VorlanGui", {});
     Components::StopAndWait(k_ComponentEngine);
     Components::StopAndWait(k_ComponentMaster);
     return ms;

@@ -1,5 +1,6 @@
-// The call stack that each thread keeps for the crash report.
 #pragma once
+
+// The call stack that each thread keeps for the crash report.
 
 #include <corekit/string.h>
 

@@ -1,7 +1,9 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/string.h>
+
+#include <map>
+#include <vector>
 
 namespace corekit {
 
@@ -15,7 +17,7 @@ class CommandLine {
 public:
     CommandLine(int argc, char const* const* argv);
     // `words` without the program's name.
-    CommandLine(String program, vector<String> const& words);
+    CommandLine(String program, std::vector<String> const& words);
 
     bool HasSwitch(String const& name) const;
     // The value at `index` behind the switch; the default when there is none, or
@@ -30,15 +32,15 @@ public:
     // The program as it was called.
     String const& Program() const { return m_program; }
     // The words before the first switch and after a bare "--".
-    vector<String> const& Positional() const { return m_positional; }
+    std::vector<String> const& Positional() const { return m_positional; }
 
 private:
-    void Parse(vector<String> const& words);
+    void Parse(std::vector<String> const& words);
     String const* FindArgument(String const& name, size_t index) const;
 
     String m_program;
-    map<String, vector<String>, String::ciless> m_switches;
-    vector<String> m_positional;
+    std::map<String, std::vector<String>, String::ciless> m_switches;
+    std::vector<String> m_positional;
 };
 
 } // namespace corekit

@@ -24,11 +24,11 @@ public:
     explicit Exception(String message, String detail = {}, int code = k_General);
 
     int Code() const noexcept { return m_code; }
-    const String& Message() const noexcept { return m_message; }
+    String const& Message() const noexcept { return m_message; }
     // The system's own reason, such as the text of errno; often empty.
-    const String& Detail() const noexcept { return m_detail; }
+    String const& Detail() const noexcept { return m_detail; }
     // Message and detail as one line.
-    const char* what() const noexcept override { return m_what.c_str(); }
+    char const* what() const noexcept override { return m_what.c_str(); }
 
 private:
     int m_code;
@@ -72,9 +72,9 @@ public:
 // A Job names a Product that is not known here.
 class MissingProductException : public Exception {
 public:
-    explicit MissingProductException(const UID& product);
+    explicit MissingProductException(UID const& product);
 
-    const UID& Product() const noexcept { return m_product; }
+    UID const& Product() const noexcept { return m_product; }
 
 private:
     UID m_product;
@@ -92,13 +92,13 @@ public:
 
 protected:
     FaultSource() = default;
-    FaultSource(const FaultSource&) = default;
-    FaultSource& operator=(const FaultSource&) = default;
+    FaultSource(FaultSource const&) = default;
+    FaultSource& operator=(FaultSource const&) = default;
     ~FaultSource() = default;
 
     // Throws a copy of the exception or logs it as a warning.
     template <class E>
-    void Raise(Severity severity, const E& exception) const {
+    void Raise(Severity severity, E const& exception) const {
         if (severity >= m_exceptionLevel)
             throw exception;
         LogFault(exception);
@@ -106,7 +106,7 @@ protected:
 
 private:
     friend class SetExceptionLevel;
-    static void LogFault(const Exception& exception);
+    static void LogFault(Exception const& exception);
 
     int m_exceptionLevel = k_Error;
 };
@@ -119,12 +119,12 @@ public:
         source.m_exceptionLevel = level;
     }
     ~SetExceptionLevel() { m_source.m_exceptionLevel = m_former; }
-    SetExceptionLevel(const SetExceptionLevel&) = delete;
-    SetExceptionLevel& operator=(const SetExceptionLevel&) = delete;
+    SetExceptionLevel(SetExceptionLevel const&) = delete;
+    SetExceptionLevel& operator=(SetExceptionLevel const&) = delete;
 
 private:
     FaultSource& m_source;
-    const int m_former;
+    int const m_former;
 };
 
 } // namespace corekit

@@ -15,11 +15,11 @@ class FileLayer {
 public:
     virtual ~FileLayer() = default;
 
-    virtual int Open(const char* path, int flags, mode_t mode);
-    virtual ssize_t Write(int fd, const void* data, size_t bytes);
+    virtual int Open(char const* path, int flags, mode_t mode);
+    virtual ssize_t Write(int fd, void const* data, size_t bytes);
     virtual int Sync(int fd);
     virtual int Close(int fd);
-    virtual int Rename(const char* from, const char* to);
+    virtual int Rename(char const* from, char const* to);
 
     // Never null. A test puts its own here and the former one back.
     static FileLayer* s_Layer;
@@ -48,34 +48,34 @@ public:
     static Path GetTempDir();
     static Path GetConnectionFile();
 
-    static bool Exists(const Path& path) noexcept { return path.Exists(); }
+    static bool Exists(Path const& path) noexcept { return path.Exists(); }
     // Bytes; -1 when there is no such file.
-    static int64_t Size(const Path& path) noexcept;
+    static int64_t Size(Path const& path) noexcept;
 
     // The whole file. Throws FileException.
-    static String Read(const Path& path);
+    static String Read(Path const& path);
     // Replaces the file in one step: after a crash or a full disk either the old
     // content or the new one is there, whole. Throws FileException when the new
     // one could not be written; the old file then stays as it was. A link is
     // followed, not replaced.
-    static void WriteWhole(const Path& path, std::string_view text, int mode = k_KeepMode);
+    static void WriteWhole(Path const& path, std::string_view text, int mode = k_KeepMode);
     // The rights of the next file that this thread writes with `k_KeepMode`, as
     // the digits of a file mask: 22 takes writing from group and others (rw-r--r--),
     // 77 takes everything from them (rw-------). Throws ArgumentException for
     // digits that are no mask.
     static void SetMode(int mask);
     // Makes the folder and those above it. Throws FileException.
-    static void MakeFolder(const Path& path);
+    static void MakeFolder(Path const& path);
     // False when there was no such file. Throws FileException when it is there
     // and cannot be deleted. Does not delete folders.
-    static bool Delete(const Path& path);
+    static bool Delete(Path const& path);
     // Moves a file that cannot be used out of the way, beside itself, under a
     // name that is free ("name.damaged", "name.damaged-2"). Throws FileException.
-    static Path MoveAside(const Path& path);
+    static Path MoveAside(Path const& path);
 
     // A FileException for the errno at hand: "Cannot <action> <path>", with what
     // the user can do about it.
-    static FileException Failure(std::string_view action, const Path& path, int systemError);
+    static FileException Failure(std::string_view action, Path const& path, int systemError);
 };
 
 } // namespace corekit

@@ -14,22 +14,22 @@ public:
     // Null when another process, or another object of this one, holds it; `holder`
     // (may be null) then gets its name and process number, "VorlanMaster (4711)".
     // Throws FileException when the file cannot be made.
-    static std::unique_ptr<FileLock> TryTake(const Path& path, const String& programName, String* holder = nullptr);
+    static std::unique_ptr<FileLock> TryTake(Path const& path, String const& programName, String* holder = nullptr);
     // True when somebody holds it, without taking it. `processId` (may be null)
     // gets the holder's process number, 0 when the file does not tell.
-    static bool IsHeld(const Path& path, String* holder = nullptr, int* processId = nullptr);
+    static bool IsHeld(Path const& path, String* holder = nullptr, int* processId = nullptr);
 
     ~FileLock();
-    FileLock(const FileLock&) = delete;
-    FileLock& operator=(const FileLock&) = delete;
+    FileLock(FileLock const&) = delete;
+    FileLock& operator=(FileLock const&) = delete;
 
-    const Path& LockPath() const noexcept { return m_path; }
+    Path const& LockPath() const noexcept { return m_path; }
 
 private:
     FileLock(Path path, int fd) noexcept : m_path(std::move(path)), m_fd(fd) {}
 
-    const Path m_path;
-    const int m_fd;
+    Path const m_path;
+    int const m_fd;
 };
 
 } // namespace corekit

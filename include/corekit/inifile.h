@@ -1,11 +1,12 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/exception.h>
 #include <corekit/optionmap.h>
 #include <corekit/path.h>
 
+#include <map>
 #include <mutex>
+#include <vector>
 
 namespace corekit {
 
@@ -25,62 +26,62 @@ public:
 
     IniFile() = default;
     virtual ~IniFile() = default;
-    IniFile(const IniFile&) = delete;
-    IniFile& operator=(const IniFile&) = delete;
+    IniFile(IniFile const&) = delete;
+    IniFile& operator=(IniFile const&) = delete;
 
     // The default when the key is missing or when its value does not read as the
     // type, or lies outside its range.
-    String GetValue(const String& section, const String& key, const String& def) const;
-    String GetValue(const String& section, const String& key, const char* def) const;
-    bool GetValue(const String& section, const String& key, bool def) const;
-    int GetValue(const String& section, const String& key, int def) const;
-    int64_t GetValue(const String& section, const String& key, int64_t def) const;
-    unsigned GetValue(const String& section, const String& key, unsigned def) const;
-    uint64_t GetValue(const String& section, const String& key, uint64_t def) const;
-    unsigned short GetValue(const String& section, const String& key, unsigned short def) const;
-    float GetValue(const String& section, const String& key, float def) const;
-    double GetValue(const String& section, const String& key, double def) const;
+    String GetValue(String const& section, String const& key, String const& def) const;
+    String GetValue(String const& section, String const& key, char const* def) const;
+    bool GetValue(String const& section, String const& key, bool def) const;
+    int GetValue(String const& section, String const& key, int def) const;
+    int64_t GetValue(String const& section, String const& key, int64_t def) const;
+    unsigned GetValue(String const& section, String const& key, unsigned def) const;
+    uint64_t GetValue(String const& section, String const& key, uint64_t def) const;
+    unsigned short GetValue(String const& section, String const& key, unsigned short def) const;
+    float GetValue(String const& section, String const& key, float def) const;
+    double GetValue(String const& section, String const& key, double def) const;
     // On the current section. True when the key is there; else `value` stays.
     template <class T>
-    bool GetValue(const String& key, T& value) const {
-        const Guard guard(*this);
+    bool GetValue(String const& key, T& value) const {
+        Guard const guard(*this);
         if (!HasKey(m_current, key))
             return false;
         value = GetValue(m_current, key, value);
         return true;
     }
 
-    void SetValue(const String& section, const String& key, const String& value);
-    void SetValue(const String& section, const String& key, const char* value);
-    void SetValue(const String& section, const String& key, bool value);
-    void SetValue(const String& section, const String& key, double value);
-    void SetValue(const String& section, const String& key, float value);
+    void SetValue(String const& section, String const& key, String const& value);
+    void SetValue(String const& section, String const& key, char const* value);
+    void SetValue(String const& section, String const& key, bool value);
+    void SetValue(String const& section, String const& key, double value);
+    void SetValue(String const& section, String const& key, float value);
     template <std::integral T>
-    requires(!std::same_as<T, bool> && !std::same_as<T, char>) void SetValue(const String& section, const String& key,
+    requires(!std::same_as<T, bool> && !std::same_as<T, char>) void SetValue(String const& section, String const& key,
                                                                              T value) {
         SetValue(section, key, String::From(value));
     }
     // On the current section.
     template <class T>
-    void SetValue(const String& key, const T& value) {
+    void SetValue(String const& key, T const& value) {
         SetValue(CurrentSection(), key, value);
     }
 
     // Makes it current, and its first key the next. It need not exist: the first
     // value makes it.
-    void SetSection(const String& name);
+    void SetSection(String const& name);
     String CurrentSection() const;
-    bool HasSection(const String& name) const;
+    bool HasSection(String const& name) const;
     // Makes an empty section, or empties the one of that name, and makes it
     // current.
-    void InsertSection(const String& name);
+    void InsertSection(String const& name);
     // Deletes the section with all its keys. False when there was none.
-    bool ClearSection(const String& name);
+    bool ClearSection(String const& name);
     // Deletes the first by name. False when there is none.
     bool EraseFirstSection();
     size_t SectionCount() const;
     // By name. The nameless section counts only while it has keys.
-    vector<String> Sections() const;
+    std::vector<String> Sections() const;
     // Before the first section; NextSection makes the next one current and gives
     // its name. False after the last.
     void ResetSection();
@@ -89,14 +90,14 @@ public:
     // the last.
     bool GetNextValue(String& key, String& value);
 
-    bool HasKey(const String& section, const String& key) const;
-    bool HasKey(const String& key) const;
+    bool HasKey(String const& section, String const& key) const;
+    bool HasKey(String const& key) const;
     // False when there was none.
-    bool ClearKey(const String& section, const String& key);
-    bool ClearKey(const String& key);
+    bool ClearKey(String const& section, String const& key);
+    bool ClearKey(String const& key);
     // In the order of writing.
-    vector<String> Keys(const String& section) const;
-    OptionMap GetSection(const String& section) const;
+    std::vector<String> Keys(String const& section) const;
+    OptionMap GetSection(String const& section) const;
     // Deletes everything.
     void Clear();
 
@@ -104,11 +105,11 @@ public:
     // what was there before, else the file's values come on top of it. A file that
     // cannot be read or is damaged is a fault of severity k_Error (FileException,
     // ParseException), and then nothing here has changed. True when it was read.
-    bool Load(const Path& path, bool mustExist = false, bool replace = true);
+    bool Load(Path const& path, bool mustExist = false, bool replace = true);
     // Throws ParseException and changes nothing when the text is damaged.
-    void LoadText(const String& text);
+    void LoadText(String const& text);
     // Replaces the file in one step. Throws FileException; the old file is whole.
-    void Save(const Path& path) const;
+    void Save(Path const& path) const;
     String SaveText() const;
 
 protected:
@@ -121,7 +122,7 @@ protected:
     // Holds the lock of a file that has one.
     class Guard {
     public:
-        explicit Guard(const IniFile& file) : m_mutex(file.m_mutex) {
+        explicit Guard(IniFile const& file) : m_mutex(file.m_mutex) {
             if (m_mutex)
                 m_mutex->lock();
         }
@@ -129,8 +130,8 @@ protected:
             if (m_mutex)
                 m_mutex->unlock();
         }
-        Guard(const Guard&) = delete;
-        Guard& operator=(const Guard&) = delete;
+        Guard(Guard const&) = delete;
+        Guard& operator=(Guard const&) = delete;
 
     private:
         std::recursive_mutex* const m_mutex;
@@ -143,24 +144,24 @@ private:
         uint64_t order = 0;
     };
     struct Section {
-        map<String, Entry, String::ciless> entries;
+        std::map<String, Entry, String::ciless> entries;
         String comment;
     };
-    using SectionMap = map<String, Section, String::ciless>;
+    using SectionMap = std::map<String, Section, String::ciless>;
 
-    const String* FindValue(const String& section, const String& key) const;
-    static vector<std::pair<const String*, const Entry*>> InOrder(const Section& section);
+    String const* FindValue(String const& section, String const& key) const;
+    static std::vector<std::pair<String const*, Entry const*>> InOrder(Section const& section);
     struct Content {
         SectionMap sections;
         String headComment;
         String endComment;
     };
-    static bool IsHidden(const SectionMap::value_type& section);
-    static Content Parse(const String& text);
+    static bool IsHidden(SectionMap::value_type const& section);
+    static Content Parse(String const& text);
     void Take(Content&& content, bool replace);
-    bool Store(const String& section, const String& key, const String& value);
+    bool Store(String const& section, String const& key, String const& value);
     template <class T>
-    T Number(const String& section, const String& key, T def) const;
+    T Number(String const& section, String const& key, T def) const;
 
     std::recursive_mutex* const m_mutex = nullptr;
 
@@ -170,7 +171,7 @@ private:
     uint64_t m_nextOrder = 1;
     bool m_beforeFirst = true;
     // The keys that GetNextValue walks, taken at its first call on a section.
-    vector<String> m_walk;
+    std::vector<String> m_walk;
     size_t m_walkAt = 0;
     bool m_walking = false;
 };

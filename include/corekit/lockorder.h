@@ -1,6 +1,7 @@
+#pragma once
+
 // The one order in which the system's long-lived locks are taken, and the debug
 // check that keeps it. docs/threading.md has the table with the reasons.
-#pragma once
 
 #include <cstdint>
 
@@ -21,7 +22,7 @@ enum class LockRank : uint8_t {
 };
 
 // "JobList" and so on, for the log.
-const char* LockRankName(LockRank rank);
+char const* LockRankName(LockRank rank);
 
 // LockOrder counts, for each thread, the ranks that it holds. The locks call it;
 // nobody else needs to. In a release build the calls are empty.

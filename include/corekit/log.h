@@ -12,7 +12,7 @@ namespace corekit {
 enum class LogLevel : unsigned char { Debug, Info, Status, System, Warning, Error };
 
 // "Debug", "Info" and so on.
-const char* LogLevelName(LogLevel level);
+char const* LogLevelName(LogLevel level);
 
 // One record each. Any thread, any time; they never throw and never wait for the
 // disk. A text with line feeds stays one record.

@@ -1,5 +1,6 @@
-// Which thread is the main one: that of the windows, or of the loop in their place.
 #pragma once
+
+// Which thread is the main one: that of the windows, or of the loop in their place.
 
 namespace corekit {
 

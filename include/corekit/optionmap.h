@@ -1,11 +1,12 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/string.h>
+
+#include <map>
 
 namespace corekit {
 
 // Named text values; the names compare without regard to case.
-using OptionMap = map<String, String, String::ciless>;
+using OptionMap = std::map<String, String, String::ciless>;
 
 } // namespace corekit

@@ -14,13 +14,13 @@ namespace corekit {
 class OptionsFile : public IniFile {
 public:
     OptionsFile() : IniFile(m_dataMutex) {}
-    explicit OptionsFile(const Path& path) : OptionsFile() { Open(path); }
+    explicit OptionsFile(Path const& path) : OptionsFile() { Open(path); }
     ~OptionsFile() override;
 
     // Takes the options of this file, an empty set when there is no file yet, and
     // writes to it from now on. Never throws; what is wrong is logged. False when
     // the file was there and could not be used.
-    bool Open(const Path& path);
+    bool Open(Path const& path);
     Path FilePath() const;
     // What was wrong with the file, and what became of it; empty when it could be used.
     String Trouble() const;
@@ -31,8 +31,8 @@ public:
     public:
         explicit PauseAutoWrite(OptionsFile& options);
         ~PauseAutoWrite();
-        PauseAutoWrite(const PauseAutoWrite&) = delete;
-        PauseAutoWrite& operator=(const PauseAutoWrite&) = delete;
+        PauseAutoWrite(PauseAutoWrite const&) = delete;
+        PauseAutoWrite& operator=(PauseAutoWrite const&) = delete;
 
     private:
         OptionsFile& m_options;
@@ -55,7 +55,7 @@ protected:
 private:
     bool HasToWrite() const;
     void WriteBack();
-    static bool KeepDamaged(const Path& path, String& trouble);
+    static bool KeepDamaged(Path const& path, String& trouble);
 
     // Taken before m_dataMutex, held while the file is written so that writes
     // come in the order of the changes.

@@ -13,13 +13,13 @@ namespace corekit {
 class Path : public String {
 public:
     Path() = default;
-    Path(const char* text) : String(text) {}
+    Path(char const* text) : String(text) {}
     Path(std::string text) noexcept : String(std::move(text)) {}
     Path(std::string_view text) : String(text) {}
     Path(String text) noexcept : String(std::move(text)) {}
-    Path(const std::filesystem::path& path) : String(path.native()) {}
+    Path(std::filesystem::path const& path) : String(path.native()) {}
 
-    const String& Text() const noexcept { return *this; }
+    String const& Text() const noexcept { return *this; }
     std::filesystem::path Native() const { return std::filesystem::path(Str()); }
 
     // "/shots/a.tar.gz": leaf "a.tar.gz", branch "/shots", extension ".gz", stem
@@ -30,7 +30,7 @@ public:
     String Extension() const;
     String Stem() const;
     // An absolute right side is the result itself, an empty one changes nothing.
-    friend Path operator/(const Path& folder, const Path& leaf) { return folder.Joined(leaf); }
+    friend Path operator/(Path const& folder, Path const& leaf) { return folder.Joined(leaf); }
 
     bool IsAbsolute() const noexcept;
     // Both ask the disk. False also when it cannot be told.
@@ -39,12 +39,12 @@ public:
 
     // One pair of double quotes around the text; text that has them keeps them,
     // and empty text stays empty.
-    static String Enquote(const String& text);
+    static String Enquote(String const& text);
     // Takes one outer pair of double quotes away, if there is one.
-    static String Dequote(const String& text);
+    static String Dequote(String const& text);
 
 private:
-    Path Joined(const Path& leaf) const;
+    Path Joined(Path const& leaf) const;
     size_t LeafOffset() const noexcept;
 };
 
@@ -52,5 +52,5 @@ private:
 
 template <>
 struct std::hash<corekit::Path> {
-    size_t operator()(const corekit::Path& path) const noexcept { return hash_value(path); }
+    size_t operator()(corekit::Path const& path) const noexcept { return hash_value(path); }
 };

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/string.h>
 #include <corekit/uid.h>
 
 #include <cstdint>
+#include <vector>
 
 namespace corekit {
 
@@ -31,7 +31,7 @@ public:
     static String MemoryText();
     static uint64_t PhysicalMemoryMB();
     // Of the real network cards, "aa:bb:cc:dd:ee:ff", by the card's name.
-    static vector<String> MacAddresses();
+    static std::vector<String> MacAddresses();
     // 1 Windows, 2 macOS, 3 Linux.
     static int PlatformNumber();
 };

@@ -1,14 +1,15 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/path.h>
 #include <corekit/string.h>
 #include <corekit/uniquefd.h>
 
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <sys/types.h>
+#include <vector>
 
 namespace corekit {
 
@@ -23,9 +24,9 @@ struct ProcessOptions {
     static constexpr int k_Inherit = -1;
     static constexpr int k_Null = -2;
 
-    vector<String> args;     // without the program's name
-    map<String, String> env; // added to, or instead of, the starter's
-    vector<String> unsetEnv; // names not handed on
+    std::vector<String> args;     // without the program's name
+    std::map<String, String> env; // added to, or instead of, the starter's
+    std::vector<String> unsetEnv; // names not handed on
     bool inheritEnv = true;
     Path folder; // working folder; empty: the starter's
     int stdinFd = k_Null;

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/path.h>
 #include <corekit/string.h>
 
 #include <optional>
+#include <vector>
 
 namespace corekit {
 
@@ -23,7 +23,7 @@ inline constexpr size_t k_MaxCommandOutput = 64 * 1024;
 // Runs a program and waits for its end, `timeoutMs` at most; then it is ended. `input`
 // is what it reads, up to 4 KiB. `goOn` is asked now and then; when it says no the
 // time is over. Any thread but the GUI's, since it waits.
-CommandOutcome RunCommand(Path const& program, vector<String> const& args, int timeoutMs, String const& input = {},
+CommandOutcome RunCommand(Path const& program, std::vector<String> const& args, int timeoutMs, String const& input = {},
                           bool (*goOn)() = nullptr);
 
 // The path of a program that is found on PATH; empty when there is none.

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/exception.h>
 #include <corekit/path.h>
 #include <corekit/runcommand.h>
@@ -8,6 +7,7 @@
 
 #include <functional>
 #include <optional>
+#include <vector>
 
 namespace corekit {
 
@@ -35,11 +35,11 @@ public:
 
     // Writes the units and has the one called `enable` started with the scope from the
     // next time on. Units that are there are replaced.
-    virtual void Install(ServiceScope scope, vector<ServiceUnit> const& units, String const& enable) = 0;
+    virtual void Install(ServiceScope scope, std::vector<ServiceUnit> const& units, String const& enable) = 0;
     virtual void Start(ServiceScope scope, String const& unit) = 0;
     virtual void Stop(ServiceScope scope, String const& unit) = 0;
     // Stops them and takes their files away. `enabled` is the one that Install enabled.
-    virtual void Remove(ServiceScope scope, vector<String> const& units, String const& enabled) = 0;
+    virtual void Remove(ServiceScope scope, std::vector<String> const& units, String const& enabled) = 0;
     // Where the unit is installed; the user's own counts first. Does not wait.
     virtual std::optional<ServiceScope> FindScope(String const& unit) = 0;
 };
@@ -54,7 +54,7 @@ public:
         Path userFolder;   // empty: of this user
         Path systemFolder; // empty: of this machine
         // Runs a program; as RunCommand.
-        std::function<CommandOutcome(Path const& program, vector<String> const& args, String const& input)> run;
+        std::function<CommandOutcome(Path const& program, std::vector<String> const& args, String const& input)> run;
         // A program's path, or nothing.
         std::function<Path(String const& name)> find;
         // This process has the administrator's rights already.
@@ -65,10 +65,10 @@ public:
 
     explicit SystemdManager(Options options = {});
 
-    void Install(ServiceScope scope, vector<ServiceUnit> const& units, String const& enable) override;
+    void Install(ServiceScope scope, std::vector<ServiceUnit> const& units, String const& enable) override;
     void Start(ServiceScope scope, String const& unit) override;
     void Stop(ServiceScope scope, String const& unit) override;
-    void Remove(ServiceScope scope, vector<String> const& units, String const& enabled) override;
+    void Remove(ServiceScope scope, std::vector<String> const& units, String const& enabled) override;
     std::optional<ServiceScope> FindScope(String const& unit) override;
 
     // A word of an ExecStart line that stands for itself: quoted, and with none of the
@@ -79,9 +79,9 @@ public:
     static constexpr int k_TimeoutMs = 180'000;
 
 private:
-    void Systemctl(ServiceScope scope, vector<String> const& args);
-    void Elevated(vector<String> const& command);
-    CommandOutcome Run(Path const& program, vector<String> const& args, String const& input = {});
+    void Systemctl(ServiceScope scope, std::vector<String> const& args);
+    void Elevated(std::vector<String> const& command);
+    CommandOutcome Run(Path const& program, std::vector<String> const& args, String const& input = {});
     static void Check(CommandOutcome const& outcome, String const& what);
 
     // Constant after construction.

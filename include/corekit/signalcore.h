@@ -1,6 +1,7 @@
+#pragma once
+
 // What every signal shares whatever its arguments are: the list of connections,
 // the locks, and the destinations' side. Include corekit/signal.h instead.
-#pragma once
 
 #include <atomic>
 #include <boost/smart_ptr/intrusive_ptr.hpp>

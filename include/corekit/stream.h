@@ -57,7 +57,7 @@ protected:
 
 private:
     bool Fill();
-    void Fault(const char* reason);
+    void Fault(char const* reason);
 
     static constexpr size_t k_BufferBytes = 16 * 1024;
     std::string m_buffer;
@@ -80,17 +80,17 @@ private:
 // Reads a file from its beginning. Throws FileException when it cannot be opened.
 class InFile : public InStream {
 public:
-    explicit InFile(const Path& path);
+    explicit InFile(Path const& path);
     ~InFile() override;
-    InFile(const InFile&) = delete;
-    InFile& operator=(const InFile&) = delete;
+    InFile(InFile const&) = delete;
+    InFile& operator=(InFile const&) = delete;
 
 protected:
     size_t Fetch(void* to, size_t bytes) override;
 
 private:
-    const Path m_path;
-    const int m_fd;
+    Path const m_path;
+    int const m_fd;
 };
 
 // Typed writing, the counterpart of InStream. Owned by one writer; one thread.
@@ -98,7 +98,7 @@ class OutStream : public FaultSource {
 public:
     virtual ~OutStream() = default;
 
-    virtual void WriteBytes(const void* data, size_t bytes) = 0;
+    virtual void WriteBytes(void const* data, size_t bytes) = 0;
     void Write(bool value);
     void Write(int32_t value);
     void Write(uint32_t value);
@@ -106,9 +106,9 @@ public:
     void Write(uint64_t value);
     void Write(double value);
     // Throws ArgumentException beyond InStream::k_MaxTextBytes.
-    void Write(const String& value);
-    void Write(const char* value) { Write(String(value)); }
-    void Write(const UID& value);
+    void Write(String const& value);
+    void Write(char const* value) { Write(String(value)); }
+    void Write(UID const& value);
     void Write(Time value);
     // The bytes alone, without a length.
     void Text(std::string_view text) { WriteBytes(text.data(), text.size()); }
@@ -119,9 +119,9 @@ protected:
 
 class OutMemory : public OutStream {
 public:
-    void WriteBytes(const void* data, size_t bytes) override;
+    void WriteBytes(void const* data, size_t bytes) override;
 
-    const String& Bytes() const noexcept { return m_bytes; }
+    String const& Bytes() const noexcept { return m_bytes; }
     String Take() noexcept { return std::exchange(m_bytes, {}); }
 
 private:
@@ -134,12 +134,12 @@ private:
 class OutFile : public OutStream {
 public:
     // `mask` as in File::SetMode. Throws FileException when it cannot be made.
-    explicit OutFile(const Path& path, int mask = 22);
+    explicit OutFile(Path const& path, int mask = 22);
     ~OutFile() override;
-    OutFile(const OutFile&) = delete;
-    OutFile& operator=(const OutFile&) = delete;
+    OutFile(OutFile const&) = delete;
+    OutFile& operator=(OutFile const&) = delete;
 
-    void WriteBytes(const void* data, size_t bytes) override;
+    void WriteBytes(void const* data, size_t bytes) override;
     // Puts the new file in place. False when an earlier or this write failed and
     // the threshold let it pass; the old file is whole then.
     bool Close();

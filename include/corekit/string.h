@@ -16,7 +16,7 @@ class String;
 // Text that is not a String itself and can be seen as one: literals, character
 // pointers, standard strings and views.
 template <class T>
-concept ForeignText = std::convertible_to<const T&, std::string_view> && !std::derived_from<T, String>;
+concept ForeignText = std::convertible_to<T const&, std::string_view> && !std::derived_from<T, String>;
 
 // The system's text: 8-bit characters, UTF-8 by convention, any byte allowed.
 // A value type without an owner; as safe between threads as a standard string.
@@ -26,20 +26,20 @@ class String {
 public:
     static constexpr size_t npos = std::string::npos;
     // Safe to use while other files initialise their statics.
-    static const String Null;
+    static String const Null;
 
     constexpr String() = default;
     // A null pointer counts as empty text.
-    String(const char* text) : m_text(text ? text : "") {}
-    String(const char* text, size_t length) : m_text(text, length) {}
+    String(char const* text) : m_text(text ? text : "") {}
+    String(char const* text, size_t length) : m_text(text, length) {}
     String(std::string text) noexcept : m_text(std::move(text)) {}
     String(std::string_view text) : m_text(text) {}
     String(size_t count, char c) : m_text(count, c) {}
 
     operator std::string_view() const noexcept { return m_text; }
-    const std::string& Str() const noexcept { return m_text; }
-    const char* c_str() const noexcept { return m_text.c_str(); }
-    const char* data() const noexcept { return m_text.data(); }
+    std::string const& Str() const noexcept { return m_text; }
+    char const* c_str() const noexcept { return m_text.c_str(); }
+    char const* data() const noexcept { return m_text.data(); }
     char* data() noexcept { return m_text.data(); }
     size_t size() const noexcept { return m_text.size(); }
     size_t length() const noexcept { return m_text.size(); }
@@ -50,7 +50,7 @@ public:
     auto begin() const noexcept { return m_text.begin(); }
     auto end() const noexcept { return m_text.end(); }
     char& operator[](size_t at) noexcept { return m_text[at]; }
-    const char& operator[](size_t at) const noexcept { return m_text[at]; }
+    char const& operator[](size_t at) const noexcept { return m_text[at]; }
     char back() const noexcept { return m_text.back(); }
     char front() const noexcept { return m_text.front(); }
 
@@ -64,14 +64,14 @@ public:
         m_text.append(count, c);
         return *this;
     }
-    String& append(const char* text, size_t length) { return Append({text, length}); }
+    String& append(char const* text, size_t length) { return Append({text, length}); }
     String& operator+=(char c) {
         m_text.push_back(c);
         return *this;
     }
-    String& operator+=(const String& text) { return Append(text); }
+    String& operator+=(String const& text) { return Append(text); }
     template <ForeignText T>
-    String& operator+=(const T& text) {
+    String& operator+=(T const& text) {
         return Append(View(text));
     }
 
@@ -139,38 +139,38 @@ public:
         bool operator()(std::string_view a, std::string_view b) const noexcept { return CompareNoCase(a, b) < 0; }
     };
 
-    friend bool operator==(const String& a, const String& b) noexcept { return a.m_text == b.m_text; }
-    friend std::strong_ordering operator<=>(const String& a, const String& b) noexcept {
+    friend bool operator==(String const& a, String const& b) noexcept { return a.m_text == b.m_text; }
+    friend std::strong_ordering operator<=>(String const& a, String const& b) noexcept {
         return a.m_text.compare(b.m_text) <=> 0;
     }
     template <ForeignText T>
-    friend bool operator==(const String& a, const T& b) noexcept {
+    friend bool operator==(String const& a, T const& b) noexcept {
         return std::string_view(a.m_text) == View(b);
     }
     template <ForeignText T>
-    friend std::strong_ordering operator<=>(const String& a, const T& b) noexcept {
+    friend std::strong_ordering operator<=>(String const& a, T const& b) noexcept {
         return a.m_text.compare(View(b)) <=> 0;
     }
 
-    friend String operator+(String a, const String& b) { return std::move(a.Append(b)); }
+    friend String operator+(String a, String const& b) { return std::move(a.Append(b)); }
     friend String operator+(String a, char b) { return std::move(a += b); }
-    friend String operator+(char a, const String& b) { return Joined({&a, 1}, b); }
+    friend String operator+(char a, String const& b) { return Joined({&a, 1}, b); }
     template <ForeignText T>
-    friend String operator+(String a, const T& b) {
+    friend String operator+(String a, T const& b) {
         return std::move(a.Append(View(b)));
     }
     template <ForeignText T>
-    friend String operator+(const T& a, const String& b) {
+    friend String operator+(T const& a, String const& b) {
         return Joined(View(a), b);
     }
 
-    friend std::ostream& operator<<(std::ostream& out, const String& text) { return Print(out, text); }
-    friend void PrintTo(const String& text, std::ostream* out) { Quote(text, *out); }
-    friend size_t hash_value(const String& text) noexcept { return std::hash<std::string>()(text.m_text); }
+    friend std::ostream& operator<<(std::ostream& out, String const& text) { return Print(out, text); }
+    friend void PrintTo(String const& text, std::ostream* out) { Quote(text, *out); }
+    friend size_t hash_value(String const& text) noexcept { return std::hash<std::string>()(text.m_text); }
 
 private:
     template <class T>
-    static std::string_view View(const T& text) noexcept {
+    static std::string_view View(T const& text) noexcept {
         if constexpr (std::is_pointer_v<T>)
             return text ? std::string_view(text) : std::string_view();
         else
@@ -198,5 +198,5 @@ inline constexpr char k_No[] = "No";
 
 template <>
 struct std::hash<corekit::String> {
-    size_t operator()(const corekit::String& text) const noexcept { return hash_value(text); }
+    size_t operator()(corekit::String const& text) const noexcept { return hash_value(text); }
 };

@@ -28,13 +28,13 @@ private:
     bool IsEscape(size_t at) const noexcept;
     size_t QuoteEnd(size_t at) noexcept;
     size_t TokenEnd() noexcept;
-    String Plain(const String& token) const;
+    String Plain(String const& token) const;
 
-    const String m_text;
-    const String m_separators;
-    const char m_quote;
-    const char m_escape;
-    const EmptyTokens m_emptyTokens;
+    String const m_text;
+    String const m_separators;
+    char const m_quote;
+    char const m_escape;
+    EmptyTokens const m_emptyTokens;
     size_t m_position = 0;
     bool m_done = false;
     // No quote from here on has a partner.

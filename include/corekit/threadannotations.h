@@ -1,6 +1,7 @@
+#pragma once
+
 // The compiler's lock check in words of our own: clang reads them with
 // -Wthread-safety, every other compiler sees nothing.
-#pragma once
 
 #if defined(__clang__)
 #define CK_ATTRIBUTE(x) __attribute__((x))

@@ -55,13 +55,13 @@ public:
     // UTC. With `emptyIfUnset` a zero time gives empty text, else it is formatted
     // as the point that it is. A point outside the years that the C library knows
     // gives empty text.
-    String Format(const char* format = k_DefaultDateTime, bool local = true, bool emptyIfUnset = false) const;
+    String Format(char const* format = k_DefaultDateTime, bool local = true, bool emptyIfUnset = false) const;
 
     // The span by a format: %D days, %H hours, %M minutes, %S seconds, %L
     // milliseconds, %% a percent sign. The largest unit of the format runs on
     // without limit ("26:05:09"); all but days have two digits, milliseconds
     // three. A negative span has a minus sign in front.
-    String FormatSpan(const char* format = k_SpanHMS) const;
+    String FormatSpan(char const* format = k_SpanHMS) const;
 
     // The span in words. Units: 0 milliseconds, 1 seconds, 2 minutes, 3 hours,
     // 4 days; plus 5 the short forms ("2m 05s"). The text begins with the largest
@@ -75,7 +75,7 @@ public:
     String FormatDuration(int unit1, int unit2, int unit3, bool blank = true, int width = 0, char fill = ' ',
                           int64_t limit = k_DurationLimitMs) const;
 
-    friend constexpr auto operator<=>(const Time&, const Time&) noexcept = default;
+    friend constexpr auto operator<=>(Time const&, Time const&) noexcept = default;
     constexpr Time& operator+=(Time other) noexcept { return *this = Time(m_ms + other.m_ms); }
     constexpr Time& operator-=(Time other) noexcept { return *this = Time(m_ms - other.m_ms); }
     friend constexpr Time operator+(Time a, Time b) noexcept { return Time(a.m_ms + b.m_ms); }

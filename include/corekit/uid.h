@@ -17,17 +17,17 @@ namespace corekit {
 class UID {
 public:
     static constexpr size_t k_Size = 16;
-    static const UID Null;
+    static UID const Null;
     // All bits set: the value that stands for "all".
-    static const UID Full;
+    static UID const Full;
 
     constexpr UID() noexcept = default;
     // True gives a fresh random value (version 4), false the null one. Any thread.
     explicit UID(bool fresh);
-    explicit constexpr UID(const std::array<uint8_t, k_Size>& bytes) noexcept : m_bytes(bytes) {}
+    explicit constexpr UID(std::array<uint8_t, k_Size> const& bytes) noexcept : m_bytes(bytes) {}
 
     // Null unless there are exactly 16 bytes.
-    static UID FromBytes(std::span<const uint8_t> bytes) noexcept;
+    static UID FromBytes(std::span<uint8_t const> bytes) noexcept;
     // The same name gives the same value on every machine (version 5).
     static UID FromName(std::string_view name);
     // Reads the text form, with or without braces around it. False leaves `out`
@@ -37,14 +37,14 @@ public:
     String ToString() const;
 
     constexpr bool IsNull() const noexcept { return m_bytes == std::array<uint8_t, k_Size>{}; }
-    constexpr const uint8_t* Bytes() const noexcept { return m_bytes.data(); }
+    constexpr uint8_t const* Bytes() const noexcept { return m_bytes.data(); }
 
-    friend constexpr bool operator==(const UID& a, const UID& b) noexcept = default;
-    friend std::strong_ordering operator<=>(const UID& a, const UID& b) noexcept {
+    friend constexpr bool operator==(UID const& a, UID const& b) noexcept = default;
+    friend std::strong_ordering operator<=>(UID const& a, UID const& b) noexcept {
         return std::memcmp(a.m_bytes.data(), b.m_bytes.data(), k_Size) <=> 0;
     }
-    friend size_t hash_value(const UID& id) noexcept { return id.Hash(); }
-    friend std::ostream& operator<<(std::ostream& out, const UID& id);
+    friend size_t hash_value(UID const& id) noexcept { return id.Hash(); }
+    friend std::ostream& operator<<(std::ostream& out, UID const& id);
 
 private:
     // Random bytes need no mixing; the ids made by hand in files do.
@@ -53,7 +53,7 @@ private:
         uint64_t high = 0;
         std::memcpy(&low, m_bytes.data(), sizeof low);
         std::memcpy(&high, m_bytes.data() + sizeof low, sizeof high);
-        const uint64_t mixed = (low ^ (high * 0x9E3779B97F4A7C15u)) * 0xBF58476D1CE4E5B9u;
+        uint64_t const mixed = (low ^ (high * 0x9E3779B97F4A7C15u)) * 0xBF58476D1CE4E5B9u;
         return static_cast<size_t>(mixed ^ (mixed >> 32));
     }
 
@@ -68,5 +68,5 @@ inline constexpr UID UID::Full{std::array<uint8_t, k_Size>{0xFF, 0xFF, 0xFF, 0xF
 
 template <>
 struct std::hash<corekit::UID> {
-    size_t operator()(const corekit::UID& id) const noexcept { return hash_value(id); }
+    size_t operator()(corekit::UID const& id) const noexcept { return hash_value(id); }
 };

@@ -1,5 +1,6 @@
-// The lock on the commands that people should think twice about.
 #pragma once
+
+// The lock on the commands that people should think twice about.
 
 #include <corekit/string.h>
 

@@ -1,11 +1,12 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/string.h>
 #include <vorlan/fwd.h>
 #include <vorlan/launchtemplate.h>
 
 #include <boost/shared_ptr.hpp>
+
+#include <vector>
 
 namespace vorlan {
 
@@ -44,7 +45,7 @@ public:
     // The entries of this Command's sub menu for a Job or work unit, one per line, at most
     // k_ItemizeLimit of them; empty without an itemizer. The chosen one is $(Item) of the arguments.
     String Itemize(Job const& job) const;
-    static corekit::vector<String> const& GetAllItemizers();
+    static std::vector<String> const& GetAllItemizers();
 
     void Clone(boost::shared_ptr<Command const> const& other);
 

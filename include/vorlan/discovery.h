@@ -1,6 +1,5 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/path.h>
 #include <corekit/string.h>
 #include <corekit/uid.h>
@@ -9,6 +8,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace vorlan {
 
@@ -31,8 +31,8 @@ public:
     static constexpr int k_WaitMs = 500;
     // Whoever answers in time, the first one first; returns soon after the first
     // answer. Empty as well where the machine has no multicast.
-    static corekit::vector<IPPeer> Find(FarmKey const& key, Cancelled const& cancelled = {}, int waitMs = k_WaitMs,
-                                        DiscoveryGroup const& group = {});
+    static std::vector<IPPeer> Find(FarmKey const& key, Cancelled const& cancelled = {}, int waitMs = k_WaitMs,
+                                    DiscoveryGroup const& group = {});
 };
 
 // DiscoveryResponder answers those questions for a Master.
@@ -59,9 +59,9 @@ private:
 class MasterFinder {
 public:
     // In the order to try them, never empty.
-    static corekit::vector<IPPeer> Find(FarmKey const& key, Cancelled const& cancelled = {});
+    static std::vector<IPPeer> Find(FarmKey const& key, Cancelled const& cancelled = {});
     // The hosts of the connection file, each with its port.
-    static corekit::vector<IPPeer> ConfiguredHosts();
+    static std::vector<IPPeer> ConfiguredHosts();
     // The port for a Master on this machine to listen on: the configured one; 0
     // (any free one) with VORLAN_HOME and none configured; else the default port.
     static unsigned short ListenPort();

@@ -3,10 +3,10 @@
 #include <vorlan/field.h>
 #include <vorlan/fwd.h>
 
-#include <corekit/containers.h>
 #include <corekit/string.h>
 #include <corekit/time.h>
 
+#include <deque>
 #include <tuple>
 
 namespace vorlan {
@@ -30,7 +30,7 @@ struct EngineHistoryElement {
 // Engine record or the client's log view; guarded by its owner.
 class EngineHistory {
 public:
-    using const_iterator = corekit::deque<EngineHistoryElement>::const_iterator;
+    using const_iterator = std::deque<EngineHistoryElement>::const_iterator;
 
     // Puts the element at the end and drops the oldest ones beyond `maxItems`.
     void Push(EngineHistoryElement const& element, size_t maxItems);
@@ -44,7 +44,7 @@ public:
     bool operator==(EngineHistory const&) const = default;
 
 private:
-    corekit::deque<EngineHistoryElement> m_items;
+    std::deque<EngineHistoryElement> m_items;
 };
 
 } // namespace vorlan

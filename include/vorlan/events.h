@@ -1,5 +1,6 @@
-// What happens inside a program, for whoever wants to hear of it.
 #pragma once
+
+// What happens inside a program, for whoever wants to hear of it.
 
 #include <boost/shared_ptr.hpp>
 #include <corekit/commandline.h>
@@ -10,9 +11,9 @@
 
 namespace vorlan {
 
-/// Gives an event class its signal. Trigger() calls the listeners on the calling
-/// thread, one emission of a class at a time. A listener may change the event's
-/// public fields; the one who triggered reads them afterwards.
+// Gives an event class its signal. Trigger() calls the listeners on the calling
+// thread, one emission of a class at a time. A listener may change the event's
+// public fields; the one who triggered reads them afterwards.
 template <class T>
 class EventOf {
 public:
@@ -28,8 +29,8 @@ protected:
     EventOf() = default;
 };
 
-/// The start-up of the program is through. A listener that cannot go on clears
-/// `success`.
+// The start-up of the program is through. A listener that cannot go on clears
+// `success`.
 struct VorlanAppStartupEvt : EventOf<VorlanAppStartupEvt> {
     VorlanAppStartupEvt() = default;
     VorlanAppStartupEvt(bool ok, CommandLine* line) : success(ok), commandLine(line) {}
@@ -39,11 +40,11 @@ struct VorlanAppStartupEvt : EventOf<VorlanAppStartupEvt> {
 
 struct VorlanClientAppCleanupEvt : EventOf<VorlanClientAppCleanupEvt> {};
 
-/// The Messenger has a Master, and all that comes before the first request is there.
+// The Messenger has a Master, and all that comes before the first request is there.
 struct MessengerConnectedEvt : EventOf<MessengerConnectedEvt> {};
 struct MessengerDisconnectedEvt : EventOf<MessengerDisconnectedEvt> {};
 
-/// Base of the events about one Job. The Job may be null in DeletingJobEvt.
+// Base of the events about one Job. The Job may be null in DeletingJobEvt.
 template <class T>
 struct JobEventOf : EventOf<T> {
     JobEventOf() = default;
@@ -61,25 +62,25 @@ struct DeletingJobEvt : JobEventOf<DeletingJobEvt> {
     using JobEventOf::JobEventOf;
 };
 
-/// A Job came to its end. Its TypeName is also the key of an Engine's command.
+// A Job came to its end. Its TypeName is also the key of an Engine's command.
 struct FinishedJobEvt : JobEventOf<FinishedJobEvt> {
     using JobEventOf::JobEventOf;
     static char const* TypeName() { return "FinishedJobEvt"; }
 };
 
-/// One entry of the Master's archive.
+// One entry of the Master's archive.
 struct JobArchivedEvt : EventOf<JobArchivedEvt> {
     JobArchivedEvt() = default;
     explicit JobArchivedEvt(boost::shared_ptr<Job> archived);
-    boost::shared_ptr<Job> job; ///< may be null when only the values are known
+    boost::shared_ptr<Job> job; // may be null when only the values are known
     UID id;
     String name;
-    int64_t created = 0;  ///< milliseconds of Job::Created
-    int64_t finished = 0; ///< milliseconds of Job::FinishedTime
+    int64_t created = 0;  // milliseconds of Job::Created
+    int64_t finished = 0; // milliseconds of Job::FinishedTime
     int64_t status = 0;
 };
 
-/// Base of the events about one Engine; a copy of it.
+// Base of the events about one Engine; a copy of it.
 template <class T>
 struct EngineEventOf : EventOf<T> {
     EngineEventOf() = default;
@@ -99,7 +100,7 @@ struct EngineRemovedEvt : EngineEventOf<EngineRemovedEvt> {
 
 struct EngineDefaultChangedEvt : EventOf<EngineDefaultChangedEvt> {};
 
-/// A Pool is new or has another name.
+// A Pool is new or has another name.
 struct ChangePoolEvt : EventOf<ChangePoolEvt> {
     ChangePoolEvt() = default;
     ChangePoolEvt(UID const& poolID, String poolName) : pool(poolID), name(std::move(poolName)) {}
@@ -113,10 +114,10 @@ struct DeletePoolEvt : EventOf<DeletePoolEvt> {
         : pool(poolID), name(std::move(poolName)), known(wasKnown) {}
     UID pool;
     String name;
-    bool known = true; ///< the Pool was in the table of this program
+    bool known = true; // the Pool was in the table of this program
 };
 
-/// Asks for a new Product of a class; the listener puts it into `product`.
+// Asks for a new Product of a class; the listener puts it into `product`.
 struct CreateDefaultProductEvt : EventOf<CreateDefaultProductEvt> {
     CreateDefaultProductEvt() = default;
     explicit CreateDefaultProductEvt(String className) : productClass(std::move(className)) {}
@@ -124,12 +125,12 @@ struct CreateDefaultProductEvt : EventOf<CreateDefaultProductEvt> {
     boost::shared_ptr<Product> product;
 };
 
-/// A file that was asked for has begun to arrive, has arrived, or cannot.
+// A file that was asked for has begun to arrive, has arrived, or cannot.
 struct FileTransfer {
     UID request;
-    Path path;    ///< the local copy
-    String host;  ///< where it comes from
-    String error; ///< not empty: it failed, and why
+    Path path;    // the local copy
+    String host;  // where it comes from
+    String error; // not empty: it failed, and why
 };
 struct FileReceivingEvt : EventOf<FileReceivingEvt>, FileTransfer {
     FileReceivingEvt() = default;
@@ -140,8 +141,8 @@ struct FileReceivedEvt : EventOf<FileReceivedEvt>, FileTransfer {
     explicit FileReceivedEvt(FileTransfer transfer) : FileTransfer(std::move(transfer)) {}
 };
 
-/// Moments of a work unit on its Engine. The Engine runs the command that stands
-/// under TypeName() in its settings or in the Job.
+// Moments of a work unit on its Engine. The Engine runs the command that stands
+// under TypeName() in its settings or in the Job.
 template <class T>
 struct WorkEventOf : JobEventOf<T> {
     WorkEventOf() = default;

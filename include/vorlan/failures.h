@@ -1,61 +1,63 @@
-// The failure ledger that relates Jobs and Engines.
 #pragma once
 
-#include <corekit/containers.h>
+// The failure ledger that relates Jobs and Engines.
+
 #include <corekit/time.h>
 #include <corekit/uid.h>
 #include <vorlan/fwd.h>
 
 #include <cstddef>
+#include <map>
+#include <vector>
 
 namespace vorlan {
 
-/// How often units of Jobs failed on which Engine.
-///
-/// Static: one ledger per process. Any thread; its own lock, LockRank::Failures, is
-/// held for table work only. A reset count is not forgotten: it goes from the counts
-/// that still hold an Engine off a Job to those that are history.
+// How often units of Jobs failed on which Engine.
+//
+// Static: one ledger per process. Any thread; its own lock, LockRank::Failures, is
+// held for table work only. A reset count is not forgotten: it goes from the counts
+// that still hold an Engine off a Job to those that are history.
 class Failures {
 public:
     struct FailureItem {
         UID job;
         UID engine;
         UID product;
-        unsigned count = 0; ///< since the last reset
-        Time time;          ///< of the last failure
-        unsigned total = 0; ///< resets included; at least count
+        unsigned count = 0; // since the last reset
+        Time time;          // of the last failure
+        unsigned total = 0; // resets included; at least count
         bool operator==(FailureItem const&) const = default;
     };
 
-    /// One failure of a work unit (or of a Job as a whole) on an Engine, now.
+    // One failure of a work unit (or of a Job as a whole) on an Engine, now.
     static void Add(Job const& work, UID const& engine);
     static void Add(UID const& job, UID const& product, UID const& engine, Time const& time);
 
-    /// A Job's or an Engine's counts start anew.
+    // A Job's or an Engine's counts start anew.
     static void ResetJobFailures(UID const& job);
     static void ResetEngineFailures(UID const& engine);
 
-    /// Forgets a Job, history included.
+    // Forgets a Job, history included.
     static void RemoveJob(UID const& job);
     static void RemoveEngine(UID const& engine);
 
-    /// Failures of a Job that count.
+    // Failures of a Job that count.
     static size_t JobFailureCount(UID const& job);
-    /// Failures that count, and those before the last reset.
+    // Failures that count, and those before the last reset.
     static void JobFailureCounts(UID const& job, size_t& current, size_t& reset);
-    /// What counts against an Engine: on how many Products, on how many Jobs, how often.
+    // What counts against an Engine: on how many Products, on how many Jobs, how often.
     static void EngineFailureCounts(UID const& engine, size_t& products, size_t& jobs, size_t& failures);
     static size_t CountOn(UID const& job, UID const& engine);
     static size_t ProductCountOn(UID const& product, UID const& engine);
 
-    static void EnginesFailedOnJob(UID const& job, corekit::vector<UID>& engines);
-    static void JobsFailedOnEngine(UID const& engine, corekit::vector<UID>& jobs);
-    /// By Product, then in the order of the Jobs' ids.
-    static void AllEngineFailures(UID const& engine, corekit::map<UID, corekit::vector<FailureItem>>& products);
+    static void EnginesFailedOnJob(UID const& job, std::vector<UID>& engines);
+    static void JobsFailedOnEngine(UID const& engine, std::vector<UID>& jobs);
+    // By Product, then in the order of the Jobs' ids.
+    static void AllEngineFailures(UID const& engine, std::map<UID, std::vector<FailureItem>>& products);
 
-    /// The whole ledger, as it travels.
-    static corekit::vector<FailureItem> All();
-    static void ReplaceAll(corekit::vector<FailureItem> const& items);
+    // The whole ledger, as it travels.
+    static std::vector<FailureItem> All();
+    static void ReplaceAll(std::vector<FailureItem> const& items);
     static void Clear();
 };
 

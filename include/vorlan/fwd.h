@@ -1,5 +1,6 @@
-// The names of the domain library, for headers that only pass them on.
 #pragma once
+
+// The names of the domain library, for headers that only pass them on.
 
 #include <boost/shared_ptr.hpp>
 #include <boost/weak_ptr.hpp>

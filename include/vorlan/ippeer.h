@@ -1,5 +1,6 @@
-// The address of a service: a host and a port.
 #pragma once
+
+// The address of a service: a host and a port.
 
 #include <corekit/string.h>
 #include <vorlan/fwd.h>
@@ -9,7 +10,7 @@
 
 namespace vorlan {
 
-/// A host name or address with a port. A plain value; whoever holds it owns it.
+// A host name or address with a port. A plain value; whoever holds it owns it.
 class IPPeer {
 public:
     IPPeer() = default;
@@ -19,10 +20,10 @@ public:
     unsigned short Port() const { return m_port; }
     bool IsNull() const { return m_host.empty(); }
 
-    /// "host:port", an IPv6 address in square brackets; empty for none.
+    // "host:port", an IPv6 address in square brackets; empty for none.
     String ToString() const;
 
-    /// Takes what ToString gives, and a host alone, whose port is `defaultPort`.
+    // Takes what ToString gives, and a host alone, whose port is `defaultPort`.
     static bool FromString(std::string_view text, IPPeer& peer, unsigned short defaultPort = 0);
 
     bool operator==(IPPeer const& other) const { return m_port == other.m_port && m_host == other.m_host; }

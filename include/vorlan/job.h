@@ -1,28 +1,31 @@
-// A Job, or a work unit of one.
 #pragma once
 
+// A Job, or a work unit of one.
+
 #include <boost/shared_ptr.hpp>
-#include <corekit/containers.h>
 #include <corekit/time.h>
 #include <vorlan/status.h>
 #include <vorlan/vorlanobject.h>
 
+#include <map>
+#include <set>
+
 namespace vorlan {
 
-/// Something to do for the farm, as named values.
-///
-/// Shared by boost::shared_ptr between lists, messages and windows. A work unit is a
-/// Job whose parentID is its Job's id. Any thread, as VorlanObject says; both public
-/// ids are constant once the Job is shared. The typed readers look at the Job's own
-/// values alone and give a plain default for a missing or bad one; only
-/// GetParameterString and FormatStringWithParameters ask the Product.
+// Something to do for the farm, as named values.
+//
+// Shared by boost::shared_ptr between lists, messages and windows. A work unit is a
+// Job whose parentID is its Job's id. Any thread, as VorlanObject says; both public
+// ids are constant once the Job is shared. The typed readers look at the Job's own
+// values alone and give a plain default for a missing or bad one; only
+// GetParameterString and FormatStringWithParameters ask the Product.
 class Job : public VorlanObject {
 public:
     UID parentID;
 
     enum class DependencyType {
-        WholeJob, ///< waits for the end of the other Job
-        Frame,    ///< each frame waits for the same frame of the other Job
+        WholeJob, // waits for the end of the other Job
+        Frame,    // each frame waits for the same frame of the other Job
     };
 
     Job() = default;
@@ -36,9 +39,9 @@ public:
     void Send(OutStream& stream) const override;
     void Read(InStream& stream) override;
 
-    /// Runs a Command of the Product by name, on this machine and without waiting
-    /// for it. `item` is the entry chosen from the Command's own list. False, with a line in the log, if there is none
-    /// or it cannot start.
+    // Runs a Command of the Product by name, on this machine and without waiting
+    // for it. `item` is the entry chosen from the Command's own list. False, with a line in the log, if there is none
+    // or it cannot start.
     virtual bool RunCommand(String const& name, String const& item = String()) const;
 
     virtual bool IsActiveStatus(int status) const;
@@ -48,18 +51,18 @@ public:
     virtual bool IsHeldStatus(int status) const;
     virtual String StatusName(int status) const;
 
-    /// Whether the Job has a value of that name; `out` is it, or empty.
+    // Whether the Job has a value of that name; `out` is it, or empty.
     virtual bool GetParameter(String const& name, String& out) const;
 
-    /// True when the stored value changed.
+    // True when the stored value changed.
     virtual bool SetParameter(String const& name, String const& value);
 
-    /// Takes over the values of a newer copy. `keepMissing`: values that the copy has
-    /// not got stay, otherwise they go.
+    // Takes over the values of a newer copy. `keepMissing`: values that the copy has
+    // not got stay, otherwise they go.
     virtual void UpdateFrom(Job const& other, bool keepMissing);
 
-    /// A work unit takes over all values of its Job that are not its own: name,
-    /// sub-range, status, progress and times stay.
+    // A work unit takes over all values of its Job that are not its own: name,
+    // sub-range, status, progress and times stay.
     virtual void UpdateFromParent(Job const& parent);
 
     int Status() const;
@@ -71,11 +74,11 @@ public:
     bool IsFailed() const;
     bool IsCanceled() const;
 
-    /// The Product.
+    // The Product.
     UID Type() const;
-    /// The Product's name; its UID as text if nobody knows it here.
+    // The Product's name; its UID as text if nobody knows it here.
     String TypeString() const;
-    /// Null: the whole system.
+    // Null: the whole system.
     UID Pool() const;
 
     String Creator() const;
@@ -87,49 +90,49 @@ public:
 
     int Priority() const;
     int CPUs() const;
-    /// MB that a unit needs; 0: unknown.
+    // MB that a unit needs; 0: unknown.
     int RAM() const;
-    /// Tries that a unit may fail before it has failed for good; 0: no limit.
+    // Tries that a unit may fail before it has failed for good; 0: no limit.
     int FailureLimit() const;
-    /// Positive: units at a time. Negative: Engines at a time. 0: no limit.
+    // Positive: units at a time. Negative: Engines at a time. 0: no limit.
     int UsageLimit() const;
-    /// -1 the Master decides, 0 keep, 1 delete at once.
+    // -1 the Master decides, 0 keep, 1 delete at once.
     int FinishDisposition() const;
-    /// 0 units, 1 units on an Engine, 2 Engines.
+    // 0 units, 1 units on an Engine, 2 Engines.
     int StaggerMode() const;
     unsigned StaggerCount() const;
-    /// Seconds.
+    // Seconds.
     float StaggerStart() const;
-    /// Times the average finish time that a unit may take; 0: for ever.
+    // Times the average finish time that a unit may take; 0: for ever.
     float OvertimeKill() const;
-    /// 0 to 100.
+    // 0 to 100.
     float PercentDone() const;
-    /// Consecutive frames that make a unit, at least 1.
+    // Consecutive frames that make a unit, at least 1.
     int PacketSize() const;
 
-    /// Engines and Pools alike.
-    corekit::set<UID> IncludeEngines() const;
-    corekit::set<UID> ExcludeEngines() const;
-    corekit::map<UID, DependencyType> GetDependencies() const;
+    // Engines and Pools alike.
+    std::set<UID> IncludeEngines() const;
+    std::set<UID> ExcludeEngines() const;
+    std::map<UID, DependencyType> GetDependencies() const;
 
-    /// The stored value; else the Product's default; else what is derived from other
-    /// values (RangeCount, JobSummary and the like); else empty.
+    // The stored value; else the Product's default; else what is derived from other
+    // values (RangeCount, JobSummary and the like); else empty.
     String GetParameterString(String const& name) const;
 
-    /// `format` with each `$(Name)` replaced by GetParameterString.
+    // `format` with each `$(Name)` replaced by GetParameterString.
     String FormatStringWithParameters(String const& format) const;
 
 protected:
     bool IsOwnField(String const& name) const override;
 
 private:
-    /// The text, `withoutName` standing for nothing in it.
+    // The text, `withoutName` standing for nothing in it.
     String Expand(String const& format, char const* withoutName) const;
     bool Derive(String const& name, String& out) const;
     String DefaultOf(String const& name) const;
 };
 
-/// A copy with all values. `newID`: it is another Job, with a fresh id.
+// A copy with all values. `newID`: it is another Job, with a fresh id.
 boost::shared_ptr<Job> SDuplicateJob(Job const& job, bool newID);
 
 } // namespace vorlan

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/optionmap.h>
 #include <corekit/string.h>
 #include <corekit/uid.h>
@@ -8,7 +7,9 @@
 #include <vorlan/product.h>
 
 #include <boost/shared_ptr.hpp>
+#include <map>
 #include <shared_mutex>
+#include <vector>
 
 namespace vorlan {
 
@@ -32,18 +33,18 @@ public:
     boost::shared_ptr<Product const> GetProduct(UID const& type) const; // null for an unknown type
     boost::shared_ptr<Product const> FindProduct(String const& nameOrAlias) const;
     boost::shared_ptr<Product> GetMutableProduct(UID const& type) const; // a copy of the caller's own; null if unknown
-    corekit::vector<UID> ListProducts() const;                           // by name
+    std::vector<UID> ListProducts() const;                               // by name
     boost::shared_ptr<Parameter const> GetTypeParameterInfo(UID const& type, String const& name) const;
     bool AutoDetect(UID const& type, String const& name, OptionMap& values) const;
 
-    static corekit::vector<String> ListClasses();
+    static std::vector<String> ListClasses();
 
     void SetProduct(boost::shared_ptr<Product const> const& product);
     void RemoveProduct(UID const& type); // UID::Null removes all
 
 private:
     mutable std::shared_mutex m_mutex;
-    corekit::map<UID, boost::shared_ptr<Product const>> m_products; // guarded by m_mutex
+    std::map<UID, boost::shared_ptr<Product const>> m_products; // guarded by m_mutex
 };
 
 } // namespace vorlan

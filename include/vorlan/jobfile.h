@@ -1,20 +1,21 @@
-// Job files (".vj").
 #pragma once
 
+// Job files (".vj").
+
 #include <boost/shared_ptr.hpp>
-#include <corekit/containers.h>
 #include <corekit/path.h>
 #include <vorlan/fwd.h>
 
 #include <memory>
+#include <vector>
 
 namespace vorlan {
 
-/// The Jobs of one file, read or to be written.
-///
-/// Owned by whoever opens it; one thread. The file is JSON that people can read and
-/// edit. What a newer program wrote and this one does not know is kept and written
-/// back. A file is never half written: a failure leaves the old one.
+// The Jobs of one file, read or to be written.
+//
+// Owned by whoever opens it; one thread. The file is JSON that people can read and
+// edit. What a newer program wrote and this one does not know is kept and written
+// back. A file is never half written: a failure leaves the old one.
 class JobFile {
 public:
     static constexpr unsigned k_FormatVersion = 1;
@@ -22,33 +23,33 @@ public:
     static constexpr size_t k_MaxJobs = 100'000;
     static constexpr size_t k_MaxDepth = 32;
 
-    /// Reads the file at once if `forReading`. `asStored`: the Jobs keep ids, status
-    /// and times of the file; otherwise each is a new Job with a fresh id, queued or
-    /// paused. Throws FileException if it cannot be read, ParseException with the
-    /// place if it is no Job file; a file of another kind is never overwritten here.
+    // Reads the file at once if `forReading`. `asStored`: the Jobs keep ids, status
+    // and times of the file; otherwise each is a new Job with a fresh id, queued or
+    // paused. Throws FileException if it cannot be read, ParseException with the
+    // place if it is no Job file; a file of another kind is never overwritten here.
     JobFile(Path const& path, bool forReading, bool asStored);
     ~JobFile();
     JobFile(JobFile const&) = delete;
     JobFile& operator=(JobFile const&) = delete;
 
-    /// Brings the Jobs of a file that an older program wrote up to date. `version` as
-    /// k_VorlanVersion, 0 for unknown. A Job whose Product is unknown by id but known
-    /// by name or alias gets that Product.
+    // Brings the Jobs of a file that an older program wrote up to date. `version` as
+    // k_VorlanVersion, 0 for unknown. A Job whose Product is unknown by id but known
+    // by name or alias gets that Product.
     void ConformFromVersion(unsigned version);
 
-    /// Writes the list. Throws FileException; the old file is whole then.
+    // Writes the list. Throws FileException; the old file is whole then.
     void SaveJobs();
 
-    corekit::vector<boost::shared_ptr<Job>>& Jobs() { return m_jobs; }
-    corekit::vector<boost::shared_ptr<Job>> const& Jobs() const { return m_jobs; }
+    std::vector<boost::shared_ptr<Job>>& Jobs() { return m_jobs; }
+    std::vector<boost::shared_ptr<Job>> const& Jobs() const { return m_jobs; }
     void AddJob(boost::shared_ptr<Job> const& job) { m_jobs.push_back(job); }
 
-    /// The program version that wrote the file, 0 for unknown.
+    // The program version that wrote the file, 0 for unknown.
     unsigned WriterVersion() const { return m_writerVersion; }
 
-    /// The text of a file, for those who keep Jobs elsewhere.
-    static String ToText(corekit::vector<boost::shared_ptr<Job>> const& jobs);
-    static corekit::vector<boost::shared_ptr<Job>> FromText(String const& text);
+    // The text of a file, for those who keep Jobs elsewhere.
+    static String ToText(std::vector<boost::shared_ptr<Job>> const& jobs);
+    static std::vector<boost::shared_ptr<Job>> FromText(String const& text);
 
 private:
     struct Unknown; // what the file holds beyond what this program knows
@@ -56,7 +57,7 @@ private:
 
     Path const m_path;
     bool const m_asStored;
-    corekit::vector<boost::shared_ptr<Job>> m_jobs;
+    std::vector<boost::shared_ptr<Job>> m_jobs;
     std::unique_ptr<Unknown> m_unknown;
     unsigned m_writerVersion = 0;
 };

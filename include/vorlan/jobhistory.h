@@ -3,11 +3,11 @@
 #include <vorlan/keys.h>
 #include <vorlan/workhistory.h>
 
-#include <corekit/containers.h>
-
 #include <iterator>
+#include <map>
 #include <memory>
 #include <set>
+#include <vector>
 
 namespace vorlan {
 
@@ -59,7 +59,7 @@ private:
 // O(log n).
 class JobHistory {
 public:
-    using Units = corekit::map<String, WorkHistory, SubRangeLess>;
+    using Units = std::map<String, WorkHistory, SubRangeLess>;
     using const_iterator = Units::const_iterator;
     using WorkIndex = vorlan::WorkIndex;
 
@@ -131,7 +131,7 @@ public:
     WorkRun const& FindWork(UID const& work) const;
     WorkIndex const& FindWorkIndex(UID const& work) const;
     EngineWorkStats const& EngineStatistics(UID const& engine) const;
-    corekit::vector<UID> Engines() const;
+    std::vector<UID> Engines() const;
 
     // From the first start to the last finish, to now while a run is active.
     Time ElapsedRealTime() const;

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/string.h>
 #include <vorlan/fwd.h>
 
 #include <functional>
 #include <string_view>
+#include <vector>
 
 namespace vorlan {
 
@@ -48,7 +48,7 @@ struct TemplatePiece {
 };
 
 struct ExpandedTemplate {
-    corekit::vector<TemplatePiece> pieces;
+    std::vector<TemplatePiece> pieces;
     bool missing = false; // a reference outside brackets and conditions had no value
 
     String Text() const;
@@ -63,11 +63,11 @@ ExpandedTemplate ExpandPieces(String const& text, TemplateValues const& values);
 
 // Splits a command line into words. Blanks part words, '...' and "..." hold them together, \ before a blank, a
 // quote or \ takes that character as it is (never inside '...'). Values never part words.
-corekit::vector<String> SplitCommandLine(corekit::vector<TemplatePiece> const& pieces);
-corekit::vector<String> SplitCommandLine(String const& text);
+std::vector<String> SplitCommandLine(std::vector<TemplatePiece> const& pieces);
+std::vector<String> SplitCommandLine(String const& text);
 // The text as one word of a command line, in quotes only when it needs them.
 String QuoteWord(String const& text);
 // A script for /bin/sh in which each value is one word, or a harmless part of the quotes that it stands in.
-String ShellScript(corekit::vector<TemplatePiece> const& pieces);
+String ShellScript(std::vector<TemplatePiece> const& pieces);
 
 } // namespace vorlan

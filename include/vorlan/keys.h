@@ -1,8 +1,9 @@
+#pragma once
+
 // The names of values, options, sections and commands, and the typed defaults of
 // the options. A constant `p_X` is the text "X"; likewise `o_`, `c_` and `e_`.
 // `p_` are values of Jobs and Engines, `o_` options and their sections, `c_` special
 // Commands of a Product, `e_` the limits of a Product or Pool.
-#pragma once
 
 #include <corekit/string.h>
 
@@ -221,8 +222,8 @@ inline constexpr unsigned o_WOLStaggerCountDefault = 0;      // 0: nobody is wok
 inline constexpr float o_WOLStaggerDelayDefault = 0.0F;      // seconds
 inline constexpr int o_IdleTimeoutDefault = -1;              // minutes; 0 never, negative: as the Master says
 
-/// Given to a history total in place of a sub-range: the Job's longest total stays
-/// as it is. No sub-range has this text.
+// Given to a history total in place of a sub-range: the Job's longest total stays
+// as it is. No sub-range has this text.
 extern corekit::String const k_DontUpdateLongestTotal;
 
 } // namespace vorlan

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/optionmap.h>
 #include <corekit/path.h>
 #include <corekit/string.h>
@@ -8,6 +7,9 @@
 #include <vorlan/launchtemplate.h>
 
 #include <boost/shared_ptr.hpp>
+
+#include <map>
+#include <vector>
 
 namespace vorlan {
 
@@ -19,12 +21,12 @@ inline constexpr size_t k_ArgumentLengthLimit = 131071; // the system takes no l
 
 // A process to start. `arguments` is complete: with `shell` it is already "/bin/sh", "-c" and the script.
 struct Launch {
-    corekit::vector<String> arguments;
-    corekit::map<String, String> environment;
+    std::vector<String> arguments;
+    std::map<String, String> environment;
     Path folder;               // empty: the caller's choice
     bool createFolder = false; // `folder` is to be made when it is not there
     bool shell = false;
-    corekit::vector<String> expectedFiles; // at most k_ExpectedFilesLimit; relative ones are relative to `folder`
+    std::vector<String> expectedFiles; // at most k_ExpectedFilesLimit; relative ones are relative to `folder`
 
     // The command line as a person would type it, for logs.
     String Text() const;

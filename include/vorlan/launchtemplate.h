@@ -1,8 +1,10 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/string.h>
 #include <vorlan/fwd.h>
+
+#include <map>
+#include <vector>
 
 namespace vorlan {
 
@@ -18,20 +20,20 @@ struct ArgumentTemplate {
 
     Kind kind = Kind::Text;
     String text;
-    corekit::vector<ArgumentTemplate> items;
+    std::vector<ArgumentTemplate> items;
 
     bool operator==(ArgumentTemplate const&) const = default;
 };
 
 // How a process of a Product or Command is started; every text is a template (jobtemplate.h).
 struct LaunchTemplate {
-    corekit::vector<ArgumentTemplate> arguments;
-    corekit::map<String, String> environment; // a variable that expands to nothing is not set
-    String folder;                            // empty: the Engine's own folder for the unit
-    bool createFolder = false;                // make `folder` before the start
-    String shell;                             // runs through /bin/sh when this expands to something true
-    corekit::vector<String> expectedFiles;    // with $(Frame): one file for each frame of the unit
-    String extra;                             // JSON object of keys that are none of this version's
+    std::vector<ArgumentTemplate> arguments;
+    std::map<String, String> environment; // a variable that expands to nothing is not set
+    String folder;                        // empty: the Engine's own folder for the unit
+    bool createFolder = false;            // make `folder` before the start
+    String shell;                         // runs through /bin/sh when this expands to something true
+    std::vector<String> expectedFiles;    // with $(Frame): one file for each frame of the unit
+    String extra;                         // JSON object of keys that are none of this version's
 
     bool Empty() const { return arguments.empty(); }
 };
@@ -62,8 +64,8 @@ struct OutputRule {
 
 // How the Engine reads a unit's output and when it calls a unit successful.
 struct OutputRules {
-    corekit::vector<OutputRule> rules;
-    corekit::vector<int> successCodes = {0};
+    std::vector<OutputRule> rules;
+    std::vector<int> successCodes = {0};
     String extra; // JSON object of keys that are none of this version's
 
     static char const* KindName(OutputRule::Kind kind);

@@ -2,7 +2,7 @@
 
 #include <vorlan/message.h>
 
-#include <corekit/containers.h>
+#include <vector>
 
 namespace vorlan {
 
@@ -18,7 +18,7 @@ struct MessageDescription {
     UID type;
     String name;
     String about;
-    corekit::vector<FieldDescription> fields;
+    std::vector<FieldDescription> fields;
 };
 
 // Makes messages by their type. All kinds are registered at the first call, by
@@ -33,9 +33,9 @@ public:
     static char const* TypeName(UID const& type);
 
     // All kinds in the order of their groups, then the records inside them.
-    static corekit::vector<MessageDescription> Describe();
+    static std::vector<MessageDescription> Describe();
     // The kinds by name.
-    static corekit::vector<UID> Types();
+    static std::vector<UID> Types();
 };
 
 } // namespace vorlan

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/optionmap.h>
 #include <corekit/time.h>
+#include <map>
+#include <set>
 #include <tuple>
 #include <vorlan/engine.h>
 #include <vorlan/enginehistory.h>
@@ -28,7 +29,7 @@ struct EngineOptionsMsg : MessageOf<EngineOptionsMsg> {
     static constexpr char const* k_Name = "EngineOptionsMsg";
     static constexpr char const* k_About = "Both ways: the options of some Engines for one Product, as a whole.";
 
-    corekit::set<UID> engines;
+    std::set<UID> engines;
     UID product;
     OptionMap options;
 
@@ -124,7 +125,7 @@ struct PoolMsg : MessageOf<PoolMsg> {
     static constexpr char const* k_Name = "PoolMsg";
     static constexpr char const* k_About = "Both ways: Pools that are new or renamed.";
 
-    corekit::map<UID, String> pools;
+    std::map<UID, String> pools;
 
     static constexpr auto Fields() { return std::tuple{Field{"Pools", &PoolMsg::pools, "the Pools and their names"}}; }
 };

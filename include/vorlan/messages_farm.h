@@ -1,9 +1,9 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/optionmap.h>
 #include <corekit/time.h>
 #include <tuple>
+#include <vector>
 #include <vorlan/engine.h>
 #include <vorlan/message.h>
 
@@ -60,8 +60,8 @@ struct RegisterEngineMsg : MessageOf<RegisterEngineMsg> {
         "Engine to Master, at each connection: what it is, what it runs, what has ended.";
 
     Engine engine;
-    corekit::vector<RunState> running;
-    corekit::vector<WorkEnded> ended;
+    std::vector<RunState> running;
+    std::vector<WorkEnded> ended;
 
     static constexpr auto Fields() {
         return std::tuple{Field{"Engine", &RegisterEngineMsg::engine, "the Engine as it sees itself"},

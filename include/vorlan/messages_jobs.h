@@ -1,8 +1,8 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/time.h>
 #include <tuple>
+#include <vector>
 #include <vorlan/job.h>
 #include <vorlan/jobhistory.h>
 #include <vorlan/message.h>
@@ -179,7 +179,7 @@ struct ZjobsMsg : MessageOf<ZjobsMsg> {
     static constexpr char const* k_Name = "ZjobsMsg";
     static constexpr char const* k_About = "From the Master: some archived Jobs.";
 
-    corekit::vector<boost::shared_ptr<Job>> jobs;
+    std::vector<boost::shared_ptr<Job>> jobs;
 
     static constexpr auto Fields() { return std::tuple{Field{"Jobs", &ZjobsMsg::jobs, "Jobs as they were archived"}}; }
 };

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/optionmap.h>
 #include <corekit/time.h>
+#include <map>
 #include <tuple>
+#include <vector>
 #include <vorlan/message.h>
 
 namespace vorlan {
@@ -49,7 +50,7 @@ struct SetMasterLimitsMsg : MessageOf<SetMasterLimitsMsg> {
     static constexpr char const* k_Name = "SetMasterLimitsMsg";
     static constexpr char const* k_About = "Both ways: how many units of each Product may run at a time.";
 
-    corekit::map<UID, int> limits;
+    std::map<UID, int> limits;
 
     static constexpr auto Fields() {
         return std::tuple{Field{"Limits", &SetMasterLimitsMsg::limits, "the Products and their limits"}};
@@ -60,7 +61,7 @@ struct SetMasterRestrictionsMsg : MessageOf<SetMasterRestrictionsMsg> {
     static constexpr char const* k_Name = "SetMasterRestrictionsMsg";
     static constexpr char const* k_About = "Both ways: what people who are no administrators may do.";
 
-    corekit::map<String, bool, String::ciless> restrictions;
+    std::map<String, bool, String::ciless> restrictions;
 
     static constexpr auto Fields() {
         return std::tuple{
@@ -105,7 +106,7 @@ struct MasterDefaultStartupMsg : MessageOf<MasterDefaultStartupMsg> {
     static constexpr char const* k_Name = "MasterDefaultStartupMsg";
     static constexpr char const* k_About = "Both ways: what a machine starts that has no settings of its own.";
 
-    corekit::map<int, int> components;
+    std::map<int, int> components;
 
     static constexpr auto Fields() {
         return std::tuple{Field{"Components", &MasterDefaultStartupMsg::components,
@@ -128,7 +129,7 @@ struct MasterLogsMsg : MessageOf<MasterLogsMsg> {
     static constexpr char const* k_Name = "MasterLogsMsg";
     static constexpr char const* k_About = "From the Master: lines of its log.";
 
-    corekit::vector<String> lines;
+    std::vector<String> lines;
 
     static constexpr auto Fields() {
         return std::tuple{Field{"Lines", &MasterLogsMsg::lines, "the lines, the oldest first"}};
@@ -139,7 +140,7 @@ struct PathTranslationsMsg : MessageOf<PathTranslationsMsg> {
     static constexpr char const* k_Name = "PathTranslationsMsg";
     static constexpr char const* k_About = "Both ways: what a path is called on other platforms.";
 
-    corekit::vector<corekit::map<String, String>> translations;
+    std::vector<std::map<String, String>> translations;
 
     static constexpr auto Fields() {
         return std::tuple{
@@ -171,7 +172,7 @@ struct FailureArchiveMsg : MessageOf<FailureArchiveMsg> {
     static constexpr char const* k_Name = "FailureArchiveMsg";
     static constexpr char const* k_About = "From the Master: all failures that count.";
 
-    corekit::vector<FailureItem> items;
+    std::vector<FailureItem> items;
 
     static constexpr auto Fields() { return std::tuple{Field{"Items", &FailureArchiveMsg::items, "the failures"}}; }
 };

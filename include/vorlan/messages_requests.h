@@ -1,7 +1,7 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/optionmap.h>
+#include <set>
 #include <tuple>
 #include <vorlan/message.h>
 
@@ -12,7 +12,7 @@ namespace vorlan {
 // The base of requests about all things of a kind or some of them.
 struct FollowJobMsg : Message {
     bool all = false;
-    corekit::set<UID> ids;
+    std::set<UID> ids;
 
     void AddAll() { all = true; }
     void AddID(UID const& id) { ids.insert(id); }
@@ -259,8 +259,8 @@ struct ExecuteCommandMsg : MessageOf<ExecuteCommandMsg> {
     static constexpr char const* k_Name = "ExecuteCommandMsg";
     static constexpr char const* k_About = "To the Master: run a command line on some Engines at once.";
 
-    corekit::set<UID> engines;
-    corekit::set<UID> jobs;
+    std::set<UID> engines;
+    std::set<UID> jobs;
     String command;
 
     static constexpr auto Fields() {

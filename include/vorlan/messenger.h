@@ -1,12 +1,14 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
-#include <corekit/containers.h>
 #include <corekit/string.h>
 #include <corekit/time.h>
 #include <corekit/uid.h>
 #include <vorlan/fwd.h>
 #include <vorlan/net/client.h>
+
+#include <map>
+#include <vector>
 
 namespace vorlan {
 
@@ -75,7 +77,7 @@ public:
     // The last one; null before the first.
     static boost::shared_ptr<MasterInfoMsg> MasterInfo();
     // For each folder its path by platform, as the Master told last.
-    static corekit::vector<corekit::map<String, String>> PathTranslations();
+    static std::vector<std::map<String, String>> PathTranslations();
 
     // Why there is no connection, for people; empty when there is one or none is
     // looked for.

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/string.h>
 #include <vorlan/fwd.h>
 #include <vorlan/launchtemplate.h>
 
 #include <memory>
+#include <set>
 #include <string_view>
 
 namespace vorlan {
@@ -51,11 +51,11 @@ private:
 
     // Constant after construction
     std::unique_ptr<Compiled> m_compiled;
-    corekit::set<int64_t> m_frames;
+    std::set<int64_t> m_frames;
     bool m_byFrame = false;
 
-    corekit::set<int64_t> m_begun;
-    corekit::set<int64_t> m_done;
+    std::set<int64_t> m_begun;
+    std::set<int64_t> m_done;
     double m_total = 0;
     double m_percent = 0;
     String m_firstError;

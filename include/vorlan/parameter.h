@@ -1,6 +1,5 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/optionmap.h>
 #include <corekit/string.h>
 #include <vorlan/fwd.h>
@@ -8,6 +7,7 @@
 #include <boost/make_shared.hpp>
 #include <boost/shared_ptr.hpp>
 #include <utility>
+#include <vector>
 
 namespace vorlan {
 
@@ -112,7 +112,7 @@ public:
     static char const* TypeLabel(TYPE type);
     // Answers false for a text that is no label of a type; blanks and case do not matter.
     static bool TypeFromLabel(String const& label, TYPE& type);
-    static corekit::vector<FlagLabel> const& FlagLabels();
+    static std::vector<FlagLabel> const& FlagLabels();
 
     OptionMap const& Settings() const { return m_settings; }
     String GetSetting(char const* name, String const& missing = String()) const;
@@ -136,7 +136,7 @@ public:
     // From a display text to its value, and back; a text that is neither comes back as it is.
     String GetChoice(String const& display) const;
     String GetDisplay(String const& value) const;
-    corekit::vector<Choice> const& Choices() const { return m_choices; }
+    std::vector<Choice> const& Choices() const { return m_choices; }
 
     size_t GetSubParamCount() const { return m_subParams.size(); }
     boost::shared_ptr<Parameter const> GetSubParam(size_t index) const; // null past the end
@@ -162,10 +162,10 @@ public:
     String BoolOverride_ToString(int value) const;
     String BoolOverride_GetOverrideText() const;
 
-    corekit::vector<String> Multi_GetFields() const;
+    std::vector<String> Multi_GetFields() const;
     // As many texts as there are fields.
-    corekit::vector<String> Multi_Disassemble(String const& value) const;
-    String Multi_Assemble(corekit::vector<String> const& values) const;
+    std::vector<String> Multi_Disassemble(String const& value) const;
+    String Multi_Assemble(std::vector<String> const& values) const;
 
     String Time_Format() const;
 
@@ -180,8 +180,8 @@ private:
     TYPE m_type = t_Text;
     unsigned m_flags = 0;
     OptionMap m_settings;
-    corekit::vector<Choice> m_choices;
-    corekit::vector<boost::shared_ptr<Parameter>> m_subParams;
+    std::vector<Choice> m_choices;
+    std::vector<boost::shared_ptr<Parameter>> m_subParams;
     String m_extra; // JSON object of keys that are none of this version's
 };
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/optionmap.h>
 #include <corekit/string.h>
 #include <corekit/uid.h>
@@ -10,7 +9,9 @@
 #include <vorlan/parameter.h>
 
 #include <boost/shared_ptr.hpp>
+#include <map>
 #include <unordered_map>
+#include <vector>
 
 namespace vorlan {
 
@@ -44,7 +45,7 @@ public:
     bool IsCustomized() const { return m_customized; }
     // True when each packet must be evenly spaced frames: 1-5 or 1-9x2, never 1,2,7.
     bool NeedsEvenPackets() const { return m_evenPackets; }
-    corekit::vector<String> const& Aliases() const { return m_aliases; }
+    std::vector<String> const& Aliases() const { return m_aliases; }
     bool IsCalled(String const& nameOrAlias) const; // case does not matter
     String const& SummaryTemplate() const { return m_summary; }
 
@@ -93,8 +94,8 @@ public:
     void MoveCommand(size_t from, size_t to);
 
     // Detection rules: "Name" or "Name ~ pattern" of the parameter that changes, to parameter and new value.
-    corekit::map<String, OptionMap> const& GetAutoDetectStrings() const { return m_autoDetect; }
-    void SetAutoDetectStrings(corekit::map<String, OptionMap> const& rules) { m_autoDetect = rules; }
+    std::map<String, OptionMap> const& GetAutoDetectStrings() const { return m_autoDetect; }
+    void SetAutoDetectStrings(std::map<String, OptionMap> const& rules) { m_autoDetect = rules; }
     // Applies the rules for a change of `name` to `values`, which holds the new value already.
     // Answers whether any rule applied.
     bool AutoDetect(String const& name, OptionMap& values) const;
@@ -125,10 +126,10 @@ private:
     String m_shortHelp;
     String m_longHelp;
     String m_summary;
-    corekit::vector<String> m_aliases;
-    corekit::vector<boost::shared_ptr<Parameter>> m_params;
-    corekit::vector<boost::shared_ptr<Command>> m_commands;
-    corekit::map<String, OptionMap> m_autoDetect;
+    std::vector<String> m_aliases;
+    std::vector<boost::shared_ptr<Parameter>> m_params;
+    std::vector<boost::shared_ptr<Command>> m_commands;
+    std::map<String, OptionMap> m_autoDetect;
     OptionMap m_derivedValues;
     LaunchTemplate m_launch;
     OutputRules m_outputRules;

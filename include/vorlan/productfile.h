@@ -1,11 +1,12 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/path.h>
 #include <corekit/string.h>
 #include <vorlan/fwd.h>
 
 #include <boost/shared_ptr.hpp>
+
+#include <vector>
 
 namespace vorlan {
 
@@ -27,7 +28,7 @@ boost::shared_ptr<Product> ProductFromText(String const& text);
 boost::shared_ptr<Product> SLoadProductFile(Path const& path);
 
 // All "*.json" of a folder, by name. A file that does not load is left out, and its error added to `errors`.
-corekit::vector<boost::shared_ptr<Product>> LoadProductFolder(Path const& folder, corekit::vector<String>& errors);
+std::vector<boost::shared_ptr<Product>> LoadProductFolder(Path const& folder, std::vector<String>& errors);
 
 // The folder with the shipped Products: beside the program, above it, or the source's; empty when there is none.
 Path FindProductFolder();

@@ -1,28 +1,29 @@
-// Frame ranges: the text of a Job's frames and the arithmetic on it.
 #pragma once
 
-#include <corekit/containers.h>
+// Frame ranges: the text of a Job's frames and the arithmetic on it.
+
 #include <corekit/string.h>
 #include <vorlan/fwd.h>
 
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 namespace vorlan {
 
-/// The frames of a Job in the order in which they are handed out.
-///
-/// A plain value; whoever holds it owns it, one thread. Text such as "1-100" or
-/// "1-10,20,30-50x2"; numbers may be negative ("-10--5") and run down ("10-1"). No
-/// frame is in it twice: of doubled ones the first stays.
+// The frames of a Job in the order in which they are handed out.
+//
+// A plain value; whoever holds it owns it, one thread. Text such as "1-100" or
+// "1-10,20,30-50x2"; numbers may be negative ("-10--5") and run down ("10-1"). No
+// frame is in it twice: of doubled ones the first stays.
 class FrameRange {
 public:
     static constexpr uint64_t k_MaxFrames = 10'000'000;
     static constexpr size_t k_MaxTextLength = 65'536;
-    /// Frame numbers lie between this and its negative.
+    // Frame numbers lie between this and its negative.
     static constexpr int k_MaxFrame = 1'000'000'000;
 
-    /// Frames first, first + step, ... `count` of them; step may be negative.
+    // Frames first, first + step, ... `count` of them; step may be negative.
     struct Part {
         int first;
         int step;
@@ -35,22 +36,22 @@ public:
 
     FrameRange() = default;
 
-    /// Throws ArgumentException with a text for people.
+    // Throws ArgumentException with a text for people.
     explicit FrameRange(String const& text);
 
-    /// False with a text for people that says where and what to write instead; `range`
-    /// is unchanged then. An empty text is the empty range.
+    // False with a text for people that says where and what to write instead; `range`
+    // is unchanged then. An empty text is the empty range.
     static bool Parse(std::string_view text, FrameRange& range, String* error = nullptr);
 
-    /// The frames in the order given, doubled ones once.
-    static FrameRange FromFrames(corekit::vector<int> const& frames);
+    // The frames in the order given, doubled ones once.
+    static FrameRange FromFrames(std::vector<int> const& frames);
 
     bool Empty() const { return m_parts.empty(); }
     uint64_t Count() const { return m_count; }
-    /// `index` below Count().
+    // `index` below Count().
     int At(uint64_t index) const;
     bool Contains(int frame) const;
-    corekit::vector<Part> const& Parts() const { return m_parts; }
+    std::vector<Part> const& Parts() const { return m_parts; }
 
     template <class Function>
     void ForEach(Function function) const {
@@ -59,20 +60,20 @@ public:
                 function(static_cast<int>(part.At(i)));
         }
     }
-    corekit::vector<int> Frames() const;
+    std::vector<int> Frames() const;
 
-    /// `count` consecutive frames of the range from the position `from`; fewer at the end.
+    // `count` consecutive frames of the range from the position `from`; fewer at the end.
     FrameRange Slice(uint64_t from, uint64_t count) const;
 
-    /// Packets of `size` frames; the last may be smaller.
+    // Packets of `size` frames; the last may be smaller.
     uint64_t PacketCount(uint64_t size) const;
     FrameRange Packet(uint64_t number, uint64_t size) const { return Slice(number * size, size); }
-    corekit::vector<String> Packets(uint64_t size) const;
+    std::vector<String> Packets(uint64_t size) const;
 
-    /// The frames of this range that are not in the other, in order.
+    // The frames of this range that are not in the other, in order.
     FrameRange Subtract(FrameRange const& other) const;
 
-    /// The shortest usual text: "1-10", "5", "2-20x2".
+    // The shortest usual text: "1-10", "5", "2-20x2".
     String Text() const;
 
     bool operator==(FrameRange const& other) const = default;
@@ -81,7 +82,7 @@ private:
     friend class RangeFolder;
     bool MayOverlap() const;
 
-    corekit::vector<Part> m_parts;
+    std::vector<Part> m_parts;
     uint64_t m_count = 0;
 };
 

@@ -1,11 +1,13 @@
-// The services by which the programs of this machine run without a user.
 #pragma once
 
-#include <corekit/containers.h>
+// The services by which the programs of this machine run without a user.
+
 #include <corekit/path.h>
 #include <corekit/servicemanager.h>
 #include <corekit/string.h>
 #include <vorlan/fwd.h>
+
+#include <vector>
 
 namespace vorlan {
 
@@ -30,11 +32,11 @@ int ServiceComponent(Service service);
 // The unit that is enabled, started and stopped.
 String ServiceUnitName(Service service);
 // All units of it, that one included.
-corekit::vector<String> ServiceUnitNames(Service service);
+std::vector<String> ServiceUnitNames(Service service);
 
 // The units made from the templates in `folder`. Throws FileException when one is
 // missing, ArgumentException when the setup cannot be used.
-corekit::vector<ServiceUnit> MakeServiceUnits(Service service, ServiceSetup const& setup, Path const& folder);
+std::vector<ServiceUnit> MakeServiceUnits(Service service, ServiceSetup const& setup, Path const& folder);
 
 // Throws ArgumentException, which says what is wrong, unless there is such an account.
 void CheckAccount(String const& account);

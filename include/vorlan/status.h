@@ -1,13 +1,14 @@
-// The status numbers of Jobs, work units and history elements, as data.
 #pragma once
+
+// The status numbers of Jobs, work units and history elements, as data.
 
 #include <array>
 
 namespace vorlan {
 
-/// A status as it travels, is stored and is shown. A Job's own status is Paused,
-/// Queued, Finished, UserCanceled, Failed or AdministratorCanceled; the others are
-/// a work unit's. Closed only ends a run in a history.
+// A status as it travels, is stored and is shown. A Job's own status is Paused,
+// Queued, Finished, UserCanceled, Failed or AdministratorCanceled; the others are
+// a work unit's. Closed only ends a run in a history.
 enum JobStatus : int {
     Paused = -1,
     Queued = 0,
@@ -25,15 +26,15 @@ enum JobStatus : int {
     AdministratorCanceled = 14,
 };
 
-/// What a status number means.
+// What a status number means.
 struct StatusInfo {
     int status;
     char const* name;
-    bool active;   ///< an Engine has the unit
-    bool finished; ///< the end: it is not tried again
+    bool active;   // an Engine has the unit
+    bool finished; // the end: it is not tried again
     bool failed;
-    bool canceled; ///< stopped by a person or lost, not by its own fault
-    bool held;     ///< not handed out until somebody lets it go
+    bool canceled; // stopped by a person or lost, not by its own fault
+    bool held;     // not handed out until somebody lets it go
 };
 
 inline constexpr std::array k_StatusTable{
@@ -53,7 +54,7 @@ inline constexpr std::array k_StatusTable{
     StatusInfo{AdministratorCanceled, "Administrator Canceled", false, true, false, true, false},
 };
 
-/// Null for a number that is no status.
+// Null for a number that is no status.
 constexpr StatusInfo const* FindStatus(int status) {
     for (StatusInfo const& info : k_StatusTable) {
         if (info.status == status)
@@ -62,7 +63,7 @@ constexpr StatusInfo const* FindStatus(int status) {
     return nullptr;
 }
 
-/// The name for people; "Unknown" for a number that is no status.
+// The name for people; "Unknown" for a number that is no status.
 constexpr char const* StatusName(int status) {
     StatusInfo const* const info = FindStatus(status);
     return info ? info->name : "Unknown";
@@ -74,7 +75,7 @@ constexpr bool IsFailedStatus(int status) { return FindStatus(status) && FindSta
 constexpr bool IsCanceledStatus(int status) { return FindStatus(status) && FindStatus(status)->canceled; }
 constexpr bool IsHeldStatus(int status) { return FindStatus(status) && FindStatus(status)->held; }
 
-/// Whether a Job as a whole may have this status.
+// Whether a Job as a whole may have this status.
 constexpr bool IsJobStatus(int status) { return status == Paused || status == Queued || IsFinishedStatus(status); }
 
 } // namespace vorlan

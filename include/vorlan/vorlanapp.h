@@ -2,7 +2,6 @@
 
 #include <boost/shared_ptr.hpp>
 #include <corekit/application.h>
-#include <corekit/containers.h>
 #include <corekit/optionmap.h>
 #include <corekit/optionsfile.h>
 #include <corekit/string.h>
@@ -13,6 +12,8 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <set>
+#include <vector>
 
 namespace vorlan {
 
@@ -39,11 +40,11 @@ public:
     virtual Engine const& GetEngineByID(UID const& id);
     virtual String GetJobParameter(UID const& job, String const& name);
     virtual OptionMap GetJobParameters(UID const& job);
-    virtual corekit::vector<UID> GetAllJobs();
+    virtual std::vector<UID> GetAllJobs();
     struct EngineOrder {
         bool operator()(Engine const& a, Engine const& b) const { return a.id < b.id; }
     };
-    using EngineSet = corekit::set<Engine, EngineOrder>;
+    using EngineSet = std::set<Engine, EngineOrder>;
     // Replaces what is in the set; the number of them.
     virtual size_t GetAllEngines(EngineSet& engines);
     // The Job of a work unit; null when it is not known.

@@ -1,5 +1,6 @@
-// What Jobs and Engines have in common: an identity and named values.
 #pragma once
+
+// What Jobs and Engines have in common: an identity and named values.
 
 #include <boost/smart_ptr/atomic_shared_ptr.hpp>
 #include <corekit/optionmap.h>
@@ -9,16 +10,17 @@
 #include <vorlan/valueblock.h>
 
 #include <functional>
+#include <vector>
 
 namespace vorlan {
 
-/// A bag of named texts with an identity, the root of Job and CommonEngine.
-///
-/// Held by boost::shared_ptr once more than one place knows it. Values may be read
-/// and changed on any thread at any time: a reader works on a snapshot and never
-/// waits, a change makes a new block and no change is lost. The public `id` is the
-/// exception: it is constant once the object is shared. p_ID is read as a value but
-/// not set as one.
+// A bag of named texts with an identity, the root of Job and CommonEngine.
+//
+// Held by boost::shared_ptr once more than one place knows it. Values may be read
+// and changed on any thread at any time: a reader works on a snapshot and never
+// waits, a change makes a new block and no change is lost. The public `id` is the
+// exception: it is constant once the object is shared. p_ID is read as a value but
+// not set as one.
 class VorlanObject {
 public:
     UID id;
@@ -33,44 +35,44 @@ public:
 
     virtual ~VorlanObject();
 
-    /// Becomes a full copy, id included.
+    // Becomes a full copy, id included.
     virtual void Clone(VorlanObject const& other);
 
-    /// Takes over what the other holds and keeps the rest; the id stays.
+    // Takes over what the other holds and keeps the rest; the id stays.
     virtual void Merge(VorlanObject const& other);
 
-    /// The value of a name. `useDefault`: without a value, what counts in its place.
-    /// Empty if there is neither.
+    // The value of a name. `useDefault`: without a value, what counts in its place.
+    // Empty if there is neither.
     virtual String Get(String const& name, bool useDefault) const;
 
-    /// True when the stored value changed. A name that cannot be one is refused with
-    /// a warning in the log.
+    // True when the stored value changed. A name that cannot be one is refused with
+    // a warning in the log.
     virtual bool Set(String const& name, String const& value);
 
-    /// True when there was a value.
+    // True when there was a value.
     virtual bool Clear(String const& name);
 
     virtual void Send(OutStream& stream) const;
 
-    /// Replaces everything by what the stream holds. Throws ParseException, and is
-    /// unchanged then, if the stream holds no object or one beyond the limits.
+    // Replaces everything by what the stream holds. Throws ParseException, and is
+    // unchanged then, if the stream holds no object or one beyond the limits.
     virtual void Read(InStream& stream);
 
-    /// Appends an options text of the named values that there are.
-    virtual void Save(String& text, corekit::vector<String> const& names, OptionsToStringMode mode) const;
+    // Appends an options text of the named values that there are.
+    virtual void Save(String& text, std::vector<String> const& names, OptionsToStringMode mode) const;
 
-    /// Appends an options text of all values.
+    // Appends an options text of all values.
     virtual void Save(String& text, OptionsToStringMode mode) const;
 
-    /// Writes all values into the current section.
+    // Writes all values into the current section.
     virtual void Save(IniFile& file) const;
 
-    /// Takes one options text off the front of `text` and sets its values. The text's
-    /// id is taken over by an object that has none. Throws ParseException, with both
-    /// unchanged, if there is no options text at the front.
+    // Takes one options text off the front of `text` and sets its values. The text's
+    // id is taken over by an object that has none. Throws ParseException, with both
+    // unchanged, if there is no options text at the front.
     virtual void Load(String& text);
 
-    /// Sets the values of the current section.
+    // Sets the values of the current section.
     virtual void Load(IniFile& file);
 
     String Name() const;
@@ -78,30 +80,30 @@ public:
     String Note() const;
     void SetNote(String const& note);
 
-    /// Replaces a text by another in every value.
+    // Replaces a text by another in every value.
     void Replace(String const& from, String const& to, bool caseSensitive);
 
-    /// All values as they stand now. Never null.
+    // All values as they stand now. Never null.
     boost::shared_ptr<ValueBlock const> Snapshot() const;
 
-    /// Puts a block in place of all values.
+    // Puts a block in place of all values.
     void SetSnapshot(boost::shared_ptr<ValueBlock const> const& values);
 
-    /// Sets many values in one change. True when any changed.
+    // Sets many values in one change. True when any changed.
     bool SetValues(OptionMap const& values);
 
-    /// All values under their names.
+    // All values under their names.
     OptionMap Values() const;
 
     bool Has(String const& name) const;
 
-    /// Keeps one snapshot of an object for the calling thread: as long as it lives,
-    /// whatever this thread reads of the object belongs together, even while others
-    /// change it. A scope object; several may nest.
+    // Keeps one snapshot of an object for the calling thread: as long as it lives,
+    // whatever this thread reads of the object belongs together, even while others
+    // change it. A scope object; several may nest.
     class ReadingScope {
     public:
         explicit ReadingScope(VorlanObject const& object);
-        /// With a snapshot of it that was taken before and stays as long as the scope.
+        // With a snapshot of it that was taken before and stays as long as the scope.
         ReadingScope(VorlanObject const& object, boost::shared_ptr<ValueBlock const> const& values);
         ~ReadingScope();
         ReadingScope(ReadingScope const&) = delete;
@@ -116,16 +118,16 @@ public:
     };
 
 protected:
-    /// Stores without asking the virtual Set. True when the value changed.
+    // Stores without asking the virtual Set. True when the value changed.
     bool Store(uint32_t number, std::string_view value);
     bool Remove(uint32_t number);
 
-    /// Makes `change` of the values now there, again if somebody was faster. It gets
-    /// the block and gives the new one, or the same for no change.
+    // Makes `change` of the values now there, again if somebody was faster. It gets
+    // the block and gives the new one, or the same for no change.
     using Changer = std::function<boost::shared_ptr<ValueBlock const>(boost::shared_ptr<ValueBlock const> const&)>;
     bool Change(Changer const& change);
 
-    /// The names that are fields of the object and no values: p_ID here.
+    // The names that are fields of the object and no values: p_ID here.
     virtual bool IsOwnField(String const& name) const;
 
     // Typed reading of a value; `otherwise` without one or with one that is none.
@@ -138,11 +140,11 @@ protected:
 private:
     boost::shared_ptr<ValueBlock const> Current() const;
 
-    /// What this thread's scope holds of the object, null without one.
+    // What this thread's scope holds of the object, null without one.
     boost::shared_ptr<ValueBlock const> const* Scoped() const;
 
-    /// The text of a value as this thread reads it, handed to `use`; not counted as a
-    /// holder of the values where a scope holds them.
+    // The text of a value as this thread reads it, handed to `use`; not counted as a
+    // holder of the values where a scope holds them.
     template <class Use>
     auto Read(uint32_t number, Use const& use) const;
 

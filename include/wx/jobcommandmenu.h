@@ -1,6 +1,5 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/string.h>
 #include <vorlan/command.h>
 #include <vorlan/fwd.h>
@@ -44,9 +43,9 @@ public:
     struct Entry {
         String label;
         String command;
-        String item;                   // chosen from the command's sub menu, or empty
-        Command::FLAG kind{};          // of the commands with which it was filled
-        corekit::vector<UID> products; // the Job types that have the command
+        String item;               // chosen from the command's sub menu, or empty
+        Command::FLAG kind{};      // of the commands with which it was filled
+        std::vector<UID> products; // the Job types that have the command
     };
 
     explicit JobCommandMenu(IsRestricted restricted = {}, int firstId = k_FirstId, int lastId = k_LastId);

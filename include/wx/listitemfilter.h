@@ -1,5 +1,6 @@
-// The filter box above a list: which items stay.
 #pragma once
+
+// The filter box above a list: which items stay.
 
 #include <corekit/string.h>
 #include <initializer_list>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <corekit/containers.h>
+#include <deque>
 #include <functional>
 #include <wx/wxdoublebufferedwindow.h>
 
@@ -43,7 +43,7 @@ public:
     // No values and no bounds.
     void Clear(bool redraw = true);
 
-    corekit::deque<unsigned> const& Values() const { return m_values; }
+    std::deque<unsigned> const& Values() const { return m_values; }
 
 protected:
     void DrawToBuffer() override;
@@ -59,7 +59,7 @@ private:
     void DrawLabels(wxDC& dc, BarHistoryLayout const& layout) const;
     void Changed(bool redraw);
 
-    corekit::deque<unsigned> m_values; // oldest first
+    std::deque<unsigned> m_values; // oldest first
     unsigned m_low = 0;
     unsigned m_high = 0;
     unsigned m_mid = 0;

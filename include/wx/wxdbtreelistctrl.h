@@ -1,10 +1,11 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/string.h>
 #include <functional>
 #include <memory>
 #include <string_view>
+#include <unordered_map>
+#include <vector>
 #include <wx/wxdblistctrl.h>
 
 class wxDBTreeListCtrl;
@@ -42,8 +43,8 @@ public:
 
 private:
     friend class wxDBTreeModel;
-    using Children = corekit::vector<std::unique_ptr<wxDBTreeListItem>>;
-    using Index = corekit::unordered_map<std::string_view, wxDBTreeListItem*>;
+    using Children = std::vector<std::unique_ptr<wxDBTreeListItem>>;
+    using Index = std::unordered_map<std::string_view, wxDBTreeListItem*>;
 
     wxDBTreeListItem(corekit::String id, TextFunction text, ColorFunction color);
 
@@ -129,7 +130,7 @@ public:
     // --- Selection.
 
     // In the order of the rows.
-    corekit::vector<Item*> GetSelectedItems();
+    std::vector<Item*> GetSelectedItems();
     bool IsItemSelected(Item const* item) const;
     void SelectItem(Item* item, bool on = true);
     // Where the keyboard stands, or null.

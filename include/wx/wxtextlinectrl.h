@@ -1,6 +1,5 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/string.h>
 #include <memory>
 #include <wx/window.h>

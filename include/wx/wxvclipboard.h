@@ -1,5 +1,6 @@
-// Text for the system's clipboard.
 #pragma once
+
+// Text for the system's clipboard.
 
 #include <wx/string.h>
 

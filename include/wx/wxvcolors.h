@@ -1,5 +1,6 @@
-// The named colours of the user interface and the schemes that give them values.
 #pragma once
+
+// The named colours of the user interface and the schemes that give them values.
 
 #include <corekit/signal.h>
 

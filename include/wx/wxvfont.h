@@ -1,5 +1,6 @@
-// The type of the user interface.
 #pragma once
+
+// The type of the user interface.
 
 #include <wx/font.h>
 

@@ -1,5 +1,6 @@
-// A rectangle that goes from one colour to another.
 #pragma once
+
+// A rectangle that goes from one colour to another.
 
 #include <wx/colour.h>
 #include <wx/dc.h>

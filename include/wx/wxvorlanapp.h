@@ -1,5 +1,6 @@
-// The base of the application objects of the programs with windows.
 #pragma once
+
+// The base of the application objects of the programs with windows.
 
 #include <atomic>
 #include <corekit/commandline.h>

@@ -1,5 +1,6 @@
-// Texts between the system's String (UTF-8) and wxString.
 #pragma once
+
+// Texts between the system's String (UTF-8) and wxString.
 
 #include <corekit/string.h>
 

@@ -1,5 +1,6 @@
-// A question that is answered by one line of text.
 #pragma once
+
+// A question that is answered by one line of text.
 
 #include <wx/wxvorlandlg.h>
 

@@ -1,5 +1,6 @@
-// Where the lines of a long text end.
 #pragma once
+
+// Where the lines of a long text end.
 
 #include <functional>
 #include <wx/string.h>

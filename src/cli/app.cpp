@@ -41,15 +41,15 @@ void Declare(CLI::App& app, Commands& commands, std::string& hosts) {
     app.footer(k_Footer); // last, or every command had it, too
 }
 
-corekit::vector<String> CommandNames(CLI::App const& app) {
-    corekit::vector<String> names;
+std::vector<String> CommandNames(CLI::App const& app) {
+    std::vector<String> names;
     for (CLI::App const* sub : app.get_subcommands({}))
         names.push_back(sub->get_name());
     return names;
 }
 
 // What stands where a command should; empty when that is fine.
-String UnknownCommand(corekit::vector<String> const& names, std::vector<std::string> const& arguments) {
+String UnknownCommand(std::vector<String> const& names, std::vector<std::string> const& arguments) {
     for (size_t i = 0; i < arguments.size(); ++i) {
         String const word = arguments[i];
         if (word == "--master")
@@ -62,7 +62,7 @@ String UnknownCommand(corekit::vector<String> const& names, std::vector<std::str
 
 void PrintUsageError(CLI::App const& app, CLI::ParseError const& error, std::vector<std::string> const& arguments,
                      Terminal& terminal) {
-    corekit::vector<String> const names = CommandNames(app);
+    std::vector<String> const names = CommandNames(app);
     String const unknown = UnknownCommand(names, arguments);
     if (unknown.empty()) {
         app.exit(error, terminal.out, terminal.err);

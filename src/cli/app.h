@@ -1,5 +1,6 @@
-// The command line as a whole.
 #pragma once
+
+// The command line as a whole.
 
 #include "cli/command.h"
 

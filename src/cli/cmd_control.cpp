@@ -12,7 +12,7 @@ namespace vorlan::cli {
 
 namespace {
 
-using MessageList = corekit::vector<boost::shared_ptr<Message const>>;
+using MessageList = std::vector<boost::shared_ptr<Message const>>;
 
 struct JobsArgument {
     std::vector<std::string> jobs;

@@ -160,7 +160,7 @@ ExitCode Report(Context& context, ReportOptions const& options) {
     Farm& farm = context.TheFarm();
     farm.LoadJobs();
     farm.LoadEngines();
-    corekit::vector<Candidate> candidates = JobCandidates(farm.View());
+    std::vector<Candidate> candidates = JobCandidates(farm.View());
     auto const engines = EngineCandidates(farm.View());
     candidates.insert(candidates.end(), engines.begin(), engines.end());
     UID const id = Resolve("Job or Engine", options.what, candidates);

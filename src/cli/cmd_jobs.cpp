@@ -27,7 +27,7 @@ struct JobOptions {
     bool json = false;
 };
 
-Table JobTable(FarmView const& view, corekit::vector<boost::shared_ptr<Job>> const& jobs) {
+Table JobTable(FarmView const& view, std::vector<boost::shared_ptr<Job>> const& jobs) {
     Table table;
     table.AddColumn("ID");
     table.AddColumn("Name", Table::Align::Left, Table::Width::MayShrink);
@@ -55,7 +55,7 @@ Table JobTable(FarmView const& view, corekit::vector<boost::shared_ptr<Job>> con
 ExitCode Jobs(Context& context, JobsOptions const& options) {
     Farm& farm = context.TheFarm();
     farm.LoadJobs();
-    corekit::vector<boost::shared_ptr<Job>> jobs = farm.View().JobsByAge();
+    std::vector<boost::shared_ptr<Job>> jobs = farm.View().JobsByAge();
     if (options.unfinished)
         std::erase_if(jobs, [](auto const& job) { return job->IsFinished(); });
     if (options.json) {

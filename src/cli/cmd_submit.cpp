@@ -37,7 +37,7 @@ Path CurrentFolder() { return Path(std::filesystem::current_path()); }
 boost::shared_ptr<Product const> ProductOf(Job const& job) { return JobFactory::s_JobFactory->GetProduct(job.Type()); }
 
 // The Jobs of the file, their paths absolute.
-corekit::vector<JobPtr> JobsOfFile(Path const& path) {
+std::vector<JobPtr> JobsOfFile(Path const& path) {
     JobFile file(path, true, false);
     file.ConformFromVersion(0);
     if (file.Jobs().empty())
@@ -75,9 +75,9 @@ void Override(Job& job, SubmitOptions const& options, FarmView const& view) {
     CheckJob(job, *product);
 }
 
-corekit::vector<JobPtr> MakeJobs(Farm& farm, SubmitOptions const& options) {
+std::vector<JobPtr> MakeJobs(Farm& farm, SubmitOptions const& options) {
     farm.LoadPools();
-    corekit::vector<JobPtr> jobs;
+    std::vector<JobPtr> jobs;
     if (options.file.empty())
         jobs.push_back(JobFactory::s_JobFactory->CreateJob(ResolveProduct(options.product)->Type()));
     else
@@ -93,7 +93,7 @@ corekit::vector<JobPtr> MakeJobs(Farm& farm, SubmitOptions const& options) {
     return jobs;
 }
 
-void Tell(Context& context, SubmitOptions const& options, corekit::vector<JobPtr> const& jobs) {
+void Tell(Context& context, SubmitOptions const& options, std::vector<JobPtr> const& jobs) {
     if (options.json) {
         Json list = Json::array();
         for (JobPtr const& job : jobs)
@@ -118,12 +118,12 @@ ExitCode Submit(Context& context, SubmitOptions const& options) {
     if (options.file.empty() == options.product.empty())
         throw CommandException(ExitCode::Usage, "Give either a Job file or --product.");
     Farm& farm = context.TheFarm();
-    corekit::vector<JobPtr> const jobs = MakeJobs(farm, options);
-    corekit::vector<boost::shared_ptr<Message const>> messages;
+    std::vector<JobPtr> const jobs = MakeJobs(farm, options);
+    std::vector<boost::shared_ptr<Message const>> messages;
     for (JobPtr const& job : jobs)
         messages.push_back(JobMsg::Create(job));
     auto const refusals = farm.DoAll(messages);
-    corekit::vector<JobPtr> accepted;
+    std::vector<JobPtr> accepted;
     for (JobPtr const& job : jobs) {
         auto const refused =
             std::find_if(refusals.begin(), refusals.end(), [&](auto const& r) { return r.id == job->id; });

@@ -57,7 +57,7 @@ public:
 
 private:
     void Load() {
-        corekit::set<UID> kinds{JobMsg::s_Type, JobParameterMsg::s_Type, FinishedJobMsg::s_Type, DeleteJobMsg::s_Type};
+        std::set<UID> kinds{JobMsg::s_Type, JobParameterMsg::s_Type, FinishedJobMsg::s_Type, DeleteJobMsg::s_Type};
         if (m_request.progress) {
             kinds.insert({AssignedWorkMsg::s_Type, StartedWorkMsg::s_Type, FinishedWorkMsg::s_Type,
                           WorkHistoryElementMsg::s_Type});
@@ -172,8 +172,8 @@ private:
     Progress m_progress;
     Clock::time_point m_deadline = Clock::now() + std::chrono::hours(24 * 365 * 10);
     Clock::time_point m_nextShow;
-    corekit::map<UID, boost::shared_ptr<Job>> m_ends; // null: it was deleted
-    corekit::map<UID, String> m_names;
+    std::map<UID, boost::shared_ptr<Job>> m_ends; // null: it was deleted
+    std::map<UID, String> m_names;
 };
 
 ExitCode Wait(Context& context, WaitOptions const& options) {

@@ -30,7 +30,7 @@ struct LogOptions {
     bool follow = false;
 };
 
-void PrintUnits(Context& context, FarmView const& view, corekit::vector<FarmView::Unit const*> const& units) {
+void PrintUnits(Context& context, FarmView const& view, std::vector<FarmView::Unit const*> const& units) {
     Table table;
     table.AddColumn("ID");
     table.AddColumn("Job", Table::Align::Left, Table::Width::MayShrink);
@@ -127,8 +127,8 @@ void ReadAll(Farm& farm, OutputReader& reader) {
 // The output of one run, wherever it is.
 bool ReadWork(Context& context, String const& text, OutputReader::Mode mode) {
     Farm& farm = context.TheFarm();
-    corekit::map<UID, UID> engineOf;
-    corekit::vector<Candidate> candidates;
+    std::map<UID, UID> engineOf;
+    std::vector<Candidate> candidates;
     auto const add = [&](UID const& work, UID const& engine) {
         if (engineOf.emplace(work, engine).second)
             candidates.push_back({work, String()});

@@ -1,14 +1,14 @@
-// What all commands share: how they are declared, and what they work with.
 #pragma once
+
+// What all commands share: how they are declared, and what they work with.
 
 #include "cli/exitcode.h"
 #include "cli/farm.h"
 #include "cli/terminal.h"
 
-#include <corekit/containers.h>
-
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -71,7 +71,7 @@ String MomentText(Time const& time);
 String PercentText(double percent);
 
 struct WaitRequest {
-    corekit::vector<UID> jobs;
+    std::vector<UID> jobs;
     bool progress = false;
     bool json = false;
     int64_t timeoutMs = 0; // 0: none

@@ -1,9 +1,12 @@
-// For the files that declare commands: the parser's own header is heavy.
 #pragma once
+
+// For the files that declare commands: the parser's own header is heavy.
 
 #include "cli/command.h"
 
 #include <CLI/CLI.hpp>
+
+#include <vector>
 
 namespace vorlan::cli {
 
@@ -14,7 +17,7 @@ void Commands::OnChosen(CLI::App& sub, std::shared_ptr<Options> options, ExitCod
     });
 }
 
-inline corekit::vector<String> Strings(std::vector<std::string> const& texts) { return {texts.begin(), texts.end()}; }
+inline std::vector<String> Strings(std::vector<std::string> const& texts) { return {texts.begin(), texts.end()}; }
 
 // --json, as every listing has it.
 inline void AddJson(CLI::App& sub, bool& json) { sub.add_flag("--json", json, "Print JSON, for scripts"); }

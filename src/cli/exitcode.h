@@ -1,5 +1,6 @@
-// How `vorlan` ends, for scripts.
 #pragma once
+
+// How `vorlan` ends, for scripts.
 
 #include <corekit/exception.h>
 #include <vorlan/fwd.h>

@@ -53,7 +53,7 @@ boost::shared_ptr<Message> Farm::Next(Clock::time_point deadline) {
     return message;
 }
 
-boost::shared_ptr<Message> Farm::WaitFor(corekit::set<UID> const& kinds) {
+boost::shared_ptr<Message> Farm::WaitFor(std::set<UID> const& kinds) {
     for (;;) {
         boost::shared_ptr<Message> message = Next(Clock::now() + k_Silence);
         if (!message)
@@ -64,7 +64,7 @@ boost::shared_ptr<Message> Farm::WaitFor(corekit::set<UID> const& kinds) {
     }
 }
 
-void Farm::LoadJobs(corekit::set<UID> const& ids) {
+void Farm::LoadJobs(std::set<UID> const& ids) {
     m_view.ClearJobs();
     auto request = GetJobInfoMsg::New();
     request->all = ids.empty();
@@ -74,7 +74,7 @@ void Farm::LoadJobs(corekit::set<UID> const& ids) {
     WaitFor({EndJobInfoMsg::s_Type});
 }
 
-void Farm::LoadHistories(corekit::set<UID> const& ids) {
+void Farm::LoadHistories(std::set<UID> const& ids) {
     auto request = GetJobInfoMsg::New();
     request->all = ids.empty();
     request->ids = ids;
@@ -97,7 +97,7 @@ void Farm::LoadPools() {
     WaitFor({PoolMsg::s_Type});
 }
 
-void Farm::Follow(corekit::set<UID> const& kinds) {
+void Farm::Follow(std::set<UID> const& kinds) {
     auto request = NotifyOnEventMsg::New();
     request->ids = kinds;
     Send(request);
@@ -109,7 +109,7 @@ void Farm::Do(boost::shared_ptr<Message const> const& message) {
         throw CommandException(ExitCode::Failed, "The Master refused: " + refusals.front().reason);
 }
 
-corekit::vector<Farm::Refusal> Farm::DoAll(corekit::vector<boost::shared_ptr<Message const>> const& messages) {
+std::vector<Farm::Refusal> Farm::DoAll(std::vector<boost::shared_ptr<Message const>> const& messages) {
     m_refusals.clear();
     for (auto const& message : messages)
         Send(message);

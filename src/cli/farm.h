@@ -1,11 +1,14 @@
-// The farm as a command sees it: a connection and what came over it.
 #pragma once
+
+// The farm as a command sees it: a connection and what came over it.
 
 #include "cli/farmview.h"
 #include "cli/masterlink.h"
 
 #include <functional>
 #include <memory>
+#include <set>
+#include <vector>
 
 namespace vorlan::cli {
 
@@ -24,12 +27,12 @@ public:
 
     // Jobs and their active work; all of them if `ids` is empty. Those loaded before
     // are forgotten.
-    void LoadJobs(corekit::set<UID> const& ids = {});
-    void LoadHistories(corekit::set<UID> const& ids = {});
+    void LoadJobs(std::set<UID> const& ids = {});
+    void LoadHistories(std::set<UID> const& ids = {});
     void LoadEngines();
     void LoadPools();
     // From now on Next gives these kinds of messages, too.
-    void Follow(corekit::set<UID> const& kinds);
+    void Follow(std::set<UID> const& kinds);
 
     // Does a command and waits until the Master has stored it. Throws with the
     // Master's own words if it refuses.
@@ -40,7 +43,7 @@ public:
         UID id;
         String reason;
     };
-    corekit::vector<Refusal> DoAll(corekit::vector<boost::shared_ptr<Message const>> const& messages);
+    std::vector<Refusal> DoAll(std::vector<boost::shared_ptr<Message const>> const& messages);
     // Sends without waiting for anything.
     void Send(boost::shared_ptr<Message const> const& message) { m_link->Send(message); }
 
@@ -56,12 +59,12 @@ public:
 
 private:
     void Open();
-    boost::shared_ptr<Message> WaitFor(corekit::set<UID> const& kinds);
+    boost::shared_ptr<Message> WaitFor(std::set<UID> const& kinds);
 
     Connector const m_connector;
     std::unique_ptr<MasterLink> m_link;
     FarmView m_view;
-    corekit::vector<Refusal> m_refusals; // not asked for yet
+    std::vector<Refusal> m_refusals; // not asked for yet
 };
 
 } // namespace vorlan::cli

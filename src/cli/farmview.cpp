@@ -127,19 +127,19 @@ JobHistory const& FarmView::History(UID const& job) const {
     return at == m_histories.end() ? s_none : at->second;
 }
 
-corekit::vector<boost::shared_ptr<Job>> FarmView::JobsByAge() const {
-    corekit::vector<std::pair<Time, boost::shared_ptr<Job>>> aged;
+std::vector<boost::shared_ptr<Job>> FarmView::JobsByAge() const {
+    std::vector<std::pair<Time, boost::shared_ptr<Job>>> aged;
     for (auto const& [id, job] : m_jobs)
         aged.emplace_back(job->Created(), job);
     std::stable_sort(aged.begin(), aged.end(), [](auto const& a, auto const& b) { return a.first < b.first; });
-    corekit::vector<boost::shared_ptr<Job>> jobs;
+    std::vector<boost::shared_ptr<Job>> jobs;
     for (auto const& [created, job] : aged)
         jobs.push_back(job);
     return jobs;
 }
 
-corekit::vector<Engine const*> FarmView::EnginesByName() const {
-    corekit::vector<Engine const*> engines;
+std::vector<Engine const*> FarmView::EnginesByName() const {
+    std::vector<Engine const*> engines;
     for (auto const& [id, engine] : m_engines)
         engines.push_back(&engine);
     std::stable_sort(engines.begin(), engines.end(),
@@ -147,8 +147,8 @@ corekit::vector<Engine const*> FarmView::EnginesByName() const {
     return engines;
 }
 
-corekit::vector<FarmView::Unit const*> FarmView::UnitsByAge(UID const& job) const {
-    corekit::vector<Unit const*> units;
+std::vector<FarmView::Unit const*> FarmView::UnitsByAge(UID const& job) const {
+    std::vector<Unit const*> units;
     for (auto const& [id, unit] : m_units) {
         if (job.IsNull() || unit.work->parentID == job)
             units.push_back(&unit);

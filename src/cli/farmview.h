@@ -1,13 +1,16 @@
-// What the command line knows of the farm.
 #pragma once
 
+// What the command line knows of the farm.
+
 #include <boost/shared_ptr.hpp>
-#include <corekit/containers.h>
 #include <corekit/time.h>
 #include <vorlan/engine.h>
 #include <vorlan/fwd.h>
 #include <vorlan/job.h>
 #include <vorlan/jobhistory.h>
+
+#include <map>
+#include <vector>
 
 namespace vorlan {
 class Message;
@@ -34,21 +37,21 @@ public:
     // Forgets Jobs, work and histories, before they are loaded anew.
     void ClearJobs();
 
-    corekit::map<UID, boost::shared_ptr<Job>> const& Jobs() const { return m_jobs; }
-    corekit::map<UID, Engine> const& Engines() const { return m_engines; }
-    corekit::map<UID, String> const& Pools() const { return m_pools; }
-    corekit::map<UID, Unit> const& Units() const { return m_units; }
+    std::map<UID, boost::shared_ptr<Job>> const& Jobs() const { return m_jobs; }
+    std::map<UID, Engine> const& Engines() const { return m_engines; }
+    std::map<UID, String> const& Pools() const { return m_pools; }
+    std::map<UID, Unit> const& Units() const { return m_units; }
 
     // Null when it is not there.
     boost::shared_ptr<Job> FindJob(UID const& id) const;
     // An empty one when it was not loaded.
     JobHistory const& History(UID const& job) const;
-    corekit::map<UID, JobHistory> const& Histories() const { return m_histories; }
+    std::map<UID, JobHistory> const& Histories() const { return m_histories; }
     // The oldest first.
-    corekit::vector<boost::shared_ptr<Job>> JobsByAge() const;
-    corekit::vector<Engine const*> EnginesByName() const;
+    std::vector<boost::shared_ptr<Job>> JobsByAge() const;
+    std::vector<Engine const*> EnginesByName() const;
     // The longest running first; of one Job if `job` is not null.
-    corekit::vector<Unit const*> UnitsByAge(UID const& job) const;
+    std::vector<Unit const*> UnitsByAge(UID const& job) const;
     size_t UnitCount(UID const& job) const;
     size_t UnitCountOn(UID const& engine) const;
 
@@ -64,13 +67,13 @@ private:
     void RemoveJob(UID const& job);
     void TakeHistoryElement(WorkHistoryElement const& element);
 
-    corekit::map<UID, boost::shared_ptr<Job>> m_jobs;
-    corekit::map<UID, Engine> m_engines;
-    corekit::map<UID, String> m_pools;
-    corekit::map<UID, Unit> m_units;           // by the unit's own UID
-    corekit::map<UID, size_t> m_countOfJob;    // of m_units
-    corekit::map<UID, size_t> m_countOfEngine; // of m_units
-    corekit::map<UID, JobHistory> m_histories;
+    std::map<UID, boost::shared_ptr<Job>> m_jobs;
+    std::map<UID, Engine> m_engines;
+    std::map<UID, String> m_pools;
+    std::map<UID, Unit> m_units;           // by the unit's own UID
+    std::map<UID, size_t> m_countOfJob;    // of m_units
+    std::map<UID, size_t> m_countOfEngine; // of m_units
+    std::map<UID, JobHistory> m_histories;
 };
 
 } // namespace vorlan::cli

@@ -1,6 +1,7 @@
+#pragma once
+
 // The listings for machines. Their keys are fixed: scripts count on them. Times are
 // UTC in ISO 8601, null where there is none; durations are seconds.
-#pragma once
 
 #include "cli/farmview.h"
 

@@ -20,8 +20,8 @@ namespace {
 constexpr std::chrono::seconds k_LongestSearch{60};
 constexpr int k_ConnectMs = 3'000;
 
-corekit::vector<IPPeer> HostsOf(String const& text) {
-    corekit::vector<IPPeer> hosts;
+std::vector<IPPeer> HostsOf(String const& text) {
+    std::vector<IPPeer> hosts;
     StringTokenizer words(text, " \t,;");
     String word;
     while (words.Next(word)) {
@@ -39,7 +39,7 @@ corekit::vector<IPPeer> HostsOf(String const& text) {
 
 class NetLink final : public MasterLink {
 public:
-    explicit NetLink(corekit::vector<IPPeer> hosts) : m_client(Options(std::move(hosts)), MakeHandlers()) {
+    explicit NetLink(std::vector<IPPeer> hosts) : m_client(Options(std::move(hosts)), MakeHandlers()) {
         m_client.Start();
         WaitForConnection();
     }
@@ -64,7 +64,7 @@ public:
     }
 
 private:
-    net::ClientOptions Options(corekit::vector<IPPeer> hosts) {
+    net::ClientOptions Options(std::vector<IPPeer> hosts) {
         net::ClientOptions options;
         options.self = net::PeerInfo::Self(net::PeerKind::Tool, "vorlan");
         options.retry = net::ClientOptions::Retry::Never;
@@ -130,7 +130,7 @@ private:
     std::condition_variable m_changed;
     // Guarded by m_guard.
     std::deque<boost::shared_ptr<Message>> m_messages;
-    corekit::vector<IPPeer> m_tried;
+    std::vector<IPPeer> m_tried;
     String m_reason;
     bool m_connected = false;
     bool m_closed = false;

@@ -1,5 +1,6 @@
-// The command line's connection to the Master.
 #pragma once
+
+// The command line's connection to the Master.
 
 #include <boost/shared_ptr.hpp>
 #include <vorlan/fwd.h>

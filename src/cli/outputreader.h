@@ -1,7 +1,11 @@
-// Reads the output of runs, by way of the Master.
 #pragma once
 
+// Reads the output of runs, by way of the Master.
+
 #include "cli/command.h"
+
+#include <map>
+#include <set>
 
 namespace vorlan::cli {
 
@@ -32,8 +36,8 @@ private:
     void Write(Request& request, String const& data, bool end);
 
     Context& m_context;
-    corekit::map<UID, Request> m_requests;
-    corekit::set<UID> m_asked;
+    std::map<UID, Request> m_requests;
+    std::set<UID> m_asked;
     size_t m_errors = 0;
 };
 

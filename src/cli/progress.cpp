@@ -20,7 +20,7 @@ struct Sum {
     double Percent() const { return frames == 0 ? 0 : 100 * done / static_cast<double>(frames); }
 };
 
-Sum Add(FarmView const& view, corekit::vector<UID> const& jobs) {
+Sum Add(FarmView const& view, std::vector<UID> const& jobs) {
     Sum sum;
     for (UID const& id : jobs) {
         auto const job = view.FindJob(id);
@@ -36,7 +36,7 @@ Sum Add(FarmView const& view, corekit::vector<UID> const& jobs) {
 
 } // namespace
 
-String Progress::Line(FarmView const& view, corekit::vector<UID> const& jobs) const {
+String Progress::Line(FarmView const& view, std::vector<UID> const& jobs) const {
     Sum const sum = Add(view, jobs);
     auto const filled = static_cast<size_t>(sum.Percent() / 100 * k_BarWidth);
     String const name = jobs.size() == 1 ? view.JobName(jobs.front()) : String::From(jobs.size()) + " Jobs";
@@ -45,7 +45,7 @@ String Progress::Line(FarmView const& view, corekit::vector<UID> const& jobs) co
                    static_cast<unsigned long long>(sum.frames), sum.active);
 }
 
-void Progress::Show(FarmView const& view, corekit::vector<UID> const& jobs) {
+void Progress::Show(FarmView const& view, std::vector<UID> const& jobs) {
     if (!m_terminal.errIsTerminal)
         return ShowSteps(view, jobs);
     String const line = Line(view, jobs);
@@ -55,7 +55,7 @@ void Progress::Show(FarmView const& view, corekit::vector<UID> const& jobs) {
     m_terminal.ShowStatus(line);
 }
 
-void Progress::ShowSteps(FarmView const& view, corekit::vector<UID> const& jobs) {
+void Progress::ShowSteps(FarmView const& view, std::vector<UID> const& jobs) {
     for (UID const& id : jobs) {
         auto const job = view.FindJob(id);
         if (!job)
@@ -70,7 +70,7 @@ void Progress::ShowSteps(FarmView const& view, corekit::vector<UID> const& jobs)
     }
 }
 
-void Progress::Finish(FarmView const& view, corekit::vector<UID> const& jobs) {
+void Progress::Finish(FarmView const& view, std::vector<UID> const& jobs) {
     if (!m_terminal.errIsTerminal)
         return ShowSteps(view, jobs);
     m_terminal.ClearStatus();

@@ -1,10 +1,13 @@
-// How far Jobs are, as it is shown while somebody waits.
 #pragma once
+
+// How far Jobs are, as it is shown while somebody waits.
 
 #include "cli/farmview.h"
 #include "cli/terminal.h"
 
 #include <chrono>
+#include <map>
+#include <vector>
 
 namespace vorlan::cli {
 
@@ -17,18 +20,18 @@ public:
 
     explicit Progress(Terminal& terminal) : m_terminal(terminal) {}
 
-    void Show(FarmView const& view, corekit::vector<UID> const& jobs);
+    void Show(FarmView const& view, std::vector<UID> const& jobs);
     // The last line, which stays.
-    void Finish(FarmView const& view, corekit::vector<UID> const& jobs);
+    void Finish(FarmView const& view, std::vector<UID> const& jobs);
     // A line of its own, with what happened.
     void Tell(String const& line);
 
 private:
-    String Line(FarmView const& view, corekit::vector<UID> const& jobs) const;
-    void ShowSteps(FarmView const& view, corekit::vector<UID> const& jobs);
+    String Line(FarmView const& view, std::vector<UID> const& jobs) const;
+    void ShowSteps(FarmView const& view, std::vector<UID> const& jobs);
 
     Terminal& m_terminal;
-    corekit::map<UID, int> m_told; // the last step of each Job
+    std::map<UID, int> m_told; // the last step of each Job
     String m_shown;
 };
 

@@ -14,8 +14,8 @@ namespace {
 
 constexpr size_t k_MaxNamed = 5; // in a text that says what could be meant
 
-corekit::vector<Candidate> Fitting(String const& text, corekit::vector<Candidate> const& candidates) {
-    corekit::vector<Candidate> fit;
+std::vector<Candidate> Fitting(String const& text, std::vector<Candidate> const& candidates) {
+    std::vector<Candidate> fit;
     auto const take = [&](auto fits) {
         std::copy_if(candidates.begin(), candidates.end(), std::back_inserter(fit), fits);
         return !fit.empty();
@@ -30,7 +30,7 @@ corekit::vector<Candidate> Fitting(String const& text, corekit::vector<Candidate
     return fit;
 }
 
-[[noreturn]] void FailAmbiguous(String const& kind, String const& text, corekit::vector<Candidate> const& fit) {
+[[noreturn]] void FailAmbiguous(String const& kind, String const& text, std::vector<Candidate> const& fit) {
     String message = "\"" + text + "\" may be any of " + String::From(fit.size()) + " " + kind + "s:";
     for (size_t i = 0; i < std::min(fit.size(), k_MaxNamed); ++i)
         message += "\n  " + fit[i].id.ToString() + "  " + fit[i].name;
@@ -53,7 +53,7 @@ size_t Distance(String const& a, String const& b) {
     return row.back();
 }
 
-bool AreFullUIDs(corekit::vector<String> const& texts, corekit::set<UID>& ids) {
+bool AreFullUIDs(std::vector<String> const& texts, std::set<UID>& ids) {
     for (String const& text : texts) {
         UID id;
         if (!UID::FromString(text, id))
@@ -65,13 +65,13 @@ bool AreFullUIDs(corekit::vector<String> const& texts, corekit::set<UID>& ids) {
 
 } // namespace
 
-UID Resolve(String const& kind, String const& text, corekit::vector<Candidate> const& candidates) {
-    corekit::vector<Candidate> const fit = text.empty() ? corekit::vector<Candidate>() : Fitting(text, candidates);
+UID Resolve(String const& kind, String const& text, std::vector<Candidate> const& candidates) {
+    std::vector<Candidate> const fit = text.empty() ? std::vector<Candidate>() : Fitting(text, candidates);
     if (fit.size() > 1)
         FailAmbiguous(kind, text, fit);
     if (fit.size() == 1)
         return fit.front().id;
-    corekit::vector<String> names;
+    std::vector<String> names;
     for (Candidate const& one : candidates)
         names.push_back(one.name);
     String const nearest = NearestName(text, names);
@@ -79,11 +79,11 @@ UID Resolve(String const& kind, String const& text, corekit::vector<Candidate> c
                                                  (nearest.empty() ? String() : " Is \"" + nearest + "\" meant?"));
 }
 
-corekit::vector<UID> ResolveJobs(Farm& farm, corekit::vector<String> const& texts) {
-    corekit::set<UID> ids;
-    farm.LoadJobs(AreFullUIDs(texts, ids) ? ids : corekit::set<UID>());
-    corekit::vector<Candidate> const candidates = JobCandidates(farm.View());
-    corekit::vector<UID> found;
+std::vector<UID> ResolveJobs(Farm& farm, std::vector<String> const& texts) {
+    std::set<UID> ids;
+    farm.LoadJobs(AreFullUIDs(texts, ids) ? ids : std::set<UID>());
+    std::vector<Candidate> const candidates = JobCandidates(farm.View());
+    std::vector<UID> found;
     for (String const& text : texts) {
         UID const id = Resolve("Job", text, candidates);
         if (std::find(found.begin(), found.end(), id) == found.end())
@@ -94,12 +94,12 @@ corekit::vector<UID> ResolveJobs(Farm& farm, corekit::vector<String> const& text
 
 UID ResolveJob(Farm& farm, String const& text) { return ResolveJobs(farm, {text}).front(); }
 
-corekit::vector<JobOrWork> ResolveJobsAndWork(Farm& farm, corekit::vector<String> const& texts) {
+std::vector<JobOrWork> ResolveJobsAndWork(Farm& farm, std::vector<String> const& texts) {
     farm.LoadJobs();
-    corekit::vector<Candidate> candidates = JobCandidates(farm.View());
+    std::vector<Candidate> candidates = JobCandidates(farm.View());
     for (auto const& [id, unit] : farm.View().Units())
         candidates.push_back({id, String()});
-    corekit::vector<JobOrWork> found;
+    std::vector<JobOrWork> found;
     for (String const& text : texts) {
         UID const id = Resolve("Job or work unit", text, candidates);
         found.push_back({id, farm.View().Units().contains(id)});
@@ -107,15 +107,15 @@ corekit::vector<JobOrWork> ResolveJobsAndWork(Farm& farm, corekit::vector<String
     return found;
 }
 
-corekit::vector<Candidate> JobCandidates(FarmView const& view) {
-    corekit::vector<Candidate> candidates;
+std::vector<Candidate> JobCandidates(FarmView const& view) {
+    std::vector<Candidate> candidates;
     for (auto const& [id, job] : view.Jobs())
         candidates.push_back({id, job->Name()});
     return candidates;
 }
 
-corekit::vector<Candidate> EngineCandidates(FarmView const& view) {
-    corekit::vector<Candidate> candidates;
+std::vector<Candidate> EngineCandidates(FarmView const& view) {
+    std::vector<Candidate> candidates;
     for (auto const& [id, engine] : view.Engines())
         candidates.push_back({id, engine.Name()});
     return candidates;
@@ -124,7 +124,7 @@ corekit::vector<Candidate> EngineCandidates(FarmView const& view) {
 UID ResolveEngine(FarmView const& view, String const& text) { return Resolve("Engine", text, EngineCandidates(view)); }
 
 UID ResolvePool(FarmView const& view, String const& text) {
-    corekit::vector<Candidate> candidates;
+    std::vector<Candidate> candidates;
     for (auto const& [id, name] : view.Pools())
         candidates.push_back({id, name});
     return Resolve("Pool", text, candidates);
@@ -134,7 +134,7 @@ boost::shared_ptr<Product const> ResolveProduct(String const& text) {
     JobFactory const& factory = *JobFactory::s_JobFactory;
     if (auto product = factory.FindProduct(text))
         return product;
-    corekit::vector<Candidate> candidates;
+    std::vector<Candidate> candidates;
     for (UID const& type : factory.ListProducts()) {
         if (auto const product = factory.GetProduct(type))
             candidates.push_back({type, product->Name()});
@@ -142,7 +142,7 @@ boost::shared_ptr<Product const> ResolveProduct(String const& text) {
     return factory.GetProduct(Resolve("Product", text, candidates));
 }
 
-String NearestName(String const& text, corekit::vector<String> const& names) {
+String NearestName(String const& text, std::vector<String> const& names) {
     constexpr size_t k_MaxLength = 64;
     if (text.empty() || text.size() > k_MaxLength)
         return String();

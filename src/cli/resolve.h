@@ -1,9 +1,10 @@
-// From what a person types to the thing that is meant.
 #pragma once
+
+// From what a person types to the thing that is meant.
 
 #include "cli/farm.h"
 
-#include <corekit/containers.h>
+#include <vector>
 
 namespace vorlan::cli {
 
@@ -15,11 +16,11 @@ struct Candidate {
 // The one candidate that `text` names: a UID, else the exact name (case aside), else
 // the start of a UID. `kind` is "Job" and the like. Throws CommandException when none
 // or more than one fits.
-UID Resolve(String const& kind, String const& text, corekit::vector<Candidate> const& candidates);
+UID Resolve(String const& kind, String const& text, std::vector<Candidate> const& candidates);
 
 // The Jobs named, loaded with their work; as few as possible are loaded. In the order
 // of the texts, doubled ones once.
-corekit::vector<UID> ResolveJobs(Farm& farm, corekit::vector<String> const& texts);
+std::vector<UID> ResolveJobs(Farm& farm, std::vector<String> const& texts);
 UID ResolveJob(Farm& farm, String const& text);
 
 // A Job, or a work unit that an Engine has.
@@ -28,7 +29,7 @@ struct JobOrWork {
     bool isWork = false;
 };
 // All Jobs are loaded.
-corekit::vector<JobOrWork> ResolveJobsAndWork(Farm& farm, corekit::vector<String> const& texts);
+std::vector<JobOrWork> ResolveJobsAndWork(Farm& farm, std::vector<String> const& texts);
 
 // Of what the view holds.
 UID ResolveEngine(FarmView const& view, String const& text);
@@ -36,10 +37,10 @@ UID ResolvePool(FarmView const& view, String const& text);
 // By name, alias or UID.
 boost::shared_ptr<Product const> ResolveProduct(String const& text);
 
-corekit::vector<Candidate> JobCandidates(FarmView const& view);
-corekit::vector<Candidate> EngineCandidates(FarmView const& view);
+std::vector<Candidate> JobCandidates(FarmView const& view);
+std::vector<Candidate> EngineCandidates(FarmView const& view);
 
 // Of the names, the one that a misspelt text is likely to mean; empty if none is near.
-String NearestName(String const& text, corekit::vector<String> const& names);
+String NearestName(String const& text, std::vector<String> const& names);
 
 } // namespace vorlan::cli

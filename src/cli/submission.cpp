@@ -56,8 +56,8 @@ String AbsoluteValue(Parameter const& parameter, String const& value, Path const
     return list;
 }
 
-corekit::vector<String> JobParameterNames(Product const& product) {
-    corekit::vector<String> names;
+std::vector<String> JobParameterNames(Product const& product) {
+    std::vector<String> names;
     for (size_t i = 0; i < product.GetParamCount(); ++i) {
         auto const parameter = product.GetParam(i);
         if (parameter->HasFlag(Parameter::f_JobParameter))

@@ -1,5 +1,6 @@
-// Making Jobs ready for the Master: values from the command line, paths, names.
 #pragma once
+
+// Making Jobs ready for the Master: values from the command line, paths, names.
 
 #include "cli/farmview.h"
 

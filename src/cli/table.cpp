@@ -15,15 +15,15 @@ constexpr size_t k_Narrowest = 8; // what a column keeps when it shrinks
 
 void Table::AddColumn(String const& title, Align align, Width width) { m_columns.push_back({title, align, width}); }
 
-void Table::AddRow(corekit::vector<Cell> row) {
+void Table::AddRow(std::vector<Cell> row) {
     row.resize(m_columns.size(), Cell(""));
     for (Cell& cell : row)
         cell.text = Printable(cell.text);
     m_rows.push_back(std::move(row));
 }
 
-corekit::vector<size_t> Table::Widths(size_t terminalWidth) const {
-    corekit::vector<size_t> widths;
+std::vector<size_t> Table::Widths(size_t terminalWidth) const {
+    std::vector<size_t> widths;
     for (size_t i = 0; i < m_columns.size(); ++i) {
         size_t width = DisplayWidth(m_columns[i].title);
         for (auto const& row : m_rows)
@@ -51,7 +51,7 @@ corekit::vector<size_t> Table::Widths(size_t terminalWidth) const {
 }
 
 void Table::Print(Terminal& terminal) const {
-    corekit::vector<size_t> const widths = Widths(terminal.width);
+    std::vector<size_t> const widths = Widths(terminal.width);
     auto const print = [&](size_t i, Cell const& cell) {
         String const text = FitWidth(cell.text, widths[i]);
         size_t const used = DisplayWidth(text);

@@ -1,9 +1,10 @@
-// Tables for people.
 #pragma once
+
+// Tables for people.
 
 #include "cli/terminal.h"
 
-#include <corekit/containers.h>
+#include <vector>
 
 namespace vorlan::cli {
 
@@ -26,7 +27,7 @@ public:
 
     void AddColumn(String const& title, Align align = Align::Left, Width width = Width::Full);
     // As many cells as there are columns; fewer leave the rest empty.
-    void AddRow(corekit::vector<Cell> row);
+    void AddRow(std::vector<Cell> row);
     bool Empty() const { return m_rows.empty(); }
 
     // Titles and rows. Columns that may shrink lose what does not fit the terminal.
@@ -38,10 +39,10 @@ private:
         Align align;
         Width width;
     };
-    corekit::vector<size_t> Widths(size_t terminalWidth) const;
+    std::vector<size_t> Widths(size_t terminalWidth) const;
 
-    corekit::vector<Column> m_columns;
-    corekit::vector<corekit::vector<Cell>> m_rows;
+    std::vector<Column> m_columns;
+    std::vector<std::vector<Cell>> m_rows;
 };
 
 } // namespace vorlan::cli

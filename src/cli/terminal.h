@@ -1,5 +1,6 @@
-// Where a command writes to.
 #pragma once
+
+// Where a command writes to.
 
 #include <corekit/string.h>
 #include <vorlan/fwd.h>

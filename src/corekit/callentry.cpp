@@ -42,8 +42,8 @@ void ForgetOtherThreads() {
 
 [[maybe_unused]] int const s_forkHandler = ::pthread_atfork(nullptr, nullptr, &ForgetOtherThreads);
 
-const char* FileLeaf(const char* path) {
-    const char* slash = std::strrchr(path, '/');
+char const* FileLeaf(char const* path) {
+    char const* slash = std::strrchr(path, '/');
     return slash ? slash + 1 : path;
 }
 

@@ -35,17 +35,19 @@ std::string_view SwitchText(std::string_view word) {
 } // namespace
 
 CommandLine::CommandLine(int argc, char const* const* argv) {
-    vector<String> words;
+    std::vector<String> words;
     for (int i = 1; i < argc; ++i)
         words.emplace_back(argv[i]);
     m_program = argc > 0 ? argv[0] : "";
     Parse(words);
 }
 
-CommandLine::CommandLine(String program, vector<String> const& words) : m_program(std::move(program)) { Parse(words); }
+CommandLine::CommandLine(String program, std::vector<String> const& words) : m_program(std::move(program)) {
+    Parse(words);
+}
 
-void CommandLine::Parse(vector<String> const& words) {
-    vector<String>* values = nullptr; // of the last switch
+void CommandLine::Parse(std::vector<String> const& words) {
+    std::vector<String>* values = nullptr; // of the last switch
     bool onlyWords = false;
     for (String const& word : words) {
         if (!onlyWords && word == "--") {
@@ -76,8 +78,8 @@ int CommandLine::GetArgument(String const& name, size_t index, int defaultValue)
     String const* text = FindArgument(name, index);
     if (!text)
         return defaultValue;
-    const char* begin = text->c_str() + (text->StartsWith("+") ? 1 : 0);
-    const char* end = text->c_str() + text->size();
+    char const* begin = text->c_str() + (text->StartsWith("+") ? 1 : 0);
+    char const* end = text->c_str() + text->size();
     int value = 0;
     auto [stop, failure] = std::from_chars(begin, end, value);
     if (failure == std::errc() && stop == end)

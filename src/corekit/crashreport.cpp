@@ -40,7 +40,7 @@ public:
     explicit RawText(int fd) : m_fd(fd) {}
     ~RawText() { Flush(); }
 
-    RawText& Add(const char* text) {
+    RawText& Add(char const* text) {
         for (; *text; ++text)
             Put(*text);
         return *this;
@@ -78,7 +78,7 @@ private:
     char m_buffer[1024];
 };
 
-const char* SignalName(int signal) {
+char const* SignalName(int signal) {
     switch (signal) {
     case SIGSEGV:
         return "SIGSEGV, invalid memory access";
@@ -99,7 +99,7 @@ const char* SignalName(int signal) {
 struct ReportPath {
     char text[PATH_MAX + 64];
     size_t used = 0;
-    void Add(const char* part) {
+    void Add(char const* part) {
         while (*part && used + 1 < sizeof(text))
             text[used++] = *part++;
         text[used] = 0;
@@ -191,7 +191,7 @@ void OnFault(int signal, siginfo_t* info, void*) {
 // Notes an uncaught exception's text, then dies as without us.
 [[noreturn]] void OnTerminate() {
     if (std::exception_ptr current = std::current_exception()) {
-        const char* text = "an exception of an unknown kind";
+        char const* text = "an exception of an unknown kind";
         try {
             std::rethrow_exception(current);
         } catch (std::exception const& exception) {

@@ -9,12 +9,12 @@ Exception::Exception(String message, String detail, int code)
       m_detail(std::move(detail)),
       m_what(m_detail.empty() ? m_message : m_message + " (" + m_detail + ")") {}
 
-MissingProductException::MissingProductException(const UID& product)
+MissingProductException::MissingProductException(UID const& product)
     : Exception("There is no Product with the ID " + product.ToString() +
                     ". Ask an administrator to add the Product to this farm.",
                 {}, k_MissingProduct),
       m_product(product) {}
 
-void FaultSource::LogFault(const Exception& exception) { LogWarning(exception.what()); }
+void FaultSource::LogFault(Exception const& exception) { LogWarning(exception.what()); }
 
 } // namespace corekit

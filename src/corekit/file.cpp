@@ -21,18 +21,18 @@ constinit FileLayer s_realLayer;
 
 Path ProgramFolder() {
     std::error_code error;
-    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+    std::filesystem::path const program = std::filesystem::read_symlink("/proc/self/exe", error);
     return error ? Path(".") : Path(program.parent_path());
 }
 
 // Empty when it is not set.
-Path FromEnvironment(const char* name) {
-    const char* text = std::getenv(name);
+Path FromEnvironment(char const* name) {
+    char const* text = std::getenv(name);
     return Path(text ? text : "");
 }
 
 Path HomeFolder() {
-    const Path home = FromEnvironment("HOME");
+    Path const home = FromEnvironment("HOME");
     if (!home.empty())
         return home;
     char buffer[4096];
@@ -44,8 +44,8 @@ Path HomeFolder() {
 }
 
 // By the base directory rules: a relative value counts as none.
-Path BaseFolder(const char* name, const char* underHome) {
-    const Path base = FromEnvironment(name);
+Path BaseFolder(char const* name, char const* underHome) {
+    Path const base = FromEnvironment(name);
     return base.IsAbsolute() ? base : HomeFolder() / underHome;
 }
 
@@ -58,12 +58,12 @@ Path Made(Path path) {
 
 // Others may write in the system's folder for temporary files: what has our name
 // there may not be ours.
-bool IsOwnFolder(const Path& path) {
+bool IsOwnFolder(Path const& path) {
     struct stat info {};
     return lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == geteuid();
 }
 
-const char* Advice(int systemError) {
+char const* Advice(int systemError) {
     switch (systemError) {
     case ENOSPC:
     case EDQUOT:
@@ -93,11 +93,11 @@ thread_local int s_nextMode = File::k_KeepMode;
 
 } // namespace
 
-int FileLayer::Open(const char* path, int flags, mode_t mode) { return ::open(path, flags, mode); }
-ssize_t FileLayer::Write(int fd, const void* data, size_t bytes) { return ::write(fd, data, bytes); }
+int FileLayer::Open(char const* path, int flags, mode_t mode) { return ::open(path, flags, mode); }
+ssize_t FileLayer::Write(int fd, void const* data, size_t bytes) { return ::write(fd, data, bytes); }
 int FileLayer::Sync(int fd) { return ::fsync(fd); }
 int FileLayer::Close(int fd) { return ::close(fd); }
-int FileLayer::Rename(const char* from, const char* to) { return ::rename(from, to); }
+int FileLayer::Rename(char const* from, char const* to) { return ::rename(from, to); }
 
 constinit FileLayer* FileLayer::s_Layer = &s_realLayer;
 
@@ -105,54 +105,54 @@ constinit FileLayer* FileLayer::s_Layer = &s_realLayer;
 __attribute__((init_priority(102))) Path File::s_AppDir = ProgramFolder();
 
 Path File::GetUserDir() {
-    const Path home = FromEnvironment("VORLAN_HOME");
+    Path const home = FromEnvironment("VORLAN_HOME");
     return Made(home.empty() ? BaseFolder("XDG_CONFIG_HOME", ".config") / "vorlan" : home / "user");
 }
 
 Path File::GetMachineDir() {
-    const Path home = FromEnvironment("VORLAN_HOME");
+    Path const home = FromEnvironment("VORLAN_HOME");
     if (!home.empty())
         return Made(home / "machine");
-    const Path installed = "/var/lib/vorlan";
+    Path const installed = "/var/lib/vorlan";
     if (installed.IsFolder() && access(installed.c_str(), W_OK) == 0)
         return installed;
     return Made(BaseFolder("XDG_STATE_HOME", ".local/state") / "vorlan");
 }
 
 Path File::GetTempDir() {
-    const Path home = FromEnvironment("VORLAN_HOME");
+    Path const home = FromEnvironment("VORLAN_HOME");
     if (!home.empty())
         return Made(home / "temp");
-    const Path base = FromEnvironment("TMPDIR");
-    const Path own = (base.IsAbsolute() ? base : Path("/tmp")) / SFormat("vorlan-%u", static_cast<unsigned>(geteuid()));
+    Path const base = FromEnvironment("TMPDIR");
+    Path const own = (base.IsAbsolute() ? base : Path("/tmp")) / SFormat("vorlan-%u", static_cast<unsigned>(geteuid()));
     ::mkdir(own.c_str(), 0700);
     return IsOwnFolder(own) ? own : Made(GetUserDir() / "temp");
 }
 
 Path File::GetConnectionFile() {
-    const Path home = FromEnvironment("VORLAN_HOME");
+    Path const home = FromEnvironment("VORLAN_HOME");
     return (home.empty() ? s_AppDir : home) / "Connection.ini";
 }
 
-int64_t File::Size(const Path& path) noexcept {
+int64_t File::Size(Path const& path) noexcept {
     struct stat info {};
     return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) ? int64_t{info.st_size} : -1;
 }
 
-String File::Read(const Path& path) {
-    const UniqueFd fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+String File::Read(Path const& path) {
+    UniqueFd const fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!fd)
         throw Failure("read", path, errno);
     String text;
     constexpr size_t piece = 64 * 1024;
     for (;;) {
-        const size_t have = text.size();
+        size_t const have = text.size();
         if (have > static_cast<size_t>(k_MaxReadBytes))
             throw FileException("Cannot read \"" + path + "\": it is too large to be a file of this system.", {},
                                 EFBIG);
         text.resize(have + piece);
-        const ssize_t got = ::read(fd.Get(), text.data() + have, piece);
-        const int systemError = errno;
+        ssize_t const got = ::read(fd.Get(), text.data() + have, piece);
+        int const systemError = errno;
         text.resize(have + static_cast<size_t>(std::max<ssize_t>(got, 0)));
         if (got == 0)
             return text;
@@ -161,8 +161,8 @@ String File::Read(const Path& path) {
     }
 }
 
-void File::WriteWhole(const Path& path, std::string_view text, int mode) {
-    const int asked = std::exchange(s_nextMode, k_KeepMode);
+void File::WriteWhole(Path const& path, std::string_view text, int mode) {
+    int const asked = std::exchange(s_nextMode, k_KeepMode);
     TemporaryFile file(path, mode == k_KeepMode ? asked : mode);
     file.Write(text);
     file.Commit();
@@ -170,14 +170,14 @@ void File::WriteWhole(const Path& path, std::string_view text, int mode) {
 
 void File::SetMode(int mask) { s_nextMode = ModeOfMask(mask); }
 
-void File::MakeFolder(const Path& path) {
+void File::MakeFolder(Path const& path) {
     std::error_code error;
     std::filesystem::create_directories(path.c_str(), error);
     if (error || !path.IsFolder())
         throw Failure("make the folder", path, error ? error.value() : ENOTDIR);
 }
 
-bool File::Delete(const Path& path) {
+bool File::Delete(Path const& path) {
     if (::unlink(path.c_str()) == 0)
         return true;
     if (errno == ENOENT)
@@ -185,7 +185,7 @@ bool File::Delete(const Path& path) {
     throw Failure("delete", path, errno);
 }
 
-Path File::MoveAside(const Path& path) {
+Path File::MoveAside(Path const& path) {
     Path aside = path + ".damaged";
     for (int number = 2; aside.Exists(); ++number)
         aside = path + SFormat(".damaged-%d", number);
@@ -194,7 +194,7 @@ Path File::MoveAside(const Path& path) {
     return aside;
 }
 
-FileException File::Failure(std::string_view action, const Path& path, int systemError) {
+FileException File::Failure(std::string_view action, Path const& path, int systemError) {
     return FileException("Cannot " + String(action) + " \"" + path + "\". " + Advice(systemError),
                          std::generic_category().message(systemError), systemError);
 }

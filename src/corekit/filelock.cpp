@@ -22,17 +22,17 @@ struct HolderText {
 
 HolderText ReadHolder(int fd) {
     char buffer[256];
-    const ssize_t got = pread(fd, buffer, sizeof buffer, 0);
+    ssize_t const got = pread(fd, buffer, sizeof buffer, 0);
     if (got <= 0)
         return {0, "another process"};
-    const String line = String(buffer, static_cast<size_t>(got)).LeftFirst("\n");
-    const int64_t id = line.Int();
-    const int processId = id > 0 && id <= INT32_MAX ? static_cast<int>(id) : 0;
+    String const line = String(buffer, static_cast<size_t>(got)).LeftFirst("\n");
+    int64_t const id = line.Int();
+    int const processId = id > 0 && id <= INT32_MAX ? static_cast<int>(id) : 0;
     return {processId, SFormat("%s (%d)", line.RightFirst(" ").c_str(), processId)};
 }
 
 // The file may have been deleted by its holder between our open and our lock.
-bool IsSameFile(int fd, const Path& path) {
+bool IsSameFile(int fd, Path const& path) {
     struct stat opened {};
     struct stat named {};
     return fstat(fd, &opened) == 0 && stat(path.c_str(), &named) == 0 && opened.st_ino == named.st_ino &&
@@ -46,8 +46,8 @@ bool LockNow(int fd) {
     return true;
 }
 
-void WriteHolder(int fd, const String& programName) {
-    const String text = SFormat("%d %s\n", static_cast<int>(getpid()), programName.c_str());
+void WriteHolder(int fd, String const& programName) {
+    String const text = SFormat("%d %s\n", static_cast<int>(getpid()), programName.c_str());
     // What the file says only helps people; on a full disk the lock still holds.
     if (ftruncate(fd, 0) != 0 || pwrite(fd, text.data(), text.size(), 0) < 0)
         return;
@@ -55,14 +55,14 @@ void WriteHolder(int fd, const String& programName) {
 
 } // namespace
 
-std::unique_ptr<FileLock> FileLock::TryTake(const Path& path, const String& programName, String* holder) {
+std::unique_ptr<FileLock> FileLock::TryTake(Path const& path, String const& programName, String* holder) {
     // Whoever only asks holds the lock for an instant, hence the few tries.
     constexpr int tries = 10;
     constexpr auto pause = std::chrono::milliseconds(2);
     for (int left = tries; left > 0; --left) {
-        const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+        int const fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
         if (fd < 0) {
-            const int systemError = errno;
+            int const systemError = errno;
             if (systemError == EACCES && IsHeld(path, holder))
                 return nullptr;
             throw File::Failure("make the lock file", path, systemError);
@@ -81,13 +81,13 @@ std::unique_ptr<FileLock> FileLock::TryTake(const Path& path, const String& prog
     return nullptr;
 }
 
-bool FileLock::IsHeld(const Path& path, String* holder, int* processId) {
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+bool FileLock::IsHeld(Path const& path, String* holder, int* processId) {
+    int const fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0)
         return false;
-    const bool held = flock(fd, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    bool const held = flock(fd, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
     if (held) {
-        const HolderText found = ReadHolder(fd);
+        HolderText const found = ReadHolder(fd);
         if (holder)
             *holder = found.text;
         if (processId)

@@ -1,5 +1,6 @@
-// The writer of "History.log", behind the log's queue.
 #pragma once
+
+// The writer of "History.log", behind the log's queue.
 
 #include <corekit/path.h>
 

@@ -20,8 +20,8 @@ enum class Place { Section, Key, Value };
 
 // Characters that would end the name, or begin something else.
 bool NeedsEscape(std::string_view text, size_t at, Place place) {
-    const auto c = static_cast<unsigned char>(text[at]);
-    const bool outer = at == 0 || at + 1 == text.size();
+    auto const c = static_cast<unsigned char>(text[at]);
+    bool const outer = at == 0 || at + 1 == text.size();
     if (c < 0x20 || c == 0x7F || (c == ' ' && outer))
         return true;
     if (c == '\\')
@@ -44,8 +44,8 @@ String Escape(std::string_view text, Place place) {
             result += text[at];
             continue;
         }
-        const auto byte = static_cast<unsigned char>(text[at]);
-        const char escaped[] = {'\\', '{', digits[byte >> 4], digits[byte & 15], '}'};
+        auto const byte = static_cast<unsigned char>(text[at]);
+        char const escaped[] = {'\\', '{', digits[byte >> 4], digits[byte & 15], '}'};
         result.append({escaped, sizeof escaped});
     }
     return result;
@@ -65,7 +65,7 @@ String Unescape(std::string_view text) {
     String result;
     result.reserve(text.size());
     for (size_t at = 0; at < text.size(); ++at) {
-        const std::string_view rest = text.substr(at);
+        std::string_view const rest = text.substr(at);
         if (rest.size() >= 5 && rest.starts_with("\\{") && rest[4] == '}' && HexDigit(rest[2]) >= 0 &&
             HexDigit(rest[3]) >= 0) {
             result += static_cast<char>(HexDigit(rest[2]) * 16 + HexDigit(rest[3]));
@@ -81,7 +81,7 @@ bool IsComment(std::string_view line) { return line.starts_with(';') || line.sta
 
 // A line that the parser would skip without a word.
 bool IsStray(std::string_view line) {
-    const size_t start = line.find_first_not_of(k_Blanks);
+    size_t const start = line.find_first_not_of(k_Blanks);
     if (start == std::string_view::npos)
         return false;
     line.remove_prefix(start);
@@ -93,28 +93,28 @@ bool IsStray(std::string_view line) {
 
 // Takes the next line off the text; a line ends as the parser thinks it does.
 std::string_view NextLine(std::string_view& text) {
-    const size_t end = text.find_first_of("\r\n");
-    const std::string_view line = text.substr(0, end);
+    size_t const end = text.find_first_of("\r\n");
+    std::string_view const line = text.substr(0, end);
     text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     return line;
 }
 
-void CheckText(const String& text) {
+void CheckText(String const& text) {
     if (text.size() > IniFile::k_MaxTextBytes)
         throw ParseException("The file is too large to be a file of options.");
     if (text.Contains(std::string_view("\0", 1)))
         throw ParseException("The file is damaged: it is not text. Restore it from a copy, or delete it.");
 }
 
-const char* CommentOrNull(const String& comment) { return comment.empty() ? nullptr : comment.c_str(); }
+char const* CommentOrNull(String const& comment) { return comment.empty() ? nullptr : comment.c_str(); }
 
-String CommentOf(const CSimpleIniA::Entry& entry) { return String(entry.pComment); }
+String CommentOf(CSimpleIniA::Entry const& entry) { return String(entry.pComment); }
 
 } // namespace
 
 IniText::IniText() : m_ini(true, false, false) {}
 
-IniText::IniText(const String& text) : IniText() {
+IniText::IniText(String const& text) : IniText() {
     CheckText(text);
     std::string_view rest = text;
     if (rest.starts_with(k_Signature))
@@ -125,7 +125,7 @@ IniText::IniText(const String& text) : IniText() {
     String body = k_NL;
     body.reserve(rest.size() + 16);
     while (!rest.empty()) {
-        const std::string_view line = NextLine(rest);
+        std::string_view const line = NextLine(rest);
         if (IsStray(line))
             body += "; ";
         body += line;
@@ -136,44 +136,44 @@ IniText::IniText(const String& text) : IniText() {
         throw ParseException("The file cannot be read as options: there is not enough memory.");
     CSimpleIniA::TNamesDepend sections;
     m_ini.GetAllSections(sections);
-    for (const auto& section : sections)
+    for (auto const& section : sections)
         if (std::string_view(section.pItem) == k_EndSection && section.pComment)
             m_endComment = String(section.pComment).Trim() + k_NL;
 }
 
-void IniText::ForEachSection(const SectionVisitor& visit) const {
+void IniText::ForEachSection(SectionVisitor const& visit) const {
     CSimpleIniA::TNamesDepend sections;
     m_ini.GetAllSections(sections);
     sections.sort(CSimpleIniA::Entry::LoadOrder());
-    for (const auto& section : sections)
+    for (auto const& section : sections)
         if (std::string_view(section.pItem) != k_EndSection)
             visit(Unescape(section.pItem), CommentOf(section));
 }
 
-void IniText::ForEachValue(const ValueVisitor& visit) const {
+void IniText::ForEachValue(ValueVisitor const& visit) const {
     CSimpleIniA::TNamesDepend sections;
     m_ini.GetAllSections(sections);
-    for (const auto& section : sections) {
-        const CSimpleIniA::TKeyVal* values = m_ini.GetSection(section.pItem);
-        std::vector<std::pair<const CSimpleIniA::Entry*, const char*>> inOrder;
-        for (const auto& [key, value] : *values)
+    for (auto const& section : sections) {
+        CSimpleIniA::TKeyVal const* values = m_ini.GetSection(section.pItem);
+        std::vector<std::pair<CSimpleIniA::Entry const*, char const*>> inOrder;
+        for (auto const& [key, value] : *values)
             inOrder.emplace_back(&key, value);
-        std::ranges::sort(inOrder, {}, [](const auto& item) { return item.first->nOrder; });
-        for (const auto& [key, value] : inOrder)
+        std::ranges::sort(inOrder, {}, [](auto const& item) { return item.first->nOrder; });
+        for (auto const& [key, value] : inOrder)
             visit(Unescape(section.pItem), Unescape(key->pItem), Unescape(value), CommentOf(*key));
     }
 }
 
-void IniText::AddSection(const String& name, const String& comment) {
+void IniText::AddSection(String const& name, String const& comment) {
     m_ini.SetValue(Escape(name, Place::Section).c_str(), nullptr, nullptr, CommentOrNull(comment));
 }
 
-void IniText::AddValue(const String& section, const String& key, const String& value, const String& comment) {
+void IniText::AddValue(String const& section, String const& key, String const& value, String const& comment) {
     m_ini.SetValue(Escape(section, Place::Section).c_str(), Escape(key, Place::Key).c_str(),
                    Escape(value, Place::Value).c_str(), CommentOrNull(comment));
 }
 
-String IniText::Text(const String& headComment, const String& endComment) const {
+String IniText::Text(String const& headComment, String const& endComment) const {
     std::string body;
     m_ini.Save(body);
     String text = headComment;

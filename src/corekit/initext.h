@@ -19,25 +19,25 @@ namespace corekit {
 // neither section nor key, and comments behind the last key.
 class IniText {
 public:
-    using SectionVisitor = std::function<void(const String& name, const String& comment)>;
+    using SectionVisitor = std::function<void(String const& name, String const& comment)>;
     using ValueVisitor =
-        std::function<void(const String& section, const String& key, const String& value, const String& comment)>;
+        std::function<void(String const& section, String const& key, String const& value, String const& comment)>;
 
     // For writing.
     IniText();
     // Reads the text. Throws ParseException when it is no INI text.
-    explicit IniText(const String& text);
+    explicit IniText(String const& text);
 
     // Whole lines, with their comment characters.
-    const String& HeadComment() const noexcept { return m_headComment; }
-    const String& EndComment() const noexcept { return m_endComment; }
+    String const& HeadComment() const noexcept { return m_headComment; }
+    String const& EndComment() const noexcept { return m_endComment; }
     // In the order of the text.
-    void ForEachSection(const SectionVisitor& visit) const;
-    void ForEachValue(const ValueVisitor& visit) const;
+    void ForEachSection(SectionVisitor const& visit) const;
+    void ForEachValue(ValueVisitor const& visit) const;
 
-    void AddSection(const String& name, const String& comment);
-    void AddValue(const String& section, const String& key, const String& value, const String& comment);
-    String Text(const String& headComment, const String& endComment) const;
+    void AddSection(String const& name, String const& comment);
+    void AddValue(String const& section, String const& key, String const& value, String const& comment);
+    String Text(String const& headComment, String const& endComment) const;
 
 private:
     CSimpleIniA m_ini;

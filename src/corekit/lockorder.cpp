@@ -8,12 +8,12 @@
 namespace corekit {
 
 namespace {
-constexpr std::array<const char*, 8> k_RankNames = {
+constexpr std::array<char const*, 8> k_RankNames = {
     "None", "JobList", "EngineList", "JobInfo", "WorkList", "WatcherRegistry", "Failures", "PoolTable",
 };
 } // namespace
 
-const char* LockRankName(LockRank rank) {
+char const* LockRankName(LockRank rank) {
     auto index = static_cast<size_t>(rank);
     return index < k_RankNames.size() ? k_RankNames[index] : "unknown";
 }

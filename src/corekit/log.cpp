@@ -142,8 +142,8 @@ void FlushFile(LogFile& file) {
 
 } // namespace
 
-const char* LogLevelName(LogLevel level) {
-    static constexpr std::array<const char*, 6> k_Names = {"Debug", "Info", "Status", "System", "Warning", "Error"};
+char const* LogLevelName(LogLevel level) {
+    static constexpr std::array<char const*, 6> k_Names = {"Debug", "Info", "Status", "System", "Warning", "Error"};
     auto index = static_cast<size_t>(level);
     return index < k_Names.size() ? k_Names[index] : "unknown";
 }

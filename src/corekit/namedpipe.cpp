@@ -23,9 +23,9 @@ namespace {
 constexpr int k_Backlog = 16;
 
 Path PipeFolder() {
-    if (const char* home = std::getenv("VORLAN_HOME"); home && *home)
+    if (char const* home = std::getenv("VORLAN_HOME"); home && *home)
         return Path(home) / Path("pipes");
-    if (const char* runtime = std::getenv("XDG_RUNTIME_DIR"); runtime && *runtime)
+    if (char const* runtime = std::getenv("XDG_RUNTIME_DIR"); runtime && *runtime)
         return Path(runtime) / Path("vorlan");
     return File::GetTempDir() / Path(("vorlan-pipes-" + std::to_string(::getuid())).c_str());
 }

@@ -13,9 +13,9 @@ OptionsFile::~OptionsFile() {
     WriteBack();
 }
 
-bool OptionsFile::Open(const Path& path) {
+bool OptionsFile::Open(Path const& path) {
     {
-        const std::lock_guard lock(m_dataMutex);
+        std::lock_guard const lock(m_dataMutex);
         m_path = path;
         m_mayWrite = false;
     }
@@ -23,19 +23,19 @@ bool OptionsFile::Open(const Path& path) {
     bool mayWrite = true;
     try {
         Load(path, false, true);
-    } catch (const ParseException& exception) {
+    } catch (ParseException const& exception) {
         trouble = exception.what();
         mayWrite = KeepDamaged(path, trouble);
-    } catch (const std::exception& exception) {
+    } catch (std::exception const& exception) {
         trouble = String(exception.what()) + k_NotKept;
         mayWrite = false;
     }
-    const bool usable = trouble.empty();
+    bool const usable = trouble.empty();
     if (!usable) {
         LogError(trouble);
         Clear();
     }
-    const std::lock_guard lock(m_dataMutex);
+    std::lock_guard const lock(m_dataMutex);
     m_trouble = trouble;
     m_mayWrite = mayWrite;
     m_changed = false;
@@ -43,34 +43,34 @@ bool OptionsFile::Open(const Path& path) {
 }
 
 // True when the file is out of the way. Adds to `trouble` where it is.
-bool OptionsFile::KeepDamaged(const Path& path, String& trouble) {
+bool OptionsFile::KeepDamaged(Path const& path, String& trouble) {
     try {
         trouble += " The damaged options are kept as \"" + File::MoveAside(path) + "\"; new ones are begun.";
         return true;
-    } catch (const FileException& exception) {
+    } catch (FileException const& exception) {
         trouble += " " + String(exception.what()) + k_NotKept;
         return false;
     }
 }
 
 Path OptionsFile::FilePath() const {
-    const std::lock_guard lock(m_dataMutex);
+    std::lock_guard const lock(m_dataMutex);
     return m_path;
 }
 
 String OptionsFile::Trouble() const {
-    const std::lock_guard lock(m_dataMutex);
+    std::lock_guard const lock(m_dataMutex);
     return m_trouble;
 }
 
 OptionsFile::PauseAutoWrite::PauseAutoWrite(OptionsFile& options) : m_options(options) {
-    const std::lock_guard lock(options.m_dataMutex);
+    std::lock_guard const lock(options.m_dataMutex);
     ++options.m_pauses;
 }
 
 OptionsFile::PauseAutoWrite::~PauseAutoWrite() {
     {
-        const std::lock_guard lock(m_options.m_dataMutex);
+        std::lock_guard const lock(m_options.m_dataMutex);
         --m_options.m_pauses;
     }
     m_options.WriteBack();
@@ -78,14 +78,14 @@ OptionsFile::PauseAutoWrite::~PauseAutoWrite() {
 
 void OptionsFile::OnChanged() {
     {
-        const std::lock_guard lock(m_dataMutex);
+        std::lock_guard const lock(m_dataMutex);
         m_changed = true;
     }
     WriteBack();
 }
 
 bool OptionsFile::HasToWrite() const {
-    const std::lock_guard lock(m_dataMutex);
+    std::lock_guard const lock(m_dataMutex);
     return m_pauses == 0 && m_changed && m_mayWrite;
 }
 
@@ -94,11 +94,11 @@ void OptionsFile::WriteBack() {
     // further, and so never waits for m_writeMutex under the data lock.
     if (!HasToWrite())
         return;
-    const std::lock_guard writing(m_writeMutex);
+    std::lock_guard const writing(m_writeMutex);
     Path path;
     String text;
     {
-        const std::lock_guard lock(m_dataMutex);
+        std::lock_guard const lock(m_dataMutex);
         if (!HasToWrite())
             return;
         path = m_path;
@@ -108,9 +108,9 @@ void OptionsFile::WriteBack() {
     try {
         File::WriteWhole(path, text);
         m_failing = false;
-    } catch (const std::exception& exception) {
+    } catch (std::exception const& exception) {
         {
-            const std::lock_guard lock(m_dataMutex);
+            std::lock_guard const lock(m_dataMutex);
             m_changed = true;
         }
         if (!std::exchange(m_failing, true))

@@ -28,50 +28,50 @@ size_t RootLength(std::string_view text) {
 
 // Without separators at the end.
 std::string_view Trimmed(std::string_view text) {
-    const std::string_view separators = Separators(text);
-    const size_t root = RootLength(text);
+    std::string_view const separators = Separators(text);
+    size_t const root = RootLength(text);
     while (text.size() > root && separators.find(text.back()) != std::string_view::npos)
         text.remove_suffix(1);
     return text;
 }
 
 size_t DotOffset(std::string_view leaf) {
-    const size_t dot = leaf.rfind('.');
+    size_t const dot = leaf.rfind('.');
     return dot == 0 || leaf == ".." ? std::string_view::npos : dot;
 }
 
 } // namespace
 
 size_t Path::LeafOffset() const noexcept {
-    const std::string_view text = Trimmed(*this);
-    const size_t at = text.find_last_of(Separators(text));
+    std::string_view const text = Trimmed(*this);
+    size_t const at = text.find_last_of(Separators(text));
     return std::max(at == std::string_view::npos ? 0 : at + 1, RootLength(text));
 }
 
 Path Path::Leaf() const {
-    const std::string_view text = Trimmed(*this);
+    std::string_view const text = Trimmed(*this);
     return Path(text.substr(std::min(LeafOffset(), text.size())));
 }
 
 Path Path::Branch() const { return Path(Trimmed(std::string_view(*this).substr(0, std::min(LeafOffset(), size())))); }
 
 String Path::Extension() const {
-    const Path leaf = Leaf();
+    Path const leaf = Leaf();
     return leaf.Mid(DotOffset(leaf));
 }
 
 String Path::Stem() const {
-    const Path leaf = Leaf();
+    Path const leaf = Leaf();
     return leaf.Mid(0, DotOffset(leaf));
 }
 
-Path Path::Joined(const Path& leaf) const {
+Path Path::Joined(Path const& leaf) const {
     if (empty() || leaf.IsAbsolute())
         return leaf;
     if (leaf.empty())
         return *this;
-    const bool backslash = IsWindowsPath(*this) && Contains("\\");
-    const bool ends = Separators(*this).find(back()) != std::string_view::npos;
+    bool const backslash = IsWindowsPath(*this) && Contains("\\");
+    bool const ends = Separators(*this).find(back()) != std::string_view::npos;
     String text = *this;
     if (!ends)
         text += backslash ? '\\' : '/';
@@ -91,13 +91,13 @@ bool Path::IsFolder() const noexcept {
     return std::filesystem::is_directory(c_str(), error);
 }
 
-String Path::Enquote(const String& text) {
-    const String plain = Dequote(text);
+String Path::Enquote(String const& text) {
+    String const plain = Dequote(text);
     return plain.empty() ? plain : '"' + plain + '"';
 }
 
-String Path::Dequote(const String& text) {
-    const bool quoted = text.size() >= 2 && text.front() == '"' && text.back() == '"';
+String Path::Dequote(String const& text) {
+    bool const quoted = text.size() >= 2 && text.front() == '"' && text.back() == '"';
     return quoted ? text.Mid(1, text.size() - 2) : text;
 }
 

@@ -33,7 +33,7 @@ namespace {
 constexpr size_t k_MaxSystemFile = 64 * 1024;
 
 // A small text file of the system; empty when it cannot be read.
-String ReadSystemFile(const char* path) {
+String ReadSystemFile(char const* path) {
     UniqueFd file(::open(path, O_RDONLY | O_CLOEXEC));
     std::string text(file ? k_MaxSystemFile : 0, 0);
     size_t used = 0;
@@ -103,7 +103,7 @@ UID Platform::GetUniqueSystemID() {
     static std::mutex s_guard;
     static UID s_id;
     static String s_home;
-    const char* home = std::getenv("VORLAN_HOME");
+    char const* home = std::getenv("VORLAN_HOME");
     std::lock_guard lock(s_guard);
     if (s_id.IsNull() || s_home != home) {
         s_home = home;
@@ -118,7 +118,7 @@ String Platform::GetCurrentUserName() {
     passwd* found = nullptr;
     if (::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found)
         return found->pw_name;
-    const char* user = std::getenv("USER");
+    char const* user = std::getenv("USER");
     return user && *user ? String(user) : String::From(::geteuid());
 }
 
@@ -161,12 +161,12 @@ String Platform::MemoryText() {
     return megabytes == 0 ? String() : SFormat("%.1f GB", static_cast<double>(megabytes) / 1024.0);
 }
 
-vector<String> Platform::MacAddresses() {
+std::vector<String> Platform::MacAddresses() {
     ifaddrs* list = nullptr;
     if (::getifaddrs(&list) != 0)
         return {};
     std::unique_ptr<ifaddrs, void (*)(ifaddrs*)> owner(list, &::freeifaddrs);
-    map<String, String> byCard;
+    std::map<String, String> byCard;
     for (ifaddrs* card = list; card; card = card->ifa_next) {
         if (!card->ifa_addr || card->ifa_addr->sa_family != AF_PACKET || (card->ifa_flags & IFF_LOOPBACK))
             continue;
@@ -176,7 +176,7 @@ vector<String> Platform::MacAddresses() {
         if (address.sll_halen == 6 && std::any_of(b, b + 6, [](unsigned char c) { return c != 0; }))
             byCard[card->ifa_name] = SFormat("%02x:%02x:%02x:%02x:%02x:%02x", b[0], b[1], b[2], b[3], b[4], b[5]);
     }
-    vector<String> result;
+    std::vector<String> result;
     for (auto const& [name, address] : byCard)
         result.push_back(address);
     return result;

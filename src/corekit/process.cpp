@@ -51,7 +51,7 @@ bool ReadProcessState(int pid, ProcessState& result) {
         return false;
     text[bytes] = 0;
     // The program's name in brackets may contain anything, so count from its end.
-    const char* rest = std::string_view(text).rfind(')') == std::string_view::npos
+    char const* rest = std::string_view(text).rfind(')') == std::string_view::npos
                            ? nullptr
                            : text + std::string_view(text).rfind(')') + 1;
     int parent = 0;

@@ -45,7 +45,7 @@ bool IsDropped(ProcessOptions const& options, String const& name) {
 TextVector MakeEnvironment(ProcessOptions const& options) {
     TextVector result;
     for (char** entry = options.inheritEnv ? environ : nullptr; entry && *entry; ++entry) {
-        const char* equals = std::strchr(*entry, '=');
+        char const* equals = std::strchr(*entry, '=');
         if (equals && !IsDropped(options, String(std::string_view(*entry, static_cast<size_t>(equals - *entry)))))
             result.Add(*entry);
     }
@@ -57,7 +57,7 @@ TextVector MakeEnvironment(ProcessOptions const& options) {
 // Looks through PATH, the child's own where it is given one.
 Path FindInPath(Path const& program, ProcessOptions const& options) {
     auto own = options.env.find("PATH");
-    const char* inherited = std::getenv("PATH");
+    char const* inherited = std::getenv("PATH");
     String folders =
         own != options.env.end() ? own->second : String(inherited ? inherited : "/usr/local/bin:/usr/bin:/bin");
     std::string_view rest = folders;

@@ -1,5 +1,6 @@
-// The start of a child process: everything up to its number.
 #pragma once
+
+// The start of a child process: everything up to its number.
 
 #include <corekit/process.h>
 

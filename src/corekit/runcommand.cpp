@@ -59,7 +59,7 @@ void ReadOutput(int fd, Process& process, std::function<bool()> const& isOver, S
 
 } // namespace
 
-CommandOutcome RunCommand(Path const& program, vector<String> const& args, int timeoutMs, String const& input,
+CommandOutcome RunCommand(Path const& program, std::vector<String> const& args, int timeoutMs, String const& input,
                           bool (*goOn)()) {
     CommandOutcome outcome;
     Pipe in;

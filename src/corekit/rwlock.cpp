@@ -45,7 +45,7 @@ HeldLock* FindHeld(RWLock const* lock) {
     return nullptr;
 }
 
-[[noreturn]] void Misuse(const char* text) {
+[[noreturn]] void Misuse(char const* text) {
     LogError(text);
     Log::Flush();
     std::abort();

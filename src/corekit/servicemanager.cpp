@@ -44,8 +44,8 @@ void CheckName(String const& name) {
         throw ArgumentException("\"" + name + "\" is no name of a service.");
 }
 
-vector<String> Arguments(char const* script, vector<String> const& arguments) {
-    vector<String> command{"/bin/sh", "-ec", script, "sh"};
+std::vector<String> Arguments(char const* script, std::vector<String> const& arguments) {
+    std::vector<String> command{"/bin/sh", "-ec", script, "sh"};
     command.insert(command.end(), arguments.begin(), arguments.end());
     return command;
 }
@@ -58,7 +58,7 @@ SystemdManager::SystemdManager(Options options) : m_options(std::move(options)) 
     if (m_options.systemFolder.empty())
         m_options.systemFolder = k_SystemFolder;
     if (!m_options.run)
-        m_options.run = [](Path const& program, vector<String> const& args, String const& input) {
+        m_options.run = [](Path const& program, std::vector<String> const& args, String const& input) {
             return RunCommand(program, args, k_TimeoutMs, input);
         };
     if (!m_options.find)
@@ -81,7 +81,7 @@ String SystemdManager::Quote(String const& word) {
     return quoted + '"';
 }
 
-CommandOutcome SystemdManager::Run(Path const& program, vector<String> const& args, String const& input) {
+CommandOutcome SystemdManager::Run(Path const& program, std::vector<String> const& args, String const& input) {
     return m_options.run(program, args, input);
 }
 
@@ -100,11 +100,11 @@ void SystemdManager::Check(CommandOutcome const& outcome, String const& what) {
     throw ServiceException("\"" + what + "\" failed.", said.empty() ? "It gave no reason." : said);
 }
 
-void SystemdManager::Systemctl(ServiceScope scope, vector<String> const& args) {
+void SystemdManager::Systemctl(ServiceScope scope, std::vector<String> const& args) {
     if (m_options.find("systemctl").empty())
         throw ServiceException("There is no systemctl on this machine: services need systemd. Start the programs from "
                                "the System menu, or by the tools of this machine.");
-    vector<String> words;
+    std::vector<String> words;
     String what = "systemctl";
     if (scope == ServiceScope::User)
         words.emplace_back("--user");
@@ -119,8 +119,8 @@ void SystemdManager::Systemctl(ServiceScope scope, vector<String> const& args) {
     Elevated(words);
 }
 
-void SystemdManager::Elevated(vector<String> const& command) {
-    vector<String> args(command.begin() + 1, command.end());
+void SystemdManager::Elevated(std::vector<String> const& command) {
+    std::vector<String> args(command.begin() + 1, command.end());
     if (*m_options.isRoot) {
         Check(Run(command.front(), args), command.front());
         return;
@@ -142,17 +142,17 @@ void SystemdManager::Elevated(vector<String> const& command) {
     if (!password)
         throw ServiceException("The services of the whole machine were not changed: no password was given.");
     args = command;
-    vector<String> const sudo{"-S", "-k", "-p", "", "--"};
+    std::vector<String> const sudo{"-S", "-k", "-p", "", "--"};
     args.insert(args.begin(), sudo.begin(), sudo.end());
     Check(Run("sudo", args, *password + "\n"), "sudo " + command.front());
 }
 
-void SystemdManager::Install(ServiceScope scope, vector<ServiceUnit> const& units, String const& enable) {
+void SystemdManager::Install(ServiceScope scope, std::vector<ServiceUnit> const& units, String const& enable) {
     bool const isUser = scope == ServiceScope::User;
     // Root takes them from a folder of ours.
     Path const folder = isUser ? m_options.userFolder : File::GetTempDir() / "services";
     File::MakeFolder(folder);
-    vector<String> arguments{folder, m_options.systemFolder, enable};
+    std::vector<String> arguments{folder, m_options.systemFolder, enable};
     CheckName(enable);
     for (ServiceUnit const& unit : units) {
         CheckName(unit.name);
@@ -190,9 +190,9 @@ void SystemdManager::Stop(ServiceScope scope, String const& unit) {
     Systemctl(scope, {"stop", unit});
 }
 
-void SystemdManager::Remove(ServiceScope scope, vector<String> const& units, String const& enabled) {
+void SystemdManager::Remove(ServiceScope scope, std::vector<String> const& units, String const& enabled) {
     CheckName(enabled);
-    vector<String> arguments{m_options.systemFolder, enabled};
+    std::vector<String> arguments{m_options.systemFolder, enabled};
     for (String const& unit : units) {
         CheckName(unit);
         arguments.push_back(unit);

@@ -4,7 +4,7 @@
 
 namespace corekit {
 
-String SFormat(const char* format, ...) {
+String SFormat(char const* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     String result = SFormatV(format, arguments);
@@ -12,11 +12,11 @@ String SFormat(const char* format, ...) {
     return result;
 }
 
-String SFormatV(const char* format, va_list arguments) {
+String SFormatV(char const* format, va_list arguments) {
     char buffer[512];
     va_list again;
     va_copy(again, arguments);
-    const int length = std::vsnprintf(buffer, sizeof buffer, format, arguments);
+    int const length = std::vsnprintf(buffer, sizeof buffer, format, arguments);
     String result;
     if (length > 0 && static_cast<size_t>(length) < sizeof buffer) {
         result = String(buffer, static_cast<size_t>(length));

@@ -35,7 +35,7 @@ T TakeNumber(InStream& in) {
 
 } // namespace
 
-void InStream::Fault(const char* reason) {
+void InStream::Fault(char const* reason) {
     m_failed = true;
     m_buffer.clear();
     m_position = 0;
@@ -64,7 +64,7 @@ bool InStream::Fill() {
 void InStream::ReadBytes(void* to, size_t bytes) {
     auto* at = static_cast<char*>(to);
     while (bytes > 0 && Fill()) {
-        const size_t piece = std::min(bytes, m_buffer.size() - m_position);
+        size_t const piece = std::min(bytes, m_buffer.size() - m_position);
         std::memcpy(at, m_buffer.data() + m_position, piece);
         m_position += piece;
         at += piece;
@@ -116,7 +116,7 @@ bool InStream::Read(String& value, uint32_t maxBytes) {
     }
     // Memory grows with the bytes that are really there.
     while (left > 0 && Fill()) {
-        const size_t piece = std::min(left, m_buffer.size() - m_position);
+        size_t const piece = std::min(left, m_buffer.size() - m_position);
         value.append(m_buffer.data() + m_position, piece);
         m_position += piece;
         left -= piece;
@@ -145,13 +145,13 @@ bool InStream::Line(String& line) {
     line.clear();
     bool ended = false;
     while (!ended && line.size() < k_MaxLineBytes && Fill()) {
-        const std::string_view ready = std::string_view(m_buffer).substr(m_position, k_MaxLineBytes - line.size());
-        const size_t end = ready.find('\n');
+        std::string_view const ready = std::string_view(m_buffer).substr(m_position, k_MaxLineBytes - line.size());
+        size_t const end = ready.find('\n');
         ended = end != std::string_view::npos;
         line += ready.substr(0, end);
         m_position += ended ? end + 1 : ready.size();
     }
-    const bool any = ended || !line.empty();
+    bool const any = ended || !line.empty();
     if (ended && line.EndsWith("\r"))
         line.pop_back();
     return any;
@@ -173,13 +173,13 @@ String InStream::ReadAll(size_t maxBytes) {
 bool InStream::AtEnd() { return !Fill(); }
 
 size_t InMemory::Fetch(void* to, size_t bytes) {
-    const size_t piece = std::min(bytes, m_bytes.size());
+    size_t const piece = std::min(bytes, m_bytes.size());
     std::memcpy(to, m_bytes.data(), piece);
     m_bytes.remove_prefix(piece);
     return piece;
 }
 
-InFile::InFile(const Path& path) : m_path(path), m_fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+InFile::InFile(Path const& path) : m_path(path), m_fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
     if (m_fd < 0)
         throw File::Failure("read", path, errno);
 }
@@ -188,7 +188,7 @@ InFile::~InFile() { ::close(m_fd); }
 
 size_t InFile::Fetch(void* to, size_t bytes) {
     for (;;) {
-        const ssize_t got = ::read(m_fd, to, bytes);
+        ssize_t const got = ::read(m_fd, to, bytes);
         if (got >= 0)
             return static_cast<size_t>(got);
         if (errno != EINTR)
@@ -203,26 +203,26 @@ void OutStream::Write(int64_t value) { PutNumber(*this, value); }
 void OutStream::Write(uint64_t value) { PutNumber(*this, value); }
 void OutStream::Write(double value) { PutNumber(*this, std::bit_cast<uint64_t>(value)); }
 
-void OutStream::Write(const String& value) {
+void OutStream::Write(String const& value) {
     if (value.size() > InStream::k_MaxTextBytes)
         throw ArgumentException("A text is too long to be stored or sent.");
     Write(static_cast<uint32_t>(value.size()));
     Text(value);
 }
 
-void OutStream::Write(const UID& value) { WriteBytes(value.Bytes(), UID::k_Size); }
+void OutStream::Write(UID const& value) { WriteBytes(value.Bytes(), UID::k_Size); }
 void OutStream::Write(Time value) { Write(value.Milliseconds()); }
 
-void OutMemory::WriteBytes(const void* data, size_t bytes) { m_bytes.append(static_cast<const char*>(data), bytes); }
+void OutMemory::WriteBytes(void const* data, size_t bytes) { m_bytes.append(static_cast<char const*>(data), bytes); }
 
-OutFile::OutFile(const Path& path, int mask) : m_file(std::make_unique<TemporaryFile>(path, ModeOfMask(mask))) {}
+OutFile::OutFile(Path const& path, int mask) : m_file(std::make_unique<TemporaryFile>(path, ModeOfMask(mask))) {}
 
 OutFile::~OutFile() = default;
 
-void OutFile::WriteBytes(const void* data, size_t bytes) {
+void OutFile::WriteBytes(void const* data, size_t bytes) {
     if (!m_file)
         return;
-    m_buffer.append(static_cast<const char*>(data), bytes);
+    m_buffer.append(static_cast<char const*>(data), bytes);
     if (m_buffer.size() >= k_BufferBytes)
         Flush();
 }
@@ -231,7 +231,7 @@ void OutFile::Flush() {
     try {
         m_file->Write(m_buffer);
         m_buffer.clear();
-    } catch (const FileException& exception) {
+    } catch (FileException const& exception) {
         m_file.reset();
         Raise(k_Serious, exception);
     }
@@ -242,11 +242,11 @@ bool OutFile::Close() {
         Flush();
     if (!m_file)
         return false;
-    const std::unique_ptr<TemporaryFile> file = std::move(m_file);
+    std::unique_ptr<TemporaryFile> const file = std::move(m_file);
     try {
         file->Commit();
         return true;
-    } catch (const FileException& exception) {
+    } catch (FileException const& exception) {
         Raise(k_Serious, exception);
     }
     return false;

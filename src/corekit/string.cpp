@@ -12,7 +12,7 @@ namespace {
 constexpr std::string_view k_Blanks = " \t\r\n\v\f";
 
 std::string_view SkipBlanks(std::string_view text) {
-    const size_t start = text.find_first_not_of(k_Blanks);
+    size_t const start = text.find_first_not_of(k_Blanks);
     return start == std::string_view::npos ? std::string_view() : text.substr(start);
 }
 
@@ -28,14 +28,14 @@ template <class T>
 T ParseNumber(std::string_view text, T def) {
     text = NumberStart(text);
     T value{};
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+    auto const result = std::from_chars(text.data(), text.data() + text.size(), value);
     return result.ec == std::errc() ? value : def;
 }
 
 template <class T>
 String NumberText(T value) {
     char buffer[40];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+    auto const result = std::to_chars(buffer, buffer + sizeof buffer, value);
     return String(buffer, static_cast<size_t>(result.ptr - buffer));
 }
 
@@ -59,12 +59,12 @@ size_t CharacterBytes(std::string_view text, size_t characters) {
 // One line without line feeds.
 void WrapLine(std::string_view line, size_t width, std::string_view lineBreak, String& out) {
     for (;;) {
-        const size_t room = CharacterBytes(line, width);
+        size_t const room = CharacterBytes(line, width);
         if (room >= line.size())
             break;
         // The blank behind a full line is a good place too.
         size_t cut = line.rfind(' ', room);
-        const bool atBlank = cut != std::string_view::npos && line.find_first_not_of(' ') < cut;
+        bool const atBlank = cut != std::string_view::npos && line.find_first_not_of(' ') < cut;
         if (!atBlank)
             cut = room;
         std::string_view piece = line.substr(0, cut);
@@ -87,9 +87,9 @@ __attribute__((init_priority(101))) const String String::Null;
 size_t String::FindNoCase(std::string_view text, size_t from) const noexcept {
     if (from > size() || text.size() > size() - from)
         return npos;
-    const auto same = [](char a, char b) { return FoldCase(a) == FoldCase(b); };
-    const auto start = m_text.begin() + static_cast<std::ptrdiff_t>(from);
-    const auto hit = std::search(start, m_text.end(), text.begin(), text.end(), same);
+    auto const same = [](char a, char b) { return FoldCase(a) == FoldCase(b); };
+    auto const start = m_text.begin() + static_cast<std::ptrdiff_t>(from);
+    auto const hit = std::search(start, m_text.end(), text.begin(), text.end(), same);
     return hit == m_text.end() && !text.empty() ? npos : static_cast<size_t>(hit - m_text.begin());
 }
 
@@ -104,7 +104,7 @@ size_t String::FindOneNotOf(std::string_view characters, size_t from) const noex
 size_t String::Replace(std::string_view from, std::string_view to, bool caseSensitive) {
     if (from.empty())
         return 0;
-    const auto next = [&](size_t start) { return caseSensitive ? Find(from, start) : FindNoCase(from, start); };
+    auto const next = [&](size_t start) { return caseSensitive ? Find(from, start) : FindNoCase(from, start); };
     size_t hit = next(0);
     if (hit == npos)
         return 0;
@@ -124,7 +124,7 @@ size_t String::Replace(std::string_view from, std::string_view to, bool caseSens
 }
 
 String String::Trim() const {
-    const std::string_view text = SkipBlanks(m_text);
+    std::string_view const text = SkipBlanks(m_text);
     return String(text.substr(0, text.find_last_not_of(k_Blanks) + 1));
 }
 
@@ -133,22 +133,22 @@ String String::Mid(size_t position, size_t length) const {
 }
 
 String String::LeftFirst(std::string_view separator) const {
-    const size_t at = m_text.find(separator);
+    size_t const at = m_text.find(separator);
     return at == npos ? *this : String(m_text.substr(0, at));
 }
 
 String String::RightFirst(std::string_view separator) const {
-    const size_t at = m_text.find(separator);
+    size_t const at = m_text.find(separator);
     return at == npos ? *this : String(m_text.substr(at + separator.size()));
 }
 
 String String::LeftLast(std::string_view separator) const {
-    const size_t at = m_text.rfind(separator);
+    size_t const at = m_text.rfind(separator);
     return at == npos ? *this : String(m_text.substr(0, at));
 }
 
 String String::RightLast(std::string_view separator) const {
-    const size_t at = m_text.rfind(separator);
+    size_t const at = m_text.rfind(separator);
     return at == npos ? *this : String(m_text.substr(at + separator.size()));
 }
 
@@ -170,7 +170,7 @@ String String::Wrap(size_t width, std::string_view lineBreak) const {
     String result;
     std::string_view rest = m_text;
     for (;;) {
-        const size_t end = std::min(rest.find('\n'), rest.size());
+        size_t const end = std::min(rest.find('\n'), rest.size());
         if (width == 0)
             result += rest.substr(0, end);
         else
@@ -187,27 +187,27 @@ int64_t String::Int(int64_t def) const noexcept { return ParseNumber(m_text, def
 uint64_t String::Uint(uint64_t def) const noexcept { return ParseNumber(m_text, def); }
 
 double String::Float(double def) const noexcept {
-    const double value = ParseNumber(m_text, def);
+    double const value = ParseNumber(m_text, def);
     return std::isfinite(value) ? value : def;
 }
 
 bool String::Bool(bool def) const noexcept {
     std::string_view text = SkipBlanks(m_text);
     text = text.substr(0, text.find_last_not_of(k_Blanks) + 1);
-    for (const std::string_view yes : {"yes", "true", "on", "1"})
+    for (std::string_view const yes : {"yes", "true", "on", "1"})
         if (SameNoCase(text, yes))
             return true;
-    for (const std::string_view no : {"no", "false", "off", "0"})
+    for (std::string_view const no : {"no", "false", "off", "0"})
         if (SameNoCase(text, no))
             return false;
     return def;
 }
 
 int String::CompareNoCase(std::string_view a, std::string_view b) noexcept {
-    const size_t common = std::min(a.size(), b.size());
+    size_t const common = std::min(a.size(), b.size());
     for (size_t i = 0; i < common; ++i) {
-        const auto x = static_cast<unsigned char>(FoldCase(a[i]));
-        const auto y = static_cast<unsigned char>(FoldCase(b[i]));
+        auto const x = static_cast<unsigned char>(FoldCase(a[i]));
+        auto const y = static_cast<unsigned char>(FoldCase(b[i]));
         if (x != y)
             return x < y ? -1 : 1;
     }
@@ -232,8 +232,8 @@ std::ostream& String::Print(std::ostream& out, std::string_view text) { return o
 void String::Quote(std::string_view text, std::ostream& out) {
     constexpr std::string_view digits = "0123456789ABCDEF";
     out << '"';
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
+    for (char const c : text) {
+        auto const byte = static_cast<unsigned char>(c);
         if (byte < 0x20 || byte >= 0x7F)
             out << "\\x" << digits[byte >> 4] << digits[byte & 15];
         else

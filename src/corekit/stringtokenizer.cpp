@@ -31,7 +31,7 @@ size_t StringTokenizer::QuoteEnd(size_t at) noexcept {
 size_t StringTokenizer::TokenEnd() noexcept {
     size_t at = m_position;
     while (at < m_text.size() && m_separators.Find(m_text[at]) == String::npos) {
-        const size_t quoteEnd = QuoteEnd(at);
+        size_t const quoteEnd = QuoteEnd(at);
         if (IsEscape(at))
             ++at;
         else if (quoteEnd != String::npos)
@@ -43,8 +43,8 @@ size_t StringTokenizer::TokenEnd() noexcept {
 
 bool StringTokenizer::Next(String& token) {
     while (!m_done) {
-        const size_t start = m_position;
-        const size_t end = TokenEnd();
+        size_t const start = m_position;
+        size_t const end = TokenEnd();
         m_done = end >= m_text.size();
         m_position = m_done ? m_text.size() : end + 1;
         if (end == start && m_emptyTokens == EmptyTokens::Skip)
@@ -55,7 +55,7 @@ bool StringTokenizer::Next(String& token) {
     return false;
 }
 
-String StringTokenizer::Plain(const String& token) const {
+String StringTokenizer::Plain(String const& token) const {
     StringTokenizer inner(token, {}, m_quote, m_escape);
     String plain;
     size_t quoteEnd = String::npos;

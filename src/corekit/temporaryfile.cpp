@@ -14,15 +14,15 @@ namespace {
 
 std::atomic<unsigned> s_number{0};
 
-Path FollowLink(const Path& path) {
+Path FollowLink(Path const& path) {
     std::error_code error;
     if (!std::filesystem::is_symlink(path.c_str(), error))
         return path;
-    const std::filesystem::path target = std::filesystem::weakly_canonical(path.Native(), error);
+    std::filesystem::path const target = std::filesystem::weakly_canonical(path.Native(), error);
     return error ? path : Path(target);
 }
 
-mode_t ModeFor(const Path& target, int mode) {
+mode_t ModeFor(Path const& target, int mode) {
     constexpr mode_t usual = 0644;
     struct stat old {};
     if (mode != File::k_KeepMode)
@@ -32,8 +32,8 @@ mode_t ModeFor(const Path& target, int mode) {
 
 } // namespace
 
-TemporaryFile::TemporaryFile(const Path& path, int mode) : m_asked(path), m_target(FollowLink(path)) {
-    const mode_t rights = ModeFor(m_target, mode);
+TemporaryFile::TemporaryFile(Path const& path, int mode) : m_asked(path), m_target(FollowLink(path)) {
+    mode_t const rights = ModeFor(m_target, mode);
     constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
     // A name left behind by a process that died is stepped over.
     for (int tries = 0; m_fd < 0 && tries < 100; ++tries) {
@@ -59,7 +59,7 @@ void TemporaryFile::Fail(int systemError) { throw File::Failure("write", m_asked
 
 void TemporaryFile::Write(std::string_view bytes) {
     while (!bytes.empty()) {
-        const ssize_t written = FileLayer::s_Layer->Write(m_fd, bytes.data(), bytes.size());
+        ssize_t const written = FileLayer::s_Layer->Write(m_fd, bytes.data(), bytes.size());
         if (written > 0)
             bytes.remove_prefix(static_cast<size_t>(written));
         else if (written == 0)
@@ -73,10 +73,10 @@ void TemporaryFile::Commit() {
     // A file system that cannot sync says EINVAL; there is nothing to wait for.
     if (FileLayer::s_Layer->Sync(m_fd) != 0 && errno != EINVAL)
         Fail(errno);
-    const int fd = std::exchange(m_fd, -1);
-    const bool closed = FileLayer::s_Layer->Close(fd) == 0;
+    int const fd = std::exchange(m_fd, -1);
+    bool const closed = FileLayer::s_Layer->Close(fd) == 0;
     if (!closed || FileLayer::s_Layer->Rename(m_temporary.c_str(), m_target.c_str()) != 0) {
-        const int systemError = errno;
+        int const systemError = errno;
         unlink(m_temporary.c_str());
         Fail(systemError);
     }
@@ -85,8 +85,8 @@ void TemporaryFile::Commit() {
 
 // The new file is in place by now; a folder that cannot be synced is no failure.
 void TemporaryFile::SyncFolder() noexcept {
-    const Path folder = m_target.Branch();
-    const int fd =
+    Path const folder = m_target.Branch();
+    int const fd =
         FileLayer::s_Layer->Open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
     if (fd < 0)
         return;
@@ -95,9 +95,9 @@ void TemporaryFile::SyncFolder() noexcept {
 }
 
 int ModeOfMask(int mask) {
-    const int owner = mask / 100;
-    const int group = mask / 10 % 10;
-    const int others = mask % 10;
+    int const owner = mask / 100;
+    int const group = mask / 10 % 10;
+    int const others = mask % 10;
     if (mask < 0 || mask > 777 || owner > 7 || group > 7 || others > 7)
         throw ArgumentException(SFormat("%d is not a file mask: it has three digits from 0 to 7.", mask));
     return 0666 & ~((owner << 6) | (group << 3) | others);

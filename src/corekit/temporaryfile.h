@@ -10,10 +10,10 @@ namespace corekit {
 class TemporaryFile {
 public:
     // Follows a link. `mode` as in File::WriteWhole. Throws FileException.
-    TemporaryFile(const Path& path, int mode);
+    TemporaryFile(Path const& path, int mode);
     ~TemporaryFile();
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    TemporaryFile(TemporaryFile const&) = delete;
+    TemporaryFile& operator=(TemporaryFile const&) = delete;
 
     // Both throw FileException.
     void Write(std::string_view bytes);
@@ -24,8 +24,8 @@ private:
     [[noreturn]] void Fail(int systemError);
     void SyncFolder() noexcept;
 
-    const Path m_asked;
-    const Path m_target;
+    Path const m_asked;
+    Path const m_target;
     Path m_temporary;
     int m_fd = -1;
 };

@@ -1,7 +1,6 @@
 #include <corekit/threadpool.h>
 
 #include <corekit/callentry.h>
-#include <corekit/containers.h>
 #include <corekit/crashreport.h>
 #include <corekit/log.h>
 
@@ -10,6 +9,7 @@
 #include <condition_variable>
 #include <deque>
 #include <exception>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <pthread.h>
@@ -51,7 +51,7 @@ private:
     // Guarded by m_guard.
     bool m_ready = false;
     std::deque<Function> m_queue;
-    map<String, ThrottledType> m_throttled;
+    std::map<String, ThrottledType> m_throttled;
 
     std::vector<std::thread> m_threads; // guarded by m_lifecycle
 };

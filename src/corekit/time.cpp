@@ -13,8 +13,8 @@ namespace {
 
 struct Unit {
     uint64_t ms;
-    const char* longName;
-    const char* shortName;
+    char const* longName;
+    char const* shortName;
 };
 
 // By the unit's number.
@@ -37,7 +37,7 @@ int LargestUnit(uint64_t ms, int highest) {
     return highest;
 }
 
-String UnitText(const Unit& unit, uint64_t count, int width, char fill, bool shortForm) {
+String UnitText(Unit const& unit, uint64_t count, int width, char fill, bool shortForm) {
     String text = String::From(count);
     if (width > 0 && text.size() < static_cast<size_t>(width))
         text = String(static_cast<size_t>(width) - text.size(), fill) + text;
@@ -50,14 +50,14 @@ String UnitText(const Unit& unit, uint64_t count, int width, char fill, bool sho
 // The unit of a letter of a span format; -1 when it is none.
 int SpanUnit(char letter) {
     constexpr std::string_view letters = "LSMHD";
-    const size_t at = letters.find(letter);
+    size_t const at = letters.find(letter);
     return at == std::string_view::npos ? -1 : static_cast<int>(at);
 }
 
 // Replaces what strftime does not write the way we want it.
-String PointFormat(const char* format, int year, int ms) {
+String PointFormat(char const* format, int year, int ms) {
     String result;
-    for (const char* at = format; *at; ++at) {
+    for (char const* at = format; *at; ++at) {
         if (at[0] != '%' || !at[1]) {
             result += *at;
             continue;
@@ -76,18 +76,18 @@ String PointFormat(const char* format, int year, int ms) {
 } // namespace
 
 Time Time::CurrentTime() noexcept {
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    auto const now = std::chrono::system_clock::now().time_since_epoch();
     return FromUnixMs(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
 }
 
-String Time::Format(const char* format, bool local, bool emptyIfUnset) const {
+String Time::Format(char const* format, bool local, bool emptyIfUnset) const {
     if (emptyIfUnset && IsZero())
         return {};
     // Far outside any year that can be shown; also keeps the difference in range.
     constexpr int64_t k_FarMs = INT64_C(400000000000000);
     if (m_ms < -k_FarMs || m_ms > k_FarMs)
         return {};
-    const int64_t unixMs = ToUnixMs();
+    int64_t const unixMs = ToUnixMs();
     std::time_t seconds = unixMs / 1000;
     int ms = static_cast<int>(unixMs % 1000);
     if (ms < 0) {
@@ -97,7 +97,7 @@ String Time::Format(const char* format, bool local, bool emptyIfUnset) const {
     std::tm parts{};
     if (!(local ? localtime_r(&seconds, &parts) : gmtime_r(&seconds, &parts)))
         return {};
-    const String ready = PointFormat(format, parts.tm_year + 1900, ms);
+    String const ready = PointFormat(format, parts.tm_year + 1900, ms);
     if (ready.empty())
         return {};
     String text(ready.size() + 256, '\0');
@@ -105,22 +105,22 @@ String Time::Format(const char* format, bool local, bool emptyIfUnset) const {
     return text;
 }
 
-String Time::FormatSpan(const char* format) const {
+String Time::FormatSpan(char const* format) const {
     int largest = -1;
-    for (const char* at = format; *at; ++at)
+    for (char const* at = format; *at; ++at)
         if (at[0] == '%' && at[1])
             largest = std::max(largest, SpanUnit(*++at));
 
-    const uint64_t ms = Magnitude(m_ms);
+    uint64_t const ms = Magnitude(m_ms);
     String text = m_ms < 0 ? "-" : "";
-    for (const char* at = format; *at; ++at) {
-        const int unit = at[0] == '%' ? SpanUnit(at[1]) : -1;
+    for (char const* at = format; *at; ++at) {
+        int const unit = at[0] == '%' ? SpanUnit(at[1]) : -1;
         if (unit >= 0) {
             ++at;
-            const uint64_t whole =
+            uint64_t const whole =
                 unit == largest ? ms : ms % k_Units[static_cast<size_t>(std::min(unit + 1, int{k_UnitDays}))].ms;
-            const auto count = static_cast<unsigned long long>(whole / k_Units[static_cast<size_t>(unit)].ms);
-            const int digits = unit == k_UnitMilliseconds ? 3 : unit == k_UnitDays ? 1 : 2;
+            auto const count = static_cast<unsigned long long>(whole / k_Units[static_cast<size_t>(unit)].ms);
+            int const digits = unit == k_UnitMilliseconds ? 3 : unit == k_UnitDays ? 1 : 2;
             text += SFormat("%0*llu", digits, count);
         } else {
             at += at[0] == '%' && at[1] == '%';
@@ -131,13 +131,13 @@ String Time::FormatSpan(const char* format) const {
 }
 
 String Time::FormatDuration(int unit1, int unit2, int unit3, bool blank, int width, char fill, int64_t limit) const {
-    const bool shortForm = unit1 >= k_ShortForm;
-    const uint64_t ms = Magnitude(m_ms);
-    const int finest = LongUnit(unit1);
+    bool const shortForm = unit1 >= k_ShortForm;
+    uint64_t const ms = Magnitude(m_ms);
+    int const finest = LongUnit(unit1);
     int first = k_UnitDays;
     int last = k_UnitDays;
     if (limit < 0 || ms <= static_cast<uint64_t>(limit)) {
-        const int largest = LargestUnit(ms, LongUnit(unit2));
+        int const largest = LargestUnit(ms, LongUnit(unit2));
         last = largest > finest ? finest : std::min(finest, LongUnit(unit3));
         first = std::max(largest, last);
     }
@@ -145,8 +145,8 @@ String Time::FormatDuration(int unit1, int unit2, int unit3, bool blank, int wid
     String text = m_ms < 0 ? "-" : "";
     uint64_t rest = ms;
     for (int unit = first; unit >= last; --unit) {
-        const Unit& name = k_Units[static_cast<size_t>(unit)];
-        const uint64_t count = rest / name.ms;
+        Unit const& name = k_Units[static_cast<size_t>(unit)];
+        uint64_t const count = rest / name.ms;
         rest %= name.ms;
         if (unit == first) {
             text += UnitText(name, count, 0, fill, shortForm);

@@ -20,7 +20,7 @@ std::atomic<unsigned> s_forks{0};
 class RandomBlock {
 public:
     void Take(uint8_t* to) {
-        const unsigned forks = s_forks.load(std::memory_order_relaxed);
+        unsigned const forks = s_forks.load(std::memory_order_relaxed);
         if (m_used == m_bytes.size() || m_forks != forks) {
             Fetch();
             m_forks = forks;
@@ -31,11 +31,11 @@ public:
 
 private:
     void Fetch() {
-        static const int atFork = pthread_atfork(nullptr, nullptr, [] { ++s_forks; });
+        static int const atFork = pthread_atfork(nullptr, nullptr, [] { ++s_forks; });
         static_cast<void>(atFork);
         size_t have = 0;
         while (have < m_bytes.size()) {
-            const ssize_t got = getrandom(m_bytes.data() + have, m_bytes.size() - have, 0);
+            ssize_t const got = getrandom(m_bytes.data() + have, m_bytes.size() - have, 0);
             if (got > 0)
                 have += static_cast<size_t>(got);
             else if (errno != EINTR)
@@ -63,7 +63,7 @@ int HexDigit(char c) {
 constexpr bool IsDashAt(size_t at) { return at == 8 || at == 13 || at == 18 || at == 23; }
 constexpr size_t k_TextLength = 36;
 
-void WriteText(const UID& id, char* to) {
+void WriteText(UID const& id, char* to) {
     constexpr char digits[] = "0123456789abcdef";
     size_t byte = 0;
     for (size_t at = 0; at < k_TextLength;) {
@@ -71,7 +71,7 @@ void WriteText(const UID& id, char* to) {
             to[at++] = '-';
             continue;
         }
-        const uint8_t value = id.Bytes()[byte++];
+        uint8_t const value = id.Bytes()[byte++];
         to[at++] = digits[value >> 4];
         to[at++] = digits[value & 15];
     }
@@ -88,7 +88,7 @@ UID::UID(bool fresh) {
     m_bytes[8] = static_cast<uint8_t>((m_bytes[8] & 0x3F) | 0x80);
 }
 
-UID UID::FromBytes(std::span<const uint8_t> bytes) noexcept {
+UID UID::FromBytes(std::span<uint8_t const> bytes) noexcept {
     UID result;
     if (bytes.size() == k_Size)
         std::ranges::copy(bytes, result.m_bytes.begin());
@@ -99,7 +99,7 @@ UID UID::FromName(std::string_view name) {
     // The system's own name space, so that no name of another system meets ours.
     static constexpr boost::uuids::uuid space = {
         {0x5e, 0x0b, 0x7c, 0x1d, 0x94, 0x3a, 0x4f, 0x62, 0xa8, 0x11, 0x3c, 0xd7, 0x20, 0x9e, 0x6b, 0xf4}};
-    const boost::uuids::uuid made = boost::uuids::name_generator_sha1(space)(name.data(), name.size());
+    boost::uuids::uuid const made = boost::uuids::name_generator_sha1(space)(name.data(), name.size());
     return FromBytes({made.data, k_Size});
 }
 
@@ -116,8 +116,8 @@ bool UID::FromString(std::string_view text, UID& out) noexcept {
                 return false;
             continue;
         }
-        const int high = HexDigit(text[at++]);
-        const int low = HexDigit(text[at++]);
+        int const high = HexDigit(text[at++]);
+        int const low = HexDigit(text[at++]);
         if (high < 0 || low < 0)
             return false;
         result.m_bytes[byte++] = static_cast<uint8_t>(high * 16 + low);
@@ -132,6 +132,6 @@ String UID::ToString() const {
     return String(text, k_TextLength);
 }
 
-std::ostream& operator<<(std::ostream& out, const UID& id) { return out << id.ToString(); }
+std::ostream& operator<<(std::ostream& out, UID const& id) { return out << id.ToString(); }
 
 } // namespace corekit

@@ -20,7 +20,7 @@ namespace vorlan {
 
 namespace {
 
-/// A stop of the Engine ends its units, who get five seconds, and then the Engine.
+// A stop of the Engine ends its units, who get five seconds, and then the Engine.
 constexpr int64_t k_StopMs = 8000;
 
 } // namespace
@@ -93,9 +93,8 @@ void EngineApp::MakeLink() {
     };
     events.message = [this](boost::shared_ptr<Message> const& message) {
         m_loop.Post([this, message] {
-            if (m_master) {
+            if (m_master)
                 m_dispatch->Handle(m_master, message);
-            }
         });
     };
     events.gone = [this](String const& reason) { m_loop.Post([this, reason] { OnGone(reason); }); };
@@ -133,48 +132,39 @@ int EngineApp::Execute() {
 
 int EngineApp::OnTurn() {
     int64_t const now = m_clock.SteadyMs();
-    if (m_desk->NextTickMs() <= now) {
+    if (m_desk->NextTickMs() <= now)
         m_desk->Tick();
-    }
     m_desk->EndTurn();
     int const pumpMs = m_output->Pump();
-    if (m_infoPort->HasListeners() && m_figures.Due(now)) {
+    if (m_infoPort->HasListeners() && m_figures.Due(now))
         m_infoPort->SendHardware(m_hardware->Sample());
-    }
-    if (m_heartbeat.Due(now)) {
+    if (m_heartbeat.Due(now))
         Heartbeat(now);
-    }
     if (m_minute.Due(now) && m_master && m_registeredOffset != UTCOffsetMinutes()) {
         m_link->Reconnect(); // summer time: restricted times are local
     }
-    if (m_hour.Due(now)) {
+    if (m_hour.Due(now))
         CleanOutput();
-    }
     if (m_stopByMs > 0 && (m_desk->Idle() || m_stopByMs <= now)) {
         m_desk->EndTurn();
         m_loop.Close();
     }
     int64_t next = std::min({m_desk->NextTickMs(), m_heartbeat.nextMs, m_minute.nextMs, m_hour.nextMs});
-    if (m_infoPort->HasListeners()) {
+    if (m_infoPort->HasListeners())
         next = std::min(next, m_figures.nextMs);
-    }
-    if (m_stopByMs > 0) {
+    if (m_stopByMs > 0)
         next = std::min(next, m_stopByMs);
-    }
-    if (pumpMs >= 0) {
+    if (pumpMs >= 0)
         next = std::min(next, now + pumpMs);
-    }
     return static_cast<int>(std::clamp<int64_t>(next - now, 0, 60000));
 }
 
 void EngineApp::Heartbeat(int64_t now) {
-    if (m_desk->UnitCount() > 0 || m_busyMs == 0) {
+    if (m_desk->UnitCount() > 0 || m_busyMs == 0)
         m_busyMs = now;
-    }
     SleepWhenIdle(now);
-    if (!m_master) {
+    if (!m_master)
         return;
-    }
     HardwareMsg const figures = m_hardware->Sample();
     auto message = HeartbeatMsg::New();
     message->freePhysicalMB = figures.freePhysicalMB;
@@ -184,40 +174,35 @@ void EngineApp::Heartbeat(int64_t now) {
 
 void EngineApp::SleepWhenIdle(int64_t now) {
     unsigned const minutes = m_desk->Settings() ? m_desk->Settings()->GetIdleSleepTime() : 0;
-    if (minutes == 0 || !m_master || now - m_busyMs < int64_t{minutes} * 60000) {
+    if (minutes == 0 || !m_master || now - m_busyMs < int64_t{minutes} * 60000)
         return;
-    }
     m_busyMs = now; // once it is awake again it has that time anew
     m_desk->History().Note(SFormat("Sleeps after %u minutes without work", minutes));
     m_desk->Side().Run("stand-by", MachineScript(0), Path("/"), SideCommands::Tell::Failures);
 }
 
 void EngineApp::CleanOutput() {
-    if (m_outputDays == 0) {
+    if (m_outputDays == 0)
         return;
-    }
     Time const before = m_clock.Now() - Time::Days(m_outputDays);
     ThreadPool::Queue([folder = m_outputFolder.get(), before] {
-        if (size_t const deleted = folder->Cleanup(before); deleted > 0) {
+        if (size_t const deleted = folder->Cleanup(before); deleted > 0)
             LogInfo(SFormat("Deleted the output of %zu old runs.", deleted));
-        }
     });
 }
 
 void EngineApp::StopPrograms() {
     LogSystem("All programs of this machine are to end.");
     for (int const component : {k_ComponentBrakka, k_ComponentMerrow, k_ComponentPanvale, k_ComponentMaster}) {
-        if (Components::IsRunning(component)) {
+        if (Components::IsRunning(component))
             Components::Stop(component);
-        }
     }
     BeginStop("All programs of the machine were stopped");
 }
 
 void EngineApp::BeginStop(String const& reason) {
-    if (m_stopByMs > 0) {
+    if (m_stopByMs > 0)
         return;
-    }
     LogSystem(SFormat("VorlanEngine stops; %zu units run.", m_desk->UnitCount()));
     m_stopByMs = m_clock.SteadyMs() + k_StopMs;
     m_desk->StopAll(reason);
@@ -225,9 +210,8 @@ void EngineApp::BeginStop(String const& reason) {
 
 void EngineApp::Cleanup() {
     m_loop.Close();
-    if (m_link) {
+    if (m_link)
         m_link->Stop();
-    }
     m_infoPort.reset();
     m_runner.reset();
     ThreadPool::Shutdown();

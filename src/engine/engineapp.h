@@ -1,5 +1,6 @@
-// The program VorlanEngine.
 #pragma once
+
+// The program VorlanEngine.
 
 #include "engine/engineloop.h"
 #include "engine/machinefacts.h"
@@ -15,11 +16,11 @@
 
 namespace vorlan {
 
-/// Puts the parts of the Engine together and runs them until it is told to stop.
-///
-/// Owned by main. All parts live on the loop's thread, which is the main thread; what
-/// comes from the network, the Runner and other threads is posted there. It may start
-/// before the Master and before there is a farm key: the link waits for both.
+// Puts the parts of the Engine together and runs them until it is told to stop.
+//
+// Owned by main. All parts live on the loop's thread, which is the main thread; what
+// comes from the network, the Runner and other threads is posted there. It may start
+// before the Master and before there is a farm key: the link waits for both.
 class EngineApp final : public VorlanApp {
 public:
     explicit EngineApp(Path program) : m_program(std::move(program)) {}
@@ -34,7 +35,7 @@ public:
     String GetClientName() override { return "VorlanEngine"; }
 
 private:
-    /// Something to be done again and again.
+    // Something to be done again and again.
     struct Timer {
         int64_t everyMs;
         int64_t nextMs = 0;
@@ -81,10 +82,10 @@ private:
     Timer m_figures{1000};
     Timer m_minute{60000};
     Timer m_hour{3600000};
-    int64_t m_busyMs = 0; ///< when it last had work
+    int64_t m_busyMs = 0; // when it last had work
     int m_registeredOffset = 0;
     unsigned m_outputDays = 0;
-    int64_t m_stopByMs = 0; ///< 0: it is not stopping
+    int64_t m_stopByMs = 0; // 0: it is not stopping
 };
 
 } // namespace vorlan

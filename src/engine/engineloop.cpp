@@ -17,9 +17,8 @@ void EngineLoop::Post(std::function<void()> task) {
 
 void EngineLoop::PostBytes(size_t bytes, std::function<void()> task) {
     CommonMutex::Lock lock(m_guard);
-    while (!m_closed && m_bytes >= k_WaitingBytes) {
+    while (!m_closed && m_bytes >= k_WaitingBytes)
         m_room.wait(lock);
-    }
     if (!m_closed) {
         m_bytes += bytes;
         m_tasks.push_back(std::move(task));
@@ -36,9 +35,8 @@ void EngineLoop::Run(std::function<int()> const& onTurn) {
             CommonMutex::Lock lock(m_guard);
             while (!m_closed && m_tasks.empty() && m_wake.wait_until(lock, until) == std::cv_status::no_timeout) {
             }
-            if (m_closed) {
+            if (m_closed)
                 return;
-            }
             tasks.swap(m_tasks);
             m_bytes = 0;
             m_room.notify_all();

@@ -34,16 +34,14 @@ private:
     OptionMap const& m_extra;
 };
 
-/// "WorkFinishedEvt" as people read it: "Work Finished".
+// "WorkFinishedEvt" as people read it: "Work Finished".
 String LabelOf(std::string_view eventName) {
-    if (eventName.ends_with("Evt")) {
+    if (eventName.ends_with("Evt"))
         eventName.remove_suffix(3);
-    }
     String label;
     for (char const c : eventName) {
-        if (!label.Empty() && std::isupper(static_cast<unsigned char>(c))) {
+        if (!label.Empty() && std::isupper(static_cast<unsigned char>(c)))
             label += ' ';
-        }
         label += c;
     }
     return label;
@@ -55,15 +53,14 @@ String ExpandScript(String const& command, Job const& work, Product const* produ
     return ShellScript(ExpandPieces(command, CommandValues(work, product, extra)).pieces);
 }
 
-corekit::vector<EventCommand> CommandsFor(char const* eventName, CommonEngine const* settings, Job const& work,
-                                          Product const* product, OptionMap const& extra) {
+std::vector<EventCommand> CommandsFor(char const* eventName, CommonEngine const* settings, Job const& work,
+                                      Product const* product, OptionMap const& extra) {
     String ofJob;
     work.GetParameter(eventName, ofJob);
-    corekit::vector<EventCommand> commands;
+    std::vector<EventCommand> commands;
     for (String const& command : {settings ? settings->GetEventCommand(eventName) : String(), ofJob}) {
-        if (command.Trim().Empty()) {
+        if (command.Trim().Empty())
             continue;
-        }
         String const label = LabelOf(eventName);
         try {
             commands.push_back({label, ExpandScript(command, work, product, extra)});

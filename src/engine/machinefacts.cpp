@@ -23,25 +23,22 @@ constexpr char const* k_Loopback = "127.0.0.1";
 
 String TextOf(sockaddr const* address) {
     char text[INET6_ADDRSTRLEN] = "";
-    if (address->sa_family == AF_INET) {
+    if (address->sa_family == AF_INET)
         inet_ntop(AF_INET, &reinterpret_cast<sockaddr_in const*>(address)->sin_addr, text, sizeof text);
-    } else if (address->sa_family == AF_INET6) {
+    else if (address->sa_family == AF_INET6)
         inet_ntop(AF_INET6, &reinterpret_cast<sockaddr_in6 const*>(address)->sin6_addr, text, sizeof text);
-    }
     return text;
 }
 
 String FirstNetworkAddress() {
     ifaddrs* list = nullptr;
-    if (getifaddrs(&list) != 0) {
+    if (getifaddrs(&list) != 0)
         return k_Loopback;
-    }
     std::unique_ptr<ifaddrs, void (*)(ifaddrs*)> const owner(list, freeifaddrs);
     for (ifaddrs const* one = list; one; one = one->ifa_next) {
         bool const usable = (one->ifa_flags & IFF_UP) && !(one->ifa_flags & IFF_LOOPBACK);
-        if (usable && one->ifa_addr && one->ifa_addr->sa_family == AF_INET) {
+        if (usable && one->ifa_addr && one->ifa_addr->sa_family == AF_INET)
             return TextOf(one->ifa_addr);
-        }
     }
     return k_Loopback;
 }
@@ -65,9 +62,8 @@ int UTCOffsetMinutes() {
 }
 
 unsigned CountGPUs(Path const& root) {
-    if (unsigned const count = CountEntries(root / "proc/driver/nvidia/gpus", ""); count > 0) {
+    if (unsigned const count = CountEntries(root / "proc/driver/nvidia/gpus", ""); count > 0)
         return count;
-    }
     // A card that can compute has a render node.
     return CountEntries(root / "sys/class/drm", "renderD");
 }
@@ -77,9 +73,8 @@ String OwnAddress(String const& peer) {
     hints.ai_flags = AI_NUMERICHOST;
     hints.ai_socktype = SOCK_DGRAM;
     addrinfo* found = nullptr;
-    if (getaddrinfo(peer.c_str(), "9", &hints, &found) != 0) {
+    if (getaddrinfo(peer.c_str(), "9", &hints, &found) != 0)
         return FirstNetworkAddress();
-    }
     std::unique_ptr<addrinfo, void (*)(addrinfo*)> const owner(found, freeaddrinfo);
     UniqueFd const descriptor(socket(found->ai_family, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     sockaddr_storage own{};

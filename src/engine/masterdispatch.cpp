@@ -45,9 +45,8 @@ MasterDispatch::MasterDispatch(WorkDesk& desk, OutputService& output, Hooks hook
     On<StopVorlanOnNodeMsg>([this](SinkPtr const&, auto const&) { m_hooks.stopPrograms(); });
     On<ShutdownMsg>([this](SinkPtr const&, auto const&) { m_hooks.stop(); });
     On<SetMasterOptionsMsg>([this](SinkPtr const&, auto const& message) {
-        if (auto const days = message.options.find(o_OutputFileCleanup); days != message.options.end()) {
+        if (auto const days = message.options.find(o_OutputFileCleanup); days != message.options.end())
             m_hooks.keepOutputDays(static_cast<unsigned>(days->second.Uint(o_OutputFileCleanupDefault)));
-        }
     });
     On<RefusedMsg>([](SinkPtr const&, auto const& message) {
         LogWarning("The Master refused what this Engine sent: " + message.reason);
@@ -55,11 +54,10 @@ MasterDispatch::MasterDispatch(WorkDesk& desk, OutputService& output, Hooks hook
 }
 
 void MasterDispatch::Handle(SinkPtr const& master, boost::shared_ptr<Message> const& message) {
-    if (auto const handler = m_handlers.find(message->Type()); handler != m_handlers.end()) {
+    if (auto const handler = m_handlers.find(message->Type()); handler != m_handlers.end())
         handler->second(master, *message);
-    } else {
+    else
         LogDebug("Passed over a " + String(message->TypeName()) + ".");
-    }
 }
 
 void MasterDispatch::OnProduct(ProductMsg const& message) {

@@ -1,5 +1,6 @@
-// What the Engine does with each message of the Master.
 #pragma once
+
+// What the Engine does with each message of the Master.
 
 #include "engine/report/outputservice.h"
 #include "engine/workdesk.h"
@@ -11,15 +12,15 @@
 
 namespace vorlan {
 
-/// Gives each message to the part that deals with it.
-///
-/// Owned by the Engine's main part; its thread. A message that the Engine has no use
-/// for is passed over.
+// Gives each message to the part that deals with it.
+//
+// Owned by the Engine's main part; its thread. A message that the Engine has no use
+// for is passed over.
 class MasterDispatch {
 public:
     struct Hooks {
-        std::function<void()> stop;         ///< the Engine is to end
-        std::function<void()> stopPrograms; ///< all programs of this machine are to end
+        std::function<void()> stop;         // the Engine is to end
+        std::function<void()> stopPrograms; // all programs of this machine are to end
         std::function<void(unsigned)> keepOutputDays;
     };
 
@@ -39,8 +40,8 @@ private:
     std::unordered_map<UID, std::function<void(SinkPtr const&, Message const&)>> m_handlers;
 };
 
-/// The command line that does a MachineMsg operation, with systemd and without it; empty
-/// for a number that is none.
+// The command line that does a MachineMsg operation, with systemd and without it; empty
+// for a number that is none.
 String MachineScript(int operation);
 
 } // namespace vorlan

@@ -1,21 +1,23 @@
-// The last so many ids that were told.
 #pragma once
 
-#include <corekit/containers.h>
+// The last so many ids that were told.
+
 #include <vorlan/fwd.h>
+
+#include <deque>
+#include <set>
 
 namespace vorlan {
 
-/// Remembers ids and forgets the oldest when there are too many. Owned by the WorkDesk; its thread.
+// Remembers ids and forgets the oldest when there are too many. Owned by the WorkDesk; its thread.
 class RecentIds {
 public:
     static constexpr size_t k_Kept = 4096;
 
     bool Contains(UID const& id) const { return m_ids.contains(id); }
     void Add(UID const& id) {
-        if (!m_ids.insert(id).second) {
+        if (!m_ids.insert(id).second)
             return;
-        }
         m_order.push_back(id);
         if (m_order.size() > k_Kept) {
             m_ids.erase(m_order.front());
@@ -24,8 +26,8 @@ public:
     }
 
 private:
-    corekit::set<UID> m_ids;
-    corekit::deque<UID> m_order;
+    std::set<UID> m_ids;
+    std::deque<UID> m_order;
 };
 
 } // namespace vorlan

@@ -39,9 +39,8 @@ void SideCommands::StartNext() {
 
 bool SideCommands::OnOutput(UID const& process, std::string_view bytes) {
     auto const side = m_running.find(process);
-    if (side == m_running.end()) {
+    if (side == m_running.end())
         return false;
-    }
     std::string& output = side->second.output;
     output.append(bytes.substr(0, k_OutputBytes - output.size()));
     return true;
@@ -49,9 +48,8 @@ bool SideCommands::OnOutput(UID const& process, std::string_view bytes) {
 
 bool SideCommands::OnEnded(UID const& process, RunEnd const& end) {
     auto found = m_running.extract(process);
-    if (found.empty()) {
+    if (found.empty())
         return false;
-    }
     Side const& side = found.mapped();
     bool const failed = !HasSucceeded(end, {0});
     if (failed || side.tell == Tell::All) {
@@ -69,9 +67,8 @@ bool SideCommands::OnEnded(UID const& process, RunEnd const& end) {
 
 void SideCommands::StopAll(int graceMs) {
     m_waiting.clear();
-    for (auto const& [process, side] : m_running) {
+    for (auto const& [process, side] : m_running)
         m_runner.Stop(process, graceMs);
-    }
 }
 
 } // namespace vorlan

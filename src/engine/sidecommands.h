@@ -1,20 +1,22 @@
-// Commands that run beside the units: nobody waits for them.
 #pragma once
+
+// Commands that run beside the units: nobody waits for them.
 
 #include "engine/report/outputscanner.h"
 #include "engine/runner/runner.h"
 
-#include <corekit/containers.h>
 #include <vorlan/fwd.h>
 
+#include <deque>
 #include <functional>
+#include <map>
 
 namespace vorlan {
 
-/// Runs shell commands, a few at a time, and tells how they ended.
-///
-/// Owned by the WorkDesk, which passes on what the Runner says; its thread. A command's
-/// output is put into lines; what it says at its end is given to `report`.
+// Runs shell commands, a few at a time, and tells how they ended.
+//
+// Owned by the WorkDesk, which passes on what the Runner says; its thread. A command's
+// output is put into lines; what it says at its end is given to `report`.
 class SideCommands {
 public:
     static constexpr size_t k_AtOnce = 16;
@@ -22,18 +24,18 @@ public:
     static constexpr size_t k_OutputLines = 20;
 
     enum class Tell {
-        Failures, ///< only when it went wrong
-        All,      ///< its output, too
+        Failures, // only when it went wrong
+        All,      // its output, too
     };
 
     using Report = std::function<void(String const& line)>;
 
     SideCommands(Runner& runner, Report report);
 
-    /// `label` names it in reports. Too many that wait: it is left out, with a report.
+    // `label` names it in reports. Too many that wait: it is left out, with a report.
     void Run(String const& label, String const& script, Path const& folder, Tell tell);
 
-    /// False when it is none of these processes.
+    // False when it is none of these processes.
     bool OnOutput(UID const& process, std::string_view bytes);
     bool OnEnded(UID const& process, RunEnd const& end);
 
@@ -51,8 +53,8 @@ private:
 
     Runner& m_runner;
     Report const m_report;
-    corekit::map<UID, Side> m_running;
-    corekit::deque<Side> m_waiting;
+    std::map<UID, Side> m_running;
+    std::deque<Side> m_waiting;
 };
 
 } // namespace vorlan

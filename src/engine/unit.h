@@ -1,5 +1,6 @@
-// One work unit on its way through the Engine.
 #pragma once
+
+// One work unit on its way through the Engine.
 
 #include "engine/eventcommands.h"
 #include "engine/report/outputlog.h"
@@ -19,29 +20,29 @@
 
 namespace vorlan {
 
-/// What the WorkDesk knows of a unit. Owned by it; its thread. The unit's own process
-/// and its synchronous commands run one after the other under the unit's id.
+// What the WorkDesk knows of a unit. Owned by it; its thread. The unit's own process
+// and its synchronous commands run one after the other under the unit's id.
 struct Unit {
     enum class Stage {
-        Before,   ///< synchronous commands, one after the other; the start comes after them
-        Checking, ///< its shares and folder, on another thread
-        Running,  ///< its process
-        Judging,  ///< its files, on another thread
-        After,    ///< synchronous commands; the report comes after them
+        Before,   // synchronous commands, one after the other; the start comes after them
+        Checking, // its shares and folder, on another thread
+        Running,  // its process
+        Judging,  // its files, on another thread
+        After,    // synchronous commands; the report comes after them
     };
 
     boost::shared_ptr<Job> work;
     boost::shared_ptr<Product const> product;
-    OptionMap values; ///< the Engine's options, and what it says of itself
+    OptionMap values; // the Engine's options, and what it says of itself
     Time taken;
-    Time started; ///< unset until its process runs
+    Time started; // unset until its process runs
     Time ended;
 
     Stage stage = Stage::Before;
     bool inRunner = false;
     std::deque<EventCommand> commands;
-    String commandLabel;           ///< of the command that runs
-    bool parameterCommand = false; ///< the unit or its Engine wants to hear of new values
+    String commandLabel;           // of the command that runs
+    bool parameterCommand = false; // the unit or its Engine wants to hear of new values
 
     Launch launch;
     RunSpec spec;
@@ -49,7 +50,7 @@ struct Unit {
     std::unique_ptr<OutputScanner> scanner;
     ProgressThrottle progress;
 
-    std::optional<Verdict> stop; ///< asked for from outside; settles the result
+    std::optional<Verdict> stop; // asked for from outside; settles the result
     Verdict verdict;
     int exitCode = 0;
 };

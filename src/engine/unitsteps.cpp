@@ -17,25 +17,22 @@ namespace {
 
 constexpr size_t k_NoteLength = 2000;
 
-/// The command line without the unit's password.
+// The command line without the unit's password.
 String Printable(Launch const& launch, Job const& work) {
     String text = launch.Text();
     String password;
-    if (work.GetParameter(p_Password, password) && !password.Empty()) {
+    if (work.GetParameter(p_Password, password) && !password.Empty())
         text.Replace(password, "***");
-    }
     return text;
 }
 
-/// The shares that the unit needs: as the Engine's options say, else as the Job does.
+// The shares that the unit needs: as the Engine's options say, else as the Job does.
 String SharesOf(Unit const& unit) {
     String resources;
-    if (auto const option = unit.values.find(p_Resources); option != unit.values.end()) {
+    if (auto const option = unit.values.find(p_Resources); option != unit.values.end())
         resources = option->second;
-    }
-    if (resources.Empty()) {
+    if (resources.Empty())
         unit.work->GetParameter(p_Resources, resources);
-    }
     return resources;
 }
 
@@ -65,7 +62,7 @@ void WorkDesk::Take(boost::shared_ptr<Job> const& work, OptionMap const& options
     Step(unit);
 }
 
-/// Makes all that is known before anything runs.
+// Makes all that is known before anything runs.
 void WorkDesk::Plan(Unit& unit) {
     Job& work = *unit.work;
     String cores;
@@ -75,32 +72,28 @@ void WorkDesk::Plan(Unit& unit) {
     unit.launch = BuildLaunch(*unit.product, work, unit.values);
     unit.spec.work = work.id;
     unit.spec.arguments = unit.launch.arguments;
-    for (auto const& [name, value] : unit.launch.environment) {
+    for (auto const& [name, value] : unit.launch.environment)
         unit.spec.environment[name] = value;
-    }
     bool const isKnown = IsKnownJob(work);
     unit.spec.folder = unit.launch.folder;
     if (unit.spec.folder.Empty()) {
         unit.spec.folder = JobFolder(work.parentID);
-        if (!isKnown || !unit.spec.folder.IsFolder()) {
+        if (!isKnown || !unit.spec.folder.IsFolder())
             File::MakeFolder(unit.spec.folder);
-        }
     }
     String user;
     if (SharesOf(unit).Trim().Empty()) { // with shares it is their user
         work.GetParameter(p_Username, user);
     }
-    if (String const error = RunAsUser(unit.spec, user, m_setup.host, unit.launch.folder.Empty()); !error.Empty()) {
+    if (String const error = RunAsUser(unit.spec, user, m_setup.host, unit.launch.folder.Empty()); !error.Empty())
         throw ArgumentException(error);
-    }
     unit.log->AppendLine(SFormat("[VorlanEngine on %s, %s: %s]", m_setup.host.c_str(),
                                  unit.taken.Format(k_DateTimeNoMS).c_str(), NameOf(unit).c_str()));
     unit.log->AppendLine("[" + Printable(unit.launch, work) + "]");
 
     AddCommands(unit, WorkAssignedEvt::TypeName());
-    if (!isKnown) {
+    if (!isKnown)
         AddCommands(unit, FirstWorkEvt::TypeName());
-    }
     AddCommands(unit, WorkStartedEvt::TypeName());
 }
 
@@ -112,19 +105,17 @@ void WorkDesk::AddCommands(Unit& unit, char const* eventName) {
 }
 
 void WorkDesk::Step(Unit& unit) {
-    if (unit.stop) {
+    if (unit.stop)
         return Report(unit, *unit.stop);
-    }
     if (!unit.commands.empty()) {
         EventCommand const command = std::move(unit.commands.front());
         unit.commands.pop_front();
         return RunCommand(unit, command);
     }
-    if (unit.stage == Unit::Stage::Before) {
+    if (unit.stage == Unit::Stage::Before)
         CheckSurroundings(unit);
-    } else {
+    else
         Report(unit, unit.verdict);
-    }
 }
 
 void WorkDesk::RunCommand(Unit& unit, EventCommand const& command) {
@@ -139,21 +130,19 @@ void WorkDesk::RunCommand(Unit& unit, EventCommand const& command) {
     m_setup.runner->Start(spec);
 }
 
-/// Shares are looked for after the commands, which may have connected them.
+// Shares are looked for after the commands, which may have connected them.
 void WorkDesk::CheckSurroundings(Unit& unit) {
     unit.stage = Unit::Stage::Checking;
     String const resources = SharesOf(unit);
     Path const make = unit.launch.createFolder ? unit.spec.folder : Path();
     UID const work = unit.work->id;
-    if (resources.Trim().Empty() && make.Empty()) {
+    if (resources.Trim().Empty() && make.Empty())
         return OnChecked(work, String());
-    }
     m_setup.aside([this, work, resources, make, host = m_setup.host, post = m_setup.post] {
         String error = CheckShares(resources, host);
         try {
-            if (error.Empty() && !make.Empty()) {
+            if (error.Empty() && !make.Empty())
                 File::MakeFolder(make);
-            }
         } catch (Exception const& exception) {
             error = exception.what();
         }
@@ -163,12 +152,10 @@ void WorkDesk::CheckSurroundings(Unit& unit) {
 
 void WorkDesk::OnChecked(UID const& work, String const& error) {
     Unit* const unit = Find(work);
-    if (!unit || unit->stage != Unit::Stage::Checking) {
+    if (!unit || unit->stage != Unit::Stage::Checking)
         return;
-    }
-    if (!error.Empty()) {
+    if (!error.Empty())
         return Fail(*unit, error);
-    }
     unit->stage = Unit::Stage::Running;
     String subRange;
     unit->work->GetParameter(p_SubRange, subRange);
@@ -185,30 +172,25 @@ void WorkDesk::OnRunEnded(UID const& work, RunEnd const& end) {
     }
     unit->inRunner = false;
     TakeFound(*unit, unit->scanner->Finish());
-    if (unit->stage != Unit::Stage::Running) {
+    if (unit->stage != Unit::Stage::Running)
         return EndCommand(*unit, end);
-    }
     unit->ended = m_setup.clock->Now();
     unit->exitCode = end.code;
     unit->log->AppendLine("[" + EndText(end) + "]");
-    if (unit->stop) {
+    if (unit->stop)
         return Report(*unit, *unit->stop);
-    }
     JudgeFiles(*unit, end);
 }
 
 void WorkDesk::EndCommand(Unit& unit, RunEnd const& end) {
     if (!HasSucceeded(end, {0}) && !unit.stop) {
         String note = "The " + unit.commandLabel + " command failed: " + EndText(end);
-        if (!unit.scanner->LastLine().Empty()) {
+        if (!unit.scanner->LastLine().Empty())
             note += ": " + unit.scanner->LastLine();
-        }
-        if (unit.stage == Unit::Stage::Before) {
+        if (unit.stage == Unit::Stage::Before)
             return Fail(unit, note);
-        }
-        if (unit.verdict.status == Finished) {
+        if (unit.verdict.status == Finished)
             unit.verdict = {Unsuccessful, note};
-        }
     }
     Step(unit);
 }
@@ -217,9 +199,8 @@ void WorkDesk::JudgeFiles(Unit& unit, RunEnd const& end) {
     unit.stage = Unit::Stage::Judging;
     UID const work = unit.work->id;
     bool const succeeded = HasSucceeded(end, unit.product->GetOutputRules().successCodes);
-    if (!succeeded || unit.launch.expectedFiles.empty()) {
+    if (!succeeded || unit.launch.expectedFiles.empty())
         return OnJudged(work, end, String());
-    }
     m_setup.aside([this, work, end, files = unit.launch.expectedFiles, folder = unit.spec.folder, post = m_setup.post] {
         String const missing = FindMissingFile(files, folder);
         post([this, work, end, missing] { OnJudged(work, end, missing); });
@@ -228,9 +209,8 @@ void WorkDesk::JudgeFiles(Unit& unit, RunEnd const& end) {
 
 void WorkDesk::OnJudged(UID const& work, RunEnd const& end, String const& missingFile) {
     Unit* const unit = Find(work);
-    if (!unit || unit->stage != Unit::Stage::Judging) {
+    if (!unit || unit->stage != Unit::Stage::Judging)
         return;
-    }
     EndFacts facts;
     facts.end = end;
     facts.program = unit->launch.arguments.front();
@@ -254,7 +234,7 @@ void WorkDesk::OnJudged(UID const& work, RunEnd const& end, String const& missin
 
 void WorkDesk::Fail(Unit& unit, String const& note) { Report(unit, {Unsuccessful, note}); }
 
-/// The end of a unit here; `unit` is gone afterwards.
+// The end of a unit here; `unit` is gone afterwards.
 void WorkDesk::Report(Unit& unit, Verdict const& result) {
     Verdict const verdict = result; // it may be the unit's own
     WorkEnded ended;
@@ -270,11 +250,10 @@ void WorkDesk::Report(Unit& unit, Verdict const& result) {
 
     String const outcome = StatusName(verdict.status) + (verdict.note.Empty() ? String() : ": " + verdict.note);
     unit.log->AppendLine("[" + outcome + "]");
-    if (verdict.status != Finished) {
+    if (verdict.status != Finished)
         unit.log->Keep();
-    } else if (!unit.log->IsKept()) {
+    else if (!unit.log->IsKept())
         m_silent.Add(ended.work);
-    }
     m_history.Note(outcome + ", " + NameOf(unit) + ", after " +
                    (ran < Time::Seconds(1) ? ran.FormatDuration(0, 4, 0) : ran.FormatDuration(2, 4, 1)));
     unit.work->SetStatus(verdict.status);
@@ -283,9 +262,8 @@ void WorkDesk::Report(Unit& unit, Verdict const& result) {
 }
 
 void WorkDesk::RunFinishedCommands(Unit const& unit, Verdict const& verdict) {
-    if (!unit.product) {
+    if (!unit.product)
         return;
-    }
     OptionMap extra = unit.values;
     extra["Note"] = verdict.note;
     for (char const* const event :

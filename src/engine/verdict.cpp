@@ -32,7 +32,7 @@ String EndText(RunEnd const& end) {
     }
 }
 
-bool HasSucceeded(RunEnd const& end, corekit::vector<int> const& successCodes) {
+bool HasSucceeded(RunEnd const& end, std::vector<int> const& successCodes) {
     return end.kind == RunEnd::Kind::Exited &&
            std::find(successCodes.begin(), successCodes.end(), end.code) != successCodes.end();
 }
@@ -51,29 +51,25 @@ Verdict Judge(EndFacts const& facts) {
     case RunEnd::Kind::Signaled:
         break;
     }
-    if (!facts.error.Empty()) {
+    if (!facts.error.Empty())
         return {Unsuccessful, facts.error};
-    }
     if (!HasSucceeded(facts.end, facts.successCodes)) {
         String note = EndText(facts.end);
-        if (facts.end.kind == RunEnd::Kind::Signaled && facts.end.code == SIGKILL) {
+        if (facts.end.kind == RunEnd::Kind::Signaled && facts.end.code == SIGKILL)
             note += "; the machine may have run out of memory";
-        }
         return {Unsuccessful, facts.lastLine.Empty() ? note : note + ": " + facts.lastLine};
     }
-    if (!facts.missingFile.Empty()) {
+    if (!facts.missingFile.Empty())
         return {Unsuccessful, "expected file " + facts.missingFile + " is missing or empty"};
-    }
     return {Finished, String()};
 }
 
-String FindMissingFile(corekit::vector<String> const& files, Path const& folder) {
+String FindMissingFile(std::vector<String> const& files, Path const& folder) {
     for (String const& file : files) {
         Path const path = folder / Path(file);
         struct stat status {};
-        if (stat(path.c_str(), &status) != 0 || (S_ISREG(status.st_mode) && status.st_size == 0)) {
+        if (stat(path.c_str(), &status) != 0 || (S_ISREG(status.st_mode) && status.st_size == 0))
             return path.Text();
-        }
     }
     return {};
 }
@@ -83,9 +79,8 @@ String CheckShares(String const& resources, String const& host) {
         String const entry = rest.LeftFirst(";");
         rest = rest.Contains(";") ? rest.RightFirst(";") : String();
         Path const local(Path::Dequote(entry.LeftFirst("=").Trim()));
-        if (local.Empty() || local.IsFolder()) {
+        if (local.Empty() || local.IsFolder())
             continue;
-        }
         String const remote = entry.Contains("=") ? " (" + entry.RightFirst("=").Trim() + ")" : String();
         return SFormat("The share %s%s is not there on %s. Mount it, or take it out of the Resources.", local.c_str(),
                        remote.c_str(), host.c_str());

@@ -31,9 +31,8 @@ void WorkDesk::SetMaster(SinkPtr master) {
     m_master = std::move(master);
     m_outbox.clear(); // what it said is in the registration
     m_history.SetSink({});
-    if (!m_master) {
+    if (!m_master)
         return;
-    }
     m_journal.Flush();
     auto message = RegisterEngineMsg::New();
     message->engine = m_setup.describe();
@@ -44,9 +43,8 @@ void WorkDesk::SetMaster(SinkPtr master) {
         message->running.push_back({work, unit.work->parentID, hasStarted ? Started : Assigned,
                                     hasStarted ? unit.started : unit.taken, subRange});
     }
-    for (auto const& [work, ended] : m_journal.Pending()) {
+    for (auto const& [work, ended] : m_journal.Pending())
         message->ended.push_back(ended);
-    }
     m_master->Send(message);
     m_history.SetSink(m_master);
 }
@@ -62,9 +60,8 @@ void WorkDesk::OnRunWork(RunWorkMsg const& message) {
         return;
     }
     UID const& id = message.work->id;
-    if (m_units.contains(id) || m_settled.Contains(id)) {
+    if (m_units.contains(id) || m_settled.Contains(id))
         return;
-    }
     if (WorkEnded const* const ended = m_journal.FindPending(id)) {
         SendResult(*ended);
         return;
@@ -107,9 +104,8 @@ void WorkDesk::SendResult(WorkEnded const& ended) {
 }
 
 void WorkDesk::OnAcknowledged(WorkEndedAckMsg const& message) {
-    if (!m_journal.FindPending(message.work)) {
+    if (!m_journal.FindPending(message.work))
         return;
-    }
     m_journal.Acknowledged(message.work);
     m_settled.Add(message.work);
 }
@@ -137,9 +133,8 @@ void WorkDesk::OnExecute(ExecuteCommandMsg const& message) {
 
 void WorkDesk::OnRunStarted(UID const& work, int) {
     Unit* const unit = Find(work);
-    if (!unit || unit->stage != Unit::Stage::Running) {
+    if (!unit || unit->stage != Unit::Stage::Running)
         return;
-    }
     unit->started = m_setup.clock->Now();
     unit->work->SetStatus(Started);
     m_history.Note("Started " + NameOf(*unit));
@@ -160,22 +155,18 @@ void WorkDesk::OnRunOutput(UID const& work, std::string_view bytes) {
 }
 
 void WorkDesk::TakeFound(Unit& unit, OutputScanner::Found const& found) {
-    if (found.progress) {
+    if (found.progress)
         unit.progress.Offer(p_PercentDone, SFormat("%.1f", unit.scanner->Percent()));
-    }
-    if (!found.warning.Empty()) {
+    if (!found.warning.Empty())
         unit.progress.Offer(p_Note, found.warning);
-    }
-    if (found.progress || !found.warning.Empty()) {
+    if (found.progress || !found.warning.Empty())
         TellProgress(unit, m_setup.clock->SteadyMs());
-    }
 }
 
 void WorkDesk::TellProgress(Unit& unit, int64_t now) {
     OptionMap values = unit.progress.Take(now);
-    if (values.empty()) {
+    if (values.empty())
         return;
-    }
     unit.work->SetValues(values);
     auto message = WorkProgressMsg::New();
     message->work = unit.work->id;
@@ -190,17 +181,15 @@ void WorkDesk::TellProgress(Unit& unit, int64_t now) {
 void WorkDesk::Tick() {
     int64_t const now = m_setup.clock->SteadyMs();
     for (auto& [work, unit] : m_units) {
-        if (unit.progress.DueMs() <= now) {
+        if (unit.progress.DueMs() <= now)
             TellProgress(unit, now);
-        }
     }
 }
 
 int64_t WorkDesk::NextTickMs() const {
     int64_t next = ProgressThrottle::k_Never;
-    for (auto const& [work, unit] : m_units) {
+    for (auto const& [work, unit] : m_units)
         next = std::min(next, unit.progress.DueMs());
-    }
     return next;
 }
 
@@ -208,34 +197,30 @@ void WorkDesk::EndTurn() {
     m_journal.Flush();
     Time const silentSince = m_setup.clock->Now() - k_SilentTime;
     for (auto& [work, unit] : m_units) {
-        if (unit.taken <= silentSince) {
+        if (unit.taken <= silentSince)
             unit.log->Keep();
-        }
         unit.log->Flush();
     }
     // Without a Master nothing is lost: the next registration says it all.
     std::vector<boost::shared_ptr<Message const>> outbox;
     outbox.swap(m_outbox);
     for (auto const& message : outbox) {
-        if (m_master) {
+        if (m_master)
             m_master->Send(message);
-        }
     }
 }
 
 RunOutput WorkDesk::OutputOf(UID const& work) const {
-    if (m_units.contains(work)) {
+    if (m_units.contains(work))
         return RunOutput::Grows;
-    }
     return m_silent.Contains(work) ? RunOutput::None : RunOutput::Whole;
 }
 
 void WorkDesk::StopAll(String const& reason) {
     m_side.StopAll(k_StopGraceMs);
     std::vector<UID> works;
-    for (auto const& [work, unit] : m_units) {
+    for (auto const& [work, unit] : m_units)
         works.push_back(work);
-    }
     for (UID const& work : works) {
         EndWorkMsg stop;
         stop.work = work;
@@ -247,12 +232,11 @@ void WorkDesk::StopAll(String const& reason) {
 
 Path WorkDesk::JobFolder(UID const& job) { return m_setup.folder / "work" / Path(job.ToString()); }
 
-/// Whether a unit of the same Job was here before; from now on it was.
+// Whether a unit of the same Job was here before; from now on it was.
 bool WorkDesk::IsKnownJob(Job const& work) {
     auto const [known, isNew] = m_jobs.try_emplace(work.parentID);
-    if (!isNew) {
+    if (!isNew)
         return true;
-    }
     known->second = boost::make_shared<Job>(work);
     m_jobOrder.push_back(work.parentID);
     if (m_jobOrder.size() > k_KnownJobs) {
@@ -267,9 +251,8 @@ String WorkDesk::NameOf(Unit const& unit) const {
     unit.work->GetParameter(p_SubRange, frames);
     String name;
     unit.work->GetParameter("JobName", name);
-    if (name.Empty()) {
+    if (name.Empty())
         name = (unit.product ? unit.product->Name() + " " : String()) + "{" + unit.work->parentID.ToString() + "}";
-    }
     return "work " + frames + " of Job " + name;
 }
 

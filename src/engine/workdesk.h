@@ -1,10 +1,11 @@
-// All work of this Engine: takes units, runs them, reports what became of them.
 #pragma once
+
+// All work of this Engine: takes units, runs them, reports what became of them.
 
 #include "engine/engineclock.h"
 #include "engine/historyreporter.h"
-#include "engine/messagesink.h"
 #include "engine/recentids.h"
+#include "engine/report/messagesink.h"
 #include "engine/report/outputservice.h"
 #include "engine/report/resultjournal.h"
 #include "engine/sidecommands.h"
@@ -14,41 +15,43 @@
 #include <vorlan/messages_farm.h>
 #include <vorlan/messages_requests.h>
 
+#include <deque>
 #include <functional>
+#include <map>
 #include <vector>
 
 namespace vorlan {
 
-/// What a WorkDesk works with. All of it outlives the desk.
+// What a WorkDesk works with. All of it outlives the desk.
 struct DeskSetup {
     UID engine;
-    String host; ///< this Engine's name
-    Path folder; ///< of the journal, the output and the Jobs' own folders
+    String host; // this Engine's name
+    Path folder; // of the journal, the output and the Jobs' own folders
     EngineClock const* clock = nullptr;
     Runner* runner = nullptr;
     OutputFolder* output = nullptr;
-    /// Runs a function on another thread, since it may have to wait for a disk far away.
+    // Runs a function on another thread, since it may have to wait for a disk far away.
     std::function<void(std::function<void()>)> aside;
-    /// Runs a function on the desk's own thread, soon. From any thread.
+    // Runs a function on the desk's own thread, soon. From any thread.
     std::function<void(std::function<void()>)> post;
-    /// The Engine's record as it is now.
+    // The Engine's record as it is now.
     std::function<Engine()> describe;
 };
 
-/// Owns all units of the Engine. Owned by the Engine's main part.
-///
-/// One thread: messages, what the Runner says and the tick all come on it. EndTurn must
-/// follow each batch of calls: it writes the journal, then the output, then sends. A unit
-/// is taken once and reported once; its result is kept until the Master acknowledges it,
-/// across a lost connection and across a crash of the Engine. Stage by stage:
-/// commands before, checks, process, checks of its files, commands after, report.
+// Owns all units of the Engine. Owned by the Engine's main part.
+//
+// One thread: messages, what the Runner says and the tick all come on it. EndTurn must
+// follow each batch of calls: it writes the journal, then the output, then sends. A unit
+// is taken once and reported once; its result is kept until the Master acknowledges it,
+// across a lost connection and across a crash of the Engine. Stage by stage:
+// commands before, checks, process, checks of its files, commands after, report.
 class WorkDesk : public Runner::Listener {
 public:
     explicit WorkDesk(DeskSetup setup);
     ~WorkDesk() override;
 
-    /// There is a Master: tells it all that it must know first. Null: it is gone, and
-    /// everything goes on without it.
+    // There is a Master: tells it all that it must know first. Null: it is gone, and
+    // everything goes on without it.
     void SetMaster(SinkPtr master);
 
     void OnRunWork(RunWorkMsg const& message);
@@ -62,13 +65,13 @@ public:
     void OnRunOutput(UID const& work, std::string_view bytes) override;
     void OnRunEnded(UID const& work, RunEnd const& end) override;
 
-    /// Tells progress that has waited for its time.
+    // Tells progress that has waited for its time.
     void Tick();
-    /// When a Tick is due, as EngineClock::SteadyMs; ProgressThrottle::k_Never for none.
+    // When a Tick is due, as EngineClock::SteadyMs; ProgressThrottle::k_Never for none.
     int64_t NextTickMs() const;
     void EndTurn();
 
-    /// Stops all units, for the end of the program. They are reported as Lost.
+    // Stops all units, for the end of the program. They are reported as Lost.
     void StopAll(String const& reason);
     RunOutput OutputOf(UID const& work) const;
     size_t UnitCount() const { return m_units.size(); }
@@ -81,7 +84,7 @@ public:
 private:
     static constexpr int k_StopGraceMs = 5000;
     static constexpr size_t k_KnownJobs = 5000;
-    /// A run that has been silent for so long gets its log all the same.
+    // A run that has been silent for so long gets its log all the same.
     static constexpr Time k_SilentTime = Time::Seconds(2);
 
     // A unit's way, in this order; unitsteps.cpp.
@@ -114,12 +117,12 @@ private:
     ResultJournal m_journal;
     HistoryReporter m_history;
     SideCommands m_side;
-    corekit::map<UID, Unit> m_units;
+    std::map<UID, Unit> m_units;
     std::vector<boost::shared_ptr<Message const>> m_outbox;
-    corekit::map<UID, boost::shared_ptr<Job>> m_jobs; ///< one unit of each Job that was worked on
-    corekit::deque<UID> m_jobOrder;
-    RecentIds m_settled; ///< acknowledged runs, so that a late order does not run them again
-    RecentIds m_silent;  ///< those that left no log
+    std::map<UID, boost::shared_ptr<Job>> m_jobs; // one unit of each Job that was worked on
+    std::deque<UID> m_jobOrder;
+    RecentIds m_settled; // acknowledged runs, so that a late order does not run them again
+    RecentIds m_silent;  // those that left no log
 };
 
 } // namespace vorlan

@@ -33,8 +33,8 @@ bool EndsWithSeparator(wxMenu const& menu) {
 }
 
 // The types of some Jobs, each once, in the order of their first Job.
-corekit::vector<UID> TypesOf(JobCommandMenu::Jobs const& jobs) {
-    corekit::vector<UID> types;
+std::vector<UID> TypesOf(JobCommandMenu::Jobs const& jobs) {
+    std::vector<UID> types;
     std::set<UID> known;
     for (boost::shared_ptr<Job const> const& job : jobs) {
         if (known.insert(job->Type()).second)
@@ -137,7 +137,7 @@ void JobCommandMenu::Append(wxMenu& menu, Offer const& offer, Command::FLAG kind
 void JobCommandMenu::AppendItems(wxMenu& menu, Offer const& offer, std::vector<String> const& items,
                                  Command::FLAG kind) {
     auto all = std::make_unique<wxMenu>();
-    corekit::vector<UID> const types = TypesOf(offer.jobs);
+    std::vector<UID> const types = TypesOf(offer.jobs);
     bool const inPieces = items.size() > k_ItemsPerMenu;
     for (size_t from = 0; from < items.size(); from += k_ItemsPerMenu) {
         size_t const end = std::min(from + k_ItemsPerMenu, items.size());

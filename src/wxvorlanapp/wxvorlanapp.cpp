@@ -100,7 +100,7 @@ bool wxVorlanApp::Guarded(Step step) {
 
 bool wxVorlanApp::OnInit() {
     CALL_ENTRY();
-    corekit::vector<corekit::String> words;
+    std::vector<corekit::String> words;
     for (int i = 1; i < argc; ++i)
         words.push_back(wxvString(argv[i]));
     m_commandLine = std::make_unique<corekit::CommandLine>(argc > 0 ? wxvString(argv[0]) : corekit::String(), words);

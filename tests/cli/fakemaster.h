@@ -1,8 +1,10 @@
-// A Master in memory, for the commands to talk to.
 #pragma once
+
+// A Master in memory, for the commands to talk to.
 
 #include "cli/app.h"
 #include "cli/exitcode.h"
+#include "testpaths.h"
 
 #include <boost/make_shared.hpp>
 #include <vorlan/jobtemplate.h>
@@ -31,8 +33,8 @@ public:
         UID engine;
     };
     std::vector<Unit> units;
-    std::map<UID, String> refuses;                  // ids of Jobs, null for new ones, and why
-    std::map<UID, corekit::vector<String>> outputs; // pieces, by work
+    std::map<UID, String> refuses;              // ids of Jobs, null for new ones, and why
+    std::map<UID, std::vector<String>> outputs; // pieces, by work
     // What happens one after the other while a command waits.
     std::deque<std::function<void(FakeMaster&)>> later;
 
@@ -97,7 +99,7 @@ public:
     }
 
     static boost::shared_ptr<Product> ShippedProduct(char const* file) {
-        return SLoadProductFile(Path(VORLAN_SOURCE_DIR) / "products" / file);
+        return SLoadProductFile(Path(vorlan::k_SourceDir) / "products" / file);
     }
     static boost::shared_ptr<Product> CommandProduct() {
         static auto const s_product = ShippedProduct("command.json");
@@ -226,7 +228,7 @@ private:
 
     void SendOutput(GetOutputMsg const& request) {
         auto const at = outputs.find(request.work);
-        for (String const& piece : at == outputs.end() ? corekit::vector<String>() : at->second) {
+        for (String const& piece : at == outputs.end() ? std::vector<String>() : at->second) {
             auto& data = Tell<OutputDataMsg>();
             data.request = request.request;
             data.data = piece;

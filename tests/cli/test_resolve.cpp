@@ -12,7 +12,7 @@ namespace vorlan::cli {
 using testing::HasSubstr;
 
 TEST(Resolve, FindsTheOneThatIsMeant) {
-    corekit::vector<Candidate> candidates;
+    std::vector<Candidate> candidates;
     Rows<char const*, char const*> const known = {
         {"aaaa1111-0000-0000-0000-000000000001", "Kitchen"}, {"aaaa2222-0000-0000-0000-000000000002", "Garden"},
         {"bbbb0000-0000-0000-0000-000000000003", "Garden"},  {"cccc0000-0000-0000-0000-000000000004", "aaaa1"},

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "testpaths.h"
+
 #include <corekit/process.h>
 
 #include <cstdlib>
@@ -59,7 +61,7 @@ public:
         options.stdoutFd = options.stderrFd = ProcessOptions::k_Null;
         options.group = ProcessGroup::Session;
         String error;
-        m_process = Process::Start(Path(VORLAN_BIN_DIR) / "homeguard", options, &error);
+        m_process = Process::Start(Path(vorlan::k_BinDir) / "homeguard", options, &error);
         if (!m_process)
             throw std::runtime_error(error.Str());
     }

@@ -1,5 +1,6 @@
-// What the tests of threads, processes and the log share.
 #pragma once
+
+// What the tests of threads, processes and the log share.
 
 #include "tempfolder.h"
 

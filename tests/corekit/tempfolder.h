@@ -29,11 +29,11 @@ public:
         std::error_code error;
         std::filesystem::remove_all(m_path.Native(), error);
     }
-    Path operator/(const Path& leaf) const { return m_path / leaf; }
-    const Path& Folder() const { return m_path; }
+    Path operator/(Path const& leaf) const { return m_path / leaf; }
+    Path const& Folder() const { return m_path; }
     std::vector<String> Names() const {
         std::vector<String> names;
-        for (const auto& entry : std::filesystem::directory_iterator(m_path.Native()))
+        for (auto const& entry : std::filesystem::directory_iterator(m_path.Native()))
             names.push_back(entry.path().filename().native());
         return names;
     }
@@ -51,11 +51,11 @@ public:
     FaultyLayer() : m_former(std::exchange(s_Layer, this)) {}
     ~FaultyLayer() override { s_Layer = m_former; }
 
-    int Open(const char* path, int flags, mode_t mode) override {
+    int Open(char const* path, int flags, mode_t mode) override {
         return Fails(Fault::Open, EACCES) ? -1 : FileLayer::Open(path, flags, mode);
     }
     // A full disk still takes a part of the bytes, as a real one does.
-    ssize_t Write(int fd, const void* data, size_t bytes) override {
+    ssize_t Write(int fd, void const* data, size_t bytes) override {
         if (fault == Fault::FullDisk && roomBytes < bytes) {
             bytes = std::exchange(roomBytes, 0);
             if (bytes == 0) {
@@ -69,10 +69,10 @@ public:
     }
     int Sync(int fd) override { return Fails(Fault::Sync, EIO) ? -1 : FileLayer::Sync(fd); }
     int Close(int fd) override {
-        const int result = FileLayer::Close(fd);
+        int const result = FileLayer::Close(fd);
         return Fails(Fault::Close, EDQUOT) ? -1 : result;
     }
-    int Rename(const char* from, const char* to) override {
+    int Rename(char const* from, char const* to) override {
         if (Fails(Fault::Rename, EACCES))
             return -1;
         ++renames;
@@ -98,18 +98,18 @@ private:
 class LogLines {
 public:
     explicit LogLines(LogLevel from = LogLevel::Warning)
-        : m_handle(Log::AddSink([this, from](LogLevel level, const String& text) {
-              const std::lock_guard lock(m_mutex);
+        : m_handle(Log::AddSink([this, from](LogLevel level, String const& text) {
+              std::lock_guard const lock(m_mutex);
               if (level >= from)
                   m_lines.push_back(text);
           })) {}
     std::vector<String> Get() {
-        const std::lock_guard lock(m_mutex);
+        std::lock_guard const lock(m_mutex);
         return m_lines;
     }
     bool Has(std::string_view part) {
-        const std::vector<String> lines = Get();
-        return std::any_of(lines.begin(), lines.end(), [&](const String& line) { return line.Contains(part); });
+        std::vector<String> const lines = Get();
+        return std::any_of(lines.begin(), lines.end(), [&](String const& line) { return line.Contains(part); });
     }
 
 private:
@@ -121,19 +121,19 @@ private:
 // Sets a variable of the environment, and puts the former value back.
 class EnvironmentValue {
 public:
-    EnvironmentValue(const char* name, const char* value) : m_name(name) {
-        if (const char* former = std::getenv(name)) {
+    EnvironmentValue(char const* name, char const* value) : m_name(name) {
+        if (char const* former = std::getenv(name)) {
             m_former = former;
             m_wasSet = true;
         }
         value ? setenv(name, value, 1) : unsetenv(name);
     }
     ~EnvironmentValue() { m_wasSet ? setenv(m_name, m_former.c_str(), 1) : unsetenv(m_name); }
-    EnvironmentValue(const EnvironmentValue&) = delete;
-    EnvironmentValue& operator=(const EnvironmentValue&) = delete;
+    EnvironmentValue(EnvironmentValue const&) = delete;
+    EnvironmentValue& operator=(EnvironmentValue const&) = delete;
 
 private:
-    const char* const m_name;
+    char const* const m_name;
     std::string m_former;
     bool m_wasSet = false;
 };

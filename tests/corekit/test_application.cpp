@@ -38,8 +38,8 @@ TEST(Application, CleansUpWhateverHappens) {
     struct Case {
         std::function<int(char)> body;
         int code;
-        const char* steps;
-        const char* message;
+        char const* steps;
+        char const* message;
     } const cases[] = {
         {[](char) { return 5; }, 5, "sec", ""},
         {[](char) { return 0; }, 1, "sc", ""},

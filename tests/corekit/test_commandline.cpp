@@ -7,11 +7,11 @@ namespace {
 
 TEST(CommandLine, FindsSwitchesAndTheirValues) {
     struct Case {
-        vector<String> words;
+        std::vector<String> words;
         bool has;         // the switch StartMaster
         int number;       // its first value, 1 when there is none
-        const char* text; // its second value, "none" when there is none
-        vector<String> positional;
+        char const* text; // its second value, "none" when there is none
+        std::vector<String> positional;
     } const cases[] = {
         {{}, false, 1, "none", {}},
         {{"--StartMaster"}, true, 1, "none", {}},
@@ -42,7 +42,7 @@ TEST(CommandLine, FindsSwitchesAndTheirValues) {
 }
 
 TEST(CommandLine, AnAddedSwitchIsLikeAGivenOne) {
-    const char* words[] = {"/usr/bin/VorlanGui", "--StartEngine", "2"};
+    char const* words[] = {"/usr/bin/VorlanGui", "--StartEngine", "2"};
     CommandLine line(3, words);
     EXPECT_EQ(line.Program(), "/usr/bin/VorlanGui");
     line.AddSwitch("DisableMessenger");

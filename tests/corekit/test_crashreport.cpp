@@ -24,7 +24,7 @@ protected:
 };
 
 int Overflow(int depth) {
-    volatile char room[4096];
+    char volatile room[4096];
     room[0] = static_cast<char>(depth);
     return depth < 0 ? 0 : Overflow(depth + 1) + room[0];
 }
@@ -65,7 +65,7 @@ TEST(CrashReport, NamesTheFaultAndWhatEveryThreadDid) {
     struct Case {
         std::function<void()> fail;
         int signal;
-        std::vector<const char*> texts;
+        std::vector<char const*> texts;
     } const cases[] = {
         {[] { ::raise(SIGSEGV); }, SIGSEGV, {"SIGSEGV", "Thread: Idle thread", "IdleThread::Execute"}},
         {[] { std::abort(); }, SIGABRT, {"SIGABRT", "Thread that failed: ", "Outer function ("}},
@@ -78,7 +78,7 @@ TEST(CrashReport, NamesTheFaultAndWhatEveryThreadDid) {
         ASSERT_EQ(folder.Names().size(), 1u);
         EXPECT_TRUE(folder.Names()[0].StartsWith("Crash-"));
         String text = File::Read(folder / folder.Names()[0]);
-        for (const char* part : test.texts)
+        for (char const* part : test.texts)
             EXPECT_TRUE(text.Contains(part)) << part << " is missing in\n" << text;
     }
 }

@@ -11,7 +11,7 @@ using Fault = FaultyLayer::Fault;
 
 namespace {
 
-int ModeOf(const Path& path) {
+int ModeOf(Path const& path) {
     struct stat info {};
     return stat(path.c_str(), &info) == 0 ? static_cast<int>(info.st_mode & 07777) : -1;
 }
@@ -22,14 +22,14 @@ TEST(File, AFailedWriteLeavesTheOldFileWholeAndSaysWhatToDo) {
     struct Case {
         Fault fault;
         size_t roomBytes;
-        const char* advice;
+        char const* advice;
     };
-    const String big(100000, 'n');
-    for (const Case& c : {Case{Fault::FullDisk, 0, "Free some space"}, Case{Fault::FullDisk, 5000, "Free some space"},
+    String const big(100000, 'n');
+    for (Case const& c : {Case{Fault::FullDisk, 0, "Free some space"}, Case{Fault::FullDisk, 5000, "Free some space"},
                           Case{Fault::Open, 0, "access rights"}, Case{Fault::Sync, 0, "Check the disk"},
                           Case{Fault::Close, 0, "Free some space"}, Case{Fault::Rename, 0, "access rights"}}) {
-        const TempFolder folder;
-        const Path path = folder / "options.ini";
+        TempFolder const folder;
+        Path const path = folder / "options.ini";
         File::WriteWhole(path, "old");
         {
             FaultyLayer layer;
@@ -38,7 +38,7 @@ TEST(File, AFailedWriteLeavesTheOldFileWholeAndSaysWhatToDo) {
             try {
                 File::WriteWhole(path, big);
                 ADD_FAILURE() << "no exception for fault " << static_cast<int>(c.fault);
-            } catch (const FileException& exception) {
+            } catch (FileException const& exception) {
                 EXPECT_TRUE(exception.Message().Contains(path)) << exception.what();
                 EXPECT_TRUE(exception.Message().Contains(c.advice)) << exception.what();
                 EXPECT_FALSE(exception.Detail().empty());
@@ -50,8 +50,8 @@ TEST(File, AFailedWriteLeavesTheOldFileWholeAndSaysWhatToDo) {
 }
 
 TEST(File, AccessRightsOfWhatIsWritten) {
-    const TempFolder folder;
-    const Path path = folder / "a";
+    TempFolder const folder;
+    Path const path = folder / "a";
     File::WriteWhole(path, "1");
     EXPECT_EQ(ModeOf(path), 0644);
     File::SetMode(77);
@@ -62,7 +62,7 @@ TEST(File, AccessRightsOfWhatIsWritten) {
     EXPECT_EQ(ModeOf(path), 0600);
     File::WriteWhole(path, "4", 0640);
     EXPECT_EQ(ModeOf(path), 0640);
-    for (const int bad : {-1, 8, 90, 778, 1000})
+    for (int const bad : {-1, 8, 90, 778, 1000})
         EXPECT_THROW(File::SetMode(bad), ArgumentException) << bad;
     // A failed write does not pass its mode on.
     File::SetMode(77);
@@ -72,7 +72,7 @@ TEST(File, AccessRightsOfWhatIsWritten) {
 }
 
 TEST(File, AWriteFollowsALink) {
-    const TempFolder folder;
+    TempFolder const folder;
     File::WriteWhole(folder / "real", "old");
     std::filesystem::create_symlink("real", (folder / "link").Native());
     File::WriteWhole(folder / "link", "new");
@@ -81,9 +81,9 @@ TEST(File, AWriteFollowsALink) {
 }
 
 TEST(File, ReadsDeletesAndMovesAside) {
-    const TempFolder folder;
-    const Path path = folder / "a";
-    const String bytes(std::string_view("\0\r\n\xFF", 4));
+    TempFolder const folder;
+    Path const path = folder / "a";
+    String const bytes(std::string_view("\0\r\n\xFF", 4));
     EXPECT_THROW(File::Read(path), FileException);
     EXPECT_THROW(File::Read(folder.Folder()), FileException);
     EXPECT_EQ(File::Size(path), -1);
@@ -105,24 +105,24 @@ TEST(File, ReadsDeletesAndMovesAside) {
 }
 
 TEST(File, FoldersFollowTheHomeOfTheSystem) {
-    const TempFolder folder;
-    const EnvironmentValue own("HOME", folder.Folder().c_str());
-    const EnvironmentValue config("XDG_CONFIG_HOME", "not/absolute");
-    const EnvironmentValue temp("TMPDIR", folder.Folder().c_str());
+    TempFolder const folder;
+    EnvironmentValue const own("HOME", folder.Folder().c_str());
+    EnvironmentValue const config("XDG_CONFIG_HOME", "not/absolute");
+    EnvironmentValue const temp("TMPDIR", folder.Folder().c_str());
     {
-        const EnvironmentValue home("VORLAN_HOME", folder.Folder().c_str());
+        EnvironmentValue const home("VORLAN_HOME", folder.Folder().c_str());
         EXPECT_EQ(File::GetUserDir(), folder / "user");
         EXPECT_EQ(File::GetMachineDir(), folder / "machine");
         EXPECT_EQ(File::GetConnectionFile(), folder / "Connection.ini");
         EXPECT_EQ(File::GetTempDir().Branch(), folder.Folder());
     }
-    const EnvironmentValue home("VORLAN_HOME", nullptr);
+    EnvironmentValue const home("VORLAN_HOME", nullptr);
     EXPECT_EQ(File::GetUserDir(), folder / ".config/vorlan");
     EXPECT_EQ(File::GetConnectionFile(), File::s_AppDir / "Connection.ini");
     EXPECT_EQ(File::s_AppDir, Path(std::filesystem::read_symlink("/proc/self/exe")).Branch());
 
     // What lies at our place in the folder of all users may be a trap.
-    const Path expected = folder / ("vorlan-" + String::From(geteuid()));
+    Path const expected = folder / ("vorlan-" + String::From(geteuid()));
     std::filesystem::create_directory_symlink((folder / "user").Native(), expected.Native());
     EXPECT_EQ(File::GetTempDir(), folder / ".config/vorlan/temp");
     File::Delete(expected);

@@ -7,13 +7,13 @@ namespace corekit::test {
 namespace {
 
 TEST(FileLock, OneHolderAtATimeWhoIsNamed) {
-    const TempFolder folder;
-    const Path path = folder / "Master.lock";
+    TempFolder const folder;
+    Path const path = folder / "Master.lock";
     EXPECT_FALSE(FileLock::IsHeld(path));
     auto lock = FileLock::TryTake(path, "VorlanMaster");
     ASSERT_TRUE(lock);
 
-    const String expected = SFormat("VorlanMaster (%d)", static_cast<int>(getpid()));
+    String const expected = SFormat("VorlanMaster (%d)", static_cast<int>(getpid()));
     String holder;
     EXPECT_FALSE(FileLock::TryTake(path, "Other", &holder));
     EXPECT_EQ(holder, expected);
@@ -30,8 +30,8 @@ TEST(FileLock, OneHolderAtATimeWhoIsNamed) {
 }
 
 TEST(FileLock, TheLockOfADeadProcessIsTakenSilently) {
-    const TempFolder folder;
-    const Path path = folder / "Engine.lock";
+    TempFolder const folder;
+    Path const path = folder / "Engine.lock";
     ASSERT_EQ(EndOf(Fork([&] { return FileLock::TryTake(path, "VorlanEngine").release() ? 0 : 1; })), 0);
     EXPECT_TRUE(path.Exists());
     EXPECT_FALSE(FileLock::IsHeld(path));
@@ -39,8 +39,8 @@ TEST(FileLock, TheLockOfADeadProcessIsTakenSilently) {
 }
 
 TEST(FileLock, TakersAndAskersInARaceNeverShareIt) {
-    const TempFolder folder;
-    const Path path = folder / "race.lock";
+    TempFolder const folder;
+    Path const path = folder / "race.lock";
     std::atomic<int> inside{0};
     std::atomic<int> taken{0};
     std::atomic<bool> shared{false};
@@ -49,7 +49,7 @@ TEST(FileLock, TakersAndAskersInARaceNeverShareIt) {
         threads.emplace_back([&] {
             for (int round = 0; round < 50; ++round) {
                 FileLock::IsHeld(path);
-                const auto lock = FileLock::TryTake(path, "racer");
+                auto const lock = FileLock::TryTake(path, "racer");
                 if (!lock)
                     continue;
                 if (++inside != 1)

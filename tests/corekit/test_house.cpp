@@ -1,6 +1,8 @@
 // The rules of the house: which library may include which, how long a file may
 // get, and which words mean nothing to a reader of this project.
 
+#include "testpaths.h"
+
 #include <corekit/file.h>
 
 #include <algorithm>
@@ -18,18 +20,18 @@ namespace fs = std::filesystem;
 using std::string;
 
 constexpr size_t k_LongestFile = 800;
-const fs::path k_Root = VORLAN_SOURCE_DIR;
+fs::path const k_Root = vorlan::k_SourceDir;
 
-/// Library -> what it may include besides itself. "wx" stands for the toolkit.
-const std::set<string> k_Program = {"corekit", "vorlan"};
-const std::set<string> k_Windows = {"corekit", "vorlan", "wxvorlan", "wxvorlanapp", "wx"};
-const std::map<string, std::set<string>> k_Arrows = {
+// Library -> what it may include besides itself. "wx" stands for the toolkit.
+std::set<string> const k_Program = {"corekit", "vorlan"};
+std::set<string> const k_Windows = {"corekit", "vorlan", "wxvorlan", "wxvorlanapp", "wx"};
+std::map<string, std::set<string>> const k_Arrows = {
     {"corekit", {}},
     {"vorlan", {"corekit"}},
     {"wxvorlan", {"corekit", "wx"}},
     {"wxvorlanapp", k_Windows},
-    {"vorlanmirror", k_Program},
-    {"vorlangui", {"corekit", "vorlan", "vorlanmirror", "wxvorlan", "wxvorlanapp", "wx"}},
+    {"vorlanclient", k_Program},
+    {"vorlangui", {"corekit", "vorlan", "vorlanclient", "wxvorlan", "wxvorlanapp", "wx"}},
     {"tools/brakka", k_Windows},
     {"tools/merrow", k_Windows},
     {"tools/panvale", k_Windows},
@@ -39,20 +41,20 @@ const std::map<string, std::set<string>> k_Arrows = {
     {"cli", k_Program},
 };
 
-bool Allowed(const string& from, const string& to) {
-    const auto found = k_Arrows.find(from);
+bool Allowed(string const& from, string const& to) {
+    auto const found = k_Arrows.find(from);
     return from == to || (found != k_Arrows.end() && found->second.contains(to));
 }
 
-string ReadText(const fs::path& path) { return corekit::File::Read(path).Str(); }
+string ReadText(fs::path const& path) { return corekit::File::Read(path).Str(); }
 
-std::vector<fs::path> FilesUnder(const fs::path& folder) {
+std::vector<fs::path> FilesUnder(fs::path const& folder) {
     std::vector<fs::path> files;
     if (fs::is_regular_file(folder))
         files.push_back(folder);
     if (!fs::is_directory(folder))
         return files;
-    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+    for (auto const& entry : fs::recursive_directory_iterator(folder)) {
         if (entry.is_regular_file())
             files.push_back(entry.path());
     }
@@ -61,8 +63,8 @@ std::vector<fs::path> FilesUnder(const fs::path& folder) {
 
 std::vector<fs::path> Sources() {
     std::vector<fs::path> files;
-    for (const char* folder : {"include", "src"}) {
-        for (const auto& path : FilesUnder(k_Root / folder)) {
+    for (char const* folder : {"include", "src"}) {
+        for (auto const& path : FilesUnder(k_Root / folder)) {
             if (path.extension() == ".h" || path.extension() == ".cpp")
                 files.push_back(path);
         }
@@ -70,62 +72,62 @@ std::vector<fs::path> Sources() {
     return files;
 }
 
-string Relative(const fs::path& path) { return path.lexically_relative(k_Root).generic_string(); }
+string Relative(fs::path const& path) { return path.lexically_relative(k_Root).generic_string(); }
 
-/// The library that a file of the project belongs to. A public header of the GUI
-/// belongs to the library that holds its source.
-string LibraryOf(const fs::path& path) {
-    const fs::path relative = path.lexically_relative(k_Root);
+// The library that a file of the project belongs to. A public header of the GUI
+// belongs to the library that holds its source.
+string LibraryOf(fs::path const& path) {
+    fs::path const relative = path.lexically_relative(k_Root);
     std::vector<string> parts;
-    for (const auto& part : relative)
+    for (auto const& part : relative)
         parts.push_back(part.string());
     if (parts.size() < 3)
         return "";
     if (parts[0] == "include" && parts[1] == "wx") {
-        const fs::path source = k_Root / "src/wxvorlanapp" / path.filename().replace_extension(".cpp");
+        fs::path const source = k_Root / "src/wxvorlanapp" / path.filename().replace_extension(".cpp");
         return fs::exists(source) ? "wxvorlanapp" : "wxvorlan";
     }
     if (parts[1] == "master" && parts[2] == "core")
         return "master/core";
-    if (parts[1] == "vorlangui" && (parts[2] == "mirror" || parts[2] == "model" || parts[2] == "rows"))
-        return "vorlanmirror";
+    if (parts[1] == "vorlangui" && (parts[2] == "client" || parts[2] == "model" || parts[2] == "rows"))
+        return "vorlanclient";
     if (parts[1] == "tools")
         return "tools/" + parts[2];
     return parts[1];
 }
 
-/// The project's own file that an include means; nothing for a system header.
-std::optional<fs::path> Resolve(const fs::path& from, const string& text, bool quoted) {
+// The project's own file that an include means; nothing for a system header.
+std::optional<fs::path> Resolve(fs::path const& from, string const& text, bool quoted) {
     std::vector<fs::path> places;
     if (quoted)
         places.push_back(from.parent_path());
     places.push_back(k_Root / "include");
-    const fs::path relative = from.lexically_relative(k_Root);
+    fs::path const relative = from.lexically_relative(k_Root);
     places.push_back(k_Root / "src" / *std::next(relative.begin()));
     places.push_back(k_Root / "src");
-    for (const auto& place : places) {
-        const fs::path candidate = (place / text).lexically_normal();
+    for (auto const& place : places) {
+        fs::path const candidate = (place / text).lexically_normal();
         if (fs::is_regular_file(candidate))
             return candidate;
     }
     return std::nullopt;
 }
 
-const std::regex k_Toolkit("wx/.*|gtk/.*|gdk/.*|X11/.*|cairo.*|pango/.*");
-/// Headers that read a clock, a file or a socket, or start a thread: not for pure code.
-const std::regex k_Effect("thread|fstream|filesystem|condition_variable|mutex|unistd.h|fcntl.h|sqlite3.h|"
+std::regex const k_Toolkit("wx/.*|gtk/.*|gdk/.*|X11/.*|cairo.*|pango/.*");
+// Headers that read a clock, a file or a socket, or start a thread: not for pure code.
+std::regex const k_Effect("thread|fstream|filesystem|condition_variable|mutex|unistd.h|fcntl.h|sqlite3.h|"
                           "sys/(socket|stat).h|corekit/(thread|threadpool|process|file|namedpipe).h|"
                           "vorlan/messenger.h|boost/asio.*|soci.*|openssl/.*");
 
-/// What is wrong with one include; empty if nothing is.
-string IncludeFault(const fs::path& path, const string& text, bool quoted) {
-    const string library = LibraryOf(path);
-    const auto target = Resolve(path, text, quoted);
-    const string other = target ? LibraryOf(*target) : std::regex_match(text, k_Toolkit) ? "wx" : library;
+// What is wrong with one include; empty if nothing is.
+string IncludeFault(fs::path const& path, string const& text, bool quoted) {
+    string const library = LibraryOf(path);
+    auto const target = Resolve(path, text, quoted);
+    string const other = target ? LibraryOf(*target) : std::regex_match(text, k_Toolkit) ? "wx" : library;
     if (!Allowed(library, other))
         return library + " must not include " + other;
     // What is not public is its library's own, but for the two libraries within a program.
-    const bool isWithin = other == "master/core" || other == "vorlanmirror";
+    bool const isWithin = other == "master/core" || other == "vorlanclient";
     if (target && other != library && Relative(*target).starts_with("src/") && !isWithin)
         return "a private header of " + other;
     if (library == "master/core" && std::regex_match(text, k_Effect))
@@ -134,9 +136,9 @@ string IncludeFault(const fs::path& path, const string& text, bool quoted) {
 }
 
 TEST(House, EveryIncludeFollowsAnArrow) {
-    static const std::regex include(R"re(^\s*#\s*include\s*([<"])([^>"]+)[>"])re");
+    static std::regex const include(R"re(^\s*#\s*include\s*([<"])([^>"]+)[>"])re");
     size_t count = 0;
-    for (const auto& path : Sources()) {
+    for (auto const& path : Sources()) {
         std::istringstream text(ReadText(path));
         string line;
         for (size_t number = 1; std::getline(text, line); ++number) {
@@ -144,7 +146,7 @@ TEST(House, EveryIncludeFollowsAnArrow) {
             if (line.find('#') == string::npos || !std::regex_search(line, match, include))
                 continue;
             ++count;
-            const string fault = IncludeFault(path, match[2], match[1] == "\"");
+            string const fault = IncludeFault(path, match[2], match[1] == "\"");
             EXPECT_EQ("", fault) << Relative(path) << ":" << number << " includes " << match[2];
         }
     }
@@ -156,9 +158,9 @@ TEST(House, EveryIncludeFollowsAnArrow) {
 }
 
 TEST(House, FilesStayReadable) {
-    for (const auto& path : Sources()) {
-        const string text = ReadText(path);
-        const auto lines = static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
+    for (auto const& path : Sources()) {
+        string const text = ReadText(path);
+        auto const lines = static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
         EXPECT_LE(lines, k_LongestFile) << Relative(path) << " is two files";
         if (path.extension() == ".h") {
             EXPECT_NE(string::npos, text.find("#pragma once")) << Relative(path);
@@ -168,10 +170,10 @@ TEST(House, FilesStayReadable) {
 
 TEST(House, TextsSpeakOfTheProject) {
     // Put together from pieces, so that this file does not find itself.
-    static const std::regex foreign(string("spec") + R"(\.md|\bPart)" + R"( \d\.\d|/work/)" + "(main|shared)");
-    for (const char* start : {"include", "src", "tests", "benchmarks", "fuzz", "docs", "demo", "products", "resources",
+    static std::regex const foreign(string("spec") + R"(\.md|\bPart)" + R"( \d\.\d|/work/)" + "(main|shared)");
+    for (char const* start : {"include", "src", "tests", "benchmarks", "fuzz", "docs", "demo", "products", "resources",
                               "packages", "cmake", ".ci", "run", "test", "bench", "README.md", "CMakeLists.txt"}) {
-        for (const auto& path : FilesUnder(k_Root / start)) {
+        for (auto const& path : FilesUnder(k_Root / start)) {
             std::istringstream text(ReadText(path));
             string line;
             for (size_t number = 1; std::getline(text, line); ++number) {

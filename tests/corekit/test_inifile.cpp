@@ -13,9 +13,9 @@ namespace {
 
 using Content = std::map<String, OptionMap, String::ciless>;
 
-Content ContentOf(const IniFile& file) {
+Content ContentOf(IniFile const& file) {
     Content content;
-    for (const String& section : file.Sections())
+    for (String const& section : file.Sections())
         content[section] = file.GetSection(section);
     return content;
 }
@@ -33,20 +33,20 @@ String HardText(std::mt19937& random, size_t maxLength) {
 } // namespace
 
 TEST(IniFile, AnyBytesReadBackAsTheyWere) {
-    const auto seed = std::random_device()();
+    auto const seed = std::random_device()();
     SCOPED_TRACE(testing::Message() << "seed " << seed);
-    for (const auto start : {1u, seed}) {
+    for (auto const start : {1u, seed}) {
         std::mt19937 random(start);
         for (int round = 0; round < 400; ++round) {
             IniFile file;
             for (auto values = random() % 12; values > 0; --values)
                 file.SetValue(HardText(random, 4), HardText(random, 4), HardText(random, 30));
             file.InsertSection(HardText(random, 3));
-            const String text = file.SaveText();
+            String const text = file.SaveText();
             IniFile again;
             again.LoadText(text);
             ASSERT_EQ(ContentOf(again), ContentOf(file)) << text;
-            for (const String& section : file.Sections())
+            for (String const& section : file.Sections())
                 ASSERT_EQ(again.Keys(section), file.Keys(section)) << text;
             ASSERT_EQ(again.SaveText(), text);
         }
@@ -65,7 +65,7 @@ TEST(IniFile, DamagedTextNeverCrashesAndReadableTextIsStable) {
             text.Replace(std::string_view("\0", 1), "");
         }
         file.LoadText(text);
-        const String saved = file.SaveText();
+        String const saved = file.SaveText();
         IniFile again;
         again.LoadText(saved);
         ASSERT_EQ(ContentOf(again), ContentOf(file)) << text;
@@ -88,9 +88,9 @@ TEST(IniFile, ReadsWhatPeopleWrite) {
                   "[Broken\n"
                   "Name = \\{41}\\{42\n"
                   "; the end\n");
-    EXPECT_EQ(file.Sections(), (vector<String>{"", "Connection"}));
+    EXPECT_EQ(file.Sections(), (std::vector<String>{"", "Connection"}));
     EXPECT_EQ(file.GetValue("", "top", 0), 1);
-    EXPECT_EQ(file.Keys("connection"), (vector<String>{"Host", "Path", "Port", "Name"}));
+    EXPECT_EQ(file.Keys("connection"), (std::vector<String>{"Host", "Path", "Port", "Name"}));
     EXPECT_EQ(
         file.GetSection("Connection"),
         (OptionMap{
@@ -99,8 +99,8 @@ TEST(IniFile, ReadsWhatPeopleWrite) {
 
     // What was not understood and what was remarked is still there after a save.
     file.SetValue("Connection", "Host", "third");
-    const String saved = file.SaveText();
-    for (const char* kept : {"; Farm of the third floor\n; do not edit\n", "# the old port", "; what is this",
+    String const saved = file.SaveText();
+    for (char const* kept : {"; Farm of the third floor\n; do not edit\n", "# the old port", "; what is this",
                              "; = nothing", "; [Broken", "; the end"})
         EXPECT_TRUE(saved.Contains(kept)) << kept << "\nin\n" << saved;
     IniFile again;
@@ -139,9 +139,9 @@ TEST(IniFile, TypedValuesFallBackToTheDefault) {
 
 TEST(IniFile, WalksSectionsByNameAndKeysInTheOrderOfWriting) {
     IniFile file;
-    for (const char* section : {"3", "1", "2"}) {
+    for (char const* section : {"3", "1", "2"}) {
         file.InsertSection(section);
-        for (const char* key : {"Name", "Job", "Area"})
+        for (char const* key : {"Name", "Job", "Area"})
             file.SetValue(key, String(section) + key);
     }
     String all;
@@ -155,7 +155,7 @@ TEST(IniFile, WalksSectionsByNameAndKeysInTheOrderOfWriting) {
             file.ClearSection(section);
     }
     EXPECT_EQ(all, "1: 1Name 1Job 1Area; 2: 2Name 2Job 2Area; 3: 3Name 3Job 3Area; ");
-    EXPECT_EQ(file.Sections(), (vector<String>{"1", "3"}));
+    EXPECT_EQ(file.Sections(), (std::vector<String>{"1", "3"}));
 
     // A key that goes while the walk is under way is not given.
     file.SetSection("3");
@@ -174,8 +174,8 @@ TEST(IniFile, WalksSectionsByNameAndKeysInTheOrderOfWriting) {
 }
 
 TEST(IniFile, LoadsReplacingOrOnTop) {
-    const TempFolder folder;
-    const Path path = folder / "a.ini";
+    TempFolder const folder;
+    Path const path = folder / "a.ini";
     IniFile stored;
     stored.SetValue("S", "a", 1);
     stored.Save(path);
@@ -191,7 +191,7 @@ TEST(IniFile, LoadsReplacingOrOnTop) {
     File::WriteWhole(path, std::string_view("[S]\nkey=val\0ue\n", 15));
     EXPECT_THROW(file.Load(path), ParseException);
     {
-        const SetExceptionLevel level(file, 5);
+        SetExceptionLevel const level(file, 5);
         LogLines lines;
         EXPECT_FALSE(file.Load(path));
         EXPECT_TRUE(lines.Get().size() == 1 && lines.Has(path));

@@ -35,7 +35,7 @@ TEST_F(LogTest, WritesOneLinePerRecordWithTimeAndLevel) {
 TEST_F(LogTest, KeepsARecordInOnePieceWhateverItsText) {
     struct Case {
         String text;
-        const char* written;
+        char const* written;
     } const cases[] = {
         {"first\nsecond\n\nthird", "Info     first\n    second\n    \n    third\n"},
         {"ends in feeds\r\n\n", "Info     ends in feeds\n"},
@@ -63,7 +63,7 @@ TEST_F(LogTest, RotatesBySizeAndKeepsSoMany) {
     for (int i = 0; i < 400; ++i)
         LogInfo("record " + String::From(i) + " of a long run of them");
     EXPECT_TRUE(Written().Contains("record 399 "));
-    for (const char* name : {"History.log", "History.1.log", "History.2.log"}) {
+    for (char const* name : {"History.log", "History.1.log", "History.2.log"}) {
         EXPECT_GT(File::Size(folder / name), 0) << name;
         EXPECT_LE(File::Size(folder / name), 4096) << name;
     }

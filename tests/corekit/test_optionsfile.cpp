@@ -14,13 +14,13 @@ namespace {
 
 class OptionsFileTest : public testing::Test {
 protected:
-    int Stored(const String& key) const {
+    int Stored(String const& key) const {
         IniFile file;
         file.Load(path);
         return file.GetValue("S", key, -1);
     }
     TempFolder folder;
-    const Path path = folder / "VorlanGui.ini";
+    Path const path = folder / "VorlanGui.ini";
 };
 
 } // namespace
@@ -48,15 +48,15 @@ TEST_F(OptionsFileTest, PausesNestAndTheLastOneOutWritesOnce) {
     FaultyLayer layer;
     OptionsFile options(path);
     {
-        const OptionsFile::PauseAutoWrite outer(options);
+        OptionsFile::PauseAutoWrite const outer(options);
         {
-            const OptionsFile::WriteLock inner(options);
+            OptionsFile::WriteLock const inner(options);
             for (int i = 0; i < 10; ++i)
                 options.SetValue("S", SFormat("k%d", i), i);
         }
         // It holds the writes of other threads too.
         std::thread([&] {
-            const OptionsFile::PauseAutoWrite own(options);
+            OptionsFile::PauseAutoWrite const own(options);
             options.SetValue("S", "other", 1);
         }).join();
         EXPECT_EQ(layer.renames, 0);
@@ -65,7 +65,7 @@ TEST_F(OptionsFileTest, PausesNestAndTheLastOneOutWritesOnce) {
     EXPECT_EQ(Stored("k9"), 9);
     EXPECT_EQ(Stored("other"), 1);
     {
-        const OptionsFile::PauseAutoWrite nothing(options);
+        OptionsFile::PauseAutoWrite const nothing(options);
         options.SetValue("S", "k9", 9);
     }
     EXPECT_EQ(layer.renames, 1);
@@ -77,10 +77,10 @@ TEST_F(OptionsFileTest, TwoThreadsLoseNoChange) {
     {
         OptionsFile options(path);
         std::barrier start(2);
-        const auto work = [&](const char* who) {
+        auto const work = [&](char const* who) {
             start.arrive_and_wait();
             for (int i = 0; i < rounds; ++i) {
-                const OptionsFile::PauseAutoWrite pause(options);
+                OptionsFile::PauseAutoWrite const pause(options);
                 options.SetValue("S", SFormat("%s-%d-a", who, i), i);
                 options.SetValue("S", SFormat("%s-%d-b", who, i), i);
                 options.GetSection("S");
@@ -100,19 +100,19 @@ TEST_F(OptionsFileTest, TwoThreadsLoseNoChange) {
 
 TEST_F(OptionsFileTest, LocksPausesAndSingleWritesOfManyThreadsNeverBlockEachOther) {
     OptionsFile options(path);
-    const auto groups = [&](int who) {
+    auto const groups = [&](int who) {
         for (int i = 0; i < 40; ++i) {
-            const OptionsFile::WriteLock lock(options);
+            OptionsFile::WriteLock const lock(options);
             options.InsertSection(SFormat("View %d", who));
-            for (const char* key : {"ViewName", "Flags"}) {
-                const OptionsFile::PauseAutoWrite inner(options);
+            for (char const* key : {"ViewName", "Flags"}) {
+                OptionsFile::PauseAutoWrite const inner(options);
                 options.SetValue(key, i);
             }
             // Under the lock the current section is nobody else's.
             EXPECT_EQ(options.CurrentSection(), SFormat("View %d", who));
         }
     };
-    const auto singles = [&] {
+    auto const singles = [&] {
         for (int i = 0; i < 40; ++i) {
             options.SetValue("A", "a", i);
             options.EraseFirstSection();
@@ -148,7 +148,7 @@ TEST_F(OptionsFileTest, AFullDiskIsOneErrorAndTheChangeIsWrittenLater) {
 }
 
 TEST_F(OptionsFileTest, ADamagedFileIsMovedAsideAndAnUnreadableOneLeftAlone) {
-    const String damaged(std::string_view("[S]\na=1\0\0\0", 10));
+    String const damaged(std::string_view("[S]\na=1\0\0\0", 10));
     File::WriteWhole(path, damaged);
     LogLines lines(LogLevel::Error);
     OptionsFile options;
@@ -159,7 +159,7 @@ TEST_F(OptionsFileTest, ADamagedFileIsMovedAsideAndAnUnreadableOneLeftAlone) {
     EXPECT_EQ(File::Read(path + ".damaged"), damaged);
 
     // A folder in the file's place cannot be read, whoever runs the test.
-    const Path unreadable = folder / "b.ini";
+    Path const unreadable = folder / "b.ini";
     File::MakeFolder(unreadable / "inside");
     OptionsFile other;
     EXPECT_FALSE(other.Open(unreadable));

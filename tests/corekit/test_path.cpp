@@ -6,14 +6,14 @@ using namespace corekit;
 
 TEST(Path, Parts) {
     struct Case {
-        const char* path;
-        const char* branch;
-        const char* leaf;
-        const char* stem;
-        const char* extension;
+        char const* path;
+        char const* branch;
+        char const* leaf;
+        char const* stem;
+        char const* extension;
         bool absolute;
     };
-    for (const Case& c :
+    for (Case const& c :
          {Case{"/shots/a.tar.gz", "/shots", "a.tar.gz", "a.tar", ".gz", true}, Case{"/a", "/", "a", "a", "", true},
           Case{"a.vj", "", "a.vj", "a", ".vj", false}, Case{"x/.hidden", "x", ".hidden", ".hidden", "", false},
           Case{"/shots/seq/", "/shots", "seq", "seq", "", true}, Case{"/", "/", "", "", "", true},
@@ -24,7 +24,7 @@ TEST(Path, Parts) {
           Case{"C:\\jobs\\a.ma", "C:\\jobs", "a.ma", "a", ".ma", true}, Case{"C:\\a", "C:\\", "a", "a", "", true},
           Case{"\\\\host\\share\\a", "\\\\host\\share", "a", "a", "", true}, Case{"C:", "C:", "", "", "", true},
           Case{"\\\\", "\\\\", "", "", "", true}}) {
-        const Path path = c.path;
+        Path const path = c.path;
         EXPECT_EQ(path.Branch(), c.branch) << c.path;
         EXPECT_EQ(path.Leaf(), c.leaf) << c.path;
         EXPECT_EQ(path.Stem(), c.stem) << c.path;
@@ -34,15 +34,15 @@ TEST(Path, Parts) {
 }
 
 TEST(Path, JoinsAndQuotes) {
-    const char* const joined[][3] = {{"/a", "b", "/a/b"},     {"/a/", "b", "/a/b"},  {"/a", "/b", "/b"},
+    char const* const joined[][3] = {{"/a", "b", "/a/b"},     {"/a/", "b", "/a/b"},  {"/a", "/b", "/b"},
                                      {"", "b", "b"},          {"/a", "", "/a"},      {"C:\\a", "b", "C:\\a\\b"},
                                      {"C:/a", "b", "C:/a/b"}, {"C:\\", "b", "C:\\b"}};
-    for (const auto& [left, right, both] : joined)
+    for (auto const& [left, right, both] : joined)
         EXPECT_EQ(Path(left) / right, both);
     // Quotes go round once and come off once.
     EXPECT_EQ(Path::Enquote("a b"), "\"a b\"");
     EXPECT_EQ(Path::Enquote("\"a b\""), "\"a b\"");
     EXPECT_EQ(Path::Enquote(""), "");
-    for (const char* text : {"a", "a\"b", "\"", "\"a", "a\"", "C:\\dir\\", " x "})
+    for (char const* text : {"a", "a\"b", "\"", "\"a", "a\"", "C:\\dir\\", " x "})
         EXPECT_EQ(Path::Dequote(Path::Enquote(text)), text);
 }

@@ -5,7 +5,7 @@
 namespace corekit::test {
 namespace {
 
-ProcessOptions Shell(const char* script) {
+ProcessOptions Shell(char const* script) {
     ProcessOptions options;
     options.args = {"-c", script};
     return options;
@@ -34,7 +34,7 @@ private:
 };
 
 TEST(Process, ReportsHowItEnded) {
-    std::pair<const char*, int> const ends[] = {{"exit 0", 0}, {"exit 7", 7}, {"kill -KILL $$", -SIGKILL}};
+    std::pair<char const*, int> const ends[] = {{"exit 0", 0}, {"exit 7", 7}, {"kill -KILL $$", -SIGKILL}};
     for (auto const& [script, code] : ends) {
         auto process = Process::Start("sh", Shell(script));
         ASSERT_NE(process, nullptr);
@@ -51,7 +51,7 @@ TEST(Process, SaysWhatIsWrongWhenItCannotStart) {
     struct Case {
         Path program;
         Path folder;
-        const char* message;
+        char const* message;
     } const cases[] = {
         {"no-such-renderer-here", {}, "not in the search path"},
         {"/no/such/renderer", {}, "there is no such file"},
@@ -129,8 +129,8 @@ TEST(Process, StartsWithAllSignalsAtTheirDefault) {
 
 TEST(Process, TerminateEndsTheWholeGroup) {
     struct Case {
-        const char* what;
-        const char* script; // prints the grandchild's number
+        char const* what;
+        char const* script; // prints the grandchild's number
         ProcessGroup group;
         int graceMs;
     } const cases[] = {

@@ -145,7 +145,7 @@ TEST(LockOrderDeathTest, TheOrderIsKept) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     struct Case {
         std::vector<LockRank> taken;
-        const char* message; // null: allowed
+        char const* message; // null: allowed
     } const cases[] = {
         {{LockRank::JobList, LockRank::JobInfo, LockRank::WatcherRegistry, LockRank::PoolTable}, nullptr},
         {{LockRank::PoolTable, LockRank::None}, nullptr},

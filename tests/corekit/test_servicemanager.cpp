@@ -56,7 +56,7 @@ public:
         options.find = [programs](String const& name) {
             return programs.contains(name.Str()) ? Path("/bin/" + name) : Path();
         };
-        options.run = [this](Path const& program, vector<String> const& args, String const& input) {
+        options.run = [this](Path const& program, std::vector<String> const& args, String const& input) {
             String line = program;
             for (String const& arg : args)
                 line += " " + arg;
@@ -175,7 +175,7 @@ TEST(Systemd, TheMachinesUnitsAreWrittenByOneCommand) {
     SystemdManager::Options options = systemd.Options({"systemctl"});
     options.isRoot = true;
     EnvironmentValue const path("PATH", (tools.Folder() + ":/usr/bin:/bin").c_str());
-    options.run = [](Path const& program, vector<String> const& args, String const&) {
+    options.run = [](Path const& program, std::vector<String> const& args, String const&) {
         return RunCommand(program, args, 20'000);
     };
     SystemdManager manager(options);

@@ -54,7 +54,7 @@ TEST_F(SignalTest, SlotsMayChangeTheConnectionsDuringTheEmission) {
         signal.Connect(b.get(), &Listener::On);
     };
     struct Case {
-        const char* what;
+        char const* what;
         std::function<void()> duringB;
         Calls first;
         Calls second;

@@ -19,20 +19,20 @@ Sample ReadSample(InStream& in) {
 } // namespace
 
 TEST(Stream, DataReadsBackAndIsAFaultWhenItEndsTooEarlyAnywhere) {
-    const Sample sample(true, -2, 4000000000u, -5000000000, 1.5, String("a\0b", 3), "text", UID(true), Time::Hours(1));
+    Sample const sample(true, -2, 4000000000u, -5000000000, 1.5, String("a\0b", 3), "text", UID(true), Time::Hours(1));
     OutMemory out;
-    std::apply([&](const auto&... value) { (out.Write(value), ...); }, sample);
-    const String bytes = out.Take();
+    std::apply([&](auto const&... value) { (out.Write(value), ...); }, sample);
+    String const bytes = out.Take();
     InMemory in(bytes);
     EXPECT_EQ(ReadSample(in), sample);
     EXPECT_TRUE(in.AtEnd() && !in.Failed());
     for (size_t length = 0; length < bytes.size(); ++length) {
-        const String part = bytes.Mid(0, length);
+        String const part = bytes.Mid(0, length);
         InMemory strict(part);
         EXPECT_THROW(ReadSample(strict), ParseException) << length;
 
         InMemory lenient(part);
-        const SetExceptionLevel level(lenient, 5);
+        SetExceptionLevel const level(lenient, 5);
         LogLines lines;
         ReadSample(lenient);
         EXPECT_TRUE(lenient.Failed());
@@ -59,8 +59,8 @@ TEST(Stream, ALengthBeyondItsLimitIsRefused) {
 }
 
 TEST(Stream, LinesOfAnyEndingAndLength) {
-    const String longLine(InStream::k_MaxLineBytes + 10, 'x');
-    const String text = "one\r\n\ntwo\n" + longLine + "\nlast";
+    String const longLine(InStream::k_MaxLineBytes + 10, 'x');
+    String const text = "one\r\n\ntwo\n" + longLine + "\nlast";
     InMemory in(text);
     std::vector<String> lines;
     for (String line; in.Line(line);)
@@ -70,10 +70,10 @@ TEST(Stream, LinesOfAnyEndingAndLength) {
 }
 
 TEST(Stream, AFileTakesItsPlaceOnlyWhenClosed) {
-    const TempFolder folder;
-    const Path path = folder / "product.json";
+    TempFolder const folder;
+    Path const path = folder / "product.json";
     File::WriteWhole(path, "old");
-    const String big(200000, 'x');
+    String const big(200000, 'x');
     {
         OutFile dropped(path);
         dropped.Text(big);
@@ -97,19 +97,19 @@ TEST(Stream, AFileTakesItsPlaceOnlyWhenClosed) {
 }
 
 TEST(Stream, AFullDiskThrowsByTheLevelAndKeepsTheOldFile) {
-    const TempFolder folder;
-    const Path path = folder / "a";
+    TempFolder const folder;
+    Path const path = folder / "a";
     File::WriteWhole(path, "old");
     FaultyLayer layer;
     layer.fault = FaultyLayer::Fault::FullDisk;
-    const String big(200000, 'x');
+    String const big(200000, 'x');
     {
         OutFile file(path);
         EXPECT_THROW(file.Text(big), FileException);
     }
     {
         OutFile file(path);
-        const SetExceptionLevel level(file, 5);
+        SetExceptionLevel const level(file, 5);
         file.Text(big);
         file.Text(big);
         EXPECT_FALSE(file.Close());

@@ -11,7 +11,7 @@
 using namespace corekit;
 
 // Initialised before main, maybe before the library's own statics.
-static const String s_early = String::Null + k_Yes + k_NL + String::From(false);
+static String const s_early = String::Null + k_Yes + k_NL + String::From(false);
 
 TEST(String, CanBeUsedWhileStaticsAreMade) { EXPECT_EQ(s_early, "Yes\nNo"); }
 
@@ -22,7 +22,7 @@ TEST(String, OrderIsByUnsignedBytes) {
     EXPECT_GT(String("ab").CompareNoCase("A"), 0);
     // '_' lies between the cases: the fold must be to lower, as ciless keys rely on it.
     EXPECT_LT(String("_").CompareNoCase("A"), 0);
-    const char* none = nullptr;
+    char const* none = nullptr;
     EXPECT_TRUE(String(none) == "" && String() == none && String("a") + none == "a");
     OptionMap options{{"Name", "1"}};
     options["NAME"] = "2";
@@ -31,7 +31,7 @@ TEST(String, OrderIsByUnsignedBytes) {
 }
 
 TEST(String, Finds) {
-    const String text = "Frame.0001.EXR";
+    String const text = "Frame.0001.EXR";
     EXPECT_EQ(text.Find(".", 6), 10u);
     EXPECT_EQ(text.FindNoCase("exr"), 11u);
     EXPECT_EQ(text.FindNoCase("FRAME", 1), String::npos);
@@ -44,14 +44,14 @@ TEST(String, Finds) {
 
 TEST(String, Replaces) {
     struct Case {
-        const char* text;
-        const char* from;
-        const char* to;
+        char const* text;
+        char const* from;
+        char const* to;
         bool caseSensitive;
         size_t count;
-        const char* result;
+        char const* result;
     };
-    for (const Case& c : {Case{"aXbXc", "X", "--", true, 2, "a--b--c"}, Case{"aaa", "a", "aa", true, 3, "aaaaaa"},
+    for (Case const& c : {Case{"aXbXc", "X", "--", true, 2, "a--b--c"}, Case{"aaa", "a", "aa", true, 3, "aaaaaa"},
                           Case{"aaa", "aa", "b", true, 1, "ba"}, Case{"abc", "", "x", true, 0, "abc"},
                           Case{"Job JOB job", "job", "", false, 3, "  "}, Case{"Job", "job", "x", true, 0, "Job"}}) {
         String text = c.text;
@@ -65,15 +65,15 @@ TEST(String, Replaces) {
 
 TEST(String, TakesPartsBySeparator) {
     struct Case {
-        const char* text;
-        const char* leftFirst;
-        const char* rightFirst;
-        const char* leftLast;
-        const char* rightLast;
+        char const* text;
+        char const* leftFirst;
+        char const* rightFirst;
+        char const* leftLast;
+        char const* rightLast;
     };
-    for (const Case& c : {Case{"a-b-c", "a", "b-c", "a-b", "c"}, Case{"abc", "abc", "abc", "abc", "abc"},
+    for (Case const& c : {Case{"a-b-c", "a", "b-c", "a-b", "c"}, Case{"abc", "abc", "abc", "abc", "abc"},
                           Case{"-", "", "", "", ""}, Case{"a-", "a", "", "a", ""}, Case{"", "", "", "", ""}}) {
-        const String text = c.text;
+        String const text = c.text;
         EXPECT_EQ(text.LeftFirst("-"), c.leftFirst);
         EXPECT_EQ(text.RightFirst("-"), c.rightFirst);
         EXPECT_EQ(text.LeftLast("-"), c.leftLast);
@@ -89,34 +89,34 @@ TEST(String, TakesPartsBySeparator) {
 
 TEST(String, ReadsNumbersAndFallsBack) {
     struct Case {
-        const char* text;
+        char const* text;
         int64_t asInt;
         uint64_t asUint;
         double asFloat;
     };
     constexpr int64_t lowest = std::numeric_limits<int64_t>::min();
-    for (const Case& c : {Case{"42", 42, 42, 42}, Case{" +7 frames", 7, 7, 7}, Case{"-3.5", -3, 77, -3.5},
+    for (Case const& c : {Case{"42", 42, 42, 42}, Case{" +7 frames", 7, 7, 7}, Case{"-3.5", -3, 77, -3.5},
                           Case{"", 77, 77, 77}, Case{"abc", 77, 77, 77}, Case{"+-5", 77, 77, 77},
                           Case{"1e3", 1, 1, 1000}, Case{"-9223372036854775808", lowest, 77, -9223372036854775808.0},
                           Case{"18446744073709551616", 77, 77, 18446744073709551616.0}, Case{"nan", 77, 77, 77},
                           Case{"1e999", 1, 1, 77}, Case{"inf", 77, 77, 77}, Case{"- 5", 77, 77, 77}}) {
-        const String text = c.text;
+        String const text = c.text;
         EXPECT_EQ(text.Int(77), c.asInt) << text;
         EXPECT_EQ(text.Uint(77), c.asUint) << text;
         EXPECT_EQ(text.Float(77), c.asFloat) << text;
     }
-    for (const char* yes : {"Yes", "TRUE", "on", "1", " yes "})
+    for (char const* yes : {"Yes", "TRUE", "on", "1", " yes "})
         EXPECT_TRUE(String(yes).Bool(false)) << yes;
-    for (const char* no : {"No", "false", "OFF", "0"})
+    for (char const* no : {"No", "false", "OFF", "0"})
         EXPECT_FALSE(String(no).Bool(true)) << no;
-    for (const char* neither : {"", "2", "yess", "nope"})
+    for (char const* neither : {"", "2", "yess", "nope"})
         EXPECT_TRUE(String(neither).Bool(true) && !String(neither).Bool(false)) << neither;
 }
 
 TEST(String, DoublesReadBackAsTheSameNumber) {
     std::mt19937_64 random(7);
     for (int i = 0; i < 2000; ++i) {
-        const double value = std::bit_cast<double>(random());
+        double const value = std::bit_cast<double>(random());
         if (std::isfinite(value)) {
             ASSERT_EQ(String::From(value).Float(), value);
         }
@@ -129,11 +129,11 @@ TEST(String, DoublesReadBackAsTheSameNumber) {
 
 TEST(String, Wraps) {
     struct Case {
-        const char* text;
+        char const* text;
         size_t width;
-        const char* result;
+        char const* result;
     };
-    for (const Case& c : {Case{"one two three", 7, "one two|three"}, Case{"one two three", 3, "one|two|thr|ee"},
+    for (Case const& c : {Case{"one two three", 7, "one two|three"}, Case{"one two three", 3, "one|two|thr|ee"},
                           Case{"abcdefgh", 3, "abc|def|gh"}, Case{"a b", 0, "a b"}, Case{"", 5, ""},
                           Case{"one\ntwo  three", 5, "one|two|three"}, Case{"\n", 5, "|"},
                           // Four letters of two bytes each: characters count, and none is cut.
@@ -142,7 +142,7 @@ TEST(String, Wraps) {
 }
 
 TEST(SFormat, WritesTextOfAnyLength) {
-    for (const int length : {0, 1, 510, 511, 512, 513, 5000})
+    for (int const length : {0, 1, 510, 511, 512, 513, 5000})
         EXPECT_EQ(SFormat("%s%d", std::string(static_cast<size_t>(length), 'x').c_str(), 7),
                   String(static_cast<size_t>(length), 'x') + "7");
 }

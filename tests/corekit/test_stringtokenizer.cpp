@@ -21,10 +21,10 @@ Tokens All(StringTokenizer tokenizer) {
 
 TEST(StringTokenizer, QuotesAndEscapesHideSeparatorsAndStayInTheToken) {
     struct Case {
-        const char* text;
+        char const* text;
         Tokens tokens;
     };
-    for (const Case& c : {Case{"a,b,c", {"a", "b", "c"}}, Case{",a,,b,", {"a", "b"}}, Case{"", {}}, Case{",,,", {}},
+    for (Case const& c : {Case{"a,b,c", {"a", "b", "c"}}, Case{",a,,b,", {"a", "b"}}, Case{"", {}}, Case{",,,", {}},
                           Case{"\"a,b\",c", {"\"a,b\"", "c"}}, Case{"a\\,b,c", {"a\\,b", "c"}},
                           Case{"\\\"a,b\"c,d\"", {"\\\"a", "b\"c,d\""}}, Case{"\"a\\\",b\",c", {"\"a\\\",b\"", "c"}},
                           // A quote without a partner must not swallow the rest.

@@ -144,7 +144,7 @@ TEST_F(ThreadPoolTest, AWaitingFunctionIsReplacedByOneOfTheSameId) {
     ThreadPool::Initialize(2);
     std::atomic<bool> open{false};
     std::vector<String> ran;
-    auto queue = [&](const char* name, UID const& id) {
+    auto queue = [&](char const* name, UID const& id) {
         ThreadPool::ThrottleQueue([&, name] { ran.push_back(name); }, "Save", id);
     };
     UID first(true), second(true);

@@ -26,10 +26,10 @@ constexpr Triple k_DaysToMinutes{7, 9, 6, 2, '0'};
 struct DurationCase {
     Triple units;
     int64_t ms;
-    const char* text;
+    char const* text;
 };
 
-const DurationCase k_Durations[] = {
+DurationCase const k_Durations[] = {
     {k_Long, 0, "0 seconds"},
     {k_Long, 1 * k_Second, "1 second"},
     {k_Long, 59 * k_Second + 999, "59 seconds"},
@@ -64,8 +64,8 @@ const DurationCase k_Durations[] = {
 } // namespace
 
 TEST(Time, DurationsOfEveryTripleInUse) {
-    for (const DurationCase& c : k_Durations) {
-        const Triple& u = c.units;
+    for (DurationCase const& c : k_Durations) {
+        Triple const& u = c.units;
         EXPECT_EQ(Time(c.ms).FormatDuration(u.unit1, u.unit2, u.unit3, true, u.width, u.fill, k_DurationLimitMs),
                   c.text)
             << u.unit1 << "," << u.unit2 << "," << u.unit3 << " of " << c.ms << " ms";
@@ -76,7 +76,7 @@ TEST(Time, DurationsOfEveryTripleInUse) {
 }
 
 TEST(Time, SpansLetTheLargestUnitRunOn) {
-    const Time span = Time::Hours(26) + Time::Minutes(5) + Time::Seconds(9) + Time(70);
+    Time const span = Time::Hours(26) + Time::Minutes(5) + Time::Seconds(9) + Time(70);
     EXPECT_EQ(span.FormatSpan(k_SpanHMS), "26:05:09");
     EXPECT_EQ(span.FormatSpan("%D %H:%M"), "1 02:05");
     EXPECT_EQ(span.FormatSpan("%S.%L"), "93909.070");
@@ -86,14 +86,14 @@ TEST(Time, SpansLetTheLargestUnitRunOn) {
 }
 
 TEST(Time, PointsFormatInUtcAndInTheLocalZone) {
-    const Time point = Time::FromUnixMs(1763692496007);
+    Time const point = Time::FromUnixMs(1763692496007);
     EXPECT_EQ(point.Format(k_DefaultDateTime, false), "2025-11-21 02:34:56.007");
     EXPECT_EQ(point.Format(k_DateTimeNoMS, false), "2025-11-21 02:34:56");
     EXPECT_EQ(point.Format(k_DateTimeNicer, false), "2025-11-21 02:34");
     EXPECT_EQ(point.Format(k_DefaultTime, false), "02:34:56");
     EXPECT_EQ(point.Format(k_ShortDate, false), "2025-11-21");
     {
-        const EnvironmentValue zone("TZ", "TST-5:30");
+        EnvironmentValue const zone("TZ", "TST-5:30");
         tzset();
         EXPECT_EQ(point.Format(k_DateTimeNicer), "2025-11-21 08:04");
     }

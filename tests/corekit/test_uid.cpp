@@ -13,8 +13,8 @@ TEST(UID, TextReadsBackAndBadTextIsRefused) {
     EXPECT_EQ(id.ToString(), "01234567-89ab-cdef-0123-456789abcdef");
     EXPECT_EQ(id.Bytes()[0], 0x01);
     EXPECT_EQ(id.Bytes()[15], 0xEF);
-    const UID before = id;
-    for (const char* bad : {"", "{}", "01234567-89ab-cdef-0123-456789abcde", "01234567-89ab-cdef-0123-456789abcdefa",
+    UID const before = id;
+    for (char const* bad : {"", "{}", "01234567-89ab-cdef-0123-456789abcde", "01234567-89ab-cdef-0123-456789abcdefa",
                             "{01234567-89ab-cdef-0123-456789abcdef", "01234567-89ab-cdef-0123-456789abcdeg",
                             "0123456789ab-cdef-0123-456789abcdef--", "01234567-89ab-cdef-0123_456789abcdef",
                             "0-234567-89ab-cdef-0123-456789abcdef"}) {
@@ -45,10 +45,10 @@ TEST(UID, FreshOnesAreUniqueAcrossThreadsAndCarryTheirVersion) {
         });
     threads.clear();
     std::unordered_set<UID> all;
-    for (const auto& mine : made)
+    for (auto const& mine : made)
         all.insert(mine.begin(), mine.end());
     EXPECT_EQ(all.size(), perThread * made.size());
-    for (const UID& id : made[0]) {
+    for (UID const& id : made[0]) {
         ASSERT_EQ(id.Bytes()[6] >> 4, 4);
         ASSERT_EQ(id.Bytes()[8] >> 6, 2);
     }
@@ -56,7 +56,7 @@ TEST(UID, FreshOnesAreUniqueAcrossThreadsAndCarryTheirVersion) {
 
 TEST(UID, AForkedChildDoesNotRepeatItsParent) {
     static_cast<void>(UID(true));
-    const Pipe pipe;
+    Pipe const pipe;
     ASSERT_EQ(EndOf(Fork([&] { return write(pipe.write.Get(), UID(true).Bytes(), 16) == 16 ? 0 : 1; })), 0);
     uint8_t bytes[16];
     ASSERT_EQ(read(pipe.read.Get(), bytes, sizeof bytes), 16);

@@ -1,9 +1,10 @@
-// Stand-ins for what the Engine works with.
 #pragma once
+
+// Stand-ins for what the Engine works with.
 
 #include "corekit/tempfolder.h"
 #include "engine/engineclock.h"
-#include "engine/messagesink.h"
+#include "engine/report/messagesink.h"
 #include "engine/runner/runner.h"
 #include "engine/workdesk.h"
 

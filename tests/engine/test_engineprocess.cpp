@@ -3,6 +3,7 @@
 #include "corekit/runtimetools.h"
 #include "corekit/sanitizerreports.h"
 #include "engine/runner/leftovers.h"
+#include "testpaths.h"
 #include "vorlan/inbox.h"
 
 #include <boost/make_shared.hpp>
@@ -98,7 +99,7 @@ protected:
         options.group = ProcessGroup::Own;
         options.stdoutFd = options.stderrFd = ProcessOptions::k_Null;
         String error;
-        m_engine = Process::Start(Path(String(VORLAN_BIN_DIR) + "/VorlanEngine"), options, &error);
+        m_engine = Process::Start(Path(String(vorlan::k_BinDir) + "/VorlanEngine"), options, &error);
         ASSERT_TRUE(m_engine) << error;
     }
     FarmKey Key() { return FarmKey::LoadOrCreate(File::GetMachineDir()); }
@@ -158,7 +159,7 @@ TEST_F(EngineProcess, AnswersOnItsInformationPort) {
     Inbox inbox;
     net::ClientOptions options;
     options.self = net::PeerInfo::Self(net::PeerKind::Client, "Test");
-    options.find = [port](auto const&, auto const&) { return corekit::vector<IPPeer>{port}; };
+    options.find = [port](auto const&, auto const&) { return std::vector<IPPeer>{port}; };
     net::Handlers handlers;
     handlers.onConnected = [&](auto const& connection) {
         connection->Send(GetHardwareMsg::New());

@@ -49,7 +49,7 @@ protected:
     TempFolder temp;
     OutputFolder folder{temp.Folder()};
     UID const work{true};
-    std::map<UID, RunOutput> runs; ///< those that are not over
+    std::map<UID, RunOutput> runs; // those that are not over
     OutputService service{folder, [this](UID const& id) { return runs.contains(id) ? runs[id] : RunOutput::Whole; }};
     boost::shared_ptr<FakeSink> sink = boost::make_shared<FakeSink>();
 };

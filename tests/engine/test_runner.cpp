@@ -3,6 +3,7 @@
 #include "engine/runner/localrunner.h"
 #include "engine/runner/runnerprotocol.h"
 #include "engine/runner/spawn.h"
+#include "testpaths.h"
 
 #include <corekit/exception.h>
 
@@ -13,7 +14,7 @@ using corekit::test::WaitFor;
 
 namespace {
 
-String EngineProgram() { return String(VORLAN_BIN_DIR) + "/VorlanEngine"; }
+String EngineProgram() { return String(vorlan::k_BinDir) + "/VorlanEngine"; }
 
 class Recorder : public Runner::Listener {
 public:
@@ -218,9 +219,8 @@ TEST(RunnerProtocol, FramesSurviveAnyCutAndRubbishIsRefused) {
     std::mt19937 random(11);
     for (int round = 0; round < 2000; ++round) {
         std::string damaged = bytes;
-        for (int changes = 0; changes < 4; ++changes) {
+        for (int changes = 0; changes < 4; ++changes)
             damaged[random() % damaged.size()] = static_cast<char>(random());
-        }
         size_t at = 0;
         try {
             runner::TakeFrame(damaged, at);

@@ -21,7 +21,7 @@ TEST(Verdict, SaysWhatBecameOfAUnitAndWhy) {
                                      "disable the Product on this Engine.";
     struct Case {
         RunEnd end;
-        corekit::vector<int> codes;
+        std::vector<int> codes;
         char const* error;
         char const* lastLine;
         char const* missing;

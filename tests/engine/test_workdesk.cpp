@@ -148,7 +148,7 @@ TEST_F(WorkDeskTest, RunsAUnitFromTheOrderToTheReport) {
     ASSERT_EQ(runner.started.size(), 1U);
     RunSpec const& spec = runner.started[0];
     EXPECT_EQ(spec.work, work->id);
-    EXPECT_EQ(spec.arguments, (corekit::vector<String>{"render", "1-4"}));
+    EXPECT_EQ(spec.arguments, (std::vector<String>{"render", "1-4"}));
     EXPECT_TRUE(spec.folder.IsFolder()) << "a folder of the Engine";
     EXPECT_TRUE(Told<WorkBegunMsg>().empty());
 

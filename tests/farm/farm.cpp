@@ -3,6 +3,7 @@
 #include "cli/exitcode.h"
 #include "cli/masterlink.h"
 #include "engine/runner/leftovers.h"
+#include "testpaths.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -47,7 +48,7 @@ void Program::Start(std::vector<String> const& arguments) {
     options.stdoutFd = output.Get();
     options.stderrFd = output.Get();
     options.group = ProcessGroup::Session;
-    Path program = Path(VORLAN_BIN_DIR) / m_name;
+    Path program = Path(vorlan::k_BinDir) / m_name;
     if (!m_prefix.empty()) {
         options.args.assign(m_prefix.begin() + 1, m_prefix.end());
         options.args.push_back(program);
@@ -228,7 +229,7 @@ std::unique_ptr<corekit::Process> FarmFixture::StartVorlan(std::vector<String> c
     options.stdoutFd = out.Get();
     options.stderrFd = err.Get();
     String error;
-    auto process = corekit::Process::Start(Path(VORLAN_BIN_DIR) / "vorlan", options, &error);
+    auto process = corekit::Process::Start(Path(vorlan::k_BinDir) / "vorlan", options, &error);
     EXPECT_TRUE(process) << error;
     return process;
 }

@@ -1,5 +1,6 @@
-// A real farm for tests: programs in a folder of their own, on free ports.
 #pragma once
+
+// A real farm for tests: programs in a folder of their own, on free ports.
 
 #include "cli/farm.h"
 #include "corekit/homeprocesses.h"

@@ -1,5 +1,6 @@
-// One more connection to the Master of a test.
 #pragma once
+
+// One more connection to the Master of a test.
 
 #include <vorlan/messages.h>
 #include <vorlan/net/client.h>

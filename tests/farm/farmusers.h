@@ -1,5 +1,6 @@
-// Many people at once, who give random commands.
 #pragma once
+
+// Many people at once, who give random commands.
 
 #include "farm/farmpeer.h"
 
@@ -8,6 +9,7 @@
 
 #include <atomic>
 #include <random>
+#include <vector>
 
 namespace vorlan::farmtest {
 

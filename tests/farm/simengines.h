@@ -1,5 +1,6 @@
-// Many Engines on real connections that run nothing.
 #pragma once
+
+// Many Engines on real connections that run nothing.
 
 #include <corekit/string.h>
 #include <vorlan/fwd.h>

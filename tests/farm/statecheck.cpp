@@ -33,8 +33,8 @@ OptionMap OptionsOf(Json const& json) {
     return options;
 }
 
-corekit::map<UID, OptionMap> ProductOptionsOf(Json const& json) {
-    corekit::map<UID, OptionMap> products;
+std::map<UID, OptionMap> ProductOptionsOf(Json const& json) {
+    std::map<UID, OptionMap> products;
     for (auto const& [type, options] : json.items())
         products[IdOf(type)] = OptionsOf(options);
     return products;
@@ -119,7 +119,7 @@ void CompareEngines(MasterState const& state, Differences& differences) {
                     CompareOptions(what, info->Values(), OptionsOf(engine["values"]), differences);
                     CompareField(what, "online", info->Online() ? "true" : "false", TextOf(engine["online"]),
                                  differences);
-                    corekit::map<UID, OptionMap> options;
+                    std::map<UID, OptionMap> options;
                     {
                         RWLock::Reader const reader(info->lock);
                         options = info->options;
@@ -187,7 +187,7 @@ void CompareFailures(std::map<FailureKey, int64_t> const& here, std::map<Failure
     }
 }
 
-void CompareSettings(Mirror& mirror, MasterState const& state, Differences& differences) {
+void CompareSettings(FarmClient& mirror, MasterState const& state, Differences& differences) {
     MasterSettings const& settings = mirror.Master();
     CompareMaps("Pool", mirror.Pools(), state.pools, differences,
                 [&](String const& what, String const& name, Json const& pool) {
@@ -205,7 +205,7 @@ void CompareSettings(Mirror& mirror, MasterState const& state, Differences& diff
         else if (name == o_Distribution)
             CompareOptions("options " + name, settings.Options(), OptionsOf(section["options"]), differences);
     }
-    corekit::map<UID, int> limits;
+    std::map<UID, int> limits;
     for (auto const& [type, limit] : state.limits["limits"].items())
         limits[IdOf(type)] = limit.get<int>();
     if (limits != settings.Limits())
@@ -270,7 +270,7 @@ MasterState::MasterState(corekit::Path const& file) {
     }
 }
 
-void CompareLists(Mirror& mirror, MasterState const& state, Differences& differences) {
+void CompareLists(FarmClient& mirror, MasterState const& state, Differences& differences) {
     CompareJobs(state, differences);
     CompareEngines(state, differences);
     CompareWork(state, differences);

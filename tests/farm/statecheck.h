@@ -1,10 +1,14 @@
-// The client's lists against the state that the Master has written.
 #pragma once
+
+// The client's lists against the state that the Master has written.
 
 #include "farm/windowlessclient.h"
 
 #include <corekit/path.h>
 #include <nlohmann/json.hpp>
+
+#include <map>
+#include <vector>
 
 namespace vorlan::farmtest {
 
@@ -48,7 +52,7 @@ public:
 };
 
 // Compares all lists of the client, field by field.
-void CompareLists(Mirror& mirror, MasterState const& state, Differences& differences);
+void CompareLists(FarmClient& mirror, MasterState const& state, Differences& differences);
 
 // Compares what two Masters that follow each other know of the Jobs, the Engines'
 // settings, the failures, the Pools and the options. Whether an Engine is online, and what

@@ -1,5 +1,6 @@
 // Jobs of real Products, from the command line to the files they make.
 #include "farm/farm.h"
+#include "testpaths.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -171,13 +172,13 @@ TEST_F(FarmJobs, POVRayRendersItsFrames) {
 
 // What the repository's demo asks for, without the minutes that it takes.
 TEST_F(FarmJobs, TheDemoIsAccepted) {
-    auto const result = Vorlan({"submit", Path(VORLAN_SOURCE_DIR) / "demo/demo.vj", "--out", Home() / "frames", "--set",
-                                "Width=16", "--set", "Height=9", "--frames", "1-48", "--json"});
+    auto const result = Vorlan({"submit", Path(vorlan::k_SourceDir) / "demo/demo.vj", "--out", Home() / "frames",
+                                "--set", "Width=16", "--set", "Height=9", "--frames", "1-48", "--json"});
     ASSERT_EQ(result.code, 0) << result.err;
     json const job = json::parse(result.out).at(0);
     EXPECT_EQ(job.at("frames"), 48);
     auto const listed = json::parse(Vorlan({"job", job.at("id").get<std::string>(), "--json"}).out);
-    EXPECT_EQ(listed.at("values").at("SceneFile"), std::string(VORLAN_SOURCE_DIR) + "/demo/orrery.pov");
+    EXPECT_EQ(listed.at("values").at("SceneFile"), std::string(vorlan::k_SourceDir) + "/demo/orrery.pov");
     EXPECT_EQ(listed.at("values").at("OutputFolder"), (Home() / "frames").Str());
 }
 

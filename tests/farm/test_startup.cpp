@@ -1,10 +1,10 @@
 // The Master's word on what starts, done with the real programs.
 #include "farm/farm.h"
 
-#include "vorlangui/mirror/componentcontrol.h"
-#include "vorlangui/mirror/mirror.h"
-#include "vorlangui/mirror/options.h"
-#include "vorlangui/mirror/outside.h"
+#include "vorlangui/client/componentcontrol.h"
+#include "vorlangui/client/farmclient.h"
+#include "vorlangui/client/options.h"
+#include "vorlangui/client/outside.h"
 
 #include <corekit/filelock.h>
 #include <vorlan/components.h>
@@ -60,7 +60,7 @@ protected:
 
 private:
     ElsewhereServed m_outside;
-    Mirror m_mirror;
+    FarmClient m_mirror;
 };
 
 TEST_F(StartupFarm, TheMasterStartsLeavesAndStopsTheEngine) {

@@ -3,6 +3,7 @@
 
 #include "cli/exitcode.h"
 #include "cli/masterlink.h"
+#include "testpaths.h"
 
 #include <arpa/inet.h>
 #include <corekit/runcommand.h>
@@ -228,7 +229,7 @@ TEST_F(FarmTrouble, WorksForAPlainUser) {
     master.Start();
     if (!WaitUntil([&] { return (Home() / "machine/VorlanMaster/port").Exists() || !master.Running(); }, k_StartMs) ||
         (!master.Running() && master.Output().ContainsNoCase("denied")))
-        GTEST_SKIP() << "a plain user may not start " << VORLAN_BIN_DIR;
+        GTEST_SKIP() << "a plain user may not start " << vorlan::k_BinDir;
     ASSERT_TRUE(master.Running()) << master.Output() << master.Log();
     engine.Start();
     auto const farm = Connect();
@@ -244,7 +245,7 @@ TEST_F(FarmTrouble, WorksForAPlainUser) {
 TEST(FarmPrograms, TellTheirHelpWithoutBeginning) {
     for (char const* const program : {"VorlanMaster", "VorlanEngine"}) {
         for (char const* const asked : {"--help", "--version"}) {
-            auto const outcome = corekit::RunCommand(Path(VORLAN_BIN_DIR) / program, {asked}, 10'000);
+            auto const outcome = corekit::RunCommand(Path(vorlan::k_BinDir) / program, {asked}, 10'000);
             EXPECT_TRUE(outcome.Ok()) << program << " " << asked << ": " << outcome.error;
             EXPECT_THAT(outcome.output, HasSubstr("orlan"));
         }

@@ -223,9 +223,8 @@ bool WindowlessClient::Settle(int timeoutMs) {
 
 void WindowlessClient::WatchSome(size_t jobs, size_t engines) {
     auto const ids = Jobs::GetAllJobs();
-    for (size_t i = 0; i < jobs && i < ids.size(); ++i) {
+    for (size_t i = 0; i < jobs && i < ids.size(); ++i)
         m_jobs.push_back(std::make_unique<JobDisplay>(ids[i * ids.size() / jobs]));
-    }
     for (auto const& [id, info] : EngineList::Get().Snapshot()) {
         if (m_engines.size() < engines)
             m_engines.push_back(std::make_unique<EngineDisplay>(id));

@@ -1,7 +1,8 @@
-// The client without windows, in the process of a test.
 #pragma once
 
-#include "vorlangui/mirror/mirror.h"
+// The client without windows, in the process of a test.
+
+#include "vorlangui/client/farmclient.h"
 #include "vorlangui/model/enginewatcher.h"
 #include "vorlangui/model/jobwatcher.h"
 #include "vorlangui/model/listlist.h"
@@ -47,7 +48,7 @@ public:
     std::vector<String> StaleDisplays() const;
     void RunOneTick();
 
-    Mirror& Lists() { return m_mirror; }
+    FarmClient& Lists() { return m_mirror; }
     unsigned Loads() const { return m_loads; }
     // The longest time from one turn of the loop to the next.
     int LongestTurnMs() const { return m_longestTurnMs; }
@@ -63,7 +64,7 @@ private:
     void OnEndJobInfo(boost::shared_ptr<EndJobInfoMsg> const&) { ++m_loads; }
     void OnRefused(boost::shared_ptr<RefusedMsg> const& message);
 
-    Mirror m_mirror;
+    FarmClient m_mirror;
     std::unique_ptr<JobView> m_view;
     std::vector<std::unique_ptr<JobDisplay>> m_jobs;
     std::vector<std::unique_ptr<EngineDisplay>> m_engines;

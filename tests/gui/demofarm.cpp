@@ -3,6 +3,7 @@
 #include "model/enginelist.h"
 #include "model/joblist.h"
 #include "model/worklist.h"
+#include "testpaths.h"
 
 #include <boost/make_shared.hpp>
 #include <corekit/file.h>
@@ -24,18 +25,18 @@ using Json = nlohmann::ordered_json;
 
 Json const& Farm() {
     static Json const s_farm =
-        Json::parse(corekit::File::Read(Path(VORLAN_SOURCE_DIR) / "tests/gui/demofarm.json").Str());
+        Json::parse(corekit::File::Read(Path(vorlan::k_SourceDir) / "tests/gui/demofarm.json").Str());
     return s_farm;
 }
 
 String TextOf(Json const& row, char const* key) { return String(row.at(key).get<std::string>()); }
 
 int StatusOf(Json const& row) {
-    static corekit::map<String, int> const s_statuses{{"Queued", Queued},
-                                                      {"Paused", Paused},
-                                                      {"Finished", Finished},
-                                                      {"Failed", Failed},
-                                                      {"UserCanceled", UserCanceled}};
+    static std::map<String, int> const s_statuses{{"Queued", Queued},
+                                                  {"Paused", Paused},
+                                                  {"Finished", Finished},
+                                                  {"Failed", Failed},
+                                                  {"UserCanceled", UserCanceled}};
     return s_statuses.at(TextOf(row, "Status"));
 }
 
@@ -46,9 +47,8 @@ void AddPools() {
 
 // What the names of the Products stand for.
 UID ProductNamed(String const& name) {
-    corekit::vector<String> errors;
-    static corekit::vector<boost::shared_ptr<Product>> const s_products =
-        LoadProductFolder(FindProductFolder(), errors);
+    std::vector<String> errors;
+    static std::vector<boost::shared_ptr<Product>> const s_products = LoadProductFolder(FindProductFolder(), errors);
     for (auto const& product : s_products) {
         if (!product->Name().ContainsNoCase(name))
             continue;

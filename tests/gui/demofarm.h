@@ -1,5 +1,6 @@
-// A farm of made-up Jobs, Engines and units in the client's lists, for looking at it.
 #pragma once
+
+// A farm of made-up Jobs, Engines and units in the client's lists, for looking at it.
 
 #include <cstddef>
 

@@ -1,14 +1,15 @@
-// What the tests of the client share: an application object that starts nothing by
-// itself, an outside that only takes notes, and a fixture with the client's window.
 #pragma once
 
-#include "core/vorlangui.h"
-#include "mirror/outside.h"
-#include "window/mainwindow.h"
-#include "window/toolbarbutton.h"
+// What the tests of the client share: an application object that starts nothing by
+// itself, an outside that only takes notes, and a fixture with the client's window.
 
+#include "client/outside.h"
+#include "core/vorlangui.h"
+#include "window/mainwindow.h"
+#include <wx/wxtoolbarbutton.h>
+
+#include "client/clienttest.h"
 #include "corekit/tempfolder.h"
-#include "mirror/mirrortest.h"
 #include "wxtools.h"
 
 #include <functional>
@@ -28,7 +29,7 @@ class GuiTester {
 public:
     static void Connect(VorlanGui& gui) { gui.ConnectMessages(); }
     // As it was before its start-up.
-    static void Forget(VorlanGui& gui) { MirrorTester::Forget(gui); }
+    static void Forget(VorlanGui& gui) { FarmClientTester::Forget(gui); }
     static void SetCommandLine(VorlanGui& gui, CommandLine* line) { gui.SetCommandLine(line); }
     static void Connected(VorlanGui& gui);
     static void Disconnected(VorlanGui& gui);

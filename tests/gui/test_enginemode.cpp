@@ -2,8 +2,8 @@
 #include "guitest.h"
 
 #include "core/enginemode.h"
+#include "system/systemids.h"
 #include "window/messagepane.h"
-#include "window/systemids.h"
 
 #include <corekit/namedpipe.h>
 #include <vorlan/keys.h>
@@ -52,14 +52,13 @@ TEST_F(EngineModeTest, ShowsItsPaneAndStopsTheMessenger) {
     EXPECT_EQ(window.ShownView(), MainWindow::k_ViewEngineMode);
     EXPECT_TRUE(window.GetTitle().EndsWith(" [ Engine Mode ]")) << window.GetTitle();
     EXPECT_TRUE(InEngineMode());
-    EXPECT_EQ(
-        GuiTester::EngineModePane(window).Texts(),
-        (corekit::vector<wxString>{"Engine Mode", "This machine is running just as an Engine.",
-                                   "This conserves resources for rendering, but you cannot see or control things and",
-                                   "this machine may not be available as a Master automatically.",
-                                   "To return to normal operation, use the Connect option in the System menu.",
-                                   "To change the system timeout to enter Engine Mode, use the Administator Options",
-                                   "To change how your machine enters Engine Mode, use the VorlanGui Options."}));
+    EXPECT_EQ(GuiTester::EngineModePane(window).Texts(),
+              (std::vector<wxString>{"Engine Mode", "This machine is running just as an Engine.",
+                                     "This conserves resources for rendering, but you cannot see or control things and",
+                                     "this machine may not be available as a Master automatically.",
+                                     "To return to normal operation, use the Connect option in the System menu.",
+                                     "To change the system timeout to enter Engine Mode, use the Administator Options",
+                                     "To change how your machine enters Engine Mode, use the VorlanGui Options."}));
     EXPECT_TRUE(GuiTester::EngineModePane(window).IsShownOnScreen());
     EXPECT_FALSE(GuiTester::SearchingPane(window).IsShownOnScreen());
 

@@ -119,7 +119,7 @@ TEST(JobCommandMenu, OffersWhatTheProductsOfTheJobsHave) {
     ASSERT_TRUE(entry);
     EXPECT_EQ(entry->command, "View & Frame");
     EXPECT_EQ(entry->item, "3");
-    EXPECT_EQ(entry->products, corekit::vector<UID>{paint->Type()});
+    EXPECT_EQ(entry->products, std::vector<UID>{paint->Type()});
     EXPECT_EQ(commands.Find(502)->products.size(), 2u);
     EXPECT_FALSE(commands.Find(503));
 }

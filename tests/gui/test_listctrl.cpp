@@ -284,7 +284,7 @@ TEST_F(ListCtrlTest, EventsSelectById) {
     list.Select(4);
     list.Select(2, 0);
     EXPECT_EQ(heard, 3) << "the window hears of each";
-    EXPECT_EQ(list.GetSelectedIDs(), corekit::set<UID>{list.GetRowID(4)});
+    EXPECT_EQ(list.GetSelectedIDs(), std::set<UID>{list.GetRowID(4)});
     EXPECT_EQ(list.GetSelection(), std::vector<int>{4});
     EXPECT_TRUE(JobList::Get().AnyJobSelected());
     EXPECT_FALSE(list.IsRowSelected(-1));

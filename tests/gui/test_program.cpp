@@ -1,6 +1,7 @@
 // The real program: its start, its end, and what it leaves behind.
 #include "corekit/homeprocesses.h"
 #include "corekit/tempfolder.h"
+#include "testpaths.h"
 
 #include <corekit/file.h>
 #include <corekit/inifile.h>
@@ -60,7 +61,7 @@ protected:
         ProcessOptions options;
         options.stdoutFd = output.Get();
         options.stderrFd = output.Get();
-        Path program = Path(VORLAN_BIN_DIR) / "VorlanGui";
+        Path program = Path(vorlan::k_BinDir) / "VorlanGui";
         if (!prefix.empty()) {
             options.args = {prefix.begin() + 1, prefix.end()};
             options.args.push_back(program);
@@ -104,7 +105,7 @@ protected:
         ProcessOptions options;
         options.args = words;
         options.stdoutFd = file.Get();
-        auto const process = Process::Start(Path(VORLAN_BIN_DIR) / "vorlan", options);
+        auto const process = Process::Start(Path(vorlan::k_BinDir) / "vorlan", options);
         int const code = process ? process->Wait(2 * k_StartMs).value_or(-1) : -1;
         if (output)
             *output = ReadIfThere(m_home / "answer").Trim();

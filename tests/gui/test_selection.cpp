@@ -60,7 +60,7 @@ TEST(PendingSelection, TakesALongListInNoTime) {
 namespace {
 
 UID Anchor(int number) { return UID::FromName(std::to_string(number)); }
-void Push(SelectHistory& history, int number, corekit::set<UID> const& selected = {}) {
+void Push(SelectHistory& history, int number, std::set<UID> const& selected = {}) {
     history.Push(k_ListOfJobs, 2600, Anchor(number), selected);
 }
 
@@ -127,7 +127,7 @@ TEST(SelectHistory, ForgetsTheOldest) {
 
 // All rows of a long list, again and again.
 TEST(SelectHistory, KeepsLongSelectionsOnce) {
-    corekit::set<UID> all;
+    std::set<UID> all;
     for (int i = 0; i < 50'000; ++i)
         all.insert(UID(true));
     SelectHistory history;

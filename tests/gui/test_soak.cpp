@@ -81,7 +81,7 @@ private:
         }
     }
 
-    corekit::vector<UID> m_ids;
+    std::vector<UID> m_ids;
     std::mt19937 m_random{1};
     std::atomic<bool> m_stop{false};
     std::thread m_thread; // the last: it uses the others

@@ -2,7 +2,7 @@
 #include "guitest.h"
 #include "modalanswers.h"
 
-#include "mirror/statustext.h"
+#include "client/statustext.h"
 
 #include <corekit/file.h>
 #include <vorlan/events.h>
@@ -102,7 +102,7 @@ TEST_F(StartupTest, ARepeatFileIsLoadedAndCut) {
                               "[1]\nName=a\n[2]\nName=b\n[3]\nName=c\n");
     Options().SetValue("Configuration", "RepeatCount", 2);
     StartClient();
-    EXPECT_EQ(Gui().RepeatJobs().Sections(), (corekit::vector<String>{"2", "3"}));
+    EXPECT_EQ(Gui().RepeatJobs().Sections(), (std::vector<String>{"2", "3"}));
     EXPECT_EQ(Gui().RepeatJobs().RepeatCount(), 2u);
 }
 
@@ -129,7 +129,7 @@ TEST_F(StartupTest, AConnectionAsksForEverythingInOrder) {
     auto const sent = outside.Sent();
     auto const events = boost::dynamic_pointer_cast<NotifyOnEventMsg>(sent.front());
     EXPECT_TRUE(events->all);
-    EXPECT_EQ(events->ids, (corekit::set<UID>{MasterLogsMsg::s_Type, EngineHistoryElementMsg::s_Type}));
+    EXPECT_EQ(events->ids, (std::set<UID>{MasterLogsMsg::s_Type, EngineHistoryElementMsg::s_Type}));
     auto const engines = boost::dynamic_pointer_cast<GetEngineInfoMsg>(sent[7]);
     EXPECT_TRUE(engines->all && engines->wantHistory && engines->wantOptions && engines->wantState);
     EXPECT_FALSE(engines->wantEngine);

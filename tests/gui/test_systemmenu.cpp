@@ -3,10 +3,10 @@
 #include "modalanswers.h"
 
 #include "core/enginemode.h"
-#include "window/logframe.h"
-#include "window/submitscripts.h"
-#include "window/systemfolders.h"
-#include "window/systemids.h"
+#include "output/logframe.h"
+#include "system/submitscripts.h"
+#include "system/systemfolders.h"
+#include "system/systemids.h"
 
 #include <corekit/file.h>
 #include <corekit/filelock.h>
@@ -188,7 +188,7 @@ TEST_F(SystemMenuTest, FoldersAreShownByTheDesktopOrTheirNameIs) {
         EXPECT_TRUE(SystemFolder(id).IsFolder()) << id << " " << SystemFolder(id);
     std::vector<String> tried;
     TempFolder const folder;
-    ShowFolder(folder.Folder(), [&](Path const& program, corekit::vector<String> const& args) {
+    ShowFolder(folder.Folder(), [&](Path const& program, std::vector<String> const& args) {
         tried.push_back(program + " " + args.front());
         if (program == "xdg-open")
             throw Exception("not installed");

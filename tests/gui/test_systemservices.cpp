@@ -2,9 +2,9 @@
 #include "guitest.h"
 #include "modalanswers.h"
 
-#include "window/installservicedlg.h"
-#include "window/systemids.h"
-#include "window/systemservices.h"
+#include "system/installservicedlg.h"
+#include "system/systemids.h"
+#include "system/systemservices.h"
 
 #include <corekit/file.h>
 #include <corekit/platform.h>
@@ -18,7 +18,7 @@ namespace {
 
 class FakeServices : public corekit::ServiceManager {
 public:
-    void Install(ServiceScope scope, corekit::vector<ServiceUnit> const& units, String const& enable) override {
+    void Install(ServiceScope scope, std::vector<ServiceUnit> const& units, String const& enable) override {
         Note("install", scope, enable);
         if (!failure.empty())
             throw ServiceException(failure);
@@ -28,7 +28,7 @@ public:
     }
     void Start(ServiceScope scope, String const& unit) override { Note("start", scope, unit); }
     void Stop(ServiceScope scope, String const& unit) override { Note("stop", scope, unit); }
-    void Remove(ServiceScope scope, corekit::vector<String> const& units, String const& enabled) override {
+    void Remove(ServiceScope scope, std::vector<String> const& units, String const& enabled) override {
         Note("remove", scope, enabled);
         std::lock_guard const lock(m_guard);
         for (String const& unit : units)
@@ -54,8 +54,8 @@ private:
     }
 
     std::mutex m_guard;
-    std::vector<String> m_notes;                    // guarded by m_guard
-    corekit::map<String, ServiceScope> m_installed; // guarded by m_guard
+    std::vector<String> m_notes;                // guarded by m_guard
+    std::map<String, ServiceScope> m_installed; // guarded by m_guard
 };
 
 } // namespace

@@ -1,5 +1,6 @@
-// A small farm around a Core, for the tests of its decisions.
 #pragma once
+
+// A small farm around a Core, for the tests of its decisions.
 
 #include "master/core/audit.h"
 #include "master/core/core.h"
@@ -13,12 +14,14 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <map>
 #include <utility>
+#include <vector>
 
 namespace farm {
 
-/// One client that follows everything, and Engines by name. Committing and sending are
-/// left out: what the Core wants sent is looked at.
+// One client that follows everything, and Engines by name. Committing and sending are
+// left out: what the Core wants sent is looked at.
 class CoreFarm {
 public:
     using Values = std::vector<std::pair<char const*, String>>;
@@ -64,7 +67,7 @@ public:
         Handle(Tick{});
     }
 
-    /// A new Core with what was stored.
+    // A new Core with what was stored.
     void Restart() {
         core = std::make_unique<Core>(m_config);
         for (auto const& [key, record] : m_rows)
@@ -72,7 +75,7 @@ public:
         core->RestoreDone(now);
     }
 
-    /// Connects an Engine, or one that was there before with what it runs now.
+    // Connects an Engine, or one that was there before with what it runs now.
     UID AddEngine(String const& name, unsigned cores, std::vector<RunState> running = {},
                   std::vector<WorkEnded> ended = {}) {
         auto message = RegisterEngineMsg::New();
@@ -120,7 +123,7 @@ public:
         Send(client, message);
     }
 
-    /// The active units of an Engine as "Job:frames", in the order in which they were given.
+    // The active units of an Engine as "Job:frames", in the order in which they were given.
     String UnitsOn(String const& name) const {
         String text;
         for (auto const& [number, run] : core->State().runs) {
@@ -147,7 +150,7 @@ public:
     void End(Run const* run, int status = Finished) {
         Report(run->engine->engine->Name(), {run->work, run->job->id, status, "ended", now, 0});
     }
-    /// What an Engine says of work that may be known or not.
+    // What an Engine says of work that may be known or not.
     void Report(String const& engine, WorkEnded const& ended) {
         auto message = WorkEndedMsg::New();
         message->ended = ended;
@@ -177,7 +180,7 @@ public:
     }
     int StatusOf(UID const& job) const { return FindJob(job)->job->Status(); }
 
-    /// The messages of a kind that the last event sent to a peer, or to anybody for 0.
+    // The messages of a kind that the last event sent to a peer, or to anybody for 0.
     template <class T>
     std::vector<boost::shared_ptr<T const>> Sent(PeerId peer = 0) const {
         std::vector<boost::shared_ptr<T const>> found;
@@ -197,7 +200,7 @@ public:
     Time now = Time::FromUnixMs(1'800'000'000'000);
     PeerId client = 0;
     std::map<String, PeerId> engines;
-    std::vector<Effect> effects; ///< of the last event
+    std::vector<Effect> effects; // of the last event
 
 private:
     void Keep(Record const& record) {

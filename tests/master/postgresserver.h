@@ -1,5 +1,6 @@
-// A PostgreSQL server of a test.
 #pragma once
+
+// A PostgreSQL server of a test.
 
 #include "corekit/tempfolder.h"
 
@@ -9,15 +10,16 @@
 #include <filesystem>
 #include <optional>
 #include <pwd.h>
+#include <vector>
 
 namespace corekit {
 
-/// Reached by a socket in its own folder. It refuses root, so that a plain user runs it.
+// Reached by a socket in its own folder. It refuses root, so that a plain user runs it.
 class PostgresServer {
 public:
     ~PostgresServer() { Run("pg_ctl", {"-D", m_folder / "data", "-m", "immediate", "-w", "stop"}); }
 
-    /// Where its programs are; nothing when none is installed.
+    // Where its programs are; nothing when none is installed.
     static std::optional<Path> Programs() {
         std::error_code ignored;
         for (auto const& version : std::filesystem::directory_iterator("/usr/lib/postgresql", ignored)) {
@@ -37,7 +39,7 @@ public:
     String Connection() const { return "postgresql://host=" + m_folder.Folder() + " user=vorlan dbname=postgres"; }
 
 private:
-    bool Run(char const* program, vector<String> const& arguments) const {
+    bool Run(char const* program, std::vector<String> const& arguments) const {
         ProcessOptions options;
         options.folder = m_folder.Folder();
         options.stdoutFd = options.stderrFd = ProcessOptions::k_Null;

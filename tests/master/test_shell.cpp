@@ -1,5 +1,6 @@
 #include "corekit/runtimetools.h"
 #include "master/net/shell.h"
+#include "testpaths.h"
 #include "vorlan/inbox.h"
 
 #include <corekit/sformat.h>
@@ -17,7 +18,7 @@ using corekit::test::WaitFor;
 
 namespace {
 
-/// A store that others can look at and break while a shell uses it.
+// A store that others can look at and break while a shell uses it.
 class SharedStore : public farm::Store {
 public:
     explicit SharedStore(std::shared_ptr<farm::MemoryStore> store) : m_store(std::move(store)) {}
@@ -28,7 +29,7 @@ private:
     std::shared_ptr<farm::MemoryStore> m_store;
 };
 
-/// A client that remembers what it was told. It begins where its first load has ended.
+// A client that remembers what it was told. It begins where its first load has ended.
 class Listener : public Inbox {
 public:
     Listener(FarmKey key, unsigned short port) : m_client(OptionsFor(key, port), MakeHandlers()) {
@@ -54,7 +55,7 @@ public:
         message->wantJob = true;
         Send(message);
     }
-    /// A log as it comes; `error` is the last piece's.
+    // A log as it comes; `error` is the last piece's.
     String Download(UID const& log, String& error) {
         auto ask = GetOutputMsg::New();
         ask->request = UID(true);
@@ -80,7 +81,7 @@ private:
         net::ClientOptions options;
         options.self = net::PeerInfo::Self(net::PeerKind::Client, "test");
         options.key = [key] { return key; };
-        options.find = [port](auto const&, auto const&) { return corekit::vector<IPPeer>{{"127.0.0.1", port}}; };
+        options.find = [port](auto const&, auto const&) { return std::vector<IPPeer>{{"127.0.0.1", port}}; };
         return options;
     }
     net::Handlers MakeHandlers() {
@@ -126,7 +127,8 @@ protected:
     TempFolder m_folder;
     EnvironmentValue m_home{"VORLAN_HOME", m_folder.Folder().c_str()};
     Path const m_stateFile = m_folder / "State.jsonl";
-    boost::shared_ptr<Product> m_command = SLoadProductFile(VORLAN_SOURCE_DIR "/products/command.json");
+    boost::shared_ptr<Product> m_command =
+        SLoadProductFile(corekit::Path(vorlan::k_SourceDir) / "products/command.json");
     std::shared_ptr<farm::MemoryStore> m_store = std::make_shared<farm::MemoryStore>();
     std::unique_ptr<farm::Shell> m_shell;
     std::thread m_thread;

@@ -44,7 +44,7 @@ std::vector<Record> All(Store& store) {
     return records;
 }
 
-/// What a store holds, as text that can be compared.
+// What a store holds, as text that can be compared.
 std::vector<String> Contents(Store& store) {
     std::vector<String> lines;
     for (Record const& record : All(store)) {

@@ -1,5 +1,6 @@
-// A client of the simulation: what it was told, and what that adds up to.
 #pragma once
+
+// A client of the simulation: what it was told, and what that adds up to.
 
 #include "master/core/event.h"
 
@@ -8,26 +9,27 @@
 #include <vorlan/jobhistory.h>
 
 #include <map>
+#include <vector>
 
 namespace sim {
 
 using namespace vorlan;
 
-/// Mirrors the farm from messages alone, by the rules of a real client.
+// Mirrors the farm from messages alone, by the rules of a real client.
 class SimClient {
 public:
     using Products = std::map<UID, boost::shared_ptr<Product const>>;
     explicit SimClient(Products const& products) : m_products(products) {}
 
-    farm::PeerId peer = 0; ///< 0: not connected
+    farm::PeerId peer = 0; // 0: not connected
 
-    /// Forgets everything; gives what it asks for on a new connection.
+    // Forgets everything; gives what it asks for on a new connection.
     std::vector<boost::shared_ptr<Message>> Refresh();
 
-    /// Takes a message; `answers` are to be sent.
+    // Takes a message; `answers` are to be sent.
     void Receive(Message const& message, std::vector<boost::shared_ptr<Message>>& answers);
 
-    /// The end of the Jobs of the last refresh has come.
+    // The end of the Jobs of the last refresh has come.
     bool Loaded() const { return m_pendingLoads == 0; }
 
     std::vector<UID> Jobs() const;
@@ -36,10 +38,10 @@ public:
     std::vector<UID> Engines() const;
     boost::shared_ptr<Engine> FindEngine(UID const& id) const;
 
-    /// Asks for the history of a Job and follows it from then on.
+    // Asks for the history of a Job and follows it from then on.
     boost::shared_ptr<Message> AskHistory(UID const& job);
 
-    /// Where the two differ, a line each.
+    // Where the two differ, a line each.
     static std::vector<String> Compare(SimClient const& mirror, SimClient const& fresh);
 
 private:

@@ -1,5 +1,6 @@
-// An Engine of the simulation.
 #pragma once
+
+// An Engine of the simulation.
 
 #include "master/core/event.h"
 
@@ -7,14 +8,16 @@
 
 #include <map>
 #include <optional>
+#include <set>
+#include <vector>
 
 namespace sim {
 
 using namespace vorlan;
 
-/// Behaves towards the Master as an Engine does, without processes.
-///
-/// Owned by the World, which moves its messages and makes its faults.
+// Behaves towards the Master as an Engine does, without processes.
+//
+// Owned by the World, which moves its messages and makes its faults.
 class SimEngine {
 public:
     SimEngine(UID const& id, String const& name, unsigned cores) : m_id(id), m_name(name), m_cores(cores) {}
@@ -27,16 +30,16 @@ public:
         Time startedAt;
     };
 
-    farm::PeerId peer = 0; ///< 0: not connected
+    farm::PeerId peer = 0; // 0: not connected
     UID const& Id() const { return m_id; }
     String const& Name() const { return m_name; }
     std::map<UID, Run> const& Runs() const { return m_runs; }
     std::map<UID, WorkEnded> const& Unacknowledged() const { return m_ended; }
 
-    /// What it says first on a new connection.
+    // What it says first on a new connection.
     boost::shared_ptr<Message> Register() const;
 
-    /// Takes a message; `answers` are to be sent. Gives a fault, empty if there is none.
+    // Takes a message; `answers` are to be sent. Gives a fault, empty if there is none.
     String Receive(Message const& message, Time now, std::vector<boost::shared_ptr<Message>>& answers);
 
     // What happens on it; null when there was nothing to do. The answer is only sent
@@ -46,7 +49,7 @@ public:
     boost::shared_ptr<Message> End(size_t choice, int status, Time now);
     boost::shared_ptr<Message> RepeatEnded(size_t choice) const;
 
-    /// Loses its runs. `reports`: it tells of them when it is back.
+    // Loses its runs. `reports`: it tells of them when it is back.
     void Crash(bool reports, Time now);
 
 private:
@@ -57,7 +60,7 @@ private:
     unsigned const m_cores;
     std::map<UID, Run> m_runs;
     std::map<UID, WorkEnded> m_ended;
-    std::set<UID> m_seen; ///< every work it was ever given
+    std::set<UID> m_seen; // every work it was ever given
 };
 
 } // namespace sim

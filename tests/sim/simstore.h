@@ -1,5 +1,6 @@
-// A store in memory, for the simulation.
 #pragma once
+
+// A store in memory, for the simulation.
 
 #include "master/core/record.h"
 
@@ -9,7 +10,7 @@
 
 namespace sim {
 
-/// Keeps what was committed; a restarted Master is restored from it.
+// Keeps what was committed; a restarted Master is restored from it.
 class SimStore {
 public:
     void Commit(std::vector<farm::Record> const& records) {
@@ -32,7 +33,7 @@ public:
         }
     }
 
-    /// A Job with this id was stored, though it may have been deleted since.
+    // A Job with this id was stored, though it may have been deleted since.
     bool HadJob(corekit::String const& idBytes) const { return m_jobs.contains(idBytes); }
 
     std::map<std::pair<int, uint64_t>, farm::Record> const& Rows() const { return m_rows; }

@@ -1,5 +1,6 @@
-// A farm in which everything that can go wrong does.
 #pragma once
+
+// A farm in which everything that can go wrong does.
 
 #include "master/core/core.h"
 #include "sim/simclient.h"
@@ -7,7 +8,10 @@
 #include "sim/simstore.h"
 
 #include <deque>
+#include <map>
 #include <memory>
+#include <set>
+#include <vector>
 
 namespace sim {
 
@@ -18,24 +22,24 @@ struct WorldOptions {
     size_t engines = 6;
     size_t clients = 2;
     size_t steps = 10'000;
-    bool encode = false; ///< sends everything through its wire form
+    bool encode = false; // sends everything through its wire form
     bool faults = true;
-    size_t traceLines = 80; ///< that a fault shows
+    size_t traceLines = 80; // that a fault shows
 };
 
-/// Runs a Core with virtual Engines and clients under a virtual clock.
-///
-/// Every choice follows from the seed. After each event the state is audited and what
-/// was sent is checked; now and then what each client was told is compared with a fresh
-/// full load. The first fault ends the run.
+// Runs a Core with virtual Engines and clients under a virtual clock.
+//
+// Every choice follows from the seed. After each event the state is audited and what
+// was sent is checked; now and then what each client was told is compared with a fresh
+// full load. The first fault ends the run.
 class World {
 public:
     explicit World(WorldOptions const& options);
 
-    /// Random events for all steps, then a quiet end in which every Job must finish.
+    // Random events for all steps, then a quiet end in which every Job must finish.
     void Run();
 
-    /// Empty when all went well, else what went wrong and what came before it.
+    // Empty when all went well, else what went wrong and what came before it.
     String const& Fault() const { return m_fault; }
     String Summary() const;
 
@@ -111,14 +115,14 @@ private:
     std::vector<std::unique_ptr<SimEngine>> m_engines;
     std::vector<std::unique_ptr<SimClient>> m_clients;
     std::map<PeerId, Link> m_links;
-    std::vector<PeerId> m_gone; ///< connections that broke and of which the Core has not heard
+    std::vector<PeerId> m_gone; // connections that broke and of which the Core has not heard
     PeerId m_lastPeer = 0;
     std::vector<UID> m_pools;
 
-    std::map<UID, GivenWork> m_given;                   ///< all work that was ever handed out
-    std::map<uint64_t, std::set<int>> m_finishedFrames; ///< of each Job, reported and stored
-    std::set<uint64_t> m_finishedJobs;                  ///< numbers of those that anybody was told have finished
-    std::vector<uint64_t> m_newlyFinished;              ///< in the turn that is going on
+    std::map<UID, GivenWork> m_given;                   // all work that was ever handed out
+    std::map<uint64_t, std::set<int>> m_finishedFrames; // of each Job, reported and stored
+    std::set<uint64_t> m_finishedJobs;                  // numbers of those that anybody was told have finished
+    std::vector<uint64_t> m_newlyFinished;              // in the turn that is going on
     std::set<UID> m_submitted;
 
     std::deque<String> m_trace;

@@ -153,7 +153,7 @@ boost::shared_ptr<Message> World::EngineCommand() {
         message->engine.SetEnabled(Chance(75));
         message->engine.SetPriority(static_cast<signed char>(Pick(100)));
         message->engine.SetForceCores(static_cast<int>(Pick(4)) - 1);
-        corekit::vector<UID> pools;
+        std::vector<UID> pools;
         for (UID const& pool : m_pools) {
             if (Chance(60))
                 pools.push_back(pool);

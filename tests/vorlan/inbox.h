@@ -1,5 +1,6 @@
-// What a peer of a test was told, until the test asks for it.
 #pragma once
+
+// What a peer of a test was told, until the test asks for it.
 
 #include <vorlan/message.h>
 

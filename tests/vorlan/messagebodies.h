@@ -6,8 +6,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <random>
 #include <sstream>
+#include <vector>
 
 namespace vorlan::test {
 
@@ -172,7 +174,7 @@ private:
     }
 
     void Record(Packer& out, MessageDescription const& record, Fields fields) {
-        corekit::vector<FieldDescription> chosen = record.fields;
+        std::vector<FieldDescription> chosen = record.fields;
         // A Job must be there.
         if (fields == Fields::Some)
             std::erase_if(chosen, [&](FieldDescription const& field) { return field.type != "Job" && Below(2) == 0; });
@@ -193,7 +195,7 @@ private:
     }
 
     std::mt19937 m_random;
-    corekit::vector<MessageDescription> const m_known = MessageFactory::Describe();
+    std::vector<MessageDescription> const m_known = MessageFactory::Describe();
 };
 
 inline msgpack::object_handle Unpacked(std::string_view body) {

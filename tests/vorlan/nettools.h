@@ -1,6 +1,7 @@
+#pragma once
+
 // What the tests of the connection share: a farm of one key, ends that record what
 // they hear, and a peer that can say anything.
-#pragma once
 
 #include "corekit/tempfolder.h"
 
@@ -18,6 +19,7 @@
 #include <random>
 #include <sys/socket.h>
 #include <thread>
+#include <vector>
 
 namespace vorlan::net {
 
@@ -147,7 +149,7 @@ protected:
         ClientOptions options;
         options.self = Someone(PeerKind::Engine, "VorlanEngine");
         options.key = [this] { return key; };
-        options.find = [port](FarmKey const&, auto const&) { return corekit::vector<IPPeer>{{"127.0.0.1", port}}; };
+        options.find = [port](FarmKey const&, auto const&) { return std::vector<IPPeer>{{"127.0.0.1", port}}; };
         options.firstPauseMs = 10;
         options.longestPauseMs = 50;
         return options;

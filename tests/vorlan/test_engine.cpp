@@ -17,7 +17,7 @@
 namespace vorlan {
 namespace {
 
-/// Puts the built-in default Engine back at the end of a test.
+// Puts the built-in default Engine back at the end of a test.
 struct DefaultEngineGuard {
     ~DefaultEngineGuard() { CommonEngine::SetDefaultEngine(CommonEngine()); }
 };
@@ -35,7 +35,7 @@ Time Moment(std::string_view text) {
 TEST(Engine, AppliesRestrictedTimesToTheMillisecond) {
     constexpr int k_Sun = 1, k_Mon = 2, k_Fri = 32, k_Sat = 64, k_All = 127;
     // From and to in hours, the days, the minutes ahead of UTC, moments within and without.
-    using Moments = corekit::vector<char const*>;
+    using Moments = std::vector<char const*>;
     Rows<int, int, int, int, Moments, Moments> const cases = {
         // Within a day: the first millisecond belongs to it, the end does not.
         {9, 18, k_Mon, 0, {"1 09:00", "1 17:59-"}, {"1 08:59-", "1 18:00", "0 12:00", "2 12:00"}},
@@ -173,7 +173,7 @@ TEST(CommonEngine, CopiesSettingsAndNothingElse) {
     EXPECT_EQ(to.Hostname(), "to");
     EXPECT_EQ(Engine(to).InfoPeer(), IPPeer("::1", 1234));
     EXPECT_EQ(to.UseCores(), 16u);
-    EXPECT_EQ(to.GetAllPools(), (corekit::vector<UID>{pool, other})) << "the order is their priority";
+    EXPECT_EQ(to.GetAllPools(), (std::vector<UID>{pool, other})) << "the order is their priority";
     EXPECT_FALSE(to.CanWorkOnType(product));
     EXPECT_TRUE(to.CanWorkOnType(pool));
     EXPECT_EQ(to.GetEventCommand("workstartedevt"), "run $(Name)");
@@ -203,7 +203,7 @@ TEST(CommonEngine, KeepsItsSettingsInAFile) {
 
     Engine copy;
     copy.SetMaxCores(4);
-    corekit::map<UID, OptionMap> products;
+    std::map<UID, OptionMap> products;
     copy.FromEngineINI(read, products);
     EXPECT_EQ(copy.UseCores(), 4u) << "no more than this machine has";
     Time from;
@@ -212,7 +212,7 @@ TEST(CommonEngine, KeepsItsSettingsInAFile) {
     EXPECT_EQ(from, Time::Hours(22));
     EXPECT_EQ(to, Time::Hours(6));
     EXPECT_EQ(copy.GetEventCommand(FinishedJobEvt::TypeName()), "a\nb = \"c\"");
-    EXPECT_EQ(products, (corekit::map<UID, OptionMap>{{product, {{"Threads", "4"}}}}));
+    EXPECT_EQ(products, (std::map<UID, OptionMap>{{product, {{"Threads", "4"}}}}));
 
     LogLines lines;
     IniFile bad;

@@ -18,13 +18,13 @@ protected:
         for (int i = 0; i < times; ++i)
             Failures::Add(job, product, engine, Time(1000 + i));
     }
-    /// "products jobs failures" of an Engine.
+    // "products jobs failures" of an Engine.
     static String OnEngine(UID const& engine) {
         size_t products, jobs, failures;
         Failures::EngineFailureCounts(engine, products, jobs, failures);
         return SFormat("%zu %zu %zu", products, jobs, failures);
     }
-    /// "current reset" of a Job.
+    // "current reset" of a Job.
     static String OfJob(UID const& job) {
         size_t current, reset;
         Failures::JobFailureCounts(job, current, reset);
@@ -53,12 +53,12 @@ TEST_F(FailuresTest, CountsByJobEngineAndProduct) {
     EXPECT_EQ(Failures::CountOn(jobA, engine2), 3u);
     EXPECT_EQ(Failures::ProductCountOn(paint, engine1), 3u);
 
-    corekit::vector<UID> ids{UID::Full};
+    std::vector<UID> ids{UID::Full};
     Failures::EnginesFailedOnJob(jobB, ids);
-    EXPECT_EQ(ids, corekit::vector<UID>{engine1});
+    EXPECT_EQ(ids, std::vector<UID>{engine1});
     Failures::JobsFailedOnEngine(engine1, ids);
     EXPECT_EQ(ids.size(), 3u);
-    corekit::map<UID, corekit::vector<Failures::FailureItem>> all;
+    std::map<UID, std::vector<Failures::FailureItem>> all;
     Failures::AllEngineFailures(engine1, all);
     ASSERT_EQ(all.size(), 2u);
     EXPECT_EQ(all[paint].size(), 2u);
@@ -75,7 +75,7 @@ TEST_F(FailuresTest, ResetMovesCountsIntoHistory) {
     EXPECT_EQ(OfJob(jobB), "0 1");
     Failures::ResetJobFailures(jobA);
     EXPECT_EQ(OfJob(jobA), "0 3");
-    corekit::vector<UID> ids;
+    std::vector<UID> ids;
     Failures::EnginesFailedOnJob(jobA, ids);
     EXPECT_TRUE(ids.empty());
     Fail(jobA, paint, engine1);

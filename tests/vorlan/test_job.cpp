@@ -20,7 +20,7 @@
 namespace vorlan {
 namespace {
 
-/// Puts a Product into the factory for one test.
+// Puts a Product into the factory for one test.
 class KnownProduct {
 public:
     KnownProduct() { Publish(); }
@@ -282,18 +282,18 @@ TEST(Job, ReadsItsLinks) {
     EXPECT_TRUE(job.GetDependencies().empty());
     job.Set(p_WaitForJobID, " " + a.ToString() + "; {" + b.ToString() + "}, broken");
     using Type = Job::DependencyType;
-    EXPECT_EQ(job.GetDependencies(), (corekit::map<UID, Type>{{a, Type::WholeJob}, {b, Type::WholeJob}}));
+    EXPECT_EQ(job.GetDependencies(), (std::map<UID, Type>{{a, Type::WholeJob}, {b, Type::WholeJob}}));
     job.Set(p_WaitForWholeJob, k_No);
     EXPECT_EQ(job.GetDependencies().at(a), Type::Frame);
-    job.Set(p_IncludeEngines, UIDsToString(corekit::vector<UID>{a, b, a}));
-    EXPECT_EQ(job.IncludeEngines(), (corekit::set<UID>{a, b}));
+    job.Set(p_IncludeEngines, UIDsToString(std::vector<UID>{a, b, a}));
+    EXPECT_EQ(job.IncludeEngines(), (std::set<UID>{a, b}));
     EXPECT_TRUE(job.ExcludeEngines().empty());
 }
 
 TEST(Job, RunsACommandOfItsProduct) {
     KnownProduct known;
     TempFolder const folder;
-    auto const add = [&](char const* name, corekit::vector<char const*> const& words) {
+    auto const add = [&](char const* name, std::vector<char const*> const& words) {
         auto const command = known.product->AddCommand(Command::f_ForJobs);
         command->SetName(name);
         LaunchTemplate launch;

@@ -67,7 +67,7 @@ TEST_F(JobFileTest, MakesNewJobsOfStoredOnes) {
     out.AddJob(MakeJob({{p_Status, "7"}, {p_FinishedTime, "5"}, {p_PercentDone, "100"}, {p_Range, "1-5"}}));
     out.AddJob(MakeJob({{p_Status, "-1"}}));
     // Those that wait for each other do so under their new ids.
-    jobs[0]->Set(p_WaitForJobID, UIDsToString(corekit::vector<UID>{jobs[1]->id, elsewhere}));
+    jobs[0]->Set(p_WaitForJobID, UIDsToString(std::vector<UID>{jobs[1]->id, elsewhere}));
     jobs[1]->Set(p_WaitForJobID, jobs[1]->id.ToString());
     out.SaveJobs();
     JobFile const in(path, true, false);
@@ -79,7 +79,7 @@ TEST_F(JobFileTest, MakesNewJobsOfStoredOnes) {
     EXPECT_TRUE(job.FinishedTime().IsZero());
     EXPECT_EQ(job.PercentDone(), 0.0F);
     EXPECT_EQ(job.Get(p_Range, false), "1-5");
-    EXPECT_EQ(StringToUIDs(job.Get(p_WaitForJobID, false)), (corekit::vector<UID>{other.id, elsewhere}));
+    EXPECT_EQ(StringToUIDs(job.Get(p_WaitForJobID, false)), (std::vector<UID>{other.id, elsewhere}));
     EXPECT_TRUE(other.IsPaused());
     EXPECT_EQ(other.Get(p_WaitForJobID, false), other.id.ToString());
 }

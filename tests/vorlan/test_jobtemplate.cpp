@@ -105,7 +105,7 @@ TEST(JobTemplate, UnclosedBracketsStayCheap) {
 }
 
 TEST(JobTemplate, SplitsCommandLines) {
-    Rows<char const*, corekit::vector<String>> const cases = {
+    Rows<char const*, std::vector<String>> const cases = {
         {"", {}},
         {"  a   b\tc\n", {"a", "b", "c"}},
         {R"(a "b c" 'd "e')", {"a", "b c", "d \"e"}},
@@ -121,7 +121,7 @@ TEST(JobTemplate, SplitsCommandLines) {
     // Values never part words, make quotes or vanish inside them.
     auto const words =
         SplitCommandLine(ExpandPieces("run -n $(Two) \"$(Quote)\" x$(Evil) $(Empty) [-t $(Unknown)]", Values()).pieces);
-    EXPECT_EQ(words, (corekit::vector<String>{"run", "-n", "a b", "a\"b$c", "x'; rm"}));
+    EXPECT_EQ(words, (std::vector<String>{"run", "-n", "a b", "a\"b$c", "x'; rm"}));
 }
 
 TEST(JobTemplate, QuotedWordsReadBack) {
@@ -131,7 +131,7 @@ TEST(JobTemplate, QuotedWordsReadBack) {
         String word;
         for (unsigned n = random() % 8; n > 0; --n)
             word += characters[random() % 8];
-        ASSERT_EQ(SplitCommandLine("x " + QuoteWord(word) + " y"), (corekit::vector<String>{"x", word, "y"})) << word;
+        ASSERT_EQ(SplitCommandLine("x " + QuoteWord(word) + " y"), (std::vector<String>{"x", word, "y"})) << word;
     }
 }
 

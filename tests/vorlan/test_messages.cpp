@@ -16,8 +16,8 @@ using test::BodyMaker;
 using test::SameContent;
 using test::Shown;
 
-corekit::vector<MessageDescription> AllMessages() {
-    corekit::vector<MessageDescription> all = MessageFactory::Describe();
+std::vector<MessageDescription> AllMessages() {
+    std::vector<MessageDescription> all = MessageFactory::Describe();
     std::erase_if(all, [](MessageDescription const& description) { return description.type.IsNull(); });
     return all;
 }

@@ -137,7 +137,7 @@ TEST_F(Net, AClientWaitsForAKeyAndTriesAllHosts) {
     ClientOptions options = OptionsFor(listening->Port());
     options.key = [&] { return hasKey ? key : FarmKey(); };
     options.find = [port = listening->Port()](FarmKey const&, auto const&) {
-        return corekit::vector<IPPeer>{{"host.invalid", port}, {"127.0.0.1", 1}, {"localhost", port}};
+        return std::vector<IPPeer>{{"host.invalid", port}, {"127.0.0.1", 1}, {"localhost", port}};
     };
     Client patient(std::move(options), client.MakeHandlers());
     patient.Start();

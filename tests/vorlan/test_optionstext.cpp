@@ -9,7 +9,7 @@
 namespace vorlan {
 namespace {
 
-/// Text of all kinds of trouble, mostly the characters that the forms use themselves.
+// Text of all kinds of trouble, mostly the characters that the forms use themselves.
 class WildText {
 public:
     explicit WildText(unsigned seed) : m_random(seed) {}
@@ -88,7 +88,7 @@ TEST(OptionsText, ReadsWhatPeopleWrite) {
 TEST(StringLists, BringAnyListBack) {
     WildText wild(11);
     for (int round = 0; round < 5000; ++round) {
-        corekit::vector<String> strings;
+        std::vector<String> strings;
         for (size_t i = wild.Below(5); i > 0; --i)
             strings.push_back(wild.Next(4, ",,\\\\a"));
         String const text = StringsToString(strings, ',', '\\');
@@ -97,7 +97,7 @@ TEST(StringLists, BringAnyListBack) {
 }
 
 TEST(StringLists, SplitWhatPeopleType) {
-    Rows<char const*, char, corekit::vector<String>> const cases = {
+    Rows<char const*, char, std::vector<String>> const cases = {
         {"", ',', {}},
         {"a", ',', {"a"}},
         {"a,b", ',', {"a", "b"}},

@@ -76,12 +76,12 @@ TEST(Parameter, ChoicesShowTheirDisplay) {
 
 TEST(Parameter, MultipleTextsReadBack) {
     auto const size = One(R"("Type": "Multiple Texts", "Fields": ["Width", "Height", "Note"], "Separator": "x")");
-    EXPECT_EQ(size->Multi_GetFields(), (corekit::vector<String>{"Width", "Height", "Note"}));
+    EXPECT_EQ(size->Multi_GetFields(), (std::vector<String>{"Width", "Height", "Note"}));
     EXPECT_EQ(size->Multi_Assemble({"640", "480", ""}), "640x480x");
     EXPECT_EQ(size->Multi_Assemble({"", "", ""}), "");
-    EXPECT_EQ(size->Multi_Disassemble("640"), (corekit::vector<String>{"640", "", ""}));
-    EXPECT_EQ(size->Multi_Disassemble("1x2x3x4"), (corekit::vector<String>{"1", "2", "3"}));
-    corekit::vector<String> const odd = {"maximum", "C:\\x", "a,b"};
+    EXPECT_EQ(size->Multi_Disassemble("640"), (std::vector<String>{"640", "", ""}));
+    EXPECT_EQ(size->Multi_Disassemble("1x2x3x4"), (std::vector<String>{"1", "2", "3"}));
+    std::vector<String> const odd = {"maximum", "C:\\x", "a,b"};
     EXPECT_EQ(size->Multi_Disassemble(size->Multi_Assemble(odd)), odd);
 }
 

@@ -141,7 +141,7 @@ TEST(ProductFile, AFolderLoadsWithoutItsBadFiles) {
     File::WriteWhole(folder / "b.json", good);
     File::WriteWhole(folder / "c.json", "{\"Name\": 3");
     File::WriteWhole(folder / "notes.txt", "no Product");
-    corekit::vector<String> errors;
+    std::vector<String> errors;
     EXPECT_EQ(LoadProductFolder(folder.Folder(), errors).size(), 1U);
     ASSERT_EQ(errors.size(), 2U);
     EXPECT_TRUE(errors[0].Contains("b.json: ID: 11111111-2222-3333-4444-555555555555 is the ID of the Product \"P\""))

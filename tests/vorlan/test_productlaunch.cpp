@@ -1,5 +1,6 @@
 #include "corekit/tempfolder.h"
 #include "rows.h"
+#include "testpaths.h"
 
 #include <corekit/exception.h>
 #include <corekit/process.h>
@@ -19,10 +20,10 @@
 namespace vorlan {
 namespace {
 
-using Words = corekit::vector<String>;
+using Words = std::vector<String>;
 
 boost::shared_ptr<Product> Shipped(char const* file) {
-    return SLoadProductFile(Path(VORLAN_SOURCE_DIR) / "products" / file);
+    return SLoadProductFile(Path(vorlan::k_SourceDir) / "products" / file);
 }
 
 boost::shared_ptr<Job> Unit(Product const& product, OptionMap values) {
@@ -80,7 +81,7 @@ TEST(Launch, ArgumentsFollowTheValues) {
     Launch const other = BuildLaunch(*product, *unit, {});
     EXPECT_EQ(other.arguments, (Words{"run", "a5-9x2", "-t 4", "-o", "/o", "-s", "/s h/a b", "+L", "/a", "+L", "/b c",
                                       "-x", "y z", "/s h/a b", "mine"}));
-    EXPECT_EQ(other.environment, (corekit::map<String, String>{{"OUT", "/o"}}));
+    EXPECT_EQ(other.environment, (std::map<String, String>{{"OUT", "/o"}}));
 }
 
 TEST(Launch, SaysWhatIsWrong) {
@@ -137,7 +138,7 @@ TEST(OutputMatcher, CountsFramesAndParts) {
     using Steps = Rows<char const*, double>;
     OutputRule const percent = MakeRule(Kind::Percent, "([0-9.]+|nan)%");
     OutputRule const frame = MakeRule(Kind::Frame, "F(-?\\d+)");
-    Rows<corekit::vector<OutputRule>, char const*, Steps> const cases = {
+    Rows<std::vector<OutputRule>, char const*, Steps> const cases = {
         {{percent}, "1-4", {{"x 25.5%", 25.5}, {"10%", 25.5}, {"none", 25.5}, {"900%", 100}, {"nan%", 100}}},
         {{MakeRule(Kind::Step, "(\\d+)/(\\d+)")}, "", {{"1/4", 25}, {"3/0", 25}, {"4/4", 100}}},
         {{frame, percent},
@@ -182,8 +183,8 @@ TEST(OutputMatcher, FirstErrorCountsAndNotesAreMade) {
 
 // Every shipped file loads, its texts are complete, its patterns compile, and it reads back.
 TEST(ShippedProducts, AreComplete) {
-    corekit::vector<String> errors;
-    auto const products = LoadProductFolder(Path(VORLAN_SOURCE_DIR) / "products", errors);
+    std::vector<String> errors;
+    auto const products = LoadProductFolder(Path(vorlan::k_SourceDir) / "products", errors);
     for (String const& error : errors)
         ADD_FAILURE() << error;
     ASSERT_GE(products.size(), 4U);

@@ -1,3 +1,5 @@
+#include "testpaths.h"
+
 #include <vorlan/messagefactory.h>
 
 #include <corekit/file.h>
@@ -33,7 +35,7 @@ TEST(Protocol, TheDocumentedMessagesAreTheDeclaredOnes) {
     for (MessageDescription const& message : MessageFactory::Describe())
         tables += TableOf(message);
 
-    Path const file(String(VORLAN_SOURCE_DIR) + "/docs/protocol.md");
+    Path const file(String(vorlan::k_SourceDir) + "/docs/protocol.md");
     String const page = File::Read(file);
     size_t const begin = page.Find(k_Begin);
     size_t const end = page.Find(k_End);

@@ -14,7 +14,7 @@ namespace vorlan {
 namespace {
 
 TEST(FrameRange, ReadsAndWritesText) {
-    Rows<char const*, char const*, corekit::vector<int>> const good = {
+    Rows<char const*, char const*, std::vector<int>> const good = {
         {"  ", "", {}},
         {"5", "5", {5}},
         {"1,2,3", "1-3", {1, 2, 3}},
@@ -63,7 +63,7 @@ TEST(FrameRange, ReadsAndWritesText) {
 }
 
 TEST(FrameRange, DividesIntoPackets) {
-    Rows<char const*, uint64_t, corekit::vector<String>> const cases = {
+    Rows<char const*, uint64_t, std::vector<String>> const cases = {
         {"1-10", 4, {"1-4", "5-8", "9-10"}},
         {"1-10", 10, {"1-10"}},
         {"1-10", 1000, {"1-10"}},
@@ -101,13 +101,13 @@ TEST(FrameRange, AgreesWithListsOfFrames) {
     for (int round = 0; round < 3000; ++round) {
         FrameRange const a(anyText());
         FrameRange const b(anyText());
-        corekit::vector<int> const frames = a.Frames();
+        std::vector<int> const frames = a.Frames();
         ASSERT_EQ(std::set<int>(frames.begin(), frames.end()).size(), frames.size()) << a.Text();
         ASSERT_EQ(FrameRange(a.Text()), a) << a.Text();
         ASSERT_EQ(FrameRange::FromFrames(frames), a) << a.Text();
 
-        corekit::vector<int> const out = b.Frames();
-        corekit::vector<int> rest;
+        std::vector<int> const out = b.Frames();
+        std::vector<int> rest;
         for (int const frame : frames) {
             bool const isOut = std::find(out.begin(), out.end(), frame) != out.end();
             ASSERT_EQ(b.Contains(frame), isOut) << frame << " in " << b.Text();
@@ -121,7 +121,7 @@ TEST(FrameRange, AgreesWithListsOfFrames) {
 
         size_t const from = static_cast<size_t>(below(20));
         size_t const count = static_cast<size_t>(below(20));
-        corekit::vector<int> slice;
+        std::vector<int> slice;
         for (size_t i = from; i < std::min(frames.size(), from + count); ++i)
             slice.push_back(frames[i]);
         ASSERT_EQ(a.Slice(from, count).Frames(), slice) << a.Text();

@@ -80,7 +80,7 @@ TEST(Services, SystemdAcceptsTheUnits) {
     for (ServiceScope const scope : {ServiceScope::User, ServiceScope::System}) {
         Path const folder = place / (scope == ServiceScope::User ? "user" : "system");
         File::MakeFolder(folder);
-        vector<String> args{"verify", "--man=no"};
+        std::vector<String> args{"verify", "--man=no"};
         if (scope == ServiceScope::User)
             args.emplace_back("--user");
         for (Service const service : k_All) {
@@ -102,7 +102,7 @@ TEST(SubmitScripts, AreRightAsFarAsCanBeToldHere) {
     TempFolder const place;
     File::WriteWhole(place / "after_effects.js", File::Read(folder / "vorlan_after_effects.jsx"));
     char const* const compile = "import ast, sys; ast.parse(open(sys.argv[1]).read())";
-    Rows<char const*, char const*, vector<String>> const cases = {
+    Rows<char const*, char const*, std::vector<String>> const cases = {
         {"vorlanSubmit.mel", "", {}},
         {"vorlan_submit.ms", "", {}},
         {"vorlan_lightwave.ls", "", {}},

@@ -1,5 +1,6 @@
-// A list of names for the tests of lists, which writes down what it hears.
 #pragma once
+
+// A list of names for the tests of lists, which writes down what it hears.
 
 #include "wxtools.h"
 

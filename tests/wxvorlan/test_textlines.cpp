@@ -6,7 +6,7 @@ using corekit::String;
 
 namespace {
 
-using Hits = corekit::vector<std::pair<int, int>>;
+using Hits = std::vector<std::pair<int, int>>;
 
 TextLines Lines(std::initializer_list<char const*> texts) {
     TextLines lines;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/string.h>
 #include <vorlan/farmkey.h>
 #include <vorlan/ippeer.h>
@@ -10,6 +9,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace vorlan::net {
 
@@ -26,7 +26,7 @@ struct ClientOptions {
     // The hosts to try, in order; asked before each round, on the network thread,
     // and may wait a while as long as it looks at the second argument. Empty
     // function: MasterFinder::Find.
-    std::function<corekit::vector<IPPeer>(FarmKey const&, std::function<bool()> const& cancelled)> find;
+    std::function<std::vector<IPPeer>(FarmKey const&, std::function<bool()> const& cancelled)> find;
     Retry retry = Retry::Forever;
     int firstPauseMs = 100; // doubles with each failure
     int longestPauseMs = 5'000;

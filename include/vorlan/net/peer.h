@@ -1,5 +1,6 @@
-// Who is at the other end of a connection.
 #pragma once
+
+// Who is at the other end of a connection.
 
 #include <corekit/string.h>
 #include <corekit/uid.h>

@@ -16,22 +16,19 @@ int64_t ToMB(unsigned long long bytes) { return static_cast<int64_t>(bytes >> 20
 } // namespace
 
 HardwareSampler::HardwareSampler() : m_ready(sg_init(1) == SG_ERROR_NONE) {
-    if (!m_ready) {
+    if (!m_ready)
         LogWarning("The figures of this machine's memory and processors cannot be measured.");
-    }
 }
 
 HardwareSampler::~HardwareSampler() {
-    if (m_ready) {
+    if (m_ready)
         sg_shutdown();
-    }
 }
 
 HardwareMsg HardwareSampler::Sample() {
     HardwareMsg figures;
-    if (!m_ready) {
+    if (!m_ready)
         return figures;
-    }
     size_t entries = 0;
     if (sg_mem_stats const* const memory = sg_get_mem_stats(&entries)) {
         figures.totalPhysicalMB = ToMB(memory->total);

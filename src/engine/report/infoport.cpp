@@ -10,7 +10,7 @@ namespace vorlan {
 
 namespace {
 
-/// A listener that does not read gets no more figures.
+// A listener that does not read gets no more figures.
 constexpr size_t k_QueueBytes = 65536;
 
 } // namespace
@@ -21,9 +21,8 @@ InfoPort::InfoPort(OutputService& output, Post post, String machineName)
 InfoPort::~InfoPort() { Close(); }
 
 void InfoPort::Open(FarmKey const& key) {
-    if (key.IsNull() || (m_server && m_key == key)) {
+    if (key.IsNull() || (m_server && m_key == key))
         return;
-    }
     Close();
     net::ServerOptions options;
     options.key = key;
@@ -54,9 +53,8 @@ void InfoPort::Open(FarmKey const& key) {
 
 void InfoPort::Close() {
     m_server.reset();
-    for (auto const& [number, sink] : m_sinks) {
+    for (auto const& [number, sink] : m_sinks)
         m_output.Gone(sink);
-    }
     m_sinks.clear();
     m_listeners.clear();
 }
@@ -67,23 +65,20 @@ void InfoPort::OnMessage(boost::shared_ptr<net::Connection> const& connection,
         return; // its end was told already, or will be
     }
     SinkPtr& sink = m_sinks[connection->Number()];
-    if (!sink) {
+    if (!sink)
         sink = boost::make_shared<ConnectionSink>(connection);
-    }
-    if (message->Type() == GetHardwareMsg::s_Type) {
+    if (message->Type() == GetHardwareMsg::s_Type)
         m_listeners.insert(connection->Number());
-    } else if (message->Type() == GetOutputMsg::s_Type) {
+    else if (message->Type() == GetOutputMsg::s_Type)
         m_output.Request(sink, static_cast<GetOutputMsg const&>(*message));
-    } else if (message->Type() == CloseOutputMsg::s_Type) {
+    else if (message->Type() == CloseOutputMsg::s_Type)
         m_output.Close(sink, static_cast<CloseOutputMsg const&>(*message).request);
-    }
 }
 
 void InfoPort::OnClosed(uint64_t number) {
     auto const sink = m_sinks.extract(number);
-    if (!sink.empty()) {
+    if (!sink.empty())
         m_output.Gone(sink.mapped());
-    }
     m_listeners.erase(number);
 }
 
@@ -91,9 +86,8 @@ void InfoPort::SendHardware(HardwareMsg const& figures) {
     auto const message = boost::make_shared<HardwareMsg>(figures);
     for (uint64_t const number : m_listeners) {
         auto const sink = m_sinks.find(number);
-        if (sink != m_sinks.end() && sink->second->QueuedBytes() < k_QueueBytes) {
+        if (sink != m_sinks.end() && sink->second->QueuedBytes() < k_QueueBytes)
             sink->second->Send(message);
-        }
     }
 }
 

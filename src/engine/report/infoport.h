@@ -1,7 +1,8 @@
-// The port on which the Engine tells others of its machine and of its runs.
 #pragma once
 
-#include "engine/messagesink.h"
+// The port on which the Engine tells others of its machine and of its runs.
+
+#include "engine/report/messagesink.h"
 
 #include <vorlan/farmkey.h>
 #include <vorlan/messages_output.h>
@@ -16,11 +17,11 @@ namespace vorlan {
 
 class OutputService;
 
-/// A server of the Engine's own, for those with the farm key: GetHardwareMsg is answered
-/// once a second until the connection ends, GetOutputMsg by the OutputService.
-///
-/// Owned by the Engine's main part; its thread. `post` brings what the network says to
-/// that thread. Without a farm key, or a port, there is no server; Open tries again.
+// A server of the Engine's own, for those with the farm key: GetHardwareMsg is answered
+// once a second until the connection ends, GetOutputMsg by the OutputService.
+//
+// Owned by the Engine's main part; its thread. `post` brings what the network says to
+// that thread. Without a farm key, or a port, there is no server; Open tries again.
 class InfoPort {
 public:
     using Post = std::function<void(std::function<void()>)>;
@@ -28,14 +29,14 @@ public:
     InfoPort(OutputService& output, Post post, String machineName);
     ~InfoPort();
 
-    /// Listens with this machine's key as it is now. Nothing when it does so already.
+    // Listens with this machine's key as it is now. Nothing when it does so already.
     void Open(FarmKey const& key);
     void Close();
-    /// 0 when it does not listen.
+    // 0 when it does not listen.
     unsigned short Port() const { return m_server ? m_server->Port() : 0; }
 
     bool HasListeners() const { return !m_listeners.empty(); }
-    /// To all who asked for hardware figures.
+    // To all who asked for hardware figures.
     void SendHardware(HardwareMsg const& figures);
 
 private:

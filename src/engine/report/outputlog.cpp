@@ -26,9 +26,8 @@ void OutputLog::Append(std::string_view bytes) {
 }
 
 void OutputLog::Add(std::string_view bytes) {
-    if (m_full || bytes.empty()) {
+    if (m_full || bytes.empty())
         return;
-    }
     if (m_total + bytes.size() > k_FileLimit) {
         m_full = true;
         m_waiting +=
@@ -38,9 +37,8 @@ void OutputLog::Add(std::string_view bytes) {
     m_total += bytes.size();
     m_atLineStart = bytes.back() == '\n';
     m_waiting.append(bytes);
-    if (m_waiting.size() >= k_FlushBytes) {
+    if (m_waiting.size() >= k_FlushBytes)
         Flush();
-    }
 }
 
 void OutputLog::AppendLine(std::string_view text) {
@@ -51,12 +49,10 @@ void OutputLog::AppendLine(std::string_view text) {
 }
 
 void OutputLog::Flush() {
-    if (m_waiting.empty() || !m_kept) {
+    if (m_waiting.empty() || !m_kept)
         return;
-    }
-    if (m_lost > 0) {
+    if (m_lost > 0)
         m_waiting.insert(0, SFormat("\n[VorlanEngine: %zu bytes could not be written here.]\n", m_lost).Str());
-    }
     size_t const size = m_waiting.size();
     if (Write()) {
         m_lost = 0;
@@ -68,20 +64,16 @@ void OutputLog::Flush() {
 }
 
 bool OutputLog::Write() {
-    if (!m_fd) {
+    if (!m_fd)
         m_fd.Reset(FileLayer::s_Layer->Open(m_file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644));
-    }
-    if (!m_fd) {
+    if (!m_fd)
         return false;
-    }
     for (size_t done = 0; done < m_waiting.size();) {
         ssize_t const count = FileLayer::s_Layer->Write(m_fd.Get(), m_waiting.data() + done, m_waiting.size() - done);
-        if (count < 0 && errno == EINTR) {
+        if (count < 0 && errno == EINTR)
             continue;
-        }
-        if (count <= 0) {
+        if (count <= 0)
             return false;
-        }
         done += static_cast<size_t>(count);
     }
     return true;
@@ -119,9 +111,8 @@ size_t OutputFolder::Cleanup(Time before) const {
             continue;
         }
         int64_t const changedMs = int64_t{status.st_mtim.tv_sec} * 1000;
-        if (Time::FromUnixMs(changedMs) < before && unlink(file.c_str()) == 0) {
+        if (Time::FromUnixMs(changedMs) < before && unlink(file.c_str()) == 0)
             ++deleted;
-        }
     }
     return deleted;
 }

@@ -1,5 +1,6 @@
-// The log files of runs.
 #pragma once
+
+// The log files of runs.
 
 #include <corekit/path.h>
 #include <corekit/time.h>
@@ -14,13 +15,13 @@
 
 namespace vorlan {
 
-/// The file with the output of one run, as it is written.
-///
-/// Owned by its unit, made by OutputFolder; one thread. Bytes are gathered and written
-/// by Flush. There is a file from the first output on, or when Keep asks for it: the lines
-/// of the Engine's own do not make one. A disk that cannot take them costs the bytes, never the unit; the file says
-/// how many are missing once there is room again. The file ends at k_FileLimit with a
-/// line that says so.
+// The file with the output of one run, as it is written.
+//
+// Owned by its unit, made by OutputFolder; one thread. Bytes are gathered and written
+// by Flush. There is a file from the first output on, or when Keep asks for it: the lines
+// of the Engine's own do not make one. A disk that cannot take them costs the bytes, never the unit; the file says
+// how many are missing once there is room again. The file ends at k_FileLimit with a
+// line that says so.
 class OutputLog {
 public:
     static constexpr size_t k_FileLimit = size_t{512} << 20;
@@ -34,9 +35,9 @@ public:
     OutputLog& operator=(OutputLog const&) = delete;
 
     void Append(std::string_view bytes);
-    /// A line of the Engine's own; begins on a new line.
+    // A line of the Engine's own; begins on a new line.
     void AppendLine(std::string_view text);
-    /// The log is worth a file, though nothing may have been printed.
+    // The log is worth a file, though nothing may have been printed.
     void Keep() { m_kept = true; }
     bool IsKept() const { return m_kept; }
     void Flush();
@@ -56,18 +57,18 @@ private:
     bool m_full = false;
 };
 
-/// The folder of all those files, one per run under its id.
-///
-/// Owned by the WorkDesk; its thread, but Cleanup, which may run on any.
+// The folder of all those files, one per run under its id.
+//
+// Owned by the WorkDesk; its thread, but Cleanup, which may run on any.
 class OutputFolder {
 public:
-    /// Makes the folder. A folder that cannot be made is an error in the log.
+    // Makes the folder. A folder that cannot be made is an error in the log.
     explicit OutputFolder(Path folder);
 
     std::unique_ptr<OutputLog> Create(UID const& work);
     Path PathOf(UID const& work) const;
 
-    /// Deletes the logs whose last change is before `before`. The number deleted.
+    // Deletes the logs whose last change is before `before`. The number deleted.
     size_t Cleanup(Time before) const;
 
 private:

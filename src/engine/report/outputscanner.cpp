@@ -50,25 +50,21 @@ OutputScanner::Found OutputScanner::Finish() {
 
 void OutputScanner::TakeLine(std::string_view line, Found& found) {
     size_t const first = line.find_first_not_of(" \t");
-    if (first == std::string_view::npos) {
+    if (first == std::string_view::npos)
         return;
-    }
     m_lastLine = String(line.substr(first, k_NoteLength)).Trim();
     MakeMatcher();
-    if (!m_matcher) {
+    if (!m_matcher)
         return;
-    }
     OutputMatcher::Report report = m_matcher->Feed(line);
     found.progress = found.progress || report.progressChanged;
-    if (!report.warning.Empty()) {
+    if (!report.warning.Empty())
         found.warning = std::move(report.warning);
-    }
 }
 
 void OutputScanner::MakeMatcher() {
-    if (m_matcher || m_rules.rules.empty() || !m_ruleError.Empty()) {
+    if (m_matcher || m_rules.rules.empty() || !m_ruleError.Empty())
         return;
-    }
     try {
         m_matcher = std::make_unique<OutputMatcher>(m_rules, m_subRange);
     } catch (Exception const& error) {

@@ -40,9 +40,8 @@ int OutputService::Pump() {
     int again = -1;
     for (auto reader = m_readers.begin(); reader != m_readers.end();) {
         Result const result = Send(*reader);
-        if (result == Result::Slow) {
+        if (result == Result::Slow)
             again = k_RetryMs;
-        }
         reader = result == Result::Done ? m_readers.erase(reader) : std::next(reader);
     }
     return again;
@@ -51,21 +50,17 @@ int OutputService::Pump() {
 OutputService::Result OutputService::Send(Reader& reader) {
     RunOutput const output = m_outputOf(reader.work);
     bool const grows = output == RunOutput::Grows && reader.follow;
-    if (!reader.file) {
+    if (!reader.file)
         reader.file.Reset(open(m_folder.PathOf(reader.work).c_str(), O_RDONLY | O_CLOEXEC));
-    }
-    if (!reader.file) {
+    if (!reader.file)
         return grows ? Result::Waits : SendWithoutFile(reader, output, errno);
-    }
     char buffer[k_PieceBytes];
     for (;;) {
-        if (reader.sink->QueuedBytes() > k_QueueBytes) {
+        if (reader.sink->QueuedBytes() > k_QueueBytes)
             return Result::Slow;
-        }
         ssize_t const count = pread(reader.file.Get(), buffer, sizeof buffer, reader.offset);
-        if (count < 0 && errno == EINTR) {
+        if (count < 0 && errno == EINTR)
             continue;
-        }
         if (count < 0) {
             SendPiece(reader, {}, true, SFormat("The Engine cannot read this output: %s.", std::strerror(errno)));
             return Result::Done;
@@ -75,9 +70,8 @@ OutputService::Result OutputService::Send(Reader& reader) {
             reader.offset += count;
             continue;
         }
-        if (grows) {
+        if (grows)
             return Result::Waits;
-        }
         SendPiece(reader, {}, true, {});
         return Result::Done;
     }

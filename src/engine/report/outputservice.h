@@ -1,7 +1,8 @@
-// Sends the output of runs to those who ask for it.
 #pragma once
 
-#include "engine/messagesink.h"
+// Sends the output of runs to those who ask for it.
+
+#include "engine/report/messagesink.h"
 #include "engine/report/outputlog.h"
 
 #include <vorlan/messages_output.h>
@@ -11,35 +12,35 @@
 
 namespace vorlan {
 
-/// What there is of a run's output.
+// What there is of a run's output.
 enum class RunOutput {
-    Grows, ///< it runs
-    None,  ///< it ended well without a word, and has no log
-    Whole, ///< nothing more is written
+    Grows, // it runs
+    None,  // it ended well without a word, and has no log
+    Whole, // nothing more is written
 };
 
-/// Answers requests for output, piece by piece as the receiver takes them.
-///
-/// Owned by the Engine's main part; its thread. Works with the files of OutputFolder.
-/// A request that follows ends when its run has ended and all has been sent. Never more
-/// than k_QueueBytes wait for one receiver.
+// Answers requests for output, piece by piece as the receiver takes them.
+//
+// Owned by the Engine's main part; its thread. Works with the files of OutputFolder.
+// A request that follows ends when its run has ended and all has been sent. Never more
+// than k_QueueBytes wait for one receiver.
 class OutputService {
 public:
     static constexpr size_t k_PieceBytes = size_t{64} << 10;
     static constexpr size_t k_QueueBytes = size_t{512} << 10;
     static constexpr size_t k_Requests = 1000;
-    /// How long a pause is before it is tried again with a receiver that is slow.
+    // How long a pause is before it is tried again with a receiver that is slow.
     static constexpr int k_RetryMs = 20;
 
     OutputService(OutputFolder const& folder, std::function<RunOutput(UID const&)> outputOf);
 
     void Request(SinkPtr const& sink, GetOutputMsg const& message);
     void Close(SinkPtr const& sink, UID const& request);
-    /// The receiver is gone with all its requests.
+    // The receiver is gone with all its requests.
     void Gone(SinkPtr const& sink);
 
-    /// Sends what there is to send. Milliseconds until it is to be called again even if
-    /// nothing was written, -1 when not at all.
+    // Sends what there is to send. Milliseconds until it is to be called again even if
+    // nothing was written, -1 when not at all.
     int Pump();
 
 private:

@@ -1,5 +1,6 @@
-// Holds the values of a unit back, so that they are told a few times a second at most.
 #pragma once
+
+// Holds the values of a unit back, so that they are told a few times a second at most.
 
 #include <corekit/optionmap.h>
 #include <vorlan/fwd.h>
@@ -8,8 +9,8 @@
 
 namespace vorlan {
 
-/// Gathers values of one unit and says when they may be told. Owned by the unit; one
-/// thread. Of each name only the last value counts.
+// Gathers values of one unit and says when they may be told. Owned by the unit; one
+// thread. Of each name only the last value counts.
 class ProgressThrottle {
 public:
     static constexpr int64_t k_PauseMs = 250;
@@ -17,10 +18,10 @@ public:
 
     void Offer(String const& name, String const& value) { m_values[name] = value; }
 
-    /// When there is something to take; k_Never when there is nothing at all.
+    // When there is something to take; k_Never when there is nothing at all.
     int64_t DueMs() const { return m_values.empty() ? k_Never : m_next; }
 
-    /// Empty before its time.
+    // Empty before its time.
     OptionMap Take(int64_t nowMs) {
         OptionMap values;
         if (DueMs() <= nowMs) {

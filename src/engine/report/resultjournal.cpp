@@ -18,15 +18,14 @@ namespace vorlan {
 namespace {
 
 constexpr char k_Separator = '\t';
-/// Losing a shorter run in a power cut costs less than waiting for the disk.
+// Losing a shorter run in a power cut costs less than waiting for the disk.
 constexpr Time k_WorthSync = Time::Seconds(1);
 constexpr char const* k_CutOffNote = "VorlanEngine ended while this ran";
 
 uint32_t Checksum(std::string_view text) {
     uint32_t sum = 2166136261U;
-    for (char const c : text) {
+    for (char const c : text)
         sum = (sum ^ static_cast<uint8_t>(c)) * 16777619U;
-    }
     return sum;
 }
 
@@ -113,20 +112,17 @@ std::optional<JournalRecord> ReadJournalLine(std::string_view line) {
     bool const begun = record.kind == JournalRecord::Kind::Begun && fields.size() == 4;
     bool const ended = record.kind == JournalRecord::Kind::Ended && fields.size() == 7;
     bool const done = record.kind == JournalRecord::Kind::Done && fields.size() == 2;
-    if (!(begun || ended || done) || !UID::FromString(fields[1], record.ended.work)) {
+    if (!(begun || ended || done) || !UID::FromString(fields[1], record.ended.work))
         return std::nullopt;
-    }
     if (!done) {
         int64_t ms = 0;
-        if (!UID::FromString(fields[2], record.ended.job) || !ReadNumber(fields[3], ms)) {
+        if (!UID::FromString(fields[2], record.ended.job) || !ReadNumber(fields[3], ms))
             return std::nullopt;
-        }
         record.ended.time = Time(ms);
     }
     if (ended) {
-        if (!ReadNumber(fields[4], record.ended.status) || !ReadNumber(fields[5], record.ended.exitCode)) {
+        if (!ReadNumber(fields[4], record.ended.status) || !ReadNumber(fields[5], record.ended.exitCode))
             return std::nullopt;
-        }
         record.ended.note = Unescaped(fields[6]);
     }
     return record;
@@ -138,9 +134,8 @@ ResultJournal::ResultJournal(Path file, Time now) : m_file(std::move(file)) {
 }
 
 void ResultJournal::Load(Time now) {
-    if (!m_file.Exists()) {
+    if (!m_file.Exists())
         return;
-    }
     String text;
     try {
         text = File::Read(m_file);
@@ -161,15 +156,13 @@ void ResultJournal::Load(Time now) {
         UID const& work = record->ended.work;
         m_begun.erase(work);
         m_ended.erase(work);
-        if (record->kind == JournalRecord::Kind::Begun) {
+        if (record->kind == JournalRecord::Kind::Begun)
             m_begun[work] = *record;
-        } else if (record->kind == JournalRecord::Kind::Ended) {
+        else if (record->kind == JournalRecord::Kind::Ended)
             m_ended[work] = record->ended;
-        }
     }
-    if (damaged > 0) {
+    if (damaged > 0)
         LogWarning(SFormat("Passed over %zu damaged lines of \"%s\".", damaged, m_file.c_str()));
-    }
     m_cutOff = m_begun.size();
     for (auto& [work, record] : m_begun) {
         record.ended.status = Lost;
@@ -214,19 +207,16 @@ WorkEnded const* ResultJournal::FindPending(UID const& work) const {
 }
 
 void ResultJournal::Flush() {
-    if (m_waiting.empty()) {
+    if (m_waiting.empty())
         return;
-    }
     if (m_written + m_waiting.size() > k_CompactBytes + 200 * (m_begun.size() + m_ended.size())) {
         Compact();
         return;
     }
-    if ((!m_fd && !Open()) || !Write()) {
+    if ((!m_fd && !Open()) || !Write())
         return;
-    }
-    if (std::exchange(m_wantSync, false)) {
+    if (std::exchange(m_wantSync, false))
         FileLayer::s_Layer->Sync(m_fd.Get());
-    }
     m_failing = false;
 }
 
@@ -240,23 +230,21 @@ bool ResultJournal::Open() {
     return true;
 }
 
-/// What could not be written stays in m_waiting. A piece of a line that did reach the
-/// disk is damaged for the reader, and the next try begins on a new line.
+// What could not be written stays in m_waiting. A piece of a line that did reach the
+// disk is damaged for the reader, and the next try begins on a new line.
 bool ResultJournal::Write() {
     size_t done = 0;
     while (done < m_waiting.size()) {
         ssize_t const count = FileLayer::s_Layer->Write(m_fd.Get(), m_waiting.data() + done, m_waiting.size() - done);
-        if (count < 0 && errno == EINTR) {
+        if (count < 0 && errno == EINTR)
             continue;
-        }
         if (count <= 0) {
             int const error = errno;
             size_t const whole = done == 0 ? 0 : m_waiting.rfind('\n', done - 1) + 1;
             bool const torn = whole != done;
             m_waiting.erase(0, whole);
-            if (torn) {
+            if (torn)
                 m_waiting.insert(0, 1, '\n');
-            }
             m_written += done;
             Fail("write", error);
             return false;
@@ -268,15 +256,13 @@ bool ResultJournal::Write() {
     return true;
 }
 
-/// Writes the file anew with what still counts.
+// Writes the file anew with what still counts.
 void ResultJournal::Compact() {
     std::string text;
-    for (auto const& [work, record] : m_begun) {
+    for (auto const& [work, record] : m_begun)
         text += JournalLine(record);
-    }
-    for (auto const& [work, ended] : m_ended) {
+    for (auto const& [work, ended] : m_ended)
         text += JournalLine({JournalRecord::Kind::Ended, ended});
-    }
     try {
         m_fd.Reset();
         File::WriteWhole(m_file, text, 0600);

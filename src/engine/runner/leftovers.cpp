@@ -21,7 +21,7 @@ namespace vorlan::runner {
 
 namespace {
 
-/// An environment that is longer than this belongs to no unit.
+// An environment that is longer than this belongs to no unit.
 constexpr size_t k_EnvironmentLimit = size_t{4} << 20;
 
 std::string ReadEnvironment(pid_t pid) {
@@ -30,22 +30,20 @@ std::string ReadEnvironment(pid_t pid) {
     char buffer[16384];
     while (file && text.size() < k_EnvironmentLimit) {
         ssize_t const count = read(file.Get(), buffer, sizeof buffer);
-        if (count <= 0) {
+        if (count <= 0)
             break;
-        }
         text.append(buffer, static_cast<size_t>(count));
     }
     return text;
 }
 
-/// What follows `wanted` in the variable that begins with it. A process that has ended
-/// and waits to be collected has no environment left, so that it never has one.
+// What follows `wanted` in the variable that begins with it. A process that has ended
+// and waits to be collected has no environment left, so that it never has one.
 std::optional<std::string> ValueBehind(std::string const& environment, std::string const& wanted) {
     for (size_t from = 0; from < environment.size();) {
         size_t const end = std::min(environment.find('\0', from), environment.size());
-        if (environment.compare(from, wanted.size(), wanted) == 0) {
+        if (environment.compare(from, wanted.size(), wanted) == 0)
             return environment.substr(from + wanted.size(), end - from - wanted.size());
-        }
         from = end + 1;
     }
     return std::nullopt;
@@ -85,9 +83,8 @@ size_t EndMarkedProcesses(String const& prefix, int timeoutMs) {
     std::set<pid_t> killed;
     for (;;) {
         std::vector<pid_t> const alive = MarkedProcesses(prefix);
-        if (alive.empty() || std::chrono::steady_clock::now() > deadline) {
+        if (alive.empty() || std::chrono::steady_clock::now() > deadline)
             return killed.size();
-        }
         for (pid_t const pid : alive) {
             kill(pid, SIGKILL);
             killed.insert(pid);

@@ -31,9 +31,9 @@ constexpr uint64_t k_WakeTag = 1;
 constexpr uint64_t k_HelperTag = 2;
 constexpr int k_LeftoverMs = 2000;
 constexpr int k_HelperRetryMs = 500;
-/// How long output is waited for after the end: somebody else may hold the pipe.
+// How long output is waited for after the end: somebody else may hold the pipe.
 constexpr std::chrono::milliseconds k_OutputGrace{300};
-/// Read from one unit at a time, so that a loud one does not starve the others.
+// Read from one unit at a time, so that a loud one does not starve the others.
 constexpr size_t k_ReadBytes = 65536;
 constexpr int k_ReadsAtOnce = 4;
 
@@ -88,17 +88,15 @@ void LocalRunner::Watch(int descriptor, uint64_t tag, uint32_t events) {
     epoll_event event{};
     event.events = events;
     event.data.u64 = tag;
-    if (epoll_ctl(m_poll.Get(), EPOLL_CTL_ADD, descriptor, &event) != 0) {
+    if (epoll_ctl(m_poll.Get(), EPOLL_CTL_ADD, descriptor, &event) != 0)
         epoll_ctl(m_poll.Get(), EPOLL_CTL_MOD, descriptor, &event);
-    }
 }
 
 bool LocalRunner::Execute() {
     if (!m_cleaned) {
         m_cleaned = true;
-        if (size_t const ended = runner::EndMarkedProcesses(runner::MarkPrefix(m_machine), k_LeftoverMs); ended > 0) {
+        if (size_t const ended = runner::EndMarkedProcesses(runner::MarkPrefix(m_machine), k_LeftoverMs); ended > 0)
             LogWarning(SFormat("Ended %zu processes that an earlier VorlanEngine left behind.", ended));
-        }
     }
     if (!m_socket && !StartHelper()) {
         Sleep(k_HelperRetryMs);
@@ -187,11 +185,10 @@ void LocalRunner::TakeCommands() {
         commands.swap(m_commands);
     }
     for (Frame& command : commands) {
-        if (command.kind == FrameKind::Start) {
+        if (command.kind == FrameKind::Start)
             BeginUnit(std::move(command));
-        } else {
+        else
             Push(command, UniqueFd());
-        }
     }
 }
 
@@ -240,19 +237,16 @@ void LocalRunner::Flush() {
         ssize_t const count = sendmsg(m_socket.Get(), &header, MSG_NOSIGNAL);
         if (count < 0) {
             bool const full = errno == EAGAIN || errno == EINTR;
-            if (full) {
+            if (full)
                 Watch(m_socket.Get(), k_HelperTag, EPOLLIN | EPOLLOUT);
-            }
             return; // a helper that is gone shows itself when it is read
         }
         packet.descriptor.Reset();
         packet.bytes.erase(0, static_cast<size_t>(count));
-        if (packet.bytes.empty()) {
+        if (packet.bytes.empty())
             m_out.pop_front();
-        }
-        if (m_out.empty()) {
+        if (m_out.empty())
             Watch(m_socket.Get(), k_HelperTag, EPOLLIN);
-        }
     }
 }
 
@@ -264,9 +258,8 @@ void LocalRunner::ReadHelper() {
             m_in.append(buffer, static_cast<size_t>(count));
             continue;
         }
-        if (count < 0 && errno == EINTR) {
+        if (count < 0 && errno == EINTR)
             continue;
-        }
         if (count == 0 || errno != EAGAIN) {
             LoseHelper();
             return;
@@ -275,9 +268,8 @@ void LocalRunner::ReadHelper() {
     }
     size_t from = 0;
     try {
-        while (auto const frame = runner::TakeFrame(m_in, from)) {
+        while (auto const frame = runner::TakeFrame(m_in, from))
             HandleFrame(*frame);
-        }
     } catch (Exception const& error) {
         LogError(error.Message());
         LoseHelper();
@@ -288,9 +280,8 @@ void LocalRunner::ReadHelper() {
 
 void LocalRunner::HandleFrame(Frame const& frame) {
     auto const unit = m_units.find(frame.work);
-    if (unit == m_units.end()) {
+    if (unit == m_units.end())
         return;
-    }
     if (frame.kind == FrameKind::Started) {
         m_listener.OnRunStarted(frame.work, frame.pid);
     } else if (frame.kind == FrameKind::Ended) {
@@ -303,29 +294,26 @@ void LocalRunner::HandleFrame(Frame const& frame) {
 
 void LocalRunner::ReadOutput(UID const& work) {
     auto const unit = m_units.find(work);
-    if (unit == m_units.end()) {
+    if (unit == m_units.end())
         return;
-    }
     if (DrainOutput(work, unit->second)) {
         unit->second.output.Reset();
-        if (unit->second.ended) {
+        if (unit->second.ended)
             FinishUnit(work);
-        }
     }
 }
 
-/// Tells the listener what is there to read. True at the end of the output.
+// Tells the listener what is there to read. True at the end of the output.
 bool LocalRunner::DrainOutput(UID const& work, Unit& unit) {
     char buffer[k_ReadBytes];
     for (int reads = 0; unit.output && (reads < k_ReadsAtOnce || unit.ended); ++reads) {
         ssize_t const count = read(unit.output.Get(), buffer, sizeof buffer);
-        if (count > 0) {
+        if (count > 0)
             m_listener.OnRunOutput(work, std::string_view(buffer, static_cast<size_t>(count)));
-        } else if (count < 0 && errno == EAGAIN) {
+        else if (count < 0 && errno == EAGAIN)
             return false;
-        } else if (count == 0 || errno != EINTR) {
+        else if (count == 0 || errno != EINTR)
             return true;
-        }
     }
     return !unit.output;
 }
@@ -333,18 +321,16 @@ bool LocalRunner::DrainOutput(UID const& work, Unit& unit) {
 void LocalRunner::FinishUnit(UID const& work) {
     auto unit = m_units.extract(work);
     std::erase_if(m_tags, [&](auto const& entry) { return entry.second == work; });
-    if (!unit.empty()) {
+    if (!unit.empty())
         m_listener.OnRunEnded(work, unit.mapped().end);
-    }
 }
 
 void LocalRunner::FinishOverdue() {
     auto const now = Clock::now();
     std::vector<UID> overdue;
     for (auto const& [work, unit] : m_units) {
-        if (unit.closeAt <= now) {
+        if (unit.closeAt <= now)
             overdue.push_back(work);
-        }
     }
     for (UID const& work : overdue) {
         DrainOutput(work, m_units[work]);
@@ -354,12 +340,10 @@ void LocalRunner::FinishOverdue() {
 
 int LocalRunner::WaitMs() const {
     auto next = Clock::time_point::max();
-    for (auto const& [work, unit] : m_units) {
+    for (auto const& [work, unit] : m_units)
         next = std::min(next, unit.closeAt);
-    }
-    if (next == Clock::time_point::max()) {
+    if (next == Clock::time_point::max())
         return 1000;
-    }
     auto const left = std::chrono::duration_cast<std::chrono::milliseconds>(next - Clock::now()).count();
     return static_cast<int>(std::clamp<long long>(left + 1, 0, 1000));
 }

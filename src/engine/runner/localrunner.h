@@ -1,5 +1,6 @@
-// The runner that starts processes on this machine, through the helper process.
 #pragma once
+
+// The runner that starts processes on this machine, through the helper process.
 
 #include "engine/runner/runner.h"
 #include "engine/runner/runnerprotocol.h"
@@ -15,25 +16,25 @@
 
 namespace vorlan {
 
-/// Starts units through `VorlanEngine --runner`, reads their output, and starts the
-/// helper anew when it dies.
-///
-/// Owned by the Engine; `listener` must outlive it. Start and Stop from any thread.
-/// All work is done, and the listener called, on the runner's own thread. Every unit
-/// that was started gets its end reported once, also when the helper dies; when the
-/// runner itself is destroyed the helper ends all units, and nothing is reported.
+// Starts units through `VorlanEngine --runner`, reads their output, and starts the
+// helper anew when it dies.
+//
+// Owned by the Engine; `listener` must outlive it. Start and Stop from any thread.
+// All work is done, and the listener called, on the runner's own thread. Every unit
+// that was started gets its end reported once, also when the helper dies; when the
+// runner itself is destroyed the helper ends all units, and nothing is reported.
 class LocalRunner final : public Runner, private Thread {
 public:
-    /// `program` is the file of VorlanEngine itself, `machine` the id that marks its
-    /// units' processes. Leftovers with that mark, of an Engine that was killed, are
-    /// ended before anything starts.
+    // `program` is the file of VorlanEngine itself, `machine` the id that marks its
+    // units' processes. Leftovers with that mark, of an Engine that was killed, are
+    // ended before anything starts.
     LocalRunner(Path program, UID const& machine, Listener& listener);
     ~LocalRunner() override;
 
     void Start(RunSpec const& spec) override;
     void Stop(UID const& work, int graceMs) override;
 
-    /// The process id of the helper, 0 while there is none. For tests and the log.
+    // The process id of the helper, 0 while there is none. For tests and the log.
     int HelperPid() const { return m_helperPid; }
 
 private:
@@ -84,7 +85,7 @@ private:
     std::string m_in;
     std::deque<Packet> m_out;
     std::map<UID, Unit> m_units;
-    std::map<uint64_t, UID> m_tags; ///< what the numbers given to the poll mean
+    std::map<uint64_t, UID> m_tags; // what the numbers given to the poll mean
     uint64_t m_nextTag = 16;
     bool m_cleaned = false;
 

@@ -31,10 +31,10 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// How long units have to end by themselves when the Engine is gone.
+// How long units have to end by themselves when the Engine is gone.
 constexpr int k_OrphanGraceMs = 200;
 constexpr int k_SweepMs = 5000;
-/// A process that cannot be killed yet waits for a disk or a device.
+// A process that cannot be killed yet waits for a disk or a device.
 constexpr int k_KillAgainMs = 1000;
 constexpr int k_KillWaitMs = 100;
 
@@ -45,10 +45,10 @@ public:
 
 private:
     struct Unit {
-        pid_t pid = 0;             ///< 0: it is being started
-        std::optional<int> stopMs; ///< it is to be stopped as soon as it is there
+        pid_t pid = 0;             // 0: it is being started
+        std::optional<int> stopMs; // it is to be stopped as soon as it is there
         Clock::time_point killAt = Clock::time_point::max();
-        std::optional<Frame> ended; ///< its process has, while others of its group still have time
+        std::optional<Frame> ended; // its process has, while others of its group still have time
     };
 
     bool ReadFrames();
@@ -72,11 +72,11 @@ private:
     void EndEverything();
 
     UID const m_machine;
-    std::optional<SpawnPool> m_pool; ///< its threads begin when the signals are set up
+    std::optional<SpawnPool> m_pool; // its threads begin when the signals are set up
     UniqueFd m_childSignals;
     std::string m_in;
     std::string m_out;
-    std::deque<UniqueFd> m_outputs; ///< write ends that came, in the order of their Start frames
+    std::deque<UniqueFd> m_outputs; // write ends that came, in the order of their Start frames
     std::map<UID, Unit> m_units;
     std::unordered_map<pid_t, UID> m_byPid;
 };
@@ -85,9 +85,8 @@ int Helper::Run() {
     prctl(PR_SET_NAME, "vorlan-runner");
     prctl(PR_SET_CHILD_SUBREAPER, 1);
     setsid();
-    for (int const ignored : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
+    for (int const ignored : {SIGINT, SIGTERM, SIGHUP, SIGPIPE})
         signal(ignored, SIG_IGN);
-    }
     sigset_t childSignal;
     sigemptyset(&childSignal);
     sigaddset(&childSignal, SIGCHLD);
@@ -106,18 +105,16 @@ int Helper::Run() {
         };
         poll(waited, 3, PollTimeoutMs());
         bool const started = (waited[2].revents & POLLIN) != 0;
-        if (started) {
+        if (started)
             TakeStarted();
-        }
         if (started || (waited[1].revents & POLLIN)) {
             signalfd_siginfo info;
             while (read(m_childSignals.Get(), &info, sizeof info) > 0) {
             }
             CollectChildren();
         }
-        if (waited[0].revents & (POLLIN | POLLHUP | POLLERR)) {
+        if (waited[0].revents & (POLLIN | POLLHUP | POLLERR))
             open = ReadFrames();
-        }
         KillOverdue();
         Flush();
     }
@@ -136,20 +133,17 @@ bool Helper::ReadFrames() {
         header.msg_control = control;
         header.msg_controllen = sizeof control;
         ssize_t const count = recvmsg(k_HelperSocket, &header, MSG_CMSG_CLOEXEC);
-        if (count == 0 || (count < 0 && errno != EAGAIN && errno != EINTR)) {
+        if (count == 0 || (count < 0 && errno != EAGAIN && errno != EINTR))
             return false;
-        }
-        if (count < 0) {
+        if (count < 0)
             break;
-        }
         TakeDescriptors(header);
         m_in.append(buffer, static_cast<size_t>(count));
     }
     size_t from = 0;
     try {
-        while (auto frame = TakeFrame(m_in, from)) {
+        while (auto frame = TakeFrame(m_in, from))
             Handle(*frame);
-        }
     } catch (Exception const&) {
         return false;
     }
@@ -160,9 +154,8 @@ bool Helper::ReadFrames() {
 void Helper::TakeDescriptors(msghdr const& header) {
     for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr;
          part = CMSG_NXTHDR(const_cast<msghdr*>(&header), part)) {
-        if (part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_RIGHTS) {
+        if (part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_RIGHTS)
             continue;
-        }
         size_t const count = (part->cmsg_len - CMSG_LEN(0)) / sizeof(int);
         for (size_t i = 0; i < count; ++i) {
             int descriptor = -1;
@@ -178,9 +171,8 @@ void Helper::Handle(Frame const& frame) {
         StartUnit(frame);
         break;
     case FrameKind::Stop:
-        if (auto const unit = m_units.find(frame.work); unit != m_units.end()) {
+        if (auto const unit = m_units.find(frame.work); unit != m_units.end())
             StopUnit(unit->second, frame.graceMs);
-        }
         break;
     case FrameKind::Started:
     case FrameKind::Ended:
@@ -215,9 +207,8 @@ void Helper::TakeStarted() {
         Unit& unit = m_units[done.work];
         unit.pid = done.result.pid;
         m_byPid[unit.pid] = done.work;
-        if (unit.stopMs) {
+        if (unit.stopMs)
             StopUnit(unit, *unit.stopMs);
-        }
     }
 }
 
@@ -234,9 +225,8 @@ void Helper::CollectChildren() {
     for (;;) {
         // Looked at before it is collected, so that its number is still its own.
         siginfo_t info{};
-        if (waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) != 0 || info.si_pid == 0) {
+        if (waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) != 0 || info.si_pid == 0)
             break;
-        }
         if (!m_byPid.contains(info.si_pid) && m_pool->InFlight() > 0 && !IsStray(info.si_pid)) {
             break; // a unit that was quicker than the word of its start, which comes next
         }
@@ -276,36 +266,32 @@ void Helper::FinishUnit(UID const& work, Frame const& ended) {
     m_units.erase(UID(work));
 }
 
-/// Units that were stopped and whose last process of the group has ended now.
+// Units that were stopped and whose last process of the group has ended now.
 void Helper::FinishStopped() {
     std::vector<Frame> gone;
     for (auto const& [work, unit] : m_units) {
-        if (unit.ended && kill(-unit.pid, 0) != 0) {
+        if (unit.ended && kill(-unit.pid, 0) != 0)
             gone.push_back(*unit.ended);
-        }
     }
-    for (Frame const& ended : gone) {
+    for (Frame const& ended : gone)
         FinishUnit(ended.work, ended);
-    }
 }
 
-/// Those of this thread alone.
+// Those of this thread alone.
 std::vector<pid_t> Helper::Children() {
     char path[64];
     snprintf(path, sizeof path, "/proc/self/task/%d/children", getpid());
     UniqueFd file(open(path, O_RDONLY | O_CLOEXEC));
     std::string text;
     char buffer[4096];
-    for (ssize_t count = 0; file && (count = read(file.Get(), buffer, sizeof buffer)) > 0;) {
+    for (ssize_t count = 0; file && (count = read(file.Get(), buffer, sizeof buffer)) > 0;)
         text.append(buffer, static_cast<size_t>(count));
-    }
     std::vector<pid_t> children;
     for (char const *at = text.data(), *end = at + text.size(); at < end;) {
         pid_t pid = 0;
         auto const parsed = std::from_chars(at, end, pid);
-        if (parsed.ec != std::errc()) {
+        if (parsed.ec != std::errc())
             break;
-        }
         at = parsed.ptr + 1;
         children.push_back(pid);
     }
@@ -317,21 +303,19 @@ bool Helper::IsStray(pid_t pid) {
     return std::find(children.begin(), children.end(), pid) != children.end();
 }
 
-/// Children of this thread, which starts none, were left behind by a unit and came to
-/// their reaper. Those whose unit has ended end too.
+// Children of this thread, which starts none, were left behind by a unit and came to
+// their reaper. Those whose unit has ended end too.
 void Helper::EndStrays() {
     for (pid_t const pid : Children()) {
-        if (!BelongsToRunningUnit(pid)) {
+        if (!BelongsToRunningUnit(pid))
             kill(pid, SIGKILL);
-        }
     }
 }
 
-/// One without a mark may be anybody's: it stays as long as any unit runs.
+// One without a mark may be anybody's: it stays as long as any unit runs.
 bool Helper::BelongsToRunningUnit(pid_t pid) const {
-    if (m_units.empty()) {
+    if (m_units.empty())
         return false;
-    }
     std::optional<UID> const work = MarkedWork(pid, m_machine);
     return !work || m_units.contains(*work);
 }
@@ -350,12 +334,10 @@ void Helper::KillOverdue() {
 
 int Helper::PollTimeoutMs() const {
     auto next = Clock::time_point::max();
-    for (auto const& [work, unit] : m_units) {
+    for (auto const& [work, unit] : m_units)
         next = std::min(next, unit.killAt);
-    }
-    if (next == Clock::time_point::max()) {
+    if (next == Clock::time_point::max())
         return -1;
-    }
     auto const left = std::chrono::duration_cast<std::chrono::milliseconds>(next - Clock::now()).count();
     return static_cast<int>(std::clamp<long long>(left + 1, 0, 60000));
 }
@@ -363,9 +345,8 @@ int Helper::PollTimeoutMs() const {
 void Helper::Flush() {
     while (!m_out.empty()) {
         ssize_t const count = send(k_HelperSocket, m_out.data(), m_out.size(), MSG_NOSIGNAL);
-        if (count <= 0) {
+        if (count <= 0)
             break;
-        }
         m_out.erase(0, static_cast<size_t>(count));
     }
 }
@@ -374,9 +355,8 @@ void Helper::EndEverything() {
     m_pool->Stop();
     TakeStarted();
     std::erase_if(m_units, [](auto const& entry) { return entry.second.pid == 0; });
-    for (auto const& [work, unit] : m_units) {
+    for (auto const& [work, unit] : m_units)
         kill(-unit.pid, SIGTERM);
-    }
     auto const until = Clock::now() + std::chrono::milliseconds(k_OrphanGraceMs);
     while (!m_units.empty() && Clock::now() < until) {
         pollfd waited{m_childSignals.Get(), POLLIN, 0};
@@ -386,9 +366,8 @@ void Helper::EndEverything() {
         }
         CollectChildren();
     }
-    for (auto const& [work, unit] : m_units) {
+    for (auto const& [work, unit] : m_units)
         kill(-unit.pid, SIGKILL);
-    }
     m_units.clear(); // from here on every child is a stray, with or without a mark
     m_byPid.clear();
     auto const giveUp = Clock::now() + std::chrono::milliseconds(k_SweepMs);

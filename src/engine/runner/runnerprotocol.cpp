@@ -30,9 +30,8 @@ public:
     }
     String Text() { return String(std::string(Take(Number()))); }
     std::string_view Take(size_t count) {
-        if (count > m_bytes.size()) {
+        if (count > m_bytes.size())
             throw ParseException("A frame between the Engine and its helper is too short.");
-        }
         std::string_view const taken = m_bytes.substr(0, count);
         m_bytes.remove_prefix(count);
         return taken;
@@ -44,9 +43,8 @@ private:
 
 void AppendSpec(RunSpec const& spec, std::string& out) {
     AppendNumber(static_cast<uint32_t>(spec.arguments.size()), out);
-    for (String const& argument : spec.arguments) {
+    for (String const& argument : spec.arguments)
         AppendText(argument, out);
-    }
     AppendNumber(static_cast<uint32_t>(spec.environment.size()), out);
     for (auto const& [name, value] : spec.environment) {
         AppendText(name, out);
@@ -56,9 +54,8 @@ void AppendSpec(RunSpec const& spec, std::string& out) {
 }
 
 void TakeSpec(Cursor& cursor, RunSpec& spec) {
-    for (uint32_t left = cursor.Number(); left > 0; --left) {
+    for (uint32_t left = cursor.Number(); left > 0; --left)
         spec.arguments.push_back(cursor.Text());
-    }
     for (uint32_t left = cursor.Number(); left > 0; --left) {
         String name = cursor.Text();
         spec.environment[name] = cursor.Text();
@@ -95,16 +92,13 @@ void AppendFrame(Frame const& frame, std::string& out) {
 
 std::optional<Frame> TakeFrame(std::string_view bytes, size_t& from) {
     uint32_t length = 0;
-    if (bytes.size() - from < sizeof length) {
+    if (bytes.size() - from < sizeof length)
         return std::nullopt;
-    }
     std::memcpy(&length, bytes.data() + from, sizeof length);
-    if (length > k_FrameLimit) {
+    if (length > k_FrameLimit)
         throw ParseException("A frame between the Engine and its helper is too long.");
-    }
-    if (bytes.size() - from - sizeof length < length) {
+    if (bytes.size() - from - sizeof length < length)
         return std::nullopt;
-    }
     Cursor cursor(bytes.substr(from + sizeof length, length));
     from += sizeof length + length;
 

@@ -63,27 +63,24 @@ private:
 std::vector<char*> Pointers(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
     pointers.reserve(texts.size() + 1);
-    for (std::string& text : texts) {
+    for (std::string& text : texts)
         pointers.push_back(text.data());
-    }
     pointers.push_back(nullptr);
     return pointers;
 }
 
-/// The variables of a new process. Those of this program are not copied.
+// The variables of a new process. Those of this program are not copied.
 class Environment {
 public:
     Environment(RunSpec const& spec, String const& mark) {
         m_own.reserve(spec.environment.size() + 1); // what is pointed to stays where it is
         for (char** entry = environ; *entry; ++entry) {
             std::string_view const name = std::string_view(*entry).substr(0, std::strcspn(*entry, "="));
-            if (name != k_MarkName && (spec.environment.empty() || !spec.environment.contains(String(name)))) {
+            if (name != k_MarkName && (spec.environment.empty() || !spec.environment.contains(String(name))))
                 m_pointers.push_back(*entry);
-            }
         }
-        for (auto const& [name, value] : spec.environment) {
+        for (auto const& [name, value] : spec.environment)
             Add(name.Str() + "=" + value.Str());
-        }
         Add(std::string(k_MarkName) + "=" + mark.Str());
         m_pointers.push_back(nullptr);
     }
@@ -105,9 +102,8 @@ private:
 
 String FindProgram(RunSpec const& spec) {
     String const& name = spec.arguments.front();
-    if (name.Contains("/")) {
+    if (name.Contains("/"))
         return IsProgram(name.Str()) ? name : String();
-    }
     auto const given = spec.environment.find("PATH");
     char const* const own = getenv("PATH");
     std::string_view left = given != spec.environment.end() ? std::string_view(given->second)
@@ -116,9 +112,8 @@ String FindProgram(RunSpec const& spec) {
     while (!name.Empty() && !left.empty()) {
         size_t const end = std::min(left.find(':'), left.size());
         std::string const file = std::string(left.substr(0, end)) + "/" + name.Str();
-        if (IsProgram(file)) {
+        if (IsProgram(file))
             return String(file);
-        }
         left.remove_prefix(std::min(end + 1, left.size()));
     }
     return {};
@@ -138,9 +133,8 @@ SpawnResult SpawnUnit(RunSpec const& spec, String const& mark, int output) {
     }
 
     std::vector<std::string> arguments;
-    for (String const& argument : spec.arguments) {
+    for (String const& argument : spec.arguments)
         arguments.push_back(argument.Str());
-    }
 
     Actions actions;
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
@@ -149,9 +143,8 @@ SpawnResult SpawnUnit(RunSpec const& spec, String const& mark, int output) {
         posix_spawn_file_actions_adddup2(&actions, output, STDERR_FILENO);
     }
     String const folder = spec.folder.Text();
-    if (!folder.Empty()) {
+    if (!folder.Empty())
         posix_spawn_file_actions_addchdir_np(&actions, folder.c_str());
-    }
     Attributes attributes;
     std::vector<char*> argumentPointers = Pointers(arguments);
     Environment environment(spec, mark);

@@ -5,9 +5,8 @@
 namespace vorlan::runner {
 
 SpawnPool::SpawnPool() : m_ready(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    for (int i = 0; i < k_Threads; ++i) {
+    for (int i = 0; i < k_Threads; ++i)
         m_threads.emplace_back([this] { Work(); });
-    }
 }
 
 void SpawnPool::Start(RunSpec spec, String mark, UniqueFd output) {
@@ -30,12 +29,10 @@ std::vector<SpawnPool::Done> SpawnPool::Take() {
 void SpawnPool::Work() {
     CommonMutex::Lock lock(m_guard);
     for (;;) {
-        while (!m_stopping && m_orders.empty()) {
+        while (!m_stopping && m_orders.empty())
             m_wake.wait(lock);
-        }
-        if (m_stopping) {
+        if (m_stopping)
             return;
-        }
         Order order = std::move(m_orders.front());
         m_orders.pop_front();
         lock.unlock();
@@ -55,9 +52,8 @@ void SpawnPool::Stop() {
         m_orders.clear();
         m_wake.notify_all();
     }
-    for (std::thread& thread : m_threads) {
+    for (std::thread& thread : m_threads)
         thread.join();
-    }
     m_threads.clear();
 }
 

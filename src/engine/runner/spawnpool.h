@@ -1,5 +1,6 @@
-// Starts processes on several threads at once.
 #pragma once
+
+// Starts processes on several threads at once.
 
 #include "engine/runner/spawn.h"
 
@@ -13,10 +14,10 @@
 
 namespace vorlan::runner {
 
-/// A few threads that do nothing but start processes: whoever starts one waits until
-/// the new program is loaded, and one thread alone reaches half of what the machine can.
-///
-/// Owned by the helper, whose one thread makes all calls.
+// A few threads that do nothing but start processes: whoever starts one waits until
+// the new program is loaded, and one thread alone reaches half of what the machine can.
+//
+// Owned by the helper, whose one thread makes all calls.
 class SpawnPool {
 public:
     static constexpr int k_Threads = 4;
@@ -33,14 +34,14 @@ public:
 
     void Start(RunSpec spec, String mark, UniqueFd output) CK_EXCLUDES(m_guard);
 
-    /// Readable when there is something to take.
+    // Readable when there is something to take.
     int Descriptor() const { return m_ready.Get(); }
-    /// What has been started, or could not be, since the last call.
+    // What has been started, or could not be, since the last call.
     std::vector<Done> Take() CK_EXCLUDES(m_guard);
-    /// How many were asked for and not taken yet.
+    // How many were asked for and not taken yet.
     size_t InFlight() const { return m_inFlight; }
 
-    /// Drops what has not begun and waits for the rest, which can still be taken.
+    // Drops what has not begun and waits for the rest, which can still be taken.
     void Stop() CK_EXCLUDES(m_guard);
 
 private:

@@ -1,26 +1,30 @@
-// The decision maker of the Master.
 #pragma once
+
+// The decision maker of the Master.
 
 #include "master/core/event.h"
 #include "master/core/farm.h"
 
+#include <unordered_map>
+#include <vector>
+
 namespace farm {
 
-/// Decides everything: takes events with their time, gives effects.
-///
-/// Owned by the Master's shell, or by a simulator. One thread at a time. It does no
-/// I/O, reads no clock and starts no thread; the same events with the same times and
-/// seed give the same effects.
-///
-/// The shell must do three things in this order for each turn: Handle all events at
-/// hand, commit all Records in one transaction, and only then send the messages. Pull
-/// is called between turns alone. When a commit fails nothing of the turn may be sent,
-/// and a new Core is restored from the store.
-///
-/// Always, after each event: a Job that anybody is told of has its row among the
-/// effects of that event or an earlier one; each frame of a Job's range is queued,
-/// active, finished, failed for good or canceled, and only one of these; no unit goes
-/// to an Engine beyond its cores, limits and staggers.
+// Decides everything: takes events with their time, gives effects.
+//
+// Owned by the Master's shell, or by a simulator. One thread at a time. It does no
+// I/O, reads no clock and starts no thread; the same events with the same times and
+// seed give the same effects.
+//
+// The shell must do three things in this order for each turn: Handle all events at
+// hand, commit all Records in one transaction, and only then send the messages. Pull
+// is called between turns alone. When a commit fails nothing of the turn may be sent,
+// and a new Core is restored from the store.
+//
+// Always, after each event: a Job that anybody is told of has its row among the
+// effects of that event or an earlier one; each frame of a Job's range is queued,
+// active, finished, failed for good or canceled, and only one of these; no unit goes
+// to an Engine beyond its cores, limits and staggers.
 class Core {
 public:
     explicit Core(CoreConfig config);
@@ -28,23 +32,23 @@ public:
     Core(Core const&) = delete;
     Core& operator=(Core const&) = delete;
 
-    /// One row of the store, in ascending order of kind and number, before anything
-    /// else. Throws ParseException for a row that makes no sense; it is left out then,
-    /// and restoring may go on.
+    // One row of the store, in ascending order of kind and number, before anything
+    // else. Throws ParseException for a row that makes no sense; it is left out then,
+    // and restoring may go on.
     void Restore(Record const& record);
-    /// All rows are in. Needed after an empty store, too.
+    // All rows are in. Needed after an empty store, too.
     void RestoreDone(Time now);
 
-    /// Appends to `effects`.
+    // Appends to `effects`.
     void Handle(Time now, Event const& event, std::vector<Effect>& effects);
 
-    /// What a peer has asked for, up to about `maxBytes`. False when nothing is left.
+    // What a peer has asked for, up to about `maxBytes`. False when nothing is left.
     bool Pull(PeerId peer, size_t maxBytes, std::vector<MessagePtr>& out);
 
-    /// When a Tick is wanted at the latest.
+    // When a Tick is wanted at the latest.
     Time NextDeadline() const;
 
-    /// For tests and reports.
+    // For tests and reports.
     Farm const& State() const { return *m_farm; }
 
 private:

@@ -1,47 +1,51 @@
-// Who gets which work.
 #pragma once
+
+// Who gets which work.
 
 #include "master/core/farm.h"
 
+#include <map>
 #include <queue>
+#include <set>
+#include <vector>
 
 namespace farm {
 
-/// Brings waiting Jobs and free Engines together.
-///
-/// Owned by the Farm. The other parts tell it what changed while an event is handled;
-/// Distribute, at the end of the event, tries only what the changes may have made
-/// possible. Engines go first by priority, then by free cores; the order of the Jobs is
-/// WaitIndex's. Always: after Distribute no Engine that changed could take a unit that
-/// waits, timers apart.
+// Brings waiting Jobs and free Engines together.
+//
+// Owned by the Farm. The other parts tell it what changed while an event is handled;
+// Distribute, at the end of the event, tries only what the changes may have made
+// possible. Engines go first by priority, then by free cores; the order of the Jobs is
+// WaitIndex's. Always: after Distribute no Engine that changed could take a unit that
+// waits, timers apart.
 class Distributor {
 public:
     explicit Distributor(Farm& farm) : m_farm(farm) {}
 
-    /// Cores, settings or the connection of an Engine changed.
+    // Cores, settings or the connection of an Engine changed.
     void EngineChanged(EngineEntry& engine);
-    /// What an Engine that is free already may make of a change of a Job.
+    // What an Engine that is free already may make of a change of a Job.
     enum class Chance {
-        Same, ///< it may have what it could have had before, if anything
-        New,  ///< it is asked again
+        Same, // it may have what it could have had before, if anything
+        New,  // it is asked again
     };
-    /// The Job's values, queue or runs changed.
+    // The Job's values, queue or runs changed.
     void JobChanged(JobEntry& job, Chance chance);
-    /// Those that wait for this Job may go on.
+    // Those that wait for this Job may go on.
     void DependentsChanged(UID const& job);
-    /// Something that concerns all changed: every Job and Engine is looked at.
+    // Something that concerns all changed: every Job and Engine is looked at.
     void AllChanged() { m_all = true; }
 
     void ForgetJob(JobEntry& job);
     void ForgetEngine(EngineEntry& engine);
 
-    /// Staggers: tries again at that time. Zero is ignored.
+    // Staggers: tries again at that time. Zero is ignored.
     void WakeJob(JobEntry const& job, Time at);
     void WakeAll(Time at);
 
     void Distribute();
 
-    /// Rounds that are due by now.
+    // Rounds that are due by now.
     void CheckTimes();
     Time NextTime() const;
 

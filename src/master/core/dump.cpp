@@ -39,7 +39,7 @@ Json ProductOptions(std::vector<std::pair<UID, OptionMap>> const& products) {
     return all;
 }
 
-void CopyOptions(corekit::map<UID, EngineProduct> const& from, std::vector<std::pair<UID, OptionMap>>& to) {
+void CopyOptions(std::map<UID, EngineProduct> const& from, std::vector<std::pair<UID, OptionMap>>& to) {
     for (auto const& [type, product] : from)
         to.emplace_back(type, product.options);
 }

@@ -1,14 +1,15 @@
-// What happens to Engines.
 #pragma once
+
+// What happens to Engines.
 
 #include "master/core/farm.h"
 
 namespace farm {
 
-/// Takes Engines in, settles with them what ran, keeps their settings.
-///
-/// Owned by the Farm. Works with Runs and the Distributor. Always: an Engine's settings
-/// are the Master's; what it is comes from the Engine.
+// Takes Engines in, settles with them what ran, keeps their settings.
+//
+// Owned by the Farm. Works with Runs and the Distributor. Always: an Engine's settings
+// are the Master's; what it is comes from the Engine.
 class Engines {
 public:
     explicit Engines(Farm& farm) : m_farm(farm) {}
@@ -32,10 +33,10 @@ public:
     void OnResetFailures(PeerId peer, ResetEngineFailuresMsg const& message);
     void OnStop(PeerId peer, StopWorkMsg const& message);
 
-    /// Silence, lost Engines, restricted times.
+    // Silence, lost Engines, restricted times.
     void CheckTimes();
 
-    /// Adds a line to the Engine's log.
+    // Adds a line to the Engine's log.
     void Note(EngineEntry& engine, String const& text);
 
     // Restoring.

@@ -1,5 +1,6 @@
-// What the Core knows of each Job, Engine and run.
 #pragma once
+
+// What the Core knows of each Job, Engine and run.
 
 #include "master/core/framemap.h"
 #include "master/core/policy.h"
@@ -7,15 +8,18 @@
 #include "master/core/unitqueue.h"
 
 #include <boost/shared_ptr.hpp>
-#include <corekit/containers.h>
 #include <vorlan/enginehistory.h>
 #include <vorlan/job.h>
 #include <vorlan/messages_requests.h>
 #include <vorlan/product.h>
 
+#include <deque>
+#include <map>
 #include <optional>
+#include <set>
 #include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 namespace farm {
 
@@ -23,24 +27,24 @@ struct JobEntry;
 struct EngineEntry;
 using PeerId = uint64_t;
 
-/// One event of a run.
+// One event of a run.
 struct RunElement {
     int status = 0;
     Time time;
     String note;
 };
 
-/// What became of the frames of a run. The numbers are stored.
+// What became of the frames of a run. The numbers are stored.
 enum class Outcome : int {
-    Open = 0, ///< an Engine has them
+    Open = 0, // an Engine has them
     Requeued = 1,
     Finished = 2,
     FailedForGood = 3,
     Canceled = 4,
-    Superseded = 5, ///< another run's result counts for some of them; the others are queued again
+    Superseded = 5, // another run's result counts for some of them; the others are queued again
 };
 
-/// A stop that was asked for and that the Engine has not confirmed yet.
+// A stop that was asked for and that the Engine has not confirmed yet.
 struct PendingStop {
     int status = 0;
     String reason;
@@ -48,11 +52,11 @@ struct PendingStop {
     Time asked;
 };
 
-/// A work unit that an Engine has.
-///
-/// Owned by the RunTable. The frames are positions in its Job's range. A run whose Job
-/// was deleted has no Job any more and only holds its Engine's cores until the Engine
-/// says that it has ended.
+// A work unit that an Engine has.
+//
+// Owned by the RunTable. The frames are positions in its Job's range. A run whose Job
+// was deleted has no Job any more and only holds its Engine's cores until the Engine
+// says that it has ended.
 struct Run {
     uint64_t number = 0;
     UID work;
@@ -62,7 +66,7 @@ struct Run {
     String subRange;
     unsigned cores = 0;
     std::vector<RunElement> elements;
-    boost::shared_ptr<Job> unit; ///< as clients were told last; never changed once told
+    boost::shared_ptr<Job> unit; // as clients were told last; never changed once told
     std::optional<PendingStop> stop;
 
     // What it counts for, as it was when it was given out.
@@ -75,7 +79,7 @@ struct Run {
     Time StartedAt() const { return HasStarted() ? elements[1].time : Time(); }
 };
 
-/// How many units of a group are out, and on how many Engines.
+// How many units of a group are out, and on how many Engines.
 struct Usage {
     unsigned units = 0;
     std::unordered_map<EngineEntry const*, unsigned> engines;
@@ -90,19 +94,19 @@ struct Usage {
         if (at != engines.end() && --at->second == 0)
             engines.erase(at);
     }
-    /// One more unit on this Engine stays within the limit: positive counts units,
-    /// negative Engines, 0 is none.
+    // One more unit on this Engine stays within the limit: positive counts units,
+    // negative Engines, 0 is none.
     bool Allows(int limit, EngineEntry const* engine) const {
         if (limit > 0)
             return units < static_cast<unsigned>(limit);
         auto const most = static_cast<size_t>(-int64_t{limit});
         return limit == 0 || engines.size() < most || (engines.size() == most && engines.contains(engine));
     }
-    /// No unit on any Engine is possible.
+    // No unit on any Engine is possible.
     bool Exhausted(int limit) const { return limit > 0 && units >= static_cast<unsigned>(limit); }
 };
 
-/// What the distribution reads of a Job's values, read once at each change.
+// What the distribution reads of a Job's values, read once at each change.
 struct JobSettings {
     UID type;
     UID pool;
@@ -116,21 +120,21 @@ struct JobSettings {
     uint32_t packetSize = 1;
     float overtimeKill = 0;
     StaggerRule stagger;
-    corekit::set<UID> include;
-    corekit::set<UID> exclude;
-    corekit::map<UID, Job::DependencyType> dependencies;
-    bool divides = false; ///< packets may have any number of frames
+    std::set<UID> include;
+    std::set<UID> exclude;
+    std::map<UID, Job::DependencyType> dependencies;
+    bool divides = false; // packets may have any number of frames
     bool evenPackets = false;
 
     bool IsFinished() const { return status > 0; }
     bool IsPaused() const { return status < 0; }
 };
 
-/// The place of a Job among those that wait for Engines; see WaitIndex.
+// The place of a Job among those that wait for Engines; see WaitIndex.
 struct WaitKey {
     int priority = 0;
     bool boosted = false;
-    unsigned running = 0; ///< 0 for all where the first come is the first served
+    unsigned running = 0; // 0 for all where the first come is the first served
     uint64_t number = 0;
 
     bool operator<(WaitKey const& other) const {
@@ -145,21 +149,21 @@ struct WaitKey {
     bool operator==(WaitKey const&) const = default;
 };
 
-/// A run that has ended, as it lies in the store.
+// A run that has ended, as it lies in the store.
 struct PastRun {
     uint64_t number = 0;
     String row;
 };
 
-/// A Job.
-///
-/// Owned by the JobTable. Always: each position of `frames` is in exactly one of
-/// `queue`, `finished`, `failed`, `canceled` and the runs.
+// A Job.
+//
+// Owned by the JobTable. Always: each position of `frames` is in exactly one of
+// `queue`, `finished`, `failed`, `canceled` and the runs.
 struct JobEntry {
     uint64_t number = 0;
     UID id;
-    boost::shared_ptr<Job> job;               ///< never changed once told: a change puts a new one in its place
-    boost::shared_ptr<Product const> product; ///< null while nobody knows the type
+    boost::shared_ptr<Job> job;               // never changed once told: a change puts a new one in its place
+    boost::shared_ptr<Product const> product; // null while nobody knows the type
     JobSettings settings;
 
     FrameMap frames;
@@ -167,28 +171,28 @@ struct JobEntry {
     SpanSet finished;
     SpanSet failed;
     SpanSet canceled;
-    std::vector<UID> engineOfUnit; ///< "Once per Engine": who each unit is for
+    std::vector<UID> engineOfUnit; // "Once per Engine": who each unit is for
 
     std::vector<Run*> runs;
     Usage usage;
     std::vector<PastRun> past;
-    std::unordered_map<String, unsigned> unitFailures; ///< by sub-range
-    std::unordered_map<UID, uint64_t> givenUp;         ///< runs whose Engines may still finish them
-    corekit::set<UID> workedOn;                        ///< Engines that had runs of it
+    std::unordered_map<String, unsigned> unitFailures; // by sub-range
+    std::unordered_map<UID, uint64_t> givenUp;         // runs whose Engines may still finish them
+    std::set<UID> workedOn;                            // Engines that had runs of it
     Stagger stagger;
 
-    uint64_t given = 0; ///< packets handed out so far
+    uint64_t given = 0; // packets handed out so far
     uint64_t finishedRuns = 0;
-    uint64_t finishedFrames = 0; ///< of the finished runs
+    uint64_t finishedFrames = 0; // of the finished runs
     int64_t finishedMs = 0;
     int toldPermille = 0;
-    bool deleting = false;        ///< goes when its last run has ended
-    uint64_t redividedAt = 0;     ///< packets of runs up to this number do not hold together
-    uint64_t failuresResetAt = 0; ///< failures of runs up to this number do not count for a unit
+    bool deleting = false;        // goes when its last run has ended
+    uint64_t redividedAt = 0;     // packets of runs up to this number do not hold together
+    uint64_t failuresResetAt = 0; // failures of runs up to this number do not count for a unit
 
     bool waiting = false;
     WaitKey key;
-    Time deleteAt; ///< zero: stays
+    Time deleteAt; // zero: stays
 
     uint64_t Total() const { return frames.Count(); }
     uint64_t RunningFrames() const {
@@ -199,45 +203,45 @@ struct JobEntry {
     }
 };
 
-/// What the distribution reads of an Engine's settings.
+// What the distribution reads of an Engine's settings.
 struct EngineSettings {
     bool enabled = false;
     int priority = 0;
     int forceCores = -1;
-    unsigned capacity = 0; ///< cores at this time of its day
+    unsigned capacity = 0; // cores at this time of its day
     bool restricted = false;
     std::vector<UID> pools;
-    corekit::set<UID> disabledProducts;
+    std::set<UID> disabledProducts;
 };
 
-/// The options of one Product on one Engine.
+// The options of one Product on one Engine.
 struct EngineProduct {
-    uint64_t number = 0; ///< of its row; 0: none
+    uint64_t number = 0; // of its row; 0: none
     OptionMap options;
     ProductRule rule;
 };
 
-/// An Engine.
-///
-/// Owned by the EngineTable. Always: `used` is the sum of its runs' cores.
+// An Engine.
+//
+// Owned by the EngineTable. Always: `used` is the sum of its runs' cores.
 struct EngineEntry {
     uint64_t number = 0;
     UID id;
-    boost::shared_ptr<Engine const> engine; ///< as told; its settings are those customised alone
+    boost::shared_ptr<Engine const> engine; // as told; its settings are those customised alone
     EngineSettings settings;
-    corekit::map<UID, EngineProduct> products;
+    std::map<UID, EngineProduct> products;
     std::unordered_map<UID, Stagger> productStaggers;
 
-    PeerId peer = 0; ///< 0: not connected
+    PeerId peer = 0; // 0: not connected
     Time lastSeen;
-    Time goneSince; ///< zero while connected, and when its runs were given up
+    Time goneSince; // zero while connected, and when its runs were given up
 
     unsigned used = 0;
     std::vector<Run*> runs;
     std::unordered_map<UID, unsigned> runsOfProduct;
-    std::deque<std::pair<uint64_t, EngineHistoryElement>> history; ///< with the numbers of their rows
+    std::deque<std::pair<uint64_t, EngineHistoryElement>> history; // with the numbers of their rows
 
-    bool inFree = false; ///< stands among the free Engines under this place
+    bool inFree = false; // stands among the free Engines under this place
     int freePriority = 0;
     unsigned freeCores = 0;
 

@@ -1,5 +1,6 @@
-// What the Core is told and what it wants done.
 #pragma once
+
+// What the Core is told and what it wants done.
 
 #include "master/core/record.h"
 
@@ -20,7 +21,7 @@ using namespace vorlan;
 
 class StateSnapshot;
 
-/// Names one connection, never used twice by one process.
+// Names one connection, never used twice by one process.
 using PeerId = uint64_t;
 using MessagePtr = boost::shared_ptr<Message const>;
 
@@ -37,7 +38,7 @@ struct PeerMessage {
     PeerId peer = 0;
     boost::shared_ptr<Message> message;
 };
-/// Time has passed; see Core::NextDeadline.
+// Time has passed; see Core::NextDeadline.
 struct Tick {};
 using Event = std::variant<PeerConnected, PeerGone, PeerMessage, Tick>;
 
@@ -45,7 +46,7 @@ struct SendTo {
     PeerId peer = 0;
     MessagePtr message;
 };
-/// To many; the message needs to be encoded once only.
+// To many; the message needs to be encoded once only.
 struct SendAll {
     std::shared_ptr<std::vector<PeerId> const> peers;
     MessagePtr message;
@@ -54,7 +55,7 @@ struct ClosePeer {
     PeerId peer = 0;
     String reason;
 };
-/// Call Core::Pull for this peer while its queue is below its low-water mark.
+// Call Core::Pull for this peer while its queue is below its low-water mark.
 struct LoadReady {
     PeerId peer = 0;
 };
@@ -62,16 +63,16 @@ struct LogLine {
     LogLevel level{};
     String text;
 };
-/// The state as it was in the middle of the turn, to be written for people.
+// The state as it was in the middle of the turn, to be written for people.
 struct DumpState {
     std::shared_ptr<StateSnapshot const> snapshot;
 };
-/// A piece of the log of the distribution.
+// A piece of the log of the distribution.
 struct DispatchText {
     String text;
-    bool begin = false; ///< of a new log
+    bool begin = false; // of a new log
 };
-/// The Master is to end.
+// The Master is to end.
 struct StopProgram {};
 using Effect =
     std::variant<SendTo, SendAll, ClosePeer, Record, LoadReady, LogLine, DumpState, DispatchText, StopProgram>;

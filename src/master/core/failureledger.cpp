@@ -75,8 +75,8 @@ std::vector<uint64_t> FailureLedger::RemoveEngine(UID const& engine) {
     return Remove([&](vorlan::FailureItem const& item) { return item.engine == engine; });
 }
 
-corekit::vector<vorlan::FailureItem> FailureLedger::Items() const {
-    corekit::vector<vorlan::FailureItem> items;
+std::vector<vorlan::FailureItem> FailureLedger::Items() const {
+    std::vector<vorlan::FailureItem> items;
     items.reserve(m_entries.size());
     for (auto const& [key, entry] : m_entries)
         items.push_back(entry.item);

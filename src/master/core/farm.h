@@ -1,5 +1,6 @@
-// The whole state of the farm, and the parts that act on it.
 #pragma once
+
+// The whole state of the farm, and the parts that act on it.
 
 #include "master/core/entries.h"
 #include "master/core/failureledger.h"
@@ -10,25 +11,29 @@
 #include <corekit/time.h>
 #include <vorlan/version.h>
 
+#include <deque>
+#include <map>
 #include <set>
+#include <unordered_map>
+#include <vector>
 
 namespace farm {
 
-/// What the Core must know of its program.
+// What the Core must know of its program.
 struct CoreConfig {
-    uint64_t seed = 1; ///< of all UIDs it makes; another one at each start of the program
+    uint64_t seed = 1; // of all UIDs it makes; another one at each start of the program
     UID machine;
     String machineName;
     uint16_t port = 0;
     unsigned version = k_VorlanVersion;
     Time releaseDate;
     Time startTime;
-    UID historyLog; ///< the ids under which the Master's logs are given away
+    UID historyLog; // the ids under which the Master's logs are given away
     UID dispatchLog;
-    std::vector<boost::shared_ptr<Product const>> products; ///< those that came with the program
+    std::vector<boost::shared_ptr<Product const>> products; // those that came with the program
 };
 
-/// Random numbers that follow from a seed.
+// Random numbers that follow from a seed.
 class Random {
 public:
     explicit Random(uint64_t seed) : m_state(seed) {}
@@ -39,14 +44,14 @@ private:
     uint64_t m_state;
 };
 
-/// A Product as the farm has it.
+// A Product as the farm has it.
 struct ProductEntry {
     boost::shared_ptr<Product const> product;
     String text;
-    uint64_t number = 0;  ///< of its row; 0: as shipped
-    bool removed = false; ///< shipped, but a user took it away
+    uint64_t number = 0;  // of its row; 0: as shipped
+    bool removed = false; // shipped, but a user took it away
     bool shipped = false;
-    boost::shared_ptr<Product const> original; ///< as shipped
+    boost::shared_ptr<Product const> original; // as shipped
 };
 
 struct PoolEntry {
@@ -54,7 +59,7 @@ struct PoolEntry {
     String name;
 };
 
-/// A section of the options or another setting that is stored as one row.
+// A section of the options or another setting that is stored as one row.
 struct SectionEntry {
     uint64_t number = 0;
     OptionMap options;
@@ -79,10 +84,10 @@ class Loader;
 class Reporter;
 class Relay;
 
-/// The state of the farm.
-///
-/// Owned by the Core; one thread. The data is open to the parts below it, each of which
-/// keeps the invariants of its own tables; nobody else changes it.
+// The state of the farm.
+//
+// Owned by the Core; one thread. The data is open to the parts below it, each of which
+// keeps the invariants of its own tables; nobody else changes it.
 struct Farm {
     explicit Farm(CoreConfig coreConfig);
     ~Farm();
@@ -91,7 +96,7 @@ struct Farm {
 
     CoreConfig const config;
     Random random;
-    Time now; ///< of the event that is being handled
+    Time now; // of the event that is being handled
 
     Peers peers;
     Outbox out{peers};
@@ -103,38 +108,38 @@ struct Farm {
     // Settings.
     Policy policy;
     CreatorMatcher creatorMatcher;
-    corekit::map<UID, PoolRule> poolRules;
-    corekit::map<String, SectionEntry, String::ciless> sections;
-    corekit::map<UID, int> productLimits;
-    corekit::map<UID, int> productBoosts;
-    corekit::map<String, bool, String::ciless> restrictions;
-    corekit::map<int, int> startup;
-    corekit::vector<corekit::map<String, String>> translations;
-    corekit::map<String, uint64_t> settingRows; ///< name of a setting to the number of its row
-    corekit::map<UID, ProductEntry> products;
-    corekit::map<UID, PoolEntry> pools;
+    std::map<UID, PoolRule> poolRules;
+    std::map<String, SectionEntry, String::ciless> sections;
+    std::map<UID, int> productLimits;
+    std::map<UID, int> productBoosts;
+    std::map<String, bool, String::ciless> restrictions;
+    std::map<int, int> startup;
+    std::vector<std::map<String, String>> translations;
+    std::map<String, uint64_t> settingRows; // name of a setting to the number of its row
+    std::map<UID, ProductEntry> products;
+    std::map<UID, PoolEntry> pools;
 
     // Jobs and runs.
     std::map<uint64_t, std::unique_ptr<JobEntry>> jobs;
     std::unordered_map<UID, JobEntry*> jobsById;
-    std::unordered_map<UID, std::set<uint64_t>> dependents; ///< Job to the numbers of those that wait for it
+    std::unordered_map<UID, std::set<uint64_t>> dependents; // Job to the numbers of those that wait for it
     std::map<uint64_t, std::unique_ptr<Run>> runs;
     std::unordered_map<UID, Run*> runsByWork;
-    std::set<std::pair<Time, uint64_t>> deletions; ///< when, and the number of the Job
+    std::set<std::pair<Time, uint64_t>> deletions; // when, and the number of the Job
     std::deque<UID> recentlyDeleted;
 
     // Engines.
     boost::shared_ptr<Engine const> defaultEngine;
     uint64_t defaultEngineNumber = 0;
-    corekit::map<UID, EngineProduct> defaultProducts;
+    std::map<UID, EngineProduct> defaultProducts;
     std::map<uint64_t, std::unique_ptr<EngineEntry>> engines;
     std::unordered_map<UID, EngineEntry*> enginesById;
-    std::set<EngineEntry*, FreeLess> freeEngines; ///< those that could take a unit
+    std::set<EngineEntry*, FreeLess> freeEngines; // those that could take a unit
 
     // What is out, by what it counts for.
     std::unordered_map<UID, Usage> productUsage;
     std::unordered_map<UID, Usage> poolUsage;
-    std::vector<Usage> creatorUsage; ///< one for each creator limit
+    std::vector<Usage> creatorUsage; // one for each creator limit
     std::unordered_map<UID, Stagger> poolStaggers;
     Stagger globalStagger;
 
@@ -159,8 +164,8 @@ struct Farm {
     PoolRule const& RuleOfPool(UID const& pool) const;
     int LimitOfProduct(UID const& type) const;
     Usage const& UsageOf(std::unordered_map<UID, Usage> const& usages, UID const& id) const;
-    /// The options and limits of a Product on an Engine; those of the default Engine
-    /// where it has none of its own.
+    // The options and limits of a Product on an Engine; those of the default Engine
+    // where it has none of its own.
     EngineProduct const* ProductOn(EngineEntry const& engine, UID const& type) const;
 };
 

@@ -60,7 +60,7 @@ std::optional<uint32_t> FrameMap::PositionOf(int frame) const {
 corekit::String FrameMap::TextOf(Spans const& spans) const {
     if (spans.size() == 1)
         return m_range.Slice(spans[0].first, spans[0].Count()).Text();
-    corekit::vector<int> frames;
+    std::vector<int> frames;
     for (Span const& span : spans) {
         for (uint32_t position = span.first; position < span.end; ++position)
             frames.push_back(FrameAt(position));

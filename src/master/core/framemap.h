@@ -1,20 +1,23 @@
-// Frames of a Job's range by their position, and back.
 #pragma once
+
+// Frames of a Job's range by their position, and back.
 
 #include "master/core/spanset.h"
 
 #include <corekit/string.h>
 #include <vorlan/range.h>
 
+#include <map>
 #include <optional>
+#include <vector>
 
 namespace farm {
 
-/// The range of a Job with its frames numbered in the order in which they are handed
-/// out: 0 is the first frame of the range's text.
-///
-/// Owned by its Job's entry. A plain value, one thread. Positions are what all sets of
-/// a Job's frames hold, because a range such as "1-1000000x3" is one span of them.
+// The range of a Job with its frames numbered in the order in which they are handed
+// out: 0 is the first frame of the range's text.
+//
+// Owned by its Job's entry. A plain value, one thread. Positions are what all sets of
+// a Job's frames hold, because a range such as "1-1000000x3" is one span of them.
 class FrameMap {
 public:
     FrameMap() = default;
@@ -26,13 +29,13 @@ public:
     int FrameAt(uint32_t position) const;
     std::optional<uint32_t> PositionOf(int frame) const;
 
-    /// The range text of some positions, the sub-range of a unit.
+    // The range text of some positions, the sub-range of a unit.
     corekit::String TextOf(Spans const& spans) const;
 
-    /// The positions of those frames of a sub-range that are in the range.
+    // The positions of those frames of a sub-range that are in the range.
     Spans PositionsOf(vorlan::FrameRange const& frames) const;
 
-    /// The end of the evenly spaced frames that `position` is among.
+    // The end of the evenly spaced frames that `position` is among.
     uint32_t EvenEnd(uint32_t position) const;
 
 private:

@@ -1,16 +1,20 @@
-// What happens to Jobs.
 #pragma once
+
+// What happens to Jobs.
 
 #include "master/core/farm.h"
 #include "master/core/rows.h"
 
+#include <map>
+#include <vector>
+
 namespace farm {
 
-/// Takes Jobs in, changes, finishes and deletes them.
-///
-/// Owned by the Farm. Works with Runs, which tells of each unit that ended, and with
-/// the Distributor. Always: a Job's row is written in the event in which anybody is
-/// told of the Job.
+// Takes Jobs in, changes, finishes and deletes them.
+//
+// Owned by the Farm. Works with Runs, which tells of each unit that ended, and with
+// the Distributor. Always: a Job's row is written in the event in which anybody is
+// told of the Job.
 class Jobs {
 public:
     explicit Jobs(Farm& farm) : m_farm(farm) {}
@@ -21,18 +25,18 @@ public:
     void OnDelete(PeerId peer, DeleteJobMsg const& message);
     void OnResetFailures(PeerId peer, ResetJobFailuresMsg const& message);
 
-    /// Takes a new Job in; false, after telling the peer why, if it cannot be.
+    // Takes a new Job in; false, after telling the peer why, if it cannot be.
     bool Submit(boost::shared_ptr<Job> const& job, PeerId peer);
     void Delete(JobEntry& job);
 
-    /// A run of the Job has ended and its frames are settled.
+    // A run of the Job has ended and its frames are settled.
     void UnitEnded(JobEntry& job);
 
-    /// The policy, the Products or the limits changed.
+    // The policy, the Products or the limits changed.
     void SettingsChanged();
     void ProductChanged(UID const& type);
 
-    /// Deletions that are due.
+    // Deletions that are due.
     void CheckTimes();
     Time NextTime() const;
 
@@ -40,9 +44,9 @@ public:
     void RestoreJob(Record const& record);
     void RestoreState(Record const& record);
     void RestoreRun(Record const& record);
-    /// All rows are in, the Engines too: puts the frames where they belong.
+    // All rows are in, the Engines too: puts the frames where they belong.
     void RestoreDone();
-    /// In the first event after that: ends the Jobs that have nothing left to do.
+    // In the first event after that: ends the Jobs that have nothing left to do.
     void FinishRestored();
 
 private:

@@ -62,7 +62,7 @@ Peer* Peers::Find(PeerId peer) {
     return at == m_peers.end() ? nullptr : &at->second;
 }
 
-void Peers::Follow(Peer& peer, bool all, corekit::set<UID> const& kinds) {
+void Peers::Follow(Peer& peer, bool all, std::set<UID> const& kinds) {
     peer.followsAll = peer.followsAll || all;
     peer.follows.insert(kinds.begin(), kinds.end());
     Changed();

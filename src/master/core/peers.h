@@ -1,14 +1,20 @@
-// The connections, what they follow and how far their loads are.
 #pragma once
+
+// The connections, what they follow and how far their loads are.
 
 #include "master/core/entries.h"
 #include "master/core/event.h"
 
+#include <deque>
+#include <map>
 #include <memory>
+#include <set>
+#include <unordered_map>
+#include <vector>
 
 namespace farm {
 
-/// A request for Jobs or Engines that is answered bit by bit.
+// A request for Jobs or Engines that is answered bit by bit.
 struct LoadTask {
     enum class What { Engines, Jobs };
     enum class Phase { Begin, Items, Runs, End };
@@ -21,30 +27,30 @@ struct LoadTask {
     bool wantOptions = false;
 
     Phase phase = Phase::Begin;
-    uint64_t cursor = 0; ///< the number told last, or the place in `ids`
+    uint64_t cursor = 0; // the number told last, or the place in `ids`
 };
 
-/// One connection.
+// One connection.
 struct Peer {
     PeerId id = 0;
     net::PeerKind kind{};
     UID machine;
     String machineName;
     bool followsAll = false;
-    corekit::set<UID> follows; ///< kinds of messages
+    std::set<UID> follows; // kinds of messages
     std::deque<LoadTask> loads;
-    EngineEntry* engine = nullptr; ///< the Engine that registered on it
+    EngineEntry* engine = nullptr; // the Engine that registered on it
 
-    /// The load that tells all Jobs, where one is going on.
+    // The load that tells all Jobs, where one is going on.
     LoadTask const* FullLoad() const;
     bool JobReached(uint64_t number) const;
     bool RunReached(uint64_t number) const;
 };
 
-/// All connections.
-///
-/// Owned by the Farm. Keeps, for each kind of message, the ready list of those who are
-/// to hear of it and have no full load going on; those who have are asked one by one.
+// All connections.
+//
+// Owned by the Farm. Keeps, for each kind of message, the ready list of those who are
+// to hear of it and have no full load going on; those who have are asked one by one.
 class Peers {
 public:
     using List = std::shared_ptr<std::vector<PeerId> const>;
@@ -54,14 +60,14 @@ public:
     Peer* Find(PeerId peer);
     std::map<PeerId, Peer> const& All() const { return m_peers; }
 
-    void Follow(Peer& peer, bool all, corekit::set<UID> const& kinds);
+    void Follow(Peer& peer, bool all, std::set<UID> const& kinds);
     void AddLoad(Peer& peer, LoadTask task);
-    /// The first load of the peer has come to its end.
+    // The first load of the peer has come to its end.
     void EndLoad(Peer& peer);
 
-    /// Followers of a kind of message that are not in a full load.
+    // Followers of a kind of message that are not in a full load.
     List const& Settled(UID const& kind);
-    /// Those in a full load; ask Follows for each.
+    // Those in a full load; ask Follows for each.
     std::vector<Peer*> const& Loading() const { return m_loading; }
     static bool Follows(Peer const& peer, UID const& kind);
     bool Anyone(UID const& kind) { return !m_loading.empty() || !Settled(kind)->empty(); }

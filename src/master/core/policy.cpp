@@ -116,14 +116,14 @@ Policy Policy::Read(OptionMap const& d) {
     return p;
 }
 
-corekit::map<UID, PoolRule> Policy::ReadPools(OptionMap const& section) {
-    corekit::map<UID, OptionMap> byPool;
+std::map<UID, PoolRule> Policy::ReadPools(OptionMap const& section) {
+    std::map<UID, OptionMap> byPool;
     for (auto const& [key, value] : section) {
         UID pool;
         if (UID::FromString(key.LeftFirst(" "), pool))
             byPool[pool][key.RightFirst(" ")] = value;
     }
-    corekit::map<UID, PoolRule> rules;
+    std::map<UID, PoolRule> rules;
     for (auto const& [pool, options] : byPool)
         rules[pool] = {ReadInt(options, e_Limit, 0), ReadStagger(options)};
     return rules;

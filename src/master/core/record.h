@@ -1,5 +1,6 @@
-// What the Core asks the store to keep.
 #pragma once
+
+// What the Core asks the store to keep.
 
 #include <corekit/string.h>
 
@@ -7,36 +8,36 @@
 
 namespace farm {
 
-/// The kinds of rows. The numbers are stored.
+// The kinds of rows. The numbers are stored.
 enum class RecordKind : int {
-    Job = 1,           ///< a Job's values
-    JobState = 2,      ///< what a Job is that neither its values nor its runs tell
-    History = 3,       ///< one run of a work unit, written again as it goes on
-    Engine = 4,        ///< an Engine's settings and what was last known of it
-    EngineOptions = 5, ///< the options of one Product on one Engine, or on the default one
+    Job = 1,           // a Job's values
+    JobState = 2,      // what a Job is that neither its values nor its runs tell
+    History = 3,       // one run of a work unit, written again as it goes on
+    Engine = 4,        // an Engine's settings and what was last known of it
+    EngineOptions = 5, // the options of one Product on one Engine, or on the default one
     Pool = 6,
     Product = 7,
-    Option = 8,  ///< a section of the options, the limits, restrictions and the like
-    Failure = 9, ///< failures of one Job on one Engine
+    Option = 8,  // a section of the options, the limits, restrictions and the like
+    Failure = 9, // failures of one Job on one Engine
     Counter = 10,
-    EngineHistory = 11, ///< one line of an Engine's history
+    EngineHistory = 11, // one line of an Engine's history
 };
 
-/// One row to write or to take away. Its key is (kind, number): an ascending number
-/// that the Core hands out.
+// One row to write or to take away. Its key is (kind, number): an ascending number
+// that the Core hands out.
 struct Record {
     enum class Op {
-        Put,      ///< adds the row or takes the place of the one with its key
-        Erase,    ///< takes the row away
-        EraseJob, ///< takes all rows of `kind` away whose `job` is this one's
+        Put,      // adds the row or takes the place of the one with its key
+        Erase,    // takes the row away
+        EraseJob, // takes all rows of `kind` away whose `job` is this one's
     };
 
     RecordKind kind = RecordKind::Job;
     uint64_t number = 0;
-    corekit::String id; ///< 16 bytes or text, for whoever reads the store; may be empty
+    corekit::String id; // 16 bytes or text, for whoever reads the store; may be empty
     corekit::String body;
     Op op = Op::Put;
-    uint64_t job = 0; ///< the number of the Job that a Job, JobState or History row is part of
+    uint64_t job = 0; // the number of the Job that a Job, JobState or History row is part of
 };
 
 } // namespace farm

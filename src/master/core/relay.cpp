@@ -65,7 +65,7 @@ void Relay::ToEngine(PeerId peer, UID const& id, MessagePtr message) {
 }
 
 void Relay::OnExecute(PeerId peer, boost::shared_ptr<ExecuteCommandMsg> const& message) {
-    corekit::set<UID> engines = message->engines;
+    std::set<UID> engines = message->engines;
     for (UID const& id : message->jobs) {
         if (JobEntry const* const job = m_farm.FindJob(id)) {
             for (Run const* const run : job->runs)

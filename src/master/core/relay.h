@@ -1,14 +1,17 @@
-// What passes through the Master between clients and Engines.
 #pragma once
+
+// What passes through the Master between clients and Engines.
 
 #include "master/core/farm.h"
 
+#include <map>
+
 namespace farm {
 
-/// Passes requests for output, machine commands and the like on to Engines, and output
-/// back to those who asked.
-///
-/// Owned by the Farm. Keeps nothing but who waits for what.
+// Passes requests for output, machine commands and the like on to Engines, and output
+// back to those who asked.
+//
+// Owned by the Farm. Keeps nothing but who waits for what.
 class Relay {
 public:
     explicit Relay(Farm& farm) : m_farm(farm) {}

@@ -1,13 +1,14 @@
-// Reports for people: why a Job or an Engine gets work or does not.
 #pragma once
+
+// Reports for people: why a Job or an Engine gets work or does not.
 
 #include "master/core/farm.h"
 
 namespace farm {
 
-/// Answers the report and watch commands with a text.
-///
-/// Owned by the Farm. Reads only, and asks the same conditions as the distribution.
+// Answers the report and watch commands with a text.
+//
+// Owned by the Farm. Reads only, and asks the same conditions as the distribution.
 class Reporter {
 public:
     explicit Reporter(Farm& farm) : m_farm(farm) {}
@@ -19,10 +20,10 @@ public:
     String JobStatus(JobEntry const& job) const;
     String JobDispatch(JobEntry const& job) const;
     String EngineDispatch(EngineEntry const& engine) const;
-    /// Counts of everything, for the log.
+    // Counts of everything, for the log.
     String State() const;
-    /// For the log of the distribution: the counts, and for each Job that has frames to
-    /// give whether it may be distributed.
+    // For the log of the distribution: the counts, and for each Job that has frames to
+    // give whether it may be distributed.
     String Round() const;
 
 private:

@@ -1,13 +1,16 @@
-// The bodies of the rows in the store.
 #pragma once
+
+// The bodies of the rows in the store.
 
 #include "master/core/entries.h"
 #include "master/core/failureledger.h"
 
+#include <vector>
+
 namespace farm {
 
-/// One run as it is stored: the history of it, and, while its outcome is open, the
-/// note of who has the frames.
+// One run as it is stored: the history of it, and, while its outcome is open, the
+// note of who has the frames.
 struct RunRow {
     UID work;
     UID engine;
@@ -17,9 +20,9 @@ struct RunRow {
     std::vector<RunElement> elements;
 };
 
-/// What a Job is beyond its values and its runs. From those three everything else
-/// about it follows: a frame is what the latest run that has it made of it, and queued
-/// when there is none.
+// What a Job is beyond its values and its runs. From those three everything else
+// about it follows: a frame is what the latest run that has it made of it, and queued
+// when there is none.
 struct JobStateRow {
     bool deleting = false;
     uint64_t redividedAt = 0;
@@ -28,7 +31,7 @@ struct JobStateRow {
 };
 
 struct EngineProductRow {
-    UID engine; ///< null: the default Engine
+    UID engine; // null: the default Engine
     UID product;
     OptionMap options;
 };
@@ -54,7 +57,7 @@ EngineHistoryRow ReadEngineHistoryRow(String const& body);
 FailureItem ReadFailureRow(String const& body);
 OptionMap ReadOptionRow(String const& body);
 
-/// The row of a run that is out, or that has just ended.
+// The row of a run that is out, or that has just ended.
 String RowOf(Run const& run, Outcome outcome);
 
 } // namespace farm

@@ -414,7 +414,7 @@ String Runs::OpenFrames(JobEntry const& job, String const& subRange, SpanSet& op
     open.Insert(job.frames.PositionsOf(range));
     for (SpanSet const* const done : {&job.finished, &job.failed, &job.canceled})
         open.Erase(done->All());
-    corekit::vector<int> frames;
+    std::vector<int> frames;
     range.ForEach([&](int frame) {
         auto const position = job.frames.PositionOf(frame);
         if (!position || open.Contains(*position))

@@ -1,51 +1,52 @@
-// The life of a work unit that an Engine has.
 #pragma once
+
+// The life of a work unit that an Engine has.
 
 #include "master/core/farm.h"
 #include "master/core/rows.h"
 
 namespace farm {
 
-/// Gives units out, follows them and settles what becomes of their frames.
-///
-/// Owned by the Farm. Works with Jobs, which learns of each end, and with the
-/// Distributor, which learns of freed cores. Always: the row of a run is written in
-/// the same event in which anybody is told of it.
+// Gives units out, follows them and settles what becomes of their frames.
+//
+// Owned by the Farm. Works with Jobs, which learns of each end, and with the
+// Distributor, which learns of freed cores. Always: the row of a run is written in
+// the same event in which anybody is told of it.
 class Runs {
 public:
     explicit Runs(Farm& farm) : m_farm(farm) {}
 
-    /// Gives a packet, just taken from the Job's queue, to a connected Engine.
+    // Gives a packet, just taken from the Job's queue, to a connected Engine.
     Run& Give(JobEntry& job, EngineEntry& engine, Spans packet);
 
     void Begin(Run& run, Time at);
     void SetValues(Run& run, OptionMap const& values);
 
-    /// The run has ended: its Engine said so.
+    // The run has ended: its Engine said so.
     void End(Run& run, int status, String const& note, Time at);
 
-    /// Ends a run that its Engine did not end; the unit goes back to the queue. A
-    /// result that comes later still counts as long as the unit has not been given out
-    /// again and finished.
+    // Ends a run that its Engine did not end; the unit goes back to the queue. A
+    // result that comes later still counts as long as the unit has not been given out
+    // again and finished.
     void GiveUp(Run& run, int status, String const& note);
 
-    /// Ends a run whose stop the Engine did not confirm.
+    // Ends a run whose stop the Engine did not confirm.
     void EndUnconfirmed(Run& run);
 
-    /// Asks the Engine to stop; what becomes of the unit is settled when it has.
+    // Asks the Engine to stop; what becomes of the unit is settled when it has.
     void Stop(Run& run, int status, String const& reason, StopAction action);
-    /// Tells the Engine of a stop again.
+    // Tells the Engine of a stop again.
     void SendStop(Run const& run);
 
-    /// A result of a run that was given up. Does nothing for any other.
+    // A result of a run that was given up. Does nothing for any other.
     void LateResult(JobEntry& job, WorkEnded const& ended);
 
-    /// The Job of the run is gone: its Engine is to end it, and its cores stay in use
-    /// until it has.
+    // The Job of the run is gone: its Engine is to end it, and its cores stay in use
+    // until it has.
     void Orphan(Run& run, String const& reason);
-    /// The Job of the run is being deleted.
+    // The Job of the run is being deleted.
     void DropJob(Run& run);
-    /// A run that the Master knows nothing of and that an Engine has all the same.
+    // A run that the Master knows nothing of and that an Engine has all the same.
     void AdoptOrphan(EngineEntry& engine, UID const& work, unsigned cores, String const& reason);
 
     // Active units take over what their Job was changed to, as they do at the clients
@@ -53,15 +54,15 @@ public:
     static void JobEdited(JobEntry& job);
     static void JobParameterSet(JobEntry& job, String const& name, String const& value);
 
-    /// Time-outs of all runs.
+    // Time-outs of all runs.
     void CheckTimes();
 
     // Restoring.
     void RestoreOpen(JobEntry& job, EngineEntry& engine, uint64_t number, RunRow const& row);
-    /// Takes the figures of an ended run into the Job's.
+    // Takes the figures of an ended run into the Job's.
     static void CountPast(JobEntry& job, RunRow const& row);
 
-    /// All usage by creator anew, after the limits changed.
+    // All usage by creator anew, after the limits changed.
     void CountCreators();
 
 private:

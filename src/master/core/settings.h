@@ -1,19 +1,20 @@
-// Options, limits, Pools and Products.
 #pragma once
+
+// Options, limits, Pools and Products.
 
 #include "master/core/farm.h"
 
 namespace farm {
 
-/// Keeps what people set for the farm as a whole, and tells it.
-///
-/// Owned by the Farm. A change of options is merged key by key and told as the whole
-/// section, so that two who change at once lose nothing.
+// Keeps what people set for the farm as a whole, and tells it.
+//
+// Owned by the Farm. A change of options is merged key by key and told as the whole
+// section, so that two who change at once lose nothing.
 class Settings {
 public:
     explicit Settings(Farm& farm) : m_farm(farm) {}
 
-    /// Puts in the Products that came with the program.
+    // Puts in the Products that came with the program.
     void AddShipped();
 
     void OnOptions(PeerId peer, SetMasterOptionsMsg const& message);

@@ -1,5 +1,6 @@
-// Sets of frame positions, kept as spans.
 #pragma once
+
+// Sets of frame positions, kept as spans.
 
 #include <cstddef>
 #include <cstdint>
@@ -8,7 +9,7 @@
 
 namespace farm {
 
-/// Positions first <= p < end.
+// Positions first <= p < end.
 struct Span {
     uint32_t first = 0;
     uint32_t end = 0;
@@ -19,10 +20,10 @@ using Spans = std::vector<Span>;
 
 uint64_t CountOf(Spans const& spans);
 
-/// A set of positions in a Job's range, as few spans as possible.
-///
-/// A plain value, one thread. A million consecutive positions cost one entry. Always:
-/// spans are not empty, do not overlap and do not touch.
+// A set of positions in a Job's range, as few spans as possible.
+//
+// A plain value, one thread. A million consecutive positions cost one entry. Always:
+// spans are not empty, do not overlap and do not touch.
 class SpanSet {
 public:
     bool Empty() const { return m_spans.empty(); }
@@ -41,10 +42,10 @@ public:
     bool Intersects(Span span) const;
     bool Intersects(Spans const& spans) const;
 
-    /// The positions of `span` that are in the set.
+    // The positions of `span` that are in the set.
     Spans Within(Span span) const;
 
-    /// The first span that ends after `position`; an empty one if there is none.
+    // The first span that ends after `position`; an empty one if there is none.
     Span From(uint32_t position) const;
     Span First() const { return From(0); }
     Spans All() const;

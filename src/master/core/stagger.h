@@ -1,7 +1,7 @@
-// Limits on how many starts there may be in a stretch of time.
 #pragma once
 
-#include <corekit/containers.h>
+// Limits on how many starts there may be in a stretch of time.
+
 #include <corekit/time.h>
 #include <corekit/uid.h>
 
@@ -13,10 +13,10 @@ namespace farm {
 using corekit::Time;
 using corekit::UID;
 
-/// What a stagger counts. The numbers are stored and shown.
+// What a stagger counts. The numbers are stored and shown.
 enum class StaggerMode : int { Units = 0, UnitsOnAnEngine = 1, Engines = 2 };
 
-/// "Start no more than `count` every `span`". A plain value.
+// "Start no more than `count` every `span`". A plain value.
 struct StaggerRule {
     StaggerMode mode = StaggerMode::Units;
     unsigned count = 0;
@@ -26,16 +26,16 @@ struct StaggerRule {
     bool operator==(StaggerRule const&) const = default;
 };
 
-/// The latest starts under one rule.
-///
-/// Owned by the Job, Pool, Product or farm whose rule it is. One thread. Only starts
-/// within the last `span` are remembered.
+// The latest starts under one rule.
+//
+// Owned by the Job, Pool, Product or farm whose rule it is. One thread. Only starts
+// within the last `span` are remembered.
 class Stagger {
 public:
     bool Allows(StaggerRule const& rule, UID const& engine, bool newEngine, Time now) const;
 
-    /// Notes a start. Gives the time at which the next one is allowed again where the
-    /// rule is used up now, else zero.
+    // Notes a start. Gives the time at which the next one is allowed again where the
+    // rule is used up now, else zero.
     Time Note(StaggerRule const& rule, UID const& engine, bool newEngine, Time now);
 
 private:

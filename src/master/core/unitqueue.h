@@ -1,5 +1,6 @@
-// The queued frames of one Job, handed out packet by packet.
 #pragma once
+
+// The queued frames of one Job, handed out packet by packet.
 
 #include "master/core/framemap.h"
 
@@ -8,12 +9,12 @@
 
 namespace farm {
 
-/// What is still to be handed out of a Job, as spans of positions and as packets that
-/// came back.
-///
-/// Owned by its Job's entry. One thread. A packet that was handed out once and came
-/// back stays as it was, so that its tries count for the same unit, until Redivide
-/// puts everything together again. Always: no position is in two places.
+// What is still to be handed out of a Job, as spans of positions and as packets that
+// came back.
+//
+// Owned by its Job's entry. One thread. A packet that was handed out once and came
+// back stays as it was, so that its tries count for the same unit, until Redivide
+// puts everything together again. Always: no position is in two places.
 class UnitQueue {
 public:
     enum class Place { Front, Back };
@@ -30,17 +31,17 @@ public:
     void Remove(Spans const& spans);
     void Clear();
 
-    /// Makes one mass of everything, divided anew from here on.
+    // Makes one mass of everything, divided anew from here on.
     void Redivide();
 
-    /// Whether a position may be handed out now; an empty function says yes to all.
+    // Whether a position may be handed out now; an empty function says yes to all.
     using Allowed = std::function<bool(uint32_t position)>;
 
-    /// Takes the next packet: at most `size` consecutive positions, evenly spaced frames
-    /// only where `frames` is not null. Empty when nothing may be handed out.
+    // Takes the next packet: at most `size` consecutive positions, evenly spaced frames
+    // only where `frames` is not null. Empty when nothing may be handed out.
     Spans Take(uint32_t size, FrameMap const* evenFrames, Allowed const& allowed);
 
-    /// Whether Take would give something.
+    // Whether Take would give something.
     bool HasNext(uint32_t size, FrameMap const* evenFrames, Allowed const& allowed) const;
 
 private:

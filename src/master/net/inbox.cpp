@@ -5,13 +5,11 @@ namespace farm {
 void Inbox::Push(Incoming event) {
     std::unique_lock lock(m_guard);
     m_emptied.wait(lock, [&] { return m_closed || m_events.size() < k_Limit; });
-    if (m_closed) {
+    if (m_closed)
         return;
-    }
     m_events.push_back(std::move(event));
-    if (m_events.size() == 1) {
+    if (m_events.size() == 1)
         m_filled.notify_one();
-    }
 }
 
 std::deque<Incoming> Inbox::Take(size_t most, std::chrono::steady_clock::time_point until) {
@@ -25,9 +23,8 @@ std::deque<Incoming> Inbox::Take(size_t most, std::chrono::steady_clock::time_po
         taken.assign(std::make_move_iterator(m_events.begin()), std::make_move_iterator(end));
         m_events.erase(m_events.begin(), end);
     }
-    if (!taken.empty()) {
+    if (!taken.empty())
         m_emptied.notify_all();
-    }
     return taken;
 }
 

@@ -1,5 +1,6 @@
-// The events that wait for the Master's working thread.
 #pragma once
+
+// The events that wait for the Master's working thread.
 
 #include "master/core/event.h"
 
@@ -12,28 +13,28 @@
 
 namespace farm {
 
-/// A peer's queue has room again.
+// A peer's queue has room again.
 struct PeerDrained {
     PeerId peer = 0;
 };
 
 using Incoming = std::variant<Event, PeerDrained>;
 
-/// A queue from the network threads to the working thread.
-///
-/// Owned by the Master's shell. Push from any thread, Take from one. Push waits when
-/// too much is queued already, which slows the peers down by way of their sockets.
+// A queue from the network threads to the working thread.
+//
+// Owned by the Master's shell. Push from any thread, Take from one. Push waits when
+// too much is queued already, which slows the peers down by way of their sockets.
 class Inbox {
 public:
     static constexpr size_t k_Limit = 100'000;
 
     void Push(Incoming event);
 
-    /// Takes up to `most` events, waiting for the first until `until`. Empty when the
-    /// time is over or the inbox is closed.
+    // Takes up to `most` events, waiting for the first until `until`. Empty when the
+    // time is over or the inbox is closed.
     std::deque<Incoming> Take(size_t most, std::chrono::steady_clock::time_point until);
 
-    /// Lets Take and Push return at once from now on.
+    // Lets Take and Push return at once from now on.
     void Close();
     bool IsClosed() const;
 

@@ -24,14 +24,13 @@ namespace {
 
 constexpr auto k_StandbyLook = std::chrono::milliseconds(500);
 
-/// "2026-11-20" as a moment.
+// "2026-11-20" as a moment.
 Time DateOf(char const* text) {
     int year = 0;
     unsigned month = 0;
     unsigned day = 0;
-    if (std::sscanf(text, "%d-%u-%u", &year, &month, &day) != 3) {
+    if (std::sscanf(text, "%d-%u-%u", &year, &month, &day) != 3)
         return {};
-    }
     std::chrono::sys_days const days{std::chrono::year(year) / std::chrono::month(month) / std::chrono::day(day)};
     return Time::FromUnixMs(std::chrono::milliseconds(days.time_since_epoch()).count());
 }
@@ -58,9 +57,8 @@ bool MasterApp::Startup(CommandLine& commandLine) {
     Shell::Options options;
     options.key = vorlan::FarmKey::LoadOrCreate(File::GetMachineDir());
     m_standsBy = options.key.IsJoined();
-    if (m_standsBy) {
+    if (m_standsBy)
         return true;
-    }
     options.port = static_cast<unsigned short>(commandLine.GetArgument("Port", 0, vorlan::MasterFinder::ListenPort()));
     options.machine = Platform::GetUniqueSystemID();
     options.machineName = Platform::GetComputerNameA();
@@ -82,40 +80,35 @@ void MasterApp::InstallStop() {
     InstallStopSignals([this] {
         std::lock_guard const lock(m_guard);
         m_stopAsked = true;
-        if (m_shell) {
+        if (m_shell)
             m_shell->Stop();
-        }
     });
 }
 
 std::unique_ptr<Store> MasterApp::OpenStore(CommandLine const& commandLine) {
     String const configured = GetOptions().GetValue("Store", "Connection", String());
     String const connection = commandLine.GetArgument("Store", 0, configured);
-    if (!connection.Empty()) {
+    if (!connection.Empty())
         return std::make_unique<SqlStore>(connection);
-    }
     String report;
     auto store = OpenSqliteStore(Components::Folder("VorlanMaster") / "farm.db", report);
-    if (!report.Empty()) {
+    if (!report.Empty())
         LogError(report);
-    }
     return store;
 }
 
 std::vector<boost::shared_ptr<vorlan::Product const>> MasterApp::LoadProducts() {
     Path const folder = vorlan::FindProductFolder();
-    corekit::vector<String> errors;
+    std::vector<String> errors;
     std::vector<boost::shared_ptr<vorlan::Product const>> products;
     if (folder.Empty()) {
         LogError("No folder \"products\" was found beside VorlanMaster: there are no job types. Install it anew.");
         return products;
     }
-    for (auto const& product : vorlan::LoadProductFolder(folder, errors)) {
+    for (auto const& product : vorlan::LoadProductFolder(folder, errors))
         products.push_back(product);
-    }
-    for (String const& error : errors) {
+    for (String const& error : errors)
         LogError(error);
-    }
     return products;
 }
 
@@ -126,11 +119,10 @@ int MasterApp::Execute() {
             return 0; // while it started, before there was a shell to stop
         }
     }
-    if (m_standsBy) {
+    if (m_standsBy)
         StandBy();
-    } else {
+    else
         m_shell->Run();
-    }
     return 0;
 }
 
@@ -139,9 +131,8 @@ void MasterApp::StandBy() {
     for (;;) {
         std::this_thread::sleep_for(k_StandbyLook);
         std::lock_guard const lock(m_guard);
-        if (m_stopAsked) {
+        if (m_stopAsked)
             return;
-        }
     }
 }
 

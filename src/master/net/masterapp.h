@@ -1,5 +1,6 @@
-// The application object of VorlanMaster.
 #pragma once
+
+// The application object of VorlanMaster.
 
 #include "master/net/shell.h"
 
@@ -8,18 +9,19 @@
 
 #include <memory>
 #include <mutex>
+#include <vector>
 
 namespace farm {
 
-/// VorlanMaster: takes its lock, opens log, key and store, and runs the shell.
-///
-/// Owned by main; the main thread. Switches: `--Port N` listens there, `--Store
-/// CONNECTION` keeps the farm in that data base (else the option Store/Connection of
-/// "VorlanMaster.ini", else SQLite in the machine folder), `--Console` logs to the
-/// terminal too.
-///
-/// With a farm key that was joined from another machine it stands by: it holds its
-/// lock and serves nobody, since that farm has a Master already.
+// VorlanMaster: takes its lock, opens log, key and store, and runs the shell.
+//
+// Owned by main; the main thread. Switches: `--Port N` listens there, `--Store
+// CONNECTION` keeps the farm in that data base (else the option Store/Connection of
+// "VorlanMaster.ini", else SQLite in the machine folder), `--Console` logs to the
+// terminal too.
+//
+// With a farm key that was joined from another machine it stands by: it holds its
+// lock and serves nobody, since that farm has a Master already.
 class MasterApp final : public vorlan::VorlanApp {
 public:
     bool Startup(corekit::CommandLine& commandLine) override;
@@ -39,9 +41,9 @@ private:
 
     std::unique_ptr<vorlan::ComponentLock> m_lock;
     std::mutex m_guard;
-    std::unique_ptr<Shell> m_shell; ///< set on the main thread under m_guard, asked to stop on the signal thread
+    std::unique_ptr<Shell> m_shell; // set on the main thread under m_guard, asked to stop on the signal thread
     bool m_standsBy = false;
-    bool m_stopAsked = false; ///< guarded by m_guard
+    bool m_stopAsked = false; // guarded by m_guard
 };
 
 } // namespace farm

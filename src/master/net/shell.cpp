@@ -18,16 +18,16 @@ namespace net = vorlan::net;
 
 namespace {
 
-/// Events of one turn: enough to make one commit worth its wait, few enough that
-/// nobody waits long for an answer.
+// Events of one turn: enough to make one commit worth its wait, few enough that
+// nobody waits long for an answer.
 constexpr size_t k_EventsPerTurn = 4000;
 
-/// Bytes of a load that are asked for at a time, and that wait for a peer at most: so
-/// few that the processor's cache has them still when the network thread sends them.
+// Bytes of a load that are asked for at a time, and that wait for a peer at most: so
+// few that the processor's cache has them still when the network thread sends them.
 constexpr size_t k_LoadPiece = 64 * 1024;
 constexpr size_t k_LoadQueue = 256 * 1024;
 
-/// Lines of the log that wait for those who follow it; more are left to the file.
+// Lines of the log that wait for those who follow it; more are left to the file.
 constexpr size_t k_LogLinesLimit = 1000;
 
 constexpr std::chrono::milliseconds k_LongestWait{1000};
@@ -128,9 +128,8 @@ void Shell::OpenPort() {
 void Shell::Start() {
     OpenPort();
     m_core = RestoredCore();
-    if (!m_options.stateFile.Empty()) {
+    if (!m_options.stateFile.Empty())
         m_stateWriter = std::make_unique<StateWriter>(m_options.stateFile);
-    }
     m_logSink = corekit::Log::AddSink([this](corekit::LogLevel level, String const& text) {
         std::lock_guard const lock(m_logGuard);
         if (level != corekit::LogLevel::Debug && m_logLines.size() < k_LogLinesLimit) {
@@ -150,16 +149,13 @@ void Shell::Stop() { m_inbox.Close(); }
 
 std::chrono::steady_clock::time_point Shell::NextTurn() const {
     auto const now = std::chrono::steady_clock::now();
-    if (m_feedsOn) {
+    if (m_feedsOn)
         return now;
-    }
-    if (!m_loading.empty() || m_logs.IsFeeding()) {
+    if (!m_loading.empty() || m_logs.IsFeeding())
         return now + std::chrono::milliseconds(20);
-    }
     Time const deadline = m_core->NextDeadline();
-    if (deadline.IsZero()) {
+    if (deadline.IsZero())
         return now + k_LongestWait;
-    }
     int64_t const leftMs = (deadline - Time::CurrentTime()).Milliseconds();
     return now + std::min(k_LongestWait, std::chrono::milliseconds(std::max<int64_t>(leftMs, 0)));
 }
@@ -178,28 +174,24 @@ void Shell::Turn(std::deque<Incoming> events) {
     std::vector<Effect> effects;
     for (Incoming const& incoming : events) {
         auto const* event = std::get_if<Event>(&incoming);
-        if (event && !TakesLogRequest(*event)) {
+        if (event && !TakesLogRequest(*event))
             m_core->Handle(now, *event, effects);
-        }
     }
     Time const deadline = m_core->NextDeadline();
-    if (!deadline.IsZero() && deadline <= now) {
+    if (!deadline.IsZero() && deadline <= now)
         m_core->Handle(now, Tick{}, effects);
-    }
     String reason;
-    if (Commit(effects, reason)) {
+    if (Commit(effects, reason))
         Perform(effects);
-    } else {
+    else
         Forget(events, reason);
-    }
 }
 
 bool Shell::Commit(std::vector<Effect> const& effects, String& reason) {
     m_records.clear();
     for (Effect const& effect : effects) {
-        if (auto const* record = std::get_if<Record>(&effect)) {
+        if (auto const* record = std::get_if<Record>(&effect))
             m_records.push_back(*record);
-        }
     }
     try {
         m_store->Commit(m_records);
@@ -210,8 +202,8 @@ bool Shell::Commit(std::vector<Effect> const& effects, String& reason) {
     }
 }
 
-/// Takes the turn back: the Core is made anew from the store, and everybody who had a
-/// part in the turn comes back and asks again.
+// Takes the turn back: the Core is made anew from the store, and everybody who had a
+// part in the turn comes back and asks again.
 void Shell::Forget(std::deque<Incoming> const& events, String const& reason) {
     LogError(reason);
     for (Incoming const& incoming : events) {
@@ -231,9 +223,8 @@ void Shell::Forget(std::deque<Incoming> const& events, String const& reason) {
         std::lock_guard const lock(m_connectionsGuard);
         connections = m_connections;
     }
-    for (auto const& [peer, connection] : connections) {
+    for (auto const& [peer, connection] : connections)
         connection->Close("the Master's store could not be written");
-    }
     m_loading.clear();
     WaitForStore();
 }
@@ -261,31 +252,27 @@ void Shell::WaitForStore() {
     }
     // Who connected to the old Core and is still here must be known to the new one.
     std::lock_guard const lock(m_connectionsGuard);
-    for (auto const& [peer, connection] : m_connections) {
+    for (auto const& [peer, connection] : m_connections)
         connection->Close("the Master has read its store anew");
-    }
 }
 
 void Shell::Perform(std::vector<Effect> const& effects) {
     for (Effect const& effect : effects) {
         if (auto const* one = std::get_if<SendTo>(&effect)) {
-            if (ConnectionPtr const connection = Find(one->peer)) {
+            if (ConnectionPtr const connection = Find(one->peer))
                 connection->Send(one->message);
-            }
         } else if (auto const* all = std::get_if<SendAll>(&effect)) {
             Send(*all);
         } else if (auto const* close = std::get_if<ClosePeer>(&effect)) {
-            if (ConnectionPtr const connection = Find(close->peer)) {
+            if (ConnectionPtr const connection = Find(close->peer))
                 connection->Close(close->reason);
-            }
         } else if (auto const* load = std::get_if<LoadReady>(&effect)) {
             m_loading.insert(load->peer);
         } else if (auto const* line = std::get_if<LogLine>(&effect)) {
             corekit::Log::Write(line->level, line->text);
         } else if (auto const* dump = std::get_if<DumpState>(&effect)) {
-            if (m_stateWriter) {
+            if (m_stateWriter)
                 m_stateWriter->Write(dump->snapshot);
-            }
         } else if (auto const* text = std::get_if<DispatchText>(&effect)) {
             m_logs.Write(*text);
         } else if (std::holds_alternative<StopProgram>(effect)) {
@@ -297,14 +284,13 @@ void Shell::Perform(std::vector<Effect> const& effects) {
 void Shell::Send(SendAll const& effect) {
     auto const encoded = net::EncodedMessage::Encode(*effect.message);
     for (PeerId const peer : *effect.peers) {
-        if (ConnectionPtr const connection = Find(peer)) {
+        if (ConnectionPtr const connection = Find(peer))
             connection->SendEncoded(encoded);
-        }
     }
 }
 
-/// One piece for each peer that has room, so that no load holds up what else there is
-/// to do.
+// One piece for each peer that has room, so that no load holds up what else there is
+// to do.
 void Shell::FeedLoads() {
     m_feedsOn = false;
     for (auto peer = m_loading.begin(); peer != m_loading.end();) {
@@ -313,9 +299,8 @@ void Shell::FeedLoads() {
         if (more && connection->QueuedBytes() < k_LoadQueue) {
             std::vector<MessagePtr> messages;
             more = m_core->Pull(*peer, k_LoadPiece, messages);
-            for (MessagePtr const& message : messages) {
+            for (MessagePtr const& message : messages)
                 connection->Send(message, net::Traffic::Load);
-            }
             m_feedsOn = m_feedsOn || (more && connection->QueuedBytes() < k_LoadQueue);
         }
         peer = more ? std::next(peer) : m_loading.erase(peer);
@@ -325,37 +310,31 @@ void Shell::FeedLoads() {
 MasterLogs::Send Shell::ToPeer() const {
     return [this](PeerId peer, MessagePtr const& message) {
         ConnectionPtr const connection = Find(peer);
-        if (connection) {
+        if (connection)
             connection->Send(message, net::Traffic::Load);
-        }
         return connection && connection->QueuedBytes() < k_LoadQueue;
     };
 }
 
-/// The logs are files, which the Core knows nothing of.
+// The logs are files, which the Core knows nothing of.
 bool Shell::TakesLogRequest(Event const& event) {
     if (auto const* gone = std::get_if<PeerGone>(&event)) {
         m_logs.PeerGone(gone->peer);
         return false;
     }
     auto const* told = std::get_if<PeerMessage>(&event);
-    if (!told) {
+    if (!told)
         return false;
-    }
-    if (told->message->Type() == vorlan::CloseOutputMsg::s_Type) {
+    if (told->message->Type() == vorlan::CloseOutputMsg::s_Type)
         return m_logs.Close(told->peer, static_cast<vorlan::CloseOutputMsg const&>(*told->message).request);
-    }
-    if (told->message->Type() != vorlan::GetOutputMsg::s_Type) {
+    if (told->message->Type() != vorlan::GetOutputMsg::s_Type)
         return false;
-    }
     auto const& wanted = static_cast<vorlan::GetOutputMsg const&>(*told->message);
-    if (!m_logs.Serves(wanted.work)) {
+    if (!m_logs.Serves(wanted.work))
         return false;
-    }
     // The latest state stands at the end of it, also while nothing else is logged.
-    if (wanted.work == m_logs.Dispatch()) {
+    if (wanted.work == m_logs.Dispatch())
         m_logs.Write({m_core->State().reporter->Round()});
-    }
     m_logs.Begin(told->peer, wanted, ToPeer());
     return true;
 }
@@ -366,14 +345,12 @@ void Shell::TellLog() {
         std::lock_guard const lock(m_logGuard);
         message->lines.swap(m_logLines);
     }
-    if (message->lines.empty()) {
+    if (message->lines.empty())
         return;
-    }
     auto peers = std::make_shared<std::vector<PeerId>>();
     for (auto const& [id, peer] : m_core->State().peers.All()) {
-        if (peer.follows.contains(vorlan::MasterLogsMsg::s_Type)) {
+        if (peer.follows.contains(vorlan::MasterLogsMsg::s_Type))
             peers->push_back(id);
-        }
     }
     Send(SendAll{std::move(peers), std::move(message)});
 }

@@ -1,5 +1,6 @@
-// The shell around the Core: sockets, store, clock and log.
 #pragma once
+
+// The shell around the Core: sockets, store, clock and log.
 
 #include "master/core/core.h"
 #include "master/net/inbox.h"
@@ -13,51 +14,53 @@
 #include <vorlan/net/connection.h>
 #include <vorlan/net/server.h>
 
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
 #include <set>
+#include <vector>
 
 namespace farm {
 
-/// Feeds the Core with what peers say and the clock shows, and does what it asks for.
-///
-/// Owned by VorlanMaster's main, or by a test or benchmark. Run works on the thread
-/// that calls it, the working thread; Stop may come from any.
-///
-/// A turn takes all events that wait, lets the Core handle them, commits their records
-/// in one transaction, and only then sends what the Core said: nobody ever hears of
-/// something that the store could forget. When the store cannot be written nothing of
-/// the turn is sent; the Core is made anew from the store, the peers are dropped and
-/// come back with a fresh load.
+// Feeds the Core with what peers say and the clock shows, and does what it asks for.
+//
+// Owned by VorlanMaster's main, or by a test or benchmark. Run works on the thread
+// that calls it, the working thread; Stop may come from any.
+//
+// A turn takes all events that wait, lets the Core handle them, commits their records
+// in one transaction, and only then sends what the Core said: nobody ever hears of
+// something that the store could forget. When the store cannot be written nothing of
+// the turn is sent; the Core is made anew from the store, the peers are dropped and
+// come back with a fresh load.
 class Shell {
 public:
     struct Options {
         vorlan::FarmKey key;
-        unsigned short port = 0;  ///< 0: any free one
-        corekit::Path machineDir; ///< of the certificate; empty: the machine folder
+        unsigned short port = 0;  // 0: any free one
+        corekit::Path machineDir; // of the certificate; empty: the machine folder
         UID machine;
         String machineName;
         std::vector<boost::shared_ptr<vorlan::Product const>> products;
         Time releaseDate;
-        corekit::Path logFolder;      ///< of History.log and Dispatch.log; empty: nobody is given them
-        uint64_t seed = 0;            ///< 0: a fresh one
-        corekit::Path stateFile;      ///< where the state is written when it is asked for; empty: nowhere
-        bool answerMulticast = false; ///< tell those who look for a Master in the local network
+        corekit::Path logFolder;      // of History.log and Dispatch.log; empty: nobody is given them
+        uint64_t seed = 0;            // 0: a fresh one
+        corekit::Path stateFile;      // where the state is written when it is asked for; empty: nowhere
+        bool answerMulticast = false; // tell those who look for a Master in the local network
     };
 
     Shell(Options options, std::unique_ptr<Store> store);
     ~Shell();
 
-    /// Restores the Core and opens the port. Throws StoreException or NetException.
+    // Restores the Core and opens the port. Throws StoreException or NetException.
     void Start();
 
-    /// Works until Stop, or until a message ends the Master.
+    // Works until Stop, or until a message ends the Master.
     void Run();
 
     void Stop();
 
-    /// The port it listens on, once started.
+    // The port it listens on, once started.
     unsigned short Port() const;
 
 private:
@@ -85,7 +88,7 @@ private:
     std::unique_ptr<vorlan::net::Server> m_server;
     std::unique_ptr<vorlan::DiscoveryResponder> m_responder;
 
-    Inbox m_inbox; ///< has its own lock
+    Inbox m_inbox; // has its own lock
 
     // Guarded by m_connectionsGuard: network threads add and the working thread looks up.
     mutable std::mutex m_connectionsGuard;
@@ -93,16 +96,16 @@ private:
 
     // Guarded by m_logGuard: any thread logs, the working thread tells the followers.
     std::mutex m_logGuard;
-    corekit::vector<String> m_logLines;
+    std::vector<String> m_logLines;
     corekit::Log::SinkHandle m_logSink;
 
     // The working thread only.
     std::unique_ptr<Core> m_core;
-    std::unique_ptr<StateWriter> m_stateWriter; ///< null: none is wanted
+    std::unique_ptr<StateWriter> m_stateWriter; // null: none is wanted
     std::vector<Record> m_records;
     MasterLogs m_logs;
     std::set<PeerId> m_loading;
-    bool m_feedsOn = false; ///< a peer has room for the next piece of its load now
+    bool m_feedsOn = false; // a peer has room for the next piece of its load now
     bool m_stopping = false;
 };
 

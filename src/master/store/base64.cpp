@@ -20,9 +20,8 @@ corekit::String DecodeBase64(std::string_view text) {
     int const length =
         EVP_DecodeBlock(reinterpret_cast<unsigned char*>(bytes.data()),
                         reinterpret_cast<unsigned char const*>(text.data()), static_cast<int>(text.size()));
-    if (length < 0) {
+    if (length < 0)
         throw StoreException("The store holds a record that is damaged.");
-    }
     size_t const padding = text.ends_with("==") ? 2 : text.ends_with("=") ? 1 : 0;
     bytes.resize(static_cast<size_t>(length) - padding);
     return corekit::String(std::move(bytes));

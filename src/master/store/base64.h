@@ -7,10 +7,10 @@
 
 namespace farm {
 
-/// Any bytes as text of the base64 alphabet, padded.
+// Any bytes as text of the base64 alphabet, padded.
 std::string EncodeBase64(std::string_view bytes);
 
-/// The bytes again; throws StoreException where the text is no base64.
+// The bytes again; throws StoreException where the text is no base64.
 corekit::String DecodeBase64(std::string_view text);
 
 } // namespace farm

@@ -3,9 +3,8 @@
 namespace farm {
 
 void MemoryStore::LoadAll(std::function<void(Record const&)> const& take) {
-    for (auto const& [key, record] : m_records) {
+    for (auto const& [key, record] : m_records)
         take(record);
-    }
 }
 
 void MemoryStore::Commit(std::span<Record const> records) {

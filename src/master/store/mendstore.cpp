@@ -17,12 +17,12 @@ namespace {
 
 constexpr size_t k_SalvageBatch = 1000;
 
-/// The side files that belong to an SQLite file.
+// The side files that belong to an SQLite file.
 constexpr char const* k_Companions[] = {"", "-wal", "-shm"};
 
 String Connection(std::filesystem::path const& file) { return "sqlite3://" + file.string(); }
 
-/// Reads what can be read; true when that was all of it.
+// Reads what can be read; true when that was all of it.
 bool ReadAll(SqlStore& store, std::vector<Record>& records) {
     try {
         store.LoadAll([&](Record const& record) { records.push_back(record); });
@@ -48,13 +48,11 @@ std::unique_ptr<SqlStore> OpenSqliteStore(Path const& path, String& report) {
     try {
         auto store = std::make_unique<SqlStore>(Connection(file));
         bool const sound = store->IsSound();
-        if (ReadAll(*store, records) && sound) {
+        if (ReadAll(*store, records) && sound)
             return store;
-        }
     } catch (StoreException const& error) {
-        if (error.What() != StoreException::Cause::Damage) {
+        if (error.What() != StoreException::Cause::Damage)
             throw;
-        }
     }
 
     std::filesystem::path const aside = file.string() + ".damaged-" + Time::CurrentTime().Format("%Y%m%d-%H%M%S").Str();

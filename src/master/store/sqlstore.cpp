@@ -20,7 +20,7 @@ namespace {
 constexpr int k_FirstKind = 1;
 constexpr int k_LastKind = static_cast<int>(RecordKind::EngineHistory);
 
-/// The schema's own number, stored so that a later Master can tell what it opens.
+// The schema's own number, stored so that a later Master can tell what it opens.
 constexpr int k_SchemaVersion = 1;
 
 std::string TableName(int kind) { return "record_" + std::to_string(kind); }
@@ -33,7 +33,7 @@ StoreException::Cause CauseOf(soci::soci_error const& error) {
     return damaged ? StoreException::Cause::Damage : StoreException::Cause::Surroundings;
 }
 
-/// A prepared statement with the variables that it reads.
+// A prepared statement with the variables that it reads.
 struct PreparedPut {
     long long number = 0;
     long long job = 0;
@@ -91,9 +91,8 @@ void SqlStore::Impl::MakeTables() {
     session << "CREATE TABLE IF NOT EXISTS farm_schema (version INTEGER NOT NULL)";
     int rows = 0;
     session << "SELECT COUNT(*) FROM farm_schema", soci::into(rows);
-    if (rows == 0) {
+    if (rows == 0)
         session << "INSERT INTO farm_schema (version) VALUES (" << k_SchemaVersion << ")";
-    }
     int version = 0;
     session << "SELECT version FROM farm_schema", soci::into(version);
     if (version > k_SchemaVersion) {
@@ -195,14 +194,12 @@ void SqlStore::LoadAll(std::function<void(Record const&)> const& take) {
 }
 
 void SqlStore::Commit(std::span<Record const> records) {
-    if (records.empty()) {
+    if (records.empty())
         return;
-    }
     try {
         soci::transaction transaction(m_impl->session);
-        for (Record const& record : records) {
+        for (Record const& record : records)
             m_impl->Apply(record);
-        }
         transaction.commit();
     } catch (soci::soci_error const& error) {
         m_impl->ForgetStatements();
@@ -214,9 +211,8 @@ void SqlStore::Commit(std::span<Record const> records) {
 }
 
 bool SqlStore::IsSound() {
-    if (!m_impl->sqlite) {
+    if (!m_impl->sqlite)
         return true;
-    }
     try {
         std::string answer;
         m_impl->session << "PRAGMA quick_check(1)", soci::into(answer);

@@ -6,15 +6,16 @@
 #include <corekit/string.h>
 
 #include <functional>
+#include <map>
 #include <span>
 #include <vector>
 
 namespace farm {
 
-/// What goes wrong with the store: the text says what happened and what to do.
+// What goes wrong with the store: the text says what happened and what to do.
 class StoreException : public corekit::Exception {
 public:
-    /// Whether the store's own bytes are wrong, rather than its surroundings.
+    // Whether the store's own bytes are wrong, rather than its surroundings.
     enum class Cause { Surroundings, Damage };
 
     explicit StoreException(corekit::String const& message, Cause cause = Cause::Surroundings)
@@ -26,25 +27,25 @@ private:
     Cause m_cause;
 };
 
-/// Where the Master keeps what must survive it.
-///
-/// Owned by the Master's shell, and used on its one working thread only. A store
-/// knows records and nothing of what they mean.
+// Where the Master keeps what must survive it.
+//
+// Owned by the Master's shell, and used on its one working thread only. A store
+// knows records and nothing of what they mean.
 class Store {
 public:
     virtual ~Store() = default;
 
-    /// Hands every record to `take`, by kind and then by running number, both
-    /// ascending. Throws StoreException.
+    // Hands every record to `take`, by kind and then by running number, both
+    // ascending. Throws StoreException.
     virtual void LoadAll(std::function<void(Record const&)> const& take) = 0;
 
-    /// Writes all records, in their order, in one transaction: when it returns they
-    /// survive a power cut, when it throws StoreException none of them is there.
+    // Writes all records, in their order, in one transaction: when it returns they
+    // survive a power cut, when it throws StoreException none of them is there.
     virtual void Commit(std::span<Record const> records) = 0;
 };
 
-/// A store in memory, for tests and the simulator. `FailNext` makes the next commit
-/// fail as a full disk would.
+// A store in memory, for tests and the simulator. `FailNext` makes the next commit
+// fail as a full disk would.
 class MemoryStore : public Store {
 public:
     void LoadAll(std::function<void(Record const&)> const& take) override;

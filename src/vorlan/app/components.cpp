@@ -1,6 +1,5 @@
 #include <vorlan/components.h>
 
-#include <corekit/containers.h>
 #include <corekit/exception.h>
 #include <corekit/file.h>
 #include <corekit/filelock.h>
@@ -15,10 +14,12 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <map>
 #include <mutex>
 #include <poll.h>
 #include <sys/syscall.h>
 #include <thread>
+#include <vector>
 
 namespace vorlan {
 
@@ -42,9 +43,9 @@ class Table {
 public:
     std::mutex guard;
     std::condition_variable stopped;
-    corekit::map<String, std::unique_ptr<Process>> started; // guarded by guard
-    corekit::map<String, std::optional<String>> stopping;   // guarded by guard; arguments: start it again
-    size_t threads = 0;                                     // guarded by guard
+    std::map<String, std::unique_ptr<Process>> started; // guarded by guard
+    std::map<String, std::optional<String>> stopping;   // guarded by guard; arguments: start it again
+    size_t threads = 0;                                 // guarded by guard
 
     static Table& Get() {
         static Table* const s_table = new Table;
@@ -58,8 +59,8 @@ UniqueFd OpenConsole(String const& program) {
     return UniqueFd(::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | again, 0644));
 }
 
-corekit::vector<String> Words(String const& arguments) {
-    corekit::vector<String> words;
+std::vector<String> Words(String const& arguments) {
+    std::vector<String> words;
     StringTokenizer tokenizer(arguments, " \t");
     String word;
     while (tokenizer.NextPlain(word))

@@ -32,7 +32,7 @@ struct Value {
     String text;
 };
 
-corekit::vector<Value> Values(Service service, ServiceSetup const& setup) {
+std::vector<Value> Values(Service service, ServiceSetup const& setup) {
     bool const isUser = setup.scope == ServiceScope::User;
     String const program = Components::GetName(ServiceComponent(service));
     return {{"@PROGRAM@", SystemdManager::Quote(setup.programs / program)},
@@ -51,8 +51,8 @@ int ServiceComponent(Service service) { return RowOf(service).component; }
 
 String ServiceUnitName(Service service) { return RowOf(service).units.front(); }
 
-corekit::vector<String> ServiceUnitNames(Service service) {
-    corekit::vector<String> names;
+std::vector<String> ServiceUnitNames(Service service) {
+    std::vector<String> names;
     for (char const* const unit : RowOf(service).units) {
         if (unit)
             names.emplace_back(unit);
@@ -72,12 +72,12 @@ void CheckAccount(String const& account) {
                                 "another one.");
 }
 
-corekit::vector<ServiceUnit> MakeServiceUnits(Service service, ServiceSetup const& setup, Path const& folder) {
+std::vector<ServiceUnit> MakeServiceUnits(Service service, ServiceSetup const& setup, Path const& folder) {
     if (setup.scope == ServiceScope::System)
         CheckAccount(setup.account);
     if (folder.empty())
         throw FileException("The folder \"services\" that comes with Vorlan was not found. Install Vorlan anew.");
-    corekit::vector<ServiceUnit> units;
+    std::vector<ServiceUnit> units;
     for (String const& name : ServiceUnitNames(service)) {
         ServiceUnit unit{name, File::Read(folder / name)};
         for (Value const& value : Values(service, setup))
@@ -88,8 +88,8 @@ corekit::vector<ServiceUnit> MakeServiceUnits(Service service, ServiceSetup cons
 }
 
 Path FindResourceFolder(String const& name) {
-    corekit::vector<Path> places{File::s_AppDir / name, File::s_AppDir / "../resources" / name,
-                                 File::s_AppDir / "../share/vorlan" / name};
+    std::vector<Path> places{File::s_AppDir / name, File::s_AppDir / "../resources" / name,
+                             File::s_AppDir / "../share/vorlan" / name};
 #ifdef VORLAN_RESOURCE_FOLDER
     places.push_back(Path(VORLAN_RESOURCE_FOLDER) / name);
 #endif

@@ -67,7 +67,7 @@ OptionMap VorlanApp::GetJobParameters(UID const& job) {
     return values;
 }
 
-corekit::vector<UID> VorlanApp::GetAllJobs() { return {}; }
+std::vector<UID> VorlanApp::GetAllJobs() { return {}; }
 
 size_t VorlanApp::GetAllEngines(EngineSet& engines) {
     engines.clear();

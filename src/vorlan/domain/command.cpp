@@ -24,8 +24,8 @@ String PacketItems(FrameRange const& range, uint64_t size) {
 
 } // namespace
 
-corekit::vector<String> const& Command::GetAllItemizers() {
-    static corekit::vector<String> const itemizers = {"Frames", "Packets"};
+std::vector<String> const& Command::GetAllItemizers() {
+    static std::vector<String> const itemizers = {"Frames", "Packets"};
     return itemizers;
 }
 

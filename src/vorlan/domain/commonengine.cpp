@@ -24,7 +24,7 @@ constexpr char k_IniEvents[] = "Event Commands";
 
 enum class Kind { Bool, Number, Text };
 
-/// A setting, what it is without any other, and what a file may say.
+// A setting, what it is without any other, and what a file may say.
 struct Setting {
     char const* name;
     char const* builtIn;
@@ -68,10 +68,10 @@ constexpr char const* (*k_EventNames[])() = {
     FinishedJobEvt::TypeName,
 };
 
-/// All names that are settings, event commands included.
-corekit::vector<char const*> const& SettingNames() {
+// All names that are settings, event commands included.
+std::vector<char const*> const& SettingNames() {
     static auto const s_names = [] {
-        corekit::vector<char const*> names;
+        std::vector<char const*> names;
         for (Setting const& setting : k_Settings)
             names.push_back(setting.name);
         for (auto const typeName : k_EventNames)
@@ -92,7 +92,7 @@ boost::atomic_shared_ptr<CommonEngine const>& TheDefault() {
     return s_default;
 }
 
-/// What an Engine has that was never customised.
+// What an Engine has that was never customised.
 String DefaultText(String const& name) {
     auto const settings = TheDefault().load();
     auto const values = settings->Snapshot();
@@ -267,15 +267,15 @@ void CommonEngine::SetIdleSleepTime(unsigned minutes) { SetCommon(p_EngineIdleSl
 unsigned CommonEngine::GetMinSleepTime() const { return ToUnsigned(EffectiveNumber(p_EngineMinSleepTime)); }
 void CommonEngine::SetMinSleepTime(unsigned minutes) { SetCommon(p_EngineMinSleepTime, String::From(minutes)); }
 
-corekit::vector<UID> CommonEngine::GetAllPools() const { return StringToUIDs(Effective(p_EnginePools)); }
-void CommonEngine::SetPools(corekit::vector<UID> const& pools) { SetCommon(p_EnginePools, UIDsToString(pools)); }
+std::vector<UID> CommonEngine::GetAllPools() const { return StringToUIDs(Effective(p_EnginePools)); }
+void CommonEngine::SetPools(std::vector<UID> const& pools) { SetCommon(p_EnginePools, UIDsToString(pools)); }
 
 bool CommonEngine::CanWorkOnType(UID const& product) const { return !DisabledProducts().contains(product); }
-void CommonEngine::DisableProducts(corekit::set<UID> const& products) {
+void CommonEngine::DisableProducts(std::set<UID> const& products) {
     SetCommon(p_EngineDisabledProducts, UIDsToString(products));
 }
-corekit::set<UID> CommonEngine::DisabledProducts() const {
-    corekit::vector<UID> const ids = StringToUIDs(Effective(p_EngineDisabledProducts));
+std::set<UID> CommonEngine::DisabledProducts() const {
+    std::vector<UID> const ids = StringToUIDs(Effective(p_EngineDisabledProducts));
     return {ids.begin(), ids.end()};
 }
 
@@ -288,7 +288,7 @@ void CommonEngine::SetEventCommand(String const& eventName, String const& comman
 
 // ----------------------------------------------------------------- the files
 
-void CommonEngine::FromEngineINI(IniFile& file, corekit::map<UID, OptionMap>& products) {
+void CommonEngine::FromEngineINI(IniFile& file, std::map<UID, OptionMap>& products) {
     for (Setting const& setting : k_Settings) {
         if (!file.HasKey(k_IniSection, setting.name))
             continue;
@@ -314,7 +314,7 @@ void CommonEngine::FromEngineINI(IniFile& file, corekit::map<UID, OptionMap>& pr
     }
 }
 
-void CommonEngine::ToEngineINI(IniFile& file, corekit::map<UID, OptionMap> const& products) const {
+void CommonEngine::ToEngineINI(IniFile& file, std::map<UID, OptionMap> const& products) const {
     for (Setting const& setting : k_Settings)
         file.SetValue(k_IniSection, setting.name, Effective(setting.name));
     for (auto const typeName : k_EventNames)

@@ -150,10 +150,10 @@ UID Engine::SharedHistoryLog() const {
 }
 void Engine::SetSharedHistoryLog(UID const& log) { Set(p_EngineSharedHistoryLog, log.ToString()); }
 
-corekit::vector<String> Engine::MACAddresses() const {
+std::vector<String> Engine::MACAddresses() const {
     return StringToStrings(Get(p_EngineMACAddresses, false), ',', '\\');
 }
-void Engine::SetMACAddresses(corekit::vector<String> const& addresses) {
+void Engine::SetMACAddresses(std::vector<String> const& addresses) {
     Set(p_EngineMACAddresses, StringsToString(addresses, ',', '\\'));
 }
 

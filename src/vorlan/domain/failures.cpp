@@ -9,7 +9,7 @@ namespace vorlan {
 
 namespace {
 
-/// The ledger: by Job, then by Engine, and the way back from an Engine to its Jobs.
+// The ledger: by Job, then by Engine, and the way back from an Engine to its Jobs.
 class Ledger {
 public:
     void Add(Failures::FailureItem const& item) {
@@ -84,8 +84,8 @@ private:
         return b > std::numeric_limits<unsigned>::max() - a ? std::numeric_limits<unsigned>::max() : a + b;
     }
 
-    corekit::map<UID, corekit::map<UID, Failures::FailureItem>> m_items;
-    corekit::map<UID, corekit::set<UID>> m_jobsOf;
+    std::map<UID, std::map<UID, Failures::FailureItem>> m_items;
+    std::map<UID, std::set<UID>> m_jobsOf;
 };
 
 CommonMutex s_mutex{LockRank::Failures};
@@ -145,7 +145,7 @@ void Failures::JobFailureCounts(UID const& job, size_t& current, size_t& reset) 
 }
 
 void Failures::EngineFailureCounts(UID const& engine, size_t& products, size_t& jobs, size_t& failures) {
-    corekit::set<UID> types;
+    std::set<UID> types;
     jobs = 0;
     failures = 0;
     CommonMutex::Lock const lock(s_mutex);
@@ -179,7 +179,7 @@ size_t Failures::ProductCountOn(UID const& product, UID const& engine) {
     return count;
 }
 
-void Failures::EnginesFailedOnJob(UID const& job, corekit::vector<UID>& engines) {
+void Failures::EnginesFailedOnJob(UID const& job, std::vector<UID>& engines) {
     engines.clear();
     CommonMutex::Lock const lock(s_mutex);
     TheLedger().ForJob(job, [&](FailureItem const& item) {
@@ -188,7 +188,7 @@ void Failures::EnginesFailedOnJob(UID const& job, corekit::vector<UID>& engines)
     });
 }
 
-void Failures::JobsFailedOnEngine(UID const& engine, corekit::vector<UID>& jobs) {
+void Failures::JobsFailedOnEngine(UID const& engine, std::vector<UID>& jobs) {
     jobs.clear();
     CommonMutex::Lock const lock(s_mutex);
     TheLedger().ForEngine(engine, [&](FailureItem const& item) {
@@ -197,7 +197,7 @@ void Failures::JobsFailedOnEngine(UID const& engine, corekit::vector<UID>& jobs)
     });
 }
 
-void Failures::AllEngineFailures(UID const& engine, corekit::map<UID, corekit::vector<FailureItem>>& products) {
+void Failures::AllEngineFailures(UID const& engine, std::map<UID, std::vector<FailureItem>>& products) {
     products.clear();
     CommonMutex::Lock const lock(s_mutex);
     TheLedger().ForEngine(engine, [&](FailureItem const& item) {
@@ -206,14 +206,14 @@ void Failures::AllEngineFailures(UID const& engine, corekit::map<UID, corekit::v
     });
 }
 
-corekit::vector<Failures::FailureItem> Failures::All() {
-    corekit::vector<FailureItem> items;
+std::vector<Failures::FailureItem> Failures::All() {
+    std::vector<FailureItem> items;
     CommonMutex::Lock const lock(s_mutex);
     TheLedger().ForAll([&](FailureItem const& item) { items.push_back(item); });
     return items;
 }
 
-void Failures::ReplaceAll(corekit::vector<FailureItem> const& items) {
+void Failures::ReplaceAll(std::vector<FailureItem> const& items) {
     CommonMutex::Lock const lock(s_mutex);
     TheLedger().Clear();
     for (FailureItem const& item : items)

@@ -27,7 +27,7 @@ struct BuiltInDefault {
     char const* text;
 };
 
-/// What counts where neither the Job nor its Product has a value.
+// What counts where neither the Job nor its Product has a value.
 constexpr BuiltInDefault k_BuiltIn[] = {
     {p_Status, "0"},       {p_Priority, "50"},          {p_CPUs, "1"},
     {p_RAM, "0"},          {p_FailureLimit, "3"},       {p_UsageLimit, "0"},
@@ -36,15 +36,15 @@ constexpr BuiltInDefault k_BuiltIn[] = {
     {p_PercentDone, "0"},  {p_PriorityBoost, "0"},      {p_WaitForWholeJob, k_Yes},
 };
 
-/// A work unit's own values.
+// A work unit's own values.
 constexpr char const* k_UnitsOwn[] = {p_Name, p_SubRange, p_Status, p_Created, p_FinishedTime, p_PercentDone};
 
 bool IsName(String const& name, char const* other) { return name.CompareNoCase(other) == 0; }
 
 shared_ptr<Product const> ProductOf(Job const& job) { return JobFactory::s_JobFactory->GetProduct(job.Type()); }
 
-/// What a text for people may refer to: all that a launch may, and whatever else
-/// GetParameterString knows. Lives on the stack for one expansion.
+// What a text for people may refer to: all that a launch may, and whatever else
+// GetParameterString knows. Lives on the stack for one expansion.
 class TextValues : public TemplateValues {
 public:
     TextValues(Job const& job, Product const* product, char const* withoutName)
@@ -73,7 +73,7 @@ private:
 
 template <class Container>
 Container UIDs(String const& text) {
-    corekit::vector<UID> const ids = StringToUIDs(text);
+    std::vector<UID> const ids = StringToUIDs(text);
     return Container(ids.begin(), ids.end());
 }
 
@@ -299,14 +299,14 @@ int Job::PacketSize() const {
     return std::max(1, ToInt(IntOf(s_number, p_PacketSizeDefault)));
 }
 
-corekit::set<UID> Job::IncludeEngines() const { return UIDs<corekit::set<UID>>(Get(p_IncludeEngines, false)); }
+std::set<UID> Job::IncludeEngines() const { return UIDs<std::set<UID>>(Get(p_IncludeEngines, false)); }
 
-corekit::set<UID> Job::ExcludeEngines() const { return UIDs<corekit::set<UID>>(Get(p_ExcludeEngines, false)); }
+std::set<UID> Job::ExcludeEngines() const { return UIDs<std::set<UID>>(Get(p_ExcludeEngines, false)); }
 
-corekit::map<UID, Job::DependencyType> Job::GetDependencies() const {
+std::map<UID, Job::DependencyType> Job::GetDependencies() const {
     static uint32_t const s_wholeJob = NameTable::Number(p_WaitForWholeJob);
     DependencyType const type = BoolOf(s_wholeJob, true) ? DependencyType::WholeJob : DependencyType::Frame;
-    corekit::map<UID, DependencyType> dependencies;
+    std::map<UID, DependencyType> dependencies;
     for (UID const& job : StringToUIDs(Get(p_WaitForJobID, false)))
         dependencies[job] = type;
     return dependencies;

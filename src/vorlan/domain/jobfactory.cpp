@@ -70,15 +70,15 @@ boost::shared_ptr<Product> JobFactory::GetMutableProduct(UID const& type) const 
     return product ? boost::make_shared<Product>(*product) : nullptr;
 }
 
-corekit::vector<UID> JobFactory::ListProducts() const {
-    corekit::vector<std::pair<String, UID>> named;
+std::vector<UID> JobFactory::ListProducts() const {
+    std::vector<std::pair<String, UID>> named;
     {
         std::shared_lock const lock(m_mutex);
         for (auto const& [type, product] : m_products)
             named.emplace_back(product->Name().Lower(), type);
     }
     std::sort(named.begin(), named.end());
-    corekit::vector<UID> types;
+    std::vector<UID> types;
     types.reserve(named.size());
     for (auto const& [name, type] : named)
         types.push_back(type);
@@ -95,7 +95,7 @@ bool JobFactory::AutoDetect(UID const& type, String const& name, OptionMap& valu
     return product && product->AutoDetect(name, values);
 }
 
-corekit::vector<String> JobFactory::ListClasses() {
+std::vector<String> JobFactory::ListClasses() {
     return {Product::ClassName(ProductClass::Sequence), Product::ClassName(ProductClass::Single),
             Product::ClassName(ProductClass::OncePerEngine), Product::ClassName(ProductClass::VirtualModule)};
 }
@@ -109,7 +109,7 @@ void JobFactory::SetProduct(boost::shared_ptr<Product const> const& product) {
 }
 
 void JobFactory::RemoveProduct(UID const& type) {
-    corekit::map<UID, boost::shared_ptr<Product const>> removed; // let go of outside the lock
+    std::map<UID, boost::shared_ptr<Product const>> removed; // let go of outside the lock
     std::unique_lock const lock(m_mutex);
     if (type.IsNull())
         removed.swap(m_products);

@@ -152,8 +152,8 @@ EngineWorkStats const& JobHistory::EngineStatistics(UID const& engine) const {
     return found != m_data->engines.end() ? found->second : s_empty;
 }
 
-corekit::vector<UID> JobHistory::Engines() const {
-    corekit::vector<UID> engines;
+std::vector<UID> JobHistory::Engines() const {
+    std::vector<UID> engines;
     if (m_data) {
         for (auto const& [engine, stats] : m_data->engines)
             engines.push_back(engine);

@@ -23,9 +23,9 @@ bool OpensReference(std::string_view text, size_t at) {
 
 // For each "$(" and "[" of a text where its partner stands; npos for one that has none. Found in one pass, so that
 // a text full of open brackets costs no more than another.
-corekit::vector<size_t> FindPartners(std::string_view text) {
-    corekit::vector<size_t> partners(text.size(), std::string_view::npos);
-    corekit::vector<size_t> open;
+std::vector<size_t> FindPartners(std::string_view text) {
+    std::vector<size_t> partners(text.size(), std::string_view::npos);
+    std::vector<size_t> open;
     for (size_t i = 0; i < text.size(); ++i) {
         if (IsEscaped(text, i)) {
             ++i;
@@ -81,7 +81,7 @@ public:
 
 private:
     struct Scope {
-        corekit::vector<TemplatePiece> pieces;
+        std::vector<TemplatePiece> pieces;
         bool missing = false;
         bool refers = false;
 
@@ -258,7 +258,7 @@ private:
     }
 
     std::string_view m_text;
-    corekit::vector<size_t> m_partners;
+    std::vector<size_t> m_partners;
     TemplateValues const& m_values;
     Budget& m_budget;
 };

@@ -22,7 +22,7 @@ public:
         }
     }
 
-    corekit::vector<String> Finish() {
+    std::vector<String> Finish() {
         EndWord();
         return std::move(m_words);
     }
@@ -63,7 +63,7 @@ private:
         m_inWord = false;
     }
 
-    corekit::vector<String> m_words;
+    std::vector<String> m_words;
     String m_word;
     bool m_inWord = false;
     char m_quote = '\0';
@@ -134,14 +134,14 @@ private:
 
 } // namespace
 
-corekit::vector<String> SplitCommandLine(corekit::vector<TemplatePiece> const& pieces) {
+std::vector<String> SplitCommandLine(std::vector<TemplatePiece> const& pieces) {
     WordSplitter splitter;
     for (TemplatePiece const& piece : pieces)
         splitter.Add(piece);
     return splitter.Finish();
 }
 
-corekit::vector<String> SplitCommandLine(String const& text) { return SplitCommandLine({TemplatePiece{text, false}}); }
+std::vector<String> SplitCommandLine(String const& text) { return SplitCommandLine({TemplatePiece{text, false}}); }
 
 String QuoteWord(String const& text) {
     if (!text.Empty() && text.FindOneOf(" \t\r\n\"'\\") == String::npos)
@@ -155,7 +155,7 @@ String QuoteWord(String const& text) {
     return quoted + '"';
 }
 
-String ShellScript(corekit::vector<TemplatePiece> const& pieces) {
+String ShellScript(std::vector<TemplatePiece> const& pieces) {
     ScriptWriter writer;
     for (TemplatePiece const& piece : pieces)
         writer.Add(piece);

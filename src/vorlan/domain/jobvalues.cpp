@@ -117,8 +117,8 @@ bool JobValues::FindField(std::string_view name, String& value) const {
         return false;
     String whole;
     FindOwn(name.substr(0, dot), whole);
-    corekit::vector<String> const fields = parameter->Multi_GetFields();
-    corekit::vector<String> const texts = parameter->Multi_Disassemble(whole);
+    std::vector<String> const fields = parameter->Multi_GetFields();
+    std::vector<String> const texts = parameter->Multi_Disassemble(whole);
     for (size_t i = 0; i < fields.size() && i < texts.size(); ++i) {
         if (Same(fields[i], name.substr(dot + 1))) {
             value = texts[i];
@@ -217,9 +217,8 @@ JobValues::Frames JobValues::ReadFrames(String const& text, char const* name) {
     }
     frames.even = range.Parts().size() == 1;
     frames.step = range.Parts().front().count > 1 ? std::abs(range.Parts().front().step) : 1;
-    if (frames.count <= k_FrameListLimit) {
+    if (frames.count <= k_FrameListLimit)
         range.ForEach([&frames](int frame) { frames.list += (frames.list.Empty() ? "" : ",") + String::From(frame); });
-    }
     return frames;
 }
 

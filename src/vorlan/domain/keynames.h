@@ -1,6 +1,7 @@
+#pragma once
+
 // The value names that every program knows, so that NameTable holds them first and
 // in the spelling of keys.h.
-#pragma once
 
 #include <span>
 

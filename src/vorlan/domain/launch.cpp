@@ -47,7 +47,7 @@ private:
         return !expanded.Empty() && expanded.Bool(true);
     }
 
-    void Add(ArgumentTemplate const& argument, corekit::vector<String>& out, bool& missing) {
+    void Add(ArgumentTemplate const& argument, std::vector<String>& out, bool& missing) {
         switch (argument.kind) {
         case ArgumentTemplate::Kind::Text:
             AddText(argument.text, out, missing);
@@ -63,7 +63,7 @@ private:
             AddEach(argument, out, missing);
             break;
         case ArgumentTemplate::Kind::Group: {
-            corekit::vector<String> group;
+            std::vector<String> group;
             bool groupMissing = false;
             AddAll(argument.items, group, groupMissing);
             if (!groupMissing)
@@ -73,12 +73,12 @@ private:
         }
     }
 
-    void AddAll(corekit::vector<ArgumentTemplate> const& items, corekit::vector<String>& out, bool& missing) {
+    void AddAll(std::vector<ArgumentTemplate> const& items, std::vector<String>& out, bool& missing) {
         for (ArgumentTemplate const& item : items)
             Add(item, out, missing);
     }
 
-    void AddText(String const& text, corekit::vector<String>& out, bool& missing) {
+    void AddText(String const& text, std::vector<String>& out, bool& missing) {
         ExpandedTemplate const expanded = ExpandPieces(text, m_values);
         missing = missing || expanded.missing;
         String const argument = m_result.shell ? ShellScript(expanded.pieces) : expanded.Text();
@@ -86,7 +86,7 @@ private:
             out.push_back(argument);
     }
 
-    void AddEach(ArgumentTemplate const& argument, corekit::vector<String>& out, bool& missing) {
+    void AddEach(ArgumentTemplate const& argument, std::vector<String>& out, bool& missing) {
         String list;
         if (!m_values.Find(argument.text, list))
             missing = true;
@@ -99,7 +99,7 @@ private:
         }
     }
 
-    void AddCommandLine(String const& name, corekit::vector<String>& out, bool& missing) {
+    void AddCommandLine(String const& name, std::vector<String>& out, bool& missing) {
         String text;
         if (!m_values.Find(name, text) || text.Trim().Empty()) {
             missing = true;
@@ -152,20 +152,20 @@ void CheckArguments(Launch const& launch, String const& what) {
     }
 }
 
-corekit::vector<int> FramesOf(JobValues const& values) {
+std::vector<int> FramesOf(JobValues const& values) {
     String text;
     FrameRange range;
     if (values.Find(p_SubRange, text) || values.Find(p_Range, text))
         FrameRange::Parse(text, range);
-    corekit::vector<int> frames;
+    std::vector<int> frames;
     for (uint64_t i = 0; i < range.Count() && i < k_ExpectedFilesLimit; ++i)
         frames.push_back(range.At(i));
     return frames;
 }
 
-corekit::vector<String> ExpectedFiles(LaunchTemplate const& launch, JobValues& values) {
-    corekit::vector<int> const frames = FramesOf(values);
-    corekit::vector<String> files;
+std::vector<String> ExpectedFiles(LaunchTemplate const& launch, JobValues& values) {
+    std::vector<int> const frames = FramesOf(values);
+    std::vector<String> files;
     auto const add = [&](String const& text) {
         ExpandedTemplate const expanded = ExpandPieces(text, values);
         String const file = expanded.Text();

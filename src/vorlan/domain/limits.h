@@ -1,5 +1,6 @@
-// Numbers of values as the types of the interfaces, at their limits beyond them.
 #pragma once
+
+// Numbers of values as the types of the interfaces, at their limits beyond them.
 
 #include <algorithm>
 #include <cstdint>

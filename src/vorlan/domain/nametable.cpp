@@ -36,8 +36,8 @@ bool SameName(std::string_view a, std::string_view b) {
     return true;
 }
 
-/// An insert-only hash table with open addressing. Readers follow atomic pointers
-/// and take no lock; when it grows, the old slots stay for those still in them.
+// An insert-only hash table with open addressing. Readers follow atomic pointers
+// and take no lock; when it grows, the old slots stay for those still in them.
 class Names {
 public:
     Names() {
@@ -132,7 +132,7 @@ private:
     std::vector<std::unique_ptr<Slots>> m_all; // the last is m_slots
 };
 
-/// Never destroyed: other statics read names to the very end.
+// Never destroyed: other statics read names to the very end.
 Names& TheNames() {
     static Names& s_names = *new Names;
     return s_names;

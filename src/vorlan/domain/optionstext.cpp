@@ -11,7 +11,7 @@ constexpr char k_HexDigits[] = "0123456789ABCDEF";
 
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
-/// Names that need no quotes.
+// Names that need no quotes.
 bool IsPlainName(std::string_view name) {
     return !name.empty() && std::all_of(name.begin(), name.end(), [](char c) {
         return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '.' ||
@@ -19,7 +19,7 @@ bool IsPlainName(std::string_view name) {
     });
 }
 
-/// In quotes; no brace, line feed or other control character is left in it.
+// In quotes; no brace, line feed or other control character is left in it.
 void AppendQuoted(String& out, std::string_view text) {
     out += '"';
     for (char const c : text) {
@@ -72,12 +72,12 @@ int HexValue(char c) {
     return folded >= 'a' && folded <= 'f' ? folded - 'a' + 10 : -1;
 }
 
-/// Walks over one options text.
+// Walks over one options text.
 class OptionsReader {
 public:
     explicit OptionsReader(std::string_view text) : m_text(text) {}
 
-    /// False if there is no whole options text at the front.
+    // False if there is no whole options text at the front.
     bool Read(OptionMap& options, UID& type, UID& id) {
         SkipBlanks();
         if (!Take('{'))
@@ -119,7 +119,7 @@ private:
         return true;
     }
 
-    /// A text in quotes, or a word.
+    // A text in quotes, or a word.
     bool ReadText(String& text) {
         if (!Take('"')) {
             text = Word();
@@ -172,7 +172,7 @@ private:
         }
     }
 
-    /// Up to the next character that ends a word without quotes.
+    // Up to the next character that ends a word without quotes.
     std::string_view Word() {
         size_t const from = m_at;
         while (!AtEnd() && !IsBlank(m_text[m_at]) &&
@@ -261,7 +261,7 @@ OptionMap StringToOptions(String text, UID* type, UID* id) {
     return {};
 }
 
-String StringsToString(corekit::vector<String> const& strings, char separator, char escape) {
+String StringsToString(std::vector<String> const& strings, char separator, char escape) {
     String text;
     for (size_t i = 0; i < strings.size(); ++i) {
         if (i > 0)
@@ -278,8 +278,8 @@ String StringsToString(corekit::vector<String> const& strings, char separator, c
     return text;
 }
 
-corekit::vector<String> StringToStrings(String const& text, char separator, char escape) {
-    corekit::vector<String> strings;
+std::vector<String> StringToStrings(String const& text, char separator, char escape) {
+    std::vector<String> strings;
     String current;
     bool open = false; // a text has begun and not ended
     for (size_t i = 0; i < text.size(); ++i) {
@@ -301,12 +301,12 @@ corekit::vector<String> StringToStrings(String const& text, char separator, char
     return strings;
 }
 
-String UIDsToString(corekit::vector<UID> const& ids) { return JoinUIDs(ids); }
+String UIDsToString(std::vector<UID> const& ids) { return JoinUIDs(ids); }
 
-String UIDsToString(corekit::set<UID> const& ids) { return JoinUIDs(ids); }
+String UIDsToString(std::set<UID> const& ids) { return JoinUIDs(ids); }
 
-corekit::vector<UID> StringToUIDs(std::string_view text) {
-    corekit::vector<UID> ids;
+std::vector<UID> StringToUIDs(std::string_view text) {
+    std::vector<UID> ids;
     size_t at = 0;
     while (at < text.size()) {
         size_t const from = at;

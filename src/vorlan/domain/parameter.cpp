@@ -59,7 +59,7 @@ Parameter& Parameter::operator=(Parameter const& other) {
     m_settings = other.m_settings;
     m_choices = other.m_choices;
     m_extra = other.m_extra;
-    corekit::vector<boost::shared_ptr<Parameter>> copies;
+    std::vector<boost::shared_ptr<Parameter>> copies;
     copies.reserve(other.m_subParams.size());
     std::transform(other.m_subParams.begin(), other.m_subParams.end(), std::back_inserter(copies), Copy);
     m_subParams = std::move(copies);
@@ -81,21 +81,21 @@ bool Parameter::TypeFromLabel(String const& label, TYPE& type) {
     return false;
 }
 
-corekit::vector<Parameter::FlagLabel> const& Parameter::FlagLabels() {
-    static corekit::vector<FlagLabel> const labels = {{f_JobParameter, "Job Parameter"},
-                                                      {f_Option, "Option"},
-                                                      {f_Advanced, "Advanced"},
-                                                      {f_Required, "Required"},
-                                                      {f_ForMaster, "For Master"},
-                                                      {f_ForEngine, "For Engine"},
-                                                      {f_ForShell, "For Shell"},
-                                                      {f_NoParameterDefault, "No Parameter Default"},
-                                                      {f_HideOnInput, "Hide on Input"},
-                                                      {f_HideOnOutput, "Hide on Output"},
-                                                      {f_Enquote, "Enquote"},
-                                                      {f_AlwaysAtDefault, "Always at Default"},
-                                                      {f_NoParentUpdate, "No Parent Update"},
-                                                      {f_EventCommand, "Event Command"}};
+std::vector<Parameter::FlagLabel> const& Parameter::FlagLabels() {
+    static std::vector<FlagLabel> const labels = {{f_JobParameter, "Job Parameter"},
+                                                  {f_Option, "Option"},
+                                                  {f_Advanced, "Advanced"},
+                                                  {f_Required, "Required"},
+                                                  {f_ForMaster, "For Master"},
+                                                  {f_ForEngine, "For Engine"},
+                                                  {f_ForShell, "For Shell"},
+                                                  {f_NoParameterDefault, "No Parameter Default"},
+                                                  {f_HideOnInput, "Hide on Input"},
+                                                  {f_HideOnOutput, "Hide on Output"},
+                                                  {f_Enquote, "Enquote"},
+                                                  {f_AlwaysAtDefault, "Always at Default"},
+                                                  {f_NoParentUpdate, "No Parent Update"},
+                                                  {f_EventCommand, "Event Command"}};
     return labels;
 }
 
@@ -280,8 +280,8 @@ String Parameter::BoolOverride_ToString(int value) const {
 
 String Parameter::BoolOverride_GetOverrideText() const { return GetSetting(k_SettingOverride, "Default"); }
 
-corekit::vector<String> Parameter::Multi_GetFields() const {
-    corekit::vector<String> fields;
+std::vector<String> Parameter::Multi_GetFields() const {
+    std::vector<String> fields;
     String rest = GetSetting(k_SettingFields);
     while (!rest.Empty()) {
         size_t const comma = rest.Find(',');
@@ -291,9 +291,9 @@ corekit::vector<String> Parameter::Multi_GetFields() const {
     return fields;
 }
 
-corekit::vector<String> Parameter::Multi_Disassemble(String const& value) const {
+std::vector<String> Parameter::Multi_Disassemble(String const& value) const {
     String const separator = GetSetting(k_SettingSeparator, ",");
-    corekit::vector<String> texts(1);
+    std::vector<String> texts(1);
     for (size_t i = 0; i < value.size();) {
         if (value[i] == '\\' && i + 1 < value.size()) {
             texts.back() += value[i + 1];
@@ -309,7 +309,7 @@ corekit::vector<String> Parameter::Multi_Disassemble(String const& value) const 
     return texts;
 }
 
-String Parameter::Multi_Assemble(corekit::vector<String> const& values) const {
+String Parameter::Multi_Assemble(std::vector<String> const& values) const {
     String const separator = GetSetting(k_SettingSeparator, ",");
     String value;
     bool anything = false;

@@ -18,7 +18,7 @@ bool IsHeading(Parameter const& parameter) {
     return parameter.Type() == Parameter::t_Separator || parameter.Type() == Parameter::t_HelpText;
 }
 
-void AddWords(corekit::vector<String>& words, Parameter const& parameter, String const& value) {
+void AddWords(std::vector<String>& words, Parameter const& parameter, String const& value) {
     String const name = parameter.GetName();
     if (parameter.Type() == Parameter::t_None) {
         if (value.Empty() || value.Bool())
@@ -67,7 +67,7 @@ bool MatchName(Parameter const& parameter, String const& word, Match& match) {
     return true;
 }
 
-Match BestMatch(corekit::vector<boost::shared_ptr<Parameter>> const& parameters, String const& word) {
+Match BestMatch(std::vector<boost::shared_ptr<Parameter>> const& parameters, String const& word) {
     Match best;
     for (auto const& parameter : parameters) {
         Match match;
@@ -80,7 +80,7 @@ Match BestMatch(corekit::vector<boost::shared_ptr<Parameter>> const& parameters,
 } // namespace
 
 String Parameter::SubParam_MapToString(OptionMap const& values) const {
-    corekit::vector<String> words;
+    std::vector<String> words;
     OptionMap left = values;
     for (auto const& parameter : m_subParams) {
         if (IsHeading(*parameter))
@@ -109,7 +109,7 @@ String Parameter::SubParam_MapToString(OptionMap const& values) const {
 }
 
 OptionMap Parameter::SubParam_StringToMap(String text) const {
-    corekit::vector<String> const words = SplitCommandLine(text);
+    std::vector<String> const words = SplitCommandLine(text);
     OptionMap values;
     for (size_t i = 0; i < words.size(); ++i) {
         Match const match = BestMatch(m_subParams, words[i]);

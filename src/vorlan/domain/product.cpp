@@ -12,8 +12,8 @@ namespace {
 constexpr std::array<char const*, 4> k_ClassNames = {"Sequence", "Single", "Once per Engine", "Virtual Module"};
 
 template <class T>
-corekit::vector<boost::shared_ptr<T>> DeepCopy(corekit::vector<boost::shared_ptr<T>> const& items) {
-    corekit::vector<boost::shared_ptr<T>> copies;
+std::vector<boost::shared_ptr<T>> DeepCopy(std::vector<boost::shared_ptr<T>> const& items) {
+    std::vector<boost::shared_ptr<T>> copies;
     copies.reserve(items.size());
     for (auto const& item : items)
         copies.push_back(boost::make_shared<T>(*item));
@@ -21,7 +21,7 @@ corekit::vector<boost::shared_ptr<T>> DeepCopy(corekit::vector<boost::shared_ptr
 }
 
 template <class T>
-void Move(corekit::vector<T>& items, size_t from, size_t to) {
+void Move(std::vector<T>& items, size_t from, size_t to) {
     if (from >= items.size() || to >= items.size())
         return;
     auto const first = items.begin();

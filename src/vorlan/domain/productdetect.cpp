@@ -17,7 +17,7 @@ constexpr int k_GroupLimit = 10;
 // The captured groups by number, then the Job's values, then the Product's defaults.
 class DetectValues : public TemplateValues {
 public:
-    DetectValues(Product const& product, OptionMap const& values, corekit::vector<String> groups)
+    DetectValues(Product const& product, OptionMap const& values, std::vector<String> groups)
         : m_product(product), m_values(values), m_groups(std::move(groups)) {}
 
     bool Find(std::string_view name, String& value) const override {
@@ -40,11 +40,11 @@ public:
 private:
     Product const& m_product;
     OptionMap const& m_values;
-    corekit::vector<String> m_groups;
+    std::vector<String> m_groups;
 };
 
 // Whether the rule is for this change; fills the groups.
-bool Applies(DetectRule const& rule, String const& name, String const& value, corekit::vector<String>& groups) {
+bool Applies(DetectRule const& rule, String const& name, String const& value, std::vector<String>& groups) {
     if (rule.name.CompareNoCase(name) != 0)
         return false;
     groups = {value};
@@ -87,7 +87,7 @@ bool Product::AutoDetect(String const& name, OptionMap& values) const {
     DetectValues(*this, before, {}).Find(name, changed);
     bool any = false;
     for (auto const& [key, updates] : m_autoDetect) {
-        corekit::vector<String> groups;
+        std::vector<String> groups;
         if (!Applies(SplitDetectRule(key), name, changed, groups))
             continue;
         any = true;

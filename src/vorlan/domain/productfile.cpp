@@ -29,8 +29,8 @@ boost::shared_ptr<Product> SLoadProductFile(Path const& path) {
     }
 }
 
-corekit::vector<boost::shared_ptr<Product>> LoadProductFolder(Path const& folder, corekit::vector<String>& errors) {
-    corekit::vector<Path> files;
+std::vector<boost::shared_ptr<Product>> LoadProductFolder(Path const& folder, std::vector<String>& errors) {
+    std::vector<Path> files;
     std::error_code failure;
     for (auto const& entry : std::filesystem::directory_iterator(folder.Native(), failure)) {
         if (entry.path().extension() == ".json")
@@ -39,7 +39,7 @@ corekit::vector<boost::shared_ptr<Product>> LoadProductFolder(Path const& folder
     if (failure)
         errors.push_back("The folder of the Products cannot be read: " + folder + ": " + failure.message());
     std::sort(files.begin(), files.end());
-    corekit::vector<boost::shared_ptr<Product>> products;
+    std::vector<boost::shared_ptr<Product>> products;
     for (Path const& file : files) {
         try {
             auto const product = SLoadProductFile(file);

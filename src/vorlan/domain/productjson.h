@@ -1,12 +1,14 @@
-// The JSON form of Products, shared by the files of this folder alone.
 #pragma once
 
-#include <corekit/containers.h>
+// The JSON form of Products, shared by the files of this folder alone.
+
 #include <corekit/optionmap.h>
 #include <corekit/string.h>
 #include <vorlan/product.h>
 
 #include <nlohmann/json.hpp>
+
+#include <vector>
 
 namespace vorlan {
 
@@ -47,7 +49,7 @@ public:
     boost::shared_ptr<Product> Read(String const& text);
 
     // The parameters of one of the groups in productstandard.cpp; throws nothing for a known group.
-    static corekit::vector<boost::shared_ptr<Parameter>> StandardGroup(String const& group);
+    static std::vector<boost::shared_ptr<Parameter>> StandardGroup(String const& group);
     static void AddStandardGroup(Product& product, String const& group);
 
 private:

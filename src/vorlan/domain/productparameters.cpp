@@ -19,26 +19,26 @@ bool IsNumber(Parameter::TYPE type) {
 bool IsHeading(Parameter::TYPE type) { return type == Parameter::t_Separator || type == Parameter::t_HelpText; }
 
 bool IsKnownSetting(std::string_view key) {
-    static corekit::set<std::string_view, String::ciless> const known = {k_SettingName,
-                                                                         k_SettingNiceName,
-                                                                         k_SettingPrompt,
-                                                                         k_SettingHelp,
-                                                                         k_SettingDefault,
-                                                                         k_SettingAlternate,
-                                                                         k_SettingFilter,
-                                                                         k_SettingRestriction,
-                                                                         k_SettingRange,
-                                                                         k_SettingCustom,
-                                                                         k_SettingCustomDefault,
-                                                                         k_SettingNegativeCustom,
-                                                                         k_SettingNegativeCustomDefault,
-                                                                         k_SettingTrue,
-                                                                         k_SettingFalse,
-                                                                         k_SettingOverride,
-                                                                         k_SettingFields,
-                                                                         k_SettingSeparator,
-                                                                         k_SettingTimeFormat,
-                                                                         k_SettingJoin};
+    static std::set<std::string_view, String::ciless> const known = {k_SettingName,
+                                                                     k_SettingNiceName,
+                                                                     k_SettingPrompt,
+                                                                     k_SettingHelp,
+                                                                     k_SettingDefault,
+                                                                     k_SettingAlternate,
+                                                                     k_SettingFilter,
+                                                                     k_SettingRestriction,
+                                                                     k_SettingRange,
+                                                                     k_SettingCustom,
+                                                                     k_SettingCustomDefault,
+                                                                     k_SettingNegativeCustom,
+                                                                     k_SettingNegativeCustomDefault,
+                                                                     k_SettingTrue,
+                                                                     k_SettingFalse,
+                                                                     k_SettingOverride,
+                                                                     k_SettingFields,
+                                                                     k_SettingSeparator,
+                                                                     k_SettingTimeFormat,
+                                                                     k_SettingJoin};
     return known.count(key) != 0;
 }
 

@@ -133,7 +133,7 @@ void ProductReader::ReadParameters(JsonPlace const& list) {
             continue;
         }
         String const group = place.Member("Standard").Text();
-        corekit::vector<boost::shared_ptr<Parameter>> const standard = StandardGroup(group);
+        std::vector<boost::shared_ptr<Parameter>> const standard = StandardGroup(group);
         if (standard.empty())
             place.Member("Standard")
                 .Fail("\"" + group +
@@ -274,7 +274,7 @@ LaunchTemplate ProductReader::ReadLaunch(JsonPlace const& place, std::initialize
         for (size_t i = 0; i < files.Value().size(); ++i)
             launch.expectedFiles.push_back(files.Item(i).Text());
     }
-    corekit::vector<std::string_view> known(alsoKnown);
+    std::vector<std::string_view> known(alsoKnown);
     known.insert(known.end(), {"Arguments", "Environment", "Folder", "CreateFolder", "Shell", "ExpectedFiles"});
     Json extra = Json::object();
     for (auto const& [key, value] : place.Value().items()) {

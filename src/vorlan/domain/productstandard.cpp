@@ -158,8 +158,8 @@ OptionMap const& StandardHelp() {
     return help;
 }
 
-corekit::vector<boost::shared_ptr<Parameter>> ProductReader::StandardGroup(String const& group) {
-    corekit::vector<boost::shared_ptr<Parameter>> parameters;
+std::vector<boost::shared_ptr<Parameter>> ProductReader::StandardGroup(String const& group) {
+    std::vector<boost::shared_ptr<Parameter>> parameters;
     if (!Groups().contains(group.Str()))
         return parameters;
     JsonPlace const list(Groups().at(group.Str()), group);

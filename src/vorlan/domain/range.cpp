@@ -14,12 +14,12 @@ char const k_Example[] = "Write frames as in \"1-100\" or \"1-10,20,30-50x2\".";
 
 String At(size_t position) { return SFormat(" at character %zu", position + 1); }
 
-/// Reads the text form, one part after the other.
+// Reads the text form, one part after the other.
 class RangeReader {
 public:
     explicit RangeReader(std::string_view text) : m_text(text) {}
 
-    /// Empty on success, else what is wrong.
+    // Empty on success, else what is wrong.
     String Read(RangeFolder& folder) {
         uint64_t total = 0;
         while (true) {
@@ -135,7 +135,7 @@ bool FrameRange::Parse(std::string_view text, FrameRange& range, String* error) 
 }
 
 bool FrameRange::MayOverlap() const {
-    corekit::vector<Part> parts = m_parts;
+    std::vector<Part> parts = m_parts;
     std::sort(parts.begin(), parts.end(), [](Part const& a, Part const& b) { return Low(a) < Low(b); });
     for (size_t i = 1; i < parts.size(); ++i) {
         if (Low(parts[i]) <= High(parts[i - 1]))
@@ -147,9 +147,9 @@ bool FrameRange::MayOverlap() const {
     return false;
 }
 
-FrameRange FrameRange::FromFrames(corekit::vector<int> const& frames) {
+FrameRange FrameRange::FromFrames(std::vector<int> const& frames) {
     // By frame, then by place; the first place of each frame stays.
-    corekit::vector<std::pair<int, uint32_t>> places;
+    std::vector<std::pair<int, uint32_t>> places;
     places.reserve(frames.size());
     for (int const frame : frames)
         places.emplace_back(frame, static_cast<uint32_t>(places.size()));
@@ -177,8 +177,8 @@ bool FrameRange::Contains(int frame) const {
     return std::any_of(m_parts.begin(), m_parts.end(), [&](Part const& part) { return part.Contains(frame); });
 }
 
-corekit::vector<int> FrameRange::Frames() const {
-    corekit::vector<int> frames;
+std::vector<int> FrameRange::Frames() const {
+    std::vector<int> frames;
     frames.reserve(m_count);
     ForEach([&](int frame) { frames.push_back(frame); });
     return frames;
@@ -203,8 +203,8 @@ FrameRange FrameRange::Slice(uint64_t from, uint64_t count) const {
 
 uint64_t FrameRange::PacketCount(uint64_t size) const { return size == 0 ? 0 : m_count / size + (m_count % size != 0); }
 
-corekit::vector<String> FrameRange::Packets(uint64_t size) const {
-    corekit::vector<String> packets;
+std::vector<String> FrameRange::Packets(uint64_t size) const {
+    std::vector<String> packets;
     if (size == 0)
         return packets;
     packets.reserve(PacketCount(size));
@@ -230,7 +230,7 @@ corekit::vector<String> FrameRange::Packets(uint64_t size) const {
 
 FrameRange FrameRange::Subtract(FrameRange const& other) const {
     constexpr size_t k_FewParts = 8;
-    corekit::vector<int> sorted;
+    std::vector<int> sorted;
     if (other.m_parts.size() > k_FewParts) {
         sorted = other.Frames();
         std::sort(sorted.begin(), sorted.end());

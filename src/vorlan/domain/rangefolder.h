@@ -1,5 +1,6 @@
-// Folds frames into the parts of a range.
 #pragma once
+
+// Folds frames into the parts of a range.
 
 #include <vorlan/range.h>
 
@@ -8,9 +9,9 @@
 
 namespace vorlan {
 
-/// Takes frames and parts in order and builds the shortest usual list of parts of
-/// them. Lives on the stack of whoever builds a FrameRange. Steps other than 1 need
-/// three frames to be worth a part. Frames must not come twice.
+// Takes frames and parts in order and builds the shortest usual list of parts of
+// them. Lives on the stack of whoever builds a FrameRange. Steps other than 1 need
+// three frames to be worth a part. Frames must not come twice.
 class RangeFolder {
 public:
     void Push(int frame) {
@@ -34,7 +35,7 @@ public:
         }
     }
 
-    /// As each of its frames, but in one step once they continue what is open.
+    // As each of its frames, but in one step once they continue what is open.
     void Push(FrameRange::Part const& part) {
         for (uint32_t i = 0; i < part.count; ++i) {
             if (m_open.count >= 2 && m_open.step == part.step && m_open.At(m_open.count) == part.At(i)) {

@@ -1,5 +1,6 @@
-// Copying and comparing texts of a few bytes without a call.
 #pragma once
+
+// Copying and comparing texts of a few bytes without a call.
 
 #include <cstddef>
 #include <cstdint>
@@ -7,7 +8,7 @@
 
 namespace vorlan {
 
-/// Whole words of both ends, which overlap in the middle.
+// Whole words of both ends, which overlap in the middle.
 template <class Word>
 inline void CopyEnds(char* to, char const* from, size_t bytes) {
     Word head;
@@ -33,8 +34,8 @@ struct TwoWords {
     uint64_t high;
 };
 
-/// Values of Jobs are mostly shorter than 32 bytes, where a call to memcpy costs more
-/// than the copy.
+// Values of Jobs are mostly shorter than 32 bytes, where a call to memcpy costs more
+// than the copy.
 inline void CopyShort(char* to, char const* from, size_t bytes) {
     if (bytes > 2 * sizeof(TwoWords))
         std::memcpy(to, from, bytes);
@@ -50,7 +51,7 @@ inline void CopyShort(char* to, char const* from, size_t bytes) {
         *to = *from;
 }
 
-/// `bytes` is the length of both.
+// `bytes` is the length of both.
 inline bool SameShort(char const* a, char const* b, size_t bytes) {
     if (bytes > 2 * sizeof(uint64_t))
         return std::memcmp(a, b, bytes) == 0;

@@ -13,7 +13,7 @@ namespace vorlan {
 
 namespace {
 
-/// The innermost reading scope of this thread.
+// The innermost reading scope of this thread.
 thread_local VorlanObject::ReadingScope const* s_reading = nullptr;
 
 bool IsID(String const& name) { return name.CompareNoCase(p_ID) == 0; }
@@ -169,7 +169,7 @@ void VorlanObject::Read(InStream& stream) {
         id = newID;
 }
 
-void VorlanObject::Save(String& text, corekit::vector<String> const& names, OptionsToStringMode mode) const {
+void VorlanObject::Save(String& text, std::vector<String> const& names, OptionsToStringMode mode) const {
     auto const values = Snapshot();
     OptionMap options;
     for (String const& name : names) {

@@ -26,9 +26,9 @@ int HexValue(char c) {
     return folded >= 'a' && folded <= 'f' ? folded - 'a' + 10 : -1;
 }
 
-/// The broadcast addresses of all networks that this machine is on.
-corekit::vector<String> BroadcastHosts() {
-    corekit::vector<String> hosts{"255.255.255.255"};
+// The broadcast addresses of all networks that this machine is on.
+std::vector<String> BroadcastHosts() {
+    std::vector<String> hosts{"255.255.255.255"};
     ifaddrs* interfaces = nullptr;
     if (getifaddrs(&interfaces) != 0)
         return hosts;
@@ -71,7 +71,7 @@ String MagicPacketFor(String const& macAddress) {
     return packet;
 }
 
-unsigned SendMagicPacketsTo(corekit::vector<String> const& macAddresses, IPPeer const& peer) {
+unsigned SendMagicPacketsTo(std::vector<String> const& macAddresses, IPPeer const& peer) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(peer.Port());
@@ -95,7 +95,7 @@ unsigned SendMagicPacketsTo(corekit::vector<String> const& macAddresses, IPPeer 
 }
 
 void Engine::SendMagicPacket() const {
-    corekit::vector<String> const addresses = MACAddresses();
+    std::vector<String> const addresses = MACAddresses();
     unsigned sent = 0;
     for (String const& host : BroadcastHosts())
         sent += SendMagicPacketsTo(addresses, IPPeer(host, k_WakePort));

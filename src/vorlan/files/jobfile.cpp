@@ -44,7 +44,7 @@ bool IsUTF8(std::string const& text) {
     }
 }
 
-/// JSON holds UTF-8 alone; other bytes are written as "hex:00ff".
+// JSON holds UTF-8 alone; other bytes are written as "hex:00ff".
 std::string ToJsonText(String const& text) {
     if (!text.StartsWith(k_HexPrefix) && IsUTF8(text.Str()))
         return text.Str();
@@ -71,7 +71,7 @@ String FromJsonText(std::string const& text) {
     return bytes;
 }
 
-/// The text of a value; false for what is no single value.
+// The text of a value; false for what is no single value.
 bool ValueText(Json const& json, String& text) {
     if (json.is_string())
         text = FromJsonText(json.get_ref<std::string const&>());
@@ -132,7 +132,7 @@ Json Without(Json object, std::initializer_list<char const*> keys) {
     return object;
 }
 
-/// What a newer program wrote into one Job beyond what this one knows.
+// What a newer program wrote into one Job beyond what this one knows.
 struct UnknownOfJob {
     Json members = Json::object();
     Json values = Json::object(); // values that are no single texts
@@ -188,7 +188,7 @@ Json WriteJob(Job const& job, UnknownOfJob const* unknown) {
     return json;
 }
 
-/// A Job read from a file becomes a Job of its own that nobody has worked on.
+// A Job read from a file becomes a Job of its own that nobody has worked on.
 void MakeFresh(Job& job) {
     job.id = UID(true);
     job.parentID = UID::Null;
@@ -199,17 +199,17 @@ void MakeFresh(Job& job) {
     job.SetCreated(Time::CurrentTime());
 }
 
-/// Jobs of one file that wait for each other do so under their new ids; the ids of
-/// others stay. Of two Jobs with one id the first is meant.
-void MakeAllFresh(corekit::vector<boost::shared_ptr<Job>> const& jobs) {
-    corekit::map<UID, UID> fresh;
+// Jobs of one file that wait for each other do so under their new ids; the ids of
+// others stay. Of two Jobs with one id the first is meant.
+void MakeAllFresh(std::vector<boost::shared_ptr<Job>> const& jobs) {
+    std::map<UID, UID> fresh;
     for (boost::shared_ptr<Job> const& job : jobs) {
         UID const former = job->id;
         MakeFresh(*job);
         fresh.emplace(former, job->id);
     }
     for (boost::shared_ptr<Job> const& job : jobs) {
-        corekit::vector<UID> awaited = StringToUIDs(job->Get(p_WaitForJobID, false));
+        std::vector<UID> awaited = StringToUIDs(job->Get(p_WaitForJobID, false));
         if (awaited.empty())
             continue;
         for (UID& id : awaited) {
@@ -224,11 +224,11 @@ void MakeAllFresh(corekit::vector<boost::shared_ptr<Job>> const& jobs) {
 
 struct JobFile::Unknown {
     Json root = Json::object();
-    corekit::map<Job const*, UnknownOfJob> jobs;
+    std::map<Job const*, UnknownOfJob> jobs;
     unsigned formatVersion = 0;
 
-    /// The Jobs of a text; fills this.
-    corekit::vector<boost::shared_ptr<Job>> Read(String const& text) {
+    // The Jobs of a text; fills this.
+    std::vector<boost::shared_ptr<Job>> Read(String const& text) {
         Json const file = Parse(text);
         if (!file.is_object() || TextMember(file, k_KeyFormat) != k_Format)
             Fail("its \"format\" is not \"Vorlan Jobs\".");
@@ -240,7 +240,7 @@ struct JobFile::Unknown {
         root = Without(file, {k_KeyFormat, k_KeyVersion, k_KeyProgram, k_KeyJobs});
         formatVersion = UnsignedMember(file, k_KeyVersion);
         program = UnsignedMember(file, k_KeyProgram);
-        corekit::vector<boost::shared_ptr<Job>> read;
+        std::vector<boost::shared_ptr<Job>> read;
         for (size_t i = 0; i < list->size(); ++i) {
             UnknownOfJob unknown;
             read.push_back(ReadJob((*list)[i], i, unknown));
@@ -249,7 +249,7 @@ struct JobFile::Unknown {
         return read;
     }
 
-    String Write(corekit::vector<boost::shared_ptr<Job>> const& list) const {
+    String Write(std::vector<boost::shared_ptr<Job>> const& list) const {
         Json file = Json::object();
         file[k_KeyFormat] = k_Format;
         file[k_KeyVersion] = std::max(k_FormatVersion, formatVersion);
@@ -315,8 +315,8 @@ void JobFile::SaveJobs() {
     File::WriteWhole(m_path, m_unknown->Write(m_jobs), isSecret ? k_SecretMode : File::k_KeepMode);
 }
 
-String JobFile::ToText(corekit::vector<boost::shared_ptr<Job>> const& jobs) { return Unknown().Write(jobs); }
+String JobFile::ToText(std::vector<boost::shared_ptr<Job>> const& jobs) { return Unknown().Write(jobs); }
 
-corekit::vector<boost::shared_ptr<Job>> JobFile::FromText(String const& text) { return Unknown().Read(text); }
+std::vector<boost::shared_ptr<Job>> JobFile::FromText(String const& text) { return Unknown().Read(text); }
 
 } // namespace vorlan

@@ -11,12 +11,11 @@
 
 #include "logtext.h"
 
-#include <corekit/containers.h>
-
 #include <concepts>
 #include <limits>
 #include <tuple>
 #include <type_traits>
+#include <vector>
 
 // How the fields of messages become bytes, text for the log and documentation.
 // Included by the files that register messages, and by nobody else.
@@ -289,10 +288,10 @@ void LogRecord(LogText& text, T const& record) {
 
 // What kind of value a field has, in words, and the records on the way.
 template <class T>
-String DescribeType(corekit::vector<MessageDescription>& records);
+String DescribeType(std::vector<MessageDescription>& records);
 
 template <Record T>
-MessageDescription DescribeRecord(corekit::vector<MessageDescription>& records) {
+MessageDescription DescribeRecord(std::vector<MessageDescription>& records) {
     MessageDescription description;
     description.name = T::k_Name;
     std::apply(
@@ -306,7 +305,7 @@ MessageDescription DescribeRecord(corekit::vector<MessageDescription>& records) 
 }
 
 template <class T>
-String DescribeType(corekit::vector<MessageDescription>& records) {
+String DescribeType(std::vector<MessageDescription>& records) {
     if constexpr (std::same_as<T, bool>)
         return "bool";
     else if constexpr (std::floating_point<T>)
@@ -378,9 +377,9 @@ struct MessageKind {
     char const* name;
     char const* about;
     MessageFactory::Maker make;
-    MessageDescription (*describe)(corekit::vector<MessageDescription>& records);
+    MessageDescription (*describe)(std::vector<MessageDescription>& records);
 };
-using MessageKinds = corekit::vector<MessageKind>;
+using MessageKinds = std::vector<MessageKind>;
 
 template <class... T>
 void AddKinds(MessageKinds& kinds) {

@@ -71,22 +71,22 @@ char const* MessageFactory::TypeName(UID const& type) {
     return kind ? kind->name : k_Empty;
 }
 
-corekit::vector<UID> MessageFactory::Types() {
-    corekit::vector<MessageKind const*> kinds;
+std::vector<UID> MessageFactory::Types() {
+    std::vector<MessageKind const*> kinds;
     for (MessageKind const& kind : Kinds().kinds)
         kinds.push_back(&kind);
     std::sort(kinds.begin(), kinds.end(), [](MessageKind const* a, MessageKind const* b) {
         return std::string_view(a->name) < std::string_view(b->name);
     });
-    corekit::vector<UID> types;
+    std::vector<UID> types;
     for (MessageKind const* const kind : kinds)
         types.push_back(kind->type);
     return types;
 }
 
-corekit::vector<MessageDescription> MessageFactory::Describe() {
-    corekit::vector<MessageDescription> all;
-    corekit::vector<MessageDescription> records;
+std::vector<MessageDescription> MessageFactory::Describe() {
+    std::vector<MessageDescription> all;
+    std::vector<MessageDescription> records;
     for (MessageKind const& kind : Kinds().kinds) {
         all.push_back(kind.describe(records));
         all.back().type = kind.type;

@@ -1,5 +1,6 @@
-// The network library as this folder uses it: compiled once, in asio.cpp.
 #pragma once
+
+// The network library as this folder uses it: compiled once, in asio.cpp.
 
 #define BOOST_ASIO_SEPARATE_COMPILATION
 #define BOOST_ASIO_NO_DEPRECATED

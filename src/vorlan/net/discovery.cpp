@@ -109,9 +109,9 @@ int64_t NowMs() {
 
 } // namespace
 
-corekit::vector<IPPeer> Discovery::Find(FarmKey const& key, Cancelled const& cancelled, int waitMs,
-                                        DiscoveryGroup const& group) {
-    corekit::vector<IPPeer> found;
+std::vector<IPPeer> Discovery::Find(FarmKey const& key, Cancelled const& cancelled, int waitMs,
+                                    DiscoveryGroup const& group) {
+    std::vector<IPPeer> found;
     UniqueFd const socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     std::string nonce(k_Nonce, '\0');
     if (key.IsNull() || !socket ||

@@ -239,7 +239,7 @@ private:
     }
 
     std::mutex m_guard;
-    corekit::map<UID, std::unique_ptr<FileRequest>> m_requests;
+    std::map<UID, std::unique_ptr<FileRequest>> m_requests;
     std::vector<std::unique_ptr<FileRequest>> m_released;
 };
 

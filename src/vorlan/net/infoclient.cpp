@@ -54,7 +54,7 @@ void InfoClient::ConnectTo(IPPeer const& peer) {
     net::ClientOptions options;
     options.self = net::PeerInfo::Self(net::PeerKind::Client, "VorlanGui");
     options.retry = net::ClientOptions::Retry::Never;
-    options.find = [peer](FarmKey const&, std::function<bool()> const&) { return corekit::vector<IPPeer>{peer}; };
+    options.find = [peer](FarmKey const&, std::function<bool()> const&) { return std::vector<IPPeer>{peer}; };
     net::Handlers handlers;
     auto const shared = m_shared;
     handlers.onConnected = [](auto const& connection) { connection->Send(boost::make_shared<GetHardwareMsg>()); };

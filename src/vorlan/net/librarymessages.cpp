@@ -42,7 +42,7 @@ bool LibraryMessages::Take(Message const& message) {
     } else if (type == DefaultEngineMsg::s_Type) {
         CommonEngine::SetDefaultEngine(static_cast<DefaultEngineMsg const&>(message).engine);
     } else if (type == FailureArchiveMsg::s_Type) {
-        corekit::vector<Failures::FailureItem> items;
+        std::vector<Failures::FailureItem> items;
         for (FailureItem const& item : static_cast<FailureArchiveMsg const&>(message).items)
             items.push_back({item.job, item.engine, item.product, item.count, item.time, item.count});
         Failures::ReplaceAll(items);
@@ -60,7 +60,7 @@ bool LibraryMessages::Take(Message const& message) {
     return true;
 }
 
-corekit::vector<corekit::map<String, String>> LibraryMessages::PathTranslations() const {
+std::vector<std::map<String, String>> LibraryMessages::PathTranslations() const {
     std::lock_guard const lock(m_guard);
     return m_translations;
 }

@@ -1,11 +1,13 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/string.h>
 #include <corekit/uid.h>
 #include <vorlan/message.h>
 
+#include <map>
 #include <mutex>
+#include <set>
+#include <vector>
 
 namespace vorlan {
 
@@ -21,13 +23,13 @@ public:
     // True when it was one of these messages.
     bool Take(Message const& message);
 
-    corekit::vector<corekit::map<String, String>> PathTranslations() const;
+    std::vector<std::map<String, String>> PathTranslations() const;
 
 private:
-    corekit::set<UID> m_loaded; // the Products of this load
+    std::set<UID> m_loaded; // the Products of this load
     bool m_loading = false;
     mutable std::mutex m_guard;
-    corekit::vector<corekit::map<String, String>> m_translations; // guarded by m_guard
+    std::vector<std::map<String, String>> m_translations; // guarded by m_guard
 };
 
 } // namespace vorlan

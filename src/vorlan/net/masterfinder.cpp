@@ -73,8 +73,8 @@ unsigned short MasterFinder::ListenPort() {
     return OneHome() ? 0 : o_MasterPortDefault;
 }
 
-corekit::vector<IPPeer> MasterFinder::ConfiguredHosts() {
-    corekit::vector<IPPeer> peers;
+std::vector<IPPeer> MasterFinder::ConfiguredHosts() {
+    std::vector<IPPeer> peers;
     Configured const configured = ReadConnectionFile();
     StringTokenizer words(configured.hosts, " \t,;");
     String word;
@@ -96,8 +96,8 @@ corekit::vector<IPPeer> MasterFinder::ConfiguredHosts() {
     return peers;
 }
 
-corekit::vector<IPPeer> MasterFinder::Find(FarmKey const& key, Cancelled const& cancelled) {
-    corekit::vector<IPPeer> peers = ConfiguredHosts();
+std::vector<IPPeer> MasterFinder::Find(FarmKey const& key, Cancelled const& cancelled) {
+    std::vector<IPPeer> peers = ConfiguredHosts();
     if (peers.empty() && !OneHome())
         peers = Discovery::Find(key, cancelled);
     if (peers.empty())

@@ -299,9 +299,7 @@ Time Messenger::ConnectedTime() { return TheState().GetMaster().connectedTime; }
 
 String Messenger::LastFailure() { return TheState().GetMaster().failure; }
 
-corekit::vector<corekit::map<String, String>> Messenger::PathTranslations() {
-    return TheState().Library().PathTranslations();
-}
+std::vector<std::map<String, String>> Messenger::PathTranslations() { return TheState().Library().PathTranslations(); }
 
 // One value of the last MasterInfoMsg.
 template <class Value>

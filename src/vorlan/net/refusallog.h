@@ -1,9 +1,9 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/string.h>
 
 #include <chrono>
+#include <map>
 #include <mutex>
 
 namespace vorlan::net {
@@ -20,7 +20,7 @@ private:
     static constexpr std::chrono::seconds k_Pause{60};
 
     std::mutex m_guard;
-    corekit::map<corekit::String, std::chrono::steady_clock::time_point> m_last; // guarded by m_guard
+    std::map<corekit::String, std::chrono::steady_clock::time_point> m_last; // guarded by m_guard
 };
 
 } // namespace vorlan::net

@@ -5,6 +5,7 @@
 #include <vorlan/ippeer.h>
 
 #include <functional>
+#include <vector>
 
 namespace vorlan::net {
 

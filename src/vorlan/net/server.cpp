@@ -32,7 +32,7 @@ public:
     void OnEnded(ChannelPtr const& channel, bool proved, String const& reason) override;
 
 private:
-    using Channels = corekit::map<uint64_t, ChannelPtr>;
+    using Channels = std::map<uint64_t, ChannelPtr>;
 
     void Listen();
     void ListenOn(Endpoint const& endpoint);

@@ -26,7 +26,7 @@ wxString Span(Time const& since) {
 
 } // namespace
 
-corekit::vector<AboutDlg::Row> AboutDlg::ConnectionRows() {
+std::vector<AboutDlg::Row> AboutDlg::ConnectionRows() {
     return {{_("Connected to:"), wxvText(Messenger::MasterMachineName())},
             {_("Version:"), wxvText(VersionText(Messenger::MasterVersion()))},
             {_("Released:"), wxvText(Messenger::MasterReleaseDate().Format(k_ShortDate, false, true))},

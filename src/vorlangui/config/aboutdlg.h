@@ -1,9 +1,10 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/string.h>
 #include <corekit/time.h>
 #include <wx/wxvorlandlg.h>
+
+#include <vector>
 
 namespace vorlan {
 
@@ -18,7 +19,7 @@ private:
         wxString label;
         wxString value;
     };
-    static corekit::vector<Row> ConnectionRows();
+    static std::vector<Row> ConnectionRows();
 };
 
 } // namespace vorlan

@@ -1,7 +1,7 @@
 #include "enginemode.h"
 
-#include "mirror/options.h"
-#include "mirror/outside.h"
+#include "client/options.h"
+#include "client/outside.h"
 
 #include <corekit/callentry.h>
 #include <corekit/log.h>

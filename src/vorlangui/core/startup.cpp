@@ -1,10 +1,10 @@
 // What the client does when its start-up is through: the window, Engine Mode, the
 // components, the repeat file, in this order.
-#include "mirror/componentcontrol.h"
-#include "mirror/options.h"
-#include "mirror/optiontable.h"
-#include "mirror/outside.h"
-#include "mirror/rendernode.h"
+#include "client/componentcontrol.h"
+#include "client/options.h"
+#include "client/optiontable.h"
+#include "client/outside.h"
+#include "client/rendernode.h"
 #include "vorlangui.h"
 #include "window/background.h"
 #include "window/mainwindow.h"

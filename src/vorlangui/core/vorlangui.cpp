@@ -1,8 +1,8 @@
 #include "vorlangui.h"
 
+#include "client/componentcontrol.h"
+#include "client/outside.h"
 #include "core/enginemode.h"
-#include "mirror/componentcontrol.h"
-#include "mirror/outside.h"
 #include "model/enginelist.h"
 #include "model/joblist.h"
 #include "window/mainwindow.h"
@@ -64,7 +64,7 @@ Engine const& VorlanGui::GetEngineByID(UID const& id) {
     return engine ? *engine : VorlanApp::GetEngineByID(id);
 }
 
-corekit::vector<UID> VorlanGui::GetAllJobs() { return Jobs::GetAllJobs(); }
+std::vector<UID> VorlanGui::GetAllJobs() { return Jobs::GetAllJobs(); }
 
 size_t VorlanGui::GetAllEngines(EngineSet& engines) {
     engines.clear();

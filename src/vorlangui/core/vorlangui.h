@@ -1,11 +1,11 @@
 #pragma once
 
-#include "mirror/mirror.h"
+#include "client/farmclient.h"
 #include "submit/repeatfile.h"
 
 #include <atomic>
 #include <boost/shared_ptr.hpp>
-#include <corekit/containers.h>
+#include <vector>
 #include <vorlan/events.h>
 #include <wx/wxvorlanapp.h>
 
@@ -16,13 +16,13 @@ namespace vorlan {
 class MainWindow;
 class JobInfo;
 
-// VorlanGui is the application object of the client: a Mirror with windows. It makes the
+// VorlanGui is the application object of the client: a FarmClient with windows. It makes the
 // MainWindow, answers the library's questions from the lists, and starts and stops the
 // components.
 // Owner: the toolkit. One exists.
 // Works with: MainWindow, Outside.
 // Thread: the GUI thread, but for what says otherwise.
-class VorlanGui : public wxVorlanApp, public Mirror {
+class VorlanGui : public wxVorlanApp, public FarmClient {
 public:
     explicit VorlanGui(Signals signals = Signals::Handle);
     ~VorlanGui() override;
@@ -38,7 +38,7 @@ public:
     boost::shared_ptr<Job> GetJobByID(UID const& id) override;
     // The reference holds until the calling thread has asked for some others.
     Engine const& GetEngineByID(UID const& id) override;
-    corekit::vector<UID> GetAllJobs() override;
+    std::vector<UID> GetAllJobs() override;
     size_t GetAllEngines(EngineSet& engines) override;
     // For people; a Pool, else an Engine, else the id as text. Any thread.
     String GetPoolName(UID const& pool) override;

@@ -1,5 +1,6 @@
-// The menu of a column's header: which columns a list has, and in which order.
 #pragma once
+
+// The menu of a column's header: which columns a list has, and in which order.
 
 class wxMenu;
 

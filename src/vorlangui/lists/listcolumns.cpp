@@ -150,7 +150,7 @@ void ListCtrlBase::AddSavedColumn(String const& record) {
         return text;
     };
     StringTokenizer tokens(record, ",", '"', '\\');
-    corekit::vector<String> fields;
+    std::vector<String> fields;
     for (String field; tokens.Next(field);)
         fields.push_back(field);
     if (fields.size() == k_Fields - 1)

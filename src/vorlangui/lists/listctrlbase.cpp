@@ -21,7 +21,7 @@ constexpr int k_TicksPerSecond = 1000 / wxTimed::k_PeriodMs;
 // What a rebuild brings back.
 struct ListCtrlBase::Place {
     int scroll = 0;
-    corekit::set<UID> selection;
+    std::set<UID> selection;
     UID anchor;
 };
 
@@ -40,8 +40,8 @@ ListCtrlBase::ListCtrlBase(wxWindow* parent, int id, String section, long style,
 
 ListCtrlBase::~ListCtrlBase() { DisconnectAll(); }
 
-corekit::set<UID> ListCtrlBase::GetSelectedIDs() const {
-    corekit::set<UID> ids = m_selection;
+std::set<UID> ListCtrlBase::GetSelectedIDs() const {
+    std::set<UID> ids = m_selection;
     m_contents.Retain(ids);
     return ids;
 }
@@ -50,7 +50,7 @@ bool ListCtrlBase::HasSelection() const {
     return std::ranges::any_of(m_selection, [this](UID const& id) { return m_contents[id] != ListContents::k_NoRow; });
 }
 
-void ListCtrlBase::SetSelectedIDs(corekit::set<UID> const& ids, UID const& anchor) {
+void ListCtrlBase::SetSelectedIDs(std::set<UID> const& ids, UID const& anchor) {
     m_selection = ids;
     SetLastSelect(GetRowOf(anchor));
     Redraw();
@@ -68,7 +68,7 @@ bool ListCtrlBase::IsRowSelected(int row) { return m_selection.contains(GetRowID
 
 void ListCtrlBase::DoClear() {
     ListContents().swap(m_contents);
-    corekit::set<UID>().swap(m_selection);
+    std::set<UID>().swap(m_selection);
 }
 
 void ListCtrlBase::OnListCleared() {

@@ -7,7 +7,9 @@
 #include <corekit/signal.h>
 #include <wx/wxdblistctrl.h>
 
+#include <set>
 #include <span>
+#include <vector>
 
 class wxImageList;
 
@@ -35,9 +37,9 @@ public:
     String const& GetSection() const { return m_section; }
 
     // Those of the selection that have a row.
-    corekit::set<UID> GetSelectedIDs() const override;
+    std::set<UID> GetSelectedIDs() const override;
     // Puts a selection in place of what there is; `anchor` null: no anchor row.
-    void SetSelectedIDs(corekit::set<UID> const& ids, UID const& anchor);
+    void SetSelectedIDs(std::set<UID> const& ids, UID const& anchor);
     bool HasSelection() const override;
     // Null past the end.
     UID GetRowID(int row) const { return row < 0 ? UID::Null : m_contents[static_cast<size_t>(row)]; }
@@ -115,7 +117,7 @@ private:
     String const m_section;
     ListContents m_contents;
     // By id, so that a rebuild need not touch it.
-    corekit::set<UID> m_selection;
+    std::set<UID> m_selection;
     int m_primary = 0;
     int m_secondary = -1; // none
     int m_ticks = 0;

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/rwlock.h>
 #include <vorlan/engine.h>
 #include <vorlan/enginehistory.h>
+
+#include <map>
 
 namespace vorlan {
 
@@ -17,7 +18,7 @@ public:
     mutable RWLock lock{LockRank::JobInfo};
     // Guarded by lock.
     EngineHistory history;
-    corekit::map<UID, OptionMap> options;
+    std::map<UID, OptionMap> options;
 
     // Units that run here; negative: so many, and the Engine is disabled.
     int Status() const;

@@ -1,7 +1,7 @@
 #include "enginelist.h"
 
+#include "client/farmclient.h"
 #include "enginewatcher.h"
-#include "mirror/mirror.h"
 
 #include <boost/make_shared.hpp>
 #include <corekit/callentry.h>
@@ -121,7 +121,7 @@ void EngineList::RemoveEngine(UID const& id) {
 }
 
 void EngineList::RefreshEngine(UID const& id) {
-    Mirror::Tell(StatusFlag::Engines);
+    FarmClient::Tell(StatusFlag::Engines);
     m_lists.SetAllDirty();
     EngineWatcher::UpdateEngine(id);
 }
@@ -133,7 +133,7 @@ void EngineList::Clear() {
         RWLock::Writer const writer(m_lock);
         engines.swap(m_engines);
     }
-    Mirror::Tell(StatusFlag::Engines);
+    FarmClient::Tell(StatusFlag::Engines);
     m_lists.Operate([](ListView& view) { view.OnListCleared(); });
 }
 

@@ -5,6 +5,7 @@
 
 #include <boost/shared_ptr.hpp>
 #include <corekit/signal.h>
+#include <map>
 #include <memory>
 
 namespace vorlan {
@@ -15,7 +16,7 @@ namespace vorlan {
 // Thread: any. Clear and Lists on the GUI thread.
 class EngineList : public HasSlots<> {
 public:
-    using Map = corekit::map<UID, boost::shared_ptr<EngineInfo>>;
+    using Map = std::map<UID, boost::shared_ptr<EngineInfo>>;
 
     static EngineList& Get();
     ~EngineList() override;

@@ -1,13 +1,14 @@
 #pragma once
 
 #include <corekit/commonmutex.h>
-#include <corekit/containers.h>
 #include <corekit/signal.h>
 #include <corekit/time.h>
 #include <corekit/uid.h>
 #include <vorlan/jobhistory.h>
 
 #include <queue>
+#include <unordered_map>
+#include <vector>
 
 namespace vorlan {
 
@@ -68,9 +69,9 @@ private:
 
     mutable CommonMutex m_mutex;
     // Guarded by m_mutex. The time under which the Job stands in m_dues; zero: aside.
-    corekit::unordered_map<UID, Time> m_jobs;
+    std::unordered_map<UID, Time> m_jobs;
     // One that differs from its Job's time in m_jobs counts no more.
-    std::priority_queue<Due, corekit::vector<Due>, std::greater<>> m_dues;
+    std::priority_queue<Due, std::vector<Due>, std::greater<>> m_dues;
 };
 
 } // namespace vorlan

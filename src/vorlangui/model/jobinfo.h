@@ -2,9 +2,9 @@
 
 #include <atomic>
 #include <boost/shared_ptr.hpp>
-#include <corekit/containers.h>
 #include <corekit/rwlock.h>
 #include <corekit/time.h>
+#include <set>
 #include <vorlan/job.h>
 #include <vorlan/jobhistory.h>
 
@@ -29,7 +29,7 @@ public:
     JobHistory history;
     mutable RWLock lock{LockRank::JobInfo};
     // Work that has come as history elements. Guarded by lock.
-    corekit::set<UID> elementWork;
+    std::set<UID> elementWork;
 
     // How long a history stays in memory after the last one that wanted it.
     static constexpr int64_t k_HistoryMs = 30'000;

@@ -1,8 +1,8 @@
 #include "joblist.h"
 
+#include "client/farmclient.h"
 #include "history.h"
 #include "jobwatcher.h"
-#include "mirror/mirror.h"
 
 #include <boost/make_shared.hpp>
 #include <corekit/callentry.h>
@@ -35,9 +35,9 @@ boost::shared_ptr<Job> GetJobA(UID const& id) {
     return info ? info->job : nullptr;
 }
 
-corekit::vector<UID> GetAllJobs() {
+std::vector<UID> GetAllJobs() {
     JobList const& list = JobList::Get();
-    corekit::vector<UID> ids;
+    std::vector<UID> ids;
     RWLock::Reader const reader(list.m_lock);
     ids.reserve(list.m_active.size() + list.m_finished.size());
     for (JobList::Map const* map : {&list.m_active, &list.m_finished}) {
@@ -47,9 +47,9 @@ corekit::vector<UID> GetAllJobs() {
     return ids;
 }
 
-corekit::vector<UID> GetFinishedIDs() {
+std::vector<UID> GetFinishedIDs() {
     JobList const& list = JobList::Get();
-    corekit::vector<UID> ids;
+    std::vector<UID> ids;
     RWLock::Reader const reader(list.m_lock);
     ids.reserve(list.m_finished.size());
     for (auto const& [id, info] : list.m_finished)
@@ -170,7 +170,7 @@ void JobList::Visit(Visitor const& visitor) const {
 }
 
 void JobList::VisitMap(Map const& map, uint8_t part, Visitor const& visitor) const {
-    corekit::vector<ListedObject<JobInfo>> some;
+    std::vector<ListedObject<JobInfo>> some;
     some.reserve(k_VisitedAtOnce);
     std::optional<UID> last;
     for (bool isMore = true; isMore;) {
@@ -193,7 +193,7 @@ size_t JobList::Count() const {
 }
 
 void JobList::TellChange(UID const& id) {
-    Mirror::Tell(StatusFlag::Jobs);
+    FarmClient::Tell(StatusFlag::Jobs);
     m_lists.SetAllDirty();
     JobWatcher::UpdateJob(id);
 }
@@ -238,7 +238,7 @@ void JobList::Empty(FreeOn where) {
         m_withWork = 0;
         CountMove();
     }
-    Mirror::Tell(StatusFlag::Jobs);
+    FarmClient::Tell(StatusFlag::Jobs);
     m_lists.Operate([](ListView& view) { view.OnListCleared(); });
     auto const free = [former] {
         for (Map& map : *former) {

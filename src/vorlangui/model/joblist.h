@@ -10,6 +10,7 @@
 #include <cstring>
 #include <functional>
 #include <map>
+#include <vector>
 
 namespace vorlan {
 
@@ -20,8 +21,8 @@ namespace Jobs {
 boost::shared_ptr<JobInfo> FindJobInfo(UID const& id);
 boost::shared_ptr<Job> GetJobA(UID const& id);
 // The unfinished ones in the order of their ids, then the finished ones.
-corekit::vector<UID> GetAllJobs();
-corekit::vector<UID> GetFinishedIDs();
+std::vector<UID> GetAllJobs();
+std::vector<UID> GetFinishedIDs();
 // `active` counts those with running work; `total` is all there are.
 void GetCounts(size_t& total, size_t& active, size_t& finished);
 } // namespace Jobs
@@ -53,7 +54,7 @@ public:
     // They come in pieces, each under the list's lock, so that nobody who wants the lock
     // waits for all of them: `visitor` is quick. One that is there all the while is not
     // missed, one that finishes meanwhile may come twice.
-    using Visitor = std::function<void(corekit::vector<ListedObject<JobInfo>> const&)>;
+    using Visitor = std::function<void(std::vector<ListedObject<JobInfo>> const&)>;
     void Visit(Visitor const& visitor) const;
     static constexpr size_t k_VisitedAtOnce = 1000;
     // Another number whenever a Job has come, gone or moved.
@@ -65,8 +66,8 @@ public:
 
 private:
     friend boost::shared_ptr<JobInfo> Jobs::FindJobInfo(UID const&);
-    friend corekit::vector<UID> Jobs::GetAllJobs();
-    friend corekit::vector<UID> Jobs::GetFinishedIDs();
+    friend std::vector<UID> Jobs::GetAllJobs();
+    friend std::vector<UID> Jobs::GetFinishedIDs();
     friend void Jobs::GetCounts(size_t&, size_t&, size_t&);
     // The nodes lie together, away from the Jobs' own memory: with 100,000 Jobs the
     // way down the tree is half as long then.

@@ -4,11 +4,12 @@
 #include <boost/shared_ptr.hpp>
 #include <corekit/callentry.h>
 #include <corekit/commonmutex.h>
-#include <corekit/containers.h>
 #include <corekit/uid.h>
 #include <vorlan/fwd.h>
 
 #include <algorithm>
+#include <set>
+#include <vector>
 
 namespace vorlan {
 
@@ -40,7 +41,7 @@ public:
     virtual void OnListCleared() = 0;
     virtual bool HasSelection() const { return false; }
     // A copy; those whose rows are gone are left out.
-    virtual corekit::set<UID> GetSelectedIDs() const { return {}; }
+    virtual std::set<UID> GetSelectedIDs() const { return {}; }
 
 private:
     std::atomic<unsigned char> m_dirty{1};
@@ -67,7 +68,7 @@ public:
     template <class Functor>
     Functor Operate(Functor functor) {
         CALL_ENTRY_NAMED("_ListList::Operate");
-        corekit::vector<Control*> const controls = m_controls;
+        std::vector<Control*> const controls = m_controls;
         for (Control* control : controls) {
             // Gone meanwhile, by what the functor did to another one.
             if (std::ranges::find(m_controls, control) != m_controls.end())
@@ -85,7 +86,7 @@ public:
 private:
     CommonMutex m_mutex;
     // Changed on the GUI thread under the mutex, so read there without it.
-    corekit::vector<Control*> m_controls;
+    std::vector<Control*> m_controls;
 };
 
 } // namespace vorlan

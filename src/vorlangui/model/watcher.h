@@ -2,9 +2,10 @@
 
 #include <atomic>
 #include <boost/shared_ptr.hpp>
-#include <corekit/containers.h>
 #include <corekit/rwlock.h>
 #include <corekit/uid.h>
+#include <map>
+#include <vector>
 
 namespace vorlan {
 
@@ -39,7 +40,7 @@ public:
 
 private:
     mutable RWLock m_lock{LockRank::WatcherRegistry};
-    corekit::map<UID, corekit::vector<Watcher*>> m_watchers; // guarded by m_lock
+    std::map<UID, std::vector<Watcher*>> m_watchers; // guarded by m_lock
 };
 
 } // namespace vorlan

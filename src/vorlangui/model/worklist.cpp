@@ -1,6 +1,6 @@
 #include "worklist.h"
 
-#include "mirror/mirror.h"
+#include "client/farmclient.h"
 
 #include <boost/multi_index/mem_fun.hpp>
 #include <boost/multi_index/ordered_index.hpp>
@@ -47,9 +47,9 @@ size_t CountOf(Index const& index, UID const& key) {
 }
 
 template <class Index>
-corekit::vector<WorkPtr> AllOf(Index const& index, UID const& key) {
+std::vector<WorkPtr> AllOf(Index const& index, UID const& key) {
     auto const [first, last] = index.equal_range(key);
-    return corekit::vector<WorkPtr>(first, last);
+    return std::vector<WorkPtr>(first, last);
 }
 
 } // namespace
@@ -81,7 +81,7 @@ WorkList::WorkList() : m_index(std::make_unique<Index>()) {
 WorkList::~WorkList() { DisconnectAll(); }
 
 void WorkList::Changed() {
-    Mirror::Tell(StatusFlag::Work);
+    FarmClient::Tell(StatusFlag::Work);
     m_lists.SetAllDirty();
 }
 
@@ -114,7 +114,7 @@ boost::shared_ptr<Job> WorkList::RemoveWork(UID const& work, UID& job, UID& engi
         info = *found;
         index.erase(found);
     }
-    Mirror::Tell(StatusFlag::Work);
+    FarmClient::Tell(StatusFlag::Work);
     job = info->work->parentID;
     String const unit = "{" + work.ToString() + "} " + info->work->Name();
     if (info->engine) {
@@ -148,8 +148,8 @@ void WorkList::RemoveJob(UID const& job) {
     Changed();
 }
 
-corekit::set<UID> WorkList::RemoveEngine(UID const& engine) {
-    corekit::set<UID> jobs;
+std::set<UID> WorkList::RemoveEngine(UID const& engine) {
+    std::set<UID> jobs;
     {
         RWLock::Writer const writer(m_lock);
         auto& index = m_index->all.get<ByEngine>();
@@ -170,7 +170,7 @@ void WorkList::Clear() {
         m_index.swap(empty);
     }
     empty.reset();
-    Mirror::Tell(StatusFlag::Work);
+    FarmClient::Tell(StatusFlag::Work);
     m_lists.Operate([](ListView& view) { view.OnListCleared(); });
 }
 
@@ -196,24 +196,24 @@ size_t WorkList::GetEngineCurrentCount(UID const& engine) const {
     return CountOf(m_index->all.get<ByEngine>(), engine);
 }
 
-corekit::vector<WorkPtr> WorkList::GetAllWork() const {
+std::vector<WorkPtr> WorkList::GetAllWork() const {
     RWLock::Reader const reader(m_lock);
     auto const& index = m_index->all.get<ByWork>();
-    return corekit::vector<WorkPtr>(index.begin(), index.end());
+    return std::vector<WorkPtr>(index.begin(), index.end());
 }
 
-corekit::vector<WorkPtr> WorkList::GetAllWorkForJob(UID const& job) const {
+std::vector<WorkPtr> WorkList::GetAllWorkForJob(UID const& job) const {
     RWLock::Reader const reader(m_lock);
     return AllOf(m_index->all.get<ByJob>(), job);
 }
 
-corekit::vector<WorkPtr> WorkList::GetAllWorkForEngine(UID const& engine) const {
+std::vector<WorkPtr> WorkList::GetAllWorkForEngine(UID const& engine) const {
     RWLock::Reader const reader(m_lock);
     return AllOf(m_index->all.get<ByEngine>(), engine);
 }
 
-corekit::vector<UID> WorkList::WorkUnderPriority(int priority) const {
-    corekit::vector<UID> ids;
+std::vector<UID> WorkList::WorkUnderPriority(int priority) const {
+    std::vector<UID> ids;
     RWLock::Reader const reader(m_lock);
     for (WorkPtr const& info : m_index->all.get<ByWork>()) {
         if (info->work->Priority() < priority)

@@ -6,6 +6,8 @@
 
 #include <corekit/signal.h>
 #include <memory>
+#include <set>
+#include <vector>
 #include <vorlan/messages.h>
 
 namespace vorlan {
@@ -45,7 +47,7 @@ public:
     // All units of a Job; all units on an Engine.
     void RemoveJob(UID const& job);
     // Gives the Jobs whose units those were.
-    corekit::set<UID> RemoveEngine(UID const& engine);
+    std::set<UID> RemoveEngine(UID const& engine);
     void Clear();
     // Notes the start, when it is one. Gives what was found.
     boost::shared_ptr<WorkInfo> SetStartTime(UID const& work, bool isStart, Time const& time);
@@ -54,11 +56,11 @@ public:
     size_t GetJobCurrentCount(UID const& job) const;
     size_t GetEngineCurrentCount(UID const& engine) const;
     // In the order of their ids.
-    corekit::vector<boost::shared_ptr<WorkInfo>> GetAllWork() const;
-    corekit::vector<boost::shared_ptr<WorkInfo>> GetAllWorkForJob(UID const& job) const;
-    corekit::vector<boost::shared_ptr<WorkInfo>> GetAllWorkForEngine(UID const& engine) const;
+    std::vector<boost::shared_ptr<WorkInfo>> GetAllWork() const;
+    std::vector<boost::shared_ptr<WorkInfo>> GetAllWorkForJob(UID const& job) const;
+    std::vector<boost::shared_ptr<WorkInfo>> GetAllWorkForEngine(UID const& engine) const;
     // In the order of their ids.
-    corekit::vector<UID> WorkUnderPriority(int priority) const;
+    std::vector<UID> WorkUnderPriority(int priority) const;
 
     _ListList<ListView>& Lists() { return m_lists; }
 

@@ -28,7 +28,7 @@ unsigned ListContents::operator[](UID const& id) const {
     return index_from_iterator(find_iterator(id));
 }
 
-void ListContents::Retain(corekit::set<UID>& ids) const {
+void ListContents::Retain(std::set<UID>& ids) const {
     // A search for each costs more than a walk along all when there are so many.
     constexpr size_t k_ManyPart = 16;
     Settle();

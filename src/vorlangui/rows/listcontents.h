@@ -1,10 +1,10 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <corekit/stablesort.h>
 #include <corekit/uid.h>
 #include <cstdint>
 #include <limits>
+#include <set>
 #include <vector>
 #include <vorlan/fwd.h>
 
@@ -31,7 +31,7 @@ public:
     unsigned operator[](UID const& id) const;
 
     // Takes out those that have no row. Many are done in one walk.
-    void Retain(corekit::set<UID>& ids) const;
+    void Retain(std::set<UID>& ids) const;
 
     // Behind the last row. An id that is there already stays where it is.
     void Insert(UID const& id);

@@ -54,7 +54,7 @@ size_t WorkRows::Count() { return WorkList::Get().Count(); }
 
 void EngineRows::Visit(Visitor const& visitor) {
     EngineList::Map const engines = EngineList::Get().Snapshot();
-    corekit::vector<ListedObject<Info>> all;
+    std::vector<ListedObject<Info>> all;
     for (auto const& [id, info] : engines)
         all.push_back({&id, &info, 0});
     visitor(all);
@@ -62,7 +62,7 @@ void EngineRows::Visit(Visitor const& visitor) {
 
 void WorkRows::Visit(Visitor const& visitor) {
     auto const units = WorkList::Get().GetAllWork();
-    corekit::vector<ListedObject<Info>> all;
+    std::vector<ListedObject<Info>> all;
     for (boost::shared_ptr<WorkInfo> const& info : units)
         all.push_back({&info->work->id, &info, 0});
     visitor(all);

@@ -6,6 +6,8 @@
 #include "rowset.h"
 #include "workcolumns.h"
 
+#include <vector>
+
 namespace vorlan {
 
 // The kinds of lists, for RowSet and the list controls: where the objects come from, what
@@ -14,7 +16,7 @@ namespace vorlan {
 struct JobRows {
     using Info = JobInfo;
     // Gets all objects in pieces, by their maps' numbers and in each by their ids.
-    using Visitor = std::function<void(corekit::vector<ListedObject<Info>> const&)>;
+    using Visitor = std::function<void(std::vector<ListedObject<Info>> const&)>;
     // An object counts its changes.
     static constexpr bool k_CountsChanges = true;
 
@@ -35,7 +37,7 @@ struct JobRows {
 
 struct EngineRows {
     using Info = EngineInfo;
-    using Visitor = std::function<void(corekit::vector<ListedObject<Info>> const&)>;
+    using Visitor = std::function<void(std::vector<ListedObject<Info>> const&)>;
     static constexpr bool k_CountsChanges = false;
 
     static void Visit(Visitor const& visitor);
@@ -53,7 +55,7 @@ struct EngineRows {
 
 struct WorkRows {
     using Info = WorkInfo;
-    using Visitor = std::function<void(corekit::vector<ListedObject<Info>> const&)>;
+    using Visitor = std::function<void(std::vector<ListedObject<Info>> const&)>;
     static constexpr bool k_CountsChanges = false;
 
     static void Visit(Visitor const& visitor);

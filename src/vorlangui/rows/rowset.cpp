@@ -86,7 +86,7 @@ void RowSet<Kind>::Collect() {
     former.entries.swap(m_entries);
     former.now.assign(former.entries.size(), k_Gone);
     m_entries.reserve(former.entries.size() + former.entries.size() / 8);
-    Kind::Visit([&](corekit::vector<ListedObject<Info>> const& objects) { TakeObjects(objects, former); });
+    Kind::Visit([&](std::vector<ListedObject<Info>> const& objects) { TakeObjects(objects, former); });
     if (former.kept == former.entries.size() && former.kept == m_entries.size())
         return;
     m_areRowsSame = false;
@@ -96,7 +96,7 @@ void RowSet<Kind>::Collect() {
 
 // What stands where it stood keeps its entry. Both sides are ordered by map and id.
 template <class Kind>
-void RowSet<Kind>::TakeObjects(corekit::vector<ListedObject<Info>> const& objects, Collecting& former) {
+void RowSet<Kind>::TakeObjects(std::vector<ListedObject<Info>> const& objects, Collecting& former) {
     std::vector<Entry>& entries = former.entries;
     size_t& at = former.at;
     for (size_t i = 0; i < objects.size(); ++i) {

@@ -8,6 +8,7 @@
 #include <boost/shared_ptr.hpp>
 #include <corekit/signal.h>
 #include <functional>
+#include <vector>
 
 namespace vorlan {
 
@@ -119,7 +120,7 @@ private:
     };
 
     void Collect();
-    void TakeObjects(corekit::vector<ListedObject<Info>> const& objects, Collecting& former);
+    void TakeObjects(std::vector<ListedObject<Info>> const& objects, Collecting& former);
     void IndexByID();
     bool HasToStartAnew(Request const& request) const;
     void StartKeys(Request const& request, Steps& steps);

@@ -81,7 +81,7 @@ void RepeatFile::AppendJob(Job const& job) {
     // Behind the newest entry, also when two pushes come within a millisecond or the
     // clock was set back.
     int64_t moment = Time::CurrentTime().Milliseconds();
-    if (corekit::vector<String> const sections = Sections(); !sections.empty())
+    if (std::vector<String> const sections = Sections(); !sections.empty())
         moment = std::max(moment, sections.back().Int() + 1);
     Job::ReadingScope const scope(job);
     InsertSection(String::From(moment));
@@ -148,7 +148,7 @@ boost::shared_ptr<Job> RepeatFile::RepeatJob(RepeatIterator const& entry) {
 }
 
 void RepeatFile::FillList(wxItemContainer& list) {
-    corekit::vector<String> const sections = Sections();
+    std::vector<String> const sections = Sections();
     for (auto section = sections.rbegin(); section != sections.rend(); ++section) {
         if (!HasKey(*section, p_Name))
             continue;

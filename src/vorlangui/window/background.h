@@ -1,5 +1,6 @@
-// Work that waits for something, away from the GUI thread.
 #pragma once
+
+// Work that waits for something, away from the GUI thread.
 
 #include <corekit/string.h>
 

@@ -1,7 +1,7 @@
 #include "buttonsection.h"
 
-#include "mirror/options.h"
-#include "toolbarbutton.h"
+#include "client/options.h"
+#include <wx/wxtoolbarbutton.h>
 
 #include <corekit/optionsfile.h>
 #include <corekit/sformat.h>

@@ -1,7 +1,7 @@
 #include "confirmclose.h"
 
-#include "mirror/componentcontrol.h"
-#include "mirror/options.h"
+#include "client/componentcontrol.h"
+#include "client/options.h"
 
 #include <vorlan/vorlanapp.h>
 #include <wx/intl.h>

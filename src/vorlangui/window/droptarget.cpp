@@ -1,7 +1,7 @@
 #include "droptarget.h"
 
+#include "client/options.h"
 #include "mainwindow.h"
-#include "mirror/options.h"
 
 #include <corekit/callentry.h>
 #include <vorlan/vorlanapp.h>
@@ -12,7 +12,7 @@ namespace vorlan {
 
 bool JobDropTarget::OnDropFiles(wxCoord, wxCoord, wxArrayString const& files) {
     CALL_ENTRY();
-    corekit::vector<Path> jobFiles;
+    std::vector<Path> jobFiles;
     for (wxString const& file : files) {
         if (wxFileName(file).GetExt().IsSameAs("VJ", false))
             jobFiles.push_back(Path(wxvString(file)));

@@ -1,6 +1,6 @@
 #include "infofacts.h"
 
-#include "mirror/mirror.h"
+#include "client/farmclient.h"
 #include "model/joblist.h"
 
 #include <algorithm>
@@ -65,7 +65,7 @@ ColorName EngineColor(EngineInfo const& engine) {
     return status > 0 ? ColorName::TextGreen : ColorName::Text;
 }
 
-String PoolNames(corekit::vector<UID> const& pools) {
+String PoolNames(std::vector<UID> const& pools) {
     String names;
     for (UID const& pool : pools)
         names += (names.Empty() ? "" : ", ") + PoolName(pool);

@@ -1,14 +1,16 @@
+#pragma once
+
 // What the info pane says of a thing: a heading, its state, and facts by their names.
 // Pure but for the mirrored lists that the things themselves ask.
-#pragma once
 
 #include "model/engineinfo.h"
 #include "model/jobinfo.h"
 #include "model/worklist.h"
 
-#include <corekit/containers.h>
 #include <corekit/string.h>
 #include <wx/wxvcolors.h>
+
+#include <vector>
 
 namespace vorlan {
 
@@ -22,7 +24,7 @@ struct InfoFacts {
     String heading;
     String state;
     ColorName stateColor = ColorName::Text;
-    corekit::vector<Fact> facts; // none has an empty value
+    std::vector<Fact> facts; // none has an empty value
 
     bool operator==(InfoFacts const&) const = default;
 };

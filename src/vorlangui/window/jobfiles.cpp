@@ -1,8 +1,8 @@
 // What MainWindow does with Job files: reads them off the GUI thread, and submits their
 // Jobs.
 #include "background.h"
+#include "client/outside.h"
 #include "mainwindow.h"
-#include "mirror/outside.h"
 
 #include <boost/make_shared.hpp>
 #include <corekit/callentry.h>
@@ -21,7 +21,7 @@ namespace {
 constexpr size_t k_MostNames = 12;
 
 struct LoadedFile {
-    corekit::vector<boost::shared_ptr<Job>> jobs;
+    std::vector<boost::shared_ptr<Job>> jobs;
     String failure; // empty: there was none
 };
 
@@ -35,7 +35,7 @@ LoadedFile Load(Path const& path) {
     return loaded;
 }
 
-wxString NamesOf(corekit::vector<boost::shared_ptr<Job>> const& jobs) {
+wxString NamesOf(std::vector<boost::shared_ptr<Job>> const& jobs) {
     wxString names;
     for (size_t i = 0; i < jobs.size() && i < k_MostNames; ++i)
         names += wxvText(jobs[i]->Name()) + "\n";
@@ -46,7 +46,7 @@ wxString NamesOf(corekit::vector<boost::shared_ptr<Job>> const& jobs) {
 
 } // namespace
 
-void MainWindow::LoadJobFiles(corekit::vector<Path> const& files, bool immediate) {
+void MainWindow::LoadJobFiles(std::vector<Path> const& files, bool immediate) {
     CALL_ENTRY();
     if (!files.empty() && !Outside::Get().IsConnected()) {
         // Not now: the program that the files come from waits for the end of the drop.
@@ -71,7 +71,7 @@ void MainWindow::LoadJobFiles(corekit::vector<Path> const& files, bool immediate
     }
 }
 
-void MainWindow::TakeJobs(corekit::vector<boost::shared_ptr<Job>> const& jobs, bool immediate) {
+void MainWindow::TakeJobs(std::vector<boost::shared_ptr<Job>> const& jobs, bool immediate) {
     CALL_ENTRY();
     if (jobs.empty())
         return;

@@ -1,6 +1,6 @@
 #include "mainsplitter.h"
 
-#include "mirror/options.h"
+#include "client/options.h"
 
 #include <cmath>
 #include <vorlan/vorlanapp.h>

@@ -1,13 +1,13 @@
 #include "mainwindow.h"
 
+#include "client/options.h"
+#include "client/outside.h"
 #include "confirmclose.h"
 #include "core/vorlangui.h"
 #include "droptarget.h"
 #include "infopane.h"
 #include "mainsplitter.h"
 #include "messagepane.h"
-#include "mirror/options.h"
-#include "mirror/outside.h"
 #include "refusals.h"
 #include "selecttimer.h"
 #include "toolbar.h"
@@ -34,7 +34,7 @@ namespace vorlan {
 
 namespace {
 
-const wxSize k_SmallestWindow(640, 400);
+wxSize const k_SmallestWindow(640, 400);
 constexpr int k_AdministratorWidth = 125;
 constexpr int k_ConnectionWidth = 300;
 
@@ -46,7 +46,7 @@ MainWindow* MainWindow::s_window = nullptr;
 constinit MainWindow::Idle MainWindow::s_Idle;
 
 MainWindow::MainWindow(wxString const& title, wxPoint const& position, wxSize const& size)
-    : wxVorlanFrame(nullptr, title, position, size, k_WindowSection), m_master(Mirror::Get()->Master()) {
+    : wxVorlanFrame(nullptr, title, position, size, k_WindowSection), m_master(FarmClient::Get()->Master()) {
     CALL_ENTRY();
     wxWindowUpdateLocker const freeze(this);
     wxSystemOptions::SetOption("mac.listctrl.always_use_generic", 1);
@@ -212,14 +212,14 @@ void MainWindow::ForgetSelection() {
 void MainWindow::ClearData() {
     CALL_ENTRY();
     ForgetSelection();
-    if (Mirror* const mirror = Mirror::Get())
+    if (FarmClient* const mirror = FarmClient::Get())
         mirror->ClearLists();
 }
 
 void MainWindow::RefreshData() {
     CALL_ENTRY();
     ForgetSelection();
-    if (Mirror* const mirror = Mirror::Get())
+    if (FarmClient* const mirror = FarmClient::Get())
         mirror->Reload();
 }
 

@@ -1,14 +1,14 @@
 #pragma once
 
-#include "command.h"
+#include "client/mastersettings.h"
+#include "commands/command.h"
 #include "core/enginemode.h"
-#include "mirror/mastersettings.h"
 #include "selecthistory.h"
 
-#include <corekit/containers.h>
 #include <corekit/path.h>
 #include <corekit/signal.h>
 #include <set>
+#include <vector>
 #include <wx/wxvorlanframe.h>
 
 class wxListEvent;
@@ -71,10 +71,10 @@ public:
 
     // Reads Job files on a thread of the pool, one after the other. Their Jobs are sent
     // at once, or when the user has agreed. A file that is none is told of.
-    void LoadJobFiles(corekit::vector<Path> const& files, bool immediate);
+    void LoadJobFiles(std::vector<Path> const& files, bool immediate);
     void LoadJobFile(Path const& file, bool immediate) { LoadJobFiles({file}, immediate); }
     // Sends them, or asks first whether to.
-    void TakeJobs(corekit::vector<boost::shared_ptr<Job>> const& jobs, bool immediate);
+    void TakeJobs(std::vector<boost::shared_ptr<Job>> const& jobs, bool immediate);
 
     InfoPane* Info() { return m_info; }
     // Null before the panes have been built.

@@ -17,7 +17,7 @@ constexpr int k_RemarkWidth = 560;
 constexpr int k_Margin = 24;
 } // namespace
 
-MessagePane::MessagePane(wxWindow* parent, wxString const& heading, corekit::vector<wxString> const& lines)
+MessagePane::MessagePane(wxWindow* parent, wxString const& heading, std::vector<wxString> const& lines)
     : wxvPanel(parent, ColorName::WindowBGDarker) {
     auto* column = new wxBoxSizer(wxVERTICAL);
     auto const centred = [this](int above) { return wxSizerFlags().Centre().Border(wxTOP, FromDIP(above)); };
@@ -63,8 +63,8 @@ void MessagePane::WrapRemark() {
     m_remark->Wrap(width);
 }
 
-corekit::vector<wxString> MessagePane::Texts() const {
-    corekit::vector<wxString> texts;
+std::vector<wxString> MessagePane::Texts() const {
+    std::vector<wxString> texts;
     for (wxStaticText const* text : m_texts) {
         if (text != m_remark)
             texts.push_back(text->GetLabelText());

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <corekit/containers.h>
 #include <wx/stattext.h>
 #include <wx/wxvpanel.h>
+
+#include <vector>
 
 namespace vorlan {
 
@@ -10,13 +11,13 @@ namespace vorlan {
 // Owner: the MainWindow. Thread: the GUI thread.
 class MessagePane : public wxvPanel {
 public:
-    MessagePane(wxWindow* parent, wxString const& heading, corekit::vector<wxString> const& lines);
+    MessagePane(wxWindow* parent, wxString const& heading, std::vector<wxString> const& lines);
 
     // A quiet line below the others; empty takes it away.
     void SetRemark(wxString const& remark);
     wxString const& Remark() const { return m_remarkText; }
     // The heading and all lines, as they are shown.
-    corekit::vector<wxString> Texts() const;
+    std::vector<wxString> Texts() const;
 
     void ApplyColors() override;
 
@@ -25,7 +26,7 @@ private:
     // Breaks the remark where the pane is too narrow for it.
     void WrapRemark();
 
-    corekit::vector<wxStaticText*> m_texts;
+    std::vector<wxStaticText*> m_texts;
     wxStaticText* m_remark;
     wxString m_remarkText;
     int m_wrappedAt = 0;

@@ -3,11 +3,12 @@
 #include "mainwindow.h"
 
 #include <corekit/commonmutex.h>
-#include <corekit/containers.h>
 #include <wx/app.h>
 #include <wx/intl.h>
 #include <wx/wxvmessagedlg.h>
 #include <wx/wxvtext.h>
+
+#include <set>
 
 namespace vorlan {
 
@@ -17,8 +18,8 @@ constexpr size_t k_MostReasons = 8; // of one box
 
 struct Refusals {
     CommonMutex mutex;
-    corekit::set<String> waiting; // guarded by mutex
-    bool isOpen = false;          // GUI thread only
+    std::set<String> waiting; // guarded by mutex
+    bool isOpen = false;      // GUI thread only
 };
 
 Refusals& Gathered() {

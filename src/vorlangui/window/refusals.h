@@ -1,5 +1,6 @@
-// What the Master has refused, told to people.
 #pragma once
+
+// What the Master has refused, told to people.
 
 #include <corekit/string.h>
 

@@ -10,7 +10,7 @@ namespace {
 constexpr size_t k_LookBack = 4;
 } // namespace
 
-boost::shared_ptr<corekit::vector<UID> const> SelectHistory::Shared(corekit::set<UID> const& selected) {
+boost::shared_ptr<std::vector<UID> const> SelectHistory::Shared(std::set<UID> const& selected) {
     size_t const looked = std::min<size_t>(m_entries.size(), k_LookBack);
     for (size_t back = 1; back <= looked; ++back) {
         auto const& former = m_entries[m_entries.size() - back].selected;
@@ -18,7 +18,7 @@ boost::shared_ptr<corekit::vector<UID> const> SelectHistory::Shared(corekit::set
             return former;
     }
     m_keptIDs += selected.size();
-    return boost::make_shared<corekit::vector<UID> const>(selected.begin(), selected.end());
+    return boost::make_shared<std::vector<UID> const>(selected.begin(), selected.end());
 }
 
 void SelectHistory::Forget(SelectHistoryEntry const& entry) {
@@ -26,7 +26,7 @@ void SelectHistory::Forget(SelectHistoryEntry const& entry) {
         m_keptIDs -= entry.selected->size();
 }
 
-void SelectHistory::Push(int kind, int list, UID const& anchor, corekit::set<UID> const& selected) {
+void SelectHistory::Push(int kind, int list, UID const& anchor, std::set<UID> const& selected) {
     while (m_current + 1 < m_entries.size()) {
         Forget(m_entries.back());
         m_entries.pop_back();

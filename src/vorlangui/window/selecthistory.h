@@ -1,11 +1,13 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
-#include <corekit/containers.h>
 #include <corekit/uid.h>
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <set>
+#include <unordered_map>
+#include <vector>
 #include <vorlan/fwd.h>
 
 namespace vorlan {
@@ -25,9 +27,9 @@ struct SelectHistoryEntry {
     int list = 0; // its window id; 0: none
     UID anchor;   // the row that the info pane followed
     // In order; never null. Entries near each other share it if it is the same.
-    boost::shared_ptr<corekit::vector<UID> const> selected;
+    boost::shared_ptr<std::vector<UID> const> selected;
 
-    corekit::set<UID> Selected() const { return {selected->begin(), selected->end()}; }
+    std::set<UID> Selected() const { return {selected->begin(), selected->end()}; }
 };
 
 // SelectHistory is the way back through what has been selected, and forth again.
@@ -40,7 +42,7 @@ public:
     static constexpr size_t k_MostIDs = 2'000'000;
 
     // A new selection; what lay ahead of the current one is gone.
-    void Push(int kind, int list, UID const& anchor, corekit::set<UID> const& selected);
+    void Push(int kind, int list, UID const& anchor, std::set<UID> const& selected);
 
     bool HasFormer() const { return m_current != 0 && m_current < m_entries.size(); }
     bool HasLater() const { return !m_entries.empty() && m_current + 1 < m_entries.size(); }
@@ -54,7 +56,7 @@ public:
 
 private:
     // That of an entry shortly before if it is the same.
-    boost::shared_ptr<corekit::vector<UID> const> Shared(corekit::set<UID> const& selected);
+    boost::shared_ptr<std::vector<UID> const> Shared(std::set<UID> const& selected);
     void Forget(SelectHistoryEntry const& entry);
 
     std::deque<SelectHistoryEntry> m_entries;
@@ -81,7 +83,7 @@ private:
     int m_list = 0;
     // The rows by when they came, and when each came: 100,000 may come and go at once.
     std::map<uint64_t, int> m_rows;
-    corekit::unordered_map<int, uint64_t> m_came;
+    std::unordered_map<int, uint64_t> m_came;
     uint64_t m_count = 0;
 };
 

@@ -72,7 +72,7 @@ void MainWindow::OnDeselectTimeout(wxTimerEvent&) {
 
 void MainWindow::_PushSelect(int kind, int list, UID const& anchor) {
     ListCtrlBase const* const control = FindList(*this, list);
-    m_history.Push(kind, list, anchor, control ? control->GetSelectedIDs() : corekit::set<UID>());
+    m_history.Push(kind, list, anchor, control ? control->GetSelectedIDs() : std::set<UID>());
 }
 
 bool MainWindow::ShowSelected(InfoPane& pane, int kind, UID const& id) {

@@ -1,7 +1,7 @@
 #include "toolbar.h"
 
 #include "buttonsection.h"
-#include "toolbarbutton.h"
+#include <wx/wxtoolbarbutton.h>
 
 #include <algorithm>
 #include <wx/dcclient.h>

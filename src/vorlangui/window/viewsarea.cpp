@@ -1,10 +1,10 @@
 #include "viewsarea.h"
 
+#include "client/options.h"
 #include "lists/enginelistctrl.h"
 #include "lists/joblistctrl.h"
 #include "lists/worklistctrl.h"
 #include "mainwindow.h"
-#include "mirror/options.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,6 @@
-// The text of a date and time of the local zone: 2026-11-21 06:43:00.
 #pragma once
+
+// The text of a date and time of the local zone: 2026-11-21 06:43:00.
 
 #include <corekit/string.h>
 #include <corekit/time.h>

@@ -1,5 +1,6 @@
-// The arithmetic of the number controls, without windows.
 #pragma once
+
+// The arithmetic of the number controls, without windows.
 
 #include <corekit/optionmap.h>
 #include <corekit/string.h>

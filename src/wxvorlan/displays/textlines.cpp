@@ -110,8 +110,8 @@ std::pair<int, int> TextLines::WordAt(TextPosition position) const {
     return {from, to};
 }
 
-corekit::vector<std::pair<int, int>> TextLines::Hits(int line, corekit::String const& term) const {
-    corekit::vector<std::pair<int, int>> hits;
+std::vector<std::pair<int, int>> TextLines::Hits(int line, corekit::String const& term) const {
+    std::vector<std::pair<int, int>> hits;
     corekit::String const& text = At(line).text;
     size_t at = term.empty() ? corekit::String::npos : text.FindNoCase(term);
     if (at == corekit::String::npos)

@@ -1,10 +1,12 @@
-// The lines of a text display, what is selected in them, and the search through them.
 #pragma once
 
+// The lines of a text display, what is selected in them, and the search through them.
+
 #include <compare>
-#include <corekit/containers.h>
 #include <corekit/string.h>
+#include <deque>
 #include <utility>
+#include <vector>
 #include <wx/string.h>
 #include <wx/wxvcolors.h>
 
@@ -53,10 +55,10 @@ public:
     std::pair<int, int> WordAt(TextPosition position) const;
 
     // Where `term` stands in the line as it is shown, any case: from and to.
-    corekit::vector<std::pair<int, int>> Hits(int line, corekit::String const& term) const;
+    std::vector<std::pair<int, int>> Hits(int line, corekit::String const& term) const;
 
 private:
-    corekit::deque<Line> m_lines;
+    std::deque<Line> m_lines;
 };
 
 enum class TextDirection { Forward, Backward };

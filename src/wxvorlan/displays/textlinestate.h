@@ -1,5 +1,6 @@
-// The state of a text display and the places of its parts; both pure.
 #pragma once
+
+// The state of a text display and the places of its parts; both pure.
 
 #include "textlines.h"
 
@@ -33,7 +34,7 @@ struct TextLineState {
     double evenWidth = 0; // of a character, in pixels; 0: the font has several widths
     wxString emptyText;
     int quietWords = 0; // at the begin of each line
-    int widest = 0; // pixels, of the lines that have been seen
+    int widest = 0;     // pixels, of the lines that have been seen
 
     // Selected characters, from where the mouse went down to where it is.
     TextPosition anchor;

@@ -4,6 +4,7 @@
 #include "liststate.h"
 
 #include <optional>
+#include <vector>
 
 class wxRegion;
 

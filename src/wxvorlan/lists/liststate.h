@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <set>
+#include <vector>
 #include <wx/string.h>
 #include <wx/wxdblistctrl.h>
 

@@ -1,5 +1,6 @@
-// The toolkit's headers, which do not compile without warnings.
 #pragma once
+
+// The toolkit's headers, which do not compile without warnings.
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wpedantic"

@@ -1,5 +1,6 @@
-// What the toolkit's drop-down lists can do and wxWidgets does not offer.
 #pragma once
+
+// What the toolkit's drop-down lists can do and wxWidgets does not offer.
 
 class wxWindow;
 

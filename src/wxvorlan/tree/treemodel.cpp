@@ -240,8 +240,8 @@ void wxDBTreeModel::Select(Item* item, bool on) {
         m_selected.erase(item);
 }
 
-corekit::vector<int> wxDBTreeModel::SelectedRows() const {
-    corekit::vector<int> rows;
+std::vector<int> wxDBTreeModel::SelectedRows() const {
+    std::vector<int> rows;
     rows.reserve(m_selected.size());
     for (Item const* const item : m_selected) {
         if (item->m_row >= 0)

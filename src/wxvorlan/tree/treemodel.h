@@ -2,6 +2,9 @@
 
 #include <wx/wxdbtreelistctrl.h>
 
+#include <unordered_set>
+#include <vector>
+
 // wxDBTreeModel is the tree behind a tree list and the rows that it makes; no window.
 // Owner: a tree list. Thread: the GUI thread.
 // Always: items that were removed live until the rows have been made anew, so that a
@@ -57,12 +60,12 @@ public:
 
     bool IsSelected(Item const* item) const { return item->m_selected; }
     void Select(Item* item, bool on);
-    corekit::vector<int> SelectedRows() const;
+    std::vector<int> SelectedRows() const;
     // Takes what has no row out of the selection; true when there was something.
     bool DropUnseenSelection();
 
 private:
-    using Paths = corekit::unordered_set<corekit::String>;
+    using Paths = std::unordered_set<corekit::String>;
 
     Item* Own(Item* parent, ItemPtr& item);
     void CollectRows();
@@ -74,11 +77,11 @@ private:
     static void VisitParents(Item* item, corekit::String const& path, Visit const& visit);
 
     ItemPtr m_root;
-    corekit::vector<Item*> m_rows;
-    corekit::vector<ItemPtr> m_removed;
-    corekit::unordered_set<Item*> m_selected;
+    std::vector<Item*> m_rows;
+    std::vector<ItemPtr> m_removed;
+    std::unordered_set<Item*> m_selected;
     // The items that are not as they begin.
-    corekit::vector<Paths> m_expandStates;
+    std::vector<Paths> m_expandStates;
     size_t m_size = 0;
     bool m_stale = false;
     bool m_hasLevels = false;

@@ -153,8 +153,8 @@ bool wxDBTreeListCtrl::HasExpandState() const { return m_model->HasExpandState()
 
 // --- Selection.
 
-corekit::vector<wxDBTreeListItem*> wxDBTreeListCtrl::GetSelectedItems() {
-    corekit::vector<Item*> items;
+std::vector<wxDBTreeListItem*> wxDBTreeListCtrl::GetSelectedItems() {
+    std::vector<Item*> items;
     for (int const row : GetSelection())
         items.push_back(RowItem(row));
     return items;

@@ -1,0 +1,99 @@
+// The start and the stop of the components: the sources are asked here, the decision
+// is componentcontrol's.
+#include "componentcontrol.h"
+#include "farmclient.h"
+#include "options.h"
+#include "outside.h"
+
+#include <corekit/callentry.h>
+#include <corekit/log.h>
+#include <vorlan/vorlanapp.h>
+
+namespace vorlan {
+
+void FarmClient::_StartComponent(int component, int masterRequest) {
+    CALL_ENTRY();
+    char const* const key = StartKey(component);
+    if (!key)
+        return;
+    OptionsFile& options = VorlanApp::GetOptions();
+    String const name = Components::GetName(component);
+    StartSources sources;
+    if (m_commandLineInUse && m_commandLineInUse->HasSwitch(key))
+        sources.commandLine = m_commandLineInUse->GetArgument(key, 0, k_StartAndStop);
+    sources.firstRun = options.GetValue(k_Configuration, k_OptionVersion, 0u) == 0;
+    sources.localOption = options.GetValue(k_Configuration, key, int{k_StartNotSet});
+    sources.masterRequest = masterRequest;
+    sources.storedDefault = options.GetValue(k_MasterDefaultStartup, name, HardCodedStart(component));
+
+    StartDecision const decision = DecideStart(sources);
+    if (decision.writeNotSet)
+        options.SetValue(k_Configuration, key, int{k_StartNotSet});
+    if (decision.Start()) {
+        LogStatus(decision.source + " requesting to start component: " + name);
+        Outside::Get().StartComponent(component);
+        return;
+    }
+    LogStatus(decision.source + " requesting not to start component: " + name +
+              " (start = " + String::From(decision.value) + ")");
+    bool const isServing = component == k_ComponentMaster && Outside::Get().IsThisTheMaster();
+    if (decision.Stop() && !isServing)
+        Outside::Get().StopComponent(component);
+}
+
+void FarmClient::_StopComponent(int component) {
+    CALL_ENTRY();
+    char const* const key = StartKey(component);
+    if (!key)
+        return;
+    std::optional<int> masterDefault;
+    if (boost::shared_ptr<MasterDefaultStartupMsg> const message = MasterDefaultStartup()) {
+        if (auto const found = message->components.find(component); found != message->components.end())
+            masterDefault = found->second;
+    }
+    StopDecision const decision = DecideStop(
+        component, VorlanApp::GetOptions().GetValue(k_Configuration, key, int{k_StartNotSet}), masterDefault);
+    String const name = Components::GetName(component);
+    if (decision.Stop()) {
+        LogStatus(decision.source + " set to stop component: " + name);
+        Outside::Get().StopComponent(component);
+    } else {
+        LogStatus(decision.source + " set not to stop component: " + name +
+                  " (disposition = " + String::From(decision.disposition) + ")");
+    }
+}
+
+boost::shared_ptr<MasterDefaultStartupMsg> FarmClient::MasterDefaultStartup() const {
+    CommonMutex::Lock const lock(m_startupMutex);
+    return m_masterStartup;
+}
+
+void FarmClient::ForgetMasterDefaultStartup() {
+    CommonMutex::Lock const lock(m_startupMutex);
+    m_masterStartup.reset();
+}
+
+void FarmClient::OnMasterDefaultStartupMsg(boost::shared_ptr<MasterDefaultStartupMsg> const& message) {
+    CALL_ENTRY();
+    LogSystem("----- Processing MasterDefaultStartupMsg: -----");
+    OptionsFile::PauseAutoWrite const pause(VorlanApp::GetOptions());
+    {
+        CommonMutex::Lock const lock(m_startupMutex);
+        m_masterStartup = message;
+    }
+    for (auto const& [component, value] : message->components) {
+        if (!StartKey(component))
+            continue;
+        String const name = Components::GetName(component);
+        if (value == k_StartNot && component == k_ComponentMaster && Outside::Get().IsThisTheMaster()) {
+            LogSystem("... Ignoring Master no-start request because this machine is the Master");
+            continue;
+        }
+        LogInfo("..." + name + " set to " + StartValueText(value));
+        _StartComponent(component, value);
+        VorlanApp::GetOptions().SetValue(k_MasterDefaultStartup, name, value);
+    }
+    ResetIdleTime();
+}
+
+} // namespace vorlan

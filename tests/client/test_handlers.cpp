@@ -1,0 +1,185 @@
+// What the messages do beyond the lists' own rows: the Master's settings, Pools, units that
+// share their Job's values, Engines' logs, and the marks for the displays.
+#include "clienttest.h"
+
+#include "model/enginewatcher.h"
+#include "model/jobwatcher.h"
+
+#include <corekit/tick.h>
+#include <vorlan/events.h>
+#include <vorlan/jobfactory.h>
+#include <vorlan/keys.h>
+#include <vorlan/product.h>
+
+namespace vorlan {
+
+namespace {
+
+struct PoolEvents : HasSlots<> {
+    PoolEvents() {
+        ChangePoolEvt::Signal().Connect(this, [this](ChangePoolEvt& event) { seen.push_back("is " + event.name); });
+        DeletePoolEvt::Signal().Connect(
+            this, [this](DeletePoolEvt& event) { seen.push_back((event.known ? "was " : "no ") + event.name); });
+    }
+    ~PoolEvents() override { DisconnectAll(); }
+    std::vector<String> seen;
+};
+
+// The FarmClient with the windows' part written down.
+struct Noting : FarmClient {
+    ~Noting() override { DisconnectAll(); }
+    void ResetIdleTime() override { seen.push_back("heard"); }
+    void OnRestrictionsChanged() override { seen.push_back("restrictions"); }
+    void ShowReport(String const& title, String const& text) override { seen.push_back(title + "|" + text); }
+    std::vector<String> seen;
+};
+
+} // namespace
+
+class HandlersTest : public MirrorTest {};
+
+TEST_F(HandlersTest, TheMastersSettingsAreKept) {
+    UID const product = UID::FromName("product");
+    for (auto const& [section, options] :
+         std::initializer_list<std::pair<String, OptionMap>>{{o_Distribution, {{"FIFO", "1"}, {"Other", "x"}}},
+                                                             {o_Distribution, {{"fifo", "0"}}},
+                                                             {"distribution", {{"Other", "not this section"}}},
+                                                             {"Elsewhere", {{"Other", "nor this one"}}},
+                                                             {product.ToString(), {{"Path", "/a"}, {"Old", "1"}}},
+                                                             {product.ToString(), {{"Path", "/b"}}}})
+        Say<SetMasterOptionsMsg>([&section = section, &options = options](auto& message) {
+            message.section = section;
+            message.options = options;
+        });
+    EXPECT_EQ(mirror.Master().Options(), (OptionMap{{"FIFO", "0"}, {"Other", "x"}}));
+    EXPECT_EQ(mirror.Master().ProductOptions(product), (OptionMap{{"Path", "/b"}})) << "as a whole";
+    for (auto const& [name, limit] : {std::pair("a", 3), std::pair("b", 5)})
+        Say<SetMasterLimitsMsg>(
+            [&name = name, &limit = limit](auto& message) { message.limits[UID::FromName(name)] = limit; });
+    EXPECT_EQ(mirror.Master().Limits(), (std::map<UID, int>{{UID::FromName("b"), 5}})) << "as a whole";
+}
+
+TEST_F(HandlersTest, TheWindowsHearWhatConcernsThem) {
+    Noting windows;
+    windows.ConnectMessages();
+    Say<SetMasterRestrictionsMsg>([](auto& message) { message.restrictions["DeleteJob"] = true; });
+    EXPECT_TRUE(windows.Master().Restricts("deletejob"));
+    Say<DispatchResultMsg>([](auto& message) { message.report = "line one\nline two"; });
+    Say(MasterInfoMsg::New());
+    Say(MasterDefaultStartupMsg::New());
+    EXPECT_EQ(windows.seen,
+              (std::vector<String>{"restrictions", "Dispatch Report|line one\nline two", "heard", "heard"}));
+}
+
+TEST_F(HandlersTest, PoolsComeAndGoByEvents) {
+    UID const known = UID::FromName("known");
+    UID const unknown = UID::FromName("unknown");
+    PoolEvents events;
+    Say<PoolMsg>([&](auto& message) { message.pools[known] = "Fast"; });
+    for (UID const& pool : {known, known, unknown})
+        Say<DeletePoolMsg>([&](auto& message) { message.pool = pool; });
+    EXPECT_EQ(events.seen,
+              (std::vector<String>{"is Fast", "was Fast", "no " + known.ToString(), "no " + unknown.ToString()}));
+    EXPECT_TRUE(mirror.Pools().empty());
+}
+
+TEST_F(HandlersTest, ResetFailuresAreToldToBothSides) {
+    UID const engine = AddEngine("engine");
+    auto const info = AddJob("job");
+    UID const& job = info->job->id;
+    Counting<JobWatcher> jobWatcher(info);
+    Counting<EngineWatcher> engineWatcher(EngineList::Get().FindEngine(engine));
+    for (int reset = 1; reset <= 2; ++reset) {
+        Failures::Add(job, UID::FromName("product"), engine, Time(1));
+        if (reset == 1)
+            Say<ResetEngineFailuresMsg>([&](auto& message) { message.engine = engine; });
+        else
+            Say<ResetJobFailuresMsg>([&](auto& message) { message.job = job; });
+        EXPECT_EQ(Failures::JobFailureCount(job), 0u);
+        Tick::s_Timer0250.Emit();
+        EXPECT_EQ(jobWatcher.updates, reset);
+        EXPECT_EQ(engineWatcher.updates, reset);
+    }
+}
+
+TEST_F(HandlersTest, UnitsShareTheirJobsValues) {
+    auto product = boost::make_shared<Product>("Painter", UID::FromName("painter"), false);
+    product->NewParam(Parameter::t_Text).SetName("Scene");
+    MutableParameterInfo seed = product->NewParam(Parameter::t_Signed);
+    seed.SetName("Seed");
+    seed.SetFlags(Parameter::f_JobParameter | Parameter::f_NoParentUpdate);
+    product->ClearCache();
+    JobFactory::s_JobFactory->SetProduct(product);
+    auto const job = AddJob("job")->job;
+    auto const unit = Unit("unit", job->id);
+    for (auto const& each : {job, unit})
+        each->SetParameter(p_Type, product->Type().ToString());
+    unit->SetParameter("Seed", "1");
+    Assign(unit, AddEngine("engine"));
+    View view;
+    WorkList::Get().Lists().Add(&view);
+    view.TakeDirty();
+
+    for (auto const& [name, shared] :
+         {std::pair("Scene", true), std::pair("Seed", false), std::pair("Nothing", false)}) {
+        Value(job->id, name, "one value");
+        EXPECT_EQ(unit->Get(name, false) == "one value", shared) << name;
+        EXPECT_EQ(view.TakeDirty(), shared) << name;
+    }
+    auto const whole = NewJob("job", Paused);
+    whole->SetValues({{p_Type, product->Type().ToString()}, {"Scene", "whole"}, {"Seed", "2"}});
+    Say(JobMsg::Create(whole));
+    EXPECT_EQ(unit->Get("Scene", false), "whole");
+    EXPECT_EQ(unit->Get("Seed", false), "1");
+    EXPECT_EQ(unit->Name(), "unit");
+    EXPECT_EQ(unit->Status(), Assigned);
+    EXPECT_TRUE(view.TakeDirty());
+    WorkList::Get().Lists().Remove(&view);
+    JobFactory::s_JobFactory->RemoveProduct(product->Type());
+}
+
+TEST_F(HandlersTest, AnEnginesLogKeepsItsLastLines) {
+    UID const id = AddEngine("engine");
+    struct Changes : HasSlots<> {
+        ~Changes() override { DisconnectAll(); }
+        void OnChange(UID const& engine) { seen.push_back(engine); }
+        std::vector<UID> seen;
+    } changes;
+    EngineList::Get().LogChanged().Connect(&changes, &Changes::OnChange);
+    Options().SetValue(o_Setup, o_MaxEngineHistoryItems, 2);
+    for (UID const& engine : {id, UID::FromName("nobody")}) {
+        Say<EngineHistoryMsg>([&](auto& message) {
+            message.engine = engine;
+            for (char const* line : {"1", "2", "3"})
+                message.history.Push({Time(1), line}, 100);
+        });
+        Say<EngineHistoryElementMsg>([&](auto& message) {
+            message.engine = engine;
+            message.element = {Time(2), "4"};
+        });
+    }
+    auto const info = EngineList::Get().FindEngine(id);
+    ASSERT_EQ(info->history.size(), 2u);
+    EXPECT_EQ(info->history[0].message, "3");
+    EXPECT_EQ(info->history[1].message, "4");
+    EXPECT_EQ(changes.seen, (std::vector<UID>{id, id}));
+}
+
+TEST_F(HandlersTest, WhatMayShowInARowMarksTheDisplays) {
+    View jobs;
+    View engines;
+    JobList::Get().Lists().Add(&jobs);
+    EngineList::Get().Lists().Add(&engines);
+    jobs.TakeDirty();
+    engines.TakeDirty();
+    Finish(UID::FromName("unknown"), Finished);
+    EXPECT_TRUE(jobs.TakeDirty());
+    EXPECT_TRUE(engines.TakeDirty());
+    CommonEngine::SetDefaultEngine(Engine());
+    EXPECT_FALSE(jobs.TakeDirty());
+    EXPECT_TRUE(engines.TakeDirty()) << "what the Engines follow of it shows in their rows";
+    JobList::Get().Lists().Remove(&jobs);
+    EngineList::Get().Lists().Remove(&engines);
+}
+
+} // namespace vorlan
