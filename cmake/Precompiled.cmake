@@ -5,7 +5,9 @@
 function(vorlan_precompiled name header)
   add_library(${name} OBJECT ${PROJECT_SOURCE_DIR}/cmake/pch.cpp)
   target_link_libraries(${name} PRIVATE vorlan_flags Threads::Threads Boost::headers ${ARGN})
-  target_precompile_headers(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/${header})
+  # Named without its path: the same text in each checkout, so that the cache serves them all.
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake)
+  target_precompile_headers(${name} PRIVATE <${header}>)
 endfunction()
 
 vorlan_precompiled(pch pch.h)
