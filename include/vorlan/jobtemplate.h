@@ -9,9 +9,6 @@
 
 namespace vorlan {
 
-class Job;
-class Product;
-
 // Texts with references to values, as Products, custom columns and event commands have them:
 //
 //   $(Name)                the value; nothing when there is none
@@ -56,8 +53,6 @@ struct ExpandedTemplate {
 
 String ExpandTemplate(String const& text, TemplateValues const& values);
 String ExpandTemplate(String const& text, std::function<bool(std::string_view name, String& value)> const& find);
-// With this Job's values and the Product's defaults; the product may be null.
-String ExpandTemplate(String const& text, Job const& job, Product const* product);
 // The pieces, for whoever must treat values and template text differently.
 ExpandedTemplate ExpandPieces(String const& text, TemplateValues const& values);
 

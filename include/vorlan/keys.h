@@ -57,6 +57,7 @@ inline constexpr char const* p_Password = "Password";
 
 // Event commands of a Job.
 inline constexpr char const* p_DeleteJobEvt = "DeleteJobEvt";
+inline constexpr char const* p_FinishedJobEvt = "FinishedJobEvt"; // an Engine's own
 inline constexpr char const* p_FirstWorkEvt = "FirstWorkEvt";
 inline constexpr char const* p_JobAssignWorkEvt = "JobAssignWorkEvt";
 inline constexpr char const* p_JobFinishedEvt = "JobFinishedEvt";

@@ -43,4 +43,7 @@ Launch BuildLaunch(Product const& product, Job const& work, OptionMap const& eng
 bool BuildCommandLaunch(Product const& product, Job const& job, String const& command, String const& item,
                         Launch& launch);
 
+// A template with this Job's values and the Product's defaults; the product may be null. Throws as a launch does.
+String ExpandTemplate(String const& text, Job const& job, Product const* product);
+
 } // namespace vorlan

@@ -23,9 +23,18 @@ struct MessengerOptions {
     MessengerOptions(net::PeerKind kind, String const& program);
 };
 
+// What the program itself is told, on the message thread. They may be called until the
+// process ends.
+struct MessengerCalls {
+    // Nobody listens to this message.
+    void (*onUnhandled)(boost::shared_ptr<Message> const& message) = nullptr;
+    // The Master refused a command; `id` is what was refused.
+    void (*onRefused)(UID const& id, String const& reason) = nullptr;
+};
+
 // Messenger is the one connection of a client program to its Master.
 // Owner: none, static. Works with: net::Client, MessageFactory, JobFactory, Failures,
-// CommonEngine's defaults, VorlanApp::OnUnhandledMessage.
+// CommonEngine's defaults, MessengerCalls.
 // Thread: any. Received messages, MessengerConnectedEvt and MessengerDisconnectedEvt
 // come one after the other on the message thread, a thread of its own.
 // Always: connected means that the Products, the default Engine, the failures and the
@@ -37,6 +46,9 @@ public:
     // or has one already.
     static void Start(MessengerOptions const& options);
     static void Start() { Start(MessengerOptions()); }
+
+    // At the start of the program, before any message.
+    static void SetCalls(MessengerCalls const& calls);
 
     // Tears the connection down.
     // `flush`: what was sent still goes out first, for two seconds at most. The call

@@ -6,6 +6,7 @@
 #include <vorlan/events.h>
 #include <vorlan/job.h>
 #include <vorlan/jobtemplate.h>
+#include <vorlan/launch.h>
 #include <vorlan/product.h>
 
 #include <cctype>

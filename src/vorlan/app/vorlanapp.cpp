@@ -14,7 +14,16 @@
 
 namespace vorlan {
 
-VorlanApp::VorlanApp() = default;
+VorlanApp::VorlanApp() {
+    Messenger::SetCalls({[](boost::shared_ptr<Message> const& message) {
+                             if (VorlanApp* const app = Get())
+                                 app->OnUnhandledMessage(message);
+                         },
+                         [](UID const& id, String const& reason) {
+                             if (VorlanApp* const app = Get())
+                                 app->RequestHasFailed(id, reason);
+                         }});
+}
 
 VorlanApp::~VorlanApp() = default;
 

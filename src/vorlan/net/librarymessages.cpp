@@ -1,13 +1,11 @@
 #include "librarymessages.h"
 
 #include <corekit/exception.h>
-#include <corekit/log.h>
 #include <vorlan/commonengine.h>
 #include <vorlan/failures.h>
 #include <vorlan/jobfactory.h>
 #include <vorlan/messages.h>
 #include <vorlan/productfile.h>
-#include <vorlan/vorlanapp.h>
 
 namespace vorlan {
 
@@ -49,11 +47,6 @@ bool LibraryMessages::Take(Message const& message) {
     } else if (type == PathTranslationsMsg::s_Type) {
         std::lock_guard const lock(m_guard);
         m_translations = static_cast<PathTranslationsMsg const&>(message).translations;
-    } else if (type == RefusedMsg::s_Type) {
-        auto const& refused = static_cast<RefusedMsg const&>(message);
-        LogWarning("The Master refused a command: " + refused.reason);
-        if (VorlanApp* const app = VorlanApp::Get())
-            app->RequestHasFailed(refused.id, refused.reason);
     } else {
         return false;
     }

@@ -7,7 +7,6 @@
 #include <corekit/log.h>
 #include <vorlan/events.h>
 #include <vorlan/messages.h>
-#include <vorlan/vorlanapp.h>
 
 namespace vorlan {
 
@@ -37,6 +36,10 @@ public:
     }
     bool IsConnected() const { return m_connected.load(std::memory_order_acquire); }
     LibraryMessages& Library() { return m_library; }
+    void SetCalls(MessengerCalls const& calls) {
+        m_onUnhandled = calls.onUnhandled;
+        m_onRefused = calls.onRefused;
+    }
     bool IsMessageThread() {
         std::shared_ptr<MessageThread> const thread = Thread();
         return thread && thread->IsCurrent();
@@ -68,6 +71,9 @@ private:
     uint64_t m_lastConnection = 0;                   // guarded by m_guard
     Master m_master;                                 // guarded by m_guard
     std::atomic<bool> m_connected{false};            // the same as in m_master
+
+    std::atomic<decltype(MessengerCalls::onUnhandled)> m_onUnhandled{nullptr};
+    std::atomic<decltype(MessengerCalls::onRefused)> m_onRefused{nullptr};
 
     // The message thread only.
     LibraryMessages m_library;
@@ -237,6 +243,12 @@ void State::Dispatch(QueuedMessage const& item) {
         std::lock_guard const lock(m_guard);
         if (item.connection == QueuedMessage::k_Self || (m_connection && m_connection->Number() == item.connection))
             m_master.info = boost::static_pointer_cast<MasterInfoMsg>(item.message);
+    } else if (message.Type() == RefusedMsg::s_Type) {
+        taken = true;
+        auto const& refused = static_cast<RefusedMsg const&>(message);
+        LogWarning("The Master refused a command: " + refused.reason);
+        if (auto const call = m_onRefused.load())
+            call(refused.id, refused.reason);
     } else if (message.Type() == LoadedMsg::s_Type) {
         taken = true;
         m_library.EndLoad();
@@ -245,8 +257,8 @@ void State::Dispatch(QueuedMessage const& item) {
     if (message.HasListeners()) {
         message.Emit(item.message);
     } else if (!taken) {
-        if (VorlanApp* const app = VorlanApp::Get())
-            app->OnUnhandledMessage(item.message);
+        if (auto const call = m_onUnhandled.load())
+            call(item.message);
     }
 }
 
@@ -278,6 +290,8 @@ MessengerOptions::MessengerOptions() : MessengerOptions(net::PeerKind::Client, "
 MessengerOptions::MessengerOptions(net::PeerKind kind, String const& program) {
     client.self = net::PeerInfo::Self(kind, program);
 }
+
+void Messenger::SetCalls(MessengerCalls const& calls) { TheState().SetCalls(calls); }
 
 void Messenger::Start(MessengerOptions const& options) { TheState().Start(options); }
 

@@ -1,7 +1,5 @@
 #include <vorlan/jobtemplate.h>
 
-#include "jobvalues.h"
-
 #include <corekit/exception.h>
 #include <corekit/path.h>
 
@@ -293,10 +291,6 @@ String ExpandTemplate(String const& text, TemplateValues const& values) { return
 
 String ExpandTemplate(String const& text, std::function<bool(std::string_view, String&)> const& find) {
     return ExpandPieces(text, FunctionValues(find)).Text();
-}
-
-String ExpandTemplate(String const& text, Job const& job, Product const* product) {
-    return ExpandPieces(text, JobValues(job, product)).Text();
 }
 
 } // namespace vorlan

@@ -1,13 +1,13 @@
 #include <vorlan/commonengine.h>
 
-#include "limits.h"
+#include "values/limits.h"
 
 #include <boost/make_shared.hpp>
 #include <boost/smart_ptr/atomic_shared_ptr.hpp>
 #include <corekit/inifile.h>
 #include <corekit/log.h>
 #include <corekit/sformat.h>
-#include <vorlan/events.h>
+#include <vorlan/engineevents.h>
 #include <vorlan/keys.h>
 
 #include <algorithm>
@@ -54,18 +54,18 @@ constexpr Setting k_Settings[] = {
     {p_EngineGPUDistribution, "", Kind::Text, 0, 0},
 };
 
-constexpr char const* (*k_EventNames[])() = {
-    WorkAssignedEvt::TypeName,
-    FirstWorkEvt::TypeName,
-    WorkStartedEvt::TypeName,
-    WorkParameterChangedEvt::TypeName,
-    WorkPostExecuteEvt::TypeName,
-    WorkPostExecuteSuccessfulEvt::TypeName,
-    WorkPostExecuteUnsuccessfulEvt::TypeName,
-    WorkFinishedEvt::TypeName,
-    WorkFinishedSuccessfulEvt::TypeName,
-    WorkFinishedUnsuccessfulEvt::TypeName,
-    FinishedJobEvt::TypeName,
+constexpr char const* k_EventNames[] = {
+    p_WorkAssignedEvt,
+    p_FirstWorkEvt,
+    p_WorkStartedEvt,
+    p_WorkParameterChangedEvt,
+    p_WorkPostExecuteEvt,
+    p_WorkPostExecuteSuccessfulEvt,
+    p_WorkPostExecuteUnsuccessfulEvt,
+    p_WorkFinishedEvt,
+    p_WorkFinishedSuccessfulEvt,
+    p_WorkFinishedUnsuccessfulEvt,
+    p_FinishedJobEvt,
 };
 
 // All names that are settings, event commands included.
@@ -74,8 +74,8 @@ std::vector<char const*> const& SettingNames() {
         std::vector<char const*> names;
         for (Setting const& setting : k_Settings)
             names.push_back(setting.name);
-        for (auto const typeName : k_EventNames)
-            names.push_back(typeName());
+        for (char const* const name : k_EventNames)
+            names.push_back(name);
         return names;
     }();
     return s_names;
@@ -303,9 +303,9 @@ void CommonEngine::FromEngineINI(IniFile& file, std::map<UID, OptionMap>& produc
             LogWarning(SFormat("The Engine file has %s = \"%s\", which is no value for it; it stays as it was.",
                                setting.name, text.Mid(0, 60).c_str()));
     }
-    for (auto const typeName : k_EventNames) {
-        if (file.HasKey(k_IniEvents, typeName()))
-            SetEventCommand(typeName(), file.GetValue(k_IniEvents, typeName(), String()));
+    for (char const* const name : k_EventNames) {
+        if (file.HasKey(k_IniEvents, name))
+            SetEventCommand(name, file.GetValue(k_IniEvents, name, String()));
     }
     for (String const& section : file.Sections()) {
         UID product;
@@ -317,8 +317,8 @@ void CommonEngine::FromEngineINI(IniFile& file, std::map<UID, OptionMap>& produc
 void CommonEngine::ToEngineINI(IniFile& file, std::map<UID, OptionMap> const& products) const {
     for (Setting const& setting : k_Settings)
         file.SetValue(k_IniSection, setting.name, Effective(setting.name));
-    for (auto const typeName : k_EventNames)
-        file.SetValue(k_IniEvents, typeName(), Effective(typeName()));
+    for (char const* const name : k_EventNames)
+        file.SetValue(k_IniEvents, name, Effective(name));
     for (auto const& [product, options] : products) {
         for (auto const& [name, value] : options)
             file.SetValue(product.ToString(), name, value);

@@ -1,4 +1,4 @@
-#include <vorlan/events.h>
+#include <vorlan/jobevents.h>
 
 namespace vorlan {
 

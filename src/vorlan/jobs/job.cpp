@@ -1,7 +1,7 @@
 #include <vorlan/job.h>
 
 #include "jobvalues.h"
-#include "limits.h"
+#include "values/limits.h"
 
 #include <corekit/log.h>
 #include <corekit/process.h>

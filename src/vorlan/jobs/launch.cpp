@@ -229,4 +229,8 @@ bool BuildCommandLaunch(Product const& product, Job const& job, String const& co
     return true;
 }
 
+String ExpandTemplate(String const& text, Job const& job, Product const* product) {
+    return ExpandTemplate(text, JobValues(job, product));
+}
+
 } // namespace vorlan

@@ -1,6 +1,6 @@
 #include <vorlan/engine.h>
 
-#include "limits.h"
+#include "values/limits.h"
 
 #include <boost/make_shared.hpp>
 #include <vorlan/keys.h>

@@ -2,8 +2,8 @@
 
 #include <corekit/exception.h>
 #include <corekit/time.h>
-#include <vorlan/events.h>
 #include <vorlan/job.h>
+#include <vorlan/jobevents.h>
 #include <vorlan/keys.h>
 
 #include <algorithm>

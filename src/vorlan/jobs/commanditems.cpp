@@ -1,3 +1,5 @@
+// What the sub menu of a Command lists for a Job.
+
 #include <vorlan/command.h>
 
 #include <vorlan/job.h>
@@ -43,11 +45,6 @@ String Command::Itemize(Job const& job) const {
     if (m_itemizer.CompareNoCase("Packets") == 0)
         return PacketItems(range, static_cast<uint64_t>(std::max(job.PacketSize(), 1)));
     return {};
-}
-
-void Command::Clone(boost::shared_ptr<Command const> const& other) {
-    if (other)
-        *this = *other;
 }
 
 } // namespace vorlan
