@@ -1,11 +1,11 @@
 #pragma once
 
+#include <corekit/commonmutex.h>
 #include <corekit/exception.h>
 #include <corekit/optionmap.h>
 #include <corekit/path.h>
 
 #include <map>
-#include <mutex>
 #include <vector>
 
 namespace corekit {
@@ -114,19 +114,20 @@ public:
 
 protected:
     // Every method locks `mutex` while it touches the data.
-    explicit IniFile(std::recursive_mutex& mutex) : m_mutex(&mutex) {}
+    explicit IniFile(RecursiveMutex& mutex) : m_mutex(&mutex) {}
 
     // Something has changed. Called without the lock, by the changing thread.
     virtual void OnChanged() {}
 
     // Holds the lock of a file that has one.
-    class Guard {
+    class CK_SCOPED_CAPABILITY Guard {
     public:
-        explicit Guard(IniFile const& file) : m_mutex(file.m_mutex) {
+        explicit Guard(IniFile const& file) CK_ACQUIRE(file.m_mutex) CK_NO_THREAD_SAFETY_ANALYSIS
+            : m_mutex(file.m_mutex) {
             if (m_mutex)
                 m_mutex->lock();
         }
-        ~Guard() {
+        ~Guard() CK_RELEASE() CK_NO_THREAD_SAFETY_ANALYSIS {
             if (m_mutex)
                 m_mutex->unlock();
         }
@@ -134,7 +135,7 @@ protected:
         Guard& operator=(Guard const&) = delete;
 
     private:
-        std::recursive_mutex* const m_mutex;
+        RecursiveMutex* const m_mutex;
     };
 
 private:
@@ -149,7 +150,7 @@ private:
     };
     using SectionMap = std::map<String, Section, String::ciless>;
 
-    String const* FindValue(String const& section, String const& key) const;
+    String const* FindValue(String const& section, String const& key) const CK_REQUIRES(m_mutex);
     static std::vector<std::pair<String const*, Entry const*>> InOrder(Section const& section);
     struct Content {
         SectionMap sections;
@@ -163,17 +164,15 @@ private:
     template <class T>
     T Number(String const& section, String const& key, T def) const;
 
-    std::recursive_mutex* const m_mutex = nullptr;
-
-    // Guarded by *m_mutex when there is one.
-    Content m_content;
-    String m_current;
-    uint64_t m_nextOrder = 1;
-    bool m_beforeFirst = true;
+    RecursiveMutex* const m_mutex = nullptr; // null: one thread only
+    Content m_content CK_GUARDED_BY(m_mutex);
+    String m_current CK_GUARDED_BY(m_mutex);
+    uint64_t m_nextOrder CK_GUARDED_BY(m_mutex) = 1;
+    bool m_beforeFirst CK_GUARDED_BY(m_mutex) = true;
     // The keys that GetNextValue walks, taken at its first call on a section.
-    std::vector<String> m_walk;
-    size_t m_walkAt = 0;
-    bool m_walking = false;
+    std::vector<String> m_walk CK_GUARDED_BY(m_mutex);
+    size_t m_walkAt CK_GUARDED_BY(m_mutex) = 0;
+    bool m_walking CK_GUARDED_BY(m_mutex) = false;
 };
 
 } // namespace corekit

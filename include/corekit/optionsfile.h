@@ -46,7 +46,7 @@ public:
 
     private:
         PauseAutoWrite m_pause;
-        std::lock_guard<std::recursive_mutex> m_lock;
+        RecursiveMutex::Lock m_lock;
     };
 
 protected:
@@ -59,18 +59,15 @@ private:
 
     // Taken before m_dataMutex, held while the file is written so that writes
     // come in the order of the changes.
-    std::mutex m_writeMutex;
-    mutable std::recursive_mutex m_dataMutex;
+    CommonMutex m_writeMutex;
+    bool m_failing CK_GUARDED_BY(m_writeMutex) = false;
 
-    // Guarded by m_dataMutex.
-    Path m_path;
-    String m_trouble;
-    int m_pauses = 0;
-    bool m_changed = false;
-    bool m_mayWrite = false;
-
-    // Guarded by m_writeMutex.
-    bool m_failing = false;
+    mutable RecursiveMutex m_dataMutex;
+    Path m_path CK_GUARDED_BY(m_dataMutex);
+    String m_trouble CK_GUARDED_BY(m_dataMutex);
+    int m_pauses CK_GUARDED_BY(m_dataMutex) = 0;
+    bool m_changed CK_GUARDED_BY(m_dataMutex) = false;
+    bool m_mayWrite CK_GUARDED_BY(m_dataMutex) = false;
 };
 
 } // namespace corekit

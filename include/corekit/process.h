@@ -1,12 +1,12 @@
 #pragma once
 
+#include <corekit/commonmutex.h>
 #include <corekit/path.h>
 #include <corekit/string.h>
 #include <corekit/uniquefd.h>
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <sys/types.h>
 #include <vector>
@@ -76,9 +76,9 @@ private:
     ProcessGroup const m_group;
     UniqueFd m_handle; // readable once the child has ended
 
-    std::mutex m_guard;
-    std::optional<int> m_exitCode; // guarded by m_guard
-    bool m_detached = false;       // guarded by m_guard
+    CommonMutex m_guard;
+    std::optional<int> m_exitCode CK_GUARDED_BY(m_guard);
+    bool m_detached CK_GUARDED_BY(m_guard) = false;
 };
 
 } // namespace corekit

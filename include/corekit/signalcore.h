@@ -3,12 +3,12 @@
 // What every signal shares whatever its arguments are: the list of connections,
 // the locks, and the destinations' side. Include corekit/signal.h instead.
 
+#include <corekit/commonmutex.h>
+
 #include <atomic>
 #include <boost/smart_ptr/intrusive_ptr.hpp>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -86,8 +86,8 @@ private:
     void Remember(SignalCore& core);
     void Forget(SignalCore& core);
 
-    std::mutex m_guard;
-    std::vector<boost::intrusive_ptr<SignalCore>> m_signals; // guarded by m_guard
+    CommonMutex m_guard;
+    std::vector<boost::intrusive_ptr<SignalCore>> m_signals CK_GUARDED_BY(m_guard);
 };
 
 // HasSlots is the base of every class that is the destination of signals. The policy says on
@@ -128,24 +128,24 @@ private:
     explicit SignalCore(bool threaded) : m_threaded(threaded) {}
     // Remove without telling the owner, which is dying or knows.
     void Drop(SlotOwner const& owner);
-    bool IsInside(SlotOwner const& owner) const;
-    void Sweep();
+    bool IsInside(SlotOwner const& owner) const CK_REQUIRES(m_guard);
+    void Sweep() CK_REQUIRES(m_guard);
 
     // Constant after construction.
     bool const m_threaded;
 
     std::atomic<uint32_t> m_uses{1};
     std::atomic<bool> m_closed{false};
-    std::recursive_mutex m_emission;
+    RecursiveMutex m_emission;
 
-    // Guarded by m_guard.
-    mutable std::mutex m_guard;
-    std::condition_variable m_stepped;                               // an emission has left a slot
-    std::vector<boost::intrusive_ptr<ConnectionBase>> m_connections; // null: ended while an emission walks
-    SignalEmission* m_innermost = nullptr;
-    std::thread::id m_emitter;
-    unsigned m_waiting = 0;
-    bool m_needsSweep = false;
+    mutable CommonMutex m_guard;
+    CommonCondition m_stepped; // an emission has left a slot
+    // Null: ended while an emission walks.
+    std::vector<boost::intrusive_ptr<ConnectionBase>> m_connections CK_GUARDED_BY(m_guard);
+    SignalEmission* m_innermost CK_GUARDED_BY(m_guard) = nullptr;
+    std::thread::id m_emitter CK_GUARDED_BY(m_guard);
+    unsigned m_waiting CK_GUARDED_BY(m_guard) = 0;
+    bool m_needsSweep CK_GUARDED_BY(m_guard) = false;
 };
 
 // SignalEmission is one walk over a signal's connections.
@@ -165,8 +165,8 @@ private:
 
     boost::intrusive_ptr<SignalCore> m_core;
     boost::intrusive_ptr<ConnectionBase> m_current;
-    SlotOwner const* m_inside = nullptr; // guarded by the core's m_guard
-    SignalEmission* m_outer = nullptr;   // the emission that this one is nested in
+    SlotOwner const* m_inside CK_GUARDED_BY(m_core->m_guard) = nullptr;
+    SignalEmission* m_outer = nullptr; // the emission that this one is nested in
     size_t m_next = 0;
     size_t m_end = 0;
 };

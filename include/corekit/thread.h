@@ -1,10 +1,9 @@
 #pragma once
 
+#include <corekit/commonmutex.h>
 #include <corekit/string.h>
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
 
 namespace corekit {
@@ -65,9 +64,9 @@ private:
     std::atomic<bool> m_running{false};
     std::atomic<std::thread::id> m_id{};
 
-    std::mutex m_guard;
-    std::condition_variable m_wake; // a stop was asked for
-    std::thread m_thread;           // guarded by m_guard
+    CommonMutex m_guard;
+    CommonCondition m_wake; // a stop was asked for
+    std::thread m_thread CK_GUARDED_BY(m_guard);
 };
 
 } // namespace corekit

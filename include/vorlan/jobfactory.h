@@ -1,6 +1,7 @@
 #pragma once
 
 #include <corekit/optionmap.h>
+#include <corekit/rwlock.h>
 #include <corekit/string.h>
 #include <corekit/uid.h>
 #include <vorlan/fwd.h>
@@ -8,7 +9,6 @@
 
 #include <boost/shared_ptr.hpp>
 #include <map>
-#include <shared_mutex>
 #include <vector>
 
 namespace vorlan {
@@ -43,8 +43,8 @@ public:
     void RemoveProduct(UID const& type); // UID::Null removes all
 
 private:
-    mutable std::shared_mutex m_mutex;
-    std::map<UID, boost::shared_ptr<Product const>> m_products; // guarded by m_mutex
+    mutable RWLock m_mutex;
+    std::map<UID, boost::shared_ptr<Product const>> m_products CK_GUARDED_BY(m_mutex);
 };
 
 } // namespace vorlan

@@ -2,6 +2,7 @@
 
 #include <boost/shared_ptr.hpp>
 #include <corekit/application.h>
+#include <corekit/commonmutex.h>
 #include <corekit/optionmap.h>
 #include <corekit/optionsfile.h>
 #include <corekit/string.h>
@@ -9,9 +10,7 @@
 #include <vorlan/engine.h>
 #include <vorlan/fwd.h>
 
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <vector>
 
@@ -73,9 +72,9 @@ public:
     bool ShutdownRequested() const;
 
 private:
-    mutable std::mutex m_guard;
-    std::condition_variable m_wake;
-    bool m_shutdown = false; // guarded by m_guard
+    mutable CommonMutex m_guard;
+    CommonCondition m_wake;
+    bool m_shutdown CK_GUARDED_BY(m_guard) = false;
 };
 
 // VorlanClientApp is the base of the programs that follow a Master as a client:

@@ -2,15 +2,14 @@
 
 #include "cli/exitcode.h"
 
+#include <corekit/commonmutex.h>
 #include <corekit/stringtokenizer.h>
 #include <vorlan/discovery.h>
 #include <vorlan/keys.h>
 #include <vorlan/message.h>
 #include <vorlan/net/client.h>
 
-#include <condition_variable>
 #include <deque>
-#include <mutex>
 
 namespace vorlan::cli {
 
@@ -51,8 +50,8 @@ public:
     }
 
     boost::shared_ptr<Message> Receive(Clock::time_point deadline) override {
-        std::unique_lock lock(m_guard);
-        m_changed.wait_until(lock, deadline, [this] { return !m_messages.empty() || m_closed; });
+        CommonMutex::Lock lock(m_guard);
+        m_changed.wait_until(lock, deadline, [this]() CK_REQUIRES(m_guard) { return !m_messages.empty() || m_closed; });
         if (!m_messages.empty()) {
             auto message = std::move(m_messages.front());
             m_messages.pop_front();
@@ -71,7 +70,7 @@ private:
         options.limits.connectMs = k_ConnectMs;
         options.find = [this, hosts = std::move(hosts)](FarmKey const& key, Cancelled const& cancelled) {
             auto const found = hosts.empty() ? MasterFinder::Find(key, cancelled) : hosts;
-            std::lock_guard const lock(m_guard);
+            CommonMutex::Lock const lock(m_guard);
             m_tried = found;
             return found;
         };
@@ -80,34 +79,32 @@ private:
 
     net::Handlers MakeHandlers() {
         net::Handlers handlers;
-        handlers.onConnected = [this](auto const&) { Change([this] { m_connected = true; }); };
+        handlers.onConnected = [this](auto const&) {
+            CommonMutex::Lock const lock(m_guard);
+            m_connected = true;
+            m_changed.notify_all();
+        };
         handlers.onMessage = [this](auto const&, boost::shared_ptr<Message> const& message) {
-            Change([&] { m_messages.push_back(message); });
+            CommonMutex::Lock const lock(m_guard);
+            m_messages.push_back(message);
+            m_changed.notify_all();
         };
         handlers.onClosed = [this](auto const&, String const& reason) { End(reason); };
         handlers.onFailed = [this](String const& reason) { End(reason); };
         return handlers;
     }
 
-    template <class Function>
-    void Change(Function function) {
-        {
-            std::lock_guard const lock(m_guard);
-            function();
-        }
+    void End(String const& reason) {
+        CommonMutex::Lock const lock(m_guard);
+        m_closed = true;
+        m_reason = reason;
         m_changed.notify_all();
     }
 
-    void End(String const& reason) {
-        Change([&] {
-            m_closed = true;
-            m_reason = reason;
-        });
-    }
-
     void WaitForConnection() {
-        std::unique_lock lock(m_guard);
-        if (!m_changed.wait_for(lock, k_LongestSearch, [this] { return m_connected || m_closed; }))
+        CommonMutex::Lock lock(m_guard);
+        if (!m_changed.wait_for(lock, k_LongestSearch,
+                                [this]() CK_REQUIRES(m_guard) { return m_connected || m_closed; }))
             m_reason = "the search takes too long";
         if (m_connected)
             return;
@@ -126,14 +123,13 @@ private:
         throw CommandException(ExitCode::NoMaster, text);
     }
 
-    std::mutex m_guard;
-    std::condition_variable m_changed;
-    // Guarded by m_guard.
-    std::deque<boost::shared_ptr<Message>> m_messages;
-    std::vector<IPPeer> m_tried;
-    String m_reason;
-    bool m_connected = false;
-    bool m_closed = false;
+    CommonMutex m_guard;
+    CommonCondition m_changed;
+    std::deque<boost::shared_ptr<Message>> m_messages CK_GUARDED_BY(m_guard);
+    std::vector<IPPeer> m_tried CK_GUARDED_BY(m_guard);
+    String m_reason CK_GUARDED_BY(m_guard);
+    bool m_connected CK_GUARDED_BY(m_guard) = false;
+    bool m_closed CK_GUARDED_BY(m_guard) = false;
 
     net::Client m_client; // last: its thread uses the others
 };

@@ -39,19 +39,20 @@ void HistorySink::flush_() {
     } catch (std::exception const&) {
         ++m_lost;
     }
-    std::lock_guard lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     ++m_served;
     m_flushed.notify_all();
 }
 
 uint64_t HistorySink::AskForFlush() {
-    std::lock_guard lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     return ++m_asked;
 }
 
 void HistorySink::WaitForFlush(uint64_t ticket, int timeoutMs) {
-    std::unique_lock lock(m_guard);
-    bool served = m_flushed.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] { return m_served >= ticket; });
+    CommonMutex::Lock lock(m_guard);
+    bool served = m_flushed.wait_for(lock, std::chrono::milliseconds(timeoutMs),
+                                     [&]() CK_REQUIRES(m_guard) { return m_served >= ticket; });
     // A full queue may have dropped the flush: count it, or all later ones would wait.
     if (!served)
         m_served = std::max(m_served, ticket);

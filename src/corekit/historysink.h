@@ -2,11 +2,10 @@
 
 // The writer of "History.log", behind the log's queue.
 
+#include <corekit/commonmutex.h>
 #include <corekit/path.h>
 
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
 #include <spdlog/details/null_mutex.h>
 #include <spdlog/sinks/base_sink.h>
 #include <spdlog/sinks/rotating_file_sink.h>
@@ -49,11 +48,10 @@ private:
     spdlog::details::thread_pool* m_queue = nullptr;
     uint64_t m_lost = 0;
 
-    std::mutex m_guard;
-    std::condition_variable m_flushed;
-    // Guarded by m_guard.
-    uint64_t m_asked = 0;
-    uint64_t m_served = 0;
+    CommonMutex m_guard;
+    CommonCondition m_flushed;
+    uint64_t m_asked CK_GUARDED_BY(m_guard) = 0;
+    uint64_t m_served CK_GUARDED_BY(m_guard) = 0;
 };
 
 } // namespace corekit

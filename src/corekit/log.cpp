@@ -2,10 +2,11 @@
 
 #include "historysink.h"
 
+#include <corekit/commonmutex.h>
+
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <mutex>
 #include <spdlog/async.h>
 #include <string>
 #include <unistd.h>
@@ -15,8 +16,8 @@
 namespace corekit {
 
 struct Log::SinkHandle::Entry {
-    std::recursive_mutex guard; // held through a call; a sink may log
-    Sink sink;                  // guarded by guard; empty once ended
+    RecursiveMutex guard;           // held through a call; a sink may log
+    Sink sink CK_GUARDED_BY(guard); // empty once ended
 };
 
 namespace {
@@ -38,12 +39,11 @@ struct LogState {
     std::atomic<bool> console{false};
     std::atomic<bool> hasSinks{false};
 
-    std::mutex lifecycle; // one Open or Close at a time
+    CommonMutex lifecycle; // one Open or Close at a time; taken before guard
 
-    std::mutex guard;
-    // Guarded by guard.
-    std::shared_ptr<LogFile> file;
-    std::vector<std::shared_ptr<Log::SinkHandle::Entry>> sinks;
+    CommonMutex guard;
+    std::shared_ptr<LogFile> file CK_GUARDED_BY(guard);
+    std::vector<std::shared_ptr<Log::SinkHandle::Entry>> sinks CK_GUARDED_BY(guard);
 };
 
 // Never destroyed: statics log while they die.
@@ -53,7 +53,7 @@ LogState& State() {
 }
 
 std::shared_ptr<LogFile> CurrentFile() {
-    std::lock_guard lock(State().guard);
+    CommonMutex::Lock const lock(State().guard);
     return State().file;
 }
 
@@ -104,11 +104,11 @@ void WriteToConsole(std::string text) {
 void WriteToSinks(LogLevel level, String const& text) {
     std::vector<std::shared_ptr<Log::SinkHandle::Entry>> sinks;
     {
-        std::lock_guard lock(State().guard);
+        CommonMutex::Lock const lock(State().guard);
         sinks = State().sinks;
     }
     for (auto const& entry : sinks) {
-        std::lock_guard lock(entry->guard);
+        RecursiveMutex::Lock const lock(entry->guard);
         if (!entry->sink)
             continue;
         try {
@@ -187,7 +187,7 @@ bool Log::Open(Path const& folder, String const& program, Limits const& limits) 
     Close();
     std::shared_ptr<LogFile> file;
     {
-        std::lock_guard lifecycle(State().lifecycle);
+        CommonMutex::Lock const lifecycle(State().lifecycle);
         try {
             file = OpenFile(folder / Path("History.log"), limits);
         } catch (std::exception const& error) {
@@ -195,7 +195,7 @@ bool Log::Open(Path const& folder, String const& program, Limits const& limits) 
                      ". Make room there or change the rights of the folder; nothing is logged meanwhile");
             return false;
         }
-        std::lock_guard lock(State().guard);
+        CommonMutex::Lock const lock(State().guard);
         State().file = file;
     }
     LogSystem("----- " + program + " started, process " + String::From(::getpid()) + " -----");
@@ -203,10 +203,10 @@ bool Log::Open(Path const& folder, String const& program, Limits const& limits) 
 }
 
 void Log::Close() {
-    std::lock_guard lifecycle(State().lifecycle);
+    CommonMutex::Lock const lifecycle(State().lifecycle);
     std::shared_ptr<LogFile> file;
     {
-        std::lock_guard lock(State().guard);
+        CommonMutex::Lock const lock(State().guard);
         file.swap(State().file);
     }
     if (!file)
@@ -235,8 +235,11 @@ LogLevel Log::GetLevel() { return State().level; }
 
 Log::SinkHandle Log::AddSink(Sink sink) {
     auto entry = std::make_shared<SinkHandle::Entry>();
-    entry->sink = std::move(sink);
-    std::lock_guard lock(State().guard);
+    {
+        RecursiveMutex::Lock const lock(entry->guard);
+        entry->sink = std::move(sink);
+    }
+    CommonMutex::Lock const lock(State().guard);
     State().sinks.push_back(entry);
     State().hasSinks = true;
     return SinkHandle(std::move(entry));
@@ -253,11 +256,11 @@ Log::SinkHandle::~SinkHandle() {
     if (!m_entry)
         return;
     {
-        std::lock_guard lock(State().guard);
+        CommonMutex::Lock const lock(State().guard);
         std::erase_if(State().sinks, [&](auto const& sink) { return sink == m_entry; });
         State().hasSinks = !State().sinks.empty();
     }
-    std::lock_guard lock(m_entry->guard);
+    RecursiveMutex::Lock const lock(m_entry->guard);
     m_entry->sink = nullptr;
 }
 

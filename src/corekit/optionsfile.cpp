@@ -15,7 +15,7 @@ OptionsFile::~OptionsFile() {
 
 bool OptionsFile::Open(Path const& path) {
     {
-        std::lock_guard const lock(m_dataMutex);
+        RecursiveMutex::Lock const lock(m_dataMutex);
         m_path = path;
         m_mayWrite = false;
     }
@@ -35,7 +35,7 @@ bool OptionsFile::Open(Path const& path) {
         LogError(trouble);
         Clear();
     }
-    std::lock_guard const lock(m_dataMutex);
+    RecursiveMutex::Lock const lock(m_dataMutex);
     m_trouble = trouble;
     m_mayWrite = mayWrite;
     m_changed = false;
@@ -54,23 +54,23 @@ bool OptionsFile::KeepDamaged(Path const& path, String& trouble) {
 }
 
 Path OptionsFile::FilePath() const {
-    std::lock_guard const lock(m_dataMutex);
+    RecursiveMutex::Lock const lock(m_dataMutex);
     return m_path;
 }
 
 String OptionsFile::Trouble() const {
-    std::lock_guard const lock(m_dataMutex);
+    RecursiveMutex::Lock const lock(m_dataMutex);
     return m_trouble;
 }
 
 OptionsFile::PauseAutoWrite::PauseAutoWrite(OptionsFile& options) : m_options(options) {
-    std::lock_guard const lock(options.m_dataMutex);
+    RecursiveMutex::Lock const lock(options.m_dataMutex);
     ++options.m_pauses;
 }
 
 OptionsFile::PauseAutoWrite::~PauseAutoWrite() {
     {
-        std::lock_guard const lock(m_options.m_dataMutex);
+        RecursiveMutex::Lock const lock(m_options.m_dataMutex);
         --m_options.m_pauses;
     }
     m_options.WriteBack();
@@ -78,14 +78,14 @@ OptionsFile::PauseAutoWrite::~PauseAutoWrite() {
 
 void OptionsFile::OnChanged() {
     {
-        std::lock_guard const lock(m_dataMutex);
+        RecursiveMutex::Lock const lock(m_dataMutex);
         m_changed = true;
     }
     WriteBack();
 }
 
 bool OptionsFile::HasToWrite() const {
-    std::lock_guard const lock(m_dataMutex);
+    RecursiveMutex::Lock const lock(m_dataMutex);
     return m_pauses == 0 && m_changed && m_mayWrite;
 }
 
@@ -94,11 +94,11 @@ void OptionsFile::WriteBack() {
     // further, and so never waits for m_writeMutex under the data lock.
     if (!HasToWrite())
         return;
-    std::lock_guard const writing(m_writeMutex);
+    CommonMutex::Lock const writing(m_writeMutex);
     Path path;
     String text;
     {
-        std::lock_guard const lock(m_dataMutex);
+        RecursiveMutex::Lock const lock(m_dataMutex);
         if (!HasToWrite())
             return;
         path = m_path;
@@ -110,7 +110,7 @@ void OptionsFile::WriteBack() {
         m_failing = false;
     } catch (std::exception const& exception) {
         {
-            std::lock_guard const lock(m_dataMutex);
+            RecursiveMutex::Lock const lock(m_dataMutex);
             m_changed = true;
         }
         if (!std::exchange(m_failing, true))

@@ -1,5 +1,6 @@
 #include <corekit/platform.h>
 
+#include <corekit/commonmutex.h>
 #include <corekit/file.h>
 #include <corekit/log.h>
 #include <corekit/sformat.h>
@@ -100,11 +101,11 @@ String Platform::GetComputerNameA() {
 }
 
 UID Platform::GetUniqueSystemID() {
-    static std::mutex s_guard;
-    static UID s_id;
-    static String s_home;
+    static CommonMutex s_guard;
+    static UID s_id CK_GUARDED_BY(s_guard);
+    static String s_home CK_GUARDED_BY(s_guard);
     char const* home = std::getenv("VORLAN_HOME");
-    std::lock_guard lock(s_guard);
+    CommonMutex::Lock const lock(s_guard);
     if (s_id.IsNull() || s_home != home) {
         s_home = home;
         s_id = MakeSystemID(!s_home.empty());

@@ -91,7 +91,7 @@ Process::Process(pid_t pid, ProcessGroup group)
 
 Process::~Process() {
     {
-        std::lock_guard lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         if (m_detached)
             return;
     }
@@ -106,7 +106,7 @@ std::optional<int> Process::Wait(int timeoutMs) {
     auto deadline = Clock::now() + std::chrono::milliseconds(std::max(timeoutMs, 0));
     for (;;) {
         {
-            std::lock_guard lock(m_guard);
+            CommonMutex::Lock const lock(m_guard);
             if (m_exitCode)
                 return m_exitCode;
             if (m_detached)
@@ -132,7 +132,7 @@ std::optional<int> Process::Wait(int timeoutMs) {
 }
 
 void Process::SendSignal(int signal) {
-    std::lock_guard lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     if (m_detached)
         return;
     if (m_group == ProcessGroup::Shared) {
@@ -192,7 +192,7 @@ void Process::Reap() {
 
 void Process::Detach() {
     {
-        std::lock_guard lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         if (m_detached)
             return;
         m_detached = true;

@@ -1,21 +1,23 @@
 #include <corekit/signalcore.h>
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace corekit {
 
 // Holds m_guard of a threaded core, and nothing of a single-threaded one.
-class SignalCore::Guard {
+class CK_SCOPED_CAPABILITY SignalCore::Guard {
 public:
-    explicit Guard(SignalCore const& core) : m_lock(core.m_guard, std::defer_lock) {
+    explicit Guard(SignalCore const& core) CK_ACQUIRE(core.m_guard) CK_NO_THREAD_SAFETY_ANALYSIS {
         if (core.m_threaded)
-            m_lock.lock();
+            m_lock.emplace(core.m_guard);
     }
-    std::unique_lock<std::mutex>& Lock() { return m_lock; }
+    ~Guard() CK_RELEASE() CK_NO_THREAD_SAFETY_ANALYSIS {}
+    CommonMutex::Lock& Lock() { return *m_lock; }
 
 private:
-    std::unique_lock<std::mutex> m_lock;
+    std::optional<CommonMutex::Lock> m_lock;
 };
 
 void intrusive_ptr_add_ref(SignalCore* core) { core->m_uses.fetch_add(1, std::memory_order_relaxed); }
@@ -31,7 +33,7 @@ void SlotOwner::DisconnectAll() {
     for (;;) {
         std::vector<boost::intrusive_ptr<SignalCore>> signals;
         {
-            std::lock_guard lock(m_guard);
+            CommonMutex::Lock const lock(m_guard);
             signals.swap(m_signals);
         }
         if (signals.empty())
@@ -44,14 +46,14 @@ void SlotOwner::DisconnectAll() {
 }
 
 void SlotOwner::Remember(SignalCore& core) {
-    std::lock_guard lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     // Signals may die first; their cores go when an object connects next.
     std::erase_if(m_signals, [&](auto const& known) { return known.get() == &core || known->m_closed; });
     m_signals.emplace_back(&core);
 }
 
 void SlotOwner::Forget(SignalCore& core) {
-    std::lock_guard lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     std::erase_if(m_signals, [&](auto const& known) { return known.get() == &core; });
 }
 
@@ -124,7 +126,8 @@ size_t SignalCore::Size() const {
         std::count_if(m_connections.begin(), m_connections.end(), [](auto const& c) { return c != nullptr; }));
 }
 
-bool SignalCore::IsInside(SlotOwner const& owner) const {
+// The compiler does not know that an emission's core is this one.
+bool SignalCore::IsInside(SlotOwner const& owner) const CK_NO_THREAD_SAFETY_ANALYSIS {
     for (SignalEmission const* emission = m_innermost; emission; emission = emission->m_outer) {
         if (emission->m_inside == &owner)
             return true;

@@ -30,7 +30,7 @@ Thread::~Thread() {
 }
 
 bool Thread::Start() {
-    std::lock_guard lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     if (m_running)
         return false;
     if (m_thread.joinable())
@@ -48,7 +48,7 @@ bool Thread::Start() {
 
 void Thread::SignalStop() {
     {
-        std::lock_guard lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         m_stopping = true;
     }
     m_wake.notify_all();
@@ -58,7 +58,7 @@ void Thread::SignalStop() {
 void Thread::Join() {
     if (IsCurrent())
         return;
-    std::unique_lock lock(m_guard);
+    CommonMutex::Lock lock(m_guard);
     m_wake.wait(lock, [this] { return !m_running.load(); });
     if (m_thread.joinable())
         m_thread.join();
@@ -72,7 +72,7 @@ void Thread::Stop() {
 bool Thread::IsCurrent() const { return m_id.load(std::memory_order_acquire) == std::this_thread::get_id(); }
 
 bool Thread::Sleep(int milliseconds) {
-    std::unique_lock lock(m_guard);
+    CommonMutex::Lock lock(m_guard);
     return !m_wake.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] { return m_stopping.load(); });
 }
 
@@ -84,7 +84,7 @@ void Thread::Run() {
     Guarded(&Thread::OnThreadStopping);
     m_id = std::thread::id();
     // The last touch of this object; Join waits for the system's thread as well.
-    std::lock_guard lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     m_running = false;
     m_wake.notify_all();
 }

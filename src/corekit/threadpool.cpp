@@ -1,17 +1,16 @@
 #include <corekit/threadpool.h>
 
 #include <corekit/callentry.h>
+#include <corekit/commonmutex.h>
 #include <corekit/crashreport.h>
 #include <corekit/log.h>
 
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <deque>
 #include <exception>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <pthread.h>
 #include <system_error>
 #include <thread>
@@ -44,16 +43,14 @@ private:
     void RunThrottled(String const& typeName);
     static void RunGuarded(Function function);
 
-    std::mutex m_lifecycle; // one Initialize or Shutdown at a time
+    CommonMutex m_lifecycle; // one Initialize or Shutdown at a time; taken before m_guard
+    std::vector<std::thread> m_threads CK_GUARDED_BY(m_lifecycle);
 
-    std::mutex m_guard;
-    std::condition_variable m_wake;
-    // Guarded by m_guard.
-    bool m_ready = false;
-    std::deque<Function> m_queue;
-    std::map<String, ThrottledType> m_throttled;
-
-    std::vector<std::thread> m_threads; // guarded by m_lifecycle
+    CommonMutex m_guard;
+    CommonCondition m_wake;
+    bool m_ready CK_GUARDED_BY(m_guard) = false;
+    std::deque<Function> m_queue CK_GUARDED_BY(m_guard);
+    std::map<String, ThrottledType> m_throttled CK_GUARDED_BY(m_guard);
 };
 
 // Never destroyed: a detached thread may still ask IsReady at the very end.
@@ -63,9 +60,9 @@ Pool& ThePool() {
 }
 
 void Pool::Initialize(unsigned threads) {
-    std::lock_guard lifecycle(m_lifecycle);
+    CommonMutex::Lock const lifecycle(m_lifecycle);
     {
-        std::lock_guard lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         if (m_ready)
             return;
         m_ready = true;
@@ -77,19 +74,19 @@ void Pool::Initialize(unsigned threads) {
             m_threads.emplace_back(&Pool::Work, this, number);
     } catch (std::system_error const& error) {
         LogError(String("Cannot start all background threads: ") + error.what());
-        std::lock_guard lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         m_ready = !m_threads.empty();
     }
 }
 
 bool Pool::IsReady() {
-    std::lock_guard lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     return m_ready;
 }
 
 bool Pool::Queue(Function& function) {
     {
-        std::lock_guard lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         if (!m_ready)
             return false;
         m_queue.push_back(std::move(function));
@@ -100,7 +97,7 @@ bool Pool::Queue(Function& function) {
 
 bool Pool::ThrottleQueue(Function& function, String const& typeName, UID const& id) {
     {
-        std::lock_guard lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         if (!m_ready)
             return false;
         ThrottledType& type = m_throttled[typeName];
@@ -124,14 +121,14 @@ bool Pool::ThrottleQueue(Function& function, String const& typeName, UID const& 
 void Pool::RunThrottled(String const& typeName) {
     Function function;
     {
-        std::lock_guard lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         auto& waiting = m_throttled[typeName].waiting;
         function = std::move(waiting.front().second);
         waiting.pop_front();
     }
     RunGuarded(std::move(function));
 
-    std::lock_guard lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     auto type = m_throttled.find(typeName);
     if (type->second.waiting.empty()) {
         m_throttled.erase(type);
@@ -157,9 +154,9 @@ void Pool::Work(unsigned number) {
     CallStack::SetThreadName(name.c_str());
     pthread_setname_np(pthread_self(), name.c_str());
     CrashReport::PrepareThread();
-    std::unique_lock lock(m_guard);
+    CommonMutex::Lock lock(m_guard);
     for (;;) {
-        m_wake.wait(lock, [this] { return !m_queue.empty() || !m_ready; });
+        m_wake.wait(lock, [this]() CK_REQUIRES(m_guard) { return !m_queue.empty() || !m_ready; });
         if (m_queue.empty())
             return;
         Function function = std::move(m_queue.front());
@@ -171,9 +168,9 @@ void Pool::Work(unsigned number) {
 }
 
 void Pool::Shutdown() {
-    std::lock_guard lifecycle(m_lifecycle);
+    CommonMutex::Lock const lifecycle(m_lifecycle);
     {
-        std::lock_guard lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         m_ready = false;
     }
     m_wake.notify_all();

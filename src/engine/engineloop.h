@@ -7,7 +7,6 @@
 #include <corekit/commonmutex.h>
 #include <vorlan/fwd.h>
 
-#include <condition_variable>
 #include <functional>
 #include <vector>
 
@@ -34,8 +33,8 @@ public:
 
 private:
     CommonMutex m_guard;
-    std::condition_variable_any m_wake;
-    std::condition_variable_any m_room;
+    CommonCondition m_wake;
+    CommonCondition m_room;
     std::vector<std::function<void()>> m_tasks CK_GUARDED_BY(m_guard);
     size_t m_bytes CK_GUARDED_BY(m_guard) = 0;
     bool m_closed CK_GUARDED_BY(m_guard) = false;

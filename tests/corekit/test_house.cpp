@@ -168,6 +168,17 @@ TEST(House, FilesStayReadable) {
     }
 }
 
+TEST(House, TheCompilerKnowsEveryLock) {
+    static std::regex const unknown(R"(std::(\w+_)?mutex\b|std::condition_variable|std::shared_lock)");
+    for (auto const& path : Sources()) {
+        string const text = ReadText(path);
+        std::smatch match;
+        EXPECT_TRUE(path.filename() == "commonmutex.h" || !std::regex_search(text, match, unknown))
+            << Relative(path) << ": " << match.str()
+            << " is checked by nobody; take CommonMutex, RWLock, CommonCondition";
+    }
+}
+
 TEST(House, TextsSpeakOfTheProject) {
     // Put together from pieces, so that this file does not find itself.
     static std::regex const foreign(string("spec") + R"(\.md|\bPart)" + R"( \d\.\d|/work/)" + "(main|shared)");

@@ -7,7 +7,6 @@
 #include <corekit/commonmutex.h>
 #include <corekit/uniquefd.h>
 
-#include <condition_variable>
 #include <deque>
 #include <thread>
 #include <vector>
@@ -57,7 +56,7 @@ private:
     std::vector<std::thread> m_threads;
 
     CommonMutex m_guard;
-    std::condition_variable_any m_wake;
+    CommonCondition m_wake;
     std::deque<Order> m_orders CK_GUARDED_BY(m_guard);
     std::vector<Done> m_done CK_GUARDED_BY(m_guard);
     bool m_stopping CK_GUARDED_BY(m_guard) = false;

@@ -3,8 +3,8 @@
 namespace farm {
 
 void Inbox::Push(Incoming event) {
-    std::unique_lock lock(m_guard);
-    m_emptied.wait(lock, [&] { return m_closed || m_events.size() < k_Limit; });
+    CommonMutex::Lock lock(m_guard);
+    m_emptied.wait(lock, [&]() CK_REQUIRES(m_guard) { return m_closed || m_events.size() < k_Limit; });
     if (m_closed)
         return;
     m_events.push_back(std::move(event));
@@ -14,8 +14,8 @@ void Inbox::Push(Incoming event) {
 
 std::deque<Incoming> Inbox::Take(size_t most, std::chrono::steady_clock::time_point until) {
     std::deque<Incoming> taken;
-    std::unique_lock lock(m_guard);
-    m_filled.wait_until(lock, until, [&] { return m_closed || !m_events.empty(); });
+    CommonMutex::Lock lock(m_guard);
+    m_filled.wait_until(lock, until, [&]() CK_REQUIRES(m_guard) { return m_closed || !m_events.empty(); });
     if (m_events.size() <= most) {
         taken.swap(m_events);
     } else {
@@ -29,14 +29,14 @@ std::deque<Incoming> Inbox::Take(size_t most, std::chrono::steady_clock::time_po
 }
 
 void Inbox::Close() {
-    std::lock_guard const lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     m_closed = true;
     m_filled.notify_all();
     m_emptied.notify_all();
 }
 
 bool Inbox::IsClosed() const {
-    std::lock_guard const lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     return m_closed;
 }
 

@@ -4,12 +4,10 @@
 
 #include "master/core/event.h"
 
-#include <corekit/threadannotations.h>
+#include <corekit/commonmutex.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <deque>
-#include <mutex>
 
 namespace farm {
 
@@ -39,11 +37,11 @@ public:
     bool IsClosed() const;
 
 private:
-    mutable std::mutex m_guard;
-    std::condition_variable m_filled;
-    std::condition_variable m_emptied;
-    std::deque<Incoming> m_events;
-    bool m_closed = false;
+    mutable CommonMutex m_guard;
+    CommonCondition m_filled;
+    CommonCondition m_emptied;
+    std::deque<Incoming> m_events CK_GUARDED_BY(m_guard);
+    bool m_closed CK_GUARDED_BY(m_guard) = false;
 };
 
 } // namespace farm

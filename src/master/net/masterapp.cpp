@@ -71,14 +71,14 @@ bool MasterApp::Startup(CommandLine& commandLine) {
     shell->Start();
     vorlan::MasterFinder::WritePortFile(shell->Port());
     LogSystem(SFormat("VorlanMaster listens on port %u.", shell->Port()));
-    std::lock_guard const lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     m_shell = std::move(shell);
     return true;
 }
 
 void MasterApp::InstallStop() {
     InstallStopSignals([this] {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         m_stopAsked = true;
         if (m_shell)
             m_shell->Stop();
@@ -113,16 +113,18 @@ std::vector<boost::shared_ptr<vorlan::Product const>> MasterApp::LoadProducts() 
 }
 
 int MasterApp::Execute() {
+    Shell* shell = nullptr;
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         if (m_stopAsked) {
             return 0; // while it started, before there was a shell to stop
         }
+        shell = m_shell.get();
     }
     if (m_standsBy)
         StandBy();
     else
-        m_shell->Run();
+        shell->Run();
     return 0;
 }
 
@@ -130,7 +132,7 @@ void MasterApp::StandBy() {
     LogSystem("This machine's farm key was joined from another farm, which has a Master: this one stands by.");
     for (;;) {
         std::this_thread::sleep_for(k_StandbyLook);
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         if (m_stopAsked)
             return;
     }
@@ -139,7 +141,7 @@ void MasterApp::StandBy() {
 void MasterApp::Cleanup() {
     std::unique_ptr<Shell> shell;
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         shell = std::move(m_shell);
     }
     shell.reset();

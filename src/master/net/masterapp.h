@@ -4,11 +4,11 @@
 
 #include "master/net/shell.h"
 
+#include <corekit/commonmutex.h>
 #include <vorlan/components.h>
 #include <vorlan/vorlanapp.h>
 
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace farm {
@@ -40,10 +40,11 @@ private:
     void StandBy();
 
     std::unique_ptr<vorlan::ComponentLock> m_lock;
-    std::mutex m_guard;
-    std::unique_ptr<Shell> m_shell; // set on the main thread under m_guard, asked to stop on the signal thread
+    CommonMutex m_guard;
+    // Made, run and ended by the main thread, asked to stop by the signal thread.
+    std::unique_ptr<Shell> m_shell CK_GUARDED_BY(m_guard);
     bool m_standsBy = false;
-    bool m_stopAsked = false; // guarded by m_guard
+    bool m_stopAsked CK_GUARDED_BY(m_guard) = false;
 };
 
 } // namespace farm

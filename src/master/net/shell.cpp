@@ -103,7 +103,7 @@ void Shell::OpenPort() {
     handlers.onConnected = [this](ConnectionPtr const& connection) {
         net::PeerInfo const& peer = connection->Peer();
         {
-            std::lock_guard const lock(m_connectionsGuard);
+            CommonMutex::Lock const lock(m_connectionsGuard);
             m_connections[connection->Number()] = connection;
         }
         m_inbox.Push(Event(PeerConnected{connection->Number(), peer.kind, peer.machine, peer.machineName}));
@@ -115,7 +115,7 @@ void Shell::OpenPort() {
         corekit::LogInfo(SFormat("%s on %s has left: %s", connection->Peer().program.c_str(),
                                  connection->Peer().machineName.c_str(), reason.c_str()));
         {
-            std::lock_guard const lock(m_connectionsGuard);
+            CommonMutex::Lock const lock(m_connectionsGuard);
             m_connections.erase(connection->Number());
         }
         m_inbox.Push(Event(PeerGone{connection->Number()}));
@@ -131,7 +131,7 @@ void Shell::Start() {
     if (!m_options.stateFile.Empty())
         m_stateWriter = std::make_unique<StateWriter>(m_options.stateFile);
     m_logSink = corekit::Log::AddSink([this](corekit::LogLevel level, String const& text) {
-        std::lock_guard const lock(m_logGuard);
+        CommonMutex::Lock const lock(m_logGuard);
         if (level != corekit::LogLevel::Debug && m_logLines.size() < k_LogLinesLimit) {
             m_logLines.push_back(SFormat("%s  %-8s %s", Time::CurrentTime().Format(corekit::k_DefaultDateTime).c_str(),
                                          corekit::LogLevelName(level), text.c_str()));
@@ -220,7 +220,7 @@ void Shell::Forget(std::deque<Incoming> const& events, String const& reason) {
     }
     std::map<PeerId, ConnectionPtr> connections;
     {
-        std::lock_guard const lock(m_connectionsGuard);
+        CommonMutex::Lock const lock(m_connectionsGuard);
         connections = m_connections;
     }
     for (auto const& [peer, connection] : connections)
@@ -251,7 +251,7 @@ void Shell::WaitForStore() {
         }
     }
     // Who connected to the old Core and is still here must be known to the new one.
-    std::lock_guard const lock(m_connectionsGuard);
+    CommonMutex::Lock const lock(m_connectionsGuard);
     for (auto const& [peer, connection] : m_connections)
         connection->Close("the Master has read its store anew");
 }
@@ -342,7 +342,7 @@ bool Shell::TakesLogRequest(Event const& event) {
 void Shell::TellLog() {
     auto message = vorlan::MasterLogsMsg::New();
     {
-        std::lock_guard const lock(m_logGuard);
+        CommonMutex::Lock const lock(m_logGuard);
         message->lines.swap(m_logLines);
     }
     if (message->lines.empty())
@@ -356,7 +356,7 @@ void Shell::TellLog() {
 }
 
 Shell::ConnectionPtr Shell::Find(PeerId peer) const {
-    std::lock_guard const lock(m_connectionsGuard);
+    CommonMutex::Lock const lock(m_connectionsGuard);
     auto const found = m_connections.find(peer);
     return found == m_connections.end() ? nullptr : found->second;
 }

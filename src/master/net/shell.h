@@ -8,6 +8,7 @@
 #include "master/net/statewriter.h"
 #include "master/store/store.h"
 
+#include <corekit/commonmutex.h>
 #include <corekit/log.h>
 #include <vorlan/discovery.h>
 #include <vorlan/farmkey.h>
@@ -90,13 +91,13 @@ private:
 
     Inbox m_inbox; // has its own lock
 
-    // Guarded by m_connectionsGuard: network threads add and the working thread looks up.
-    mutable std::mutex m_connectionsGuard;
-    std::map<PeerId, ConnectionPtr> m_connections;
+    // Network threads add and the working thread looks up.
+    mutable CommonMutex m_connectionsGuard;
+    std::map<PeerId, ConnectionPtr> m_connections CK_GUARDED_BY(m_connectionsGuard);
 
-    // Guarded by m_logGuard: any thread logs, the working thread tells the followers.
-    std::mutex m_logGuard;
-    std::vector<String> m_logLines;
+    // Any thread logs, the working thread tells the followers.
+    CommonMutex m_logGuard;
+    std::vector<String> m_logLines CK_GUARDED_BY(m_logGuard);
     corekit::Log::SinkHandle m_logSink;
 
     // The working thread only.

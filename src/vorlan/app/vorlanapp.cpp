@@ -28,21 +28,21 @@ VorlanApp::VorlanApp() {
 VorlanApp::~VorlanApp() = default;
 
 int VorlanApp::Execute() {
-    std::unique_lock lock(m_guard);
-    m_wake.wait(lock, [this] { return m_shutdown; });
+    CommonMutex::Lock lock(m_guard);
+    m_wake.wait(lock, [this]() CK_REQUIRES(m_guard) { return m_shutdown; });
     return 0;
 }
 
 void VorlanApp::RequestShutdown() {
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         m_shutdown = true;
     }
     m_wake.notify_all();
 }
 
 bool VorlanApp::ShutdownRequested() const {
-    std::lock_guard const lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     return m_shutdown;
 }
 

@@ -48,13 +48,13 @@ boost::shared_ptr<Job> JobFactory::CreateJob(UID const& type) const {
 }
 
 boost::shared_ptr<Product const> JobFactory::GetProduct(UID const& type) const {
-    std::shared_lock const lock(m_mutex);
+    RWLock::Reader const reader(m_mutex);
     auto const found = m_products.find(type);
     return found == m_products.end() ? nullptr : found->second;
 }
 
 boost::shared_ptr<Product const> JobFactory::FindProduct(String const& nameOrAlias) const {
-    std::shared_lock const lock(m_mutex);
+    RWLock::Reader const reader(m_mutex);
     boost::shared_ptr<Product const> byAlias;
     for (auto const& [type, product] : m_products) {
         if (product->Name().CompareNoCase(nameOrAlias) == 0)
@@ -73,7 +73,7 @@ boost::shared_ptr<Product> JobFactory::GetMutableProduct(UID const& type) const 
 std::vector<UID> JobFactory::ListProducts() const {
     std::vector<std::pair<String, UID>> named;
     {
-        std::shared_lock const lock(m_mutex);
+        RWLock::Reader const reader(m_mutex);
         for (auto const& [type, product] : m_products)
             named.emplace_back(product->Name().Lower(), type);
     }
@@ -104,13 +104,13 @@ void JobFactory::SetProduct(boost::shared_ptr<Product const> const& product) {
     if (!product)
         return;
     boost::shared_ptr<Product const> former = product; // let go of outside the lock
-    std::unique_lock const lock(m_mutex);
+    RWLock::Writer const writer(m_mutex);
     std::swap(m_products[product->Type()], former);
 }
 
 void JobFactory::RemoveProduct(UID const& type) {
     std::map<UID, boost::shared_ptr<Product const>> removed; // let go of outside the lock
-    std::unique_lock const lock(m_mutex);
+    RWLock::Writer const writer(m_mutex);
     if (type.IsNull())
         removed.swap(m_products);
     else if (auto node = m_products.extract(type))

@@ -226,7 +226,7 @@ void Channel::Send(boost::shared_ptr<Message const> const& message, Traffic traf
         WithEncoded(*message, [&](std::string_view body) {
             if (body.size() > m_options.limits.frame / 4)
                 return SendEncoded(EncodeBody(message->Type(), body), traffic);
-            Queue(traffic, [&] { m_queue.Push(message->Type(), body, traffic); });
+            Queue(traffic, message->Type(), body);
         });
     } catch (Exception const& exception) {
         LogError(String("A ") + message->TypeName() + " could not be sent to " + m_options.address.ToString() + ": " +
@@ -237,16 +237,16 @@ void Channel::Send(boost::shared_ptr<Message const> const& message, Traffic traf
 void Channel::SendEncoded(boost::shared_ptr<EncodedMessage const> const& message, Traffic traffic) {
     if (!message || !IsOpen())
         return;
-    Queue(traffic, [&] { m_queue.Push(message, traffic); });
+    Queue(traffic, message);
 }
 
-template <class Function>
-void Channel::Queue(Traffic traffic, Function&& push) {
+template <class... Content>
+void Channel::Queue(Traffic traffic, Content const&... content) {
     bool post = false;
     bool over = false;
     {
-        std::lock_guard const lock(m_guard);
-        push();
+        CommonMutex::Lock const lock(m_guard);
+        m_queue.Push(content..., traffic);
         over = m_queue.LiveBytes() > m_options.limits.queued;
         if (traffic == Traffic::Load || m_queue.Bytes() >= m_options.limits.lowWater)
             m_wantDrained = true;
@@ -274,7 +274,7 @@ void Channel::PostFlush() {
 }
 
 size_t Channel::QueuedBytes() const {
-    std::lock_guard const lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     return m_queue.Bytes();
 }
 
@@ -283,7 +283,7 @@ void Channel::Flush() {
         return;
     bool drained = false;
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         if (!m_queue.Take(m_piece))
             m_flushPosted = false;
         else
@@ -306,7 +306,7 @@ void Channel::Flush() {
 void Channel::OnWritten(error_code error) {
     m_writing = false;
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         m_queue.Written(m_piece);
     }
     if (m_state == State::Ended)
@@ -320,7 +320,7 @@ void Channel::SendRaw(std::string bytes) {
     if (bytes.empty())
         return;
     auto const frames = boost::make_shared<EncodedMessage const>(String(std::move(bytes)));
-    Queue(Traffic::Live, [&] { m_queue.Push(frames, Traffic::Live); });
+    Queue(Traffic::Live, frames);
 }
 
 void Channel::Close(String const& reason) {
@@ -373,7 +373,7 @@ void Channel::End(String const& reason) {
     m_stream.next_layer().close(ignored);
     m_parts.Clear();
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         m_queue.Clear();
     }
     m_host->OnEnded(shared_from_this(), m_proved, reason);

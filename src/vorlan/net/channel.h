@@ -7,9 +7,9 @@
 #include "sendqueue.h"
 
 #include <boost/enable_shared_from_this.hpp>
+#include <corekit/commonmutex.h>
 #include <vorlan/net/limits.h>
 
-#include <mutex>
 #include <optional>
 
 namespace vorlan::net {
@@ -80,8 +80,8 @@ private:
     void TakeFrame(Frame const& frame);
     void Deliver(UID const& type, std::string_view body);
 
-    template <class Function>
-    void Queue(Traffic traffic, Function&& push);
+    template <class... Content>
+    void Queue(Traffic traffic, Content const&... content);
     void Overflow();
     void PostFlush();
     void Flush();
@@ -105,10 +105,10 @@ private:
     std::atomic<bool> m_open{true};
     std::atomic<bool> m_closeAsked{false};
 
-    mutable std::mutex m_guard;
-    SendQueue m_queue;          // guarded by m_guard
-    bool m_flushPosted = false; // guarded by m_guard: a flush is to come, or a write is under way
-    bool m_wantDrained = false; // guarded by m_guard
+    mutable CommonMutex m_guard;
+    SendQueue m_queue CK_GUARDED_BY(m_guard);
+    bool m_flushPosted CK_GUARDED_BY(m_guard) = false; // a flush is to come, or a write is under way
+    bool m_wantDrained CK_GUARDED_BY(m_guard) = false;
 
     // The loop's thread only.
     TlsStream m_stream;

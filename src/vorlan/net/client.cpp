@@ -5,13 +5,13 @@
 #include "loop.h"
 #include "resolver.h"
 
+#include <corekit/commonmutex.h>
 #include <corekit/exception.h>
 #include <corekit/file.h>
 #include <corekit/log.h>
 #include <corekit/sformat.h>
 #include <vorlan/discovery.h>
 
-#include <condition_variable>
 #include <random>
 
 namespace vorlan::net {
@@ -68,10 +68,10 @@ private:
     Handlers const m_handlers;
     asio::ssl::context m_tls;
 
-    mutable std::mutex m_guard;
-    std::condition_variable m_ended;
-    ChannelPtr m_current;   // guarded by m_guard
-    bool m_started = false; // guarded by m_guard
+    mutable CommonMutex m_guard;
+    CommonCondition m_ended;
+    ChannelPtr m_current CK_GUARDED_BY(m_guard);
+    bool m_started CK_GUARDED_BY(m_guard) = false;
     std::atomic<bool> m_stopping{false};
 
     Loop m_loop;
@@ -92,7 +92,7 @@ private:
 
 void Client::Impl::Start() {
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         if (m_stopping || std::exchange(m_started, true))
             return;
     }
@@ -223,7 +223,7 @@ void Client::Impl::OnProved(ChannelPtr const& channel) {
     m_reported.clear();
     m_since = std::chrono::steady_clock::now();
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         m_current = channel;
     }
     Guarded("onConnected", m_handlers.onConnected, channel);
@@ -241,7 +241,7 @@ void Client::Impl::OnEnded(ChannelPtr const& channel, bool proved, String const&
         m_channel.reset();
     if (proved) {
         {
-            std::lock_guard const lock(m_guard);
+            CommonMutex::Lock const lock(m_guard);
             if (m_current == channel)
                 m_current.reset();
         }
@@ -263,7 +263,7 @@ void Client::Impl::OnEnded(ChannelPtr const& channel, bool proved, String const&
 
 void Client::Impl::Reconnect() {
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         if (!m_started)
             return;
     }
@@ -284,18 +284,19 @@ void Client::Impl::Reconnect() {
 }
 
 ChannelPtr Client::Impl::Current() const {
-    std::lock_guard const lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     return m_current;
 }
 
 void Client::Impl::Stop(int flushMs) {
     {
-        std::unique_lock lock(m_guard);
+        CommonMutex::Lock lock(m_guard);
         if (m_stopping.exchange(true) || !m_started)
             return;
         if (m_current && flushMs > 0) {
             m_current->Close("the program ends");
-            m_ended.wait_for(lock, std::chrono::milliseconds(flushMs), [this] { return !m_current; });
+            m_ended.wait_for(lock, std::chrono::milliseconds(flushMs),
+                             [this]() CK_REQUIRES(m_guard) { return !m_current; });
         }
     }
     m_loop.Stop();

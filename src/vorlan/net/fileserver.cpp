@@ -1,5 +1,6 @@
 #include <vorlan/fileserver.h>
 
+#include <corekit/commonmutex.h>
 #include <corekit/exception.h>
 #include <corekit/file.h>
 #include <corekit/log.h>
@@ -10,7 +11,6 @@
 #include <vorlan/messenger.h>
 
 #include <cerrno>
-#include <condition_variable>
 #include <cstring>
 #include <deque>
 #include <fcntl.h>
@@ -48,7 +48,7 @@ public:
 protected:
     bool Execute() override;
     void OnStopSignaled() override {
-        { std::lock_guard const lock(m_guard); }
+        { CommonMutex::Lock const lock(m_guard); }
         m_some.notify_all();
     }
     void OnThreadStopping() override;
@@ -62,7 +62,7 @@ private:
         if (message->request != m_request)
             return;
         {
-            std::lock_guard const lock(m_guard);
+            CommonMutex::Lock const lock(m_guard);
             m_pieces.push_back(message);
         }
         m_some.notify_one();
@@ -85,9 +85,9 @@ private:
     boost::shared_ptr<GetOutputMsg> m_ask;
 
     std::atomic<bool> m_released{false};
-    std::mutex m_guard;
-    std::condition_variable m_some;
-    std::deque<boost::shared_ptr<OutputDataMsg>> m_pieces; // guarded by m_guard
+    CommonMutex m_guard;
+    CommonCondition m_some;
+    std::deque<boost::shared_ptr<OutputDataMsg>> m_pieces CK_GUARDED_BY(m_guard);
 
     // The own thread only.
     UniqueFd m_file;
@@ -96,8 +96,8 @@ private:
 };
 
 boost::shared_ptr<OutputDataMsg> FileRequest::NextPiece() {
-    std::unique_lock lock(m_guard);
-    auto const ready = [this] { return !m_pieces.empty() || IsStopping(); };
+    CommonMutex::Lock lock(m_guard);
+    auto const ready = [this]() CK_REQUIRES(m_guard) { return !m_pieces.empty() || IsStopping(); };
     // Only the first answer has a time: what is followed may be silent for long.
     if (m_file)
         m_some.wait(lock, ready);
@@ -183,7 +183,7 @@ class Requests {
 public:
     Thread* Begin(UID const& request, UID const& work, UID const& engine, bool follow) {
         Sweep();
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         if (m_requests.contains(request))
             return nullptr;
         auto& entry = m_requests[request];
@@ -193,7 +193,7 @@ public:
     }
     void Release(UID const& request) {
         {
-            std::lock_guard const lock(m_guard);
+            CommonMutex::Lock const lock(m_guard);
             if (auto const found = m_requests.find(request); found != m_requests.end()) {
                 found->second->Release();
                 m_released.push_back(std::move(found->second));
@@ -205,7 +205,7 @@ public:
     void Clear() {
         std::vector<std::unique_ptr<FileRequest>> all;
         {
-            std::lock_guard const lock(m_guard);
+            CommonMutex::Lock const lock(m_guard);
             all = std::move(m_released);
             m_released.clear();
             for (auto& entry : m_requests) {
@@ -220,7 +220,7 @@ private:
     void Sweep() {
         std::vector<std::unique_ptr<FileRequest>> ended;
         {
-            std::lock_guard const lock(m_guard);
+            CommonMutex::Lock const lock(m_guard);
             for (auto entry = m_requests.begin(); entry != m_requests.end();) {
                 if (entry->second->IsRunning() || entry->second->IsCurrent()) {
                     ++entry;
@@ -238,9 +238,9 @@ private:
         }
     }
 
-    std::mutex m_guard;
-    std::map<UID, std::unique_ptr<FileRequest>> m_requests;
-    std::vector<std::unique_ptr<FileRequest>> m_released;
+    CommonMutex m_guard;
+    std::map<UID, std::unique_ptr<FileRequest>> m_requests CK_GUARDED_BY(m_guard);
+    std::vector<std::unique_ptr<FileRequest>> m_released CK_GUARDED_BY(m_guard);
 };
 
 Requests& TheRequests() {

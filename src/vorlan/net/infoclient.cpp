@@ -1,26 +1,25 @@
 #include <vorlan/infoclient.h>
 
+#include <corekit/commonmutex.h>
 #include <corekit/file.h>
 #include <vorlan/messages.h>
 
 #include <algorithm>
-#include <condition_variable>
-#include <mutex>
 
 namespace vorlan {
 
 // What the network thread leaves for the owner.
 struct InfoClient::Shared {
-    std::mutex guard;
-    std::condition_variable some;
-    Sample sample;      // guarded by guard
-    bool fresh = false; // guarded by guard
-    bool gone = true;   // guarded by guard
-    String error;       // guarded by guard
+    CommonMutex guard;
+    CommonCondition some;
+    Sample sample CK_GUARDED_BY(guard);
+    bool fresh CK_GUARDED_BY(guard) = false;
+    bool gone CK_GUARDED_BY(guard) = true;
+    String error CK_GUARDED_BY(guard);
 
     void Gone(String const& reason) {
         {
-            std::lock_guard const lock(guard);
+            CommonMutex::Lock const lock(guard);
             gone = true;
             error = reason;
         }
@@ -36,7 +35,7 @@ void InfoClient::Close() {
     m_client.reset();
     m_peer = {};
     m_sample = {};
-    std::lock_guard const lock(m_shared->guard);
+    CommonMutex::Lock const lock(m_shared->guard);
     m_shared->fresh = false;
     m_shared->gone = true;
     m_shared->error.clear();
@@ -50,7 +49,10 @@ void InfoClient::ConnectTo(IPPeer const& peer) {
     if (peer.IsNull())
         return;
     m_peer = peer;
-    m_shared->gone = false;
+    {
+        CommonMutex::Lock const lock(m_shared->guard);
+        m_shared->gone = false;
+    }
     net::ClientOptions options;
     options.self = net::PeerInfo::Self(net::PeerKind::Client, "VorlanGui");
     options.retry = net::ClientOptions::Retry::Never;
@@ -63,7 +65,7 @@ void InfoClient::ConnectTo(IPPeer const& peer) {
             return;
         auto const& figures = static_cast<HardwareMsg const&>(*message);
         {
-            std::lock_guard const lock(shared->guard);
+            CommonMutex::Lock const lock(shared->guard);
             shared->sample = {
                 Whole(figures.totalPhysicalMB), Whole(figures.freePhysicalMB), Whole(figures.totalVirtualMB),
                 Whole(figures.freeVirtualMB),
@@ -79,20 +81,20 @@ void InfoClient::ConnectTo(IPPeer const& peer) {
 }
 
 bool InfoClient::IsConnected() const {
-    std::lock_guard const lock(m_shared->guard);
+    CommonMutex::Lock const lock(m_shared->guard);
     return m_client && !m_shared->gone;
 }
 
 String InfoClient::LastError() const {
-    std::lock_guard const lock(m_shared->guard);
+    CommonMutex::Lock const lock(m_shared->guard);
     return m_shared->error;
 }
 
 bool InfoClient::Receive(float seconds) {
-    std::unique_lock lock(m_shared->guard);
+    CommonMutex::Lock lock(m_shared->guard);
     if (seconds > 0)
         m_shared->some.wait_for(lock, std::chrono::duration<float>(seconds),
-                                [this] { return m_shared->fresh || m_shared->gone; });
+                                [this]() CK_REQUIRES(m_shared->guard) { return m_shared->fresh || m_shared->gone; });
     if (!std::exchange(m_shared->fresh, false))
         return false;
     m_sample = m_shared->sample;

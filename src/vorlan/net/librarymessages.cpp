@@ -45,7 +45,7 @@ bool LibraryMessages::Take(Message const& message) {
             items.push_back({item.job, item.engine, item.product, item.count, item.time, item.count});
         Failures::ReplaceAll(items);
     } else if (type == PathTranslationsMsg::s_Type) {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         m_translations = static_cast<PathTranslationsMsg const&>(message).translations;
     } else {
         return false;
@@ -54,7 +54,7 @@ bool LibraryMessages::Take(Message const& message) {
 }
 
 std::vector<std::map<String, String>> LibraryMessages::PathTranslations() const {
-    std::lock_guard const lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     return m_translations;
 }
 

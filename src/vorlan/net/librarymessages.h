@@ -1,11 +1,11 @@
 #pragma once
 
+#include <corekit/commonmutex.h>
 #include <corekit/string.h>
 #include <corekit/uid.h>
 #include <vorlan/message.h>
 
 #include <map>
-#include <mutex>
 #include <set>
 #include <vector>
 
@@ -28,8 +28,8 @@ public:
 private:
     std::set<UID> m_loaded; // the Products of this load
     bool m_loading = false;
-    mutable std::mutex m_guard;
-    std::vector<std::map<String, String>> m_translations; // guarded by m_guard
+    mutable CommonMutex m_guard;
+    std::vector<std::map<String, String>> m_translations CK_GUARDED_BY(m_guard);
 };
 
 } // namespace vorlan

@@ -4,9 +4,11 @@ namespace vorlan {
 
 void MessageThread::Push(QueuedMessage item, bool mayWait) {
     {
-        std::unique_lock lock(m_guard);
+        CommonMutex::Lock lock(m_guard);
         if (mayWait && m_items.size() >= k_MaxQueued)
-            m_room.wait(lock, [this] { return m_items.size() < k_MaxQueued || m_released || IsStopping(); });
+            m_room.wait(lock, [this]() CK_REQUIRES(m_guard) {
+                return m_items.size() < k_MaxQueued || m_released || IsStopping();
+            });
         m_items.push_back(std::move(item));
     }
     m_some.notify_one();
@@ -14,7 +16,7 @@ void MessageThread::Push(QueuedMessage item, bool mayWait) {
 
 void MessageThread::Release(bool released) {
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         m_released = released;
     }
     m_room.notify_all();
@@ -30,8 +32,8 @@ void MessageThread::Drop(uint64_t lastConnection) {
 bool MessageThread::Execute() {
     std::deque<QueuedMessage> items;
     {
-        std::unique_lock lock(m_guard);
-        m_some.wait(lock, [this] { return !m_items.empty() || IsStopping(); });
+        CommonMutex::Lock lock(m_guard);
+        m_some.wait(lock, [this]() CK_REQUIRES(m_guard) { return !m_items.empty() || IsStopping(); });
         items.swap(m_items);
     }
     m_room.notify_all();
@@ -49,7 +51,7 @@ bool MessageThread::Execute() {
 
 void MessageThread::OnStopSignaled() {
     // Taken and given up, so that the waiting ones do not miss the call.
-    { std::lock_guard const lock(m_guard); }
+    { CommonMutex::Lock const lock(m_guard); }
     m_some.notify_all();
     m_room.notify_all();
 }

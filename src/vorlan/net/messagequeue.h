@@ -1,13 +1,12 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
+#include <corekit/commonmutex.h>
 #include <corekit/thread.h>
 #include <vorlan/message.h>
 
-#include <condition_variable>
 #include <deque>
 #include <functional>
-#include <mutex>
 
 namespace vorlan {
 
@@ -49,11 +48,11 @@ private:
     std::function<void(QueuedMessage const&)> const m_handle;
     std::atomic<uint64_t> m_droppedUpTo{0}; // the number of the last connection whose messages do not count
 
-    std::mutex m_guard;
-    std::condition_variable m_some;
-    std::condition_variable m_room;
-    std::deque<QueuedMessage> m_items; // guarded by m_guard
-    bool m_released = false;           // guarded by m_guard
+    CommonMutex m_guard;
+    CommonCondition m_some;
+    CommonCondition m_room;
+    std::deque<QueuedMessage> m_items CK_GUARDED_BY(m_guard);
+    bool m_released CK_GUARDED_BY(m_guard) = false;
 };
 
 } // namespace vorlan

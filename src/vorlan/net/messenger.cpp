@@ -3,6 +3,7 @@
 #include "librarymessages.h"
 #include "messagequeue.h"
 
+#include <corekit/commonmutex.h>
 #include <corekit/exception.h>
 #include <corekit/log.h>
 #include <vorlan/events.h>
@@ -31,7 +32,7 @@ public:
         String failure;
     };
     Master GetMaster() const {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         return m_master;
     }
     bool IsConnected() const { return m_connected.load(std::memory_order_acquire); }
@@ -60,17 +61,17 @@ private:
     std::shared_ptr<MessageThread> Thread();
 
     // Held through Start and Stop, which never come from a network thread.
-    std::mutex m_control;
-    std::unique_ptr<net::Client> m_client; // guarded by m_control
-    MessengerOptions m_options;            // guarded by m_control
+    CommonMutex m_control;
+    std::unique_ptr<net::Client> m_client CK_GUARDED_BY(m_control);
+    MessengerOptions m_options CK_GUARDED_BY(m_control);
 
-    mutable std::mutex m_guard;
-    std::shared_ptr<MessageThread> m_thread;         // guarded by m_guard
-    bool m_ended = false;                            // guarded by m_guard; stopped for good
-    boost::shared_ptr<net::Connection> m_connection; // guarded by m_guard
-    uint64_t m_lastConnection = 0;                   // guarded by m_guard
-    Master m_master;                                 // guarded by m_guard
-    std::atomic<bool> m_connected{false};            // the same as in m_master
+    mutable CommonMutex m_guard;
+    std::shared_ptr<MessageThread> m_thread CK_GUARDED_BY(m_guard);
+    bool m_ended CK_GUARDED_BY(m_guard) = false; // stopped for good
+    boost::shared_ptr<net::Connection> m_connection CK_GUARDED_BY(m_guard);
+    uint64_t m_lastConnection CK_GUARDED_BY(m_guard) = 0;
+    Master m_master CK_GUARDED_BY(m_guard);
+    std::atomic<bool> m_connected{false}; // the same as in m_master
 
     std::atomic<decltype(MessengerCalls::onUnhandled)> m_onUnhandled{nullptr};
     std::atomic<decltype(MessengerCalls::onRefused)> m_onRefused{nullptr};
@@ -92,7 +93,7 @@ bool IsRequest(String const& name) { return name.StartsWith("Get") || name.Start
 } // namespace
 
 std::shared_ptr<MessageThread> State::Thread() {
-    std::lock_guard const lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     if (!m_thread && !m_ended) {
         m_thread = std::make_shared<MessageThread>([this](QueuedMessage const& item) { Handle(item); });
         m_thread->Start();
@@ -101,12 +102,12 @@ std::shared_ptr<MessageThread> State::Thread() {
 }
 
 void State::Start(MessengerOptions const& options) {
-    std::lock_guard const lock(m_control);
+    CommonMutex::Lock const lock(m_control);
     if (m_client)
         return;
     m_options = options;
     {
-        std::lock_guard const guard(m_guard);
+        CommonMutex::Lock const guard(m_guard);
         m_ended = false;
     }
     Thread()->Release(false);
@@ -123,7 +124,7 @@ void State::Start(MessengerOptions const& options) {
 }
 
 void State::Stop(bool flush, bool forGood, bool reconnect) {
-    std::unique_lock control(m_control);
+    CommonMutex::Lock control(m_control);
     if (reconnect) {
         if (m_client)
             return m_client->Reconnect();
@@ -138,7 +139,7 @@ void State::Stop(bool flush, bool forGood, bool reconnect) {
     if (std::unique_ptr<net::Client> const client = std::move(m_client))
         client->FlushAndStop(flush ? k_FlushMs : 0);
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         m_master.failure.clear();
     }
     control.unlock();
@@ -148,7 +149,7 @@ void State::Stop(bool flush, bool forGood, bool reconnect) {
     if (thread->IsCurrent())
         return thread->SignalStop();
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         m_thread.reset();
         m_ended = true;
     }
@@ -157,7 +158,7 @@ void State::Stop(bool flush, bool forGood, bool reconnect) {
 
 void State::OnConnected(boost::shared_ptr<net::Connection> const& connection) {
     LogInfo("Connected to " + connection->Peer().Text() + ", loading");
-    std::lock_guard const lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     m_connection = connection;
     m_lastConnection = connection->Number();
     m_master = {};
@@ -165,7 +166,7 @@ void State::OnConnected(boost::shared_ptr<net::Connection> const& connection) {
 
 void State::OnClosed(boost::shared_ptr<net::Connection> const& connection, String const& reason) {
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         if (m_connection == connection)
             m_connection.reset();
         m_connected = false;
@@ -177,7 +178,7 @@ void State::OnClosed(boost::shared_ptr<net::Connection> const& connection, Strin
 }
 
 void State::OnFailed(String const& reason) {
-    std::lock_guard const lock(m_guard);
+    CommonMutex::Lock const lock(m_guard);
     m_master.failure = reason;
 }
 
@@ -186,7 +187,7 @@ void State::Send(boost::shared_ptr<Message> const& message) {
         return;
     boost::shared_ptr<net::Connection> connection;
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         if (m_master.connected)
             connection = m_connection;
     }
@@ -207,7 +208,7 @@ void State::Purge() {
     uint64_t dead = 0;
     std::shared_ptr<MessageThread> thread;
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         // Numbers only grow, so that all before the standing one are dead.
         dead = m_connection ? m_connection->Number() - 1 : m_lastConnection;
         thread = m_thread;
@@ -240,7 +241,7 @@ void State::Dispatch(QueuedMessage const& item) {
     bool taken = m_library.Take(message);
     if (message.Type() == MasterInfoMsg::s_Type) {
         taken = true;
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         if (item.connection == QueuedMessage::k_Self || (m_connection && m_connection->Number() == item.connection))
             m_master.info = boost::static_pointer_cast<MasterInfoMsg>(item.message);
     } else if (message.Type() == RefusedMsg::s_Type) {
@@ -264,7 +265,7 @@ void State::Dispatch(QueuedMessage const& item) {
 
 void State::OnLoaded(uint64_t connection) {
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         // It may have ended in the meantime.
         if (!m_connection || m_connection->Number() != connection || m_master.connected)
             return;

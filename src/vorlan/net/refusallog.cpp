@@ -8,7 +8,7 @@ void RefusalLog::Note(corekit::String const& cause, corekit::String const& text)
     auto const now = std::chrono::steady_clock::now();
     bool fresh = false;
     {
-        std::lock_guard const lock(m_guard);
+        corekit::CommonMutex::Lock const lock(m_guard);
         if (m_last.size() >= k_MaxCauses)
             std::erase_if(m_last, [&](auto const& entry) { return now - entry.second > k_Pause; });
         auto const found = m_last.find(cause);

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <corekit/commonmutex.h>
 #include <corekit/string.h>
 
 #include <chrono>
 #include <map>
-#include <mutex>
 
 namespace vorlan::net {
 
@@ -19,8 +19,8 @@ private:
     static constexpr size_t k_MaxCauses = 256;
     static constexpr std::chrono::seconds k_Pause{60};
 
-    std::mutex m_guard;
-    std::map<corekit::String, std::chrono::steady_clock::time_point> m_last; // guarded by m_guard
+    corekit::CommonMutex m_guard;
+    std::map<corekit::String, std::chrono::steady_clock::time_point> m_last CK_GUARDED_BY(m_guard);
 };
 
 } // namespace vorlan::net

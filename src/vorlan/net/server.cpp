@@ -6,12 +6,11 @@
 #include "loop.h"
 #include "refusallog.h"
 
+#include <corekit/commonmutex.h>
 #include <corekit/exception.h>
 #include <corekit/file.h>
 #include <corekit/log.h>
 #include <corekit/sformat.h>
-
-#include <condition_variable>
 
 namespace vorlan::net {
 
@@ -38,7 +37,7 @@ private:
     void ListenOn(Endpoint const& endpoint);
     void Accept();
     void OnAccepted(error_code error, Socket& socket, Loop& loop);
-    void MakeRoom(ChannelPtr& oldest);
+    void MakeRoom(ChannelPtr& oldest) CK_REQUIRES(m_guard);
 
     // Constant after Start.
     ServerOptions m_options;
@@ -51,11 +50,11 @@ private:
     size_t m_nextLoop = 0; // the first loop's thread only
 
     RefusalLog m_refusals;
-    std::mutex m_guard;
-    std::condition_variable m_ended;
-    Channels m_unproved;     // guarded by m_guard; the oldest first
-    Channels m_proved;       // guarded by m_guard
-    bool m_stopping = false; // guarded by m_guard
+    CommonMutex m_guard;
+    CommonCondition m_ended;
+    Channels m_unproved CK_GUARDED_BY(m_guard); // the oldest first
+    Channels m_proved CK_GUARDED_BY(m_guard);
+    bool m_stopping CK_GUARDED_BY(m_guard) = false;
 };
 
 void Server::Impl::Start() {
@@ -145,7 +144,7 @@ void Server::Impl::OnAccepted(error_code error, Socket& socket, Loop& loop) {
         bool start = false;
         bool isFull = false;
         {
-            std::lock_guard const lock(m_guard);
+            CommonMutex::Lock const lock(m_guard);
             isFull = m_proved.size() + m_unproved.size() >= m_options.limits.connections;
             start = !m_stopping && !isFull;
             if (start)
@@ -174,7 +173,7 @@ void Server::Impl::MakeRoom(ChannelPtr& oldest) {
 void Server::Impl::OnProved(ChannelPtr const& channel) {
     bool known = false;
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         known = m_unproved.erase(channel->Number()) != 0;
         if (known)
             m_proved.emplace(channel->Number(), channel);
@@ -193,7 +192,7 @@ void Server::Impl::OnEnded(ChannelPtr const& channel, bool, String const& reason
     bool known = false;
     bool stopping = false;
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         known = m_proved.contains(channel->Number());
         stopping = m_stopping;
     }
@@ -203,7 +202,7 @@ void Server::Impl::OnEnded(ChannelPtr const& channel, bool, String const& reason
         m_refusals.Note(channel->Address().Host() + SFormat("/%d", static_cast<int>(channel->HandshakeFailure())),
                         reason);
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         m_proved.erase(channel->Number());
         m_unproved.erase(channel->Number());
     }
@@ -213,7 +212,7 @@ void Server::Impl::OnEnded(ChannelPtr const& channel, bool, String const& reason
 void Server::Impl::Stop() {
     std::vector<ChannelPtr> open;
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         if (std::exchange(m_stopping, true))
             return;
         for (auto const& entry : m_unproved)
@@ -232,14 +231,14 @@ void Server::Impl::Stop() {
     for (ChannelPtr const& channel : open)
         channel->Close("the program ends");
     {
-        std::unique_lock lock(m_guard);
+        CommonMutex::Lock lock(m_guard);
         m_ended.wait_for(lock, std::chrono::milliseconds(m_options.limits.lingerMs + 1000),
-                         [this] { return m_proved.empty() && m_unproved.empty(); });
+                         [this]() CK_REQUIRES(m_guard) { return m_proved.empty() && m_unproved.empty(); });
     }
     for (auto const& loop : m_loops)
         loop->Stop();
     {
-        std::lock_guard const lock(m_guard);
+        CommonMutex::Lock const lock(m_guard);
         open.clear();
         for (auto const* table : {&m_proved, &m_unproved})
             for (auto const& entry : *table)

@@ -1,5 +1,6 @@
 #include <vorlan/components.h>
 
+#include <corekit/commonmutex.h>
 #include <corekit/exception.h>
 #include <corekit/file.h>
 #include <corekit/filelock.h>
@@ -9,13 +10,11 @@
 #include <corekit/uniquefd.h>
 
 #include <cerrno>
-#include <condition_variable>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <map>
-#include <mutex>
 #include <poll.h>
 #include <sys/syscall.h>
 #include <thread>
@@ -41,11 +40,11 @@ using Clock = std::chrono::steady_clock;
 // with itself, and some are meant to live on.
 class Table {
 public:
-    std::mutex guard;
-    std::condition_variable stopped;
-    std::map<String, std::unique_ptr<Process>> started; // guarded by guard
-    std::map<String, std::optional<String>> stopping;   // guarded by guard; arguments: start it again
-    size_t threads = 0;                                 // guarded by guard
+    CommonMutex guard;
+    CommonCondition stopped;
+    std::map<String, std::unique_ptr<Process>> started CK_GUARDED_BY(guard);
+    std::map<String, std::optional<String>> stopping CK_GUARDED_BY(guard); // arguments: start it again
+    size_t threads CK_GUARDED_BY(guard) = 0;
 
     static Table& Get() {
         static Table* const s_table = new Table;
@@ -196,7 +195,7 @@ Process* Components::Start(int component, String const& arguments) {
 
 Process* Components::Start(String const& program, bool onlyOne, String const& arguments) {
     Table& table = Table::Get();
-    std::unique_lock lock(table.guard);
+    CommonMutex::Lock lock(table.guard);
     if (auto const ending = table.stopping.find(program); ending != table.stopping.end()) {
         ending->second = arguments;
         return nullptr;
@@ -223,7 +222,7 @@ static bool EndMarked(String const& program, int graceMs) {
     Table& table = Table::Get();
     std::unique_ptr<Process> own;
     {
-        std::lock_guard const lock(table.guard);
+        CommonMutex::Lock const lock(table.guard);
         own = std::move(table.started[program]);
         table.started.erase(program);
     }
@@ -239,7 +238,7 @@ static bool EndMarked(String const& program, int graceMs) {
     }
     std::optional<String> again;
     {
-        std::lock_guard const lock(table.guard);
+        CommonMutex::Lock const lock(table.guard);
         again = table.stopping[program];
         table.stopping.erase(program);
     }
@@ -252,8 +251,8 @@ static bool EndMarked(String const& program, int graceMs) {
 bool Components::StopAndWait(String const& program, int graceMs) {
     Table& table = Table::Get();
     {
-        std::unique_lock lock(table.guard);
-        table.stopped.wait(lock, [&] { return !table.stopping.contains(program); });
+        CommonMutex::Lock lock(table.guard);
+        table.stopped.wait(lock, [&]() CK_REQUIRES(table.guard) { return !table.stopping.contains(program); });
         table.stopping[program];
     }
     return EndMarked(program, graceMs);
@@ -273,7 +272,7 @@ void Components::Stop(String const& program) {
         return;
     Table& table = Table::Get();
     {
-        std::lock_guard const lock(table.guard);
+        CommonMutex::Lock const lock(table.guard);
         if (auto const ending = table.stopping.find(program); ending != table.stopping.end()) {
             ending->second.reset();
             return;
@@ -284,7 +283,7 @@ void Components::Stop(String const& program) {
     std::thread([program, &table] {
         EndMarked(program, k_GraceMs);
         {
-            std::lock_guard const lock(table.guard);
+            CommonMutex::Lock const lock(table.guard);
             --table.threads;
         }
         table.stopped.notify_all();
@@ -293,13 +292,13 @@ void Components::Stop(String const& program) {
 
 void Components::WaitForStops() {
     Table& table = Table::Get();
-    std::unique_lock lock(table.guard);
-    table.stopped.wait(lock, [&] { return table.threads == 0; });
+    CommonMutex::Lock lock(table.guard);
+    table.stopped.wait(lock, [&]() CK_REQUIRES(table.guard) { return table.threads == 0; });
 }
 
 bool Components::DidStart(int component) {
     Table& table = Table::Get();
-    std::lock_guard const lock(table.guard);
+    CommonMutex::Lock const lock(table.guard);
     auto const found = table.started.find(GetName(component));
     return found != table.started.end() && found->second && found->second->Running();
 }
@@ -307,7 +306,7 @@ bool Components::DidStart(int component) {
 bool Components::IsRunning(String const& program) {
     {
         Table& table = Table::Get();
-        std::lock_guard const lock(table.guard);
+        CommonMutex::Lock const lock(table.guard);
         auto const found = table.started.find(program);
         if ((found != table.started.end() && found->second && found->second->Running()) ||
             table.stopping.contains(program))

@@ -1,5 +1,6 @@
 #include "keynames.h"
 
+#include <corekit/commonmutex.h>
 #include <corekit/exception.h>
 #include <corekit/sformat.h>
 #include <vorlan/valueblock.h>
@@ -7,7 +8,6 @@
 #include <array>
 #include <atomic>
 #include <memory>
-#include <mutex>
 
 namespace vorlan {
 
@@ -55,7 +55,7 @@ public:
         size_t const hash = HashName(name);
         if (Entry const* entry = Find(*m_slots.load(std::memory_order_acquire), name, hash))
             return entry->number;
-        std::lock_guard const guard(m_mutex);
+        CommonMutex::Lock const guard(m_mutex);
         if (Entry const* entry = Find(*m_slots.load(std::memory_order_relaxed), name, hash))
             return entry->number;
         return Insert(name, hash);
@@ -92,7 +92,7 @@ private:
         slots.entries[i].store(entry, std::memory_order_release);
     }
 
-    uint32_t Insert(std::string_view name, size_t hash) {
+    uint32_t Insert(std::string_view name, size_t hash) CK_REQUIRES(m_mutex) {
         if (name.empty() || name.size() > NameTable::k_MaxNameLength)
             throw ArgumentException(SFormat("The name of a value must have 1 to %zu characters, and this one has %zu.",
                                             NameTable::k_MaxNameLength, name.size()));
@@ -114,7 +114,7 @@ private:
         return number;
     }
 
-    void Grow(size_t size) {
+    void Grow(size_t size) CK_REQUIRES(m_mutex) {
         auto slots = std::make_unique<Slots>(size);
         for (Entry const& entry : m_entries)
             Place(*slots, &entry);
@@ -126,10 +126,9 @@ private:
     std::array<std::atomic<Chunk*>, NameTable::k_MaxNames / k_ChunkSize + 1> m_chunks{};
     std::atomic<size_t> m_count{0};
 
-    std::mutex m_mutex;
-    // Guarded by m_mutex.
-    std::deque<Entry> m_entries;
-    std::vector<std::unique_ptr<Slots>> m_all; // the last is m_slots
+    CommonMutex m_mutex;
+    std::deque<Entry> m_entries CK_GUARDED_BY(m_mutex);
+    std::vector<std::unique_ptr<Slots>> m_all CK_GUARDED_BY(m_mutex); // the last is m_slots
 };
 
 // Never destroyed: other statics read names to the very end.

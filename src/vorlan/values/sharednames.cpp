@@ -1,12 +1,11 @@
 #include "sharednames.h"
 
 #include <boost/container_hash/hash.hpp>
+#include <corekit/rwlock.h>
 
 #include <algorithm>
 #include <array>
 #include <memory>
-#include <mutex>
-#include <shared_mutex>
 #include <unordered_set>
 #include <vector>
 
@@ -28,11 +27,11 @@ class Lists {
 public:
     uint32_t const* Find(List numbers) {
         {
-            std::shared_lock lock(m_guard);
+            corekit::RWLock::Reader const reader(m_guard);
             if (auto const at = m_lists.find(numbers); at != m_lists.end())
                 return at->data();
         }
-        std::lock_guard lock(m_guard);
+        corekit::RWLock::Writer const writer(m_guard);
         if (auto const at = m_lists.find(numbers); at != m_lists.end())
             return at->data();
         if (m_lists.size() >= SharedNames::k_MaxLists || numbers.size() > SharedNames::k_MaxNumbers - m_numberCount)
@@ -45,11 +44,10 @@ public:
     }
 
 private:
-    std::shared_mutex m_guard;
-    // Guarded by m_guard.
-    std::unordered_set<List, Hash, Same> m_lists;
-    std::vector<std::unique_ptr<uint32_t[]>> m_memory;
-    size_t m_numberCount = 0;
+    corekit::RWLock m_guard;
+    std::unordered_set<List, Hash, Same> m_lists CK_GUARDED_BY(m_guard);
+    std::vector<std::unique_ptr<uint32_t[]>> m_memory CK_GUARDED_BY(m_guard);
+    size_t m_numberCount CK_GUARDED_BY(m_guard) = 0;
 };
 
 // Never destroyed: objects live to the very end of the process.

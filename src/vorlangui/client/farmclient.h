@@ -134,7 +134,7 @@ private:
     MasterSettings m_master;
 
     mutable CommonMutex m_poolMutex{LockRank::PoolTable};
-    std::map<UID, String> m_pools; // guarded by m_poolMutex
+    std::map<UID, String> m_pools CK_GUARDED_BY(m_poolMutex);
 
     std::atomic<uint32_t> m_statusFlags{0};
 
@@ -144,7 +144,7 @@ private:
     String m_workStatus;
 
     mutable CommonMutex m_startupMutex;
-    boost::shared_ptr<MasterDefaultStartupMsg> m_masterStartup; // guarded by m_startupMutex
+    boost::shared_ptr<MasterDefaultStartupMsg> m_masterStartup CK_GUARDED_BY(m_startupMutex);
 
     CommandLine* m_commandLineInUse = nullptr; // constant once the messages are connected
 };

@@ -37,11 +37,10 @@ public:
 
 private:
     mutable CommonMutex m_mutex;
-    // Guarded by m_mutex.
-    OptionMap m_options;
-    std::map<UID, OptionMap> m_products;
-    std::map<UID, int> m_limits;
-    Restrictions m_restrictions;
+    OptionMap m_options CK_GUARDED_BY(m_mutex);
+    std::map<UID, OptionMap> m_products CK_GUARDED_BY(m_mutex);
+    std::map<UID, int> m_limits CK_GUARDED_BY(m_mutex);
+    Restrictions m_restrictions CK_GUARDED_BY(m_mutex);
 };
 
 } // namespace vorlan

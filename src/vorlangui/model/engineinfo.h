@@ -16,9 +16,8 @@ public:
     explicit EngineInfo(UID const& engineID = UID::Null) : Engine(engineID) {}
 
     mutable RWLock lock{LockRank::JobInfo};
-    // Guarded by lock.
-    EngineHistory history;
-    std::map<UID, OptionMap> options;
+    EngineHistory history CK_GUARDED_BY(lock);
+    std::map<UID, OptionMap> options CK_GUARDED_BY(lock);
 
     // Units that run here; negative: so many, and the Engine is disabled.
     int Status() const;

@@ -44,7 +44,7 @@ private:
     void OnCleanup() { Clear(); }
 
     mutable RWLock m_lock{LockRank::EngineList};
-    Map m_engines; // guarded by m_lock
+    Map m_engines CK_GUARDED_BY(m_lock);
     Signal1<UID const&> m_logChanged;
     _ListList<ListView> m_lists;
     std::unique_ptr<_LogMessageHandler> const m_logHandler;

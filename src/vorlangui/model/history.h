@@ -65,13 +65,13 @@ private:
     // The next Job whose time may be over, put aside; null for none.
     UID TakeDue(Time now);
     void ForgetDropped(JobInfo const& info);
-    void PlaceLocked(JobInfo const& info); // under m_mutex
+    void PlaceLocked(JobInfo const& info) CK_REQUIRES(m_mutex);
 
     mutable CommonMutex m_mutex;
-    // Guarded by m_mutex. The time under which the Job stands in m_dues; zero: aside.
-    std::unordered_map<UID, Time> m_jobs;
+    // The time under which the Job stands in m_dues; zero: aside.
+    std::unordered_map<UID, Time> m_jobs CK_GUARDED_BY(m_mutex);
     // One that differs from its Job's time in m_jobs counts no more.
-    std::priority_queue<Due, std::vector<Due>, std::greater<>> m_dues;
+    std::priority_queue<Due, std::vector<Due>, std::greater<>> m_dues CK_GUARDED_BY(m_mutex);
 };
 
 } // namespace vorlan

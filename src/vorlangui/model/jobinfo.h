@@ -25,11 +25,10 @@ public:
     std::atomic<uint32_t> changes{0};
     // The client knows of work of this Job. The JobList sets it, which counts them.
     std::atomic<bool> active{false};
-    // Guarded by lock.
-    JobHistory history;
     mutable RWLock lock{LockRank::JobInfo};
-    // Work that has come as history elements. Guarded by lock.
-    std::set<UID> elementWork;
+    JobHistory history CK_GUARDED_BY(lock);
+    // Work that has come as history elements.
+    std::set<UID> elementWork CK_GUARDED_BY(lock);
 
     // How long a history stays in memory after the last one that wanted it.
     static constexpr int64_t k_HistoryMs = 30'000;

@@ -165,17 +165,18 @@ void JobList::SetActive(JobInfo& info, bool active) {
 }
 
 void JobList::Visit(Visitor const& visitor) const {
-    VisitMap(m_active, 0, visitor);
-    VisitMap(m_finished, 1, visitor);
+    VisitMap(&JobList::m_active, 0, visitor);
+    VisitMap(&JobList::m_finished, 1, visitor);
 }
 
-void JobList::VisitMap(Map const& map, uint8_t part, Visitor const& visitor) const {
+void JobList::VisitMap(Map JobList::*member, uint8_t part, Visitor const& visitor) const {
     std::vector<ListedObject<JobInfo>> some;
     some.reserve(k_VisitedAtOnce);
     std::optional<UID> last;
     for (bool isMore = true; isMore;) {
         some.clear();
         RWLock::Reader const reader(m_lock);
+        Map const& map = this->*member;
         auto at = last ? map.upper_bound(*last) : map.begin();
         for (; at != map.end() && some.size() < k_VisitedAtOnce; ++at)
             some.push_back({&at->first, &at->second, part});

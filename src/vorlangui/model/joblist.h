@@ -95,16 +95,15 @@ private:
     void Empty(FreeOn where);
     // Tells all who show the Job; its change has been counted.
     void TellChange(UID const& id);
-    void VisitMap(Map const& map, uint8_t part, Visitor const& visitor) const;
+    void VisitMap(Map JobList::*member, uint8_t part, Visitor const& visitor) const;
     void CountMove() { m_moves.fetch_add(1, std::memory_order_release); }
     // The Job has another status than before.
     static void StatusChanged(JobInfo const& info);
 
     mutable RWLock m_lock{LockRank::JobList};
-    // Guarded by m_lock.
-    Map m_active;
-    Map m_finished;
-    size_t m_withWork = 0; // of m_active
+    Map m_active CK_GUARDED_BY(m_lock);
+    Map m_finished CK_GUARDED_BY(m_lock);
+    size_t m_withWork CK_GUARDED_BY(m_lock) = 0; // of m_active
     // Written under m_lock.
     std::atomic<uint64_t> m_moves{1};
 

@@ -40,7 +40,7 @@ public:
 
 private:
     mutable RWLock m_lock{LockRank::WatcherRegistry};
-    std::map<UID, std::vector<Watcher*>> m_watchers; // guarded by m_lock
+    std::map<UID, std::vector<Watcher*>> m_watchers CK_GUARDED_BY(m_lock);
 };
 
 } // namespace vorlan

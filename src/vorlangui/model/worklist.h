@@ -74,7 +74,7 @@ private:
     void Changed();
 
     mutable RWLock m_lock{LockRank::WorkList};
-    std::unique_ptr<Index> m_index; // guarded by m_lock
+    std::unique_ptr<Index> m_index CK_GUARDED_BY(m_lock);
     _ListList<ListView> m_lists;
 };
 

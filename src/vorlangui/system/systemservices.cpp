@@ -11,6 +11,7 @@
 
 #include <chrono>
 #include <corekit/callentry.h>
+#include <corekit/commonmutex.h>
 #include <corekit/file.h>
 #include <corekit/log.h>
 #include <corekit/threadpool.h>
@@ -124,8 +125,8 @@ std::shared_ptr<ServiceManager> NewManager() {
     return std::make_shared<SystemdManager>(std::move(options));
 }
 
-std::mutex s_managerGuard;
-std::shared_ptr<ServiceManager> s_manager; // guarded by s_managerGuard
+CommonMutex s_managerGuard;
+std::shared_ptr<ServiceManager> s_manager CK_GUARDED_BY(s_managerGuard);
 
 ServiceScope InstalledScope(Service service) {
     std::optional<ServiceScope> const scope = MachineServices()->FindScope(ServiceUnitName(service));
@@ -191,14 +192,14 @@ std::optional<ServiceSetup> SetupFor(wxWindow* parent, Service service) {
 } // namespace
 
 std::shared_ptr<ServiceManager> MachineServices() {
-    std::lock_guard const lock(s_managerGuard);
+    CommonMutex::Lock const lock(s_managerGuard);
     if (!s_manager)
         s_manager = NewManager();
     return s_manager;
 }
 
 void SetMachineServices(std::shared_ptr<ServiceManager> manager) {
-    std::lock_guard const lock(s_managerGuard);
+    CommonMutex::Lock const lock(s_managerGuard);
     s_manager = std::move(manager);
 }
 

@@ -18,8 +18,8 @@ constexpr size_t k_MostReasons = 8; // of one box
 
 struct Refusals {
     CommonMutex mutex;
-    std::set<String> waiting; // guarded by mutex
-    bool isOpen = false;      // GUI thread only
+    std::set<String> waiting CK_GUARDED_BY(mutex);
+    bool isOpen = false; // GUI thread only
 };
 
 Refusals& Gathered() {
