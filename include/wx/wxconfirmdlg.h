@@ -9,8 +9,6 @@ class wxCheckBox;
 // Owner: its caller's stack. Thread: the GUI thread.
 class wxConfirmDlg : public wxVorlanDlg {
 public:
-    static constexpr char k_Section[] = "Confirm";
-
     // `text` may have several lines; the first is the question. `accept` and `cancel` stand
     // on the buttons; empty: "OK" and "Cancel".
     wxConfirmDlg(wxWindow* parent, wxString const& text, corekit::String key, wxString const& title = wxString(),

@@ -2,6 +2,7 @@
 
 // The named colours of the user interface and the schemes that give them values.
 
+#include <corekit/option.h>
 #include <corekit/signal.h>
 
 #include <array>
@@ -78,6 +79,8 @@ void wxvSetCustomColor(int index, wxColour const& colour);
 // Reads the scheme and the custom colours, and writes changes back there. The
 // options outlive the windows; null ends it.
 void wxvUseColorOptions(corekit::OptionsFile* options);
+// Where they are kept.
+corekit::OptionTable wxvColorOptions();
 
 // Gives the toolkit's own parts (menus, dialogs, text fields) the variant, dark or
 // light, and the surfaces of the scheme in use. Before the first window;

@@ -14,9 +14,6 @@
 class wxvNotebook : public wxAuiNotebook {
 public:
     static constexpr int k_TabHeight = 32;
-    // Of the options in which layouts are kept; the key is the window's name.
-    static constexpr char k_LayoutSection[] = "Window";
-
     // `name` names the layout; empty: SaveLayout and LoadLayout do nothing.
     explicit wxvNotebook(wxWindow* parent, wxWindowID id = wxID_ANY, wxString const& name = wxString());
 

@@ -4,6 +4,7 @@
 
 #include <corekit/string.h>
 #include <wx/dialog.h>
+#include <wx/wxvrhythm.h>
 #include <wx/wxvstatictext.h>
 
 class wxBoxSizer;
@@ -24,10 +25,10 @@ public:
     static Told s_DlgClosed;
 
     // Distances at plain resolution; use them through FromDIP.
-    static constexpr int k_Margin = 12;
-    static constexpr int k_LabelGap = 8;
-    static constexpr int k_GroupGap = 16;
-    static constexpr int k_ButtonWidth = 88;
+    static constexpr int k_Margin = k_wxvMargin;
+    static constexpr int k_LabelGap = k_wxvLabelGap;
+    static constexpr int k_GroupGap = k_wxvGroupGap;
+    static constexpr int k_ButtonWidth = k_wxvButtonWidth;
     // How much larger than others the first line of a question is.
     static constexpr double k_HeadingScale = 1.15;
 

@@ -5,41 +5,45 @@
 #include <corekit/string.h>
 #include <wx/frame.h>
 
-namespace corekit {
-class OptionsFile;
-}
-
-// The options in which windows keep their places and dialogs their memory. Set once
-// by the application, before the first window; null: nothing is kept.
-void wxvSetOptions(corekit::OptionsFile* options);
-corekit::OptionsFile* wxvOptions();
-
-// Keeps a window's place in the options under a section, and brings it back. A place
-// that no screen shows any more is not used.
+// Keeps a window's place in the options under a section.
 void wxSaveWindowPos(wxTopLevelWindow& window, corekit::String const& section);
-// False when there is none; the window is as it was then.
-bool wxLoadWindowPos(wxTopLevelWindow& window, corekit::String const& section);
+// Brings it back there, within the screens that there are now. Without a place that was
+// kept a window at `start` stands there, and none is larger than its screen.
+void wxLoadWindowPos(wxTopLevelWindow& window, corekit::String const& section, wxPoint const& start);
 
-// wxVorlanFrame is a window with a place that is remembered.
+// Escape is for the control that has the focus first. True when that has used it.
+bool wxvEscapeIsUsed(wxKeyEvent const& event);
+
+// wxVorlanFrame is a window that opens where it was when it was last closed, and that
+// Escape closes. Those that derive from it do nothing for either.
 // Owner: the toolkit, until Destroy. Thread: the GUI thread.
 class wxVorlanFrame : public wxFrame {
 public:
     // A window of this kind has been closed.
     static corekit::Signal0<corekit::ThreadPolicy::SingleThreaded> s_WinClosed;
 
+    // `position` and `size` are those of the first time; `section` names its memory.
     wxVorlanFrame(wxWindow* parent, wxString const& title, wxPoint const& position, wxSize const& size,
                   corekit::String section, long style = wxDEFAULT_FRAME_STYLE);
 
-    void LoadWindowPosition() { wxLoadWindowPos(*this, m_section); }
+    // The first Show does it, unless the size is to be right before.
+    void LoadWindowPosition();
+    // Hiding and closing do it.
     void SaveWindowPosition() { wxSaveWindowPos(*this, m_section); }
 
+    bool Show(bool show = true) override;
     bool Destroy() override;
 
 protected:
+    virtual bool ClosesOnEscape() const { return true; }
     // A command without a help text leaves the status bar as it is.
     void DoGiveHelp(wxString const& help, bool show) override { wxFrame::DoGiveHelp(help, show && !help.empty()); }
 
 private:
+    void OnKey(wxKeyEvent& event);
+
     corekit::String const m_section;
+    wxPoint const m_start;
+    bool m_isPlaced = false;
     bool m_toldClosed = false;
 };

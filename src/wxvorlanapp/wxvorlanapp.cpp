@@ -8,8 +8,8 @@
 #include <wx/timer.h>
 #include <wx/wxtimed.h>
 #include <wx/wxvcolors.h>
+#include <wx/wxvoptions.h>
 #include <wx/wxvorlanapp.h>
-#include <wx/wxvorlanframe.h>
 #include <wx/wxvtext.h>
 
 wxDEFINE_EVENT(wxVORLAN_CONNECT_EVENT, wxCommandEvent);

@@ -91,7 +91,7 @@ protected:
 
     OptionsFile& Options() { return VorlanApp::GetOptions(); }
     // Not the first run of the program on this machine.
-    void HasRunBefore() { Options().SetValue(k_Configuration, k_OptionVersion, k_VorlanVersion); }
+    void HasRunBefore() { k_OptionVersion.Set(k_VorlanVersion); }
     int Option(char const* key, int missing = -99) { return Options().GetValue("Configuration", key, missing); }
 
     static boost::shared_ptr<Job> NewJob(char const* name, int status = Queued) {

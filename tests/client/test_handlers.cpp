@@ -146,7 +146,7 @@ TEST_F(HandlersTest, AnEnginesLogKeepsItsLastLines) {
         std::vector<UID> seen;
     } changes;
     EngineList::Get().LogChanged().Connect(&changes, &Changes::OnChange);
-    Options().SetValue(o_Setup, o_MaxEngineHistoryItems, 2);
+    k_OptionMaxEngineHistoryItems.Set(2);
     for (UID const& engine : {id, UID::FromName("nobody")}) {
         Say<EngineHistoryMsg>([&](auto& message) {
             message.engine = engine;

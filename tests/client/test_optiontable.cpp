@@ -1,8 +1,12 @@
-// The table of the local options, and what it says of an options file.
+// The handles of the local options, their table, and what it says of an options file.
 #include "client/optiontable.h"
 
-#include <corekit/inifile.h>
+#include "client/options.h"
+#include "testpaths.h"
+
+#include <corekit/file.h>
 #include <gtest/gtest.h>
+#include <regex>
 
 namespace vorlan {
 
@@ -27,18 +31,14 @@ TEST(OptionTable, FindsWhatIsWrongWithTheOptions) {
         {"Window", "ToolbarGroup-12", "No", nullptr},
         {"Window", "ToolbarGroup", "No", "is not known"},
         {"Setup", "AlwaysAdministrate", "Yes", nullptr},
-        {"Colors", "Scheme", "3", nullptr},
-        {"Colors", "TextDarkRed", "#0aF1b2", nullptr},
-        {"Colors", "TextDarkRed", "#0aF1g2", "should be a colour"},
-        {"Colors", "Selected", "blue", "should be a colour"},
-        {"Colors", "Selection", "#0aF1b2", "is not known"},
-        {"Confirm", "ConfirmClose", "perhaps", "should be Yes or No"},
+        {"MasterDefaultStartup", "Brakka", "1.5", "should be a whole number"},
+        {"Communication", "MasterPort", "70000", "from 0 to 65535"},
         {"A Product", "anything", "at all", nullptr},
     };
     for (Case const& c : k_Cases) {
         IniFile options;
         options.SetValue(c.section, c.key, c.value);
-        auto const faults = CheckLocalOptions(options);
+        auto const faults = CheckOptions(options, LocalOptions());
         ASSERT_EQ(faults.size(), c.fault ? 1u : 0u) << c.key << " = " << c.value;
         if (c.fault) {
             EXPECT_TRUE(faults.front().Contains(c.fault)) << faults.front();
@@ -47,15 +47,39 @@ TEST(OptionTable, FindsWhatIsWrongWithTheOptions) {
     }
 }
 
-// What the table says of a default is of the option's own type.
-TEST(OptionTable, EachOptionStandsThereOnceWithADefaultOfItsType) {
+// Each handle stands in the table, once; what is written for its default reads as that.
+TEST(OptionTable, HoldsEachHandleWithADefaultOfItsType) {
+    std::string const header = File::Read(Path(k_SourceDir) / "src/vorlangui/client/options.h").Str();
+    std::regex const handle(R"(constexpr (LocalOption|OptionFamily)<)");
+    EXPECT_EQ(std::distance(std::sregex_iterator(header.begin(), header.end(), handle), std::sregex_iterator()),
+              static_cast<long>(LocalOptions().size()));
     IniFile options;
-    for (LocalOption const& option : LocalOptions()) {
-        EXPECT_EQ(FindLocalOption(option.section, option.key), &option) << option.key;
-        char const* const any = option.type == OptionType::Color ? "#010203" : "1";
-        options.SetValue(option.section, option.key, option.missing ? option.missing : any);
+    for (OptionInfo const* const option : LocalOptions()) {
+        EXPECT_FALSE(option->Has(options)) << option->Key() << " stands there twice";
+        option->SetText(options, option->DefaultText());
+        EXPECT_EQ(option->GetText(options), option->DefaultText()) << option->Key();
     }
-    EXPECT_EQ(CheckLocalOptions(options), std::vector<String>{});
+    EXPECT_EQ(CheckOptions(options, LocalOptions()), std::vector<String>{});
+}
+
+TEST(OptionTable, AHandleGivesItsDefaultForWhatIsMissingOrWrong) {
+    IniFile options;
+    EXPECT_FALSE(k_OptionDropImmediate.Get(options));
+    EXPECT_TRUE(k_OptionDropImmediateAtDrop.Get(options));
+    options.SetValue("Configuration", "RepeatCount", "many");
+    EXPECT_EQ(k_OptionRepeatCount.Get(options), 20u);
+    EXPECT_EQ(k_OptionRepeatCount.GetText(options), "20");
+    k_OptionRepeatCount.Set(options, 7);
+    k_OptionDropImmediate.Set(options, false);
+    EXPECT_EQ(options.GetValue("configuration", "repeatcount", 0), 7);
+    EXPECT_FALSE(k_OptionDropImmediateAtDrop.Get(options));
+    k_OptionToolbarGroup.Set(options, "3", false);
+    EXPECT_FALSE(k_OptionToolbarGroup.Get(options, "3"));
+    EXPECT_TRUE(k_OptionToolbarGroup.Get(options, "4"));
+    k_OptionRepeatCount.Clear(options);
+    EXPECT_FALSE(k_OptionRepeatCount.Has(options));
+    for (int const component : k_StopOrder)
+        EXPECT_STREQ(MasterStartOption(component)->Key(), Components::GetName(component));
 }
 
 } // namespace vorlan

@@ -30,7 +30,7 @@ class StartupFarm : public FarmFixture {
 protected:
     StartupFarm() {
         VorlanApp::GetOptions().Clear();
-        VorlanApp::GetOptions().SetValue(k_Configuration, k_OptionVersion, k_VorlanVersion);
+        k_OptionVersion.Set(k_VorlanVersion);
         m_mirror.ConnectMessages();
     }
     ~StartupFarm() override {

@@ -5,10 +5,12 @@
 #include "window/confirmclose.h"
 
 #include <wx/checkbox.h>
+#include <wx/display.h>
 #include <wx/menu.h>
 #include <wx/msgdlg.h>
 #include <wx/textdlg.h>
 #include <wx/wxconfirmdlg.h>
+#include <wx/wxvoptions.h>
 
 namespace vorlan {
 
@@ -125,6 +127,27 @@ TEST_F(CloseTest, TheWindowsPlaceIsKept) {
     EXPECT_TRUE(PumpUntil([&] { return Window().IsMaximized() && Window().GetSize().x > place.width; }));
     Window().Maximize(false);
     EXPECT_TRUE(PumpUntil([&] { return Window().GetRect() == place; })) << Window().GetSize().x;
+}
+
+// A larger screen was there when it was closed, or it was left all but invisible.
+TEST_F(CloseTest, TheWindowOpensWithinTheScreen) {
+    wxRect const screen = wxDisplay(0u).GetClientArea();
+    struct {
+        wxRect kept, place;
+    } const cases[] = {
+        {{screen.width - 300, screen.height - 200, 900, 600}, {screen.width - 900, screen.height - 600, 900, 600}},
+        {{100, 100, screen.width * 2, screen.height * 2}, screen}};
+    for (auto const& c : cases) {
+        k_OptionLeft.Set(Options(), "Window", c.kept.x);
+        k_OptionTop.Set(Options(), "Window", c.kept.y);
+        k_OptionWidth.Set(Options(), "Window", c.kept.width);
+        k_OptionHeight.Set(Options(), "Window", c.kept.height);
+        StartClient();
+        EXPECT_TRUE(PumpUntil([&] { return Window().IsShown() && Window().GetRect() == c.place; }, 5000))
+            << Window().GetRect().x << "," << Window().GetRect().y << " " << Window().GetSize().x;
+        ModalAnswers const answers(wxID_OK);
+        CloseWindow();
+    }
 }
 
 TEST(LeaveRunning, StoresWhatTheUserChose) {

@@ -2,6 +2,7 @@
 #include "guitest.h"
 
 #include <wx/wxvcolors.h>
+#include <wx/wxvoptions.h>
 
 namespace vorlan {
 
@@ -104,6 +105,26 @@ TEST_F(ColorTest, AChoiceIsKeptAndANumberThatIsNoSchemeIsNot) {
     Options().SetValue("Colors", "Scheme", 77);
     wxvUseColorOptions(&Options());
     EXPECT_EQ(wxvGetColorScheme(), k_DefaultScheme);
+}
+
+TEST_F(ColorTest, TheOptionsOfControlsAreChecked) {
+    struct {
+        char const *section, *key, *value, *fault;
+    } const cases[] = {{"Colors", "Scheme", "3", nullptr},
+                       {"Colors", "TextDarkRed", "#0aF1b2", nullptr},
+                       {"Colors", "TextDarkRed", "#0aF1g2", "should be a colour"},
+                       {"Colors", "Selected", "blue", "should be a colour"},
+                       {"Colors", "TextPink", "#0aF1b2", "is not known"},
+                       {"Confirm", "ConfirmClose", "perhaps", "should be Yes or No"},
+                       {"Window", "ViewManager Layout", "tabs=1,0", nullptr},
+                       {"Window", "Left", "far", "should be a whole number"}};
+    for (auto const& c : cases) {
+        IniFile options;
+        options.SetValue(c.section, c.key, c.value);
+        std::vector<String> const faults = CheckOptions(options, wxvOptionTable());
+        ASSERT_EQ(faults.size(), c.fault ? 1u : 0u) << c.key << " = " << c.value;
+        EXPECT_TRUE(faults.empty() || faults.front().Contains(c.fault)) << faults.front();
+    }
 }
 
 TEST_F(ColorTest, CustomColorsBeginAsTheDefaultSchemeAndAreKept) {

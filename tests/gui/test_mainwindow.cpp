@@ -155,7 +155,7 @@ TEST_F(MainWindowTest, TheViewMenuNamesTabsAndOpenWindows) {
 
 TEST_F(MainWindowTest, AnybodyCanAskWhatTheMasterWants) {
     EXPECT_TRUE(IsRestricted("Change Job")) << "nobody may do anything without a window";
-    EXPECT_EQ(MainWindow::_GetUserName(), "");
+    EXPECT_EQ(MainWindow::DefaultCreator(), "");
     EXPECT_EQ(MainWindow::_GetMasterOption(o_CreatorMode), "");
     StartClient();
     EXPECT_FALSE(IsRestricted("Change Job"));
@@ -163,7 +163,7 @@ TEST_F(MainWindowTest, AnybodyCanAskWhatTheMasterWants) {
     for (auto const& [mode, name] : {std::pair("", user), std::pair("1", Application::GetMachineName()),
                                      std::pair("2", corekit::Platform::GetUserAtMachine()), std::pair("x", user)}) {
         Window().Master().MergeOptions({{o_CreatorMode, mode}});
-        EXPECT_EQ(MainWindow::_GetUserName(), name) << mode;
+        EXPECT_EQ(MainWindow::DefaultCreator(), name) << mode;
         EXPECT_EQ(MainWindow::_GetMasterOption("creatormode"), mode);
     }
 }

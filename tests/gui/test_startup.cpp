@@ -41,6 +41,7 @@ TEST_F(StartupTest, AFirstRunStartsEngineThenMaster) {
     EXPECT_EQ(Gui().GetTopWindow(), &window);
     EXPECT_EQ(window.GetSize(), wxSize(wxSystemSettings::GetMetric(wxSYS_SCREEN_X) * 2 / 3,
                                        wxSystemSettings::GetMetric(wxSYS_SCREEN_Y) * 2 / 3));
+    EXPECT_TRUE(PumpUntil([&] { return window.GetPosition() == wxPoint(0, 0); }));
 }
 
 TEST_F(StartupTest, AFirstRunOnARenderNodeIsEngineMode) {

@@ -13,6 +13,7 @@
 #include <wx/wxvdatetimectrl.h>
 #include <wx/wxvnotebook.h>
 #include <wx/wxvnumberselector.h>
+#include <wx/wxvoptions.h>
 #include <wx/wxvorlandlg.h>
 #include <wx/wxvorlanframe.h>
 #include <wx/wxvslider.h>

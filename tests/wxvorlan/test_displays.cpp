@@ -7,7 +7,7 @@
 #include <wx/wxbarhistoryctrl.h>
 #include <wx/wxexpandablepanel.h>
 #include <wx/wxvgradient.h>
-#include <wx/wxvorlanframe.h>
+#include <wx/wxvoptions.h>
 
 namespace {
 

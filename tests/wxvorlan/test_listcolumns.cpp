@@ -2,7 +2,7 @@
 #include "samplelist.h"
 
 #include <corekit/optionsfile.h>
-#include <wx/wxvorlanframe.h>
+#include <wx/wxvoptions.h>
 
 namespace {
 

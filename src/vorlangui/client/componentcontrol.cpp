@@ -1,5 +1,7 @@
 #include "componentcontrol.h"
 
+#include "options.h"
+
 #include <array>
 
 namespace vorlan {
@@ -7,26 +9,38 @@ namespace vorlan {
 namespace {
 
 struct ComponentRow {
-    char const* key;
-    int hardCoded;
+    LocalOption<int> const* start;
+    LocalOption<int> const* masterStarts;
 };
 
 constexpr std::array<ComponentRow, k_ComponentCount> k_Components{{
-    {"StartMaster", k_StartAndStop},
-    {"StartEngine", k_StartAndStop},
-    {nullptr, k_StartNot},
-    {"StartBrakka", k_StartNot},
-    {"StartMerrow", k_StartNot},
-    {"StartPanvale", k_StartNot},
+    {&k_OptionStartMaster, &k_OptionMasterStartsMaster},
+    {&k_OptionStartEngine, &k_OptionMasterStartsEngine},
+    {nullptr, nullptr},
+    {&k_OptionStartBrakka, &k_OptionMasterStartsBrakka},
+    {&k_OptionStartMerrow, &k_OptionMasterStartsMerrow},
+    {&k_OptionStartPanvale, &k_OptionMasterStartsPanvale},
 }};
 
-bool IsComponent(int component) { return component >= 0 && component < k_ComponentCount; }
+ComponentRow RowOf(int component) {
+    return component >= 0 && component < k_ComponentCount ? k_Components[component] : ComponentRow();
+}
 
 } // namespace
 
-char const* StartKey(int component) { return IsComponent(component) ? k_Components[component].key : nullptr; }
+LocalOption<int> const* StartOption(int component) { return RowOf(component).start; }
 
-int HardCodedStart(int component) { return IsComponent(component) ? k_Components[component].hardCoded : k_StartNot; }
+LocalOption<int> const* MasterStartOption(int component) { return RowOf(component).masterStarts; }
+
+char const* StartKey(int component) {
+    LocalOption<int> const* const option = StartOption(component);
+    return option ? option->Key() : nullptr;
+}
+
+int HardCodedStart(int component) {
+    LocalOption<int> const* const option = MasterStartOption(component);
+    return option ? option->Default() : int{k_StartNot};
+}
 
 char const* StartValueText(int value) {
     switch (value) {

@@ -9,6 +9,9 @@
 
 namespace vorlan {
 
+template <class T>
+class LocalOption;
+
 // What an option, a switch or the Master may say about a component.
 enum StartValue : int {
     k_StartNotSet = -1,  // ask the next source
@@ -17,7 +20,11 @@ enum StartValue : int {
     k_StartAndLeave = 2, // leave it running
 };
 
-// The option of a component, also its switch: "StartMaster". Null for the client.
+// The option of a component, and the Master's last word on it, which is the hard-coded
+// value at first. Null for the client.
+LocalOption<int> const* StartOption(int component);
+LocalOption<int> const* MasterStartOption(int component);
+// The key of its option, also its switch: "StartMaster". Null for the client.
 char const* StartKey(int component);
 // What holds where nobody says anything.
 int HardCodedStart(int component);

@@ -13,22 +13,22 @@ namespace vorlan {
 
 void FarmClient::_StartComponent(int component, int masterRequest) {
     CALL_ENTRY();
-    char const* const key = StartKey(component);
-    if (!key)
+    LocalOption<int> const* const option = StartOption(component);
+    if (!option)
         return;
-    OptionsFile& options = VorlanApp::GetOptions();
+    char const* const key = option->Key();
     String const name = Components::GetName(component);
     StartSources sources;
     if (m_commandLineInUse && m_commandLineInUse->HasSwitch(key))
         sources.commandLine = m_commandLineInUse->GetArgument(key, 0, k_StartAndStop);
-    sources.firstRun = options.GetValue(k_Configuration, k_OptionVersion, 0u) == 0;
-    sources.localOption = options.GetValue(k_Configuration, key, int{k_StartNotSet});
+    sources.firstRun = k_OptionVersion.Get() == 0;
+    sources.localOption = option->Get();
     sources.masterRequest = masterRequest;
-    sources.storedDefault = options.GetValue(k_MasterDefaultStartup, name, HardCodedStart(component));
+    sources.storedDefault = MasterStartOption(component)->Get();
 
     StartDecision const decision = DecideStart(sources);
     if (decision.writeNotSet)
-        options.SetValue(k_Configuration, key, int{k_StartNotSet});
+        option->Set(k_StartNotSet);
     if (decision.Start()) {
         LogStatus(decision.source + " requesting to start component: " + name);
         Outside::Get().StartComponent(component);
@@ -43,16 +43,15 @@ void FarmClient::_StartComponent(int component, int masterRequest) {
 
 void FarmClient::_StopComponent(int component) {
     CALL_ENTRY();
-    char const* const key = StartKey(component);
-    if (!key)
+    LocalOption<int> const* const option = StartOption(component);
+    if (!option)
         return;
     std::optional<int> masterDefault;
     if (boost::shared_ptr<MasterDefaultStartupMsg> const message = MasterDefaultStartup()) {
         if (auto const found = message->components.find(component); found != message->components.end())
             masterDefault = found->second;
     }
-    StopDecision const decision = DecideStop(
-        component, VorlanApp::GetOptions().GetValue(k_Configuration, key, int{k_StartNotSet}), masterDefault);
+    StopDecision const decision = DecideStop(component, option->Get(), masterDefault);
     String const name = Components::GetName(component);
     if (decision.Stop()) {
         LogStatus(decision.source + " set to stop component: " + name);
@@ -91,7 +90,7 @@ void FarmClient::OnMasterDefaultStartupMsg(boost::shared_ptr<MasterDefaultStartu
         }
         LogInfo("..." + name + " set to " + StartValueText(value));
         _StartComponent(component, value);
-        VorlanApp::GetOptions().SetValue(k_MasterDefaultStartup, name, value);
+        MasterStartOption(component)->Set(value);
     }
     ResetIdleTime();
 }

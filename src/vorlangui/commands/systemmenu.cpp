@@ -223,14 +223,13 @@ void BuildSystemMenu(wxMenuBar& bar, MainWindow const& window, bool connected) {
 void MainWindow::OnConnect(wxCommandEvent&) {
     CALL_ENTRY();
     Outside::Get().StopMessenger(false, false, true);
-    OptionsFile& options = VorlanApp::GetOptions();
-    if (m_firstRun || options.GetValue(k_Configuration, k_OptionWasTheMaster, false)) {
+    if (m_firstRun || k_OptionWasTheMaster.Get()) {
         if (VorlanGui* const gui = VorlanGui::Get())
             gui->_StartComponent(k_ComponentMaster, k_StartNotSet);
     }
     ShowView(k_ViewConnecting);
     StopEngineModeShutdownPipe();
-    options.SetValue(k_Configuration, k_OptionInEngineMode, false);
+    k_OptionInEngineMode.Set(false);
 }
 
 void MainWindow::OnRefresh(wxCommandEvent&) { RefreshData(); }
@@ -241,18 +240,17 @@ void MainWindow::OnEngineMode(wxCommandEvent&) {
     LogStatus("To return to normal GUI operation, manually force a connect from the System menu");
     ShowView(k_ViewEngineMode);
 
-    OptionsFile& options = VorlanApp::GetOptions();
-    OptionsFile::PauseAutoWrite const pause(options);
-    options.SetValue(k_Configuration, k_OptionInEngineMode, true);
+    OptionsFile::PauseAutoWrite const pause(VorlanApp::GetOptions());
+    k_OptionInEngineMode.Set(true);
     Outside& outside = Outside::Get();
     if (outside.IsThisTheMaster()) {
-        options.SetValue(k_Configuration, k_OptionWasTheMaster, true);
-    } else if (options.GetValue(k_Configuration, k_OptionWasTheMaster, false)) {
+        k_OptionWasTheMaster.Set(true);
+    } else if (k_OptionWasTheMaster.Get()) {
         if (VorlanGui* const gui = VorlanGui::Get())
             gui->_StartComponent(k_ComponentMaster, k_StartNotSet);
     } else {
         outside.StopComponent(k_ComponentMaster);
-        options.ClearKey(k_Configuration, k_OptionWasTheMaster);
+        k_OptionWasTheMaster.Clear();
     }
     outside.StartComponent(k_ComponentEngine);
     outside.StopMessenger(false, false, false);

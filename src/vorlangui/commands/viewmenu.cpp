@@ -33,8 +33,7 @@ enum Id : int {
     k_IdWindows = 14115,
 };
 
-bool IsShown(char const* option) { return VorlanApp::GetOptions().GetValue(k_WindowSection, option, true); }
-bool IsInfoPaneShown() { return IsShown(k_OptionInfoPane); }
+bool IsInfoPaneShown() { return k_OptionInfoPane.Get(); }
 
 constexpr CommandRow Check(int id, char const* label, char const* help, void (MainWindow::*handler)(wxCommandEvent&)) {
     CommandRow row{id, label, help, handler};
@@ -101,10 +100,10 @@ std::span<CommandRow const> ViewCommands() { return k_View; }
 void BuildViewMenu(wxMenuBar& bar, MainWindow const& window, bool connected) {
     auto* menu = new wxMenu;
     AppendCommands(*menu, window, ViewCommands(), connected);
-    menu->Check(k_IdInfoPane, IsShown(k_OptionInfoPane));
-    menu->Check(k_IdToolbar, IsShown(k_OptionToolbar));
+    menu->Check(k_IdInfoPane, k_OptionInfoPane.Get());
+    menu->Check(k_IdToolbar, k_OptionToolbar.Get());
     wxStatusBar const* const statusBar = window.GetStatusBar();
-    menu->Check(k_IdStatusBar, statusBar ? statusBar->IsShown() : IsShown(k_OptionStatusBar));
+    menu->Check(k_IdStatusBar, statusBar ? statusBar->IsShown() : k_OptionStatusBar.Get());
     menu->AppendSeparator();
     menu->Append(k_IdWindows, _("Windows"), new WindowsMenu, _("The open windows"));
     menu->Enable(k_IdWindows, false);
@@ -152,7 +151,7 @@ void MainWindow::OnSelectKey(wxKeyEvent& event) {
 }
 
 void MainWindow::ShowInfoPane(bool show) {
-    VorlanApp::GetOptions().SetValue(k_WindowSection, k_OptionInfoPane, show);
+    k_OptionInfoPane.Set(show);
     m_main->ShowInfo(show);
     SetChecked(k_IdInfoPane, show);
     SetChecked(k_IdInfoPaneTool, show);
@@ -165,7 +164,7 @@ void MainWindow::OnInfoPaneTool(wxCommandEvent& event) { ShowInfoPane(event.IsCh
 void MainWindow::OnCloseInfo() { ShowInfoPane(false); }
 
 void MainWindow::OnViewToolBar(wxCommandEvent& event) {
-    VorlanApp::GetOptions().SetValue(k_WindowSection, k_OptionToolbar, event.IsChecked());
+    k_OptionToolbar.Set(event.IsChecked());
     m_toolbar->Show(event.IsChecked());
     Layout();
 }

@@ -6,10 +6,8 @@
 #include <corekit/callentry.h>
 #include <corekit/log.h>
 #include <vorlan/components.h>
-#include <vorlan/keys.h>
 #include <vorlan/messages.h>
 #include <vorlan/messenger.h>
-#include <vorlan/vorlanapp.h>
 #include <wx/wxvorlandlg.h>
 #include <wx/wxvorlanframe.h>
 
@@ -71,7 +69,7 @@ void _EngineModeTimeout::Reset() {
     boost::shared_ptr<MasterInfoMsg> const master = Outside::Get().MasterInfo();
     if (!master)
         return;
-    int const local = VorlanApp::GetOptions().GetValue(k_Configuration, o_IdleTimeout, o_IdleTimeoutDefault);
+    int const local = k_OptionIdleTimeout.Get();
     Time const span = IdleSpan(local, master->idleTimeout);
     if (span.IsZero())
         return;

@@ -15,6 +15,7 @@
 #include <vorlan/version.h>
 #include <wx/dcscreen.h>
 #include <wx/settings.h>
+#include <wx/wxvoptions.h>
 
 namespace vorlan {
 
@@ -33,7 +34,7 @@ void VorlanGui::OnVorlanAppStartupEvt(VorlanAppStartupEvt& event) {
     if (!event.success)
         return;
     m_window = new MainWindow(_("Vorlan"), wxPoint(0, 0), StartSize());
-    m_window->SetFirstRun(GetOptions().GetValue(k_Configuration, k_OptionVersion, 0u) == 0);
+    m_window->SetFirstRun(k_OptionVersion.Get() == 0);
     m_window->Show();
     SetTopWindow(m_window);
 
@@ -50,7 +51,7 @@ void VorlanGui::OnVorlanAppStartupEvt(VorlanAppStartupEvt& event) {
     for (int const tool : {k_ComponentBrakka, k_ComponentMerrow, k_ComponentPanvale})
         _StartComponent(tool, k_StartNotSet);
 
-    GetOptions().SetValue(k_Configuration, k_OptionVersion, k_VorlanVersion);
+    k_OptionVersion.Set(k_VorlanVersion);
     LoadRepeatFile();
     if (inEngineMode && event.commandLine)
         event.commandLine->AddSwitch("DisableMessenger");
@@ -60,16 +61,19 @@ void VorlanGui::TellOptionFaults() {
     // They were read before there was a log.
     if (String const trouble = GetOptions().Trouble(); !trouble.empty())
         OnGuiThread([trouble](MainWindow&) { ShowError(_("Options"), trouble); });
-    for (String const& fault : CheckLocalOptions(GetOptions()))
+    OptionTable known = LocalOptions();
+    OptionTable const controls = wxvOptionTable();
+    known.insert(known.end(), controls.begin(), controls.end());
+    for (String const& fault : CheckOptions(GetOptions(), known))
         LogWarning(fault);
 }
 
 bool VorlanGui::DecideEngineMode() {
-    bool const stored = GetOptions().GetValue(k_Configuration, k_OptionInEngineMode, false);
+    bool const stored = k_OptionInEngineMode.Get();
     if (stored || !m_window->IsFirstRun() || !LooksLikeRenderNode(Outside::Get().ComputerName()))
         return stored;
     // Into the current section, whichever that is: nobody has chosen one yet.
-    GetOptions().SetValue(k_OptionInEngineMode, true);
+    GetOptions().SetValue(k_OptionInEngineMode.Key(), true);
     return true;
 }
 
@@ -78,7 +82,7 @@ void VorlanGui::LoadRepeatFile() {
         SetExceptionLevel const level(m_repeatFile, FaultSource::k_Fatal);
         m_repeatFile.Load(File::GetUserDir() / "RepeatJobs.ini", false, true);
     }
-    m_repeatFile.SetRepeatCount(GetOptions().GetValue(k_Configuration, k_OptionRepeatCount, k_RepeatCountDefault));
+    m_repeatFile.SetRepeatCount(k_OptionRepeatCount.Get());
 }
 
 } // namespace vorlan

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "client/farmclient.h"
+#include "client/options.h"
 #include "submit/repeatfile.h"
 
 #include <atomic>
@@ -74,7 +75,7 @@ private:
 
     static std::atomic<VorlanGui*> s_instance;
 
-    vorlan::RepeatFile m_repeatFile{20};
+    vorlan::RepeatFile m_repeatFile{k_OptionRepeatCount.Default()};
 
     // Set before the Messenger starts and cleared after it has ended.
     MainWindow* m_window = nullptr;

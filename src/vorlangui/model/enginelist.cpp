@@ -1,15 +1,14 @@
 #include "enginelist.h"
 
 #include "client/farmclient.h"
+#include "client/options.h"
 #include "enginewatcher.h"
 
 #include <boost/make_shared.hpp>
 #include <corekit/callentry.h>
 #include <corekit/log.h>
 #include <vorlan/events.h>
-#include <vorlan/keys.h>
 #include <vorlan/messages.h>
-#include <vorlan/vorlanapp.h>
 
 namespace vorlan {
 
@@ -37,8 +36,7 @@ private:
         boost::shared_ptr<EngineInfo> const info = m_list.FindEngine(message->engine);
         if (!info)
             return;
-        unsigned const most =
-            VorlanApp::GetOptions().GetValue(o_Setup, o_MaxEngineHistoryItems, o_MaxEngineHistoryItemsDefault);
+        unsigned const most = k_OptionMaxEngineHistoryItems.Get();
         {
             RWLock::Writer const writer(info->lock);
             info->history.Push(message->element, most);

@@ -4,7 +4,6 @@
 #include <wx/wxtoolbarbutton.h>
 
 #include <corekit/optionsfile.h>
-#include <corekit/sformat.h>
 #include <memory>
 #include <vorlan/vorlanapp.h>
 #include <wx/cursor.h>
@@ -38,9 +37,9 @@ wxColour BarColor(bool expanded, bool hovered) {
 
 ButtonSection::ButtonSection(wxWindow* parent, unsigned number)
     : wxvPanel(parent),
-      m_key(SFormat("ToolbarGroup-%u", number)),
-      m_expanded(VorlanApp::GetOptions().GetValue(k_WindowSection, m_key, true)) {
-    SetName(wxString(m_key.c_str()));
+      m_number(String::From(number)),
+      m_expanded(k_OptionToolbarGroup.Get(VorlanApp::GetOptions(), m_number)) {
+    SetName(wxString::Format("ToolbarGroup-%u", number));
     SetBackgroundStyle(wxBG_STYLE_PAINT);
     auto* row = new wxBoxSizer(wxHORIZONTAL);
     row->AddSpacer(FromDIP(k_BarAreaWidth));
@@ -75,7 +74,7 @@ void ButtonSection::ShowButtons() {
 
 void ButtonSection::Toggle() {
     m_expanded = !m_expanded;
-    VorlanApp::GetOptions().SetValue(k_WindowSection, m_key, m_expanded);
+    k_OptionToolbarGroup.Set(VorlanApp::GetOptions(), m_number, m_expanded);
     ShowButtons();
     InvalidateBestSize();
     GetParent()->Layout();

@@ -35,7 +35,7 @@ private:
     void OnLeftUp(wxMouseEvent& event);
     void OnMouse(wxMouseEvent& event);
 
-    String const m_key; // of its state in the options
+    String const m_number; // names its state in the options
     bool m_expanded;
     bool m_hovered = false;
     wxPoint m_pressedAt = wxDefaultPosition;

@@ -16,11 +16,9 @@ namespace {
 
 constexpr int k_NoteIndent = 24;
 
-int OptionOf(char const* key) { return VorlanApp::GetOptions().GetValue(k_Configuration, key, int{k_StartAndStop}); }
-
-void StoreChoice(bool leaveRunning, char const* key) {
-    if (std::optional<int> const value = LeaveRunningOption(leaveRunning, OptionOf(key)))
-        VorlanApp::GetOptions().SetValue(k_Configuration, key, *value);
+void StoreChoice(bool leaveRunning, LocalOption<int> const& option) {
+    if (std::optional<int> const value = LeaveRunningOption(leaveRunning, option.Get()))
+        option.Set(*value);
 }
 
 } // namespace
@@ -56,19 +54,20 @@ ConfirmClose::ConfirmClose(wxWindow* parent) : wxVorlanDlg(parent, _("Confirm Cl
     content->Add(title, wxSizerFlags().Expand());
     m_leaveEngine =
         NewChoice(*content, _("Leave the Engine running"),
-                  _("If checked, this machine will still be able to render jobs"), StartKey(k_ComponentEngine));
+                  _("If checked, this machine will still be able to render jobs"), k_OptionStartEngineAtClose);
     m_leaveMaster =
         NewChoice(*content, _("Leave the Master running"),
-                  _("If checked, this machine will still be able to manage the system"), StartKey(k_ComponentMaster));
+                  _("If checked, this machine will still be able to manage the system"), k_OptionStartMasterAtClose);
     content->Add(new wxvStaticLine(this), wxSizerFlags().Expand().Border(wxTOP | wxBOTTOM, FromDIP(k_GroupGap)));
     m_dontAsk = new wxvCheckBox(this, wxID_ANY, _("Don't ask this again"));
     content->Add(m_dontAsk);
     Finish(content, _("Quit"), _("Cancel"));
 }
 
-wxCheckBox* ConfirmClose::NewChoice(wxSizer& column, wxString const& label, wxString const& note, char const* option) {
+wxCheckBox* ConfirmClose::NewChoice(wxSizer& column, wxString const& label, wxString const& note,
+                                    LocalOption<int> const& option) {
     auto* box = new wxvCheckBox(this, wxID_ANY, label);
-    box->SetValue(OptionOf(option) == k_StartAndLeave);
+    box->SetValue(option.Get() == k_StartAndLeave);
     column.Add(box, wxSizerFlags().Border(wxTOP, FromDIP(k_LabelGap)));
     column.Add(NewLabel(note, 1.0, ColorName::TextGrey), wxSizerFlags().Border(wxLEFT, FromDIP(k_NoteIndent)));
     return box;
@@ -76,8 +75,8 @@ wxCheckBox* ConfirmClose::NewChoice(wxSizer& column, wxString const& label, wxSt
 
 void ConfirmClose::Store() const {
     OptionsFile::PauseAutoWrite const pause(VorlanApp::GetOptions());
-    StoreChoice(m_leaveEngine->GetValue(), StartKey(k_ComponentEngine));
-    StoreChoice(m_leaveMaster->GetValue(), StartKey(k_ComponentMaster));
+    StoreChoice(m_leaveEngine->GetValue(), k_OptionStartEngineAtClose);
+    StoreChoice(m_leaveMaster->GetValue(), k_OptionStartMasterAtClose);
     wxConfirmDlg::SetAnswered(k_Key, m_dontAsk->GetValue());
 }
 

@@ -7,6 +7,9 @@ class wxCheckBox;
 
 namespace vorlan {
 
+template <class T>
+class LocalOption;
+
 // What becomes of a component's option when the user says whether it is left running.
 // Nothing: it stays as it is.
 std::optional<int> LeaveRunningOption(bool leaveRunning, int option);
@@ -22,7 +25,7 @@ public:
 
 private:
     explicit ConfirmClose(wxWindow* parent);
-    wxCheckBox* NewChoice(wxSizer& column, wxString const& label, wxString const& note, char const* option);
+    wxCheckBox* NewChoice(wxSizer& column, wxString const& label, wxString const& note, LocalOption<int> const& option);
     void Store() const;
 
     wxCheckBox* m_leaveEngine;

@@ -4,7 +4,6 @@
 #include "mainwindow.h"
 
 #include <corekit/callentry.h>
-#include <vorlan/vorlanapp.h>
 #include <wx/filename.h>
 #include <wx/wxvtext.h>
 
@@ -17,7 +16,7 @@ bool JobDropTarget::OnDropFiles(wxCoord, wxCoord, wxArrayString const& files) {
         if (wxFileName(file).GetExt().IsSameAs("VJ", false))
             jobFiles.push_back(Path(wxvString(file)));
     }
-    bool const immediate = VorlanApp::GetOptions().GetValue(k_Configuration, k_OptionDropImmediate, true);
+    bool const immediate = k_OptionDropImmediateAtDrop.Get();
     m_window.LoadJobFiles(jobFiles, immediate);
     return !jobFiles.empty();
 }

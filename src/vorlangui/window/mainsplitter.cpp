@@ -3,7 +3,6 @@
 #include "client/options.h"
 
 #include <cmath>
-#include <vorlan/vorlanapp.h>
 
 namespace vorlan {
 
@@ -21,8 +20,8 @@ _MainSplitter::_MainSplitter(wxWindow* parent) : wxvSplitterWindow(parent, SashD
 }
 
 double _MainSplitter::StoredPart() {
-    double const part = VorlanApp::GetOptions().GetValue(k_WindowSection, k_OptionSplitter, k_DefaultPart);
-    return part > 0 && part < 1 ? part : k_DefaultPart;
+    double const part = k_OptionSplitter.Get();
+    return part > 0 && part < 1 ? part : k_OptionSplitter.Default();
 }
 
 void _MainSplitter::Fill(wxWindow* views, wxWindow* info, bool showInfo) {
@@ -63,8 +62,7 @@ void _MainSplitter::OnMoveSash(wxSplitterEvent& event) {
     if (!std::exchange(m_dragged, false) || width <= 0)
         return;
     NotePlace(event.GetSashPosition());
-    VorlanApp::GetOptions().SetValue(k_WindowSection, k_OptionSplitter,
-                                     static_cast<double>(event.GetSashPosition()) / width);
+    k_OptionSplitter.Set(static_cast<double>(event.GetSashPosition()) / width);
 }
 
 void _MainSplitter::OnResize(wxSizeEvent& event) {

@@ -12,7 +12,6 @@ namespace vorlan {
 class _MainSplitter : public wxvSplitterWindow {
 public:
     static constexpr int k_SmallestPane = 150;
-    static constexpr double k_DefaultPart = 0.75;
 
     explicit _MainSplitter(wxWindow* parent);
 

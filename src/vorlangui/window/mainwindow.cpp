@@ -57,7 +57,7 @@ MainWindow::MainWindow(wxString const& title, wxPoint const& position, wxSize co
     SetMinSize(FromDIP(k_SmallestWindow));
     SetDropTarget(new JobDropTarget(*this));
     LoadWindowPosition();
-    m_administrator = VorlanApp::GetOptions().GetValue(o_Setup, "AlwaysAdministrate", false);
+    m_administrator = k_OptionAlwaysAdministrate.Get();
     SetTitlebar();
     bool const connected = Outside::Get().IsConnected();
     LogInfo(String("Creating main window: ") + (connected ? "" : "not ") + "connected");
@@ -87,7 +87,7 @@ void MainWindow::BuildStatusBar() {
     int const widths[k_FieldCount] = {-1, FromDIP(k_AdministratorWidth), FromDIP(k_ConnectionWidth)};
     bar->SetFieldsCount(k_FieldCount, widths);
     SetStatusBar(bar);
-    bar->Show(VorlanApp::GetOptions().GetValue(k_WindowSection, k_OptionStatusBar, true));
+    bar->Show(k_OptionStatusBar.Get());
     if (m_administrator)
         SetStatusText(_("Administrator Mode"), k_FieldAdministrator);
     if (Outside::Get().IsConnected())
@@ -102,7 +102,7 @@ void MainWindow::BuildPanes() {
     m_main = new _MainSplitter(this);
     m_views = new ViewsArea(m_main);
     m_info = new InfoPane(m_main);
-    m_main->Fill(m_views, m_info, VorlanApp::GetOptions().GetValue(k_WindowSection, k_OptionInfoPane, true));
+    m_main->Fill(m_views, m_info, k_OptionInfoPane.Get());
     m_main->Bind(wxEVT_SPLITTER_UNSPLIT, [this](wxSplitterEvent& event) {
         event.Skip();
         OnCloseInfo();
@@ -117,12 +117,12 @@ void MainWindow::BuildPanes() {
                          _("To change how your machine enters Engine Mode, use the VorlanGui Options.")});
     m_panes = new wxBoxSizer(wxVERTICAL);
     m_panes->Add(m_toolbar, wxSizerFlags().Expand());
-    m_toolbar->Show(VorlanApp::GetOptions().GetValue(k_WindowSection, k_OptionToolbar, true));
+    m_toolbar->Show(k_OptionToolbar.Get());
     for (wxWindow* pane :
          {static_cast<wxWindow*>(m_searching), static_cast<wxWindow*>(m_main), static_cast<wxWindow*>(m_engineMode)})
         m_panes->Add(pane, wxSizerFlags(1).Expand());
     SetSizer(m_panes);
-    bool const inEngineMode = VorlanApp::GetOptions().GetValue(k_Configuration, k_OptionInEngineMode, false);
+    bool const inEngineMode = k_OptionInEngineMode.Get();
     m_main->Hide();
     m_engineMode->Hide();
     ShowView(inEngineMode ? k_ViewEngineMode : k_ViewSearching);
@@ -154,11 +154,10 @@ void MainWindow::ShowView(int view) {
 }
 
 void MainWindow::NoteServing() {
-    OptionsFile& options = VorlanApp::GetOptions();
     if (Outside::Get().IsThisTheMaster())
-        options.SetValue(k_Configuration, k_OptionWasTheMaster, true);
+        k_OptionWasTheMaster.Set(true);
     else
-        options.ClearKey(k_Configuration, k_OptionWasTheMaster);
+        k_OptionWasTheMaster.Clear();
 }
 
 void MainWindow::SetTitlebar() {
@@ -185,7 +184,7 @@ void MainWindow::ShowConnection(String const& text) {
 
 String MainWindow::_GetMasterOption(String const& key) { return s_window ? s_window->m_master.Option(key) : String(); }
 
-String MainWindow::_GetUserName() {
+String MainWindow::DefaultCreator() {
     if (!s_window)
         return {};
     switch (_GetMasterOption(o_CreatorMode).Int()) {
@@ -246,7 +245,6 @@ void MainWindow::OnClose(wxCloseEvent& event) {
     _SelectTimer::Cleanup();
     SetDropTarget(nullptr);
     wxVorlanDlg::CloseAll();
-    SaveWindowPosition();
     Hide();
     m_info->SetToNone();
     StopEngineModeShutdownPipe();

@@ -91,7 +91,7 @@ public:
     static String _GetMasterOption(String const& key);
     // Whose the new Jobs of this client are, as the Master wants it: the machine, the
     // user at the machine, or the user. Empty without a window.
-    static String _GetUserName();
+    static String DefaultCreator();
     // This user may not do that.
     bool IsRestricted(String const& action) const { return !m_administrator && m_master.Restricts(action); }
     bool IsAdministrator() const { return m_administrator; }
@@ -133,6 +133,8 @@ public:
 private:
     friend class GuiTester;
 
+    // The client does not end in passing.
+    bool ClosesOnEscape() const override { return false; }
     void BindCommands();
     void BindRows(std::span<CommandRow const> rows);
     void BindSelection();

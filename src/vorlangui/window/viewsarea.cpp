@@ -71,7 +71,7 @@ ViewsArea::ViewsArea(wxWindow* parent) : wxvNotebook(parent, k_Id, "ViewManager"
     auto* list = new _EngineListCtrl(engines, k_EnginesPosition);
     Fill(*engines, list);
     AddView(engines, _("Engines"), list);
-    unsigned const stored = VorlanApp::GetOptions().GetValue(k_WindowSection, k_OptionView, 0u);
+    unsigned const stored = k_OptionView.Get();
     SetSelection(std::min<size_t>(stored, GetPageCount() - 1));
     Bind(wxEVT_AUINOTEBOOK_PAGE_CHANGED, &ViewsArea::OnChangeView, this);
 }
@@ -114,7 +114,7 @@ void ViewsArea::OnChangeView(wxAuiNotebookEvent& event) {
     int const view = event.GetSelection();
     if (!window || !window->IsReady() || view < 0 || event.GetEventObject() != this)
         return;
-    VorlanApp::GetOptions().SetValue(k_WindowSection, k_OptionView, static_cast<unsigned>(view));
+    k_OptionView.Set(static_cast<unsigned>(view));
     window->MarkView(view);
     UpdateLists(*GetPage(static_cast<size_t>(view)));
     FocusFirstList();

@@ -10,8 +10,8 @@
 #include <wx/wxvchoice.h>
 #include <wx/wxvcombobox.h>
 #include <wx/wxvlistbox.h>
-#include <wx/wxvorlandlg.h>
 #include <wx/wxvradiobutton.h>
+#include <wx/wxvrhythm.h>
 #include <wx/wxvscrolledwindow.h>
 #include <wx/wxvstaticbox.h>
 #include <wx/wxvstaticline.h>
@@ -21,7 +21,7 @@
 wxvButton::wxvButton(wxWindow* parent, wxWindowID id, wxString const& label, ButtonWidth width)
     : wxButton(parent, id, label, wxDefaultPosition, wxDefaultSize, width == ButtonWidth::Exact ? wxBU_EXACTFIT : 0) {
     if (width == ButtonWidth::Dialog)
-        SetMinSize(wxSize(std::max(FromDIP(wxVorlanDlg::k_ButtonWidth), GetBestSize().x), -1));
+        SetMinSize(wxSize(std::max(FromDIP(k_wxvButtonWidth), GetBestSize().x), -1));
 }
 
 wxvCheckBox::wxvCheckBox(wxWindow* parent, wxWindowID id, wxString const& label, long style) {

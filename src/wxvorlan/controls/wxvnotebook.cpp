@@ -9,14 +9,13 @@
 #include <wx/dcclient.h>
 #include <wx/wxvcolors.h>
 #include <wx/wxvnotebook.h>
-#include <wx/wxvorlanframe.h>
+#include <wx/wxvoptions.h>
 #include <wx/wxvtext.h>
 
 namespace {
 
 constexpr long k_Style = wxAUI_NB_TOP | wxAUI_NB_TAB_MOVE | wxAUI_NB_SCROLL_BUTTONS;
 constexpr char k_OrderMark[] = "tabs=";
-constexpr char k_LayoutKey[] = " Layout";
 
 // DockArt keeps the frame around the tabs and pages in the scheme's colour.
 class DockArt : public wxAuiDefaultDockArt {
@@ -118,12 +117,12 @@ void wxvNotebook::LoadPerspective(corekit::String const& perspective) {
 
 void wxvNotebook::SaveLayout() const {
     if (corekit::OptionsFile* const options = wxvOptions(); options && m_keepsLayout)
-        options->SetValue(k_LayoutSection, wxvString(GetName() + k_LayoutKey), SavePerspective());
+        k_OptionLayout.Set(*options, wxvString(GetName()), SavePerspective());
 }
 
 void wxvNotebook::LoadLayout() {
     if (corekit::OptionsFile* const options = wxvOptions(); options && m_keepsLayout)
-        LoadPerspective(options->GetValue(k_LayoutSection, wxvString(GetName() + k_LayoutKey), ""));
+        LoadPerspective(k_OptionLayout.Get(*options, wxvString(GetName())));
 }
 
 void wxvNotebook::SelectBeside(Direction direction) {

@@ -4,7 +4,7 @@
 #include <wx/wxconfirmdlg.h>
 #include <wx/wxvcheckbox.h>
 #include <wx/wxvcolors.h>
-#include <wx/wxvorlanframe.h>
+#include <wx/wxvoptions.h>
 
 namespace {
 constexpr int k_TextWidth = 480;
@@ -35,15 +35,15 @@ bool wxConfirmDlg::Confirm() {
 }
 
 bool wxConfirmDlg::IsAnswered(corekit::String const& key) {
-    return wxvOptions() && wxvOptions()->GetValue(k_Section, key, false);
+    return wxvOptions() && k_OptionConfirm.Get(*wxvOptions(), key);
 }
 
 void wxConfirmDlg::SetAnswered(corekit::String const& key, bool answered) {
     if (wxvOptions())
-        wxvOptions()->SetValue(k_Section, key, answered);
+        k_OptionConfirm.Set(*wxvOptions(), key, answered);
 }
 
 void wxConfirmDlg::ResetAll() {
     if (wxvOptions())
-        wxvOptions()->ClearSection(k_Section);
+        wxvOptions()->ClearSection(k_OptionConfirm.Section());
 }

@@ -33,6 +33,11 @@ wxVorlanDlg::wxVorlanDlg(wxWindow* parent, wxString const& title, corekit::Strin
         SetForegroundColour(wxvGetColor(ColorName::Text));
         Refresh();
     });
+    Bind(wxEVT_CHAR_HOOK, [](wxKeyEvent& event) {
+        // The toolkit closes it.
+        if (event.GetKeyCode() != WXK_ESCAPE || !wxvEscapeIsUsed(event))
+            event.Skip();
+    });
     OpenDialogs().push_back(this);
 }
 
@@ -49,7 +54,7 @@ int wxVorlanDlg::ShowModal() {
 
 bool wxVorlanDlg::Show(bool show) {
     if (show && KeepsPlace() && !std::exchange(m_isPlaced, true))
-        wxLoadWindowPos(*this, m_section);
+        wxLoadWindowPos(*this, m_section, GetPosition());
     if (!show)
         KeepPlace();
     bool const changed = wxDialog::Show(show);

@@ -1,21 +1,15 @@
 #include "theme/followcolors.h"
+#include "windowplace.h"
 
 #include <corekit/optionsfile.h>
 #include <utility>
-#include <wx/display.h>
 #include <wx/wxvcolors.h>
+#include <wx/wxvoptions.h>
 #include <wx/wxvorlanframe.h>
 
 namespace {
 
-corekit::OptionsFile* s_options = nullptr;
-
-constexpr char k_Left[] = "Left";
-constexpr char k_Top[] = "Top";
-constexpr char k_Width[] = "Width";
-constexpr char k_Height[] = "Height";
-constexpr char k_Maximized[] = "Maximized";
-constexpr int k_Smallest = 100;
+constexpr int k_SmallestPlace = 100; // a smaller one was never a window's
 
 // Some window managers show a window elsewhere than it was put while hidden. A move to
 // where the toolkit believes that it stands is none, so it goes aside first; the size,
@@ -49,55 +43,93 @@ void PlaceWhenRestored(wxTopLevelWindow& window, wxRect const& place) {
 
 } // namespace
 
-void wxvSetOptions(corekit::OptionsFile* options) { s_options = options; }
-corekit::OptionsFile* wxvOptions() { return s_options; }
-
 void wxSaveWindowPos(wxTopLevelWindow& window, corekit::String const& section) {
-    if (!s_options || window.IsIconized())
+    corekit::OptionsFile* const options = wxvOptions();
+    if (!options || section.empty() || window.IsIconized())
         return;
-    corekit::OptionsFile::PauseAutoWrite const pause(*s_options);
-    s_options->SetValue(section, k_Maximized, window.IsMaximized());
+    corekit::OptionsFile::PauseAutoWrite const pause(*options);
+    k_OptionMaximized.Set(*options, section, window.IsMaximized());
     // A maximized window keeps the place that it had before.
     if (window.IsMaximized())
         return;
     wxRect const place = window.GetRect();
-    s_options->SetValue(section, k_Left, place.x);
-    s_options->SetValue(section, k_Top, place.y);
-    s_options->SetValue(section, k_Width, place.width);
-    s_options->SetValue(section, k_Height, place.height);
+    k_OptionLeft.Set(*options, section, place.x);
+    k_OptionTop.Set(*options, section, place.y);
+    k_OptionWidth.Set(*options, section, place.width);
+    k_OptionHeight.Set(*options, section, place.height);
 }
 
-bool wxLoadWindowPos(wxTopLevelWindow& window, corekit::String const& section) {
-    if (!s_options)
-        return false;
-    wxRect const place(s_options->GetValue(section, k_Left, 0), s_options->GetValue(section, k_Top, 0),
-                       s_options->GetValue(section, k_Width, 0), s_options->GetValue(section, k_Height, 0));
-    bool const usable = place.width >= k_Smallest && place.height >= k_Smallest &&
-                        wxDisplay::GetFromPoint(place.GetTopLeft() + wxPoint(k_Smallest / 2, 8)) != wxNOT_FOUND;
-    if (usable)
-        window.SetSize(place);
-    bool const maximized = s_options->GetValue(section, k_Maximized, false);
+void wxLoadWindowPos(wxTopLevelWindow& window, corekit::String const& section, wxPoint const& start) {
+    corekit::OptionsFile* const options = section.empty() ? nullptr : wxvOptions();
+    wxRect wanted;
+    bool maximized = false;
+    if (options) {
+        wanted = wxRect(k_OptionLeft.Get(*options, section), k_OptionTop.Get(*options, section),
+                        k_OptionWidth.Get(*options, section), k_OptionHeight.Get(*options, section));
+        maximized = k_OptionMaximized.Get(*options, section);
+    }
+    bool const isKept = wanted.width >= k_SmallestPlace && wanted.height >= k_SmallestPlace;
+    if (!isKept)
+        wanted = wxRect(start, window.GetSize());
+    wxRect const place = wxvPlaceWithin(wanted, window.GetMinSize(), wxvScreens());
+    if (!isKept && start == wxDefaultPosition) {
+        // The desktop finds a place for it.
+        window.SetSize(place.GetSize());
+        if (maximized)
+            window.Maximize();
+        return;
+    }
+    window.SetSize(place);
     if (maximized)
         window.Maximize();
-    if (usable)
-        maximized ? PlaceWhenRestored(window, place) : PlaceAgainWhenShown(window, place);
-    return usable;
+    maximized ? PlaceWhenRestored(window, place) : PlaceAgainWhenShown(window, place);
+}
+
+bool wxvEscapeIsUsed(wxKeyEvent const& event) {
+    wxWindow* const focused = wxWindow::FindFocus();
+    if (!focused)
+        return false;
+    wxKeyEvent pressed(wxEVT_KEY_DOWN, event);
+    return focused->HandleWindowEvent(pressed);
 }
 
 constinit corekit::Signal0<corekit::ThreadPolicy::SingleThreaded> wxVorlanFrame::s_WinClosed;
 
 wxVorlanFrame::wxVorlanFrame(wxWindow* parent, wxString const& title, wxPoint const& position, wxSize const& size,
                              corekit::String section, long style)
-    : wxFrame(parent, wxID_ANY, title, position, size, style), m_section(std::move(section)) {
+    : wxFrame(parent, wxID_ANY, title, position, size, style), m_section(std::move(section)), m_start(position) {
     FollowColors(*this, [this] {
         SetBackgroundColour(wxvGetColor(ColorName::WindowBG));
         SetForegroundColour(wxvGetColor(ColorName::Text));
     });
+    Bind(wxEVT_CHAR_HOOK, &wxVorlanFrame::OnKey, this);
+}
+
+void wxVorlanFrame::OnKey(wxKeyEvent& event) {
+    if (event.GetKeyCode() != WXK_ESCAPE || event.HasAnyModifiers() || !ClosesOnEscape())
+        event.Skip();
+    else if (!wxvEscapeIsUsed(event))
+        Close();
+}
+
+void wxVorlanFrame::LoadWindowPosition() {
+    if (!std::exchange(m_isPlaced, true))
+        wxLoadWindowPos(*this, m_section, m_start);
+}
+
+bool wxVorlanFrame::Show(bool show) {
+    if (show)
+        LoadWindowPosition();
+    else if (IsShown())
+        SaveWindowPosition();
+    return wxFrame::Show(show);
 }
 
 bool wxVorlanFrame::Destroy() {
     if (!m_toldClosed) {
         m_toldClosed = true;
+        if (IsShown())
+            SaveWindowPosition();
         s_WinClosed.Emit();
     }
     return wxFrame::Destroy();

@@ -6,7 +6,7 @@
 #include <wx/sizer.h>
 #include <wx/wxexpandablepanel.h>
 #include <wx/wxvfont.h>
-#include <wx/wxvorlanframe.h>
+#include <wx/wxvoptions.h>
 
 namespace {
 

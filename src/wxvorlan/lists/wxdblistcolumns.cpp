@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <corekit/optionsfile.h>
 #include <numeric>
-#include <wx/wxvorlanframe.h>
+#include <wx/wxvoptions.h>
 
 using corekit::String;
 

@@ -11,7 +11,8 @@
 namespace {
 
 constexpr char k_Section[] = "Colors";
-constexpr char k_SchemeKey[] = "Scheme";
+constexpr corekit::Option<int> k_SchemeOption{k_Section, "Scheme", static_cast<int>(k_DefaultScheme),
+                                              "Lighter, Light, Dark, Darker, Custom, counted from 0"};
 
 // Parts of the text's colour on the window's.
 constexpr double k_EdgeStrength = 0.18;
@@ -53,6 +54,17 @@ constexpr std::array<ColorRow, k_ColorCount> k_Table{{
     {"Selected", {0xC1DCFA, 0xC1DCFA, 0x173C60, 0x032A4C}},
     {"Header", {0xE4E8ED, 0xD1D5D9, 0x303337, 0x1F2225}},
 }};
+
+// Of the scheme Custom, one per ColorName.
+std::vector<corekit::OptionInfo> const& CustomColorOptions() {
+    static auto const s_options = [] {
+        std::vector<corekit::OptionInfo> options;
+        for (ColorRow const& row : k_Table)
+            options.emplace_back(k_Section, row.label, corekit::ColorText(), "a colour of the scheme Custom");
+        return options;
+    }();
+    return s_options;
+}
 
 using Palette = std::array<wxColour, k_ColorCount>;
 
@@ -121,7 +133,7 @@ void wxvSetColorScheme(int scheme) {
     Colors& colors = TheColors();
     colors.scheme = static_cast<ColorScheme>(scheme);
     if (colors.options)
-        colors.options->SetValue(k_Section, k_SchemeKey, scheme);
+        k_SchemeOption.Set(*colors.options, scheme);
     if (wxTheApp) {
         wxvApplyNativeStyle();
         TellWindows();
@@ -135,7 +147,8 @@ void wxvSetCustomColor(int index, wxColour const& colour) {
     ColorName const name = k_CustomColorOrder[index];
     colors.palettes.back()[static_cast<int>(name)] = colour;
     if (colors.options)
-        colors.options->SetValue(k_Section, wxvColorLabel(name), wxvString(colour.GetAsString(wxC2S_HTML_SYNTAX)));
+        CustomColorOptions()[static_cast<size_t>(name)].SetText(*colors.options,
+                                                                wxvString(colour.GetAsString(wxC2S_HTML_SYNTAX)));
 }
 
 void wxvUseColorOptions(corekit::OptionsFile* options) {
@@ -144,13 +157,19 @@ void wxvUseColorOptions(corekit::OptionsFile* options) {
     if (!options)
         return;
     for (int i = 0; i < k_ColorCount; ++i) {
-        corekit::String const text = options->GetValue(k_Section, k_Table[i].label, "");
-        wxColour const kept(wxvText(text));
-        if (kept.IsOk() && text.StartsWith("#"))
-            colors.palettes.back()[i] = kept;
+        corekit::OptionInfo const& option = CustomColorOptions()[static_cast<size_t>(i)];
+        if (corekit::String const text = option.GetText(*options); option.CanBe(text))
+            colors.palettes.back()[i] = wxColour(wxvText(text));
     }
-    int const scheme = options->GetValue(k_Section, k_SchemeKey, static_cast<int>(k_DefaultScheme));
+    int const scheme = k_SchemeOption.Get(*options);
     colors.scheme = IsScheme(scheme) ? static_cast<ColorScheme>(scheme) : k_DefaultScheme;
+}
+
+corekit::OptionTable wxvColorOptions() {
+    corekit::OptionTable table{&k_SchemeOption};
+    for (corekit::OptionInfo const& option : CustomColorOptions())
+        table.push_back(&option);
+    return table;
 }
 
 bool wxvIsDarkScheme() { return Luminance(wxvGetColor(ColorName::WindowBG)) < 0.18; }

@@ -1,0 +1,44 @@
+#include "windowplace.h"
+
+#include <algorithm>
+#include <wx/display.h>
+
+namespace {
+
+int64_t AreaOf(wxRect const& rect) { return int64_t{rect.width} * rect.height; }
+
+} // namespace
+
+wxRect wxvPlaceWithin(wxRect wanted, wxSize const& smallest, std::vector<wxRect> const& screens) {
+    if (screens.empty())
+        return wanted;
+    wanted.width = std::max(wanted.width, smallest.x);
+    wanted.height = std::max(wanted.height, smallest.y);
+    wxRect best = screens.front();
+    int64_t most = 0;
+    int64_t shown = 0;
+    for (wxRect const& screen : screens) {
+        int64_t const part = AreaOf(screen.Intersect(wanted));
+        shown += part;
+        if (part > most) {
+            most = part;
+            best = screen;
+        }
+    }
+    if (shown >= AreaOf(wanted))
+        return wanted;
+    wanted.width = std::min(wanted.width, best.width);
+    wanted.height = std::min(wanted.height, best.height);
+    wanted.x = std::clamp(wanted.x, best.x, best.x + best.width - wanted.width);
+    wanted.y = std::clamp(wanted.y, best.y, best.y + best.height - wanted.height);
+    return wanted;
+}
+
+std::vector<wxRect> wxvScreens() {
+    std::vector<wxRect> screens;
+    for (unsigned i = 0; i < wxDisplay::GetCount(); ++i) {
+        wxDisplay const screen(i);
+        screens.insert(screen.IsPrimary() ? screens.begin() : screens.end(), screen.GetClientArea());
+    }
+    return screens;
+}
