@@ -10,6 +10,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # last two inside inlined library code that is right.
   target_compile_options(vorlan_flags INTERFACE
     -fpch-preprocess -Wshadow=local -Woverloaded-virtual -Wno-restrict -Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread -Wno-maybe-uninitialized)
+  if(CMAKE_UNITY_BUILD)
+    # Each .cpp is an included file then, and its anonymous types look like a header's.
+    target_compile_options(vorlan_flags INTERFACE -Wno-subobject-linkage)
+  endif()
 else()
   # A time stamp in the precompiled header would make every ccache entry a new one.
   target_compile_options(vorlan_flags INTERFACE

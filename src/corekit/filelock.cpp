@@ -40,9 +40,10 @@ bool IsSameFile(int fd, Path const& path) {
 }
 
 bool LockNow(int fd) {
-    while (flock(fd, LOCK_EX | LOCK_NB) != 0)
+    while (flock(fd, LOCK_EX | LOCK_NB) != 0) {
         if (errno != EINTR)
             return false;
+    }
     return true;
 }
 

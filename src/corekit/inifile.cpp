@@ -183,9 +183,10 @@ std::vector<String> IniFile::Sections() const {
     Guard const guard(*this);
     std::vector<String> names;
     names.reserve(m_content.sections.size());
-    for (auto const& section : m_content.sections)
+    for (auto const& section : m_content.sections) {
         if (!IsHidden(section))
             names.push_back(section.first);
+    }
     return names;
 }
 
@@ -261,9 +262,10 @@ std::vector<String> IniFile::Keys(String const& section) const {
     Guard const guard(*this);
     std::vector<String> keys;
     auto const found = m_content.sections.find(section);
-    if (found != m_content.sections.end())
+    if (found != m_content.sections.end()) {
         for (auto const& [key, entry] : InOrder(found->second))
             keys.push_back(*key);
+    }
     return keys;
 }
 
@@ -271,9 +273,10 @@ OptionMap IniFile::GetSection(String const& section) const {
     Guard const guard(*this);
     OptionMap values;
     auto const found = m_content.sections.find(section);
-    if (found != m_content.sections.end())
+    if (found != m_content.sections.end()) {
         for (auto const& [key, entry] : found->second.entries)
             values.emplace_hint(values.end(), key, entry.value);
+    }
     return values;
 }
 

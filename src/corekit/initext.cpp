@@ -14,7 +14,7 @@ namespace {
 // to something. No name is written with this byte in it.
 constexpr char k_EndSection[] = "\x01";
 constexpr std::string_view k_Signature = "\xEF\xBB\xBF";
-constexpr std::string_view k_Blanks = " \t";
+constexpr std::string_view k_LineBlanks = " \t";
 
 enum class Place { Section, Key, Value };
 
@@ -81,7 +81,7 @@ bool IsComment(std::string_view line) { return line.starts_with(';') || line.sta
 
 // A line that the parser would skip without a word.
 bool IsStray(std::string_view line) {
-    size_t const start = line.find_first_not_of(k_Blanks);
+    size_t const start = line.find_first_not_of(k_LineBlanks);
     if (start == std::string_view::npos)
         return false;
     line.remove_prefix(start);
@@ -136,18 +136,20 @@ IniText::IniText(String const& text) : IniText() {
         throw ParseException("The file cannot be read as options: there is not enough memory.");
     CSimpleIniA::TNamesDepend sections;
     m_ini.GetAllSections(sections);
-    for (auto const& section : sections)
+    for (auto const& section : sections) {
         if (std::string_view(section.pItem) == k_EndSection && section.pComment)
             m_endComment = String(section.pComment).Trim() + k_NL;
+    }
 }
 
 void IniText::ForEachSection(SectionVisitor const& visit) const {
     CSimpleIniA::TNamesDepend sections;
     m_ini.GetAllSections(sections);
     sections.sort(CSimpleIniA::Entry::LoadOrder());
-    for (auto const& section : sections)
+    for (auto const& section : sections) {
         if (std::string_view(section.pItem) != k_EndSection)
             visit(Unescape(section.pItem), CommentOf(section));
+    }
 }
 
 void IniText::ForEachValue(ValueVisitor const& visit) const {

@@ -6,13 +6,13 @@ namespace corekit {
 
 namespace {
 
-bool IsLetter(char c) {
+bool IsDriveLetter(char c) {
     c = String::FoldCase(c);
     return c >= 'a' && c <= 'z';
 }
 
 bool IsWindowsPath(std::string_view text) {
-    return (text.size() >= 2 && IsLetter(text[0]) && text[1] == ':') || text.starts_with("\\\\");
+    return (text.size() >= 2 && IsDriveLetter(text[0]) && text[1] == ':') || text.starts_with("\\\\");
 }
 
 std::string_view Separators(std::string_view text) { return IsWindowsPath(text) ? "/\\" : "/"; }

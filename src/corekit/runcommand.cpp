@@ -24,8 +24,6 @@ constexpr size_t k_MaxInput = 4096;
 // Between two looks at a program that prints nothing.
 constexpr int k_LookMs = 100;
 
-using Clock = std::chrono::steady_clock;
-
 struct Pipe {
     UniqueFd read;
     UniqueFd write;
@@ -83,13 +81,13 @@ CommandOutcome RunCommand(Path const& program, std::vector<String> const& args, 
     options.env["LC_ALL"] = "C.UTF-8";
     options.stdinFd = in.read ? in.read.Get() : ProcessOptions::k_Null;
     options.stdoutFd = options.stderrFd = out.write.Get();
-    auto const until = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    auto const until = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
     std::unique_ptr<Process> const process = Process::Start(program, options, &outcome.error);
     if (!process)
         return outcome;
     out.write.Reset();
     in.read.Reset();
-    auto const isOver = [until, goOn] { return Clock::now() >= until || (goOn && !goOn()); };
+    auto const isOver = [until, goOn] { return std::chrono::steady_clock::now() >= until || (goOn && !goOn()); };
     ReadOutput(out.read.Get(), *process, isOver, outcome.output);
     // It has closed its outputs, or has ended, or has to.
     while (!outcome.exitCode && !isOver())

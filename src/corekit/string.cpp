@@ -160,9 +160,10 @@ String String::Lower() const {
 
 String String::Upper() const {
     String result(*this);
-    for (char& c : result.m_text)
+    for (char& c : result.m_text) {
         if (c >= 'a' && c <= 'z')
             c = static_cast<char>(c - 32);
+    }
     return result;
 }
 
@@ -194,12 +195,14 @@ double String::Float(double def) const noexcept {
 bool String::Bool(bool def) const noexcept {
     std::string_view text = SkipBlanks(m_text);
     text = text.substr(0, text.find_last_not_of(k_Blanks) + 1);
-    for (std::string_view const yes : {"yes", "true", "on", "1"})
+    for (std::string_view const yes : {"yes", "true", "on", "1"}) {
         if (SameNoCase(text, yes))
             return true;
-    for (std::string_view const no : {"no", "false", "off", "0"})
+    }
+    for (std::string_view const no : {"no", "false", "off", "0"}) {
         if (SameNoCase(text, no))
             return false;
+    }
     return def;
 }
 

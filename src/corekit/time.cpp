@@ -107,9 +107,10 @@ String Time::Format(char const* format, bool local, bool emptyIfUnset) const {
 
 String Time::FormatSpan(char const* format) const {
     int largest = -1;
-    for (char const* at = format; *at; ++at)
+    for (char const* at = format; *at; ++at) {
         if (at[0] == '%' && at[1])
             largest = std::max(largest, SpanUnit(*++at));
+    }
 
     uint64_t const ms = Magnitude(m_ms);
     String text = m_ms < 0 ? "-" : "";

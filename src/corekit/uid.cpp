@@ -53,7 +53,7 @@ private:
     unsigned m_forks = 0;
 };
 
-int HexDigit(char c) {
+int DigitOfID(char c) {
     if (c >= '0' && c <= '9')
         return c - '0';
     c = String::FoldCase(c);
@@ -116,8 +116,8 @@ bool UID::FromString(std::string_view text, UID& out) noexcept {
                 return false;
             continue;
         }
-        int const high = HexDigit(text[at++]);
-        int const low = HexDigit(text[at++]);
+        int const high = DigitOfID(text[at++]);
+        int const low = DigitOfID(text[at++]);
         if (high < 0 || low < 0)
             return false;
         result.m_bytes[byte++] = static_cast<uint8_t>(high * 16 + low);

@@ -6,7 +6,7 @@ namespace vorlan {
 
 namespace {
 
-constexpr size_t k_NoteLength = 300;
+constexpr size_t k_LastLineLength = 300;
 
 } // namespace
 
@@ -52,7 +52,7 @@ void OutputScanner::TakeLine(std::string_view line, Found& found) {
     size_t const first = line.find_first_not_of(" \t");
     if (first == std::string_view::npos)
         return;
-    m_lastLine = String(line.substr(first, k_NoteLength)).Trim();
+    m_lastLine = String(line.substr(first, k_LastLineLength)).Trim();
     MakeMatcher();
     if (!m_matcher)
         return;

@@ -20,10 +20,6 @@ namespace {
 constexpr Time k_Silence = Time::Seconds(60);
 constexpr size_t k_NoteLength = 4000;
 
-UID UIDOfRecord(Record const& record) {
-    return UID::FromBytes({reinterpret_cast<uint8_t const*>(record.id.data()), record.id.size()});
-}
-
 } // namespace
 
 EngineEntry& Engines::Make(UID const& id, uint64_t number) {

@@ -21,10 +21,6 @@ int ResultOf(RunRow const& row) {
     return Queued;
 }
 
-UID UIDOfRecord(Record const& record) {
-    return UID::FromBytes({reinterpret_cast<uint8_t const*>(record.id.data()), record.id.size()});
-}
-
 } // namespace
 
 void Jobs::RestoreJob(Record const& record) {

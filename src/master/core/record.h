@@ -3,6 +3,7 @@
 // What the Core asks the store to keep.
 
 #include <corekit/string.h>
+#include <corekit/uid.h>
 
 #include <cstdint>
 
@@ -39,5 +40,10 @@ struct Record {
     Op op = Op::Put;
     uint64_t job = 0; // the number of the Job that a Job, JobState or History row is part of
 };
+
+// The id of a row that has one of 16 bytes.
+inline corekit::UID UIDOfRecord(Record const& record) {
+    return corekit::UID::FromBytes({reinterpret_cast<uint8_t const*>(record.id.data()), record.id.size()});
+}
 
 } // namespace farm

@@ -26,10 +26,6 @@ constexpr size_t k_MaxSections = 10'000;
 constexpr size_t k_MaxSectionKeys = 20'000;
 constexpr size_t k_MaxPools = 10'000;
 
-UID UIDOfRecord(Record const& record) {
-    return UID::FromBytes({reinterpret_cast<uint8_t const*>(record.id.data()), record.id.size()});
-}
-
 } // namespace
 
 void Settings::AddShipped() {

@@ -22,13 +22,13 @@ constexpr int64_t k_MinuteMs = 60'000;
 constexpr char k_IniSection[] = "Engine";
 constexpr char k_IniEvents[] = "Event Commands";
 
-enum class Kind { Bool, Number, Text };
+enum class SettingKind { Bool, Number, Text };
 
 // A setting, what it is without any other, and what a file may say.
 struct Setting {
     char const* name;
     char const* builtIn;
-    Kind kind;
+    SettingKind kind;
     int64_t low;
     int64_t high;
 };
@@ -37,21 +37,21 @@ constexpr int64_t k_MaxCores = 65'536;
 constexpr int64_t k_MaxMinutes = 1'000'000;
 
 constexpr Setting k_Settings[] = {
-    {p_EngineEnabled, k_Yes, Kind::Bool, 0, 0},
-    {p_EnginePriority, "50", Kind::Number, 0, 100},
-    {p_EngineUseCores, "", Kind::Number, 0, k_MaxCores},
-    {p_EngineForceCores, "-1", Kind::Number, -1, k_MaxCores},
-    {p_EngineRestricted, k_No, Kind::Bool, 0, 0},
-    {p_EngineRestrictedCores, "0", Kind::Number, 0, k_MaxCores},
-    {p_EngineRestrictedDays, "62", Kind::Number, 0, 127}, // Monday to Friday
-    {p_EngineRestrictedFrom, "32400000", Kind::Number, 0, k_DayMs - 1},
-    {p_EngineRestrictedTo, "64800000", Kind::Number, 0, k_DayMs - 1},
-    {p_EngineIdleSleepTime, "0", Kind::Number, 0, k_MaxMinutes},
-    {p_EngineMinSleepTime, "0", Kind::Number, 0, k_MaxMinutes},
-    {p_EnginePools, "", Kind::Text, 0, 0},
-    {p_EngineDisabledProducts, "", Kind::Text, 0, 0},
-    {p_EngineUseGPUs, "", Kind::Text, 0, 0},
-    {p_EngineGPUDistribution, "", Kind::Text, 0, 0},
+    {p_EngineEnabled, k_Yes, SettingKind::Bool, 0, 0},
+    {p_EnginePriority, "50", SettingKind::Number, 0, 100},
+    {p_EngineUseCores, "", SettingKind::Number, 0, k_MaxCores},
+    {p_EngineForceCores, "-1", SettingKind::Number, -1, k_MaxCores},
+    {p_EngineRestricted, k_No, SettingKind::Bool, 0, 0},
+    {p_EngineRestrictedCores, "0", SettingKind::Number, 0, k_MaxCores},
+    {p_EngineRestrictedDays, "62", SettingKind::Number, 0, 127}, // Monday to Friday
+    {p_EngineRestrictedFrom, "32400000", SettingKind::Number, 0, k_DayMs - 1},
+    {p_EngineRestrictedTo, "64800000", SettingKind::Number, 0, k_DayMs - 1},
+    {p_EngineIdleSleepTime, "0", SettingKind::Number, 0, k_MaxMinutes},
+    {p_EngineMinSleepTime, "0", SettingKind::Number, 0, k_MaxMinutes},
+    {p_EnginePools, "", SettingKind::Text, 0, 0},
+    {p_EngineDisabledProducts, "", SettingKind::Text, 0, 0},
+    {p_EngineUseGPUs, "", SettingKind::Text, 0, 0},
+    {p_EngineGPUDistribution, "", SettingKind::Text, 0, 0},
 };
 
 constexpr char const* k_EventNames[] = {
@@ -297,8 +297,8 @@ void CommonEngine::FromEngineINI(IniFile& file, std::map<UID, OptionMap>& produc
         int64_t const number = text.Int(k_None);
         bool const isNumber = text == setting.builtIn || (number >= setting.low && number <= setting.high);
         bool const isBool = text.Bool(false) == text.Bool(true);
-        if (setting.kind == Kind::Number ? isNumber : setting.kind == Kind::Text || isBool)
-            SetCommon(setting.name, setting.kind == Kind::Bool ? String::From(text.Bool()) : text);
+        if (setting.kind == SettingKind::Number ? isNumber : setting.kind == SettingKind::Text || isBool)
+            SetCommon(setting.name, setting.kind == SettingKind::Bool ? String::From(text.Bool()) : text);
         else
             LogWarning(SFormat("The Engine file has %s = \"%s\", which is no value for it; it stays as it was.",
                                setting.name, text.Mid(0, 60).c_str()));

@@ -19,7 +19,7 @@ constexpr size_t k_MacBytes = 6;
 constexpr size_t k_MacRepeats = 16;
 constexpr unsigned short k_WakePort = 9; // "discard": nobody answers there
 
-int HexValue(char c) {
+int DigitOfAddress(char c) {
     if (c >= '0' && c <= '9')
         return c - '0';
     char const folded = String::FoldCase(c);
@@ -59,8 +59,8 @@ String MagicPacketFor(String const& macAddress) {
         return String();
     String mac;
     for (size_t i = 0; i < digits.size(); i += 2) {
-        int const high = HexValue(digits[i]);
-        int const low = HexValue(digits[i + 1]);
+        int const high = DigitOfAddress(digits[i]);
+        int const low = DigitOfAddress(digits[i + 1]);
         if (high < 0 || low < 0)
             return String();
         mac += static_cast<char>((high << 4) | low);

@@ -31,7 +31,7 @@ constexpr char k_KeyParent[] = "parent";
 constexpr char k_KeyProduct[] = "product";
 constexpr char k_KeyValues[] = "values";
 constexpr char k_HexPrefix[] = "hex:";
-constexpr char k_HexDigits[] = "0123456789abcdef";
+constexpr char k_LowHexDigits[] = "0123456789abcdef";
 constexpr int k_SecretMode = 0600;
 constexpr int k_Indent = 2;
 
@@ -50,8 +50,8 @@ std::string ToJsonText(String const& text) {
         return text.Str();
     std::string hex = k_HexPrefix;
     for (char const c : text) {
-        hex += k_HexDigits[static_cast<unsigned char>(c) >> 4];
-        hex += k_HexDigits[static_cast<unsigned char>(c) & 15];
+        hex += k_LowHexDigits[static_cast<unsigned char>(c) >> 4];
+        hex += k_LowHexDigits[static_cast<unsigned char>(c) & 15];
     }
     return hex;
 }
@@ -62,8 +62,8 @@ String FromJsonText(std::string const& text) {
         return text;
     String bytes;
     for (size_t i = prefix; i < text.size(); i += 2) {
-        size_t const high = std::string_view(k_HexDigits).find(String::FoldCase(text[i]));
-        size_t const low = std::string_view(k_HexDigits).find(String::FoldCase(text[i + 1]));
+        size_t const high = std::string_view(k_LowHexDigits).find(String::FoldCase(text[i]));
+        size_t const low = std::string_view(k_LowHexDigits).find(String::FoldCase(text[i + 1]));
         if (high > 15 || low > 15)
             return text; // a person wrote it so
         bytes += static_cast<char>(high << 4 | low);

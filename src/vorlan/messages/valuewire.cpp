@@ -19,7 +19,7 @@ void CopyEnds(char* to, char const* from, size_t bytes) {
     std::memcpy(to + bytes - Piece, from + bytes - Piece, Piece);
 }
 
-inline void Copy(char* to, char const* from, size_t bytes) {
+inline void CopyBytes(char* to, char const* from, size_t bytes) {
     if (bytes > 32)
         std::memcpy(to, from, bytes);
     else if (bytes >= 16)
@@ -28,9 +28,10 @@ inline void Copy(char* to, char const* from, size_t bytes) {
         CopyEnds<8>(to, from, bytes);
     else if (bytes >= 4)
         CopyEnds<4>(to, from, bytes);
-    else
+    else {
         for (size_t i = 0; i < bytes; ++i)
             to[i] = from[i];
+    }
 }
 
 template <size_t Piece>
@@ -38,7 +39,7 @@ bool SameEnds(char const* a, char const* b, size_t bytes) {
     return std::memcmp(a, b, Piece) == 0 && std::memcmp(a + bytes - Piece, b + bytes - Piece, Piece) == 0;
 }
 
-inline bool Same(char const* a, char const* b, size_t bytes) {
+inline bool SameBytes(char const* a, char const* b, size_t bytes) {
     if (bytes > 32)
         return std::memcmp(a, b, bytes) == 0;
     if (bytes >= 16)
@@ -139,11 +140,11 @@ void ValueWriter::Write(MessageWriter& writer, ValueBlock const& values) {
     char const* name = shape->names.data();
     for (uint32_t i = 0; i < count; ++i) {
         size_t const size = shape->sizes[i];
-        Copy(at, name, size);
+        CopyBytes(at, name, size);
         name += size;
         std::string_view const text = values.Text(i);
         at = MessageWriter::TextHeader(at + size, text.size());
-        Copy(at, text.data(), text.size());
+        CopyBytes(at, text.data(), text.size());
         at += text.size();
     }
     writer.End(at);
@@ -181,7 +182,7 @@ bool ValueReader::Fits(ValueShape const& shape, size_t count, std::string_view b
     uint32_t total = 0;
     for (size_t i = 0; i < count; ++i) {
         size_t const size = shape.sizes[i];
-        if (static_cast<size_t>(end - at) < size + 1 || !Same(at, name, size))
+        if (static_cast<size_t>(end - at) < size + 1 || !SameBytes(at, name, size))
             return false;
         at += size;
         name += size;
@@ -205,7 +206,7 @@ boost::shared_ptr<ValueBlock const> ValueReader::Take(MessageReader& reader, Val
     std::memcpy(ends, m_ends.data(), count * sizeof(uint32_t));
     uint32_t from = 0;
     for (size_t i = 0; i < count; ++i) {
-        Copy(texts + from, m_starts[i], m_ends[i] - from);
+        CopyBytes(texts + from, m_starts[i], m_ends[i] - from);
         from = m_ends[i];
     }
     reader.Pass(m_used);

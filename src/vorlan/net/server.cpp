@@ -240,9 +240,10 @@ void Server::Impl::Stop() {
     {
         CommonMutex::Lock const lock(m_guard);
         open.clear();
-        for (auto const* table : {&m_proved, &m_unproved})
+        for (auto const* table : {&m_proved, &m_unproved}) {
             for (auto const& entry : *table)
                 open.push_back(entry.second);
+        }
     }
     for (ChannelPtr const& channel : open)
         channel->DropHere("the program ends");

@@ -12,7 +12,7 @@ namespace vorlan {
 
 namespace {
 
-constexpr int k_GroupLimit = 10;
+constexpr int k_MatchLimit = 10;
 
 // The captured groups by number, then the Job's values, then the Product's defaults.
 class DetectValues : public TemplateValues {
@@ -53,8 +53,8 @@ bool Applies(DetectRule const& rule, String const& name, String const& value, st
     re2::RE2::Options options;
     options.set_log_errors(false);
     re2::RE2 const pattern(re2::StringPiece(rule.pattern.data(), rule.pattern.size()), options);
-    re2::StringPiece matches[k_GroupLimit];
-    int const wanted = std::min(pattern.NumberOfCapturingGroups() + 1, k_GroupLimit);
+    re2::StringPiece matches[k_MatchLimit];
+    int const wanted = std::min(pattern.NumberOfCapturingGroups() + 1, k_MatchLimit);
     if (!pattern.ok() || !pattern.Match(re2::StringPiece(value.data(), value.size()), 0, value.size(),
                                         re2::RE2::UNANCHORED, matches, wanted))
         return false;

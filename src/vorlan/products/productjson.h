@@ -14,6 +14,9 @@ namespace vorlan {
 
 using Json = nlohmann::ordered_json;
 
+// By the number of DispatchQueue.
+inline constexpr char const* k_QueueNames[] = {"General Purpose", "Large File Transfer", "Maintenance"};
+
 // A value inside a Product's JSON text together with the way to it, for errors.
 // Lives as long as the parsed text. All readers throw ParseException that names the place.
 class JsonPlace {

@@ -16,7 +16,7 @@ bool IsNumber(Parameter::TYPE type) {
     return type == Parameter::t_Signed || type == Parameter::t_Unsigned || type == Parameter::t_Float;
 }
 
-bool IsHeading(Parameter::TYPE type) { return type == Parameter::t_Separator || type == Parameter::t_HelpText; }
+bool IsHeadingType(Parameter::TYPE type) { return type == Parameter::t_Separator || type == Parameter::t_HelpText; }
 
 bool IsKnownSetting(std::string_view key) {
     static std::set<std::string_view, String::ciless> const known = {k_SettingName,
@@ -149,9 +149,9 @@ void ProductReader::ReadChoices(JsonPlace const& list, Parameter& parameter) {
 }
 
 void ProductReader::CheckParameter(JsonPlace const& place, Parameter const& parameter, bool isTop) {
-    if (parameter.GetName().Empty() && !IsHeading(parameter.Type()))
+    if (parameter.GetName().Empty() && !IsHeadingType(parameter.Type()))
         place.Fail("\"Name\" is missing. A parameter has a name");
-    if (isTop && parameter.GetName().FindOneOf("$()[]:=!?|~") != String::npos && !IsHeading(parameter.Type()))
+    if (isTop && parameter.GetName().FindOneOf("$()[]:=!?|~") != String::npos && !IsHeadingType(parameter.Type()))
         place.Member("Name").Fail("\"" + parameter.GetName() +
                                   "\" cannot be referred to as $(...). A name has none of " + "$()[]:=!?|~");
     String low;

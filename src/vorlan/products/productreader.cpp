@@ -11,8 +11,6 @@ namespace {
 constexpr int k_NewestFormat = 1;
 constexpr int k_ArgumentDepthLimit = 8;
 
-constexpr char const* k_QueueNames[] = {"General Purpose", "Large File Transfer", "Maintenance"};
-
 DispatchQueue ReadQueue(JsonPlace const& place) {
     String const name = place.Text();
     for (int i = 0; i < 3; ++i) {

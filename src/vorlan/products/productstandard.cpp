@@ -135,7 +135,7 @@ constexpr char const k_EventsText[] = R"json(
 })json";
 
 // Their JSON is this program's own and always reads; made once.
-Json const& Groups() {
+Json const& StandardGroups() {
     static Json const groups =
         Json::parse(std::string(k_BasicText) + k_SchedulingText + k_EventsText, nullptr, true, false);
     return groups;
@@ -146,7 +146,7 @@ Json const& Groups() {
 OptionMap const& StandardHelp() {
     static OptionMap const help = [] {
         OptionMap texts;
-        for (auto const& [group, parameters] : Groups().items()) {
+        for (auto const& [group, parameters] : StandardGroups().items()) {
             for (auto const& parameter : parameters) {
                 if (parameter.contains(k_SettingHelp))
                     texts.emplace(parameter[k_SettingName].get<std::string>(),
@@ -160,9 +160,9 @@ OptionMap const& StandardHelp() {
 
 std::vector<boost::shared_ptr<Parameter>> ProductReader::StandardGroup(String const& group) {
     std::vector<boost::shared_ptr<Parameter>> parameters;
-    if (!Groups().contains(group.Str()))
+    if (!StandardGroups().contains(group.Str()))
         return parameters;
-    JsonPlace const list(Groups().at(group.Str()), group);
+    JsonPlace const list(StandardGroups().at(group.Str()), group);
     for (size_t i = 0; i < list.Value().size(); ++i)
         parameters.push_back(ReadParameter(list.Item(i), true, 0));
     return parameters;

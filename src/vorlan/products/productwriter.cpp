@@ -16,8 +16,6 @@ void AddText(Json& json, char const* key, String const& text) {
         json[key] = text.Str();
 }
 
-constexpr char const* k_QueueNames[] = {"General Purpose", "Large File Transfer", "Maintenance"};
-
 } // namespace
 
 Json ProductWriter::Write(Product const& product) {

@@ -30,7 +30,7 @@ constexpr char const* k_Names[k_ComponentCount] = {"VorlanMaster", "VorlanEngine
 // The console file of a program is begun anew above this size.
 constexpr int64_t k_MaxConsoleBytes = 1 << 20;
 // Between two looks at a program that is to end.
-constexpr int k_LookMs = 20;
+constexpr int k_ProcessLookMs = 20;
 // For the system to take a killed process away.
 constexpr int k_AfterKillMs = 3'000;
 
@@ -120,7 +120,7 @@ public:
             // Another one has just taken its place, or a dying child still holds the file.
             if (Clock::now() > until)
                 return Failed("its lock file is held by a process that it does not name");
-            std::this_thread::sleep_for(std::chrono::milliseconds(k_LookMs));
+            std::this_thread::sleep_for(std::chrono::milliseconds(k_ProcessLookMs));
         }
         return true;
     }
@@ -164,7 +164,7 @@ bool EndOwn(Process& process, String const& program, int graceMs) {
     ::kill(process.Pid(), SIGTERM);
     auto const until = Clock::now() + std::chrono::milliseconds(graceMs);
     while (process.Running() && Clock::now() < until)
-        process.Wait(k_LookMs);
+        process.Wait(k_ProcessLookMs);
     if (!process.Running())
         return true;
     LogWarning(program + " did not end when asked to, and is killed");

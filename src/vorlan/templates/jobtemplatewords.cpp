@@ -6,7 +6,7 @@ namespace vorlan {
 
 namespace {
 
-bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+bool IsBetweenWords(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
 class WordSplitter {
 public:
@@ -43,7 +43,7 @@ private:
         } else if (c == '"' || c == '\'') {
             m_quote = c;
             m_inWord = true;
-        } else if (IsBlank(c)) {
+        } else if (IsBetweenWords(c)) {
             EndWord();
         } else {
             m_word += c;
@@ -53,7 +53,7 @@ private:
     }
 
     bool TakesEscape(char next) const {
-        return next == '\\' || next == '"' || (m_quote == '\0' && (next == '\'' || IsBlank(next)));
+        return next == '\\' || next == '"' || (m_quote == '\0' && (next == '\'' || IsBetweenWords(next)));
     }
 
     void EndWord() {

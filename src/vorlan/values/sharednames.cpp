@@ -19,7 +19,7 @@ struct Hash {
     size_t operator()(List list) const { return boost::hash_range(list.begin(), list.end()); }
 };
 
-struct Same {
+struct SameList {
     bool operator()(List a, List b) const { return std::equal(a.begin(), a.end(), b.begin(), b.end()); }
 };
 
@@ -45,7 +45,7 @@ public:
 
 private:
     corekit::RWLock m_guard;
-    std::unordered_set<List, Hash, Same> m_lists CK_GUARDED_BY(m_guard);
+    std::unordered_set<List, Hash, SameList> m_lists CK_GUARDED_BY(m_guard);
     std::vector<std::unique_ptr<uint32_t[]>> m_memory CK_GUARDED_BY(m_guard);
     size_t m_numberCount CK_GUARDED_BY(m_guard) = 0;
 };
@@ -66,7 +66,7 @@ uint32_t const* SharedNames::Find(List numbers) {
     };
     static thread_local Latest t_latest;
     for (List const list : t_latest.lists) {
-        if (list.data() && Same()(list, numbers))
+        if (list.data() && SameList()(list, numbers))
             return list.data();
     }
     uint32_t const* const found = TheLists().Find(numbers);

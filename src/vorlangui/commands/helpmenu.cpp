@@ -16,7 +16,7 @@ namespace vorlan {
 
 namespace {
 
-enum Id : int {
+enum HelpId : int {
     k_IdAbout = 5014,
     k_IdUserManual = 14108,
     k_IdAdministratorManual = 14109,

@@ -23,7 +23,7 @@ namespace vorlan {
 
 namespace {
 
-enum Id : int {
+enum ViewId : int {
     k_IdInfoPane = 14101,
     k_IdToolbar = 14102,
     k_IdStatusBar = 14103,

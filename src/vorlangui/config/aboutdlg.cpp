@@ -17,7 +17,7 @@ namespace {
 constexpr int k_RowGap = 4;
 constexpr int k_ColumnGap = 16;
 
-wxString Span(Time const& since) {
+wxString TimeSince(Time const& since) {
     if (since.IsZero())
         return wxString();
     return wxvText(
@@ -31,8 +31,8 @@ std::vector<AboutDlg::Row> AboutDlg::ConnectionRows() {
             {_("Version:"), wxvText(VersionText(Messenger::MasterVersion()))},
             {_("Released:"), wxvText(Messenger::MasterReleaseDate().Format(k_ShortDate, false, true))},
             {_("Port:"), wxvText(corekit::String::From(Messenger::MasterPort()))},
-            {_("Online:"), Span(Messenger::MasterStartTime())},
-            {_("Connected:"), Span(Messenger::ConnectedTime())}};
+            {_("Online:"), TimeSince(Messenger::MasterStartTime())},
+            {_("Connected:"), TimeSince(Messenger::ConnectedTime())}};
 }
 
 AboutDlg::AboutDlg(wxWindow* parent) : wxVorlanDlg(parent, _("About Vorlan"), "AboutDlg") {

@@ -24,7 +24,7 @@ constexpr int k_BarMargin = 2;
 constexpr int k_Highlight = 10;
 constexpr int k_Shade = 50;
 constexpr double k_GradientFactor = 2.0;
-constexpr double k_Readable = 4.5;
+constexpr double k_ReadableOnBar = 4.5;
 
 wxColour Shifted(wxColour const& colour, int by) {
     auto const shift = [by](unsigned char channel) {
@@ -37,7 +37,7 @@ wxColour Shifted(wxColour const& colour, int by) {
 wxColour BarTextColour(wxColour const& bar) {
     wxColour const ground = wxvGetColor(ColorName::WindowBGLighter);
     bool const isBlackReadable =
-        wxvContrast(*wxBLACK, bar) >= k_Readable && wxvContrast(*wxBLACK, ground) >= k_Readable;
+        wxvContrast(*wxBLACK, bar) >= k_ReadableOnBar && wxvContrast(*wxBLACK, ground) >= k_ReadableOnBar;
     return isBlackReadable ? *wxBLACK : wxvGetColor(ColorName::Text);
 }
 

@@ -8,7 +8,7 @@
 namespace vorlan {
 
 namespace {
-UID IDOf(boost::shared_ptr<EngineInfo> const& info) { return info ? info->id : UID::Null; }
+UID IDOfEngine(boost::shared_ptr<EngineInfo> const& info) { return info ? info->id : UID::Null; }
 } // namespace
 
 WatcherRegistry<EngineWatcher>& EngineWatcher::Registry() {
@@ -18,7 +18,7 @@ WatcherRegistry<EngineWatcher>& EngineWatcher::Registry() {
 
 EngineWatcher::EngineWatcher(boost::shared_ptr<EngineInfo> const& info) : m_info(info) {
     AssertMainThread();
-    Registry().Move(this, UID::Null, IDOf(info));
+    Registry().Move(this, UID::Null, IDOfEngine(info));
     Tick::s_Timer0250.Connect(this, &EngineWatcher::TriggerUpdate);
     // What an Engine follows of the default settings shows in every display.
     EngineDefaultChangedEvt::Signal().Connect(this, &EngineWatcher::SetDirty);
@@ -26,13 +26,13 @@ EngineWatcher::EngineWatcher(boost::shared_ptr<EngineInfo> const& info) : m_info
 
 EngineWatcher::~EngineWatcher() {
     DisconnectAll();
-    Registry().Move(this, IDOf(m_info), UID::Null);
+    Registry().Move(this, IDOfEngine(m_info), UID::Null);
 }
 
 void EngineWatcher::SetToEngine(boost::shared_ptr<EngineInfo> const& info) {
     CALL_ENTRY();
     AssertMainThread();
-    Registry().Move(this, IDOf(m_info), IDOf(info));
+    Registry().Move(this, IDOfEngine(m_info), IDOfEngine(info));
     m_info = info;
     TriggerUpdate();
 }

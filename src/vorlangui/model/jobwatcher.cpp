@@ -6,7 +6,7 @@
 namespace vorlan {
 
 namespace {
-UID IDOf(boost::shared_ptr<JobInfo> const& info) { return info && info->job ? info->job->id : UID::Null; }
+UID IDOfJob(boost::shared_ptr<JobInfo> const& info) { return info && info->job ? info->job->id : UID::Null; }
 } // namespace
 
 WatcherRegistry<JobWatcher>& JobWatcher::Registry() {
@@ -16,19 +16,19 @@ WatcherRegistry<JobWatcher>& JobWatcher::Registry() {
 
 JobWatcher::JobWatcher(boost::shared_ptr<JobInfo> const& info) {
     // Before the first tick can call it: the flag is not set, so no Update runs here.
-    Registry().Move(this, UID::Null, IDOf(info));
+    Registry().Move(this, UID::Null, IDOfJob(info));
     m_info = info;
     Tick::s_Timer0250.Connect(this, &JobWatcher::TriggerUpdate);
 }
 
 JobWatcher::~JobWatcher() {
     DisconnectAll();
-    Registry().Move(this, IDOf(m_info), UID::Null);
+    Registry().Move(this, IDOfJob(m_info), UID::Null);
 }
 
 void JobWatcher::SetJobA(boost::shared_ptr<JobInfo> const& info) {
     CALL_ENTRY();
-    Registry().Move(this, IDOf(m_info), IDOf(info));
+    Registry().Move(this, IDOfJob(m_info), IDOfJob(info));
     m_info = info;
     TriggerUpdate();
 }

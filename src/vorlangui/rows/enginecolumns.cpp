@@ -13,10 +13,10 @@ namespace vorlan {
 
 namespace {
 
-using Column = RowColumn<EngineInfo>;
+using EngineColumn = RowColumn<EngineInfo>;
 
 constexpr int k_Asleep = -1;
-constexpr int64_t k_MinuteMs = 60'000;
+constexpr int64_t k_ShortestUptimeMs = 60'000;
 
 struct FailureCounts {
     size_t products = 0;
@@ -25,7 +25,7 @@ struct FailureCounts {
     explicit FailureCounts(UID const& engine) { Failures::EngineFailureCounts(engine, products, jobs, failures); }
 };
 
-char const* Plural(size_t count) { return count == 1 ? "" : "s"; }
+char const* PluralEnd(size_t count) { return count == 1 ? "" : "s"; }
 
 bool IsAsleep(EngineInfo const& info) { return info.Engine::Status() == k_Asleep; }
 
@@ -33,7 +33,7 @@ String UptimeText(EngineInfo const& info, Time now) {
     if (!info.Online() && !IsAsleep(info))
         return String();
     Time span = now - info.StartTime();
-    if (span.Milliseconds() < k_MinuteMs)
+    if (span.Milliseconds() < k_ShortestUptimeMs)
         span = Time();
     return span.FormatDuration(Time::k_UnitMinutes + Time::k_ShortForm, Time::k_UnitDays + Time::k_ShortForm,
                                Time::k_UnitMinutes + Time::k_ShortForm, true, 2, '0');
@@ -42,10 +42,10 @@ String UptimeText(EngineInfo const& info, Time now) {
 // The number alone where the rest says nothing new.
 String ErrorsText(EngineInfo const& info) {
     FailureCounts const counts(info.id);
-    String text = SFormat("%d Failure%s", static_cast<int>(counts.failures), Plural(counts.failures));
+    String text = SFormat("%d Failure%s", static_cast<int>(counts.failures), PluralEnd(counts.failures));
     if (counts.failures > 1)
-        text += SFormat(" (%d Job%s %d Product%s)", static_cast<int>(counts.jobs), Plural(counts.jobs),
-                        static_cast<int>(counts.products), Plural(counts.products));
+        text += SFormat(" (%d Job%s %d Product%s)", static_cast<int>(counts.jobs), PluralEnd(counts.jobs),
+                        static_cast<int>(counts.products), PluralEnd(counts.products));
     return text;
 }
 
@@ -60,8 +60,6 @@ String CustomText(EngineInfo const& info, String const& custom) {
     }
 }
 
-SortCode Code(int64_t value) { return {OrderedNumber(value), 0}; }
-
 // Those online, then those asleep, each by their start, then the others.
 SortCode UptimeCode(EngineInfo const& info, Time) {
     if (info.Online())
@@ -71,7 +69,7 @@ SortCode UptimeCode(EngineInfo const& info, Time) {
     return {2, 0};
 }
 
-SortCode StatusCode(EngineInfo const& info, Time now) {
+SortCode EngineStatusCode(EngineInfo const& info, Time now) {
     int const workers = info.Status();
     bool const enabled = info.Enabled();
     bool const restricted = enabled && info.IsRestricted(now);
@@ -87,102 +85,102 @@ SortCode ErrorsCode(EngineInfo const& info, Time) {
     return {uint64_t{counts.products} << 32 | static_cast<uint32_t>(counts.jobs), counts.failures};
 }
 
-constexpr std::array k_Columns{
-    Column{.type = EngineColumns::Name,
-           .title = "Name",
-           .text = [](EngineInfo const& info, String const&, Time) { return info.Name(); },
-           .keyOf = KeyOf::TextNoCase},
-    Column{.type = EngineColumns::Uptime,
-           .title = "Uptime",
-           .text = [](EngineInfo const& info, String const&, Time now) { return UptimeText(info, now); },
-           .keyOf = KeyOf::Number,
-           .code = UptimeCode},
-    Column{.type = EngineColumns::Status,
-           .title = "Status",
-           .text = [](EngineInfo const& info, String const&, Time) { return info.StatusString(); },
-           .keyOf = KeyOf::Number,
-           .code = StatusCode},
-    Column{.type = EngineColumns::Errors,
-           .title = "Errors",
-           .text = [](EngineInfo const& info, String const&, Time) { return ErrorsText(info); },
-           .keyOf = KeyOf::Number,
-           .code = ErrorsCode},
-    Column{.type = EngineColumns::Platform,
-           .title = "Platform",
-           .text = [](EngineInfo const& info, String const&, Time) { return info.PlatformName(); },
-           .keyOf = KeyOf::TextNoCase},
-    Column{.type = EngineColumns::Note,
-           .title = "Note",
-           .text = [](EngineInfo const& info, String const&, Time) { return info.Note(); }},
-    Column{.type = EngineColumns::ID,
-           .title = "ID",
-           .text = [](EngineInfo const& info, String const&, Time) { return info.id.ToString(); }},
-    Column{.type = EngineColumns::Enabled,
-           .title = "Enabled",
-           .text = [](EngineInfo const& info, String const&,
-                      Time) { return String(info.Enabled() ? "Enabled" : "Disabled"); }},
+constexpr std::array k_EngineColumns{
+    EngineColumn{.type = EngineColumns::Name,
+                 .title = "Name",
+                 .text = [](EngineInfo const& info, String const&, Time) { return info.Name(); },
+                 .keyOf = KeyOf::TextNoCase},
+    EngineColumn{.type = EngineColumns::Uptime,
+                 .title = "Uptime",
+                 .text = [](EngineInfo const& info, String const&, Time now) { return UptimeText(info, now); },
+                 .keyOf = KeyOf::Number,
+                 .code = UptimeCode},
+    EngineColumn{.type = EngineColumns::Status,
+                 .title = "Status",
+                 .text = [](EngineInfo const& info, String const&, Time) { return info.StatusString(); },
+                 .keyOf = KeyOf::Number,
+                 .code = EngineStatusCode},
+    EngineColumn{.type = EngineColumns::Errors,
+                 .title = "Errors",
+                 .text = [](EngineInfo const& info, String const&, Time) { return ErrorsText(info); },
+                 .keyOf = KeyOf::Number,
+                 .code = ErrorsCode},
+    EngineColumn{.type = EngineColumns::Platform,
+                 .title = "Platform",
+                 .text = [](EngineInfo const& info, String const&, Time) { return info.PlatformName(); },
+                 .keyOf = KeyOf::TextNoCase},
+    EngineColumn{.type = EngineColumns::Note,
+                 .title = "Note",
+                 .text = [](EngineInfo const& info, String const&, Time) { return info.Note(); }},
+    EngineColumn{.type = EngineColumns::ID,
+                 .title = "ID",
+                 .text = [](EngineInfo const& info, String const&, Time) { return info.id.ToString(); }},
+    EngineColumn{.type = EngineColumns::Enabled,
+                 .title = "Enabled",
+                 .text = [](EngineInfo const& info, String const&,
+                            Time) { return String(info.Enabled() ? "Enabled" : "Disabled"); }},
     // As text, which is not the order of the times in every time zone.
-    Column{
+    EngineColumn{
         .type = EngineColumns::StartTime,
         .title = "Start Time",
         .text = [](EngineInfo const& info, String const&, Time) { return info.StartTime().Format(k_DefaultDateTime); }},
-    Column{.type = EngineColumns::MaxCores,
-           .title = "Max Cores",
-           .text = [](EngineInfo const& info, String const&, Time) { return String::From(info.MaxCores()); },
-           .keyOf = KeyOf::Number,
-           .code = [](EngineInfo const& info, Time) { return Code(info.MaxCores()); }},
-    Column{
+    EngineColumn{.type = EngineColumns::MaxCores,
+                 .title = "Max Cores",
+                 .text = [](EngineInfo const& info, String const&, Time) { return String::From(info.MaxCores()); },
+                 .keyOf = KeyOf::Number,
+                 .code = [](EngineInfo const& info, Time) { return CodeOfNumber(info.MaxCores()); }},
+    EngineColumn{
         .type = EngineColumns::UseCores,
         .title = "Use Cores",
         .text = [](EngineInfo const& info, String const&, Time now) { return String::From(info.UseCPUsAtTime(now)); },
         .keyOf = KeyOf::Number,
-        .code = [](EngineInfo const& info, Time now) { return Code(info.UseCPUsAtTime(now)); }},
-    Column{.type = EngineColumns::OperatingSystem,
-           .title = "Operating System",
-           .text = [](EngineInfo const& info, String const&, Time) { return info.OperatingSystem(); },
-           .keyOf = KeyOf::TextNoCase},
-    Column{.type = EngineColumns::Hardware,
-           .title = "Hardware",
-           .text = [](EngineInfo const& info, String const&, Time) { return info.Hardware(); },
-           .keyOf = KeyOf::TextNoCase},
-    Column{.type = EngineColumns::Memory,
-           .title = "Memory",
-           .text = [](EngineInfo const& info, String const&, Time) { return info.Memory(); },
-           .keyOf = KeyOf::TextNoCase},
+        .code = [](EngineInfo const& info, Time now) { return CodeOfNumber(info.UseCPUsAtTime(now)); }},
+    EngineColumn{.type = EngineColumns::OperatingSystem,
+                 .title = "Operating System",
+                 .text = [](EngineInfo const& info, String const&, Time) { return info.OperatingSystem(); },
+                 .keyOf = KeyOf::TextNoCase},
+    EngineColumn{.type = EngineColumns::Hardware,
+                 .title = "Hardware",
+                 .text = [](EngineInfo const& info, String const&, Time) { return info.Hardware(); },
+                 .keyOf = KeyOf::TextNoCase},
+    EngineColumn{.type = EngineColumns::Memory,
+                 .title = "Memory",
+                 .text = [](EngineInfo const& info, String const&, Time) { return info.Memory(); },
+                 .keyOf = KeyOf::TextNoCase},
     // As text: "10" goes before "9".
-    Column{.type = EngineColumns::Version,
-           .title = "Version",
-           .text = [](EngineInfo const& info, String const&, Time) { return VersionText(info.Version()); },
-           .keyOf = KeyOf::TextNoCase},
-    Column{.type = EngineColumns::Priority,
-           .title = "Priority",
-           .text = [](EngineInfo const& info, String const&, Time) { return String::From(info.Priority()); },
-           .keyOf = KeyOf::Number,
-           .code = [](EngineInfo const& info, Time) { return Code(info.Priority()); }},
-    Column{.type = EngineColumns::Restrictions,
-           .title = "Restrictions",
-           .text = [](EngineInfo const& info, String const&, Time) { return info.Restrictions(); },
-           .keyOf = KeyOf::TextNoCase},
-    Column{.type = EngineColumns::Custom,
-           .title = "",
-           .text = [](EngineInfo const& info, String const& custom, Time) { return CustomText(info, custom); }},
+    EngineColumn{.type = EngineColumns::Version,
+                 .title = "Version",
+                 .text = [](EngineInfo const& info, String const&, Time) { return VersionText(info.Version()); },
+                 .keyOf = KeyOf::TextNoCase},
+    EngineColumn{.type = EngineColumns::Priority,
+                 .title = "Priority",
+                 .text = [](EngineInfo const& info, String const&, Time) { return String::From(info.Priority()); },
+                 .keyOf = KeyOf::Number,
+                 .code = [](EngineInfo const& info, Time) { return CodeOfNumber(info.Priority()); }},
+    EngineColumn{.type = EngineColumns::Restrictions,
+                 .title = "Restrictions",
+                 .text = [](EngineInfo const& info, String const&, Time) { return info.Restrictions(); },
+                 .keyOf = KeyOf::TextNoCase},
+    EngineColumn{.type = EngineColumns::Custom,
+                 .title = "",
+                 .text = [](EngineInfo const& info, String const& custom, Time) { return CustomText(info, custom); }},
 };
 
-constexpr int k_Defaults[] = {EngineColumns::Name,   EngineColumns::Uptime,   EngineColumns::Status,
-                              EngineColumns::Errors, EngineColumns::Platform, EngineColumns::Note};
+constexpr int k_EngineDefaults[] = {EngineColumns::Name,   EngineColumns::Uptime,   EngineColumns::Status,
+                                    EngineColumns::Errors, EngineColumns::Platform, EngineColumns::Note};
 
 } // namespace
 
 namespace EngineColumns {
 
-std::span<Column const> All() { return k_Columns; }
+std::span<EngineColumn const> All() { return k_EngineColumns; }
 
-std::span<int const> Defaults() { return k_Defaults; }
+std::span<int const> Defaults() { return k_EngineDefaults; }
 
-Column const* Find(int type) { return FindColumn<EngineInfo>(k_Columns, type); }
+EngineColumn const* Find(int type) { return FindColumn<EngineInfo>(k_EngineColumns, type); }
 
 String Text(EngineInfo const& info, int type, String const& custom, Time now) {
-    Column const* const column = Find(type);
+    EngineColumn const* const column = Find(type);
     return column ? column->text(info, custom, now) : String();
 }
 

@@ -15,7 +15,7 @@ namespace vorlan {
 
 namespace {
 
-using Column = RowColumn<JobInfo>;
+using JobColumn = RowColumn<JobInfo>;
 
 std::string_view StoredName(ValueBlock const& values) {
     static uint32_t const s_number = NameTable::Number(p_Name);
@@ -29,8 +29,6 @@ std::string_view StoredNote(ValueBlock const& values) {
     static uint32_t const s_number = NameTable::Number(p_Note);
     return values.Find(s_number);
 }
-
-SortCode Code(int64_t value) { return {OrderedNumber(value), 0}; }
 
 String FailuresText(JobInfo const& info) {
     size_t current = 0;
@@ -82,7 +80,7 @@ enum StatusRank : uint8_t {
 
 SortCode InClass(uint8_t rank, uint64_t within = 0) { return {uint64_t{rank} << k_ClassShift | within, 0}; }
 
-SortCode StatusCode(JobInfo const& info, Time) {
+SortCode JobStatusCode(JobInfo const& info, Time) {
     Job const& job = *info.job;
     if (job.IsFinished())
         return InClass(job.IsFailed() ? RankFailed : job.IsCanceled() ? RankCanceled : RankCompleted);
@@ -102,110 +100,110 @@ SortCode UsageLimitCode(JobInfo const& info, Time) {
     return InClass(limit == 0 ? RankNoLimit : RankWorkers, static_cast<uint64_t>(limit));
 }
 
-constexpr std::array k_Columns{
-    Column{.type = JobColumns::Name,
-           .title = "Name",
-           .text = [](JobInfo const& info, String const&, Time) { return info.job->Name(); },
-           .keyOf = KeyOf::TextNoCase,
-           .stored = StoredName},
-    Column{.type = JobColumns::Summary,
-           .title = "Summary",
-           .text = [](JobInfo const& info, String const&, Time) { return info.Summary(); },
-           .needs = KeyNeeds::Names},
-    Column{.type = JobColumns::Priority,
-           .title = "Priority",
-           .text = [](JobInfo const& info, String const&, Time) { return String::From(info.job->Priority()); },
-           .keyOf = KeyOf::Number,
-           .code = [](JobInfo const& info, Time) { return Code(info.job->Priority()); }},
-    Column{.type = JobColumns::Progress,
-           .title = "Progress",
-           .text = [](JobInfo const& info, String const&, Time) { return ProgressText(info.job->PercentDone()); },
-           .keyOf = KeyOf::Number,
-           .code =
-               [](JobInfo const& info, Time) {
-                   return SortCode{OrderedNumber(double{info.job->PercentDone()}), 0};
-               }},
-    Column{.type = JobColumns::Status,
-           .title = "Status",
-           .text = [](JobInfo const& info, String const&, Time) { return info.Status(); },
-           .keyOf = KeyOf::Number,
-           .needs = KeyNeeds::Live,
-           .code = StatusCode,
-           .looseClass = RankWaiting,
-           .otherLooseClass = RankRunningPaused},
-    Column{.type = JobColumns::Product,
-           .title = "Type",
-           .text = [](JobInfo const& info, String const&, Time) { return info.job->TypeString(); },
-           .needs = KeyNeeds::Names},
-    Column{.type = JobColumns::Pool,
-           .title = "Pool",
-           .text = [](JobInfo const& info, String const&, Time) { return info.Pool(); },
-           .needs = KeyNeeds::Names},
-    Column{.type = JobColumns::Creator,
-           .title = "Creator",
-           .text = [](JobInfo const& info, String const&, Time) { return info.job->Creator(); },
-           .keyOf = KeyOf::TextNoCase,
-           .stored = StoredCreator},
-    Column{.type = JobColumns::Created,
-           .title = "Created",
-           .text = [](JobInfo const& info, String const&, Time) { return DateTimeText(info.job->Created()); },
-           .keyOf = KeyOf::Number,
-           .code = [](JobInfo const& info, Time) { return Code(info.job->Created().Milliseconds()); }},
-    Column{.type = JobColumns::Note,
-           .title = "Note",
-           .text = [](JobInfo const& info, String const&, Time) { return info.job->Note(); },
-           .stored = StoredNote},
-    Column{.type = JobColumns::Failures,
-           .title = "Failures",
-           .text = [](JobInfo const& info, String const&, Time) { return FailuresText(info); },
-           .keyOf = KeyOf::Number,
-           .needs = KeyNeeds::Live,
-           .code = FailuresCode},
-    Column{.type = JobColumns::UsageLimit,
-           .title = "Usage Limit",
-           .text = [](JobInfo const& info, String const&,
-                      Time) { return UsageLimitText(info.job->UsageLimit(), " worker"); },
-           .keyOf = KeyOf::Number,
-           .code = UsageLimitCode,
-           .looseClass = RankNoLimit,
-           .otherLooseClass = RankWorkers},
-    Column{.type = JobColumns::CPUs,
-           .title = "CPUs",
-           .text = [](JobInfo const& info, String const&, Time) { return String::From(info.job->CPUs()); },
-           .keyOf = KeyOf::Number,
-           .code = [](JobInfo const& info, Time) { return Code(info.job->CPUs()); }},
-    Column{.type = JobColumns::RAM,
-           .title = "RAM",
-           .text = [](JobInfo const& info, String const&, Time) { return String::From(info.job->RAM()); },
-           .keyOf = KeyOf::Number,
-           .code = [](JobInfo const& info, Time) { return Code(info.job->RAM()); }},
-    Column{.type = JobColumns::Staggering,
-           .title = "Staggering",
-           .text = [](JobInfo const& info, String const&, Time) { return StaggeringText(*info.job); },
-           .keyOf = KeyOf::Number,
-           .code = StaggeringCode},
-    Column{.type = JobColumns::WaitFor,
-           .title = "Wait For",
-           .text = [](JobInfo const& info, String const&, Time) { return info.WaitForString(); }},
-    Column{.type = JobColumns::FinishDisposition,
-           .title = "Finish Disposition",
-           .text = [](JobInfo const& info, String const&,
-                      Time) { return FinishDispositionText(info.job->FinishDisposition()); }},
-    Column{.type = JobColumns::Finished,
-           .title = "Finished",
-           .text = [](JobInfo const& info, String const&, Time) { return DateTimeText(info.job->FinishedTime()); },
-           .keyOf = KeyOf::Number,
-           .code = [](JobInfo const& info, Time) { return Code(info.job->FinishedTime().Milliseconds()); }},
-    Column{.type = JobColumns::Custom,
-           .title = "",
-           .text = [](JobInfo const& info, String const& custom,
-                      Time) { return info.job->FormatStringWithParameters(custom); },
-           .needs = KeyNeeds::Names},
+constexpr std::array k_JobColumns{
+    JobColumn{.type = JobColumns::Name,
+              .title = "Name",
+              .text = [](JobInfo const& info, String const&, Time) { return info.job->Name(); },
+              .keyOf = KeyOf::TextNoCase,
+              .stored = StoredName},
+    JobColumn{.type = JobColumns::Summary,
+              .title = "Summary",
+              .text = [](JobInfo const& info, String const&, Time) { return info.Summary(); },
+              .needs = KeyNeeds::Names},
+    JobColumn{.type = JobColumns::Priority,
+              .title = "Priority",
+              .text = [](JobInfo const& info, String const&, Time) { return String::From(info.job->Priority()); },
+              .keyOf = KeyOf::Number,
+              .code = [](JobInfo const& info, Time) { return CodeOfNumber(info.job->Priority()); }},
+    JobColumn{.type = JobColumns::Progress,
+              .title = "Progress",
+              .text = [](JobInfo const& info, String const&, Time) { return ProgressText(info.job->PercentDone()); },
+              .keyOf = KeyOf::Number,
+              .code =
+                  [](JobInfo const& info, Time) {
+                      return SortCode{OrderedNumber(double{info.job->PercentDone()}), 0};
+                  }},
+    JobColumn{.type = JobColumns::Status,
+              .title = "Status",
+              .text = [](JobInfo const& info, String const&, Time) { return info.Status(); },
+              .keyOf = KeyOf::Number,
+              .needs = KeyNeeds::Live,
+              .code = JobStatusCode,
+              .looseClass = RankWaiting,
+              .otherLooseClass = RankRunningPaused},
+    JobColumn{.type = JobColumns::Product,
+              .title = "Type",
+              .text = [](JobInfo const& info, String const&, Time) { return info.job->TypeString(); },
+              .needs = KeyNeeds::Names},
+    JobColumn{.type = JobColumns::Pool,
+              .title = "Pool",
+              .text = [](JobInfo const& info, String const&, Time) { return info.Pool(); },
+              .needs = KeyNeeds::Names},
+    JobColumn{.type = JobColumns::Creator,
+              .title = "Creator",
+              .text = [](JobInfo const& info, String const&, Time) { return info.job->Creator(); },
+              .keyOf = KeyOf::TextNoCase,
+              .stored = StoredCreator},
+    JobColumn{.type = JobColumns::Created,
+              .title = "Created",
+              .text = [](JobInfo const& info, String const&, Time) { return DateTimeText(info.job->Created()); },
+              .keyOf = KeyOf::Number,
+              .code = [](JobInfo const& info, Time) { return CodeOfNumber(info.job->Created().Milliseconds()); }},
+    JobColumn{.type = JobColumns::Note,
+              .title = "Note",
+              .text = [](JobInfo const& info, String const&, Time) { return info.job->Note(); },
+              .stored = StoredNote},
+    JobColumn{.type = JobColumns::Failures,
+              .title = "Failures",
+              .text = [](JobInfo const& info, String const&, Time) { return FailuresText(info); },
+              .keyOf = KeyOf::Number,
+              .needs = KeyNeeds::Live,
+              .code = FailuresCode},
+    JobColumn{.type = JobColumns::UsageLimit,
+              .title = "Usage Limit",
+              .text = [](JobInfo const& info, String const&,
+                         Time) { return UsageLimitText(info.job->UsageLimit(), " worker"); },
+              .keyOf = KeyOf::Number,
+              .code = UsageLimitCode,
+              .looseClass = RankNoLimit,
+              .otherLooseClass = RankWorkers},
+    JobColumn{.type = JobColumns::CPUs,
+              .title = "CPUs",
+              .text = [](JobInfo const& info, String const&, Time) { return String::From(info.job->CPUs()); },
+              .keyOf = KeyOf::Number,
+              .code = [](JobInfo const& info, Time) { return CodeOfNumber(info.job->CPUs()); }},
+    JobColumn{.type = JobColumns::RAM,
+              .title = "RAM",
+              .text = [](JobInfo const& info, String const&, Time) { return String::From(info.job->RAM()); },
+              .keyOf = KeyOf::Number,
+              .code = [](JobInfo const& info, Time) { return CodeOfNumber(info.job->RAM()); }},
+    JobColumn{.type = JobColumns::Staggering,
+              .title = "Staggering",
+              .text = [](JobInfo const& info, String const&, Time) { return StaggeringText(*info.job); },
+              .keyOf = KeyOf::Number,
+              .code = StaggeringCode},
+    JobColumn{.type = JobColumns::WaitFor,
+              .title = "Wait For",
+              .text = [](JobInfo const& info, String const&, Time) { return info.WaitForString(); }},
+    JobColumn{.type = JobColumns::FinishDisposition,
+              .title = "Finish Disposition",
+              .text = [](JobInfo const& info, String const&,
+                         Time) { return FinishDispositionText(info.job->FinishDisposition()); }},
+    JobColumn{.type = JobColumns::Finished,
+              .title = "Finished",
+              .text = [](JobInfo const& info, String const&, Time) { return DateTimeText(info.job->FinishedTime()); },
+              .keyOf = KeyOf::Number,
+              .code = [](JobInfo const& info, Time) { return CodeOfNumber(info.job->FinishedTime().Milliseconds()); }},
+    JobColumn{.type = JobColumns::Custom,
+              .title = "",
+              .text = [](JobInfo const& info, String const& custom,
+                         Time) { return info.job->FormatStringWithParameters(custom); },
+              .needs = KeyNeeds::Names},
 };
 
-constexpr int k_Defaults[] = {JobColumns::Name,    JobColumns::Summary,  JobColumns::Priority, JobColumns::Progress,
-                              JobColumns::Status,  JobColumns::Failures, JobColumns::Pool,     JobColumns::Creator,
-                              JobColumns::Created, JobColumns::Note};
+constexpr int k_JobDefaults[] = {JobColumns::Name,    JobColumns::Summary,  JobColumns::Priority, JobColumns::Progress,
+                                 JobColumns::Status,  JobColumns::Failures, JobColumns::Pool,     JobColumns::Creator,
+                                 JobColumns::Created, JobColumns::Note};
 
 constexpr float k_AlmostDone = 99.9F;
 
@@ -213,14 +211,14 @@ constexpr float k_AlmostDone = 99.9F;
 
 namespace JobColumns {
 
-std::span<Column const> All() { return k_Columns; }
+std::span<JobColumn const> All() { return k_JobColumns; }
 
-std::span<int const> Defaults() { return k_Defaults; }
+std::span<int const> Defaults() { return k_JobDefaults; }
 
-Column const* Find(int type) { return FindColumn<JobInfo>(k_Columns, type); }
+JobColumn const* Find(int type) { return FindColumn<JobInfo>(k_JobColumns, type); }
 
 String Text(JobInfo const& info, int type, String const& custom, Time now) {
-    Column const* const column = Find(type);
+    JobColumn const* const column = Find(type);
     return column && info.job ? column->text(info, custom, now) : String();
 }
 

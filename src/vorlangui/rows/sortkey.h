@@ -17,6 +17,7 @@ struct SortCode {
 // Numbers as unsigned ones of the same order.
 uint64_t OrderedNumber(int64_t value);
 uint64_t OrderedNumber(double value);
+inline SortCode CodeOfNumber(int64_t value) { return {OrderedNumber(value), 0}; }
 
 // KeyBytes gathers the keys of many rows in one piece of memory. A key is made of parts,
 // and keys of the same parts compare as their bytes do: a part that sorts the other way

@@ -14,7 +14,7 @@ namespace vorlan {
 
 namespace {
 
-constexpr int k_NoteIndent = 24;
+constexpr int k_ComponentNoteIndent = 24;
 
 void StoreChoice(bool leaveRunning, LocalOption<int> const& option) {
     if (std::optional<int> const value = LeaveRunningOption(leaveRunning, option.Get()))
@@ -69,7 +69,7 @@ wxCheckBox* ConfirmClose::NewChoice(wxSizer& column, wxString const& label, wxSt
     auto* box = new wxvCheckBox(this, wxID_ANY, label);
     box->SetValue(option.Get() == k_StartAndLeave);
     column.Add(box, wxSizerFlags().Border(wxTOP, FromDIP(k_LabelGap)));
-    column.Add(NewLabel(note, 1.0, ColorName::TextGrey), wxSizerFlags().Border(wxLEFT, FromDIP(k_NoteIndent)));
+    column.Add(NewLabel(note, 1.0, ColorName::TextGrey), wxSizerFlags().Border(wxLEFT, FromDIP(k_ComponentNoteIndent)));
     return box;
 }
 

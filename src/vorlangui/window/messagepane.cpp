@@ -7,14 +7,14 @@
 namespace vorlan {
 
 namespace {
-constexpr int k_HeadingPoints = 13;
+constexpr int k_MessageHeadingPoints = 13;
 constexpr int k_LinePoints = 1;
 constexpr int k_HeadingGap = 16;
 constexpr int k_FirstGap = 12; // behind the first line, which says what is the matter
 constexpr int k_LineGap = 4;
 constexpr int k_RemarkGap = 24;
 constexpr int k_RemarkWidth = 560;
-constexpr int k_Margin = 24;
+constexpr int k_MessageMargin = 24;
 } // namespace
 
 MessagePane::MessagePane(wxWindow* parent, wxString const& heading, std::vector<wxString> const& lines)
@@ -22,7 +22,7 @@ MessagePane::MessagePane(wxWindow* parent, wxString const& heading, std::vector<
     auto* column = new wxBoxSizer(wxVERTICAL);
     auto const centred = [this](int above) { return wxSizerFlags().Centre().Border(wxTOP, FromDIP(above)); };
     column->AddStretchSpacer(2);
-    column->Add(NewLine(heading, wxvFont(k_HeadingPoints, FontWeight::Medium)), wxSizerFlags().Centre());
+    column->Add(NewLine(heading, wxvFont(k_MessageHeadingPoints, FontWeight::Medium)), wxSizerFlags().Centre());
     constexpr int k_Gaps[] = {k_HeadingGap, k_FirstGap, k_LineGap};
     for (size_t i = 0; i < lines.size(); ++i)
         column->Add(NewLine(lines[i], wxvFont(k_LinePoints)), centred(k_Gaps[std::min<size_t>(i, 2)]));
@@ -55,7 +55,7 @@ void MessagePane::SetRemark(wxString const& remark) {
 }
 
 void MessagePane::WrapRemark() {
-    int const width = std::min(FromDIP(k_RemarkWidth), GetClientSize().x - 2 * FromDIP(k_Margin));
+    int const width = std::min(FromDIP(k_RemarkWidth), GetClientSize().x - 2 * FromDIP(k_MessageMargin));
     if (width <= 0 || width == m_wrappedAt)
         return;
     m_wrappedAt = width;

@@ -10,7 +10,7 @@
 namespace vorlan {
 
 namespace {
-constexpr int k_LineHeight = 1;
+constexpr int k_RuleHeight = 1;
 }
 
 std::vector<SectionPlace> PlaceSections(std::span<int const> widths, int available) {
@@ -59,7 +59,7 @@ wxToolbarButton* wxVorlanToolbar::Find(int id) const {
     return nullptr;
 }
 
-wxSize wxVorlanToolbar::DoGetBestClientSize() const { return {-1, m_rows * FromDIP(k_RowHeight) + k_LineHeight}; }
+wxSize wxVorlanToolbar::DoGetBestClientSize() const { return {-1, m_rows * FromDIP(k_RowHeight) + k_RuleHeight}; }
 
 bool wxVorlanToolbar::Layout() {
     std::vector<int> widths;
@@ -84,7 +84,7 @@ void wxVorlanToolbar::OnPaint(wxPaintEvent&) {
     // A line would lie half a pixel higher on a screen with double resolution.
     dc.SetPen(*wxTRANSPARENT_PEN);
     dc.SetBrush(wxvGetColor(ColorName::Dark3D));
-    dc.DrawRectangle(0, size.y - k_LineHeight, size.x, k_LineHeight);
+    dc.DrawRectangle(0, size.y - k_RuleHeight, size.x, k_RuleHeight);
 }
 
 } // namespace vorlan

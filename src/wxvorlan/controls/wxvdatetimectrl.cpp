@@ -9,8 +9,8 @@
 #include <wx/wxvtextctrl.h>
 
 namespace {
-constexpr int k_Gap = 4;
-constexpr int k_TextPadding = 24;
+constexpr int k_CalendarGap = 4;
+constexpr int k_DatePadding = 24;
 constexpr int k_CalendarMargin = 8;
 constexpr char k_Widest[] = "0000-00-00 00:00:00";
 constexpr char k_OpenLabel[] = "\xE2\x96\xBE"; // a small triangle that points down
@@ -59,12 +59,12 @@ private:
 
 wxvDateTimeCtrl::wxvDateTimeCtrl(wxWindow* parent, wxWindowID id) : wxvPanel(parent, ColorName::WindowBG, id) {
     m_text = new wxvTextCtrl(this, wxID_ANY, wxString(), wxTE_PROCESS_ENTER, "YYYY-MM-DD hh:mm:ss");
-    m_text->SetMinSize(wxSize(m_text->GetTextExtent(k_Widest).x + FromDIP(k_TextPadding), -1));
+    m_text->SetMinSize(wxSize(m_text->GetTextExtent(k_Widest).x + FromDIP(k_DatePadding), -1));
     m_open =
         new wxButton(this, wxID_ANY, wxString::FromUTF8(k_OpenLabel), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
     auto* row = new wxBoxSizer(wxHORIZONTAL);
     row->Add(m_text, wxSizerFlags(1).CentreVertical());
-    row->Add(m_open, wxSizerFlags().CentreVertical().Border(wxLEFT, FromDIP(k_Gap)));
+    row->Add(m_open, wxSizerFlags().CentreVertical().Border(wxLEFT, FromDIP(k_CalendarGap)));
     SetSizer(row);
     m_text->Bind(wxEVT_TEXT, [this](wxCommandEvent&) { OnText(); });
     m_text->Bind(wxEVT_KEY_DOWN, &wxvDateTimeCtrl::OnKey, this);

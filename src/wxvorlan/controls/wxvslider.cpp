@@ -7,7 +7,7 @@
 #include <wx/wxvtextctrl.h>
 
 namespace {
-constexpr int k_Gap = 8;
+constexpr int k_SliderGap = 8;
 constexpr int k_TextPadding = 20;
 constexpr int k_SliderWidth = 120;
 constexpr int k_PagesPerRange = 10;
@@ -40,7 +40,7 @@ void wxvSlider::Build(double value) {
 
     auto* row = new wxBoxSizer(wxHORIZONTAL);
     row->Add(m_slider, wxSizerFlags(1).CentreVertical());
-    row->Add(m_text, wxSizerFlags().CentreVertical().Border(wxLEFT, FromDIP(k_Gap)));
+    row->Add(m_text, wxSizerFlags().CentreVertical().Border(wxLEFT, FromDIP(k_SliderGap)));
     SetSizer(row);
     Show(m_range->Clamped(value));
 

@@ -10,7 +10,7 @@
 namespace {
 
 constexpr int k_MarkSize = 24;
-constexpr int k_TextWidth = 400;
+constexpr int k_MessageWidth = 400;
 
 ColorName MarkColor(MessageKind kind) { return kind == MessageKind::Error ? ColorName::TextRed : ColorName::TextBlue; }
 
@@ -72,7 +72,7 @@ wxvMessageDlg::wxvMessageDlg(wxWindow* parent, wxString const& title, wxString c
                              wxString const& details, wxString const& accept)
     : wxVorlanDlg(parent, title, corekit::String()), m_message(message) {
     auto* texts = new wxBoxSizer(wxVERTICAL);
-    int const width = FromDIP(k_TextWidth);
+    int const width = FromDIP(k_MessageWidth);
     wxvStaticText* const first = NewParagraph(message, width, details.empty() ? 1.0 : k_HeadingScale);
     // The first line stands beside the middle of the mark.
     texts->AddSpacer((FromDIP(k_MarkSize) - first->GetCharHeight()) / 2);

@@ -12,7 +12,7 @@ namespace {
 
 constexpr int k_DragPeriodMs = 40;
 constexpr int k_StepWidth = 24;
-constexpr std::chrono::milliseconds k_TypePause{1000};
+constexpr std::chrono::milliseconds k_LineTypePause{1000};
 
 } // namespace
 
@@ -243,7 +243,7 @@ void TextLineInput::OnChar(wxKeyEvent& event) {
         return;
     }
     auto const now = std::chrono::steady_clock::now();
-    bool const goesOn = now - m_typedAt < k_TypePause;
+    bool const goesOn = now - m_typedAt < k_LineTypePause;
     m_typedAt = now;
     m_typed = goesOn ? m_typed + character : wxString(character);
     corekit::String const wanted = wxvString(m_typed);

@@ -7,9 +7,9 @@
 
 namespace {
 
-constexpr int k_Height = 72;
-constexpr int k_Width = 160;
-constexpr int k_Padding = 8;
+constexpr int k_HistoryHeight = 72;
+constexpr int k_HistoryWidth = 160;
+constexpr int k_HistoryPadding = 8;
 constexpr int k_Pitch = 4;
 constexpr int k_Quarters = 4;
 // The labels go where they would leave the bars less than this share of the width.
@@ -32,7 +32,7 @@ int BarHistoryLayout::LineAt(double share) const {
 }
 
 wxBarHistoryCtrl::wxBarHistoryCtrl(wxWindow* parent, wxWindowID id) : wxDoubleBufferedWindow(parent, id) {
-    SetMinSize(FromDIP(wxSize(k_Width / 2, k_Height / 2)));
+    SetMinSize(FromDIP(wxSize(k_HistoryWidth / 2, k_HistoryHeight / 2)));
 }
 
 void wxBarHistoryCtrl::SetBounds(unsigned low, unsigned high, bool redraw) {
@@ -89,7 +89,7 @@ BarHistoryLayout wxBarHistoryCtrl::Parts(wxDC& dc) const {
         return layout;
     int const widest =
         std::max({dc.GetTextExtent(Text(m_low)).x, dc.GetTextExtent(Text(m_mid)).x, dc.GetTextExtent(Text(m_high)).x}) +
-        FromDIP(2 * k_Padding);
+        FromDIP(2 * k_HistoryPadding);
     if (widest * k_MostLabelShare <= layout.size.x && layout.size.y >= 2 * dc.GetCharHeight())
         layout.labelWidth = widest;
     return layout;
@@ -136,7 +136,7 @@ void wxBarHistoryCtrl::DrawLabels(wxDC& dc, BarHistoryLayout const& layout) cons
     dc.SetTextForeground(wxvGetColor(ColorName::TextGrey));
     auto draw = [&](unsigned value, int top) {
         wxString const text = Text(value);
-        dc.DrawText(text, layout.labelWidth - FromDIP(k_Padding) - dc.GetTextExtent(text).x, top);
+        dc.DrawText(text, layout.labelWidth - FromDIP(k_HistoryPadding) - dc.GetTextExtent(text).x, top);
     };
     int const lowest = layout.size.y - charHeight;
     draw(m_high, 0);
@@ -160,4 +160,4 @@ void wxBarHistoryCtrl::DrawToBuffer() {
     DrawLabels(dc, layout);
 }
 
-wxSize wxBarHistoryCtrl::DoGetBestClientSize() const { return FromDIP(wxSize(k_Width, k_Height)); }
+wxSize wxBarHistoryCtrl::DoGetBestClientSize() const { return FromDIP(wxSize(k_HistoryWidth, k_HistoryHeight)); }

@@ -10,9 +10,9 @@
 
 namespace {
 
-constexpr int k_Height = 24;
-constexpr int k_Padding = 8;
-constexpr int k_MarkSize = 8;
+constexpr int k_PanelHeight = 24;
+constexpr int k_PanelPadding = 8;
+constexpr int k_FoldMarkSize = 8;
 constexpr int k_MarkGap = 6;
 
 } // namespace
@@ -58,8 +58,8 @@ public:
 protected:
     wxSize DoGetBestClientSize() const override {
         int const text = GetTextExtent(m_label).x;
-        return {text + FromDIP(2 * k_Padding + k_MarkSize + k_MarkGap),
-                std::max(FromDIP(k_Height), GetCharHeight() + FromDIP(4))};
+        return {text + FromDIP(2 * k_PanelPadding + k_FoldMarkSize + k_MarkGap),
+                std::max(FromDIP(k_PanelHeight), GetCharHeight() + FromDIP(4))};
     }
 
 private:
@@ -87,7 +87,7 @@ private:
     }
 
     void DrawMark(wxDC& dc, int left, int middle) const {
-        int const size = FromDIP(k_MarkSize);
+        int const size = FromDIP(k_FoldMarkSize);
         int const half = size / 2;
         wxPoint const right[] = {{left + 1, middle - half}, {left + 1 + half, middle}, {left + 1, middle + half}};
         wxPoint const down[] = {
@@ -107,9 +107,9 @@ private:
                                             : wxvGetColor(ColorName::TextBlue);
         dc.SetPen(*wxTRANSPARENT_PEN);
         dc.SetBrush(color);
-        DrawMark(dc, FromDIP(k_Padding), size.y / 2);
+        DrawMark(dc, FromDIP(k_PanelPadding), size.y / 2);
         dc.SetTextForeground(color);
-        dc.DrawText(m_label, FromDIP(k_Padding + k_MarkSize + k_MarkGap), (size.y - dc.GetCharHeight()) / 2);
+        dc.DrawText(m_label, FromDIP(k_PanelPadding + k_FoldMarkSize + k_MarkGap), (size.y - dc.GetCharHeight()) / 2);
         if (HasFocus()) {
             dc.SetBrush(*wxTRANSPARENT_BRUSH);
             dc.SetPen(wxvGetColor(ColorName::TextBlue));

@@ -37,7 +37,9 @@ private:
 
 bool Touches(wxRegion const* region, wxRect const& place) { return !region || region->Contains(place) != wxOutRegion; }
 
-wxRect Mark(wxRect const& cell, int x, int size) { return wxRect(x, cell.y + (cell.height - size) / 2, size, size); }
+wxRect PlaceOfMark(wxRect const& cell, int x, int size) {
+    return wxRect(x, cell.y + (cell.height - size) / 2, size, size);
+}
 
 } // namespace
 
@@ -234,7 +236,7 @@ wxRect wxDBListPainter::ExpanderRect(int row, int column) {
         return wxRect();
     wxDBListMetrics const& metrics = m_state.layout.Metrics();
     wxRect const cell = m_state.layout.Cell(row, column);
-    return Mark(cell, cell.x + metrics.padding + m_list.GetCellIndent(row, column), metrics.markSize);
+    return PlaceOfMark(cell, cell.x + metrics.padding + m_list.GetCellIndent(row, column), metrics.markSize);
 }
 
 void wxDBListPainter::DrawCell(wxDC& dc, int row, int column, wxRect const& cell, bool) {
@@ -246,7 +248,7 @@ void wxDBListPainter::DrawCell(wxDC& dc, int row, int column, wxRect const& cell
         DrawExpander(dc, ExpanderRect(row, column), expander == wxDBListCtrl::Expander::Open, colour);
     int const image = m_list.GetCellImage(row, column);
     if (m_state.images && image >= 0 && image < m_state.images->GetImageCount()) {
-        wxRect const mark = Mark(cell, text.x - metrics.markGap - metrics.markSize, metrics.markSize);
+        wxRect const mark = PlaceOfMark(cell, text.x - metrics.markGap - metrics.markSize, metrics.markSize);
         m_state.images->Draw(image, dc, mark.x, mark.y, wxIMAGELIST_DRAW_TRANSPARENT);
     }
     CellStyle const style{known ? m_cell.bold : m_list.IsCellBold(row, column), IsTabular(column),
@@ -326,7 +328,7 @@ void wxDBListPainter::DrawHeaderCell(wxDC& dc, int column) {
     wxRect text = place.Deflate(metrics.padding, 0);
     if (m_state.images && about.image >= 0 && about.image < m_state.images->GetImageCount()) {
         int const x = place.GetRight() - metrics.markGap - metrics.markSize;
-        wxRect const mark = Mark(place, x, metrics.markSize);
+        wxRect const mark = PlaceOfMark(place, x, metrics.markSize);
         if (x > place.x)
             m_state.images->Draw(about.image, dc, mark.x, mark.y, wxIMAGELIST_DRAW_TRANSPARENT);
         text.width = std::max(0, x - metrics.markGap - text.x);

@@ -13,7 +13,7 @@ namespace {
 // What the toolkit draws by itself, with `@Name` for each colour. No size is set
 // here that the toolkit would not choose, except for the padding of menus. A menu bar
 // has none at its sides: the toolkit lays it out two pixels wide before the first show.
-constexpr char k_Style[] = R"(
+constexpr char k_StyleSheet[] = R"(
 @define-color placeholder_text_color @TextGrey;
 @define-color vorlan_header @Header;
 @define-color vorlan_line @3DDark;
@@ -117,7 +117,7 @@ undershoot, overshoot { background: none; }
 )";
 
 std::string FilledStyle() {
-    std::string style = k_Style;
+    std::string style = k_StyleSheet;
     auto replace = [&style](std::string const& what, wxColour const& colour) {
         std::string const text = wxvString(colour.GetAsString(wxC2S_HTML_SYNTAX)).Str();
         for (size_t at = style.find(what); at != std::string::npos; at = style.find(what, at + text.size()))
