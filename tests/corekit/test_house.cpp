@@ -1,5 +1,5 @@
-// The rules of the house: which library may include which, how long a file may
-// get, and which words mean nothing to a reader of this project.
+// The rules of the house: which library and which folder may include which, how long a
+// file may get, and which words mean nothing to a reader of this project.
 
 #include "sources.h"
 
@@ -105,6 +105,106 @@ TEST(House, EveryIncludeFollowsAnArrow) {
               "corekit must not include vorlan");
     EXPECT_EQ(IncludeFault(house::Root() / "src/vorlan/a.cpp", "wx/wx.h", false), "vorlan must not include wx");
     EXPECT_NE(IncludeFault(house::Root() / "src/master/core/a.cpp", "thread", false), "");
+}
+
+// Folder -> the folders that its files include, and by which include.
+using FolderArrows = std::map<string, std::map<string, string>>;
+
+// Folders that still include each other.
+std::set<string> const k_InCircles = {"src/vorlangui/client", "src/vorlangui/commands", "src/vorlangui/core",
+                                      "src/vorlangui/model",  "src/vorlangui/output",   "src/vorlangui/system",
+                                      "src/vorlangui/window"};
+
+// A source's folder; a public header's is the one of the .cpp of its name, or none.
+string FolderOf(fs::path const& path, std::map<string, std::set<string>> const& places) {
+    if (Relative(path).starts_with("src/"))
+        return Relative(path.parent_path());
+    auto const found = places.find(path.stem().string());
+    string const library = Relative(path.parent_path()) == "include/wx" ? "src/wxvorlan" : "src/" + LibraryOf(path);
+    if (found != places.end()) {
+        for (string const& place : found->second) {
+            if (place.starts_with(library))
+                return place;
+        }
+    }
+    return "";
+}
+
+FolderArrows ReadFolderArrows() {
+    static std::regex const include(R"re(^\s*#\s*include\s*([<"])([^>"]+)[>"])re");
+    auto const sources = house::Sources({"include", "src"});
+    std::map<string, std::set<string>> places;
+    std::map<fs::path, std::vector<fs::path>> includes;
+    for (auto const& path : sources) {
+        if (path.extension() == ".cpp")
+            places[path.stem().string()].insert(Relative(path.parent_path()));
+        std::istringstream text(ReadText(path));
+        std::smatch match;
+        for (string line; std::getline(text, line);) {
+            if (line.find('#') == string::npos || !std::regex_search(line, match, include))
+                continue;
+            if (auto const target = Resolve(path, match[2], match[1] == "\""))
+                includes[path].push_back(*target);
+        }
+    }
+    FolderArrows arrows;
+    for (auto const& path : sources) {
+        string const from = FolderOf(path, places);
+        std::set<fs::path> seen;
+        std::vector<fs::path> open = includes[path];
+        while (!from.empty() && !open.empty()) {
+            fs::path const target = open.back();
+            open.pop_back();
+            string const to = FolderOf(target, places);
+            // A header of no folder stands for what it includes.
+            if (to.empty() && seen.insert(target).second)
+                open.insert(open.end(), includes[target].begin(), includes[target].end());
+            else if (!to.empty() && to != from)
+                arrows[from].insert({to, Relative(path) + " includes " + Relative(target)});
+        }
+    }
+    return arrows;
+}
+
+// The arrows that lie on a way back to where they begin.
+std::vector<std::pair<string, string>> ArrowsInCircles(FolderArrows const& arrows) {
+    auto const reaches = [&arrows](string const& from, string const& to) {
+        std::set<string> seen;
+        std::vector<string> open = {from};
+        while (!open.empty()) {
+            string const at = open.back();
+            open.pop_back();
+            if (at == to)
+                return true;
+            auto const next = arrows.find(at);
+            if (!seen.insert(at).second || next == arrows.end())
+                continue;
+            for (auto const& [folder, how] : next->second)
+                open.push_back(folder);
+        }
+        return false;
+    };
+    std::vector<std::pair<string, string>> circles;
+    for (auto const& [from, targets] : arrows) {
+        for (auto const& [to, how] : targets) {
+            if (reaches(to, from))
+                circles.push_back({from, to});
+        }
+    }
+    return circles;
+}
+
+TEST(House, NoCircleRunsThroughFolders) {
+    FolderArrows const arrows = ReadFolderArrows();
+    for (auto const& [from, to] : ArrowsInCircles(arrows)) {
+        EXPECT_TRUE(k_InCircles.contains(from) && k_InCircles.contains(to))
+            << from << " and " << to << " include each other in a circle: " << arrows.at(from).at(to);
+    }
+    // It does see what it looks for.
+    EXPECT_GT(arrows.size(), 20u);
+    EXPECT_TRUE(arrows.at("src/vorlangui/window").contains("src/wxvorlan/controls"));
+    FolderArrows const round = {{"a", {{"b", ""}}}, {"b", {{"c", ""}, {"d", ""}}}, {"c", {{"a", ""}}}};
+    EXPECT_EQ((std::vector<std::pair<string, string>>{{"a", "b"}, {"b", "c"}, {"c", "a"}}), ArrowsInCircles(round));
 }
 
 TEST(House, FilesStayReadable) {
