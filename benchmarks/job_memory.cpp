@@ -24,9 +24,10 @@ std::vector<String> Bodies() {
 
 double PayloadPerJob() {
     size_t bytes = 0;
-    for (unsigned number = 0; number < k_Jobs; ++number)
+    for (unsigned number = 0; number < k_Jobs; ++number) {
         for (auto const& [name, value] : bench::SampleValues(number))
             bytes += name.size() + value.size();
+    }
     return static_cast<double>(bytes) / k_Jobs;
 }
 
