@@ -31,7 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
     FrameRange range;
     String error;
     if (!FrameRange::Parse(text, range, &error)) {
-        if (error.empty() || !range.Empty())
+        if (error.Empty() || !range.Empty())
             std::abort();
         return 0;
     }

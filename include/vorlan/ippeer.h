@@ -18,7 +18,7 @@ public:
 
     String const& Host() const { return m_host; }
     unsigned short Port() const { return m_port; }
-    bool IsNull() const { return m_host.empty(); }
+    bool IsNull() const { return m_host.Empty(); }
 
     // "host:port", an IPv6 address in square brackets; empty for none.
     String ToString() const;

@@ -64,13 +64,13 @@ void PrintUsageError(CLI::App const& app, CLI::ParseError const& error, std::vec
                      Terminal& terminal) {
     std::vector<String> const names = CommandNames(app);
     String const unknown = UnknownCommand(names, arguments);
-    if (unknown.empty()) {
+    if (unknown.Empty()) {
         app.exit(error, terminal.out, terminal.err);
         return;
     }
     String const nearest = NearestName(unknown, names);
     terminal.err << "vorlan: There is no command \"" << Printable(unknown) << "\"."
-                 << (nearest.empty() ? String() : " Is \"" + nearest + "\" meant?") << " `vorlan --help` lists all."
+                 << (nearest.Empty() ? String() : " Is \"" + nearest + "\" meant?") << " `vorlan --help` lists all."
                  << std::endl;
 }
 

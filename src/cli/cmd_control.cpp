@@ -126,7 +126,7 @@ boost::shared_ptr<Job> Again(Job const& job, String const& frames) {
 }
 
 ExitCode RequeueJob(Context& context, Job const& job, String const& frames) {
-    if (!frames.empty()) {
+    if (!frames.Empty()) {
         auto const copy = Again(job, frames);
         context.TheFarm().Do(JobMsg::Create(copy));
         context.Out() << copy->id.ToString() << std::endl;

@@ -67,7 +67,7 @@ ExitCode Engines(Context& context, ListOptions const& options) {
         size_t const active = view.UnitCountOn(engine->id);
         String pools;
         for (UID const& pool : engine->GetAllPools())
-            pools += (pools.empty() ? "" : ", ") + view.PoolName(pool);
+            pools += (pools.Empty() ? "" : ", ") + view.PoolName(pool);
         table.AddRow({ShortId(engine->id), engine->Name(), EngineState(*engine, active), String::From(active),
                       String::From(engine->MaxCores()), engine->Memory(), engine->OperatingSystem(), pools,
                       engine->Note()});

@@ -72,7 +72,7 @@ ExitCode Jobs(Context& context, JobsOptions const& options) {
 }
 
 void PrintLine(Context& context, String const& name, String const& value) {
-    if (value.empty())
+    if (value.Empty())
         return;
     String shown = value;
     shown.Replace("\n", "\n                    ");

@@ -70,7 +70,7 @@ void Override(Job& job, SubmitOptions const& options, FarmView const& view) {
         SetOutputFolder(job, *product, Path(std::filesystem::absolute(Path(options.out).Native()).lexically_normal()));
     for (std::string const& setting : options.settings)
         ApplySetting(job, *product, ParseSetting(setting), CurrentFolder(), view);
-    if (job.Name().empty())
+    if (job.Name().Empty())
         job.SetName(product->Name());
     CheckJob(job, *product);
 }

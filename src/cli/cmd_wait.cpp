@@ -101,7 +101,7 @@ private:
             return;
         m_progress.Tell(m_farm.View().JobName(element.job) + ", " + element.subRange + " on " +
                         m_farm.View().EngineName(element.engine) + ": " + StatusName(element.status) +
-                        (element.note.empty() ? String() : ", " + element.note));
+                        (element.note.Empty() ? String() : ", " + element.note));
     }
 
     bool IsWanted(UID const& id) const {

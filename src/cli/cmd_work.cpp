@@ -167,7 +167,7 @@ bool ReadJob(Context& context, UID const& job, String const& frame) {
     size_t errors = 0;
     for (auto const& [frames, work] : farm.View().History(job)) {
         WorkRun const& run = work.LastRun();
-        if (run.StartTime().IsZero() || (!frame.empty() && !HasFrame(frames, static_cast<int>(frame.Int()))))
+        if (run.StartTime().IsZero() || (!frame.Empty() && !HasFrame(frames, static_cast<int>(frame.Int()))))
             continue;
         context.Out() << "==> " << frames << " on " << Printable(farm.View().EngineName(run.Engine())) << ", "
                       << StatusName(run.Status()) << " <==" << std::endl;
@@ -178,7 +178,7 @@ bool ReadJob(Context& context, UID const& job, String const& frame) {
         errors += reader.Errors();
     }
     if (read == 0)
-        throw CommandException(ExitCode::Failed, frame.empty() ? "No work unit of the Job has been started yet."
+        throw CommandException(ExitCode::Failed, frame.Empty() ? "No work unit of the Job has been started yet."
                                                                : "Frame " + frame + " has not been started yet.");
     return errors < read;
 }

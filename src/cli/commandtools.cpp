@@ -47,7 +47,7 @@ bool ParseSpan(String const& text, int64_t& ms) {
     if (error != std::errc() || !(number > 0))
         return false;
     String const unit(std::string_view(end, static_cast<size_t>(view.data() + view.size() - end)));
-    double const factor = unit.empty() || unit == "s" ? 1
+    double const factor = unit.Empty() || unit == "s" ? 1
                           : unit == "m"               ? 60
                           : unit == "h"               ? 3600
                           : unit == "d"               ? 86400

@@ -28,7 +28,7 @@ void TakeProduct(ProductMsg const& message) {
 
 String NameOr(VorlanObject const* object, UID const& id) {
     String const name = object ? object->Name() : String();
-    return name.empty() ? id.ToString() : name;
+    return name.Empty() ? id.ToString() : name;
 }
 
 } // namespace

@@ -25,7 +25,7 @@ std::vector<IPPeer> HostsOf(String const& text) {
     String word;
     while (words.Next(word)) {
         IPPeer peer;
-        if (word.empty())
+        if (word.Empty())
             continue;
         if (!IPPeer::FromString(word, peer, o_MasterPortDefault))
             throw CommandException(ExitCode::Usage, "\"" + word +

@@ -30,9 +30,9 @@ bool OutputReader::Take(Message const& message) {
     auto const at = m_requests.find(output.request);
     if (at == m_requests.end())
         return false;
-    bool const end = output.end || !output.error.empty();
+    bool const end = output.end || !output.error.Empty();
     Write(at->second, output.data, end);
-    if (!output.error.empty()) {
+    if (!output.error.Empty()) {
         ++m_errors;
         m_context.Err() << at->second.prefix << "vorlan: No output: " << Printable(output.error, true) << std::endl;
     }
@@ -47,14 +47,14 @@ void OutputReader::Write(Request& request, String const& data, bool end) {
     auto const shown = [&](String const& text) { return terminal.outIsTerminal ? Printable(text, true) : text; };
     request.line += data;
     // A terminal gets whole lines, so that no character is cut in two.
-    bool const whole = terminal.outIsTerminal || !request.prefix.empty();
+    bool const whole = terminal.outIsTerminal || !request.prefix.Empty();
     size_t from = 0;
     for (size_t at = request.line.Find('\n'); at != String::npos; at = request.line.Find('\n', from)) {
         terminal.out << request.prefix << shown(request.line.Mid(from, at + 1 - from));
         from = at + 1;
     }
     String rest = request.line.Mid(from);
-    if (!rest.empty() && (end || !whole || rest.size() > k_LongestLine)) {
+    if (!rest.Empty() && (end || !whole || rest.size() > k_LongestLine)) {
         terminal.out << request.prefix << shown(rest) << (whole ? "\n" : "");
         rest.clear();
     }

@@ -66,7 +66,7 @@ bool AreFullUIDs(std::vector<String> const& texts, std::set<UID>& ids) {
 } // namespace
 
 UID Resolve(String const& kind, String const& text, std::vector<Candidate> const& candidates) {
-    std::vector<Candidate> const fit = text.empty() ? std::vector<Candidate>() : Fitting(text, candidates);
+    std::vector<Candidate> const fit = text.Empty() ? std::vector<Candidate>() : Fitting(text, candidates);
     if (fit.size() > 1)
         FailAmbiguous(kind, text, fit);
     if (fit.size() == 1)
@@ -76,7 +76,7 @@ UID Resolve(String const& kind, String const& text, std::vector<Candidate> const
         names.push_back(one.name);
     String const nearest = NearestName(text, names);
     throw CommandException(ExitCode::Failed, "There is no " + kind + " \"" + text + "\"." +
-                                                 (nearest.empty() ? String() : " Is \"" + nearest + "\" meant?"));
+                                                 (nearest.Empty() ? String() : " Is \"" + nearest + "\" meant?"));
 }
 
 std::vector<UID> ResolveJobs(Farm& farm, std::vector<String> const& texts) {
@@ -144,7 +144,7 @@ boost::shared_ptr<Product const> ResolveProduct(String const& text) {
 
 String NearestName(String const& text, std::vector<String> const& names) {
     constexpr size_t k_MaxLength = 64;
-    if (text.empty() || text.size() > k_MaxLength)
+    if (text.Empty() || text.size() > k_MaxLength)
         return String();
     // A third of the letters may be wrong.
     size_t best = text.size() / 3 + 1;
@@ -153,7 +153,7 @@ String NearestName(String const& text, std::vector<String> const& names) {
         if (name.size() > k_MaxLength)
             continue;
         size_t const distance = Distance(text.Lower(), name.Lower());
-        if (distance < best || (distance == best && nearest.empty())) {
+        if (distance < best || (distance == best && nearest.Empty())) {
             best = distance;
             nearest = name;
         }

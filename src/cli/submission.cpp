@@ -35,7 +35,7 @@ bool IsList(Parameter const& parameter) {
 // What begins with a reference is made elsewhere, what has a scheme lies elsewhere.
 String AbsolutePath(String const& text, Path const& folder) {
     String const plain = Path::Dequote(text.Trim());
-    if (plain.empty() || plain.StartsWith("$") || plain.Contains("://") || Path(plain).IsAbsolute())
+    if (plain.Empty() || plain.StartsWith("$") || plain.Contains("://") || Path(plain).IsAbsolute())
         return text;
     String path = Path((folder / Path(plain)).Native().lexically_normal());
     while (path.size() > 1 && path.EndsWith("/"))
@@ -50,8 +50,8 @@ String AbsoluteValue(Parameter const& parameter, String const& value, Path const
     StringTokenizer parts(value, k_ListSeparator);
     String part;
     while (parts.Next(part)) {
-        if (!part.Trim().empty())
-            list += (list.empty() ? "" : k_ListSeparator) + AbsolutePath(part.Trim(), folder);
+        if (!part.Trim().Empty())
+            list += (list.Empty() ? "" : k_ListSeparator) + AbsolutePath(part.Trim(), folder);
     }
     return list;
 }
@@ -68,7 +68,7 @@ std::vector<String> JobParameterNames(Product const& product) {
 
 String FramesOf(Job const& job, Product const& product) {
     String range;
-    if (job.GetParameter(p_Range, range) && !range.empty())
+    if (job.GetParameter(p_Range, range) && !range.Empty())
         return range;
     auto const parameter = product.GetParam(p_Range);
     return parameter ? parameter->GetDefault() : String();
@@ -79,7 +79,7 @@ String FramesOf(Job const& job, Product const& product) {
 ValueSetting ParseSetting(String const& text) {
     size_t const at = text.Find('=');
     String const name = text.Mid(0, at).Trim();
-    if (at == String::npos || name.empty())
+    if (at == String::npos || name.Empty())
         throw CommandException(ExitCode::Usage,
                                "\"" + text + "\" sets nothing. Write --set Name=Value, for example --set Width=1280.");
     return {name, text.Mid(at + 1)};
@@ -92,11 +92,11 @@ void ApplySetting(Job& job, Product const& product, ValueSetting const& setting,
         String const nearest = NearestName(setting.name, JobParameterNames(product));
         throw CommandException(ExitCode::Usage, "The Product " + product.Name() + " has no parameter \"" +
                                                     setting.name + "\"." +
-                                                    (nearest.empty() ? String() : " Is " + nearest + " meant?") +
+                                                    (nearest.Empty() ? String() : " Is " + nearest + " meant?") +
                                                     " `vorlan products \"" + product.Name() + "\"` lists all.");
     }
     String value = setting.value;
-    if (setting.name.CompareNoCase(p_Pool) == 0 && !value.empty())
+    if (setting.name.CompareNoCase(p_Pool) == 0 && !value.Empty())
         value = ResolvePool(view, value).ToString();
     else if (parameter->Type() == Parameter::t_Choice)
         value = parameter->GetChoice(value);
@@ -121,7 +121,7 @@ void ResolvePaths(Job& job, Product const& product, Path const& folder) {
     for (size_t i = 0; i < product.GetParamCount(); ++i) {
         auto const parameter = product.GetParam(i);
         String value;
-        if (IsPath(*parameter) && job.GetParameter(parameter->GetName(), value) && !value.empty())
+        if (IsPath(*parameter) && job.GetParameter(parameter->GetName(), value) && !value.Empty())
             job.Set(parameter->GetName(), AbsoluteValue(*parameter, value, folder));
     }
 }
@@ -135,9 +135,9 @@ void CheckJob(Job const& job, Product const& product) {
             name.CompareNoCase(p_Name) == 0 || name.CompareNoCase(p_Range) == 0)
             continue;
         String value;
-        if (!job.GetParameter(name, value) || value.empty())
+        if (!job.GetParameter(name, value) || value.Empty())
             value = parameter->GetDefault();
-        if (value.empty())
+        if (value.Empty())
             throw CommandException(ExitCode::Usage,
                                    "A Job of " + product.Name() + " needs a " + name + ": give --set " + name + "=...");
     }

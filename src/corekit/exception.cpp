@@ -7,7 +7,7 @@ Exception::Exception(String message, String detail, int code)
     : m_code(code),
       m_message(std::move(message)),
       m_detail(std::move(detail)),
-      m_what(m_detail.empty() ? m_message : m_message + " (" + m_detail + ")") {}
+      m_what(m_detail.Empty() ? m_message : m_message + " (" + m_detail + ")") {}
 
 MissingProductException::MissingProductException(UID const& product)
     : Exception("There is no Product with the ID " + product.ToString() +

@@ -33,7 +33,7 @@ Path FromEnvironment(char const* name) {
 
 Path HomeFolder() {
     Path const home = FromEnvironment("HOME");
-    if (!home.empty())
+    if (!home.Empty())
         return home;
     char buffer[4096];
     passwd entry{};
@@ -106,12 +106,12 @@ __attribute__((init_priority(102))) Path File::s_AppDir = ProgramFolder();
 
 Path File::GetUserDir() {
     Path const home = FromEnvironment("VORLAN_HOME");
-    return Made(home.empty() ? BaseFolder("XDG_CONFIG_HOME", ".config") / "vorlan" : home / "user");
+    return Made(home.Empty() ? BaseFolder("XDG_CONFIG_HOME", ".config") / "vorlan" : home / "user");
 }
 
 Path File::GetMachineDir() {
     Path const home = FromEnvironment("VORLAN_HOME");
-    if (!home.empty())
+    if (!home.Empty())
         return Made(home / "machine");
     Path const installed = "/var/lib/vorlan";
     if (installed.IsFolder() && access(installed.c_str(), W_OK) == 0)
@@ -121,7 +121,7 @@ Path File::GetMachineDir() {
 
 Path File::GetTempDir() {
     Path const home = FromEnvironment("VORLAN_HOME");
-    if (!home.empty())
+    if (!home.Empty())
         return Made(home / "temp");
     Path const base = FromEnvironment("TMPDIR");
     Path const own = (base.IsAbsolute() ? base : Path("/tmp")) / SFormat("vorlan-%u", static_cast<unsigned>(geteuid()));
@@ -131,7 +131,7 @@ Path File::GetTempDir() {
 
 Path File::GetConnectionFile() {
     Path const home = FromEnvironment("VORLAN_HOME");
-    return (home.empty() ? s_AppDir : home) / "Connection.ini";
+    return (home.Empty() ? s_AppDir : home) / "Connection.ini";
 }
 
 int64_t File::Size(Path const& path) noexcept {

@@ -127,7 +127,7 @@ String IniFile::CurrentSection() const {
 
 // The head of the file without keys is no section to those outside.
 bool IniFile::IsHidden(SectionMap::value_type const& section) {
-    return section.first.empty() && section.second.entries.empty();
+    return section.first.Empty() && section.second.entries.empty();
 }
 
 bool IniFile::HasSection(String const& name) const {
@@ -312,13 +312,13 @@ void IniFile::Take(Content&& content, bool replace) {
             m_content = {};
             m_current.clear();
         }
-        if (!content.headComment.empty())
+        if (!content.headComment.Empty())
             m_content.headComment = std::move(content.headComment);
-        if (!content.endComment.empty())
+        if (!content.endComment.Empty())
             m_content.endComment = std::move(content.endComment);
         for (auto& [name, section] : content.sections) {
             Section& mine = m_content.sections[name];
-            if (!section.comment.empty())
+            if (!section.comment.Empty())
                 mine.comment = section.comment;
             for (auto const& [key, entry] : InOrder(section)) {
                 Entry& mineEntry = mine.entries[*key];
@@ -348,7 +348,7 @@ String IniFile::SaveText() const {
     Guard const guard(*this);
     IniText out;
     for (auto const& [name, section] : m_content.sections) {
-        if (!name.empty() || !section.entries.empty())
+        if (!name.Empty() || !section.entries.empty())
             out.AddSection(name, section.comment);
         for (auto const& [key, entry] : InOrder(section))
             out.AddValue(name, *key, entry->value, entry->comment);

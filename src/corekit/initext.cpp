@@ -106,7 +106,7 @@ void CheckText(String const& text) {
         throw ParseException("The file is damaged: it is not text. Restore it from a copy, or delete it.");
 }
 
-char const* CommentOrNull(String const& comment) { return comment.empty() ? nullptr : comment.c_str(); }
+char const* CommentOrNull(String const& comment) { return comment.Empty() ? nullptr : comment.c_str(); }
 
 String CommentOf(CSimpleIniA::Entry const& entry) { return String(entry.pComment); }
 
@@ -179,10 +179,10 @@ String IniText::Text(String const& headComment, String const& endComment) const 
     std::string body;
     m_ini.Save(body);
     String text = headComment;
-    if (!headComment.empty())
+    if (!headComment.Empty())
         text += k_NL;
     text += body;
-    if (!endComment.empty())
+    if (!endComment.Empty())
         text += k_NL + endComment;
     return text;
 }

@@ -22,30 +22,30 @@ char const* LockRankName(LockRank rank) {
 
 namespace {
 // How many locks of each rank this thread holds.
-constinit thread_local std::array<uint8_t, k_RankNames.size()> t_held{};
+constinit thread_local std::array<uint8_t, k_RankNames.size()> t_heldRanks{};
 } // namespace
 
 void LockOrder::Taking(LockRank rank) {
     auto index = static_cast<size_t>(rank);
     if (index == 0)
         return;
-    for (size_t later = index; later < t_held.size(); ++later) {
-        if (t_held[later] == 0)
+    for (size_t later = index; later < t_heldRanks.size(); ++later) {
+        if (t_heldRanks[later] == 0)
             continue;
         LogError(String("Lock order broken: a thread that holds ") + LockRankName(static_cast<LockRank>(later)) +
                  " asks for " + LockRankName(rank));
         Log::Flush();
         std::abort();
     }
-    ++t_held[index];
+    ++t_heldRanks[index];
 }
 
 void LockOrder::Released(LockRank rank) {
     if (rank != LockRank::None)
-        --t_held[static_cast<size_t>(rank)];
+        --t_heldRanks[static_cast<size_t>(rank)];
 }
 
-bool LockOrder::IsHeld(LockRank rank) { return t_held[static_cast<size_t>(rank)] != 0; }
+bool LockOrder::IsHeld(LockRank rank) { return t_heldRanks[static_cast<size_t>(rank)] != 0; }
 
 #endif
 

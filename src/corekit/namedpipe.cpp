@@ -53,7 +53,7 @@ UniqueFd OpenPipeFolder(String& error) {
 }
 
 bool IsGoodName(String const& name) {
-    return !name.empty() && name.size() <= NamedPipeServerThread::k_MaxName && !name.Contains("/") && name[0] != '.';
+    return !name.Empty() && name.size() <= NamedPipeServerThread::k_MaxName && !name.Contains("/") && name[0] != '.';
 }
 
 // An address in the folder, however long the folder's own path is: a socket's

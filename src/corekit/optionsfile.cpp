@@ -30,7 +30,7 @@ bool OptionsFile::Open(Path const& path) {
         trouble = String(exception.what()) + k_NotKept;
         mayWrite = false;
     }
-    bool const usable = trouble.empty();
+    bool const usable = trouble.Empty();
     if (!usable) {
         LogError(trouble);
         Clear();

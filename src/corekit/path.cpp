@@ -66,9 +66,9 @@ String Path::Stem() const {
 }
 
 Path Path::Joined(Path const& leaf) const {
-    if (empty() || leaf.IsAbsolute())
+    if (Empty() || leaf.IsAbsolute())
         return leaf;
-    if (leaf.empty())
+    if (leaf.Empty())
         return *this;
     bool const backslash = IsWindowsPath(*this) && Contains("\\");
     bool const ends = Separators(*this).find(back()) != std::string_view::npos;
@@ -93,7 +93,7 @@ bool Path::IsFolder() const noexcept {
 
 String Path::Enquote(String const& text) {
     String const plain = Dequote(text);
-    return plain.empty() ? plain : '"' + plain + '"';
+    return plain.Empty() ? plain : '"' + plain + '"';
 }
 
 String Path::Dequote(String const& text) {

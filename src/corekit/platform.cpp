@@ -80,7 +80,7 @@ UID StoredSystemID() {
 
 UID MakeSystemID(bool ownHome) {
     String machine = ReadSystemFile("/etc/machine-id").Trim();
-    if (!machine.empty() && !ownHome)
+    if (!machine.Empty() && !ownHome)
         return UID::FromName("machine " + machine);
     try {
         return UID::FromName("machine " + machine + " " + StoredSystemID().ToString());
@@ -108,7 +108,7 @@ UID Platform::GetUniqueSystemID() {
     CommonMutex::Lock const lock(s_guard);
     if (s_id.IsNull() || s_home != home) {
         s_home = home;
-        s_id = MakeSystemID(!s_home.empty());
+        s_id = MakeSystemID(!s_home.Empty());
     }
     return s_id;
 }
@@ -137,7 +137,7 @@ String Platform::HardwareText() {
     String name = LineValue(ReadSystemFile("/proc/cpuinfo"), "model name").RightFirst(":").Trim();
     unsigned cores = CoreCount();
     String count = String::From(cores) + (cores == 1 ? " core" : " cores");
-    return name.empty() ? count : name + ", " + count;
+    return name.Empty() ? count : name + ", " + count;
 }
 
 String Platform::OperatingSystemText() {
@@ -147,7 +147,7 @@ String Platform::OperatingSystemText() {
     if (::uname(&kernel) != 0)
         return name;
     String text = String(kernel.sysname) + " " + kernel.release;
-    return name.empty() ? text : name + ", " + text;
+    return name.Empty() ? text : name + ", " + text;
 }
 
 uint64_t Platform::PhysicalMemoryMB() {

@@ -73,13 +73,13 @@ Path FindInPath(Path const& program, ProcessOptions const& options) {
 
 // The program's file, absolute: the child changes its folder before it looks.
 Path ResolveProgram(Path const& program, ProcessOptions const& options, String& error) {
-    if (program.empty()) {
+    if (program.Empty()) {
         error = "Cannot start a program without a name";
         return Path();
     }
     if (!program.Contains("/")) {
         Path found = FindInPath(program, options);
-        if (found.empty())
+        if (found.Empty())
             error = "Cannot start \"" + program + "\": it is not in the search path. Install it or give its full path";
         return found;
     }
@@ -173,12 +173,12 @@ String SpawnError(Path const& program, int failure) {
 } // namespace
 
 pid_t SpawnProcess(Path const& program, ProcessOptions const& options, String& error) {
-    if (!options.folder.empty() && !options.folder.IsFolder()) {
+    if (!options.folder.Empty() && !options.folder.IsFolder()) {
         error = "Cannot start \"" + program + "\": there is no folder \"" + options.folder + "\" to run it in";
         return -1;
     }
     Path file = ResolveProgram(program, options, error);
-    if (file.empty())
+    if (file.Empty())
         return -1;
 
     StandardFiles files;
@@ -189,7 +189,7 @@ pid_t SpawnProcess(Path const& program, ProcessOptions const& options, String& e
     SpawnSettings settings;
     settings.SetAttributes(options.group);
     files.AddTo(settings.actions);
-    if (!options.folder.empty())
+    if (!options.folder.Empty())
         posix_spawn_file_actions_addchdir_np(&settings.actions, options.folder.c_str());
 
     TextVector arguments;

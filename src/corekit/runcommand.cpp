@@ -66,7 +66,7 @@ CommandOutcome RunCommand(Path const& program, std::vector<String> const& args, 
         outcome.error = "Cannot run " + program + ": its input is too long.";
         return outcome;
     }
-    if (!Open(out) || (!input.empty() && !Open(in))) {
+    if (!Open(out) || (!input.Empty() && !Open(in))) {
         outcome.error =
             "Cannot run " + program + ": " + std::strerror(errno) + ". Close some programs, then try again.";
         return outcome;
@@ -103,7 +103,7 @@ Path FindProgram(String const& name) {
     String folder;
     while (folders.NextPlain(folder)) {
         Path const candidate = Path(folder) / name;
-        if (!folder.empty() && ::access(candidate.c_str(), X_OK) == 0 && !candidate.IsFolder())
+        if (!folder.Empty() && ::access(candidate.c_str(), X_OK) == 0 && !candidate.IsFolder())
             return candidate;
     }
     return {};

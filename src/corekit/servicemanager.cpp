@@ -35,7 +35,7 @@ Path UserFolder() {
 }
 
 bool IsUnitName(String const& name) {
-    return !name.empty() && name.front() != '-' &&
+    return !name.Empty() && name.front() != '-' &&
            name.FindOneNotOf("abcdefghijklmnopqrstuvwxyz0123456789-.") == String::npos;
 }
 
@@ -53,9 +53,9 @@ std::vector<String> Arguments(char const* script, std::vector<String> const& arg
 } // namespace
 
 SystemdManager::SystemdManager(Options options) : m_options(std::move(options)) {
-    if (m_options.userFolder.empty())
+    if (m_options.userFolder.Empty())
         m_options.userFolder = UserFolder();
-    if (m_options.systemFolder.empty())
+    if (m_options.systemFolder.Empty())
         m_options.systemFolder = k_SystemFolder;
     if (!m_options.run)
         m_options.run = [](Path const& program, std::vector<String> const& args, String const& input) {
@@ -89,7 +89,7 @@ void SystemdManager::Check(CommandOutcome const& outcome, String const& what) {
     if (outcome.Ok())
         return;
     String const said = outcome.output.Trim();
-    if (!outcome.error.empty())
+    if (!outcome.error.Empty())
         throw ServiceException(outcome.error);
     if (!outcome.exitCode)
         throw ServiceException("\"" + what + "\" did not end in time.", said);
@@ -97,11 +97,11 @@ void SystemdManager::Check(CommandOutcome const& outcome, String const& what) {
         throw ServiceException("The service manager of this machine does not answer. Log in on its desktop, then try "
                                "again; a machine that was started without systemd has none.",
                                said);
-    throw ServiceException("\"" + what + "\" failed.", said.empty() ? "It gave no reason." : said);
+    throw ServiceException("\"" + what + "\" failed.", said.Empty() ? "It gave no reason." : said);
 }
 
 void SystemdManager::Systemctl(ServiceScope scope, std::vector<String> const& args) {
-    if (m_options.find("systemctl").empty())
+    if (m_options.find("systemctl").Empty())
         throw ServiceException("There is no systemctl on this machine: services need systemd. Start the programs from "
                                "the System menu, or by the tools of this machine.");
     std::vector<String> words;
@@ -125,7 +125,7 @@ void SystemdManager::Elevated(std::vector<String> const& command) {
         Check(Run(command.front(), args), command.front());
         return;
     }
-    if (!m_options.find("pkexec").empty()) {
+    if (!m_options.find("pkexec").Empty()) {
         CommandOutcome const outcome = Run("pkexec", command);
         // The two codes by which pkexec says that it was not allowed to.
         if (outcome.exitCode == 126 || outcome.exitCode == 127)
@@ -135,7 +135,7 @@ void SystemdManager::Elevated(std::vector<String> const& command) {
         Check(outcome, command.front());
         return;
     }
-    if (m_options.find("sudo").empty())
+    if (m_options.find("sudo").Empty())
         throw ServiceException("The services of the whole machine can only be changed with pkexec or sudo, and neither "
                                "is installed. Install the service for your own account, or install polkit.");
     std::optional<String> const password = m_options.askPassword ? m_options.askPassword() : std::nullopt;
@@ -160,7 +160,7 @@ void SystemdManager::Install(ServiceScope scope, std::vector<ServiceUnit> const&
         arguments.push_back(unit.name);
     }
     if (!isUser) {
-        if (m_options.find("systemctl").empty())
+        if (m_options.find("systemctl").Empty())
             Systemctl(scope, {}); // says so
         Elevated(Arguments(k_InstallScript, arguments));
         return;
@@ -177,7 +177,7 @@ void SystemdManager::Install(ServiceScope scope, std::vector<ServiceUnit> const&
     // Else the service would end with the login.
     if (CommandOutcome const outcome = Run("loginctl", {"enable-linger"}); !outcome.Ok())
         LogWarning("The service runs only while its user is logged in: " +
-                   (outcome.error.empty() ? outcome.output.Trim() : outcome.error));
+                   (outcome.error.Empty() ? outcome.output.Trim() : outcome.error));
 }
 
 void SystemdManager::Start(ServiceScope scope, String const& unit) {

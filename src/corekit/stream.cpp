@@ -151,7 +151,7 @@ bool InStream::Line(String& line) {
         line += ready.substr(0, end);
         m_position += ended ? end + 1 : ready.size();
     }
-    bool const any = ended || !line.empty();
+    bool const any = ended || !line.Empty();
     if (ended && line.EndsWith("\r"))
         line.pop_back();
     return any;

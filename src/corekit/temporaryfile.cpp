@@ -87,7 +87,7 @@ void TemporaryFile::Commit() {
 void TemporaryFile::SyncFolder() noexcept {
     Path const folder = m_target.Branch();
     int const fd =
-        FileLayer::s_Layer->Open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
+        FileLayer::s_Layer->Open(folder.Empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
     if (fd < 0)
         return;
     FileLayer::s_Layer->Sync(fd);

@@ -98,7 +98,7 @@ String Time::Format(char const* format, bool local, bool emptyIfUnset) const {
     if (!(local ? localtime_r(&seconds, &parts) : gmtime_r(&seconds, &parts)))
         return {};
     String const ready = PointFormat(format, parts.tm_year + 1900, ms);
-    if (ready.empty())
+    if (ready.Empty())
         return {};
     String text(ready.size() + 256, '\0');
     text.resize(std::strftime(text.data(), text.size(), ready.c_str(), &parts));

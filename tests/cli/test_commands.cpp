@@ -47,7 +47,7 @@ TEST_F(Submitting, SendsAFileWithItsOptionsAndAbsolutePaths) {
     EXPECT_EQ(job->Get("SceneFile", false), m_root + "/demo/a.pov");
     EXPECT_EQ(job->Get("OutputFolder", false), m_root + "/out");
     EXPECT_EQ(job->Status(), Queued);
-    EXPECT_FALSE(job->Creator().empty());
+    EXPECT_FALSE(job->Creator().Empty());
     EXPECT_FALSE(job->Created().IsZero());
 
     json const printed =

@@ -111,7 +111,7 @@ TEST(Platform, ProcessesThatStartTogetherAgreeOnTheMachine) {
 }
 
 TEST(Platform, KnowsTheMachineAndTheUser) {
-    EXPECT_FALSE(Platform::GetComputerNameA().empty() || Platform::GetComputerNameA().Contains("."));
+    EXPECT_FALSE(Platform::GetComputerNameA().Empty() || Platform::GetComputerNameA().Contains("."));
     EXPECT_EQ(Platform::GetUserAtMachine(), Platform::GetCurrentUserName() + "@" + Platform::GetComputerNameA());
     EXPECT_TRUE(Platform::HardwareText().Contains(Platform::CoreCount() == 1 ? "core" : "cores"));
     EXPECT_TRUE(Platform::OperatingSystemText().Contains("Linux"));

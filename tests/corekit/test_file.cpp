@@ -41,7 +41,7 @@ TEST(File, AFailedWriteLeavesTheOldFileWholeAndSaysWhatToDo) {
             } catch (FileException const& exception) {
                 EXPECT_TRUE(exception.Message().Contains(path)) << exception.what();
                 EXPECT_TRUE(exception.Message().Contains(c.advice)) << exception.what();
-                EXPECT_FALSE(exception.Detail().empty());
+                EXPECT_FALSE(exception.Detail().Empty());
             }
         }
         EXPECT_EQ(File::Read(path), "old");

@@ -60,7 +60,7 @@ public:
             String line = program;
             for (String const& arg : args)
                 line += " " + arg;
-            if (!input.empty())
+            if (!input.Empty())
                 line += " < " + input.Trim();
             lines.push_back(line);
             return answer;

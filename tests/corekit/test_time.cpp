@@ -72,7 +72,7 @@ TEST(Time, DurationsOfEveryTripleInUse) {
     }
     EXPECT_EQ(Time::Minutes(62).FormatDuration(7, 9, 6, false, 2, '0'), "1h02m");
     // Units that do not exist must not read past the table.
-    EXPECT_FALSE(Time::Minutes(62).FormatDuration(-3, 99, 42).empty());
+    EXPECT_FALSE(Time::Minutes(62).FormatDuration(-3, 99, 42).Empty());
 }
 
 TEST(Time, SpansLetTheLargestUnitRunOn) {

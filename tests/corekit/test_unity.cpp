@@ -43,14 +43,14 @@ private:
     }
 
     // Past the end of the declaration: a semicolon, or a function's body.
-    void SkipRest() {
+    void SkipRest(bool isValue = false) {
         while (m_at < m_tokens.size() && !Is(";")) {
             if (Is("(") || Is("[")) {
                 SkipBrackets();
             } else if (Is("{")) {
                 SkipBrackets();
                 // What follows an initial value, or a member's before the body.
-                if (!Is(";") && !Is(",") && !Is("{"))
+                if (!isValue && !Is(";") && !Is(",") && !Is("{"))
                     return;
             } else {
                 ++m_at;
@@ -109,7 +109,7 @@ private:
         bool const isName = words > 1 && !isOperator && before != "::" && name != ">" && name != "extern";
         if (isName && (IsAnonymous() || isStatic || isConstant))
             m_names.insert(name);
-        SkipRest();
+        SkipRest(Is("=") && !isOperator);
     }
 
     void ReadDeclaration() {
@@ -189,7 +189,7 @@ TEST(House, KnowsTheNamesThatAFileKeepsToItself) {
                       "int No::M() const { return a; }\n"
                       "No::No() : m_a{1}, m_b(2) {}\n"
                       "int No(int) { return 1; }\n"
-                      "double const i = 2;\n"
+                      "double const i = 2 * double{1} < 2;\n"
                       "enum { k, l = 2 }; enum class m { No };\n"
                       "struct No; struct No::M {};\n"
                       "char const* const j = \"no\";\n"

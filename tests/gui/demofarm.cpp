@@ -70,7 +70,7 @@ boost::shared_ptr<Job> MakeJob(Json const& row, String const& name) {
     job->SetParameter("CommandLine", "/farm/bin/run " + name);
     job->SetParameter("Pattern", "/renders/plate.####.exr");
     job->SetParameter("OutputFile", "/delivery/plate.mov");
-    if (String const pool = TextOf(row, "Pool"); !pool.empty())
+    if (String const pool = TextOf(row, "Pool"); !pool.Empty())
         job->SetParameter(p_Pool, UID::FromName(pool.c_str()).ToString());
     job->SetCreator(TextOf(row, "Creator"));
     int const ageMinutes = row.at("AgeMinutes");

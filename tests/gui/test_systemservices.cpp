@@ -20,7 +20,7 @@ class FakeServices : public corekit::ServiceManager {
 public:
     void Install(ServiceScope scope, std::vector<ServiceUnit> const& units, String const& enable) override {
         Note("install", scope, enable);
-        if (!failure.empty())
+        if (!failure.Empty())
             throw ServiceException(failure);
         std::lock_guard const lock(m_guard);
         for (ServiceUnit const& unit : units)
@@ -81,7 +81,7 @@ protected:
     bool Told() {
         for (String const& text : answers.Take())
             told = text.Contains(": ") ? text : told;
-        return !told.empty();
+        return !told.Empty();
     }
 
     std::shared_ptr<FakeServices> services = std::make_shared<FakeServices>();

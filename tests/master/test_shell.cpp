@@ -66,7 +66,7 @@ public:
             auto const piece = Take<OutputDataMsg>([&](auto const& told) { return told.request == ask->request; });
             if (!piece)
                 return {};
-            EXPECT_TRUE(!piece->error.empty() || piece->offset == int64_t(text.size()));
+            EXPECT_TRUE(!piece->error.Empty() || piece->offset == int64_t(text.size()));
             text += piece->data;
             error = piece->error;
             more = !piece->end;
@@ -247,7 +247,7 @@ TEST_F(ShellTest, ItsLogsAreGivenAway) {
     Listener client(m_key, m_shell->Port());
     client.Follow();
     String error;
-    EXPECT_TRUE(client.Download(client.master->historyLog, error).empty());
+    EXPECT_TRUE(client.Download(client.master->historyLog, error).Empty());
     EXPECT_TRUE(error.Contains("History.log")) << "there is none yet: " << error;
     // Many pieces, and more than a peer's queue takes.
     String history;

@@ -56,7 +56,7 @@ TEST(MasterFinder, ReadsTheConnectionFileEachTime) {
     auto const texts = [&] {
         String all;
         for (IPPeer const& peer : MasterFinder::Find(key))
-            all += (all.empty() ? "" : " ") + peer.ToString();
+            all += (all.Empty() ? "" : " ") + peer.ToString();
         return all;
     };
     // Nothing configured: this machine, at the port its Master left.

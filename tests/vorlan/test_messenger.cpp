@@ -214,12 +214,12 @@ TEST_F(MessengerTest, ConnectedMeansLoaded) {
     listening.reset();
     ASSERT_TRUE(WaitFor([&] { return listener.disconnected == 1; }));
     EXPECT_FALSE(Messenger::IsConnected());
-    EXPECT_FALSE(Messenger::LastFailure().empty());
+    EXPECT_FALSE(Messenger::LastFailure().Empty());
     EXPECT_TRUE(Messenger::MasterID().IsNull());
     StartMaster();
     Load(Accepted(2), {ProductText("Second, renamed", second)});
     ASSERT_TRUE(WaitFor([&] { return listener.connected == 2; }));
-    EXPECT_TRUE(Messenger::LastFailure().empty());
+    EXPECT_TRUE(Messenger::LastFailure().Empty());
     EXPECT_TRUE(JobFactory::s_JobFactory->GetProduct(first) == nullptr);
     EXPECT_TRUE(JobFactory::s_JobFactory->GetProduct(second) != nullptr);
 }
@@ -344,9 +344,9 @@ TEST_F(MessengerTest, OutputComesIntoALocalFile) {
         ASSERT_TRUE(FileServer::Request(request, UID::FromName(work), false) != nullptr);
         ASSERT_TRUE(WaitFor([&] { return listener.Received(request); }));
         FileTransfer const transfer = listener.received[request];
-        EXPECT_EQ(transfer.error.empty(), String(error).empty()) << transfer.error;
+        EXPECT_EQ(transfer.error.Empty(), String(error).Empty()) << transfer.error;
         EXPECT_TRUE(transfer.error.Contains(error)) << transfer.error;
-        if (transfer.error.empty()) {
+        if (transfer.error.Empty()) {
             EXPECT_EQ(File::Read(transfer.path), "one\ntwo\n");
         }
         EXPECT_EQ(transfer.host, "master01");
@@ -381,7 +381,7 @@ TEST_F(MessengerTest, AnInfoClientTakesSamplesAndNoticesTheEnd) {
     EXPECT_FALSE(info.Receive(0)) << "one sample counts once";
     listening.reset();
     ASSERT_TRUE(WaitFor([&] { return !info.IsConnected(); }));
-    EXPECT_FALSE(info.LastError().empty());
+    EXPECT_FALSE(info.LastError().Empty());
     info.Close();
     EXPECT_TRUE(info.Peer().IsNull());
 }

@@ -326,7 +326,7 @@ char const k_Scene[] = "#version 3.7;\nglobal_settings { assumed_gamma 1 }\ncame
                        "light_source { <5,5,-5> rgb 1 }\nsphere { <clock,0,0>, Radius pigment { rgb <1,0.2,0.2> } }\n";
 
 TEST(RealPrograms, PovRayRendersPackets) {
-    if (FindProgram("povray").empty())
+    if (FindProgram("povray").Empty())
         GTEST_SKIP() << "povray is not installed";
     auto const product = Shipped("povray.json");
     TempFolder const folder;
@@ -370,7 +370,7 @@ TEST(RealPrograms, PovRayRendersPackets) {
 }
 
 TEST(RealPrograms, FFmpegMakesAFilm) {
-    if (FindProgram("ffmpeg").empty())
+    if (FindProgram("ffmpeg").Empty())
         GTEST_SKIP() << "ffmpeg is not installed";
     auto const product = Shipped("ffmpeg.json");
     TempFolder const folder;

@@ -57,7 +57,7 @@ TEST(Protocol, NamesAreUniqueAndTypesFollowFromThem) {
         std::set<String> fields;
         for (FieldDescription const& field : message.fields) {
             EXPECT_TRUE(fields.insert(field.name).second) << message.name << " " << field.name;
-            EXPECT_FALSE(field.help.empty()) << message.name << " " << field.name;
+            EXPECT_FALSE(field.help.Empty()) << message.name << " " << field.name;
         }
         if (message.type.IsNull())
             continue;

@@ -70,7 +70,7 @@ TEST(Services, TheUnitsAreMadeFromTheirTemplates) {
 }
 
 TEST(Services, SystemdAcceptsTheUnits) {
-    if (FindProgram("systemd-analyze").empty())
+    if (FindProgram("systemd-analyze").Empty())
         GTEST_SKIP() << "systemd-analyze is not installed here: the units were not verified";
     TempFolder const place;
     // What they run must be there.
@@ -119,7 +119,7 @@ TEST(SubmitScripts, AreRightAsFarAsCanBeToldHere) {
         for (char const* pair : {"()", "[]", "{}"})
             EXPECT_EQ(std::count(text.begin(), text.end(), pair[0]), std::count(text.begin(), text.end(), pair[1]))
                 << file << " " << pair;
-        if (FindProgram(checker).empty())
+        if (FindProgram(checker).Empty())
             continue;
         CommandOutcome const outcome = RunCommand(checker, arguments, 60'000);
         EXPECT_TRUE(outcome.Ok()) << file << ": " << outcome.error << outcome.output;

@@ -88,7 +88,7 @@ TEST_F(VorlanAppTest, RunsUntilAShutdownMessage) {
     EXPECT_EQ(app.OptionsFilename(), "VorlanGui.ini");
     app.job->Set(p_Name, "shot 12");
     EXPECT_EQ(app.GetJobParameters(app.job->id)[p_Name], "shot 12");
-    EXPECT_TRUE(app.GetJobParameter(UID::FromName("another"), p_Name).empty());
+    EXPECT_TRUE(app.GetJobParameter(UID::FromName("another"), p_Name).Empty());
 
     int code = -1;
     std::thread runner([&] { code = app.Run(commandLine); });
@@ -113,7 +113,7 @@ TEST_F(VorlanAppTest, RunsUntilAShutdownMessage) {
     EXPECT_EQ(follower.cleaned, 1);
     EXPECT_TRUE((folder / "user/History.log").Exists());
     // With the switch of the start-up event nothing looked for a Master.
-    EXPECT_TRUE(Messenger::LastFailure().empty());
+    EXPECT_TRUE(Messenger::LastFailure().Empty());
 }
 
 // Behind the two entries of the destructor.

@@ -159,7 +159,7 @@ TEST_F(TreeListTest, ChangesShowWhenIdleAndAPaintBeforeIsSafe) {
     tree->RemoveItem(run);
     // What a paint asks for, of rows whose items are gone.
     for (int row = 0; row < 7; ++row)
-        EXPECT_FALSE(tree->GetDisplayText(row, 0).empty());
+        EXPECT_FALSE(tree->GetDisplayText(row, 0).Empty());
     EXPECT_TRUE(PumpUntil([&] { return tree->GetItemCount() == 5; }));
     tree->Clear();
     EXPECT_EQ(tree->GetDisplayText(0, 0), "");

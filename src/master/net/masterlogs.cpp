@@ -20,7 +20,7 @@ constexpr char k_HistoryFile[] = "History.log";
 } // namespace
 
 MasterLogs::MasterLogs(corekit::Path folder) : m_folder(std::move(folder)) {
-    if (!m_folder.empty()) {
+    if (!m_folder.Empty()) {
         m_history = UID(true);
         m_dispatch = UID(true);
     }
@@ -96,7 +96,7 @@ void MasterLogs::Feed(Send const& send) {
 }
 
 void MasterLogs::Write(DispatchText const& text) {
-    if (m_folder.empty() || (m_dispatchFailed && !text.begin))
+    if (m_folder.Empty() || (m_dispatchFailed && !text.begin))
         return;
     if (text.begin || !m_dispatchFile) {
         corekit::Path const path = m_folder / k_DispatchFile;

@@ -196,7 +196,7 @@ unsigned CommonEngine::UseCores() const {
     static uint32_t const s_cores = NameTable::Number(p_EngineCores);
     unsigned const cores = ToUnsigned(IntOf(s_cores, 0));
     String const text = Effective(p_EngineUseCores);
-    if (text.Trim().empty())
+    if (text.Trim().Empty())
         return cores;
     unsigned const use = ToUnsigned(text.Int(cores));
     return cores > 0 ? std::min(use, cores) : use;

@@ -84,7 +84,7 @@ unsigned SendMagicPacketsTo(std::vector<String> const& macAddresses, IPPeer cons
     unsigned sent = 0;
     for (String const& mac : macAddresses) {
         String const packet = MagicPacketFor(mac);
-        if (packet.empty())
+        if (packet.Empty())
             continue;
         ssize_t const bytes = sendto(handle.Get(), packet.data(), packet.size(), MSG_NOSIGNAL,
                                      reinterpret_cast<sockaddr const*>(&address), sizeof address);

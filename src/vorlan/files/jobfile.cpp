@@ -171,7 +171,7 @@ Json WriteJob(Job const& job, UnknownOfJob const* unknown) {
         json[k_KeyParent] = job.parentID.ToString().Str();
     shared_ptr<Product const> const product = JobFactory::s_JobFactory->GetProduct(job.Type());
     String const name = product ? product->Name() : unknown ? unknown->productName : String();
-    if (!name.empty())
+    if (!name.Empty())
         json[k_KeyProduct] = ToJsonText(name);
     Json& values = json[k_KeyValues] = Json::object();
     for (auto const& [key, value] : job.Values())
@@ -299,7 +299,7 @@ void JobFile::ConformFromVersion(unsigned version) {
             continue;
         auto const unknown = m_unknown->jobs.find(job.get());
         String const name = unknown == m_unknown->jobs.end() ? String() : unknown->second.productName;
-        auto const product = name.empty() ? nullptr : JobFactory::s_JobFactory->FindProduct(name);
+        auto const product = name.Empty() ? nullptr : JobFactory::s_JobFactory->FindProduct(name);
         if (!product)
             continue;
         LogInfo("Job '" + job->Name() + SFormat("', written by version %u, is of the Product '", writer) + name +
@@ -311,7 +311,7 @@ void JobFile::ConformFromVersion(unsigned version) {
 void JobFile::SaveJobs() {
     bool isSecret = false;
     for (boost::shared_ptr<Job> const& job : m_jobs)
-        isSecret = isSecret || !job->Get(p_Password, false).empty();
+        isSecret = isSecret || !job->Get(p_Password, false).Empty();
     File::WriteWhole(m_path, m_unknown->Write(m_jobs), isSecret ? k_SecretMode : File::k_KeepMode);
 }
 

@@ -87,9 +87,9 @@ bool JobHistory::Append(boost::shared_ptr<Job> const& job, boost::shared_ptr<Job
     if (jobID.IsNull())
         jobID = job ? job->id : work ? work->parentID : UID();
     String key = element.subRange;
-    if (key.empty() && work && FindWork(workID).IsNull()) {
+    if (key.Empty() && work && FindWork(workID).IsNull()) {
         key = work->Get(p_SubRange, false);
-        if (key.empty())
+        if (key.Empty())
             key = work->Name();
     }
     return AppendParts(jobID, key, workID, element.engine.IsNull() ? engine : element.engine, element.status,

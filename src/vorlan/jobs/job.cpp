@@ -61,7 +61,7 @@ public:
             return false; // a range that is none: the text stays readable without it
         }
         value = m_job.GetParameterString(String(name));
-        return !value.empty();
+        return !value.Empty();
     }
     bool IsTrue(std::string_view name, String const& value) const override { return m_values.IsTrue(name, value); }
 
@@ -154,7 +154,7 @@ String Job::StatusName(int status) const { return vorlan::StatusName(status); }
 
 bool Job::GetParameter(String const& name, String& out) const {
     out = Get(name, false);
-    return !out.empty() || Has(name);
+    return !out.Empty() || Has(name);
 }
 
 bool Job::SetParameter(String const& name, String const& value) { return Set(name, value); }
@@ -333,7 +333,7 @@ bool Job::Derive(String const& name, String& out) const {
     if (!IsName(name, p_JobSummary))
         return false;
     shared_ptr<Product const> const product = ProductOf(*this);
-    if (!product || product->SummaryTemplate().empty())
+    if (!product || product->SummaryTemplate().Empty())
         return false;
     out = Expand(product->SummaryTemplate(), p_JobSummary);
     return true;

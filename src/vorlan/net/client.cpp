@@ -179,12 +179,12 @@ void Client::Impl::Connect(Endpoint const& endpoint) {
 }
 
 void Client::Impl::Failed(String const& reason) {
-    m_failures += (m_failures.empty() ? "" : "\n") + reason;
+    m_failures += (m_failures.Empty() ? "" : "\n") + reason;
     NextAddress();
 }
 
 void Client::Impl::RoundFailed() {
-    if (m_failures.empty())
+    if (m_failures.Empty())
         m_failures = "There is no host to connect to.";
     Report(m_failures);
     Guarded("onFailed", m_handlers.onFailed, m_failures);

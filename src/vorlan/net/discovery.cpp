@@ -54,7 +54,7 @@ bool HasProof(FarmKey const& key, char const* purpose, std::string_view packet) 
 std::vector<in_addr> Interfaces(DiscoveryGroup const& group) {
     std::vector<in_addr> found;
     in_addr given{};
-    if (!group.interfaceAddress.empty()) {
+    if (!group.interfaceAddress.Empty()) {
         if (::inet_pton(AF_INET, group.interfaceAddress.c_str(), &given) == 1)
             found.push_back(given);
         return found;

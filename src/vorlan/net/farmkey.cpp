@@ -40,7 +40,7 @@ FarmKey FarmKey::FromText(std::string_view text) {
     std::string bytes;
     std::string ignored;
     if (line.LeftFirst("-") != k_Prefix || !net::FromHex(digits, bytes) || bytes.size() != k_Size ||
-        (!fingerprint.empty() && (fingerprint.size() != k_FingerprintDigits || !net::FromHex(fingerprint, ignored))))
+        (!fingerprint.Empty() && (fingerprint.size() != k_FingerprintDigits || !net::FromHex(fingerprint, ignored))))
         throw BadKey();
     std::copy(bytes.begin(), bytes.end(), key.m_bytes.begin());
     key.m_fingerprint = fingerprint.Lower();
@@ -53,7 +53,7 @@ FarmKey FarmKey::FromText(std::string_view text) {
 String FarmKey::Text() const {
     String const text =
         String(k_Prefix) + "-" + net::ToHex({reinterpret_cast<char const*>(m_bytes.data()), m_bytes.size()});
-    return m_fingerprint.empty() ? text : text + "-" + m_fingerprint;
+    return m_fingerprint.Empty() ? text : text + "-" + m_fingerprint;
 }
 
 FarmKey FarmKey::Fresh() {

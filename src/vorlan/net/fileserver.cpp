@@ -142,7 +142,7 @@ bool FileRequest::Execute() {
         boost::shared_ptr<OutputDataMsg> const piece = NextPiece();
         if (!piece)
             return false;
-        if (!piece->error.empty())
+        if (!piece->error.Empty())
             throw NetException(piece->error);
         bool const first = !m_file;
         Write(*piece);

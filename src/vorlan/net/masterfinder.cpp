@@ -79,7 +79,7 @@ std::vector<IPPeer> MasterFinder::ConfiguredHosts() {
     StringTokenizer words(configured.hosts, " \t,;");
     String word;
     while (words.Next(word)) {
-        if (word.empty())
+        if (word.Empty())
             continue;
         IPPeer peer;
         if (!IPPeer::FromString(word, peer)) {

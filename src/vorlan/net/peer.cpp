@@ -32,10 +32,10 @@ PeerInfo PeerInfo::Self(PeerKind kind, String const& program) {
 }
 
 String PeerInfo::Text() const {
-    String const name = program.empty() ? String(PeerKindName(kind)) : program;
-    String text = machineName.empty() ? name : name + " on " + machineName;
+    String const name = program.Empty() ? String(PeerKindName(kind)) : program;
+    String text = machineName.Empty() ? name : name + " on " + machineName;
     if (!address.IsNull())
-        text += machineName.empty() ? " at " + address.ToString() : " (" + address.ToString() + ")";
+        text += machineName.Empty() ? " at " + address.ToString() : " (" + address.ToString() + ")";
     return text;
 }
 

@@ -63,7 +63,7 @@ void Server::Impl::Start() {
                            "a Master, which makes one");
     SetUpTls(m_tls);
     Certificate const certificate =
-        Certificate::Load(m_options.machineDir.empty() ? File::GetMachineDir() : m_options.machineDir);
+        Certificate::Load(m_options.machineDir.Empty() ? File::GetMachineDir() : m_options.machineDir);
     asio::const_buffer const pem(certificate.pem.data(), certificate.pem.size());
     m_tls.use_certificate_chain(pem);
     m_tls.use_private_key(pem, asio::ssl::context::pem);
@@ -78,7 +78,7 @@ void Server::Impl::Start() {
 
 void Server::Impl::Listen() {
     try {
-        if (!m_options.address.empty())
+        if (!m_options.address.Empty())
             return ListenOn({asio::ip::make_address(m_options.address.Str()), m_options.port});
         try {
             ListenOn({asio::ip::address_v6::any(), m_options.port});

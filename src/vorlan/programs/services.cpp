@@ -38,7 +38,7 @@ std::vector<Value> Values(Service service, ServiceSetup const& setup) {
     return {{"@PROGRAM@", SystemdManager::Quote(setup.programs / program)},
             {"@ACCOUNT@", isUser ? String() : "User=" + setup.account},
             {"@ENVIRONMENT@",
-             setup.home.empty() ? String() : "Environment=" + SystemdManager::Quote("VORLAN_HOME=" + setup.home)},
+             setup.home.Empty() ? String() : "Environment=" + SystemdManager::Quote("VORLAN_HOME=" + setup.home)},
             {"@SYSTEMCTL@", isUser ? "systemctl --user" : "systemctl"},
             {"@TARGET@", isUser ? "default.target" : "multi-user.target"}};
 }
@@ -61,7 +61,7 @@ std::vector<String> ServiceUnitNames(Service service) {
 }
 
 void CheckAccount(String const& account) {
-    if (account.empty() || account.FindOneOf(" \t\n\r:/%$\"\\") != String::npos || account.front() == '-')
+    if (account.Empty() || account.FindOneOf(" \t\n\r:/%$\"\\") != String::npos || account.front() == '-')
         throw ArgumentException("\"" + account + "\" is no name of an account on this machine.");
     passwd entry{};
     passwd* found = nullptr;
@@ -75,7 +75,7 @@ void CheckAccount(String const& account) {
 std::vector<ServiceUnit> MakeServiceUnits(Service service, ServiceSetup const& setup, Path const& folder) {
     if (setup.scope == ServiceScope::System)
         CheckAccount(setup.account);
-    if (folder.empty())
+    if (folder.Empty())
         throw FileException("The folder \"services\" that comes with Vorlan was not found. Install Vorlan anew.");
     std::vector<ServiceUnit> units;
     for (String const& name : ServiceUnitNames(service)) {

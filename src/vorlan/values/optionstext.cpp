@@ -123,7 +123,7 @@ private:
     bool ReadText(String& text) {
         if (!Take('"')) {
             text = Word();
-            return !text.empty();
+            return !text.Empty();
         }
         while (!AtEnd()) {
             char const c = m_text[m_at++];
@@ -191,7 +191,7 @@ template <class Container>
 String JoinUIDs(Container const& ids) {
     String text;
     for (UID const& id : ids) {
-        if (!text.empty())
+        if (!text.Empty())
             text += ',';
         text += id.ToString();
     }
@@ -217,7 +217,7 @@ String OptionsToString(OptionMap const& options, OptionsToStringMode mode, UID c
         text += '@' + id.ToString();
     }
     for (auto const& [name, value] : options) {
-        if (mode == OptionsToStringMode::Brief && value.empty())
+        if (mode == OptionsToStringMode::Brief && value.Empty())
             continue;
         separate();
         AppendName(text, name);
@@ -273,7 +273,7 @@ String StringsToString(std::vector<String> const& strings, char separator, char 
         }
     }
     // The reader takes a separator at the end as the end of the last text.
-    if (!strings.empty() && strings.back().empty())
+    if (!strings.empty() && strings.back().Empty())
         text += separator;
     return text;
 }

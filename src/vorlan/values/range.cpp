@@ -27,7 +27,7 @@ public:
             if (m_at == m_text.size())
                 return String();
             FrameRange::Part part{};
-            if (String error = ReadPart(part); !error.empty())
+            if (String error = ReadPart(part); !error.Empty())
                 return error;
             total += part.count;
             if (total > FrameRange::k_MaxFrames)
@@ -70,17 +70,17 @@ private:
 
     String ReadPart(FrameRange::Part& part) {
         int first = 0;
-        if (String error = ReadNumber(first); !error.empty())
+        if (String error = ReadNumber(first); !error.Empty())
             return error;
         int last = first;
         int step = 1;
         SkipBlanks();
         if (Take('-')) {
-            if (String error = ReadNumber(last); !error.empty())
+            if (String error = ReadNumber(last); !error.Empty())
                 return error;
             SkipBlanks();
             if (Take('x') || Take('X')) {
-                if (String error = ReadNumber(step); !error.empty())
+                if (String error = ReadNumber(step); !error.Empty())
                     return error;
                 if (step < 1)
                     return "The step of a range must be 1 or more: \"1-100x5\" is every fifth frame.";
@@ -122,7 +122,7 @@ bool FrameRange::Parse(std::string_view text, FrameRange& range, String* error) 
         problem = SFormat("The range is longer than %zu characters. Divide the Job into several.", k_MaxTextLength);
     else
         problem = RangeReader(text).Read(folder);
-    if (!problem.empty()) {
+    if (!problem.Empty()) {
         if (error)
             *error = problem;
         return false;
@@ -249,7 +249,7 @@ FrameRange FrameRange::Subtract(FrameRange const& other) const {
 String FrameRange::Text() const {
     String text;
     for (Part const& part : m_parts) {
-        if (!text.empty())
+        if (!text.Empty())
             text += ',';
         text += String::From(part.first);
         if (part.count == 1)

@@ -158,9 +158,9 @@ void VorlanObject::Read(InStream& stream) {
         if (!stream.Read(name, NameTable::k_MaxNameLength) || !stream.Read(text, k_MaxSentText))
             return;
         bytes += text.size();
-        if (name.empty() || bytes > k_MaxSentText)
+        if (name.Empty() || bytes > k_MaxSentText)
             throw ParseException(
-                name.empty() ? String("An object with a value without a name came in. It was refused.")
+                name.Empty() ? String("An object with a value without a name came in. It was refused.")
                              : SFormat("An object with more than %zu bytes came in. It was refused.", k_MaxSentText));
         builder.AddCopy(std::string_view(name), std::string_view(text));
     }
@@ -220,7 +220,7 @@ String VorlanObject::Note() const {
 void VorlanObject::SetNote(String const& note) { Set(p_Note, note); }
 
 void VorlanObject::Replace(String const& from, String const& to, bool caseSensitive) {
-    if (from.empty())
+    if (from.Empty())
         return;
     Change([&](boost::shared_ptr<ValueBlock const> const& values) {
         ValueBlockBuilder builder;
@@ -239,7 +239,7 @@ bool VorlanObject::SetValues(OptionMap const& values) {
         ValueBlockBuilder builder;
         builder.AddAll(*current);
         for (auto const& [name, text] : values) {
-            if (name.empty() || name.size() > NameTable::k_MaxNameLength)
+            if (name.Empty() || name.size() > NameTable::k_MaxNameLength)
                 LogWarning("A value was not stored because its name is empty or too long: " + name.Mid(0, 60));
             else if (!IsOwnField(name))
                 builder.Add(std::string_view(name), std::string_view(text));

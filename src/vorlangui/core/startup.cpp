@@ -59,7 +59,7 @@ void VorlanGui::OnVorlanAppStartupEvt(VorlanAppStartupEvt& event) {
 
 void VorlanGui::TellOptionFaults() {
     // They were read before there was a log.
-    if (String const trouble = GetOptions().Trouble(); !trouble.empty())
+    if (String const trouble = GetOptions().Trouble(); !trouble.Empty())
         OnGuiThread([trouble](MainWindow&) { ShowError(_("Options"), trouble); });
     OptionTable known = LocalOptions();
     OptionTable const controls = wxvOptionTable();

@@ -181,7 +181,7 @@ void ListCtrlBase::SaveColumnInfo() const {
         record += "," + GetColumnCustom(column);
         record.Replace("`", "``");
         record.Replace(";", "`;");
-        joined += (joined.empty() ? "" : ";") + record;
+        joined += (joined.Empty() ? "" : ";") + record;
     }
     options.SetValue(m_section, k_AllColumns, joined);
     options.SetValue(m_section, k_SortColumn, m_primary);

@@ -26,7 +26,7 @@ struct ListCtrlBase::Place {
 };
 
 ListCtrlBase::ListCtrlBase(wxWindow* parent, int id, String section, long style, long windowStyle)
-    : wxDBListCtrl(parent, id, style, windowStyle), m_section(section.empty() ? String::From(id) : std::move(section)) {
+    : wxDBListCtrl(parent, id, style, windowStyle), m_section(section.Empty() ? String::From(id) : std::move(section)) {
     // The first rows come from an explicit Update.
     TakeDirty();
     SetImageList(SortImages(*this));

@@ -164,7 +164,7 @@ void LogFrame::OnReceivedEvt(FileReceivedEvt& event) {
 void LogFrame::OnReceived(UID const& request, String const& error) {
     if (request != m_request)
         return;
-    if (error.empty())
+    if (error.Empty())
         Read(FileServer::LocalPath(request));
     else
         ShowFailure("Could not download requested log file: " + error);
@@ -183,7 +183,7 @@ void LogFrame::Read(Path const& path) {
             auto const frame = OpenFrames().find(number);
             if (frame == OpenFrames().end())
                 return; // closed meanwhile
-            if (failure->empty())
+            if (failure->Empty())
                 frame->second->ShowTail(*tail);
             else
                 frame->second->ShowFailure(*failure);

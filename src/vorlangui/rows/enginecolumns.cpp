@@ -53,7 +53,7 @@ String CustomText(EngineInfo const& info, String const& custom) {
     try {
         return ExpandTemplate(custom, [&info](std::string_view name, String& value) {
             value = info.Get(String(name), true);
-            return !value.empty();
+            return !value.Empty();
         });
     } catch (ArgumentException const&) {
         return custom; // past the limits of a text: shown as it was written

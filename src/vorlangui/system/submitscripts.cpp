@@ -33,7 +33,7 @@ Path Expanded(String const& text) {
     if (text.StartsWith("$")) {
         String const name = text.Mid(1).LeftFirst("/");
         String const value = FromEnvironment(name.c_str());
-        if (value.empty())
+        if (value.Empty())
             return {};
         path = Path(value + text.Mid(1 + name.size()));
     } else if (text.StartsWith("~")) {
@@ -66,7 +66,7 @@ bool AddToStartup(Path const& startup, String const& line) {
     if (("\n" + text + "\n").Contains("\n" + line + "\n"))
         return false;
     KeepFormer(startup);
-    if (!text.empty() && !text.EndsWith("\n"))
+    if (!text.Empty() && !text.EndsWith("\n"))
         text += k_NL;
     File::WriteWhole(startup, text + line + k_NL);
     return true;
@@ -145,7 +145,7 @@ SubmitScript const* FindSubmitScript(int id) {
 Path FindScriptFolder(SubmitScript const& script) {
     for (char const* const home : script.homes) {
         Path const folder = home ? Expanded(home) : Path();
-        if (!folder.empty())
+        if (!folder.Empty())
             return *script.folder ? folder / script.folder : folder;
     }
     return {};
@@ -175,7 +175,7 @@ void MainWindow::OnInstallScript(wxCommandEvent& event) {
         return;
     wxString const title = wxString::Format(_("Install %s Submit Script"), script->application);
     Path target = FindScriptFolder(*script);
-    if (target.empty()) {
+    if (target.Empty()) {
         LogStatus(String("No folder of ") + script->application + " was found on this machine");
         wxDirDialog dialog(
             this,
@@ -190,7 +190,7 @@ void MainWindow::OnInstallScript(wxCommandEvent& event) {
         title,
         [script, target, list] {
             Path const source = FindResourceFolder("submit");
-            if (source.empty())
+            if (source.Empty())
                 throw FileException("The folder \"submit\" that comes with Vorlan was not found. Install Vorlan anew.");
             for (Path const& path : InstallSubmitScript(*script, source, target, File::s_AppDir / "vorlan"))
                 *list += path + k_NL;

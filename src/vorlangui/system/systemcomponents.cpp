@@ -69,7 +69,7 @@ void MainWindow::OnRemoveLockFile(wxCommandEvent& event) {
     try {
         // Without the file a second program could start beside the one that holds it.
         if (String holder; FileLock::IsHeld(path, &holder)) {
-            ShowError(title, "The lock file is in use by " + (holder.empty() ? String("a program") : holder) +
+            ShowError(title, "The lock file is in use by " + (holder.Empty() ? String("a program") : holder) +
                                  ", which still runs. Stop it first.\n" + path);
             return;
         }

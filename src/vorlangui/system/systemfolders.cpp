@@ -39,7 +39,7 @@ Path SystemFolder(int id) {
     case k_IdUtilitiesFolder:
         return FindResourceFolder("submit");
     case k_IdLogFolder:
-        return Log::FileName().empty() ? File::GetUserDir() : Log::FileName().Branch();
+        return Log::FileName().Empty() ? File::GetUserDir() : Log::FileName().Branch();
     case k_IdUserFolder:
         return File::GetUserDir();
     case k_IdMachineFolder:
@@ -79,7 +79,7 @@ void ShowFolder(Path const& folder, FolderOpener const& open) {
             open(opener.program, args);
             return;
         } catch (Exception const& exception) {
-            reasons += reasons.empty() ? "" : "; ";
+            reasons += reasons.Empty() ? "" : "; ";
             reasons += exception.what();
         }
     }
@@ -90,7 +90,7 @@ void ShowFolder(Path const& folder, FolderOpener const& open) {
 
 void MainWindow::OnBrowseFolder(wxCommandEvent& event) {
     Path const folder = SystemFolder(event.GetId());
-    if (folder.empty()) {
+    if (folder.Empty()) {
         ShowError(_("Browse Folder"), "This folder does not come with this installation. Install Vorlan anew.");
         return;
     }

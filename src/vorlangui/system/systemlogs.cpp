@@ -10,7 +10,7 @@ namespace vorlan {
 
 void MainWindow::OnViewGuiHistoryLog(wxCommandEvent&) {
     Path const file = Log::FileName();
-    if (file.empty()) {
+    if (file.Empty()) {
         ShowError(_("Log Files"), "This program writes no log: its folder could not be written when it started.");
         return;
     }

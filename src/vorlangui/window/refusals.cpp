@@ -32,7 +32,7 @@ String TakeReasons() {
     CommonMutex::Lock const lock(refusals.mutex);
     String text;
     for (String const& reason : std::exchange(refusals.waiting, {}))
-        text += (text.empty() ? "" : "\n") + reason;
+        text += (text.Empty() ? "" : "\n") + reason;
     return text;
 }
 
@@ -52,7 +52,7 @@ void ShowRefusals() {
     if (Gathered().isOpen)
         return;
     String const reasons = TakeReasons();
-    if (reasons.empty())
+    if (reasons.Empty())
         return;
     Gathered().isOpen = true;
     // Not within the idle time of others.

@@ -107,7 +107,7 @@ void TextLinePainter::PaintMarks(wxDC& dc, wxString const& text, int line, int y
         int const begin = line == from.line ? from.character : 0;
         FillPart(dc, text, y, {begin, to.character}, line < to.line, wxvGetColor(ColorName::Selected));
     }
-    if (m_state.term.empty())
+    if (m_state.term.Empty())
         return;
     for (auto const& hit : m_state.lines.Hits(line, m_state.term)) {
         bool const current = line == m_state.hitLine && hit == m_state.hit;

@@ -113,7 +113,7 @@ std::pair<int, int> TextLines::WordAt(TextPosition position) const {
 std::vector<std::pair<int, int>> TextLines::Hits(int line, corekit::String const& term) const {
     std::vector<std::pair<int, int>> hits;
     corekit::String const& text = At(line).text;
-    size_t at = term.empty() ? corekit::String::npos : text.FindNoCase(term);
+    size_t at = term.Empty() ? corekit::String::npos : text.FindNoCase(term);
     if (at == corekit::String::npos)
         return hits;
     corekit::String const begin = Beginning(text);
@@ -129,7 +129,7 @@ std::vector<std::pair<int, int>> TextLines::Hits(int line, corekit::String const
 }
 
 void TextSearch::Begin(corekit::String term, TextPosition from, TextDirection direction) {
-    m_state = term.empty() ? State::Missing : State::Searching;
+    m_state = term.Empty() ? State::Missing : State::Searching;
     m_term = std::move(term);
     m_from = from;
     m_direction = direction;

@@ -129,7 +129,7 @@ wxExpandablePanel::wxExpandablePanel(wxWindow* parent, Setup setup, wxWindowID i
       m_expander(new Expander(this)),
       m_content(new wxvPanel(this)),
       m_expanded(m_setup.startExpanded) {
-    if (corekit::OptionsFile* const options = wxvOptions(); options && !m_setup.section.empty())
+    if (corekit::OptionsFile* const options = wxvOptions(); options && !m_setup.section.Empty())
         m_expanded = options->GetValue(m_setup.section, m_setup.key, m_expanded);
     if (!m_setup.toolTip.empty())
         m_expander->SetToolTip(m_setup.toolTip);
@@ -147,7 +147,7 @@ void wxExpandablePanel::SetExpanded(bool expanded) {
     if (!m_expander || expanded == m_expanded)
         return;
     m_expanded = expanded;
-    if (corekit::OptionsFile* const options = wxvOptions(); options && !m_setup.section.empty())
+    if (corekit::OptionsFile* const options = wxvOptions(); options && !m_setup.section.Empty())
         options->SetValue(m_setup.section, m_setup.key, expanded);
     ShowState();
     LayOutAround();

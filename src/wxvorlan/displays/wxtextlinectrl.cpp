@@ -399,7 +399,7 @@ void wxTextLineCtrl::Find(corekit::String const& term, bool backward) {
 }
 
 void wxTextLineCtrl::FindNext(bool backward) {
-    if (m_state->term.empty())
+    if (m_state->term.Empty())
         return;
     m_state->search.Begin(m_state->term, backward ? m_state->From() : m_state->To(),
                           backward ? TextDirection::Backward : TextDirection::Forward);

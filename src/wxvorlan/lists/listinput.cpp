@@ -302,7 +302,7 @@ void wxDBListInput::ShowToolTip(wxDBListHit const& hit) {
     if (hit.area == Area::Cell) {
         tip = m_list.GetCellToolTip(hit.row, hit.column);
         corekit::String text;
-        if (tip.empty() && m_list.m_painter->IsClipped(hit.row, hit.column, text))
+        if (tip.Empty() && m_list.m_painter->IsClipped(hit.row, hit.column, text))
             tip = std::move(text);
     } else if (hit.area == Area::Header && m_state.IsColumn(hit.column) &&
                m_list.m_painter->LabelWidth(hit.column) > m_list.GetColumnWidth(static_cast<size_t>(hit.column))) {

@@ -200,7 +200,7 @@ void wxDBListCtrl::SaveColumnSizes(String const& section, String const& key) con
         return;
     String sizes;
     for (wxDBListColumn const& column : m_state->columns)
-        sizes += (sizes.empty() ? "" : ",") + String::From(column.header.width);
+        sizes += (sizes.Empty() ? "" : ",") + String::From(column.header.width);
     wxvOptions()->SetValue(section, key, sizes);
 }
 
@@ -209,7 +209,7 @@ bool wxDBListCtrl::RestoreColumnSizes(String const& section, String const& key) 
         return false;
     std::vector<int> widths;
     String rest = wxvOptions()->GetValue(section, key, "");
-    while (!rest.empty() && widths.size() <= m_state->columns.size()) {
+    while (!rest.Empty() && widths.size() <= m_state->columns.size()) {
         widths.push_back(static_cast<int>(std::clamp<int64_t>(rest.Int(0), 0, FromDIP(k_MaxColumnWidth))));
         rest = rest.Contains(",") ? rest.RightFirst(",") : String();
     }

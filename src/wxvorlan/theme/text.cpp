@@ -2,7 +2,7 @@
 
 wxString wxvText(corekit::String const& text) {
     wxString result = wxString::FromUTF8(text.data(), text.size());
-    if (result.empty() && !text.empty())
+    if (result.empty() && !text.Empty())
         result = wxString(text.c_str(), wxConvISO8859_1, text.size());
     return result;
 }
