@@ -105,7 +105,7 @@ std::vector<String> CheckOptions(IniFile const& file, OptionTable const& table) 
                                              [&](OptionInfo const* known) { return known->IsAt(section, key); });
             if (option == table.end())
                 faults.push_back(place + " is not known: check its spelling.");
-            else if (!value.empty() && !(*option)->CanBe(value))
+            else if (!value.Empty() && !(*option)->CanBe(value))
                 faults.push_back(place + " is \"" + value + "\" and should be " + (*option)->Expected() +
                                  ": it is not used.");
         }

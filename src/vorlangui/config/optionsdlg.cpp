@@ -49,7 +49,7 @@ RowPart OvertimePart() {
 }
 
 // The rows on Jobs and work.
-std::vector<DialogRow> JobRows() {
+std::vector<DialogRow> RowsOfJobs() {
     char const* const one = wxTRANSLATE("Submit the Job immediately");
     char const* const all = wxTRANSLATE("Submit the Jobs immediately");
     char const* const windows = wxTRANSLATE("Open Submit Job windows");
@@ -100,7 +100,7 @@ std::vector<DialogRow> ProgramRows() {
 }
 
 std::vector<DialogRow> GeneralRows() {
-    std::vector<DialogRow> rows = JobRows();
+    std::vector<DialogRow> rows = RowsOfJobs();
     for (DialogRow& row : ProgramRows())
         rows.push_back(std::move(row));
     return AllowedRows(std::move(rows), [](char const* restriction) { return IsRestricted(restriction); });

@@ -43,7 +43,7 @@ std::vector<DialogRow> AllowedRows(std::vector<DialogRow> rows, std::function<bo
 }
 
 String FaultOfPart(DialogRow const& row, RowPart const& part, String const& text) {
-    if (part.kind != PartKind::Number || (part.store == RowStore::UnlessEmpty && text.Trim().empty()))
+    if (part.kind != PartKind::Number || (part.store == RowStore::UnlessEmpty && text.Trim().Empty()))
         return {};
     double const value = NumberIn(text.Trim());
     bool const fits = value >= part.low && value <= part.high;
@@ -59,13 +59,13 @@ size_t EntryOf(DialogRow const& row, RowPart const& choice, RowPart const* field
     auto const entry = std::find_if(choice.choices.begin(), choice.choices.end(), [&](RowChoice const& c) {
         if (c.value)
             return stored == c.value;
-        return field && FaultOfPart(row, *field, stored).empty();
+        return field && FaultOfPart(row, *field, stored).Empty();
     });
     return entry == choice.choices.end() ? 0 : static_cast<size_t>(entry - choice.choices.begin());
 }
 
 void StorePart(RowPart const& part, String const& text, RowValues& values) {
-    if (!part.option || (part.store == RowStore::UnlessEmpty && text.Trim().empty()))
+    if (!part.option || (part.store == RowStore::UnlessEmpty && text.Trim().Empty()))
         return;
     if (part.store == RowStore::UnlessStandard && text == part.standard())
         values.Clear(*part.option);

@@ -138,7 +138,7 @@ void RowPage::Load() {
             continue; // the choice before it has filled it
         String const stored = m_values.Read(*part.option);
         if (part.kind != PartKind::Choice) {
-            bool const isStandard = stored.empty() && part.store == RowStore::UnlessStandard;
+            bool const isStandard = stored.Empty() && part.store == RowStore::UnlessStandard;
             SetText(field, isStandard ? part.standard() : stored);
             continue;
         }
@@ -169,7 +169,7 @@ void RowPage::EnableFields() {
 bool RowPage::Check() {
     for (Field const& field : m_fields) {
         String const fault = IsUsable(field) ? FaultOfPart(*field.row, *field.part, TextOf(field)) : String();
-        if (fault.empty())
+        if (fault.Empty())
             continue;
         wxvMessageDlg::Tell(this, wxGetTopLevelParent(this)->GetLabel(), wxvText(fault), MessageKind::Error);
         field.window->SetFocus();

@@ -45,7 +45,7 @@ void PlaceWhenRestored(wxTopLevelWindow& window, wxRect const& place) {
 
 void wxSaveWindowPos(wxTopLevelWindow& window, corekit::String const& section) {
     corekit::OptionsFile* const options = wxvOptions();
-    if (!options || section.empty() || window.IsIconized())
+    if (!options || section.Empty() || window.IsIconized())
         return;
     corekit::OptionsFile::PauseAutoWrite const pause(*options);
     k_OptionMaximized.Set(*options, section, window.IsMaximized());
@@ -60,7 +60,7 @@ void wxSaveWindowPos(wxTopLevelWindow& window, corekit::String const& section) {
 }
 
 void wxLoadWindowPos(wxTopLevelWindow& window, corekit::String const& section, wxPoint const& start) {
-    corekit::OptionsFile* const options = section.empty() ? nullptr : wxvOptions();
+    corekit::OptionsFile* const options = section.Empty() ? nullptr : wxvOptions();
     wxRect wanted;
     bool maximized = false;
     if (options) {
