@@ -12,9 +12,9 @@ namespace corekit {
 // taken while one is held, so they are not checked.
 enum class LockRank : uint8_t {
     None = 0,
-    JobList = 1,
+    JobInfo = 1,
+    JobList,
     EngineList,
-    JobInfo,
     WorkList,
     WatcherRegistry,
     Failures,

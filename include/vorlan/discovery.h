@@ -53,15 +53,22 @@ private:
     std::unique_ptr<Answerer> m_answerer;
 };
 
-// MasterFinder knows where a Master may be: the configured hosts ("Connection.ini",
-// "Master"/"Peer", separated by blanks); else whoever answers in the local network,
-// unless VORLAN_HOME is set; else this machine. Static; any thread but the GUI's.
+// Hosts as people write them.
+struct MasterHosts {
+    String hosts;            // separated by blanks, each with a port behind a colon if need be
+    unsigned short port = 0; // of those without one; 0: none is set
+};
+
+// MasterFinder knows where a Master may be: the hosts that a program has been given for
+// itself; else the configured ones ("Connection.ini", "Master"/"Peer"); else whoever
+// answers in the local network, unless VORLAN_HOME is set; else this machine. Static; any
+// thread but the GUI's.
 class MasterFinder {
 public:
     // In the order to try them, never empty.
-    static std::vector<IPPeer> Find(FarmKey const& key, Cancelled const& cancelled = {});
-    // The hosts of the connection file, each with its port.
-    static std::vector<IPPeer> ConfiguredHosts();
+    static std::vector<IPPeer> Find(FarmKey const& key, Cancelled const& cancelled = {}, MasterHosts const& own = {});
+    // The program's own hosts or those of the connection file, each with its port.
+    static std::vector<IPPeer> ConfiguredHosts(MasterHosts const& own = {});
     // The port for a Master on this machine to listen on: the configured one; 0
     // (any free one) with VORLAN_HOME and none configured; else the default port.
     static unsigned short ListenPort();

@@ -4,10 +4,12 @@
 
 #include <corekit/time.h>
 #include <corekit/uid.h>
+#include <vorlan/field.h>
 #include <vorlan/fwd.h>
 
 #include <cstddef>
 #include <map>
+#include <tuple>
 #include <vector>
 
 namespace vorlan {
@@ -15,11 +17,15 @@ namespace vorlan {
 // How often units of Jobs failed on which Engine.
 //
 // Static: one ledger per process. Any thread; its own lock, LockRank::Failures, is
-// held for table work only. A reset count is not forgotten: it goes from the counts
+// held for table work only, and the counts of a Job or an Engine are kept ready: rows ask
+// for them while they are painted. A reset count is not forgotten: it goes from the counts
 // that still hold an Engine off a Job to those that are history.
 class Failures {
 public:
+    // The units of one Job that failed on one Engine; also the record that travels.
     struct FailureItem {
+        static constexpr char const* k_Name = "FailureItem";
+
         UID job;
         UID engine;
         UID product;
@@ -27,6 +33,15 @@ public:
         Time time;          // of the last failure
         unsigned total = 0; // resets included; at least count
         bool operator==(FailureItem const&) const = default;
+
+        static constexpr auto Fields() {
+            return std::tuple{Field{"Job", &FailureItem::job, "the Job"},
+                              Field{"Engine", &FailureItem::engine, "the Engine"},
+                              Field{"Product", &FailureItem::product, "the Product"},
+                              Field{"Count", &FailureItem::count, "how many runs failed since the last reset"},
+                              Field{"Time", &FailureItem::time, "when the last one did"},
+                              Field{"Total", &FailureItem::total, "how many failed in all"}};
+        }
     };
 
     // One failure of a work unit (or of a Job as a whole) on an Engine, now.
@@ -37,8 +52,10 @@ public:
     static void ResetJobFailures(UID const& job);
     static void ResetEngineFailures(UID const& engine);
 
-    // Forgets a Job, history included.
+    // The Job is gone. What counts against an Engine stays until it is reset there; the
+    // rest is forgotten.
     static void RemoveJob(UID const& job);
+    // Forgets an Engine, history included.
     static void RemoveEngine(UID const& engine);
 
     // Failures of a Job that count.

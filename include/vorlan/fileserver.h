@@ -34,6 +34,9 @@ public:
 
     // The largest output that is brought.
     static constexpr int64_t k_MaxBytes = int64_t(1) << 30;
+    // What may wait to be written. An output that comes faster than this machine writes
+    // ends with an error that says so: the Engine does not wait for its readers.
+    static constexpr size_t k_MaxQueuedBytes = size_t(64) << 20;
     // Without an answer for so long a request fails.
     static constexpr int k_AnswerMs = 30'000;
 };

@@ -62,45 +62,21 @@ struct WorkEventOf : JobEventOf<T> {
     UID engine;
 };
 
-struct FirstWorkEvt : WorkEventOf<FirstWorkEvt> {
-    using WorkEventOf::WorkEventOf;
-    static char const* TypeName() { return p_FirstWorkEvt; }
+// `Key` is the event's name.
+template <char const* const& Key>
+struct WorkEvt : WorkEventOf<WorkEvt<Key>> {
+    using WorkEventOf<WorkEvt>::WorkEventOf;
+    static char const* TypeName() { return Key; }
 };
-struct WorkAssignedEvt : WorkEventOf<WorkAssignedEvt> {
-    using WorkEventOf::WorkEventOf;
-    static char const* TypeName() { return p_WorkAssignedEvt; }
-};
-struct WorkStartedEvt : WorkEventOf<WorkStartedEvt> {
-    using WorkEventOf::WorkEventOf;
-    static char const* TypeName() { return p_WorkStartedEvt; }
-};
-struct WorkFinishedEvt : WorkEventOf<WorkFinishedEvt> {
-    using WorkEventOf::WorkEventOf;
-    static char const* TypeName() { return p_WorkFinishedEvt; }
-};
-struct WorkFinishedSuccessfulEvt : WorkEventOf<WorkFinishedSuccessfulEvt> {
-    using WorkEventOf::WorkEventOf;
-    static char const* TypeName() { return p_WorkFinishedSuccessfulEvt; }
-};
-struct WorkFinishedUnsuccessfulEvt : WorkEventOf<WorkFinishedUnsuccessfulEvt> {
-    using WorkEventOf::WorkEventOf;
-    static char const* TypeName() { return p_WorkFinishedUnsuccessfulEvt; }
-};
-struct WorkParameterChangedEvt : WorkEventOf<WorkParameterChangedEvt> {
-    using WorkEventOf::WorkEventOf;
-    static char const* TypeName() { return p_WorkParameterChangedEvt; }
-};
-struct WorkPostExecuteEvt : WorkEventOf<WorkPostExecuteEvt> {
-    using WorkEventOf::WorkEventOf;
-    static char const* TypeName() { return p_WorkPostExecuteEvt; }
-};
-struct WorkPostExecuteSuccessfulEvt : WorkEventOf<WorkPostExecuteSuccessfulEvt> {
-    using WorkEventOf::WorkEventOf;
-    static char const* TypeName() { return p_WorkPostExecuteSuccessfulEvt; }
-};
-struct WorkPostExecuteUnsuccessfulEvt : WorkEventOf<WorkPostExecuteUnsuccessfulEvt> {
-    using WorkEventOf::WorkEventOf;
-    static char const* TypeName() { return p_WorkPostExecuteUnsuccessfulEvt; }
-};
+using FirstWorkEvt = WorkEvt<p_FirstWorkEvt>;
+using WorkAssignedEvt = WorkEvt<p_WorkAssignedEvt>;
+using WorkStartedEvt = WorkEvt<p_WorkStartedEvt>;
+using WorkFinishedEvt = WorkEvt<p_WorkFinishedEvt>;
+using WorkFinishedSuccessfulEvt = WorkEvt<p_WorkFinishedSuccessfulEvt>;
+using WorkFinishedUnsuccessfulEvt = WorkEvt<p_WorkFinishedUnsuccessfulEvt>;
+using WorkParameterChangedEvt = WorkEvt<p_WorkParameterChangedEvt>;
+using WorkPostExecuteEvt = WorkEvt<p_WorkPostExecuteEvt>;
+using WorkPostExecuteSuccessfulEvt = WorkEvt<p_WorkPostExecuteSuccessfulEvt>;
+using WorkPostExecuteUnsuccessfulEvt = WorkEvt<p_WorkPostExecuteUnsuccessfulEvt>;
 
 } // namespace vorlan

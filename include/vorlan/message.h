@@ -1,6 +1,5 @@
 #pragma once
 
-#include <vorlan/field.h>
 #include <vorlan/fwd.h>
 
 #include <corekit/signal.h>
@@ -11,6 +10,8 @@
 #include <boost/shared_ptr.hpp>
 
 #include <string_view>
+#include <tuple>
+#include <utility>
 
 namespace vorlan {
 
@@ -54,21 +55,31 @@ protected:
     Message& operator=(Message const&) = default;
 };
 
-// The base of each kind of message. `T` gives `k_Name`, `k_About` and
-// `Fields()`; `Base` is Message or a class between that carries common fields.
+// The fields of a kind of message; messagetable.h writes one for each row.
+template <class T>
+struct FieldsOf;
+
+// The base of each kind of message, beside its fields.
 // The bodies of the virtuals stand in messages/messagecodec.h and are built once,
-// in the file that registers the kind.
-template <class T, class Base = Message>
-class MessageOf : public Base {
+// in the file that registers the kind's table.
+template <class T>
+class MessageOf : public Message, public FieldsOf<T> {
 public:
-    inline static UID const s_Type = UID::FromName(T::k_Name);
+    inline static UID const s_Type = UID::FromName(FieldsOf<T>::k_Name);
     // Emitted for each received message of this kind, on the message thread.
     inline static Signal1<boost::shared_ptr<T> const&, ThreadPolicy::LocalThreaded> s_Signal;
 
     static boost::shared_ptr<T> New() { return boost::make_shared<T>(); }
+    // With its first fields filled, in the order of the table.
+    template <class... Values>
+    static boost::shared_ptr<T> Create(Values const&... values) {
+        auto message = New();
+        Fill(*message, std::index_sequence_for<Values...>(), values...);
+        return message;
+    }
 
     UID const& Type() const final { return s_Type; }
-    char const* TypeName() const final { return T::k_Name; }
+    char const* TypeName() const final { return FieldsOf<T>::k_Name; }
     void Encode(MessageWriter& writer) const final;
     void Decode(MessageReader& reader) final;
     void Emit(boost::shared_ptr<Message> const& self) const final;
@@ -77,6 +88,13 @@ public:
 
 protected:
     MessageOf() = default;
+
+private:
+    template <size_t... Index, class... Values>
+    static void Fill(T& message, std::index_sequence<Index...>, Values const&... values) {
+        constexpr auto fields = FieldsOf<T>::Fields();
+        ((message.*(std::get<Index>(fields).member) = values), ...);
+    }
 };
 
 // The body as it goes over the wire.

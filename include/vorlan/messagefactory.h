@@ -11,6 +11,7 @@ struct FieldDescription {
     String name;
     String type;
     String help;
+    unsigned since = 0; // the version that brought it, as of k_VorlanVersion
 };
 
 // One kind of message, or one record inside messages (its type is null then).
@@ -18,6 +19,8 @@ struct MessageDescription {
     UID type;
     String name;
     String about;
+    unsigned ways = 0; // MessageWays
+    unsigned since = 0;
     std::vector<FieldDescription> fields;
 };
 

@@ -1,44 +1,32 @@
 #pragma once
 
+// What is told about Engines and Pools.
+
 #include <corekit/optionmap.h>
-#include <corekit/time.h>
-#include <map>
-#include <set>
-#include <tuple>
 #include <vorlan/engine.h>
 #include <vorlan/enginehistory.h>
-#include <vorlan/message.h>
+#include <vorlan/messagetable.h>
+
+#include <map>
+#include <set>
 
 namespace vorlan {
 
-// What is told about Engines and Pools.
+class EngineMessages;
+#define VORLAN_MESSAGE_GROUP EngineMessages
 
-struct EngineMsg : MessageOf<EngineMsg> {
-    static constexpr char const* k_Name = "EngineMsg";
-    static constexpr char const* k_About =
-        "An Engine as a whole. From the Master: new or changed. To the Master: change its settings.";
+// clang-format off: a line per field
+using NamesByPool = std::map<UID, String>;
 
-    Engine engine;
+VORLAN_MESSAGE(EngineMsg, FromClients | ToClients, k_V300,
+               "An Engine as a whole. From the Master: new or changed. To the Master: change its settings.",
+               (Engine, engine, "Engine", "the Engine with all its values"));
 
-    static constexpr auto Fields() {
-        return std::tuple{Field{"Engine", &EngineMsg::engine, "the Engine with all its values"}};
-    }
-};
-
+VORLAN_MESSAGE_FIELDS(NoFields, EngineOptionsMsg, FromClients | ToClients, k_V300,
+                      "The options of some Engines for one Product, as a whole.",
+                      (std::set<UID>, engines, "Engines", "the Engines"), (UID, product, "Product", "the Product"),
+                      (OptionMap, options, "Options", "all options"));
 struct EngineOptionsMsg : MessageOf<EngineOptionsMsg> {
-    static constexpr char const* k_Name = "EngineOptionsMsg";
-    static constexpr char const* k_About = "Both ways: the options of some Engines for one Product, as a whole.";
-
-    std::set<UID> engines;
-    UID product;
-    OptionMap options;
-
-    static constexpr auto Fields() {
-        return std::tuple{Field{"Engines", &EngineOptionsMsg::engines, "the Engines"},
-                          Field{"Product", &EngineOptionsMsg::product, "the Product"},
-                          Field{"Options", &EngineOptionsMsg::options, "all options"}};
-    }
-
     void AddEngine(UID const& engine) { engines.insert(engine); }
     void AddOption(String const& name, String const& value) { options[name] = value; }
     void AddOptions(UID const& type, OptionMap const& values) {
@@ -48,106 +36,35 @@ struct EngineOptionsMsg : MessageOf<EngineOptionsMsg> {
     }
 };
 
-struct RemoveEngineMsg : MessageOf<RemoveEngineMsg> {
-    static constexpr char const* k_Name = "RemoveEngineMsg";
-    static constexpr char const* k_About = "From the Master: an Engine is gone. To the Master: forget an offline one.";
+VORLAN_MESSAGE(RemoveEngineMsg, FromClients | ToClients, k_V300,
+               "From the Master: an Engine is gone. To the Master: forget an offline one.",
+               (UID, engine, "Engine", "the Engine"));
 
-    UID engine;
+VORLAN_MESSAGE(StartEngineInfoMsg, ToClients, k_V300, "The Engines asked for follow.");
+VORLAN_MESSAGE(EndEngineInfoMsg, ToClients, k_V300, "All Engines asked for have been sent.");
 
-    static constexpr auto Fields() { return std::tuple{Field{"Engine", &RemoveEngineMsg::engine, "the Engine"}}; }
-};
+VORLAN_MESSAGE(EngineHistoryMsg, ToClients, k_V300, "The log of an Engine.", (UID, engine, "Engine", "the Engine"),
+               (EngineHistory, history, "History", "its last lines"));
 
-struct StartEngineInfoMsg : MessageOf<StartEngineInfoMsg> {
-    static constexpr char const* k_Name = "StartEngineInfoMsg";
-    static constexpr char const* k_About = "From the Master: the Engines asked for follow.";
+VORLAN_MESSAGE(EngineHistoryElementMsg, FromEngines | ToClients, k_V300, "One new line in the log of an Engine.",
+               (UID, engine, "Engine", "the Engine"), (EngineHistoryElement, element, "Element", "the line"));
 
-    static constexpr auto Fields() { return std::tuple<>{}; }
-};
+VORLAN_MESSAGE(DefaultEngineMsg, FromClients | ToClients, k_V300, "The settings that a new Engine gets.",
+               (Engine, engine, "Engine", "an Engine that carries settings alone"));
 
-struct EndEngineInfoMsg : MessageOf<EndEngineInfoMsg> {
-    static constexpr char const* k_Name = "EndEngineInfoMsg";
-    static constexpr char const* k_About = "From the Master: all Engines asked for have been sent.";
+VORLAN_MESSAGE(DefaultEngineOptionsMsg, FromClients | ToClients, k_V300,
+               "The options for one Product that a new Engine gets.", (UID, product, "Product", "the Product"),
+               (OptionMap, options, "Options", "all options"));
 
-    static constexpr auto Fields() { return std::tuple<>{}; }
-};
+VORLAN_MESSAGE(PoolMsg, FromClients | ToClients, k_V300, "Pools that are new or renamed.",
+               (NamesByPool, pools, "Pools", "the Pools and their names"));
 
-struct EngineHistoryMsg : MessageOf<EngineHistoryMsg> {
-    static constexpr char const* k_Name = "EngineHistoryMsg";
-    static constexpr char const* k_About = "From the Master: the log of an Engine.";
+VORLAN_MESSAGE(DeletePoolMsg, FromClients | ToClients, k_V300, "A Pool goes away.", (UID, pool, "Pool", "the Pool"));
 
-    UID engine;
-    EngineHistory history;
+VORLAN_MESSAGE(ResetEngineFailuresMsg, FromClients | ToClients, k_V300, "The failures of an Engine are forgotten.",
+               (UID, engine, "Engine", "the Engine"));
+// clang-format on
 
-    static constexpr auto Fields() {
-        return std::tuple{Field{"Engine", &EngineHistoryMsg::engine, "the Engine"},
-                          Field{"History", &EngineHistoryMsg::history, "its last lines"}};
-    }
-};
-
-struct EngineHistoryElementMsg : MessageOf<EngineHistoryElementMsg> {
-    static constexpr char const* k_Name = "EngineHistoryElementMsg";
-    static constexpr char const* k_About = "From the Master: one new line in the log of an Engine.";
-
-    UID engine;
-    EngineHistoryElement element;
-
-    static constexpr auto Fields() {
-        return std::tuple{Field{"Engine", &EngineHistoryElementMsg::engine, "the Engine"},
-                          Field{"Element", &EngineHistoryElementMsg::element, "the line"}};
-    }
-};
-
-struct DefaultEngineMsg : MessageOf<DefaultEngineMsg> {
-    static constexpr char const* k_Name = "DefaultEngineMsg";
-    static constexpr char const* k_About = "Both ways: the settings that a new Engine gets.";
-
-    Engine engine;
-
-    static constexpr auto Fields() {
-        return std::tuple{Field{"Engine", &DefaultEngineMsg::engine, "an Engine that carries settings alone"}};
-    }
-};
-
-struct DefaultEngineOptionsMsg : MessageOf<DefaultEngineOptionsMsg> {
-    static constexpr char const* k_Name = "DefaultEngineOptionsMsg";
-    static constexpr char const* k_About = "Both ways: the options for one Product that a new Engine gets.";
-
-    UID product;
-    OptionMap options;
-
-    static constexpr auto Fields() {
-        return std::tuple{Field{"Product", &DefaultEngineOptionsMsg::product, "the Product"},
-                          Field{"Options", &DefaultEngineOptionsMsg::options, "all options"}};
-    }
-};
-
-struct PoolMsg : MessageOf<PoolMsg> {
-    static constexpr char const* k_Name = "PoolMsg";
-    static constexpr char const* k_About = "Both ways: Pools that are new or renamed.";
-
-    std::map<UID, String> pools;
-
-    static constexpr auto Fields() { return std::tuple{Field{"Pools", &PoolMsg::pools, "the Pools and their names"}}; }
-};
-
-struct DeletePoolMsg : MessageOf<DeletePoolMsg> {
-    static constexpr char const* k_Name = "DeletePoolMsg";
-    static constexpr char const* k_About = "Both ways: a Pool goes away.";
-
-    UID pool;
-
-    static constexpr auto Fields() { return std::tuple{Field{"Pool", &DeletePoolMsg::pool, "the Pool"}}; }
-};
-
-struct ResetEngineFailuresMsg : MessageOf<ResetEngineFailuresMsg> {
-    static constexpr char const* k_Name = "ResetEngineFailuresMsg";
-    static constexpr char const* k_About = "Both ways: the failures of an Engine are forgotten.";
-
-    UID engine;
-
-    static constexpr auto Fields() {
-        return std::tuple{Field{"Engine", &ResetEngineFailuresMsg::engine, "the Engine"}};
-    }
-};
+#undef VORLAN_MESSAGE_GROUP
 
 } // namespace vorlan

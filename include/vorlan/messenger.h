@@ -1,6 +1,7 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
+#include <corekit/optionmap.h>
 #include <corekit/string.h>
 #include <corekit/time.h>
 #include <corekit/uid.h>
@@ -90,6 +91,8 @@ public:
     static boost::shared_ptr<MasterInfoMsg> MasterInfo();
     // For each folder its path by platform, as the Master told last.
     static std::vector<std::map<String, String>> PathTranslations();
+    // The options for a Product that a new Engine gets, as the Master told last.
+    static OptionMap DefaultEngineOptions(UID const& product);
 
     // Why there is no connection, for people; empty when there is one or none is
     // looked for.

@@ -7,6 +7,7 @@
 #include <corekit/optionsfile.h>
 #include <corekit/string.h>
 #include <corekit/uid.h>
+#include <vorlan/discovery.h>
 #include <vorlan/engine.h>
 #include <vorlan/fwd.h>
 
@@ -96,6 +97,9 @@ public:
     void Cleanup() override;
     String OptionsFilename() override;
     String GetClientName() override;
+    // Where its own options say that the Master is; the other programs of the machine do
+    // not look there. Asked before each search, on the connection's thread.
+    virtual MasterHosts OwnHosts() { return {}; }
 
 private:
     // Hears ShutdownMsg, which calls RequestShutdown. Not a base: a program's own

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -85,6 +86,25 @@ private:
     char* m_begin = nullptr;
     char* m_at = nullptr;
     char* m_end = nullptr;
+};
+
+// ScratchWriter lends this thread's own writer, empty, so that its memory is used again.
+// While it is lent, a second one of the thread is new: a sink of the log may send.
+class ScratchWriter {
+public:
+    ScratchWriter();
+    ~ScratchWriter();
+    ScratchWriter(ScratchWriter const&) = delete;
+    ScratchWriter& operator=(ScratchWriter const&) = delete;
+
+    MessageWriter& operator*() const noexcept { return *m_writer; }
+    MessageWriter* operator->() const noexcept { return m_writer.get(); }
+
+    // A writer that grew beyond this is given back.
+    static constexpr size_t k_KeptBytes = 1u << 20;
+
+private:
+    std::unique_ptr<MessageWriter> m_writer;
 };
 
 // Reads the body of one message, item by item, without a copy: texts are views

@@ -9,7 +9,7 @@ namespace corekit {
 
 namespace {
 constexpr std::array<char const*, 8> k_RankNames = {
-    "None", "JobList", "EngineList", "JobInfo", "WorkList", "WatcherRegistry", "Failures", "PoolTable",
+    "None", "JobInfo", "JobList", "EngineList", "WorkList", "WatcherRegistry", "Failures", "PoolTable",
 };
 } // namespace
 

@@ -23,6 +23,7 @@ String MachineScript(int operation) {
 
 template <class T, class Function>
 void MasterDispatch::On(Function function) {
+    static_assert((T::k_Ways & ToEngines) != 0, "nobody sends this to an Engine");
     m_handlers[T::s_Type] = [function](SinkPtr const& master, Message const& message) {
         function(master, static_cast<T const&>(message));
     };

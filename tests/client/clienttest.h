@@ -9,6 +9,7 @@
 #include "fakeoutside.h"
 #include "model/enginelist.h"
 #include "model/joblist.h"
+#include "model/pooltable.h"
 #include "model/worklist.h"
 
 #include <boost/make_shared.hpp>
@@ -34,8 +35,7 @@ public:
         mirror.SetCommandLine(nullptr);
         mirror.ForgetMasterDefaultStartup();
         mirror.m_master.Clear();
-        CommonMutex::Lock const lock(mirror.m_poolMutex);
-        mirror.m_pools.clear();
+        PoolTable::Get().Clear();
     }
 };
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/outside.h"
+#include "outside/outside.h"
 
 #include <corekit/sformat.h>
 #include <mutex>

@@ -80,7 +80,7 @@ TEST_F(HandlersTest, PoolsComeAndGoByEvents) {
         Say<DeletePoolMsg>([&](auto& message) { message.pool = pool; });
     EXPECT_EQ(events.seen,
               (std::vector<String>{"is Fast", "was Fast", "no " + known.ToString(), "no " + unknown.ToString()}));
-    EXPECT_TRUE(mirror.Pools().empty());
+    EXPECT_TRUE(PoolTable::Get().All().empty());
 }
 
 TEST_F(HandlersTest, ResetFailuresAreToldToBothSides) {
@@ -100,6 +100,24 @@ TEST_F(HandlersTest, ResetFailuresAreToldToBothSides) {
         EXPECT_EQ(jobWatcher.updates, reset);
         EXPECT_EQ(engineWatcher.updates, reset);
     }
+}
+
+// The Master keeps what counts against an Engine, and forgets the rest with its Job.
+TEST_F(HandlersTest, FailuresGoWithTheirJobs) {
+    UID const engine = AddEngine("engine");
+    for (char const* const name : {"reset", "counting"})
+        Failures::Add(AddJob(name)->job->id, UID::FromName("product"), engine, Time(1));
+    Say(ResetJobFailuresMsg::Create(UID::FromName("reset")));
+    for (char const* const name : {"reset", "counting"})
+        DeleteJob(UID::FromName(name));
+    ASSERT_EQ(Failures::All().size(), 1U);
+    EXPECT_EQ(Failures::All()[0].job, UID::FromName("counting"));
+    Say(ResetEngineFailuresMsg::Create(engine));
+    EXPECT_TRUE(Failures::All().empty());
+
+    Failures::Add(AddJob("job")->job->id, UID::FromName("product"), engine, Time(1));
+    RemoveEngine(engine);
+    EXPECT_TRUE(Failures::All().empty());
 }
 
 TEST_F(HandlersTest, UnitsShareTheirJobsValues) {

@@ -276,24 +276,46 @@ TEST_F(ListsTest, AWatcherHearsOfItsJobAlone) {
     }
 }
 
+// A graph holds its Job through a whole draw and looks up whatever it names.
+TEST_F(ListsTest, ADisplayLooksThingsUpInTheMiddleOfAnUpdate) {
+    struct Looking : JobWatcher {
+        using JobWatcher::JobWatcher;
+        void Update() override {
+            UID const& job = Watched()->job->id;
+            boost::shared_ptr<EngineInfo> const engine = EngineList::Get().FindEngine(UID::FromName("engine"));
+            seen = PoolName(UID::FromName("deleted pool")) + " " + engine->Name() + " " + Jobs::GetJobA(job)->Name() +
+                   " " + WorkList::Get().FindWork(UID::FromName("unit"))->work->Name() + " " +
+                   String::From(Failures::JobFailureCount(job));
+        }
+        String seen;
+    } display(AddJob("job"));
+    Assign(Unit("unit", UID::FromName("job")), AddEngine("engine"));
+    JobList::Get().RefreshJob(UID::FromName("job"));
+    Tick::s_Timer0250.Emit();
+    EXPECT_EQ(display.seen, UID::FromName("deleted pool").ToString() + " engine job unit 0");
+}
+
 TEST_F(ListsTest, PoolNames) {
     UID const pool = UID::FromName("pool");
-    EXPECT_EQ(mirror.NameOfPool(UID::Null), "Whole System") << "the Master has not said anything";
+    EXPECT_EQ(PoolName(UID::Null), "Whole System") << "the Master has not said anything";
     for (auto const& [value, name] : std::initializer_list<std::pair<char const*, char const*>>{
              {"0", "None"}, {"1", "Whole System"}, {"false", "None"}, {"true", "Whole System"}}) {
-        mirror.Master().MergeOptions({{o_UseWholeSystem, value}});
-        EXPECT_EQ(mirror.NameOfPool(UID::Null), name) << value;
+        Say<SetMasterOptionsMsg>([&value = value](auto& message) {
+            message.section = o_Distribution;
+            message.options[o_UseWholeSystem] = value;
+        });
+        EXPECT_EQ(PoolName(UID::Null), name) << value;
     }
     LogLines log(LogLevel::Info);
     ChangePoolEvt(pool, "Fast").Trigger();
-    EXPECT_EQ(mirror.NameOfPool(pool), "Fast");
+    EXPECT_EQ(PoolName(pool), "Fast");
     ChangePoolEvt(pool, "Faster").Trigger();
-    EXPECT_EQ(mirror.NameOfPool(pool), "Faster");
+    EXPECT_EQ(PoolName(pool), "Faster");
     EXPECT_EQ(CountLines(log, "Added pool Fast"), 2u);
     DeletePoolEvt(pool, "Faster").Trigger();
     EXPECT_EQ(CountLines(log, "Deleted pool Faster"), 1u);
-    EXPECT_EQ(mirror.NameOfPool(pool), pool.ToString());
-    EXPECT_EQ(mirror.NameOfPool(AddEngine("node-4")), "node-4");
+    EXPECT_EQ(PoolName(pool), pool.ToString());
+    EXPECT_EQ(PoolName(AddEngine("node-4")), "node-4");
 }
 
 } // namespace vorlan

@@ -213,7 +213,11 @@ protected:
         case 5: {
             char const* const name = Pick(2) == 0 ? "west" : "east";
             Say<PoolMsg>([&](auto& message) { message.pools[UID::FromName("pool")] = name; });
-            JobList::Get().UpdateJob(id, p_Pool, UID::FromName("pool").ToString());
+            JobList::Get().UpdateJob(id, p_Pool, (Pick(2) == 0 ? UID::Null : UID::FromName("pool")).ToString());
+            Say<SetMasterOptionsMsg>([&](auto& message) {
+                message.section = o_Distribution;
+                message.options[o_UseWholeSystem] = Pick(2) == 0 ? "1" : "0";
+            });
             break;
         }
         case 9:

@@ -97,8 +97,8 @@ TEST_F(RowTextsTest, TextsOfEngines) {
     EXPECT_EQ(engine.DisplayFailures(), "1 Failure (1 Job 1 Product)");
     Fail("b", "product");
     EXPECT_EQ(errors(), "2 Failures (2 Jobs 1 Product)");
-    Fail("b", "another product");
-    EXPECT_EQ(errors(), "3 Failures (2 Jobs 2 Products)");
+    Fail("c", "another product");
+    EXPECT_EQ(errors(), "3 Failures (3 Jobs 2 Products)");
     EXPECT_TRUE(EngineColumns::IsTinted(engine));
     engine.SetVersion(30102);
     EXPECT_EQ(EngineColumns::Text(engine, EngineColumns::Version, String(), now), "3.1.2");

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <set>
 
 namespace house {
 
@@ -58,7 +59,7 @@ string LibraryOf(fs::path const& path) {
     }
     if (parts[1] == "master" && parts[2] == "core")
         return "master/core";
-    if (parts[1] == "vorlangui" && (parts[2] == "client" || parts[2] == "model" || parts[2] == "rows"))
+    if (parts[1] == "vorlangui" && std::set<string>{"client", "model", "outside", "rows"}.contains(parts[2]))
         return "vorlanclient";
     if (parts[1] == "tools")
         return "tools/" + parts[2];

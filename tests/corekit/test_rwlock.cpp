@@ -147,9 +147,9 @@ TEST(LockOrderDeathTest, TheOrderIsKept) {
         std::vector<LockRank> taken;
         char const* message; // null: allowed
     } const cases[] = {
-        {{LockRank::JobList, LockRank::JobInfo, LockRank::WatcherRegistry, LockRank::PoolTable}, nullptr},
+        {{LockRank::JobInfo, LockRank::JobList, LockRank::WatcherRegistry, LockRank::PoolTable}, nullptr},
         {{LockRank::PoolTable, LockRank::None}, nullptr},
-        {{LockRank::JobInfo, LockRank::JobList}, "holds JobInfo asks for JobList"},
+        {{LockRank::JobList, LockRank::JobInfo}, "holds JobList asks for JobInfo"},
         {{LockRank::JobInfo, LockRank::JobInfo}, "holds JobInfo asks for JobInfo"},
         {{LockRank::JobList, LockRank::PoolTable, LockRank::Failures}, "holds PoolTable asks for Failures"},
     };
@@ -174,15 +174,15 @@ TEST(LockOrderDeathTest, TheOrderIsKept) {
 }
 
 TEST(LockOrder, OneLockMayBeTakenAgainAndALaterOneGivenBackFirstOrLast) {
-    RWLock list(LockRank::JobList), job(LockRank::JobInfo);
-    list.ReadLock();
+    RWLock job(LockRank::JobInfo), list(LockRank::JobList);
     job.ReadLock();
     list.ReadLock();
-    list.ReadUnlock();
-    list.ReadUnlock();
-    EXPECT_FALSE(LockOrder::IsHeld(LockRank::JobList));
-    EXPECT_TRUE(LockOrder::IsHeld(LockRank::JobInfo));
+    job.ReadLock();
     job.ReadUnlock();
+    job.ReadUnlock();
+    EXPECT_FALSE(LockOrder::IsHeld(LockRank::JobInfo));
+    EXPECT_TRUE(LockOrder::IsHeld(LockRank::JobList));
+    list.ReadUnlock();
     RWLock::Writer again(list);
 }
 #endif

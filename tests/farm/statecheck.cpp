@@ -2,6 +2,7 @@
 
 #include "vorlangui/model/enginelist.h"
 #include "vorlangui/model/joblist.h"
+#include "vorlangui/model/pooltable.h"
 #include "vorlangui/model/worklist.h"
 
 #include <corekit/sformat.h>
@@ -161,35 +162,31 @@ void CompareWork(MasterState const& state, Differences& differences) {
 }
 
 using FailureKey = std::tuple<UID, UID, UID>;
+using FailureTexts = std::map<FailureKey, String>;
 
-std::map<FailureKey, int64_t> FailuresOf(MasterState const& state) {
-    std::map<FailureKey, int64_t> failures;
+String FailureText(int64_t count, int64_t total) { return Number(count) + " of " + Number(total); }
+
+FailureTexts FailuresOf(MasterState const& state) {
+    FailureTexts failures;
     for (Json const& item : state.failures)
-        failures[{IdOf(item["job"]), IdOf(item["engine"]), IdOf(item["product"])}] = item["count"].get<int64_t>();
+        failures[{IdOf(item["job"]), IdOf(item["engine"]), IdOf(item["product"])}] =
+            FailureText(item["count"].get<int64_t>(), item["total"].get<int64_t>());
     return failures;
 }
 
-void CompareFailures(std::map<FailureKey, int64_t> const& here, std::map<FailureKey, int64_t> const& there,
-                     Differences& differences) {
-    std::set<FailureKey> keys;
-    for (auto const& [key, count] : here)
-        keys.insert(key);
-    for (auto const& [key, count] : there)
-        keys.insert(key);
-    auto const countOf = [](auto const& failures, FailureKey const& key) {
-        auto const found = failures.find(key);
-        return found == failures.end() ? 0 : found->second;
-    };
-    for (FailureKey const& key : keys) {
+void CompareFailures(FailureTexts here, FailureTexts there, Differences& differences) {
+    FailureTexts keys = here;
+    keys.insert(there.begin(), there.end());
+    for (auto const& [key, text] : keys) {
         auto const& [job, engine, product] = key;
-        CompareField("failures of Job {" + job.ToString() + "} on {" + engine.ToString() + "}", "count",
-                     Number(countOf(here, key)), Number(countOf(there, key)), differences);
+        CompareField("failures of Job {" + job.ToString() + "} on {" + engine.ToString() + "}", "count", here[key],
+                     there[key], differences);
     }
 }
 
 void CompareSettings(FarmClient& mirror, MasterState const& state, Differences& differences) {
     MasterSettings const& settings = mirror.Master();
-    CompareMaps("Pool", mirror.Pools(), state.pools, differences,
+    CompareMaps("Pool", PoolTable::Get().All(), state.pools, differences,
                 [&](String const& what, String const& name, Json const& pool) {
                     CompareField(what, "name", name, TextOf(pool["name"]), differences);
                 });
@@ -274,11 +271,9 @@ void CompareLists(FarmClient& mirror, MasterState const& state, Differences& dif
     CompareJobs(state, differences);
     CompareEngines(state, differences);
     CompareWork(state, differences);
-    std::map<FailureKey, int64_t> failures;
-    for (Failures::FailureItem const& item : Failures::All()) {
-        if (item.count > 0) // else all of it is reset
-            failures[{item.job, item.engine, item.product}] = item.count;
-    }
+    FailureTexts failures;
+    for (Failures::FailureItem const& item : Failures::All())
+        failures[{item.job, item.engine, item.product}] = FailureText(item.count, item.total);
     CompareFailures(failures, FailuresOf(state), differences);
     CompareSettings(mirror, state, differences);
 }

@@ -4,7 +4,7 @@
 #include "vorlangui/client/componentcontrol.h"
 #include "vorlangui/client/farmclient.h"
 #include "vorlangui/client/options.h"
-#include "vorlangui/client/outside.h"
+#include "vorlangui/outside/outside.h"
 
 #include <corekit/filelock.h>
 #include <vorlan/components.h>

@@ -3,8 +3,8 @@
 // What the tests of the client share: an application object that starts nothing by
 // itself, an outside that only takes notes, and a fixture with the client's window.
 
-#include "client/outside.h"
 #include "core/vorlangui.h"
+#include "outside/outside.h"
 #include "window/mainwindow.h"
 #include <wx/wxtoolbarbutton.h>
 

@@ -86,6 +86,21 @@ TEST_F(EngineModeTest, ConnectLeavesIt) {
     EXPECT_FALSE(NamedPipeServerThread::Signal("VorlanGui-EngineMode"));
 }
 
+TEST_F(EngineModeTest, ANameThatIsTakenIsNotListenedTo) {
+    struct Other : NamedPipeServerThread {
+        Other() : NamedPipeServerThread("VorlanGui-EngineMode") {}
+        ~Other() override { Stop(); }
+        void OnConnect() override {}
+    } other;
+    ASSERT_TRUE(other.IsListening());
+    StartClient();
+    LogLines log(LogLevel::Status);
+    Enter();
+    Command(k_IdConnect);
+    EXPECT_EQ(CountLines(log, "istening for shutdown requests on"), 0u);
+    EXPECT_EQ(CountLines(log, "another process does"), 1u);
+}
+
 TEST_F(EngineModeTest, AMachineThatServesGoesOnServing) {
     StartClient();
     outside.TakeSteps();

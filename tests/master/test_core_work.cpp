@@ -86,6 +86,21 @@ TEST(CoreWork, FailuresComeToAnEnd) {
     farm.Send(farm.client, reset);
     EXPECT_NE(farm.UnitsOn("g"), "");
 
+    // Counts that were reset stay in the total until the Job is gone.
+    auto const counts = [&farm] {
+        farm.Send(farm.client, GetFailureArchiveMsg::New());
+        std::pair<unsigned, unsigned> sums;
+        for (FailureItem const& item : farm.Sent<FailureArchiveMsg>()[0]->items)
+            sums = {sums.first + item.count, sums.second + item.total};
+        return sums;
+    };
+    EXPECT_EQ(counts(), std::pair(0U, 3U));
+    farm.Restart();
+    farm.client = farm.Connect(net::PeerKind::Client);
+    EXPECT_EQ(counts(), std::pair(0U, 3U));
+    farm.Delete(farm.client, a, true);
+    EXPECT_EQ(counts(), std::pair(0U, 0U));
+
     CoreFarm other;
     other.AddEngine("e", 1);
     UID const b = other.Submit("b", {{p_Range, "1"}, {p_FailureLimit, "2"}});

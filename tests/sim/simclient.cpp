@@ -152,6 +152,7 @@ void SimClient::OnGone(UID const& job) {
     m_jobs.erase(job);
     m_histories.erase(job);
     std::erase_if(m_works, [&](auto const& work) { return work.second.job->parentID == job; });
+    std::erase_if(m_failures, [&](auto const& at) { return at.first.first == job && at.second.count == 0; });
 }
 
 void SimClient::OnWork(boost::shared_ptr<Job> const& work, UID const& engine) {
@@ -164,7 +165,7 @@ void SimClient::OnFinishedWork(FinishedWorkMsg const& message) {
     if (at == m_works.end())
         return;
     if (IsFailedStatus(message.status))
-        ++m_failures[{at->second.job->parentID, at->second.engine}];
+        m_failures[{at->second.job->parentID, at->second.engine}].AddOne();
     m_works.erase(at);
 }
 
@@ -210,8 +211,13 @@ void SimClient::OnEngines(Message const& message) {
         m_engines.erase(gone->engine);
         std::erase_if(m_works, [&](auto const& work) { return work.second.engine == gone->engine; });
         std::erase_if(m_engineOptions, [&](auto const& entry) { return entry.first.first == gone->engine; });
-    } else if (auto const* const reset = As<ResetEngineFailuresMsg>(message))
-        std::erase_if(m_failures, [&](auto const& entry) { return entry.first.second == reset->engine; });
+        std::erase_if(m_failures, [&](auto const& entry) { return entry.first.second == gone->engine; });
+    } else if (auto const* const reset = As<ResetEngineFailuresMsg>(message)) {
+        std::erase_if(m_failures, [&](auto& at) {
+            bool const counted = at.first.second == reset->engine && std::exchange(at.second.count, 0) != 0;
+            return counted && !m_jobs.contains(at.first.first);
+        });
+    }
 }
 
 void SimClient::OnSettings(Message const& message) {
@@ -225,11 +231,12 @@ void SimClient::OnSettings(Message const& message) {
     else if (auto const* const limits = As<SetMasterLimitsMsg>(message))
         m_limits = {limits->limits.begin(), limits->limits.end()};
     else if (auto const* const reset = As<ResetJobFailuresMsg>(message))
-        std::erase_if(m_failures, [&](auto const& entry) { return entry.first.first == reset->job; });
+        for (auto& [key, counts] : m_failures)
+            counts.count = key.first == reset->job ? 0 : counts.count;
     else if (auto const* const archive = As<FailureArchiveMsg>(message)) {
         m_failures.clear();
         for (FailureItem const& item : archive->items)
-            m_failures[{item.job, item.engine}] = item.count;
+            m_failures[{item.job, item.engine}] = {item.count, item.total};
     }
 }
 
@@ -259,8 +266,9 @@ std::vector<String> SimClient::Compare(SimClient const& mirror, SimClient const&
         [](UID const& id, int limit) { return id.ToString() + " " + String::From(limit); }, faults);
     CompareMaps(
         mirror.m_failures, fresh.m_failures, "failures",
-        [](FailureKey const& key, unsigned count) {
-            return key.first.ToString() + " on " + key.second.ToString() + " " + String::From(count);
+        [](FailureKey const& key, FailureCounts const& counts) {
+            return key.first.ToString() + " on " + key.second.ToString() + " " + String::From(counts.count) + " of " +
+                   String::From(counts.total);
         },
         faults);
     for (auto const& [job, history] : mirror.m_histories) {

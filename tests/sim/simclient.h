@@ -54,6 +54,11 @@ private:
         JobHistory history;
     };
     using FailureKey = std::pair<UID, UID>;
+    struct FailureCounts {
+        void AddOne() { ++count, ++total; }
+        unsigned count = 0;
+        unsigned total = 0;
+    };
 
     void OnWork(boost::shared_ptr<Job> const& work, UID const& engine);
     void OnParameter(JobParameterMsg const& message, std::vector<boost::shared_ptr<Message>>& answers);
@@ -72,7 +77,7 @@ private:
     std::map<UID, String> m_pools;
     std::map<String, OptionMap> m_sections;
     std::map<UID, int> m_limits;
-    std::map<FailureKey, unsigned> m_failures;
+    std::map<FailureKey, FailureCounts> m_failures;
     std::map<UID, History> m_histories;
 };
 

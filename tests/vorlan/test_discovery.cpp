@@ -53,9 +53,10 @@ TEST(MasterFinder, ReadsTheConnectionFileEachTime) {
     TempFolder const home;
     EnvironmentValue const variable("VORLAN_HOME", home.Folder().c_str());
     FarmKey const key = FarmKey::Fresh();
+    MasterHosts own;
     auto const texts = [&] {
         String all;
-        for (IPPeer const& peer : MasterFinder::Find(key))
+        for (IPPeer const& peer : MasterFinder::Find(key, {}, own))
             all += (all.Empty() ? "" : " ") + peer.ToString();
         return all;
     };
@@ -81,6 +82,11 @@ TEST(MasterFinder, ReadsTheConnectionFileEachTime) {
         EXPECT_EQ(lines.Get().size(), warnings) << file;
         EXPECT_EQ(MasterFinder::ListenPort(), listen) << file;
     }
+    File::WriteWhole(File::GetConnectionFile(), "[Master]\nPeer=alpha\nPort=8000\n");
+    own = {" ", 9000};
+    EXPECT_EQ(texts(), "alpha:8000") << "a port alone names nobody";
+    own = {"gamma delta:1", 9000};
+    EXPECT_EQ(texts(), "gamma:9000 delta:1") << "what the program was given for itself comes first";
 }
 
 } // namespace vorlan

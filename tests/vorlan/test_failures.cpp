@@ -83,9 +83,13 @@ TEST_F(FailuresTest, ResetMovesCountsIntoHistory) {
 
     auto const items = Failures::All();
     Failures::RemoveJob(jobA);
+    EXPECT_EQ(OfJob(jobA), "1 2") << "what counts against an Engine stays";
+    Failures::ResetEngineFailures(engine1);
+    Failures::RemoveJob(jobA);
     EXPECT_EQ(OfJob(jobA), "0 0");
-    EXPECT_EQ(OnEngine(engine2), "0 0 0");
+    EXPECT_EQ(OnEngine(engine1), "0 0 0");
     Failures::ReplaceAll(items);
+    EXPECT_EQ(OnEngine(engine1), "1 1 1");
     EXPECT_EQ(Failures::All(), items);
     EXPECT_EQ(OfJob(jobA), "1 3");
     Failures::RemoveEngine(engine1);

@@ -11,6 +11,9 @@
 #include <vorlan/jobfactory.h>
 #include <vorlan/productfile.h>
 
+#include <fstream>
+#include <sys/stat.h>
+
 namespace vorlan {
 
 using net::Line;
@@ -185,11 +188,12 @@ TEST_F(MessengerTest, ConnectedMeansLoaded) {
     EXPECT_FALSE(Messenger::IsConnected());
     EXPECT_TRUE(Messenger::MasterInfo() == nullptr);
     auto const failures = FailureArchiveMsg::New();
-    failures->items.push_back({UID::FromName("job"), UID::FromName("engine"), first, 3, Time(5)});
+    failures->items.push_back({UID::FromName("job"), UID::FromName("engine"), first, 3, Time(5), 7});
     connection->Send(failures);
     auto const engine = DefaultEngineMsg::New();
     engine->engine.SetPriority(17);
     connection->Send(engine);
+    connection->Send(DefaultEngineOptionsMsg::Create(first, OptionMap{{"Path", "/p"}}));
     auto const paths = PathTranslationsMsg::New();
     paths->translations.push_back({{"1", "P:\\"}, {"3", "/p"}});
     connection->Send(paths);
@@ -207,7 +211,8 @@ TEST_F(MessengerTest, ConnectedMeansLoaded) {
     EXPECT_EQ(Messenger::MasterPort(), port);
     EXPECT_FALSE(Messenger::ConnectedTime().IsZero());
     EXPECT_EQ(Messenger::PathTranslations().at(0).at("3"), "/p");
-    EXPECT_EQ(Failures::JobFailureCount(UID::FromName("job")), 3u);
+    EXPECT_EQ(Failures::All(), failures->items);
+    EXPECT_EQ(Messenger::DefaultEngineOptions(first), (OptionMap{{"Path", "/p"}}));
     EXPECT_EQ(CommonEngine::GetDefaultEngine()->Priority(), 17);
 
     // What a Master does not name any more after its restart is gone.
@@ -364,6 +369,24 @@ TEST_F(MessengerTest, OutputComesIntoALocalFile) {
     ASSERT_TRUE(WaitFor([&] { return listener.Received(silent); }));
     EXPECT_TRUE(listener.received[silent].error.Contains("lost"));
     EXPECT_FALSE(listener.Received(released));
+}
+
+TEST_F(MessengerTest, OutputThatComesFasterThanItIsWrittenEndsWithAWord) {
+    Connect();
+    UID const request(true);
+    Path const path = FileServer::LocalPath(request);
+    File::MakeFolder(path.Branch());
+    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0); // takes nothing while nobody reads
+    ASSERT_TRUE(FileServer::Request(request, UID::FromName("silent"), true) != nullptr);
+    String const data(std::string(FileServer::k_MaxQueuedBytes / 3, 'x'));
+    for (int64_t i = 0; i < 6; ++i)
+        OutputDataMsg::s_Signal.Emit(OutputDataMsg::Create(request, i * static_cast<int64_t>(data.size()), data));
+    std::ifstream reader(path.c_str());
+    EXPECT_LE(std::string(std::istreambuf_iterator<char>(reader), {}).size(),
+              FileServer::k_MaxQueuedBytes + data.size());
+    ASSERT_TRUE(WaitFor([&] { return listener.Received(request); }));
+    EXPECT_TRUE(listener.received[request].error.Contains("faster")) << listener.received[request].error;
+    FileServer::Release(request);
 }
 
 TEST_F(MessengerTest, AnInfoClientTakesSamplesAndNoticesTheEnd) {

@@ -1,6 +1,8 @@
 #include "testpaths.h"
 
 #include <vorlan/messagefactory.h>
+#include <vorlan/messages.h>
+#include <vorlan/version.h>
 
 #include <corekit/file.h>
 #include <corekit/path.h>
@@ -16,17 +18,34 @@ namespace {
 constexpr char k_Begin[] = "<!-- messages: begin -->\n";
 constexpr char k_End[] = "<!-- messages: end -->";
 
+// "Clients to Master, Master to Engines."
+String WaysOf(unsigned ways) {
+    constexpr std::pair<unsigned, char const*> k_Texts[] = {{FromClients, "clients to Master"},
+                                                            {FromEngines, "Engines to Master"},
+                                                            {ToClients, "Master to clients"},
+                                                            {ToEngines, "Master to Engines"}};
+    String text;
+    for (auto const& [way, name] : k_Texts) {
+        if ((ways & way) != 0)
+            text += (text.Empty() ? "" : ", ") + String(name);
+    }
+    return text.Mid(0, 1).Upper() + text.Mid(1) + ".";
+}
+
+String SinceText(unsigned version) { return version == k_V300 ? String() : " (since " + String::From(version) + ")"; }
+
 String TableOf(MessageDescription const& message) {
     String text = "\n### " + message.name + "\n\n";
     if (!message.type.IsNull())
-        text += message.about + " `" + message.type.ToString() + "`\n";
+        text += "*" + WaysOf(message.ways) + "* " + message.about + SinceText(message.since) + " `" +
+                message.type.ToString() + "`\n";
     else
         text += "A record inside messages.\n";
     if (message.fields.empty())
         return text + (message.type.IsNull() ? "" : "\nNo fields.\n");
     text += "\n| Field | Type | Meaning |\n|---|---|---|\n";
     for (FieldDescription const& field : message.fields)
-        text += "| `" + field.name + "` | " + field.type + " | " + field.help + " |\n";
+        text += "| `" + field.name + "` | " + field.type + " | " + field.help + SinceText(field.since) + " |\n";
     return text;
 }
 
@@ -58,9 +77,12 @@ TEST(Protocol, NamesAreUniqueAndTypesFollowFromThem) {
         for (FieldDescription const& field : message.fields) {
             EXPECT_TRUE(fields.insert(field.name).second) << message.name << " " << field.name;
             EXPECT_FALSE(field.help.Empty()) << message.name << " " << field.name;
+            EXPECT_TRUE(field.since >= message.since && field.since <= k_VorlanVersion)
+                << message.name << " " << field.name;
         }
         if (message.type.IsNull())
             continue;
+        EXPECT_NE(message.ways, 0U) << message.name << ": nobody sends it";
         EXPECT_EQ(message.type, UID::FromName(message.name));
         EXPECT_TRUE(types.insert(message.type).second) << message.name;
         boost::shared_ptr<Message> const made = MessageFactory::CreateMessage(message.type);

@@ -29,76 +29,76 @@ Core::Core(CoreConfig config) : m_farm(std::make_unique<Farm>(std::move(config))
 
 Core::~Core() = default;
 
+// Who may send it stands in its row of the messages' table.
 template <class T, class Function>
-void Core::On(From from, Function function) {
-    m_handlers[T::s_Type] = {from, [function](Peer& peer, boost::shared_ptr<Message> const& message) {
+void Core::On(Function function) {
+    static_assert((T::k_Ways & (FromClients | FromEngines)) != 0, "nobody sends this to the Master");
+    m_handlers[T::s_Type] = {T::k_Ways, [function](Peer& peer, boost::shared_ptr<Message> const& message) {
                                  function(peer, boost::static_pointer_cast<T>(message));
                              }};
 }
 
 void Core::ListenToClients() {
     Farm& f = *m_farm;
-    auto const c = From::Clients;
     // Jobs and work.
-    On<JobMsg>(c, [&f](Peer& p, auto const& m) { f.jobActions->OnJob(p.id, *m); });
-    On<JobParameterMsg>(c, [&f](Peer& p, auto const& m) { f.jobActions->OnParameter(p.id, *m); });
-    On<DeleteJobMsg>(c, [&f](Peer& p, auto const& m) { f.jobActions->OnDelete(p.id, *m); });
-    On<ResetJobFailuresMsg>(c, [&f](Peer& p, auto const& m) { f.jobActions->OnResetFailures(p.id, *m); });
-    On<StopWorkMsg>(c, [&f](Peer& p, auto const& m) { f.engineActions->OnStop(p.id, *m); });
+    On<JobMsg>([&f](Peer& p, auto const& m) { f.jobActions->OnJob(p.id, *m); });
+    On<JobParameterMsg>([&f](Peer& p, auto const& m) { f.jobActions->OnParameter(p.id, *m); });
+    On<DeleteJobMsg>([&f](Peer& p, auto const& m) { f.jobActions->OnDelete(p.id, *m); });
+    On<ResetJobFailuresMsg>([&f](Peer& p, auto const& m) { f.jobActions->OnResetFailures(p.id, *m); });
+    On<StopWorkMsg>([&f](Peer& p, auto const& m) { f.engineActions->OnStop(p.id, *m); });
     // Engines.
-    On<EngineMsg>(c, [&f](Peer& p, auto const& m) { f.engineActions->OnEngine(p.id, *m); });
-    On<EngineOptionsMsg>(c, [&f](Peer& p, auto const& m) { f.engineActions->OnOptions(p.id, *m); });
-    On<RemoveEngineMsg>(c, [&f](Peer& p, auto const& m) { f.engineActions->OnRemove(p.id, *m); });
-    On<DefaultEngineMsg>(c, [&f](Peer&, auto const& m) { f.engineActions->OnDefault(*m); });
-    On<DefaultEngineOptionsMsg>(c, [&f](Peer&, auto const& m) { f.engineActions->OnDefaultOptions(*m); });
-    On<ResetEngineFailuresMsg>(c, [&f](Peer& p, auto const& m) { f.engineActions->OnResetFailures(p.id, *m); });
+    On<EngineMsg>([&f](Peer& p, auto const& m) { f.engineActions->OnEngine(p.id, *m); });
+    On<EngineOptionsMsg>([&f](Peer& p, auto const& m) { f.engineActions->OnOptions(p.id, *m); });
+    On<RemoveEngineMsg>([&f](Peer& p, auto const& m) { f.engineActions->OnRemove(p.id, *m); });
+    On<DefaultEngineMsg>([&f](Peer&, auto const& m) { f.engineActions->OnDefault(*m); });
+    On<DefaultEngineOptionsMsg>([&f](Peer&, auto const& m) { f.engineActions->OnDefaultOptions(*m); });
+    On<ResetEngineFailuresMsg>([&f](Peer& p, auto const& m) { f.engineActions->OnResetFailures(p.id, *m); });
     // Settings.
-    On<SetMasterOptionsMsg>(c, [&f](Peer& p, auto const& m) { f.settings->OnOptions(p.id, *m); });
-    On<SetMasterLimitsMsg>(c, [&f](Peer&, auto const& m) { f.settings->OnLimits(*m); });
-    On<SetMasterRestrictionsMsg>(c, [&f](Peer&, auto const& m) { f.settings->OnRestrictions(*m); });
-    On<PathTranslationsMsg>(c, [&f](Peer&, auto const& m) { f.settings->OnTranslations(*m); });
-    On<MasterDefaultStartupMsg>(c, [&f](Peer&, auto const& m) { f.settings->OnStartup(*m); });
-    On<PoolMsg>(c, [&f](Peer&, auto const& m) { f.settings->OnPools(*m); });
-    On<DeletePoolMsg>(c, [&f](Peer& p, auto const& m) { f.settings->OnDeletePool(p.id, *m); });
-    On<ProductMsg>(c, [&f](Peer& p, auto const& m) { f.settings->OnProduct(p.id, *m); });
-    On<RemoveProductMsg>(c, [&f](Peer& p, auto const& m) { f.settings->OnRemoveProduct(p.id, *m); });
+    On<SetMasterOptionsMsg>([&f](Peer& p, auto const& m) { f.settings->OnOptions(p.id, *m); });
+    On<SetMasterLimitsMsg>([&f](Peer&, auto const& m) { f.settings->OnLimits(*m); });
+    On<SetMasterRestrictionsMsg>([&f](Peer&, auto const& m) { f.settings->OnRestrictions(*m); });
+    On<PathTranslationsMsg>([&f](Peer&, auto const& m) { f.settings->OnTranslations(*m); });
+    On<MasterDefaultStartupMsg>([&f](Peer&, auto const& m) { f.settings->OnStartup(*m); });
+    On<PoolMsg>([&f](Peer&, auto const& m) { f.settings->OnPools(*m); });
+    On<DeletePoolMsg>([&f](Peer& p, auto const& m) { f.settings->OnDeletePool(p.id, *m); });
+    On<ProductMsg>([&f](Peer& p, auto const& m) { f.settings->OnProduct(p.id, *m); });
+    On<RemoveProductMsg>([&f](Peer& p, auto const& m) { f.settings->OnRemoveProduct(p.id, *m); });
     // Requests.
-    On<NotifyOnEventMsg>(c, [&f](Peer& p, auto const& m) { f.peers.Follow(p, m->all, m->ids); });
-    On<GetJobInfoMsg>(c, [&f](Peer& p, auto const& m) { f.loader->OnGetJobs(p, *m); });
-    On<GetEngineInfoMsg>(c, [&f](Peer& p, auto const& m) { f.loader->OnGetEngines(p, *m); });
-    On<GetMasterOptionsMsg>(c, [&f](Peer& p, auto const&) { f.settings->SendOptions(p.id); });
-    On<GetMasterLimitsMsg>(c, [&f](Peer& p, auto const&) { f.settings->SendLimits(p.id); });
-    On<GetMasterRestrictionsMsg>(c, [&f](Peer& p, auto const&) { f.settings->SendRestrictions(p.id); });
-    On<GetDefaultEngineMsg>(c, [&f](Peer& p, auto const&) { f.settings->SendDefaultEngine(p.id); });
-    On<GetFailureArchiveMsg>(c, [&f](Peer& p, auto const&) { f.settings->SendFailures(p.id); });
-    On<GetPoolsMsg>(c, [&f](Peer& p, auto const&) { f.settings->SendPools(p.id); });
-    On<ReportJobStatusMsg>(c, [&f](Peer& p, auto const& m) { f.reporter->OnJobStatus(p.id, *m); });
-    On<WatchJobDispatchMsg>(c, [&f](Peer& p, auto const& m) { f.reporter->OnWatchJob(p.id, *m); });
-    On<WatchEngineDispatchMsg>(c, [&f](Peer& p, auto const& m) { f.reporter->OnWatchEngine(p.id, *m); });
-    On<LogDumpMsg>(c, [&f](Peer&, auto const&) {
+    On<NotifyOnEventMsg>([&f](Peer& p, auto const& m) { f.peers.Follow(p, m->all, m->ids); });
+    On<GetJobInfoMsg>([&f](Peer& p, auto const& m) { f.loader->OnGetJobs(p, *m); });
+    On<GetEngineInfoMsg>([&f](Peer& p, auto const& m) { f.loader->OnGetEngines(p, *m); });
+    On<GetMasterOptionsMsg>([&f](Peer& p, auto const&) { f.settings->SendOptions(p.id); });
+    On<GetMasterLimitsMsg>([&f](Peer& p, auto const&) { f.settings->SendLimits(p.id); });
+    On<GetMasterRestrictionsMsg>([&f](Peer& p, auto const&) { f.settings->SendRestrictions(p.id); });
+    On<GetDefaultEngineMsg>([&f](Peer& p, auto const&) { f.settings->SendDefaultEngine(p.id); });
+    On<GetFailureArchiveMsg>([&f](Peer& p, auto const&) { f.settings->SendFailures(p.id); });
+    On<GetPoolsMsg>([&f](Peer& p, auto const&) { f.settings->SendPools(p.id); });
+    On<ReportJobStatusMsg>([&f](Peer& p, auto const& m) { f.reporter->OnJobStatus(p.id, *m); });
+    On<WatchJobDispatchMsg>([&f](Peer& p, auto const& m) { f.reporter->OnWatchJob(p.id, *m); });
+    On<WatchEngineDispatchMsg>([&f](Peer& p, auto const& m) { f.reporter->OnWatchEngine(p.id, *m); });
+    On<LogDumpMsg>([&f](Peer&, auto const&) {
         f.out.Log(LogLevel::System, f.reporter->State());
         f.out.Dump(std::make_shared<StateSnapshot>(f));
     });
     // What goes on to Engines.
-    On<GetOutputMsg>(c, [&f](Peer& p, auto const& m) { f.relay->OnGetOutput(p.id, m); });
-    On<CloseOutputMsg>(c, [&f](Peer& p, auto const& m) { f.relay->OnCloseOutput(p.id, m); });
-    On<ExecuteCommandMsg>(c, [&f](Peer& p, auto const& m) { f.relay->OnExecute(p.id, m); });
-    On<MachineMsg>(c, [&f](Peer& p, auto const& m) { f.relay->OnMachine(p.id, m); });
-    On<StopVorlanOnNodeMsg>(c, [&f](Peer& p, auto const& m) { f.relay->OnStopPrograms(p.id, m); });
-    On<ShutdownMsg>(c, [&f](Peer&, auto const&) { f.relay->OnShutdown(); });
+    On<GetOutputMsg>([&f](Peer& p, auto const& m) { f.relay->OnGetOutput(p.id, m); });
+    On<CloseOutputMsg>([&f](Peer& p, auto const& m) { f.relay->OnCloseOutput(p.id, m); });
+    On<ExecuteCommandMsg>([&f](Peer& p, auto const& m) { f.relay->OnExecute(p.id, m); });
+    On<MachineMsg>([&f](Peer& p, auto const& m) { f.relay->OnMachine(p.id, m); });
+    On<StopVorlanOnNodeMsg>([&f](Peer& p, auto const& m) { f.relay->OnStopPrograms(p.id, m); });
+    On<ShutdownMsg>([&f](Peer&, auto const&) { f.relay->OnShutdown(); });
 }
 
 void Core::ListenToEngines() {
     Farm& f = *m_farm;
-    auto const e = From::Engines;
-    On<RegisterEngineMsg>(e, [&f](Peer& p, auto const& m) { f.engineActions->OnRegister(p, *m); });
-    On<HeartbeatMsg>(e, [&f](Peer& p, auto const&) { f.engineActions->OnHeartbeat(p); });
-    On<WorkBegunMsg>(e, [&f](Peer& p, auto const& m) { f.engineActions->OnBegun(p, *m); });
-    On<WorkProgressMsg>(e, [&f](Peer& p, auto const& m) { f.engineActions->OnProgress(p, *m); });
-    On<WorkEndedMsg>(e, [&f](Peer& p, auto const& m) { f.engineActions->OnEnded(p, *m); });
-    On<EngineHistoryElementMsg>(e, [&f](Peer& p, auto const& m) { f.engineActions->OnHistory(p, *m); });
-    On<OutputDataMsg>(e, [&f](Peer& p, auto const& m) { f.relay->OnOutput(p, m); });
-    On<PingMsg>(From::All, [&f](Peer& p, auto const& m) {
+    On<RegisterEngineMsg>([&f](Peer& p, auto const& m) { f.engineActions->OnRegister(p, *m); });
+    On<HeartbeatMsg>([&f](Peer& p, auto const&) { f.engineActions->OnHeartbeat(p); });
+    On<WorkBegunMsg>([&f](Peer& p, auto const& m) { f.engineActions->OnBegun(p, *m); });
+    On<WorkProgressMsg>([&f](Peer& p, auto const& m) { f.engineActions->OnProgress(p, *m); });
+    On<WorkEndedMsg>([&f](Peer& p, auto const& m) { f.engineActions->OnEnded(p, *m); });
+    On<EngineHistoryElementMsg>([&f](Peer& p, auto const& m) { f.engineActions->OnHistory(p, *m); });
+    On<OutputDataMsg>([&f](Peer& p, auto const& m) { f.relay->OnOutput(p, m); });
+    On<PingMsg>([&f](Peer& p, auto const& m) {
         auto pong = PongMsg::New();
         pong->time = m->time;
         f.out.To(p.id, pong);
@@ -189,9 +189,8 @@ void Core::HandleOne(PeerMessage const& event) {
     if (peer->engine)
         peer->engine->lastSeen = m_farm->now;
     auto const at = m_handlers.find(event.message->Type());
-    bool const isEngine = peer->kind == net::PeerKind::Engine;
-    if (at == m_handlers.end() || (at->second.from == From::Engines && !isEngine) ||
-        (at->second.from == From::Clients && isEngine)) {
+    unsigned const from = peer->kind == net::PeerKind::Engine ? FromEngines : FromClients;
+    if (at == m_handlers.end() || (at->second.ways & from) == 0) {
         m_farm->out.Log(LogLevel::Warning, "Ignored a " + String(event.message->TypeName()) + " from " +
                                                peer->machineName + ": not expected from it.");
         return;

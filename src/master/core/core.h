@@ -53,14 +53,13 @@ public:
 
 private:
     using Handler = std::function<void(Peer&, boost::shared_ptr<Message> const&)>;
-    enum class From { Clients, Engines, All };
     struct Entry {
-        From from = From::All;
+        unsigned ways = 0; // who may send it; MessageWays
         Handler handler;
     };
 
     template <class T, class Function>
-    void On(From from, Function function);
+    void On(Function function);
     void ListenToClients();
     void ListenToEngines();
 

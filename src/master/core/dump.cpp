@@ -204,9 +204,13 @@ void StateSnapshot::Write(std::function<bool(std::string_view)> const& take) con
                        return line;
                    }) &&
            tellAll(m_failures, [](FailureItem const& item) {
-               return Json{{"kind", "Failure"},           {"job", Text(item.job)},
-                           {"engine", Text(item.engine)}, {"product", Text(item.product)},
-                           {"count", item.count},         {"time", item.time.Milliseconds()}};
+               return Json{{"kind", "Failure"},
+                           {"job", Text(item.job)},
+                           {"engine", Text(item.engine)},
+                           {"product", Text(item.product)},
+                           {"count", item.count},
+                           {"total", item.total},
+                           {"time", item.time.Milliseconds()}};
            }));
 }
 

@@ -289,9 +289,6 @@ void Engines::OnRemove(PeerId peer, RemoveEngineMsg const& message) {
     auto told = RemoveEngineMsg::New();
     told->engine = engine->id;
     m_farm.out.ToFollowers(told);
-    auto reset = ResetEngineFailuresMsg::New();
-    reset->engine = engine->id;
-    m_farm.out.ToFollowers(reset);
     m_farm.enginesById.erase(engine->id);
     m_farm.engines.erase(engine->number);
 }
@@ -325,11 +322,16 @@ void Engines::OnResetFailures(PeerId peer, ResetEngineFailuresMsg const& message
         m_farm.out.Refuse(peer, message.engine, "The Engine is not there any more.");
         return;
     }
-    for (uint64_t const number : m_farm.failures.RemoveEngine(engine->id))
-        m_farm.out.Erase(RecordKind::Failure, number);
-    auto told = ResetEngineFailuresMsg::New();
-    told->engine = engine->id;
-    m_farm.out.ToFollowers(told);
+    for (FailureEntry const& entry : m_farm.failures.ResetEngine(engine->id)) {
+        if (m_farm.FindJob(entry.item.job)) {
+            m_farm.out.Put(RecordKind::Failure, entry.number, entry.item.job, WriteRow(entry.item));
+            continue;
+        }
+        // The last thing that was known of a Job that is gone.
+        for (uint64_t const number : m_farm.failures.RemoveReset(entry.item.job))
+            m_farm.out.Erase(RecordKind::Failure, number);
+    }
+    m_farm.out.ToFollowers(ResetEngineFailuresMsg::Create(engine->id));
     m_farm.distributor->AllChanged();
 }
 
@@ -339,10 +341,7 @@ void Engines::OnStop(PeerId peer, StopWorkMsg const& message) {
         m_farm.out.Refuse(peer, message.work, "The work has ended already.");
         return;
     }
-    auto const action = message.action == 1   ? StopAction::Cancel
-                        : message.action == 2 ? StopAction::SubmitAsNew
-                                              : StopAction::Requeue;
-    m_farm.runActions->Stop(*run, message.status, message.reason, action);
+    m_farm.runActions->Stop(*run, message.status, message.reason, message.Action());
 }
 
 void Engines::CheckTimes() {

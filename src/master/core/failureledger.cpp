@@ -23,6 +23,7 @@ FailureEntry const& FailureLedger::Add(UID const& job, UID const& engine, UID co
         entry.item.product = product;
     }
     ++entry.item.count;
+    ++entry.item.total;
     entry.item.time = time;
     ++m_byJob[job];
     ++m_byProduct[{entry.item.product, engine}];
@@ -31,6 +32,8 @@ FailureEntry const& FailureLedger::Add(UID const& job, UID const& engine, UID co
 
 void FailureLedger::Restore(FailureEntry const& entry) {
     m_entries[{entry.item.job, entry.item.engine}] = entry;
+    if (entry.item.count == 0)
+        return;
     m_byJob[entry.item.job] += entry.item.count;
     m_byProduct[{entry.item.product, entry.item.engine}] += entry.item.count;
 }
@@ -46,33 +49,53 @@ unsigned FailureLedger::OfProductOn(UID const& product, UID const& engine) const
     return CountAt(m_byProduct, Key{product, engine});
 }
 
-template <class Matches>
-std::vector<uint64_t> FailureLedger::Remove(Matches matches) {
-    std::vector<uint64_t> numbers;
-    for (auto at = m_entries.begin(); at != m_entries.end();) {
-        vorlan::FailureItem const& item = at->second.item;
-        if (!matches(item)) {
-            ++at;
-            continue;
-        }
-        numbers.push_back(at->second.number);
-        if ((m_byJob[item.job] -= item.count) == 0)
-            m_byJob.erase(item.job);
-        if ((m_byProduct[{item.product, item.engine}] -= item.count) == 0)
-            m_byProduct.erase({item.product, item.engine});
-        at = m_entries.erase(at);
+void FailureLedger::Reset(FailureEntry& entry, std::vector<FailureEntry>& changed) {
+    vorlan::FailureItem& item = entry.item;
+    if (item.count == 0)
+        return;
+    if ((m_byJob[item.job] -= item.count) == 0)
+        m_byJob.erase(item.job);
+    if ((m_byProduct[{item.product, item.engine}] -= item.count) == 0)
+        m_byProduct.erase({item.product, item.engine});
+    item.count = 0;
+    changed.push_back(entry);
+}
+
+FailureLedger::Entries::iterator FailureLedger::Remove(Entries::iterator at, std::vector<uint64_t>& numbers) {
+    std::vector<FailureEntry> changed;
+    Reset(at->second, changed);
+    numbers.push_back(at->second.number);
+    return m_entries.erase(at);
+}
+
+std::vector<FailureEntry> FailureLedger::ResetJob(UID const& job) {
+    std::vector<FailureEntry> changed;
+    for (auto at = m_entries.lower_bound({job, UID::Null}); at != m_entries.end() && at->first.first == job; ++at)
+        Reset(at->second, changed);
+    return changed;
+}
+
+std::vector<FailureEntry> FailureLedger::ResetEngine(UID const& engine) {
+    std::vector<FailureEntry> changed;
+    for (auto& [key, entry] : m_entries) {
+        if (key.second == engine)
+            Reset(entry, changed);
     }
+    return changed;
+}
+
+std::vector<uint64_t> FailureLedger::RemoveReset(UID const& job) {
+    std::vector<uint64_t> numbers;
+    for (auto at = m_entries.lower_bound({job, UID::Null}); at != m_entries.end() && at->first.first == job;)
+        at = at->second.item.count == 0 ? Remove(at, numbers) : std::next(at);
     return numbers;
 }
 
-std::vector<uint64_t> FailureLedger::RemoveJob(UID const& job) {
-    if (!m_byJob.contains(job))
-        return {};
-    return Remove([&](vorlan::FailureItem const& item) { return item.job == job; });
-}
-
 std::vector<uint64_t> FailureLedger::RemoveEngine(UID const& engine) {
-    return Remove([&](vorlan::FailureItem const& item) { return item.engine == engine; });
+    std::vector<uint64_t> numbers;
+    for (auto at = m_entries.begin(); at != m_entries.end();)
+        at = at->first.second == engine ? Remove(at, numbers) : std::next(at);
+    return numbers;
 }
 
 std::vector<vorlan::FailureItem> FailureLedger::Items() const {

@@ -22,7 +22,9 @@ struct FailureEntry {
     vorlan::FailureItem item;
 };
 
-// The Master's ledger of failures. Counts that were reset are gone.
+// The Master's ledger of failures. A count that was reset stays in the total for as long
+// as its Job is there; what counts stays also when the Job is gone, for it holds the
+// Engine off the Product.
 //
 // Owned by the Farm; one thread.
 class FailureLedger {
@@ -38,20 +40,26 @@ public:
     unsigned OfProductOn(UID const& product, UID const& engine) const;
     bool Has(UID const& job, UID const& engine) const { return m_entries.contains({job, engine}); }
 
-    // Takes away what matches; gives the numbers of the rows.
-    std::vector<uint64_t> RemoveJob(UID const& job);
+    // Counts start anew; gives the entries that have changed.
+    std::vector<FailureEntry> ResetJob(UID const& job);
+    std::vector<FailureEntry> ResetEngine(UID const& engine);
+
+    // Takes away what does not count, or all of an Engine; gives the numbers of the rows.
+    std::vector<uint64_t> RemoveReset(UID const& job);
     std::vector<uint64_t> RemoveEngine(UID const& engine);
 
     std::vector<vorlan::FailureItem> Items() const;
 
 private:
-    template <class Matches>
-    std::vector<uint64_t> Remove(Matches matches);
+    using Entries = std::map<Key, FailureEntry>;
+
+    void Reset(FailureEntry& entry, std::vector<FailureEntry>& changed);
+    Entries::iterator Remove(Entries::iterator at, std::vector<uint64_t>& numbers);
 
     struct PairHash {
         size_t operator()(Key const& key) const { return hash_value(key.first) * 31 + hash_value(key.second); }
     };
-    std::map<Key, FailureEntry> m_entries;
+    Entries m_entries;
     std::unordered_map<UID, unsigned> m_byJob;
     std::unordered_map<Key, unsigned, PairHash> m_byProduct; // Product, Engine
 };

@@ -324,8 +324,8 @@ void Jobs::OnResetFailures(PeerId peer, ResetJobFailuresMsg const& message) {
     job->unitFailures.clear();
     job->failuresResetAt = m_farm.lastNumber;
     StoreState(*job);
-    for (uint64_t const number : m_farm.failures.RemoveJob(job->id))
-        m_farm.out.Erase(RecordKind::Failure, number);
+    for (FailureEntry const& entry : m_farm.failures.ResetJob(job->id))
+        m_farm.out.Put(RecordKind::Failure, entry.number, job->id, WriteRow(entry.item));
     auto told = ResetJobFailuresMsg::New();
     told->job = job->id;
     m_farm.out.ToFollowers(told);
@@ -340,12 +340,13 @@ void Jobs::Delete(JobEntry& job) {
     if (!wasSettled)
         TellGone(job);
     if (m_farm.policy.resetFailuresOnDelete && m_farm.failures.OfJob(job.id) > 0) {
-        for (uint64_t const number : m_farm.failures.RemoveJob(job.id))
-            m_farm.out.Erase(RecordKind::Failure, number);
+        m_farm.failures.ResetJob(job.id);
         auto told = ResetJobFailuresMsg::New();
         told->job = job.id;
         m_farm.out.ToFollowers(told);
     }
+    for (uint64_t const number : m_farm.failures.RemoveReset(job.id))
+        m_farm.out.Erase(RecordKind::Failure, number);
     m_farm.out.EraseJob(job.number);
     auto told = DeleteJobMsg::New();
     told->job = job.id;

@@ -146,6 +146,7 @@ String WriteRow(FailureItem const& item) {
     out.Write(item.product);
     out.Write(static_cast<uint32_t>(item.count));
     out.Write(item.time);
+    out.Write(static_cast<uint32_t>(item.total));
     return out.Take();
 }
 
@@ -157,6 +158,8 @@ FailureItem ReadFailureRow(String const& body) {
     in.Read(item.product);
     item.count = in.Get<uint32_t>();
     in.Read(item.time);
+    // Rows of old end here.
+    item.total = in.AtEnd() ? item.count : in.Get<uint32_t>();
     return item;
 }
 

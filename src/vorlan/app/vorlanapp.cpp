@@ -146,10 +146,15 @@ bool VorlanClientApp::Startup(CommandLine& commandLine) {
     started.Trigger();
     if (!started.success)
         return false;
-    if (commandLine.HasSwitch("DisableMessenger"))
+    if (commandLine.HasSwitch("DisableMessenger")) {
         LogInfo("The connection to the Master is switched off");
-    else
-        Messenger::Start(MessengerOptions(net::PeerKind::Client, GetClientName()));
+    } else {
+        MessengerOptions options(net::PeerKind::Client, GetClientName());
+        options.client.find = [this](FarmKey const& key, Cancelled const& cancelled) {
+            return MasterFinder::Find(key, cancelled, OwnHosts());
+        };
+        Messenger::Start(options);
+    }
     return true;
 }
 

@@ -9,83 +9,134 @@ namespace vorlan {
 
 namespace {
 
-// The ledger: by Job, then by Engine, and the way back from an Engine to its Jobs.
+unsigned SumOf(unsigned a, unsigned b) {
+    return b > std::numeric_limits<unsigned>::max() - a ? std::numeric_limits<unsigned>::max() : a + b;
+}
+
+// The ledger: by Job, then by Engine, and the way back from an Engine to its Jobs. The
+// sums follow each change of an item.
 class Ledger {
 public:
-    void Add(Failures::FailureItem const& item) {
+    using Item = Failures::FailureItem;
+
+    struct OfJob {
+        std::map<UID, Item> items; // by Engine
+        size_t current = 0;
+        size_t reset = 0;
+    };
+    struct OfEngine {
+        std::set<UID> jobs;
+        std::map<UID, size_t> products; // how many Jobs of each count
+        size_t countingJobs = 0;
+        size_t failures = 0;
+    };
+
+    void Add(Item const& item) {
         if (item.job.IsNull() || item.engine.IsNull())
             return;
-        Failures::FailureItem& mine = m_items[item.job][item.engine];
-        mine.job = item.job;
-        mine.engine = item.engine;
-        mine.product = item.product;
-        mine.count = Sum(mine.count, item.count);
-        mine.total = Sum(mine.total, std::max(item.total, item.count));
-        mine.time = std::max(mine.time, item.time);
-        m_jobsOf[item.engine].insert(item.job);
+        OfJob& job = m_jobs[item.job];
+        OfEngine& engine = m_engines[item.engine];
+        auto const [at, isNew] =
+            job.items.try_emplace(item.engine, Item{item.job, item.engine, item.product, 0, {}, 0});
+        engine.jobs.insert(item.job);
+        at->second.time = std::max(at->second.time, item.time);
+        Change(job, engine, at->second, SumOf(at->second.count, item.count),
+               SumOf(at->second.total, std::max(item.total, item.count)));
     }
 
-    template <class Function>
-    void ForJob(UID const& job, Function function) {
-        auto const at = m_items.find(job);
-        if (at == m_items.end())
-            return;
-        for (auto& [engine, item] : at->second)
-            function(item);
+    OfJob const* FindJob(UID const& job) const {
+        auto const at = m_jobs.find(job);
+        return at == m_jobs.end() ? nullptr : &at->second;
     }
+    OfEngine const* FindEngine(UID const& engine) const {
+        auto const at = m_engines.find(engine);
+        return at == m_engines.end() ? nullptr : &at->second;
+    }
+    Item const& At(UID const& job, UID const& engine) const { return m_jobs.at(job).items.at(engine); }
 
     template <class Function>
-    void ForEngine(UID const& engine, Function function) {
-        auto const at = m_jobsOf.find(engine);
-        if (at == m_jobsOf.end())
-            return;
-        for (UID const& job : at->second)
-            function(m_items[job][engine]);
-    }
-
-    template <class Function>
-    void ForAll(Function function) {
-        for (auto& [job, engines] : m_items) {
-            for (auto& [engine, item] : engines)
+    void ForAll(Function function) const {
+        for (auto const& [id, job] : m_jobs) {
+            for (auto const& [engine, item] : job.items)
                 function(item);
         }
     }
 
-    void RemoveJob(UID const& job) {
-        ForJob(job, [&](Failures::FailureItem const& item) {
-            auto const at = m_jobsOf.find(item.engine);
-            at->second.erase(job);
-            if (at->second.empty())
-                m_jobsOf.erase(at);
-        });
-        m_items.erase(job);
+    void ResetJob(UID const& id) {
+        auto const at = m_jobs.find(id);
+        if (at == m_jobs.end())
+            return;
+        for (auto& [engine, item] : at->second.items)
+            Change(at->second, m_engines[engine], item, 0, item.total);
+    }
+    void ResetEngine(UID const& id) {
+        auto const at = m_engines.find(id);
+        if (at == m_engines.end())
+            return;
+        for (UID const& job : at->second.jobs)
+            Change(m_jobs[job], at->second, m_jobs[job].items[id], 0, m_jobs[job].items[id].total);
     }
 
-    void RemoveEngine(UID const& engine) {
-        auto const at = m_jobsOf.find(engine);
-        if (at == m_jobsOf.end())
+    // Of a Job that is gone: what does not count.
+    void RemoveReset(UID const& id) {
+        OfJob const* const job = FindJob(id);
+        if (!job)
             return;
-        for (UID const& job : at->second) {
-            auto const items = m_items.find(job);
-            items->second.erase(engine);
-            if (items->second.empty())
-                m_items.erase(items);
+        std::vector<UID> engines;
+        for (auto const& [engine, item] : job->items) {
+            if (item.count == 0)
+                engines.push_back(engine);
         }
-        m_jobsOf.erase(at);
+        for (UID const& engine : engines)
+            Remove(id, engine);
+    }
+    void RemoveEngine(UID const& id) {
+        OfEngine const* const engine = FindEngine(id);
+        if (!engine)
+            return;
+        for (UID const& job : std::set<UID>(engine->jobs))
+            Remove(job, id);
     }
 
     void Clear() {
-        m_items.clear();
-        m_jobsOf.clear();
+        m_jobs.clear();
+        m_engines.clear();
     }
 
 private:
-    static unsigned Sum(unsigned a, unsigned b) {
-        return b > std::numeric_limits<unsigned>::max() - a ? std::numeric_limits<unsigned>::max() : a + b;
+    static void Change(OfJob& job, OfEngine& engine, Item& item, unsigned count, unsigned total) {
+        job.current += count - static_cast<size_t>(item.count);
+        job.reset += (total - count) - static_cast<size_t>(item.total - item.count);
+        engine.failures += count - static_cast<size_t>(item.count);
+        if ((count != 0) != (item.count != 0)) {
+            size_t& jobsOfProduct = engine.products[item.product];
+            if (count != 0) {
+                ++engine.countingJobs;
+                ++jobsOfProduct;
+            } else {
+                --engine.countingJobs;
+                if (--jobsOfProduct == 0)
+                    engine.products.erase(item.product);
+            }
+        }
+        item.count = count;
+        item.total = total;
     }
 
-    std::map<UID, std::map<UID, Failures::FailureItem>> m_items;
-    std::map<UID, std::set<UID>> m_jobsOf;
+    void Remove(UID const& jobID, UID const& engineID) {
+        OfJob& job = m_jobs[jobID];
+        OfEngine& engine = m_engines[engineID];
+        Change(job, engine, job.items[engineID], 0, 0);
+        job.items.erase(engineID);
+        engine.jobs.erase(jobID);
+        if (job.items.empty())
+            m_jobs.erase(jobID);
+        if (engine.jobs.empty())
+            m_engines.erase(engineID);
+    }
+
+    std::map<UID, OfJob> m_jobs;
+    std::map<UID, OfEngine> m_engines;
 };
 
 CommonMutex s_mutex{LockRank::Failures};
@@ -109,17 +160,17 @@ void Failures::Add(UID const& job, UID const& product, UID const& engine, Time c
 
 void Failures::ResetJobFailures(UID const& job) {
     CommonMutex::Lock const lock(s_mutex);
-    TheLedger().ForJob(job, [](FailureItem& item) { item.count = 0; });
+    TheLedger().ResetJob(job);
 }
 
 void Failures::ResetEngineFailures(UID const& engine) {
     CommonMutex::Lock const lock(s_mutex);
-    TheLedger().ForEngine(engine, [](FailureItem& item) { item.count = 0; });
+    TheLedger().ResetEngine(engine);
 }
 
 void Failures::RemoveJob(UID const& job) {
     CommonMutex::Lock const lock(s_mutex);
-    TheLedger().RemoveJob(job);
+    TheLedger().RemoveReset(job);
 }
 
 void Failures::RemoveEngine(UID const& engine) {
@@ -135,75 +186,71 @@ size_t Failures::JobFailureCount(UID const& job) {
 }
 
 void Failures::JobFailureCounts(UID const& job, size_t& current, size_t& reset) {
-    current = 0;
-    reset = 0;
     CommonMutex::Lock const lock(s_mutex);
-    TheLedger().ForJob(job, [&](FailureItem const& item) {
-        current += item.count;
-        reset += item.total - item.count;
-    });
+    Ledger::OfJob const* const found = TheLedger().FindJob(job);
+    current = found ? found->current : 0;
+    reset = found ? found->reset : 0;
 }
 
 void Failures::EngineFailureCounts(UID const& engine, size_t& products, size_t& jobs, size_t& failures) {
-    std::set<UID> types;
-    jobs = 0;
-    failures = 0;
     CommonMutex::Lock const lock(s_mutex);
-    TheLedger().ForEngine(engine, [&](FailureItem const& item) {
-        if (item.count == 0)
-            return;
-        types.insert(item.product);
-        ++jobs;
-        failures += item.count;
-    });
-    products = types.size();
+    Ledger::OfEngine const* const found = TheLedger().FindEngine(engine);
+    products = found ? found->products.size() : 0;
+    jobs = found ? found->countingJobs : 0;
+    failures = found ? found->failures : 0;
 }
 
+namespace {
+
+// The items of an Engine that count, in the order of the Jobs' ids.
+template <class Function>
+void ForCounting(UID const& engine, Function function) CK_REQUIRES(s_mutex) {
+    Ledger::OfEngine const* const found = TheLedger().FindEngine(engine);
+    if (!found)
+        return;
+    for (UID const& job : found->jobs) {
+        if (Failures::FailureItem const& item = TheLedger().At(job, engine); item.count > 0)
+            function(item);
+    }
+}
+
+} // namespace
+
 size_t Failures::CountOn(UID const& job, UID const& engine) {
-    size_t count = 0;
     CommonMutex::Lock const lock(s_mutex);
-    TheLedger().ForJob(job, [&](FailureItem const& item) {
-        if (item.engine == engine)
-            count = item.count;
-    });
-    return count;
+    Ledger::OfJob const* const found = TheLedger().FindJob(job);
+    return found && found->items.contains(engine) ? found->items.at(engine).count : 0;
 }
 
 size_t Failures::ProductCountOn(UID const& product, UID const& engine) {
     size_t count = 0;
     CommonMutex::Lock const lock(s_mutex);
-    TheLedger().ForEngine(engine, [&](FailureItem const& item) {
-        if (item.product == product)
-            count += item.count;
-    });
+    ForCounting(engine, [&](FailureItem const& item) { count += item.product == product ? item.count : 0; });
     return count;
 }
 
 void Failures::EnginesFailedOnJob(UID const& job, std::vector<UID>& engines) {
     engines.clear();
     CommonMutex::Lock const lock(s_mutex);
-    TheLedger().ForJob(job, [&](FailureItem const& item) {
+    Ledger::OfJob const* const found = TheLedger().FindJob(job);
+    if (!found)
+        return;
+    for (auto const& [engine, item] : found->items) {
         if (item.count > 0)
-            engines.push_back(item.engine);
-    });
+            engines.push_back(engine);
+    }
 }
 
 void Failures::JobsFailedOnEngine(UID const& engine, std::vector<UID>& jobs) {
     jobs.clear();
     CommonMutex::Lock const lock(s_mutex);
-    TheLedger().ForEngine(engine, [&](FailureItem const& item) {
-        if (item.count > 0)
-            jobs.push_back(item.job);
-    });
+    ForCounting(engine, [&](FailureItem const& item) { jobs.push_back(item.job); });
 }
 
 void Failures::AllEngineFailures(UID const& engine, std::map<UID, std::vector<FailureItem>>& products) {
     products.clear();
     CommonMutex::Lock const lock(s_mutex);
-    TheLedger().ForEngine(engine, [&](FailureItem const& item) {
-        if (item.count > 0)
-            products[item.product].push_back(item);
-    });
+    ForCounting(engine, [&](FailureItem const& item) { products[item.product].push_back(item); });
 }
 
 std::vector<Failures::FailureItem> Failures::All() {

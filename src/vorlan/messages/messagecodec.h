@@ -7,6 +7,7 @@
 #include <vorlan/jobhistory.h>
 #include <vorlan/message.h>
 #include <vorlan/messagefactory.h>
+#include <vorlan/messagetable.h>
 #include <vorlan/wire.h>
 
 #include "logtext.h"
@@ -44,6 +45,10 @@ concept ListLike = !MapLike<T> && !std::same_as<T, String> && requires(T list) {
 
 // Lists grow with what has really come, from this many items on.
 inline constexpr size_t k_FirstItems = 256;
+
+// Put together while compiling, not for each message.
+template <Record T>
+inline constexpr auto k_FieldsOf = T::Fields();
 
 template <Record T>
 void WriteRecord(MessageWriter& writer, T const& record);
@@ -174,7 +179,7 @@ void WriteRecord(MessageWriter& writer, T const& record) {
             writer.Map(sizeof...(field));
             ((writer.Text(field.name), WriteValue(writer, record.*(field.member))), ...);
         },
-        T::Fields());
+        k_FieldsOf<T>);
 }
 
 // Reads the value if the field has this name. Nil counts as a field that is not
@@ -205,7 +210,7 @@ template <Record T>
 void ReadRecord(MessageReader& reader, T& record) {
     auto const readNamed = [&]([[maybe_unused]] std::string_view name) {
         return std::apply([&](auto const&... field) { return (ReadIfNamed(reader, record, field, name) || ...); },
-                          T::Fields());
+                          k_FieldsOf<T>);
     };
     size_t const count = reader.EnterMap();
     for (size_t i = 0; i < count; ++i) {
@@ -213,7 +218,7 @@ void ReadRecord(MessageReader& reader, T& record) {
             reader.Skip();
     }
     reader.Leave();
-    std::apply([&](auto const&... field) { (CheckThere(reader, record, field), ...); }, T::Fields());
+    std::apply([&](auto const&... field) { (CheckThere(reader, record, field), ...); }, k_FieldsOf<T>);
 }
 
 template <Record T>
@@ -276,7 +281,7 @@ void LogFields(LogText& text, T const& record) {
         [&](auto const&... field) {
             ((text.IsFull() ? void() : (text.Field(field.name), LogValue(text, record.*(field.member)))), ...);
         },
-        T::Fields());
+        k_FieldsOf<T>);
 }
 
 template <Record T>
@@ -296,11 +301,12 @@ MessageDescription DescribeRecord(std::vector<MessageDescription>& records) {
     description.name = T::k_Name;
     std::apply(
         [&](auto const&... field) {
-            (description.fields.push_back(
-                 {field.name, DescribeType<typename std::decay_t<decltype(field)>::ValueType>(records), field.help}),
+            (description.fields.push_back({field.name,
+                                           DescribeType<typename std::decay_t<decltype(field)>::ValueType>(records),
+                                           field.help, field.since}),
              ...);
         },
-        T::Fields());
+        k_FieldsOf<T>);
     return description;
 }
 
@@ -344,28 +350,28 @@ String DescribeType(std::vector<MessageDescription>& records) {
     }
 }
 
-template <class T, class Base>
-void MessageOf<T, Base>::Encode(MessageWriter& writer) const {
+template <class T>
+void MessageOf<T>::Encode(MessageWriter& writer) const {
     WriteRecord(writer, static_cast<T const&>(*this));
 }
 
-template <class T, class Base>
-void MessageOf<T, Base>::Decode(MessageReader& reader) {
+template <class T>
+void MessageOf<T>::Decode(MessageReader& reader) {
     ReadRecord(reader, static_cast<T&>(*this));
 }
 
-template <class T, class Base>
-void MessageOf<T, Base>::Emit(boost::shared_ptr<Message> const& self) const {
+template <class T>
+void MessageOf<T>::Emit(boost::shared_ptr<Message> const& self) const {
     s_Signal.Emit(boost::static_pointer_cast<T>(self));
 }
 
-template <class T, class Base>
-bool MessageOf<T, Base>::HasListeners() const {
+template <class T>
+bool MessageOf<T>::HasListeners() const {
     return !s_Signal.Empty();
 }
 
-template <class T, class Base>
-String MessageOf<T, Base>::Text() const {
+template <class T>
+String MessageOf<T>::Text() const {
     LogText text(T::k_Name);
     LogFields(text, static_cast<T const&>(*this));
     return text.Take();
@@ -376,16 +382,34 @@ struct MessageKind {
     UID type;
     char const* name;
     char const* about;
+    unsigned ways;
+    unsigned since;
     MessageFactory::Maker make;
     MessageDescription (*describe)(std::vector<MessageDescription>& records);
 };
 using MessageKinds = std::vector<MessageKind>;
 
-template <class... T>
-void AddKinds(MessageKinds& kinds) {
-    (kinds.push_back({T::s_Type, T::k_Name, T::k_About,
-                      []() -> boost::shared_ptr<Message> { return boost::make_shared<T>(); }, &DescribeRecord<T>}),
-     ...);
+template <class T>
+void AddKind(MessageKinds& kinds) {
+    kinds.push_back({T::s_Type, T::k_Name, T::k_About, T::k_Ways, T::k_Since,
+                     []() -> boost::shared_ptr<Message> { return boost::make_shared<T>(); }, &DescribeRecord<T>});
+}
+
+// A header has no more lines than that; a test sees to it.
+inline constexpr int k_MostTableLines = 600;
+
+template <class Table, int Line>
+void AddKindAt(MessageKinds& kinds) {
+    if constexpr (requires(Table * table) { MessageAt(table, TableLine<Line>()); })
+        AddKind<std::remove_pointer_t<decltype(MessageAt(static_cast<Table*>(nullptr), TableLine<Line>()))>>(kinds);
+}
+
+// Registers the kinds of a table, in its order. This is also where their virtuals are
+// built: a kind that is in no table does not link.
+template <class Table>
+void AddTable(MessageKinds& kinds) {
+    [&]<int... Lines>(std::integer_sequence<int, Lines...>) { (AddKindAt<Table, Lines>(kinds), ...); }
+    (std::make_integer_sequence<int, k_MostTableLines>());
 }
 
 // One per file of messages, called by the factory.

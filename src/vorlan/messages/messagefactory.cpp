@@ -11,9 +11,6 @@ namespace vorlan {
 
 namespace {
 
-// An encoding buffer that grew beyond this is given back.
-constexpr size_t k_KeptBuffer = 1u << 20;
-
 struct Registry {
     MessageKinds kinds;
     std::unordered_map<UID, size_t> byType;
@@ -40,18 +37,11 @@ Registry const& Kinds() {
     return s_registry;
 }
 
-// Encodes into the buffer of this thread.
 template <class Write>
 String Encoded(Write write) {
-    static thread_local std::unique_ptr<MessageWriter> t_writer;
-    // Taken out, so that an encoding inside an encoding has its own.
-    std::unique_ptr<MessageWriter> writer = t_writer ? std::move(t_writer) : std::make_unique<MessageWriter>();
-    writer->Clear();
+    ScratchWriter const writer;
     write(*writer);
-    String bytes(writer->Bytes());
-    if (writer->Capacity() <= k_KeptBuffer)
-        t_writer = std::move(writer);
-    return bytes;
+    return String(writer->Bytes());
 }
 
 void CheckEnd(MessageReader const& reader) {
@@ -91,6 +81,8 @@ std::vector<MessageDescription> MessageFactory::Describe() {
         all.push_back(kind.describe(records));
         all.back().type = kind.type;
         all.back().about = kind.about;
+        all.back().ways = kind.ways;
+        all.back().since = kind.since;
     }
     all.insert(all.end(), records.begin(), records.end());
     return all;

@@ -4,14 +4,6 @@
 
 namespace vorlan {
 
-template class MessageOf<GetOutputMsg>;
-template class MessageOf<OutputDataMsg>;
-template class MessageOf<CloseOutputMsg>;
-template class MessageOf<GetHardwareMsg>;
-template class MessageOf<HardwareMsg>;
-
-void AddOutputMessages(MessageKinds& kinds) {
-    AddKinds<GetOutputMsg, OutputDataMsg, CloseOutputMsg, GetHardwareMsg, HardwareMsg>(kinds);
-}
+void AddOutputMessages(MessageKinds& kinds) { AddTable<OutputMessages>(kinds); }
 
 } // namespace vorlan

@@ -6,43 +6,16 @@
 
 namespace vorlan {
 
-template class MessageOf<NotifyOnEventMsg, FollowJobMsg>;
-template class MessageOf<GetEngineInfoMsg, FollowJobMsg>;
-template class MessageOf<GetJobInfoMsg, FollowJobMsg>;
-template class MessageOf<GetMasterOptionsMsg>;
-template class MessageOf<GetMasterLimitsMsg>;
-template class MessageOf<GetMasterRestrictionsMsg>;
-template class MessageOf<GetDefaultEngineMsg>;
-template class MessageOf<GetFailureArchiveMsg>;
-template class MessageOf<GetPoolsMsg>;
-template class MessageOf<GetZjobsMsg>;
-template class MessageOf<StopWorkMsg>;
-template class MessageOf<ReportJobStatusMsg>;
-template class MessageOf<WatchJobDispatchMsg>;
-template class MessageOf<WatchEngineDispatchMsg>;
-template class MessageOf<ReviveJobMsg>;
-template class MessageOf<DeleteZjobMsg>;
-template class MessageOf<MachineMsg>;
-template class MessageOf<StopVorlanOnNodeMsg>;
-template class MessageOf<ShutdownMsg>;
-template class MessageOf<MasterResignMsg>;
-template class MessageOf<LogDumpMsg>;
-template class MessageOf<ExecuteCommandMsg>;
-
 boost::shared_ptr<StopWorkMsg> StopWorkMsg::Create(UID const& work, int status, String const& reason) {
-    auto message = New();
-    message->work = work;
-    message->status = status;
-    message->reason = reason;
-    message->action = static_cast<int>(IsFinishedStatus(status) ? StopAction::Cancel : StopAction::Requeue);
-    return message;
+    auto const action = IsFinishedStatus(status) ? StopAction::Cancel : StopAction::Requeue;
+    return MessageOf::Create(work, status, reason, static_cast<int>(action));
 }
 
-void AddRequestMessages(MessageKinds& kinds) {
-    AddKinds<NotifyOnEventMsg, GetEngineInfoMsg, GetJobInfoMsg, GetMasterOptionsMsg, GetMasterLimitsMsg,
-             GetMasterRestrictionsMsg, GetDefaultEngineMsg, GetFailureArchiveMsg, GetPoolsMsg, GetZjobsMsg, StopWorkMsg,
-             ReportJobStatusMsg, WatchJobDispatchMsg, WatchEngineDispatchMsg, ReviveJobMsg, DeleteZjobMsg, MachineMsg,
-             StopVorlanOnNodeMsg, ShutdownMsg, MasterResignMsg, LogDumpMsg, ExecuteCommandMsg>(kinds);
+StopAction StopWorkMsg::Action() const {
+    auto const known = static_cast<StopAction>(action);
+    return known == StopAction::Cancel || known == StopAction::SubmitAsNew ? known : StopAction::Requeue;
 }
+
+void AddRequestMessages(MessageKinds& kinds) { AddTable<RequestMessages>(kinds); }
 
 } // namespace vorlan

@@ -18,7 +18,18 @@ char* PutBig(char* at, uint64_t value, size_t bytes) {
     return at;
 }
 
+thread_local std::unique_ptr<MessageWriter> t_writer;
+
 } // namespace
+
+ScratchWriter::ScratchWriter() : m_writer(t_writer ? std::move(t_writer) : std::make_unique<MessageWriter>()) {
+    m_writer->Clear();
+}
+
+ScratchWriter::~ScratchWriter() {
+    if (m_writer->Capacity() <= k_KeptBytes)
+        t_writer = std::move(m_writer);
+}
 
 void MessageWriter::Grow(size_t bytes) {
     size_t const used = Size();

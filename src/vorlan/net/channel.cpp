@@ -20,24 +20,6 @@ constexpr int k_ClosingMs = 500;
 
 constexpr char k_ExporterLabel[] = "EXPORTER-Channel-Binding";
 
-// Encoding memory that is worth keeping per thread.
-constexpr size_t k_KeepWriter = 1u << 20;
-
-template <class Function>
-void WithEncoded(Message const& message, Function&& use) {
-    thread_local std::unique_ptr<MessageWriter> t_writer;
-    // A message inside a message's encoding does not exist, but a sink of the log
-    // may send: it finds none and takes its own.
-    std::unique_ptr<MessageWriter> writer = std::move(t_writer);
-    if (!writer)
-        writer = std::make_unique<MessageWriter>();
-    writer->Clear();
-    message.Encode(*writer);
-    use(writer->Bytes());
-    if (writer->Capacity() <= k_KeepWriter)
-        t_writer = std::move(writer);
-}
-
 boost::shared_ptr<EncodedMessage const> EncodeBody(UID const& type, std::string_view body) {
     static Limits const s_limits;
     std::string bytes;
@@ -56,9 +38,9 @@ void SetOption(int fd, int level, int name, int value) { ::setsockopt(fd, level,
 } // namespace
 
 boost::shared_ptr<EncodedMessage const> EncodedMessage::Encode(Message const& message) {
-    boost::shared_ptr<EncodedMessage const> result;
-    WithEncoded(message, [&](std::string_view body) { result = EncodeBody(message.Type(), body); });
-    return result;
+    ScratchWriter const writer;
+    message.Encode(*writer);
+    return EncodeBody(message.Type(), writer->Bytes());
 }
 
 void SetUpTls(asio::ssl::context& tls) {
@@ -223,11 +205,12 @@ void Channel::Send(boost::shared_ptr<Message const> const& message, Traffic traf
     if (!message || !IsOpen())
         return;
     try {
-        WithEncoded(*message, [&](std::string_view body) {
-            if (body.size() > m_options.limits.frame / 4)
-                return SendEncoded(EncodeBody(message->Type(), body), traffic);
-            Queue(traffic, message->Type(), body);
-        });
+        ScratchWriter const writer;
+        message->Encode(*writer);
+        std::string_view const body = writer->Bytes();
+        if (body.size() > m_options.limits.frame / 4)
+            return SendEncoded(EncodeBody(message->Type(), body), traffic);
+        Queue(traffic, message->Type(), body);
     } catch (Exception const& exception) {
         LogError(String("A ") + message->TypeName() + " could not be sent to " + m_options.address.ToString() + ": " +
                  exception.what());

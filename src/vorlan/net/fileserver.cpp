@@ -28,10 +28,7 @@ public:
                                         [this](boost::shared_ptr<OutputDataMsg> const& message) { OnData(message); });
         MessengerDisconnectedEvt::Signal().Connect(static_cast<HasSlots*>(this),
                                                    [this](MessengerDisconnectedEvt&) { OnDisconnected(); });
-        m_ask = boost::make_shared<GetOutputMsg>();
-        m_ask->request = request;
-        m_ask->work = work;
-        m_ask->engine = engine;
+        m_ask = GetOutputMsg::Create(request, work, engine);
         m_ask->follow = follow;
     }
     ~FileRequest() override {
@@ -63,15 +60,19 @@ private:
             return;
         {
             CommonMutex::Lock const lock(m_guard);
-            m_pieces.push_back(message);
+            if (m_isOver)
+                return;
+            m_isOver = m_queuedBytes + message->data.size() > FileServer::k_MaxQueuedBytes;
+            m_pieces.push_back(m_isOver ? Failed("it comes faster than this machine can write it") : message);
+            m_queuedBytes += m_pieces.back()->data.size();
         }
         m_some.notify_one();
     }
-    void OnDisconnected() {
-        auto const end = boost::make_shared<OutputDataMsg>();
-        end->request = m_request;
-        end->error = "the connection to the Master was lost";
-        OnData(end);
+    void OnDisconnected() { OnData(Failed("the connection to the Master was lost")); }
+    boost::shared_ptr<OutputDataMsg> Failed(char const* reason) const {
+        auto const end = OutputDataMsg::Create(m_request);
+        end->error = reason;
+        return end;
     }
     boost::shared_ptr<OutputDataMsg> NextPiece();
     void Write(OutputDataMsg const& piece);
@@ -88,6 +89,8 @@ private:
     CommonMutex m_guard;
     CommonCondition m_some;
     std::deque<boost::shared_ptr<OutputDataMsg>> m_pieces CK_GUARDED_BY(m_guard);
+    size_t m_queuedBytes CK_GUARDED_BY(m_guard) = 0;
+    bool m_isOver CK_GUARDED_BY(m_guard) = false; // too much was queued; nothing more is taken
 
     // The own thread only.
     UniqueFd m_file;
@@ -107,6 +110,7 @@ boost::shared_ptr<OutputDataMsg> FileRequest::NextPiece() {
         return {};
     boost::shared_ptr<OutputDataMsg> const piece = m_pieces.front();
     m_pieces.pop_front();
+    m_queuedBytes -= piece->data.size();
     return piece;
 }
 

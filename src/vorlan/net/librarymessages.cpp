@@ -2,6 +2,7 @@
 
 #include <corekit/exception.h>
 #include <vorlan/commonengine.h>
+#include <vorlan/events.h>
 #include <vorlan/failures.h>
 #include <vorlan/jobfactory.h>
 #include <vorlan/messages.h>
@@ -12,6 +13,7 @@ namespace vorlan {
 void LibraryMessages::BeginLoad() {
     m_loading = true;
     m_loaded.clear();
+    m_loadedOptions.clear();
 }
 
 void LibraryMessages::EndLoad() {
@@ -22,6 +24,8 @@ void LibraryMessages::EndLoad() {
             JobFactory::s_JobFactory->RemoveProduct(type);
     }
     m_loaded.clear();
+    CommonMutex::Lock const lock(m_guard);
+    std::erase_if(m_engineOptions, [this](auto const& entry) { return !m_loadedOptions.contains(entry.first); });
 }
 
 bool LibraryMessages::Take(Message const& message) {
@@ -39,11 +43,16 @@ bool LibraryMessages::Take(Message const& message) {
         m_loaded.erase(product);
     } else if (type == DefaultEngineMsg::s_Type) {
         CommonEngine::SetDefaultEngine(static_cast<DefaultEngineMsg const&>(message).engine);
+    } else if (type == DefaultEngineOptionsMsg::s_Type) {
+        auto const& told = static_cast<DefaultEngineOptionsMsg const&>(message);
+        {
+            CommonMutex::Lock const lock(m_guard);
+            m_engineOptions[told.product] = told.options;
+        }
+        m_loadedOptions.insert(told.product);
+        EngineDefaultChangedEvt().Trigger();
     } else if (type == FailureArchiveMsg::s_Type) {
-        std::vector<Failures::FailureItem> items;
-        for (FailureItem const& item : static_cast<FailureArchiveMsg const&>(message).items)
-            items.push_back({item.job, item.engine, item.product, item.count, item.time, item.count});
-        Failures::ReplaceAll(items);
+        Failures::ReplaceAll(static_cast<FailureArchiveMsg const&>(message).items);
     } else if (type == PathTranslationsMsg::s_Type) {
         CommonMutex::Lock const lock(m_guard);
         m_translations = static_cast<PathTranslationsMsg const&>(message).translations;
@@ -51,6 +60,12 @@ bool LibraryMessages::Take(Message const& message) {
         return false;
     }
     return true;
+}
+
+OptionMap LibraryMessages::DefaultEngineOptions(UID const& product) const {
+    CommonMutex::Lock const lock(m_guard);
+    auto const found = m_engineOptions.find(product);
+    return found == m_engineOptions.end() ? OptionMap() : found->second;
 }
 
 std::vector<std::map<String, String>> LibraryMessages::PathTranslations() const {

@@ -16,13 +16,8 @@ using namespace corekit;
 
 namespace {
 
-struct Configured {
-    String hosts;
-    unsigned short port = 0; // 0: none
-};
-
-Configured ReadConnectionFile() {
-    Configured configured;
+MasterHosts ReadConnectionFile() {
+    MasterHosts configured;
     Path const path = File::GetConnectionFile();
     try {
         IniFile file;
@@ -73,9 +68,9 @@ unsigned short MasterFinder::ListenPort() {
     return OneHome() ? 0 : o_MasterPortDefault;
 }
 
-std::vector<IPPeer> MasterFinder::ConfiguredHosts() {
+std::vector<IPPeer> MasterFinder::ConfiguredHosts(MasterHosts const& own) {
     std::vector<IPPeer> peers;
-    Configured const configured = ReadConnectionFile();
+    MasterHosts const configured = own.hosts.Trim().Empty() ? ReadConnectionFile() : own;
     StringTokenizer words(configured.hosts, " \t,;");
     String word;
     while (words.Next(word)) {
@@ -96,8 +91,8 @@ std::vector<IPPeer> MasterFinder::ConfiguredHosts() {
     return peers;
 }
 
-std::vector<IPPeer> MasterFinder::Find(FarmKey const& key, Cancelled const& cancelled) {
-    std::vector<IPPeer> peers = ConfiguredHosts();
+std::vector<IPPeer> MasterFinder::Find(FarmKey const& key, Cancelled const& cancelled, MasterHosts const& own) {
+    std::vector<IPPeer> peers = ConfiguredHosts(own);
     if (peers.empty() && !OneHome())
         peers = Discovery::Find(key, cancelled);
     if (peers.empty())

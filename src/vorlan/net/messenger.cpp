@@ -314,11 +314,15 @@ Time Messenger::ConnectedTime() { return TheState().GetMaster().connectedTime; }
 
 String Messenger::LastFailure() { return TheState().GetMaster().failure; }
 
+OptionMap Messenger::DefaultEngineOptions(UID const& product) {
+    return TheState().Library().DefaultEngineOptions(product);
+}
+
 std::vector<std::map<String, String>> Messenger::PathTranslations() { return TheState().Library().PathTranslations(); }
 
 // One value of the last MasterInfoMsg.
 template <class Value>
-static Value OfMaster(Value MasterInfoMsg::*member) {
+static Value OfMaster(Value FieldsOf<MasterInfoMsg>::*member) {
     boost::shared_ptr<MasterInfoMsg> const info = Messenger::MasterInfo();
     return info ? (*info).*member : Value();
 }

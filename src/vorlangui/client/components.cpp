@@ -3,7 +3,7 @@
 #include "componentcontrol.h"
 #include "farmclient.h"
 #include "options.h"
-#include "outside.h"
+#include "outside/outside.h"
 
 #include <corekit/callentry.h>
 #include <corekit/log.h>
@@ -72,15 +72,14 @@ void FarmClient::ForgetMasterDefaultStartup() {
     m_masterStartup.reset();
 }
 
-void FarmClient::OnMasterDefaultStartupMsg(boost::shared_ptr<MasterDefaultStartupMsg> const& message) {
-    CALL_ENTRY();
+void FarmClient::TakeDefaultStartup(MasterDefaultStartupMsg const& message) {
     LogSystem("----- Processing MasterDefaultStartupMsg: -----");
     OptionsFile::PauseAutoWrite const pause(VorlanApp::GetOptions());
     {
         CommonMutex::Lock const lock(m_startupMutex);
-        m_masterStartup = message;
+        m_masterStartup = boost::make_shared<MasterDefaultStartupMsg>(message);
     }
-    for (auto const& [component, value] : message->components) {
+    for (auto const& [component, value] : message.components) {
         if (!StartKey(component))
             continue;
         String const name = Components::GetName(component);

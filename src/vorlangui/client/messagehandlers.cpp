@@ -1,13 +1,13 @@
-// What the messages about Jobs, Engines, Pools and the Master do to the lists. All on
-// the message thread.
+// What the messages about Jobs, Engines, Pools and the Master do to the lists: a row a kind.
+// All on the message thread.
 #include "farmclient.h"
 #include "model/enginelist.h"
 #include "model/history.h"
 #include "model/joblist.h"
+#include "model/pooltable.h"
 #include "model/worklist.h"
-#include "outside.h"
+#include "outside/outside.h"
 
-#include <corekit/callentry.h>
 #include <corekit/log.h>
 #include <vorlan/failures.h>
 #include <vorlan/jobfactory.h>
@@ -19,142 +19,142 @@ namespace {
 
 void SLogMissingTypeID(String const& text, UID const& type) { LogWarning(text + ": {" + type.ToString() + "}"); }
 
-} // namespace
-
-void FarmClient::OnJobMsg(boost::shared_ptr<JobMsg> const& message) {
-    CALL_ENTRY();
-    JobList::Get().InsertJob(message->job);
-}
-
-void FarmClient::OnFinishedJobMsg(boost::shared_ptr<FinishedJobMsg> const& message) {
-    CALL_ENTRY();
-    if (!message->job)
-        return;
-    JobList::Get().InsertJob(message->job);
-    FinishedJobEvt(message->job).Trigger();
-}
-
-void FarmClient::OnDeleteJobMsg(boost::shared_ptr<DeleteJobMsg> const& message) {
-    CALL_ENTRY();
-    JobList::Get().RemoveJob(message->job);
-    WorkList::Get().RemoveJob(message->job);
-}
-
-void FarmClient::OnJobParameterMsg(boost::shared_ptr<JobParameterMsg> const& message) {
-    CALL_ENTRY();
-    if (JobList::Get().UpdateJob(message->job, message->name, message->value))
+void UpdateJobValue(JobParameterMsg const& message) {
+    if (JobList::Get().UpdateJob(message.job, message.name, message.value))
         return;
     // The value has overtaken its Job.
     auto request = GetJobInfoMsg::New();
-    request->AddID(message->job);
+    request->AddID(message.job);
     request->wantJob = true;
     request->wantHistory = true;
     SendToMaster(request);
 }
 
-void FarmClient::OnJobHistoryMsg(boost::shared_ptr<JobHistoryMsg> const& message) {
-    CALL_ENTRY();
-    boost::shared_ptr<JobInfo> const info = Jobs::FindJobInfo(message->job);
+void TakeJobHistory(JobHistoryMsg& message) {
+    boost::shared_ptr<JobInfo> const info = Jobs::FindJobInfo(message.job);
     if (!info)
         return;
-    LogStatus("Received full history for Job:  {" + message->job.ToString() + "}  " +
+    LogStatus("Received full history for Job:  {" + message.job.ToString() + "}  " +
               (info->job ? info->job->Name() : String()));
-    info->SwapHistory(message->history);
+    info->SwapHistory(message.history);
     // The old one is as long as the new one, and this thread has more to do.
-    DeleteHistory const doomed(message->history);
+    DeleteHistory const doomed(message.history);
 }
 
-void FarmClient::OnEngineMsg(boost::shared_ptr<EngineMsg> const& message) {
-    CALL_ENTRY();
-    EngineList::Get().InsertEngine(message->engine);
-}
-
-void FarmClient::OnRemoveEngineMsg(boost::shared_ptr<RemoveEngineMsg> const& message) {
-    CALL_ENTRY();
-    EngineList::Get().RemoveEngine(message->engine);
-    for (UID const& job : WorkList::Get().RemoveEngine(message->engine)) {
-        NoteWorkEnded(job);
-        JobList::Get().RefreshJob(job);
-    }
-}
-
-void FarmClient::OnEngineOptionsMsg(boost::shared_ptr<EngineOptionsMsg> const& message) {
-    CALL_ENTRY();
-    if (!JobFactory::s_JobFactory->GetProduct(message->product))
-        SLogMissingTypeID("Received options for unknown Product", message->product);
-    for (UID const& id : message->engines) {
+void TakeEngineOptions(EngineOptionsMsg const& message) {
+    if (!JobFactory::s_JobFactory->GetProduct(message.product))
+        SLogMissingTypeID("Received options for unknown Product", message.product);
+    for (UID const& id : message.engines) {
         boost::shared_ptr<EngineInfo> const engine = EngineList::Get().FindEngine(id);
         if (!engine) {
             LogWarning("  Cannot set options for unknown Engine: " + id.ToString());
             continue;
         }
         RWLock::Writer const writer(engine->lock);
-        engine->options[message->product] = message->options;
+        engine->options[message.product] = message.options;
     }
 }
 
-void FarmClient::OnResetEngineFailuresMsg(boost::shared_ptr<ResetEngineFailuresMsg> const& message) {
-    CALL_ENTRY();
+void ResetEngineFailures(UID const& engine) {
     std::vector<UID> jobs;
-    Failures::JobsFailedOnEngine(message->engine, jobs);
-    Failures::ResetEngineFailures(message->engine);
-    EngineList::Get().RefreshEngine(message->engine);
+    Failures::JobsFailedOnEngine(engine, jobs);
+    Failures::ResetEngineFailures(engine);
+    EngineList::Get().RefreshEngine(engine);
+    for (UID const& job : jobs) {
+        JobList::Get().RefreshJob(job);
+        // The last thing that was known of a Job that is gone.
+        if (!Jobs::FindJobInfo(job))
+            Failures::RemoveJob(job);
+    }
+}
+
+void ForgetEngine(UID const& engine) {
+    std::vector<UID> jobs;
+    Failures::JobsFailedOnEngine(engine, jobs);
+    Failures::RemoveEngine(engine);
+    EngineList::Get().RemoveEngine(engine);
+    for (UID const& job : WorkList::Get().RemoveEngine(engine)) {
+        JobList::Get().NoteWorkEnded(job);
+        jobs.push_back(job);
+    }
     for (UID const& job : jobs)
         JobList::Get().RefreshJob(job);
 }
 
-void FarmClient::OnResetJobFailuresMsg(boost::shared_ptr<ResetJobFailuresMsg> const& message) {
-    CALL_ENTRY();
+void ResetJobFailures(UID const& job) {
     std::vector<UID> engines;
-    Failures::EnginesFailedOnJob(message->job, engines);
-    Failures::ResetJobFailures(message->job);
-    JobList::Get().RefreshJob(message->job);
+    Failures::EnginesFailedOnJob(job, engines);
+    Failures::ResetJobFailures(job);
+    JobList::Get().RefreshJob(job);
     for (UID const& engine : engines)
         EngineList::Get().RefreshEngine(engine);
 }
 
-void FarmClient::OnPoolMsg(boost::shared_ptr<PoolMsg> const& message) {
-    CALL_ENTRY();
-    for (auto const& [pool, name] : message->pools)
-        ChangePoolEvt(pool, name).Trigger();
+} // namespace
+
+void FarmClient::HearJobs() {
+    On<JobMsg>([](auto& m) { JobList::Get().InsertJob(m.job); });
+    On<FinishedJobMsg>([](auto& m) {
+        if (!m.job)
+            return;
+        JobList::Get().InsertJob(m.job);
+        FinishedJobEvt(m.job).Trigger();
+    });
+    On<DeleteJobMsg>([](auto& m) {
+        JobList::Get().RemoveJob(m.job);
+        WorkList::Get().RemoveJob(m.job);
+        Failures::RemoveJob(m.job);
+    });
+    On<JobParameterMsg>(&UpdateJobValue);
+    On<JobHistoryMsg>(&TakeJobHistory);
+    On<ResetJobFailuresMsg>([](auto& m) { ResetJobFailures(m.job); });
+    // Each Job is taken as it comes; its brackets say nothing here.
+    On<StartJobInfoMsg>([](auto&) {});
+    On<EndJobInfoMsg>([](auto&) {});
 }
 
-void FarmClient::OnDeletePoolMsg(boost::shared_ptr<DeletePoolMsg> const& message) {
-    CALL_ENTRY();
-    std::map<UID, String> const pools = Pools();
-    auto const found = pools.find(message->pool);
-    bool const known = found != pools.end();
-    DeletePoolEvt(message->pool, known ? found->second : message->pool.ToString(), known).Trigger();
+void FarmClient::HearEngines() {
+    On<EngineMsg>([](auto& m) { EngineList::Get().InsertEngine(m.engine); });
+    On<RemoveEngineMsg>([](auto& m) { ForgetEngine(m.engine); });
+    On<EngineOptionsMsg>(&TakeEngineOptions);
+    On<ResetEngineFailuresMsg>([](auto& m) { ResetEngineFailures(m.engine); });
+    On<StartEngineInfoMsg>([](auto&) {});
+    On<EndEngineInfoMsg>([](auto&) {});
+    On<PoolMsg>([](auto& m) {
+        for (auto const& [pool, name] : m.pools)
+            ChangePoolEvt(pool, name).Trigger();
+    });
+    On<DeletePoolMsg>([](auto& m) {
+        std::map<UID, String> const pools = PoolTable::Get().All();
+        auto const found = pools.find(m.pool);
+        bool const known = found != pools.end();
+        DeletePoolEvt(m.pool, known ? found->second : m.pool.ToString(), known).Trigger();
+    });
 }
 
-void FarmClient::OnSetMasterOptionsMsg(boost::shared_ptr<SetMasterOptionsMsg> const& message) {
-    CALL_ENTRY();
-    UID product;
-    if (UID::FromString(message->section, product))
-        m_master.SetProductOptions(product, message->options);
-    else if (message->section == o_Distribution)
-        m_master.MergeOptions(message->options);
-}
-
-void FarmClient::OnSetMasterLimitsMsg(boost::shared_ptr<SetMasterLimitsMsg> const& message) {
-    CALL_ENTRY();
-    m_master.SetLimits(message->limits);
-}
-
-void FarmClient::OnSetMasterRestrictionsMsg(boost::shared_ptr<SetMasterRestrictionsMsg> const& message) {
-    CALL_ENTRY();
-    m_master.SetRestrictions(message->restrictions);
-    OnRestrictionsChanged();
-}
-
-void FarmClient::OnDispatchResultMsg(boost::shared_ptr<DispatchResultMsg> const& message) {
-    CALL_ENTRY();
-    ShowReport("Dispatch Report", message->report);
-}
-
-void FarmClient::OnMasterInfoMsg(boost::shared_ptr<MasterInfoMsg> const&) {
-    CALL_ENTRY();
-    ResetIdleTime();
+void FarmClient::HearMaster() {
+    On<SetMasterOptionsMsg>([this](auto& m) {
+        UID product;
+        if (UID::FromString(m.section, product))
+            m_master.SetProductOptions(product, m.options);
+        else if (m.section == o_Distribution) {
+            m_master.MergeOptions(m.options);
+            PoolTable::Get().SetUsesWholeSystem(m_master.Option(o_UseWholeSystem).Bool(o_UseWholeSystemDefault));
+        }
+    });
+    On<SetMasterLimitsMsg>([this](auto& m) { m_master.SetLimits(m.limits); });
+    On<SetMasterRestrictionsMsg>([this](auto& m) {
+        m_master.SetRestrictions(m.restrictions);
+        OnRestrictionsChanged();
+    });
+    On<DispatchResultMsg>([this](auto& m) { ShowReport("Dispatch Report", m.report); });
+    On<MasterInfoMsg>([this](auto&) { ResetIdleTime(); });
+    // The Master's lines stand among this program's own, so that one log tells it all.
+    On<MasterLogsMsg>([](auto& m) {
+        for (String const& line : m.lines)
+            LogInfo("Master: " + line);
+    });
+    On<MasterDefaultStartupMsg>([this](auto& m) { TakeDefaultStartup(m); });
 }
 
 } // namespace vorlan

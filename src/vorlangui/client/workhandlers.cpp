@@ -6,24 +6,21 @@
 #include "model/worklist.h"
 
 #include <boost/make_shared.hpp>
-#include <corekit/callentry.h>
 #include <corekit/log.h>
 #include <vorlan/failures.h>
 #include <vorlan/keys.h>
 
 namespace vorlan {
 
-void FarmClient::OnAssignedWorkMsg(boost::shared_ptr<AssignedWorkMsg> const& message) {
-    CALL_ENTRY();
-    TakeWork(message->work, message->engine, {"assigned to", true});
-}
+namespace {
 
-void FarmClient::OnStartWorkMsg(boost::shared_ptr<StartedWorkMsg> const& message) {
-    CALL_ENTRY();
-    TakeWork(message->work, message->engine, {"started on", false});
-}
+// Assigned and started work are taken in alike; the words are those of the log.
+struct TakenWork {
+    char const* verb;
+    bool namesParent; // an unknown Engine is reported under its Job's id
+};
 
-void FarmClient::TakeWork(boost::shared_ptr<Job> const& work, UID const& engineID, TakenWork const& kind) {
+void TakeWork(boost::shared_ptr<Job> const& work, UID const& engineID, TakenWork const& kind) {
     if (!work)
         return;
     auto info = boost::make_shared<WorkInfo>();
@@ -48,35 +45,7 @@ void FarmClient::TakeWork(boost::shared_ptr<Job> const& work, UID const& engineI
     JobList::Get().RefreshJob(work->parentID);
 }
 
-void FarmClient::OnFinishedWorkMsg(boost::shared_ptr<FinishedWorkMsg> const& message) {
-    CALL_ENTRY();
-    UID jobID;
-    UID engineID;
-    if (boost::shared_ptr<Job> const work = WorkList::Get().RemoveWork(message->work, jobID, engineID)) {
-        work->SetStatus(message->status);
-        if (work->IsFailed())
-            Failures::Add(*work, engineID);
-    }
-    NoteWorkEnded(jobID);
-    JobList::Get().RefreshJob(jobID);
-    EngineList::Get().RefreshEngine(engineID);
-}
-
-void FarmClient::NoteWorkEnded(UID const& job) {
-    if (WorkList::Get().GetJobCurrentCount(job) != 0)
-        return;
-    if (boost::shared_ptr<JobInfo> const info = Jobs::FindJobInfo(job))
-        JobList::Get().SetActive(*info, false);
-}
-
-void FarmClient::OnWorkParameterChangedMsg(boost::shared_ptr<WorkParameterChangedMsg> const& message) {
-    CALL_ENTRY();
-    WorkList::Get().UpdateWork(message->work, message->name, message->value);
-}
-
-void FarmClient::OnJobHistoryElementMsg(boost::shared_ptr<WorkHistoryElementMsg> const& message) {
-    CALL_ENTRY();
-    WorkHistoryElement const& element = message->element;
+void TakeHistoryElement(WorkHistoryElement const& element) {
     boost::shared_ptr<WorkInfo> const unit =
         WorkList::Get().SetStartTime(element.work, element.status == Started, element.time);
     boost::shared_ptr<JobInfo> const info = unit ? unit->job : Jobs::FindJobInfo(element.job);
@@ -103,6 +72,29 @@ void FarmClient::OnJobHistoryElementMsg(boost::shared_ptr<WorkHistoryElementMsg>
         info->elementWork.insert(element.work);
     }
     JobWatcher::UpdateJob(info->job->id);
+}
+
+void EndWork(FinishedWorkMsg const& message) {
+    UID jobID;
+    UID engineID;
+    if (boost::shared_ptr<Job> const work = WorkList::Get().RemoveWork(message.work, jobID, engineID)) {
+        work->SetStatus(message.status);
+        if (work->IsFailed())
+            Failures::Add(*work, engineID);
+    }
+    JobList::Get().NoteWorkEnded(jobID);
+    JobList::Get().RefreshJob(jobID);
+    EngineList::Get().RefreshEngine(engineID);
+}
+
+} // namespace
+
+void FarmClient::HearWork() {
+    On<AssignedWorkMsg>([](auto& m) { TakeWork(m.work, m.engine, {"assigned to", true}); });
+    On<StartedWorkMsg>([](auto& m) { TakeWork(m.work, m.engine, {"started on", false}); });
+    On<FinishedWorkMsg>(&EndWork);
+    On<WorkParameterChangedMsg>([](auto& m) { WorkList::Get().UpdateWork(m.work, m.name, m.value); });
+    On<WorkHistoryElementMsg>([](auto& m) { TakeHistoryElement(m.element); });
 }
 
 } // namespace vorlan

@@ -1,13 +1,13 @@
 // What MainWindow does with the tables of commands: menu bar, toolbar, and the rules of
 // what can be used now.
 #include "client/options.h"
-#include "client/outside.h"
 #include "command.h"
 #include "core/vorlangui.h"
 #include "model/enginelist.h"
 #include "model/joblist.h"
 #include "model/worklist.h"
 #include "output/reportframe.h"
+#include "outside/outside.h"
 #include "window/buttonsection.h"
 #include "window/mainwindow.h"
 #include "window/toolbar.h"

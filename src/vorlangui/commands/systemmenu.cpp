@@ -1,10 +1,10 @@
 // The System menu: the table of its commands, and the short ones among them.
 #include "client/componentcontrol.h"
 #include "client/options.h"
-#include "client/outside.h"
 #include "command.h"
 #include "core/enginemode.h"
 #include "core/vorlangui.h"
+#include "outside/outside.h"
 #include "system/systemcomponents.h"
 #include "system/systemids.h"
 #include "window/mainwindow.h"

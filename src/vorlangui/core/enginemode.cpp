@@ -1,7 +1,7 @@
 #include "enginemode.h"
 
 #include "client/options.h"
-#include "client/outside.h"
+#include "outside/outside.h"
 
 #include <corekit/callentry.h>
 #include <corekit/log.h>
@@ -87,13 +87,17 @@ bool _EngineModeTimeout::HasExpired(Time const& now) {
 }
 
 _EngineModeShutdownPipe::_EngineModeShutdownPipe() : NamedPipeServerThread(k_PipeName) {
+    // Else the log has said why.
+    if (!IsListening())
+        return;
     LogStatus(String("Listening for shutdown requests on: ") + k_PipeName);
     Start();
 }
 
 _EngineModeShutdownPipe::~_EngineModeShutdownPipe() {
     Stop();
-    LogStatus(String("No longer listening for shutdown requests on: ") + k_PipeName);
+    if (IsListening())
+        LogStatus(String("No longer listening for shutdown requests on: ") + k_PipeName);
 }
 
 void _EngineModeShutdownPipe::OnConnect() {

@@ -1,10 +1,10 @@
 #include "vorlangui.h"
 
 #include "client/componentcontrol.h"
-#include "client/outside.h"
 #include "core/enginemode.h"
 #include "model/enginelist.h"
 #include "model/joblist.h"
+#include "outside/outside.h"
 #include "window/mainwindow.h"
 #include "window/refusals.h"
 
@@ -73,7 +73,7 @@ size_t VorlanGui::GetAllEngines(EngineSet& engines) {
     return engines.size();
 }
 
-String VorlanGui::GetPoolName(UID const& pool) { return NameOfPool(pool); }
+String VorlanGui::GetPoolName(UID const& pool) { return PoolName(pool); }
 
 void VorlanGui::RequestHasFailed(UID const&, String const& reason) { TellRefusal(reason); }
 

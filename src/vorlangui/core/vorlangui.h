@@ -44,6 +44,7 @@ public:
     // For people; a Pool, else an Engine, else the id as text. Any thread.
     String GetPoolName(UID const& pool) override;
     String GetClientName() override { return "VorlanGui"; }
+    MasterHosts OwnHosts() override { return {k_OptionMaster.Get(), k_OptionMasterPort.Get()}; }
     // The user is told why.
     void RequestHasFailed(UID const& id, String const& reason) override;
 

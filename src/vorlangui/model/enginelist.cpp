@@ -1,13 +1,13 @@
 #include "enginelist.h"
 
-#include "client/farmclient.h"
-#include "client/options.h"
 #include "enginewatcher.h"
+#include "statusflags.h"
 
 #include <boost/make_shared.hpp>
 #include <corekit/callentry.h>
 #include <corekit/log.h>
 #include <vorlan/events.h>
+#include <vorlan/keys.h>
 #include <vorlan/messages.h>
 
 namespace vorlan {
@@ -36,7 +36,7 @@ private:
         boost::shared_ptr<EngineInfo> const info = m_list.FindEngine(message->engine);
         if (!info)
             return;
-        unsigned const most = k_OptionMaxEngineHistoryItems.Get();
+        unsigned const most = m_list.m_mostLogLines.load(std::memory_order_relaxed)();
         {
             RWLock::Writer const writer(info->lock);
             info->history.Push(message->element, most);
@@ -52,7 +52,9 @@ EngineList& EngineList::Get() {
     return s_list;
 }
 
-EngineList::EngineList() : m_logHandler(std::make_unique<_LogMessageHandler>(*this)) {
+EngineList::EngineList()
+    : m_mostLogLines([] { return o_MaxEngineHistoryItemsDefault; }),
+      m_logHandler(std::make_unique<_LogMessageHandler>(*this)) {
     VorlanClientAppCleanupEvt::Signal().Connect(this, &EngineList::OnCleanup);
     // What the Engines follow of the default settings shows in their rows.
     EngineDefaultChangedEvt::Signal().Connect(this, [this](EngineDefaultChangedEvt&) { m_lists.SetAllDirty(); });
@@ -119,7 +121,7 @@ void EngineList::RemoveEngine(UID const& id) {
 }
 
 void EngineList::RefreshEngine(UID const& id) {
-    FarmClient::Tell(StatusFlag::Engines);
+    StatusFlags::Mark(StatusFlag::Engines);
     m_lists.SetAllDirty();
     EngineWatcher::UpdateEngine(id);
 }
@@ -131,7 +133,7 @@ void EngineList::Clear() {
         RWLock::Writer const writer(m_lock);
         engines.swap(m_engines);
     }
-    FarmClient::Tell(StatusFlag::Engines);
+    StatusFlags::Mark(StatusFlag::Engines);
     m_lists.Operate([](ListView& view) { view.OnListCleared(); });
 }
 

@@ -35,6 +35,8 @@ public:
 
     // The log of an Engine has changed. Message thread.
     Signal1<UID const&>& LogChanged() { return m_logChanged; }
+    // Asked for each line that comes: how many an Engine's log keeps.
+    void SetMostLogLines(unsigned (*most)()) { m_mostLogLines.store(most, std::memory_order_relaxed); }
     _ListList<ListView>& Lists() { return m_lists; }
 
 private:
@@ -46,6 +48,7 @@ private:
     mutable RWLock m_lock{LockRank::EngineList};
     Map m_engines CK_GUARDED_BY(m_lock);
     Signal1<UID const&> m_logChanged;
+    std::atomic<unsigned (*)()> m_mostLogLines;
     _ListList<ListView> m_lists;
     std::unique_ptr<_LogMessageHandler> const m_logHandler;
 };

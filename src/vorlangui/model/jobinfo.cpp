@@ -1,9 +1,9 @@
 #include "jobinfo.h"
 
-#include "client/farmclient.h"
-#include "client/outside.h"
 #include "history.h"
 #include "jobwatcher.h"
+#include "outside/outside.h"
+#include "pooltable.h"
 #include "worklist.h"
 
 #include <corekit/callentry.h>

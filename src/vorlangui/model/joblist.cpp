@@ -1,8 +1,9 @@
 #include "joblist.h"
 
-#include "client/farmclient.h"
 #include "history.h"
 #include "jobwatcher.h"
+#include "statusflags.h"
+#include "worklist.h"
 
 #include <boost/make_shared.hpp>
 #include <corekit/callentry.h>
@@ -164,6 +165,13 @@ void JobList::SetActive(JobInfo& info, bool active) {
         --m_withWork;
 }
 
+void JobList::NoteWorkEnded(UID const& id) {
+    if (WorkList::Get().GetJobCurrentCount(id) != 0)
+        return;
+    if (boost::shared_ptr<JobInfo> const info = Jobs::FindJobInfo(id))
+        SetActive(*info, false);
+}
+
 void JobList::Visit(Visitor const& visitor) const {
     VisitMap(&JobList::m_active, 0, visitor);
     VisitMap(&JobList::m_finished, 1, visitor);
@@ -194,7 +202,7 @@ size_t JobList::Count() const {
 }
 
 void JobList::TellChange(UID const& id) {
-    FarmClient::Tell(StatusFlag::Jobs);
+    StatusFlags::Mark(StatusFlag::Jobs);
     m_lists.SetAllDirty();
     JobWatcher::UpdateJob(id);
 }
@@ -239,7 +247,7 @@ void JobList::Empty(FreeOn where) {
         m_withWork = 0;
         CountMove();
     }
-    FarmClient::Tell(StatusFlag::Jobs);
+    StatusFlags::Mark(StatusFlag::Jobs);
     m_lists.Operate([](ListView& view) { view.OnListCleared(); });
     auto const free = [former] {
         for (Map& map : *former) {

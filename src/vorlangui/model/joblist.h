@@ -47,6 +47,8 @@ public:
     void RefreshJob(UID const& id);
     // The client knows of work of the Job, or of none any more. Message thread.
     void SetActive(JobInfo& info, bool active);
+    // A unit of the Job is gone: it may have been the last one. Message thread.
+    void NoteWorkEnded(UID const& id);
     // A long list is freed on a thread of the pool.
     void Clear() { Empty(FreeOn::Pool); }
     size_t Count() const;

@@ -1,6 +1,7 @@
 #include "worklist.h"
 
-#include "client/farmclient.h"
+#include "pooltable.h"
+#include "statusflags.h"
 
 #include <boost/multi_index/mem_fun.hpp>
 #include <boost/multi_index/ordered_index.hpp>
@@ -81,7 +82,7 @@ WorkList::WorkList() : m_index(std::make_unique<Index>()) {
 WorkList::~WorkList() { DisconnectAll(); }
 
 void WorkList::Changed() {
-    FarmClient::Tell(StatusFlag::Work);
+    StatusFlags::Mark(StatusFlag::Work);
     m_lists.SetAllDirty();
 }
 
@@ -114,7 +115,7 @@ boost::shared_ptr<Job> WorkList::RemoveWork(UID const& work, UID& job, UID& engi
         info = *found;
         index.erase(found);
     }
-    FarmClient::Tell(StatusFlag::Work);
+    StatusFlags::Mark(StatusFlag::Work);
     job = info->work->parentID;
     String const unit = "{" + work.ToString() + "} " + info->work->Name();
     if (info->engine) {
@@ -170,7 +171,7 @@ void WorkList::Clear() {
         m_index.swap(empty);
     }
     empty.reset();
-    FarmClient::Tell(StatusFlag::Work);
+    StatusFlags::Mark(StatusFlag::Work);
     m_lists.Operate([](ListView& view) { view.OnListCleared(); });
 }
 

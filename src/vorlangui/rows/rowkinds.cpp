@@ -2,8 +2,8 @@
 
 #include "model/enginelist.h"
 #include "model/joblist.h"
+#include "model/pooltable.h"
 
-#include <vorlan/events.h>
 #include <vorlan/messages.h>
 
 namespace vorlan {
@@ -15,8 +15,7 @@ namespace {
 class NameChanges : public HasSlots<> {
 public:
     NameChanges() {
-        ChangePoolEvt::Signal().Connect(this, [this](ChangePoolEvt&) { Count(); });
-        DeletePoolEvt::Signal().Connect(this, [this](DeletePoolEvt&) { Count(); });
+        PoolTable::Get().NamesChanged().Connect(this, [this] { Count(); });
         ProductMsg::s_Signal.Connect(this, [this](boost::shared_ptr<ProductMsg> const&) { Count(); });
         RemoveProductMsg::s_Signal.Connect(this, [this](boost::shared_ptr<RemoveProductMsg> const&) { Count(); });
     }

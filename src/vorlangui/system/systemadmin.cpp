@@ -1,6 +1,6 @@
 // Administrator mode, and the commands that only administrators have.
-#include "client/outside.h"
 #include "output/logframe.h"
+#include "outside/outside.h"
 #include "systemids.h"
 #include "window/background.h"
 #include "window/mainwindow.h"

@@ -1,8 +1,8 @@
 // Starting and stopping the programs beside the client, and their lock files.
 #include "systemcomponents.h"
 
-#include "client/outside.h"
 #include "core/enginemode.h"
+#include "outside/outside.h"
 #include "systemids.h"
 #include "window/background.h"
 #include "window/mainwindow.h"

@@ -3,8 +3,8 @@
 
 #include "client/componentcontrol.h"
 #include "client/options.h"
-#include "client/outside.h"
 #include "installservicedlg.h"
+#include "outside/outside.h"
 #include "systemids.h"
 #include "window/background.h"
 #include "window/mainwindow.h"

@@ -2,6 +2,7 @@
 
 #include "client/farmclient.h"
 #include "model/joblist.h"
+#include "model/pooltable.h"
 
 #include <algorithm>
 #include <corekit/sformat.h>

@@ -1,8 +1,8 @@
 // What MainWindow does with Job files: reads them off the GUI thread, and submits their
 // Jobs.
 #include "background.h"
-#include "client/outside.h"
 #include "mainwindow.h"
+#include "outside/outside.h"
 
 #include <boost/make_shared.hpp>
 #include <corekit/callentry.h>
