@@ -42,9 +42,8 @@ public:
 
 private:
     void OnJob(boost::shared_ptr<JobInfo> const& info, bool& include) {
-        static uint32_t const s_name = NameTable::Number(p_Name);
         auto const values = info->job->Snapshot();
-        std::string_view const name = values->Find(s_name);
+        std::string_view const name = values->Find(Known(p_Name).number);
         include = include && Contains(name, "lighting") && !Contains(name, "v42");
     }
 

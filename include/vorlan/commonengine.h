@@ -105,7 +105,8 @@ public:
 protected:
     // The value that counts: its own, the default Engine's, or the built-in one.
     String Effective(String const& name) const;
-    int64_t EffectiveNumber(char const* name) const;
+    // Within its range.
+    int64_t EffectiveNumber(KnownValue value) const;
     void SetCommon(char const* name, String const& value);
 };
 

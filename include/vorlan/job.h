@@ -16,9 +16,10 @@ namespace vorlan {
 //
 // Shared by boost::shared_ptr between lists, messages and windows. A work unit is a
 // Job whose parentID is its Job's id. Any thread, as VorlanObject says; both public
-// ids are constant once the Job is shared. The typed readers look at the Job's own
-// values alone and give a plain default for a missing or bad one; only
-// GetParameterString and FormatStringWithParameters ask the Product.
+// ids are constant once the Job is shared. What the Master and the Engines give (status,
+// type, creator and times) is read as it stands. Every other reader follows one rule: the
+// Job's own value, else the default of its Product, else that of the table in values.h.
+// `product`: the Job's Product where the caller holds it; null: as this program knows it.
 class Job : public VorlanObject {
 public:
     UID parentID;
@@ -79,7 +80,7 @@ public:
     // The Product's name; its UID as text if nobody knows it here.
     String TypeString() const;
     // Null: the whole system.
-    UID Pool() const;
+    UID Pool(Product const* product = nullptr) const;
 
     String Creator() const;
     void SetCreator(String const& creator);
@@ -88,36 +89,45 @@ public:
     Time FinishedTime() const;
     void SetFinishedTime(Time const& time);
 
-    int Priority() const;
-    int CPUs() const;
+    // The frames; empty where the Product has none.
+    String Range(Product const* product = nullptr) const;
+    int Priority(Product const* product = nullptr) const;
+    // Packets that go before all other Jobs; 0 as the farm says, negative none.
+    int PriorityBoost(Product const* product = nullptr) const;
+    int CPUs(Product const* product = nullptr) const;
     // MB that a unit needs; 0: unknown.
-    int RAM() const;
+    int RAM(Product const* product = nullptr) const;
     // Tries that a unit may fail before it has failed for good; 0: no limit.
-    int FailureLimit() const;
+    int FailureLimit(Product const* product = nullptr) const;
     // Positive: units at a time. Negative: Engines at a time. 0: no limit.
-    int UsageLimit() const;
+    int UsageLimit(Product const* product = nullptr) const;
     // -1 the Master decides, 0 keep, 1 delete at once.
-    int FinishDisposition() const;
+    int FinishDisposition(Product const* product = nullptr) const;
     // 0 units, 1 units on an Engine, 2 Engines.
-    int StaggerMode() const;
-    unsigned StaggerCount() const;
+    int StaggerMode(Product const* product = nullptr) const;
+    unsigned StaggerCount(Product const* product = nullptr) const;
     // Seconds.
-    float StaggerStart() const;
+    float StaggerStart(Product const* product = nullptr) const;
     // Times the average finish time that a unit may take; 0: for ever.
-    float OvertimeKill() const;
+    float OvertimeKill(Product const* product = nullptr) const;
     // 0 to 100.
     float PercentDone() const;
     // Consecutive frames that make a unit, at least 1.
-    int PacketSize() const;
+    int PacketSize(Product const* product = nullptr) const;
 
     // Engines and Pools alike.
-    std::set<UID> IncludeEngines() const;
-    std::set<UID> ExcludeEngines() const;
-    std::map<UID, DependencyType> GetDependencies() const;
+    std::set<UID> IncludeEngines(Product const* product = nullptr) const;
+    std::set<UID> ExcludeEngines(Product const* product = nullptr) const;
+    std::map<UID, DependencyType> GetDependencies(Product const* product = nullptr) const;
 
-    // The stored value; else the Product's default; else what is derived from other
-    // values (RangeCount, JobSummary and the like); else empty.
+    // What is derived from other values (RangeCount, JobSummary with a template); else the
+    // stored value; else the default of the Product or the table; else empty.
     String GetParameterString(String const& name) const;
+
+    // What counts for a value that no Job has: the Product's default, else the table's.
+    static String DefaultText(String const& name, Product const* product);
+    // A change of the Job's value is one of its work units' as well. The product may be null.
+    static bool FollowsParent(String const& name, Product const* product);
 
     // `format` with each `$(Name)` replaced by GetParameterString.
     String FormatStringWithParameters(String const& format) const;
@@ -129,7 +139,11 @@ private:
     // The text, `withoutName` standing for nothing in it.
     String Expand(String const& format, char const* withoutName) const;
     bool Derive(String const& name, String& out) const;
-    String DefaultOf(String const& name) const;
+    // The readers' one rule, by kind.
+    int64_t WholeOf(KnownValue value, Product const* product) const;
+    double RealOf(KnownValue value, Product const* product) const;
+    bool TruthOf(KnownValue value, Product const* product) const;
+    String StringOf(KnownValue value, Product const* product) const;
 };
 
 // A copy with all values. `newID`: it is another Job, with a fresh id.

@@ -26,7 +26,7 @@ public:
     // Reads the file at once if `forReading`. `asStored`: the Jobs keep ids, status
     // and times of the file; otherwise each is a new Job with a fresh id, queued or
     // paused. Throws FileException if it cannot be read, ParseException with the
-    // place if it is no Job file; a file of another kind is never overwritten here.
+    // place if it is no Job file.
     JobFile(Path const& path, bool forReading, bool asStored);
     ~JobFile();
     JobFile(JobFile const&) = delete;
@@ -37,7 +37,7 @@ public:
     // by name or alias gets that Product.
     void ConformFromVersion(unsigned version);
 
-    // Writes the list. Throws FileException; the old file is whole then.
+    // Writes the list in place of the file, whatever that was. Throws FileException; the old file is whole then.
     void SaveJobs();
 
     std::vector<boost::shared_ptr<Job>>& Jobs() { return m_jobs; }

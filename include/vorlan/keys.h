@@ -1,7 +1,7 @@
 #pragma once
 
 // The names of values, options, sections and commands, and the typed defaults of
-// the options. A constant `p_X` is the text "X"; likewise `o_`, `c_` and `e_`.
+// the options; what a value is stands in values.h. A constant `p_X` is the text "X"; likewise `o_`, `c_` and `e_`.
 // `p_` are values of Jobs and Engines, `o_` options and their sections, `c_` special
 // Commands of a Product, `e_` the limits of a Product or Pool.
 
@@ -14,6 +14,7 @@ inline constexpr char const* p_ID = "ID";
 inline constexpr char const* p_ParentID = "ParentID";
 inline constexpr char const* p_Name = "Name";
 inline constexpr char const* p_Note = "Note";
+inline constexpr char const* p_JobName = "JobName"; // of a work unit
 inline constexpr char const* p_Type = "Type";
 inline constexpr char const* p_Status = "Status";
 inline constexpr char const* p_Creator = "Creator";
@@ -71,15 +72,6 @@ inline constexpr char const* p_WorkPostExecuteEvt = "WorkPostExecuteEvt";
 inline constexpr char const* p_WorkPostExecuteSuccessfulEvt = "WorkPostExecuteSuccessfulEvt";
 inline constexpr char const* p_WorkPostExecuteUnsuccessfulEvt = "WorkPostExecuteUnsuccessfulEvt";
 inline constexpr char const* p_WorkStartedEvt = "WorkStartedEvt";
-
-// What a Job has where neither it nor its Product says otherwise.
-inline constexpr int p_PriorityDefault = 50;
-inline constexpr int p_CPUsDefault = 1;
-inline constexpr int p_RAMDefault = 0;                // MB
-inline constexpr int p_FailureLimitDefault = 3;       // tries of one unit
-inline constexpr int p_UsageLimitDefault = 0;         // none
-inline constexpr int p_FinishDispositionDefault = -1; // the Master decides
-inline constexpr int p_PacketSizeDefault = 1;
 
 // An Engine as configured. Shared with the default Engine settings.
 inline constexpr char const* p_EngineEnabled = "Enabled";

@@ -109,6 +109,13 @@ public:
     unsigned Flags() const { return m_flags; }
     bool HasFlag(FLAG flag) const { return (m_flags & flag) != 0; }
 
+    // What its type is: a line between others, a switch that stands for itself, and so on.
+    bool IsHeading() const;
+    bool IsSwitch() const;
+    bool IsNumber() const;
+    bool IsPath() const; // of files or folders, one or a list
+    bool IsList() const;
+
     static char const* TypeLabel(TYPE type);
     // Answers false for a text that is no label of a type; blanks and case do not matter.
     static bool TypeFromLabel(String const& label, TYPE& type);
@@ -126,7 +133,10 @@ public:
     String GetAlternate() const { return GetSetting(k_SettingAlternate); }
     String GetFilter() const;
     String GetRestriction() const { return GetSetting(k_SettingRestriction); }
+    // True for an empty value and for one that means the same as the default.
     bool IsDefault(String const& value) const;
+    // Whether a value counts as true in a condition.
+    bool IsTrue(String const& value) const;
 
     static String Get(VorlanObject const& object, String const& name);
 

@@ -7,9 +7,12 @@
 #include <vorlan/fwd.h>
 #include <vorlan/launchtemplate.h>
 #include <vorlan/parameter.h>
+#include <vorlan/values.h>
 
 #include <boost/shared_ptr.hpp>
+#include <boost/smart_ptr/atomic_shared_ptr.hpp>
 #include <map>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -58,8 +61,11 @@ public:
     void AddAlias(String const& alias) { m_aliases.push_back(alias); }
     void ClearAliases() { m_aliases.clear(); }
     void SetSummaryTemplate(String const& text) { m_summary = text; }
-    // Must follow any renaming through a MutableParameterInfo, or look-ups by name become slow.
+    // Must follow a change through a MutableParameterInfo: look-ups by a new name are slow without, and DefaultOf
+    // may answer for the Product as it was.
     void ClearCache();
+    // The default of its parameter for a value of the table; null when it has no such parameter.
+    String const* DefaultOf(KnownValue value) const;
 
     static char const* ClassName(ProductClass productClass); // "Sequence", "Single", "Once per Engine", ...
     static bool ClassFromName(String const& name, ProductClass& productClass); // blanks and case do not matter
@@ -113,7 +119,11 @@ private:
     friend class ProductReader;
     friend class ProductWriter;
 
+    // The defaults by the numbers of their values.
+    using Defaults = std::vector<std::optional<String>>;
+
     size_t IndexOf(String const& name) const;
+    boost::shared_ptr<Defaults const> MakeDefaults() const;
 
     static constexpr size_t k_NotFound = static_cast<size_t>(-1);
 
@@ -133,8 +143,9 @@ private:
     OptionMap m_derivedValues;
     LaunchTemplate m_launch;
     OutputRules m_outputRules;
-    String m_extra;                                      // JSON object of keys that are none of this version's
-    std::unordered_map<std::string, size_t> m_nameIndex; // lower-case name to index; checked on each use
+    String m_extra;                                              // JSON object of keys that are none of this version's
+    std::unordered_map<std::string, size_t> m_nameIndex;         // lower-case name to index; checked on each use
+    mutable boost::atomic_shared_ptr<Defaults const> m_defaults; // made when first asked for
 };
 
 } // namespace vorlan

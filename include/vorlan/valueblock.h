@@ -19,7 +19,7 @@ namespace vorlan {
 //
 // Static. Any thread; looking up waits for nobody, a new name takes a lock. Names
 // compare without regard to the case of ASCII letters; the spelling that came first
-// is the one that is given back, and the names of keys.h come before all others.
+// is the one that is given back, and the names of k_Values (values.h) come before all others.
 // Numbers differ from process to process and never travel.
 class NameTable {
 public:

@@ -8,6 +8,7 @@
 #include <corekit/uid.h>
 #include <vorlan/optionstext.h>
 #include <vorlan/valueblock.h>
+#include <vorlan/values.h>
 
 #include <functional>
 #include <vector>
@@ -134,8 +135,10 @@ protected:
     int64_t IntOf(uint32_t number, int64_t otherwise) const;
     double FloatOf(uint32_t number, double otherwise) const;
     bool BoolOf(uint32_t number, bool otherwise) const;
-    UID UIDOf(uint32_t number) const;
-    String TextOf(uint32_t number) const;
+    int64_t IntOf(KnownValue value) const { return IntOf(value.number, value.fallback); }
+    bool BoolOf(KnownValue value) const { return BoolOf(value.number, value.fallback != 0); }
+    UID UIDOf(KnownValue value) const;
+    String TextOf(KnownValue value) const;
 
 private:
     boost::shared_ptr<ValueBlock const> Current() const;

@@ -4,6 +4,7 @@
 #include <vorlan/keys.h>
 #include <vorlan/messages.h>
 #include <vorlan/range.h>
+#include <vorlan/values.h>
 
 #include <boost/make_shared.hpp>
 #include <ostream>
@@ -20,7 +21,7 @@ struct JobsArgument {
 
 struct PriorityOptions {
     std::string job;
-    int priority = p_PriorityDefault;
+    int priority = static_cast<int>(Known(p_Priority).fallback);
 };
 
 struct StopOptions {

@@ -111,8 +111,7 @@ void PrintProduct(Context& context, Product const& product) {
     full.ExpandHelp();
     for (size_t i = 0; i < full.GetParamCount(); ++i) {
         auto const parameter = full.GetParam(i);
-        if (!parameter->HasFlag(Parameter::f_JobParameter) || parameter->Type() == Parameter::t_Separator ||
-            parameter->Type() == Parameter::t_HelpText)
+        if (!parameter->HasFlag(Parameter::f_JobParameter) || parameter->IsHeading())
             continue;
         String name = parameter->GetName();
         if (parameter->HasFlag(Parameter::f_Required))

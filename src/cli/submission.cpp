@@ -16,20 +16,8 @@ namespace {
 constexpr char k_ListSeparator[] = ";";
 constexpr char k_OutputFolder[] = "OutputFolder";
 
-bool IsPath(Parameter const& parameter) {
-    switch (parameter.Type()) {
-    case Parameter::t_FilePath:
-    case Parameter::t_FolderPath:
-    case Parameter::t_FilePathList:
-    case Parameter::t_FolderPathList:
-        return parameter.HasFlag(Parameter::f_JobParameter);
-    default:
-        return false;
-    }
-}
-
-bool IsList(Parameter const& parameter) {
-    return parameter.Type() == Parameter::t_FilePathList || parameter.Type() == Parameter::t_FolderPathList;
+bool IsJobsPath(Parameter const& parameter) {
+    return parameter.IsPath() && parameter.HasFlag(Parameter::f_JobParameter);
 }
 
 // What begins with a reference is made elsewhere, what has a scheme lies elsewhere.
@@ -44,7 +32,7 @@ String AbsolutePath(String const& text, Path const& folder) {
 }
 
 String AbsoluteValue(Parameter const& parameter, String const& value, Path const& folder) {
-    if (!IsList(parameter))
+    if (!parameter.IsList())
         return AbsolutePath(value, folder);
     String list;
     StringTokenizer parts(value, k_ListSeparator);
@@ -64,14 +52,6 @@ std::vector<String> JobParameterNames(Product const& product) {
             names.push_back(parameter->GetName());
     }
     return names;
-}
-
-String FramesOf(Job const& job, Product const& product) {
-    String range;
-    if (job.GetParameter(p_Range, range) && !range.Empty())
-        return range;
-    auto const parameter = product.GetParam(p_Range);
-    return parameter ? parameter->GetDefault() : String();
 }
 
 } // namespace
@@ -100,7 +80,7 @@ void ApplySetting(Job& job, Product const& product, ValueSetting const& setting,
         value = ResolvePool(view, value).ToString();
     else if (parameter->Type() == Parameter::t_Choice)
         value = parameter->GetChoice(value);
-    else if (IsPath(*parameter))
+    else if (IsJobsPath(*parameter))
         value = AbsoluteValue(*parameter, value, folder);
     job.Set(parameter->GetName(), value);
 }
@@ -121,7 +101,7 @@ void ResolvePaths(Job& job, Product const& product, Path const& folder) {
     for (size_t i = 0; i < product.GetParamCount(); ++i) {
         auto const parameter = product.GetParam(i);
         String value;
-        if (IsPath(*parameter) && job.GetParameter(parameter->GetName(), value) && !value.Empty())
+        if (IsJobsPath(*parameter) && job.GetParameter(parameter->GetName(), value) && !value.Empty())
             job.Set(parameter->GetName(), AbsoluteValue(*parameter, value, folder));
     }
 }
@@ -145,7 +125,7 @@ void CheckJob(Job const& job, Product const& product) {
         return;
     FrameRange range;
     String error;
-    String const frames = FramesOf(job, product);
+    String const frames = job.Range(&product);
     if (!FrameRange::Parse(frames, range, &error))
         throw CommandException(ExitCode::Usage, "The frames \"" + frames + "\" cannot be used: " + error);
     if (range.Empty())

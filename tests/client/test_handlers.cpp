@@ -123,6 +123,7 @@ TEST_F(HandlersTest, FailuresGoWithTheirJobs) {
 TEST_F(HandlersTest, UnitsShareTheirJobsValues) {
     auto product = boost::make_shared<Product>("Painter", UID::FromName("painter"), false);
     product->NewParam(Parameter::t_Text).SetName("Scene");
+    product->NewParam(Parameter::t_Text).SetName(p_Name);
     MutableParameterInfo seed = product->NewParam(Parameter::t_Signed);
     seed.SetName("Seed");
     seed.SetFlags(Parameter::f_JobParameter | Parameter::f_NoParentUpdate);
@@ -139,7 +140,7 @@ TEST_F(HandlersTest, UnitsShareTheirJobsValues) {
     view.TakeDirty();
 
     for (auto const& [name, shared] :
-         {std::pair("Scene", true), std::pair("Seed", false), std::pair("Nothing", false)}) {
+         {std::pair("Scene", true), std::pair("Seed", false), std::pair("Nothing", false), std::pair(p_Name, false)}) {
         Value(job->id, name, "one value");
         EXPECT_EQ(unit->Get(name, false) == "one value", shared) << name;
         EXPECT_EQ(view.TakeDirty(), shared) << name;

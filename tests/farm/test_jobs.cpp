@@ -135,7 +135,7 @@ TEST_F(FarmJobs, AProgramThatIsNotThereIsNamedInTheHistory) {
     EXPECT_EQ(WaitForEnd(job->id), Failed);
     JobHistory const history = HistoryOf(job->id);
     WorkHistory const& work = history["1"];
-    EXPECT_EQ(work.Tries(), static_cast<unsigned>(p_FailureLimitDefault));
+    EXPECT_EQ(work.Tries(), static_cast<unsigned>(Known(p_FailureLimit).fallback));
     EXPECT_THAT(work.LastRun().LastNote().Str(), HasSubstr("no-such-renderer"));
     auto const waited = Vorlan({"wait", "Missing"});
     EXPECT_EQ(waited.code, 1);

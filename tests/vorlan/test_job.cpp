@@ -150,13 +150,13 @@ TEST(VorlanObject, ReplacesTextInEveryValue) {
 TEST(Job, ReadsTypedValuesFromAnyText) {
     // No text: no value.
     Rows<char const*, int, int, int, unsigned, float> const cases = {
-        {nullptr, 0, 50, 1, 0, 0},
-        {"no number", 0, 50, 1, 0, 0},
+        {nullptr, 0, 50, 1, 1, 0},
+        {"no number", 0, 50, 1, 1, 0},
         {"7", 7, 7, 7, 7, 7},
         {"-1", -1, -1, 1, 0, 0},
         {"99999999999", 2147483647, 2147483647, 2147483647, 4294967295u, 100},
         {"-99999999999", -2147483647 - 1, -2147483647 - 1, 1, 0, 0},
-        {"nan", 0, 50, 1, 0, 0},
+        {"nan", 0, 50, 1, 1, 0},
     };
     for (auto const& [text, status, priority, packetSize, staggerCount, percent] : cases) {
         Job job;

@@ -208,9 +208,7 @@ bool IsWithinEngineStagger(Question const& q, String* why) {
 bool IsBelowCreatorLimits(Question const& q, String* why) {
     if (q.farm.policy.creatorLimits.empty())
         return true;
-    // The patterns are compiled and their answers remembered: asking changes no answer.
-    auto& matcher = const_cast<CreatorMatcher&>(q.farm.creatorMatcher);
-    for (size_t const index : matcher.Match(q.job.settings.creator)) {
+    for (size_t const index : q.farm.creatorMatcher.Match(q.job.settings.creator)) {
         CreatorLimit const& limit = q.farm.policy.creatorLimits[index];
         if (!q.farm.creatorUsage[index].Allows(limit.limit, q.engine))
             return Refuse(why, "The limit of the creators \"" + limit.pattern + "\" is reached.");

@@ -17,11 +17,11 @@ constexpr char k_Hidden[] = "***";
 std::string Text(UID const& id) { return id.ToString().Str(); }
 
 Json Values(VorlanObject const& object) {
-    static uint32_t const s_password = NameTable::Number(p_Password);
     Json values = Json::object();
     auto const block = object.Snapshot();
     for (ValueBlock::Value const value : *block)
-        values[std::string(value.Name())] = value.number == s_password ? k_Hidden : std::string(value.text);
+        values[std::string(value.Name())] =
+            value.number == Known(p_Password).number ? k_Hidden : std::string(value.text);
     return values;
 }
 

@@ -54,7 +54,7 @@ struct PendingStop {
 
 // A work unit that an Engine has.
 //
-// Owned by the RunTable. The frames are positions in its Job's range. A run whose Job
+// Owned by the Farm. The frames are positions in its Job's range. A run whose Job
 // was deleted has no Job any more and only holds its Engine's cores until the Engine
 // says that it has ended.
 struct Run {
@@ -117,6 +117,7 @@ struct JobSettings {
     int cpus = 1;
     int failureLimit = 0;
     int usageLimit = 0;
+    int finishDisposition = 0;
     uint32_t packetSize = 1;
     float overtimeKill = 0;
     StaggerRule stagger;
@@ -157,7 +158,7 @@ struct PastRun {
 
 // A Job.
 //
-// Owned by the JobTable. Always: each position of `frames` is in exactly one of
+// Owned by the Farm. Always: each position of `frames` is in exactly one of
 // `queue`, `finished`, `failed`, `canceled` and the runs.
 struct JobEntry {
     uint64_t number = 0;
@@ -223,7 +224,7 @@ struct EngineProduct {
 
 // An Engine.
 //
-// Owned by the EngineTable. Always: `used` is the sum of its runs' cores.
+// Owned by the Farm. Always: `used` is the sum of its runs' cores.
 struct EngineEntry {
     uint64_t number = 0;
     UID id;

@@ -9,7 +9,6 @@
 #include <vorlan/status.h>
 
 #include <algorithm>
-#include <array>
 
 namespace farm {
 
@@ -19,25 +18,8 @@ namespace {
 constexpr size_t k_MaxRecentlyDeleted = 10'000;
 constexpr size_t k_MaxValueLength = size_t{16} << 20;
 
-// Values that are the Master's own.
-constexpr std::array k_MasterValues{p_Type, p_Status, p_Created, p_FinishedTime, p_PercentDone};
-constexpr std::array k_Unsettable{p_ID,      p_ParentID,     p_Type,        p_Status,
-                                  p_Created, p_FinishedTime, p_PercentDone, p_RangeCount};
-
-bool IsAmong(String const& name, std::span<char const* const> names) {
-    return std::any_of(names.begin(), names.end(), [&](char const* other) { return name.CompareNoCase(other) == 0; });
-}
-
 bool HasFrames(Product const& product) {
     return product.Class() == ProductClass::Sequence || product.Class() == ProductClass::VirtualModule;
-}
-
-String RangeTextOf(Job const& job, Product const& product) {
-    String text;
-    if (job.GetParameter(p_Range, text) && !text.Empty())
-        return text;
-    auto const parameter = product.GetParam(p_Range);
-    return parameter ? parameter->GetDefault() : String();
 }
 
 } // namespace
@@ -46,7 +28,7 @@ String RangeTextOf(Job const& job, Product const& product) {
 String Jobs::CheckRange(Job const& job, Product const& product, FrameMap& frames) const {
     FrameRange range;
     String error;
-    if (!FrameRange::Parse(HasFrames(product) ? RangeTextOf(job, product) : String("1"), range, &error))
+    if (!FrameRange::Parse(HasFrames(product) ? job.Range(&product) : String("1"), range, &error))
         return error;
     if (range.Empty())
         return "The Job has no frames. Set its Range, for example to 1-100.";
@@ -72,28 +54,41 @@ void Jobs::ReadSettings(JobEntry& job) {
     VorlanObject::ReadingScope const reading(values);
     JobSettings& s = job.settings;
     s.type = values.Type();
-    s.pool = values.Pool();
+    job.product = m_farm.FindProduct(s.type);
+    Product const* const product = job.product.get();
+    s.pool = values.Pool(product);
     s.creator = values.Creator();
     s.status = values.Status();
-    s.priority = values.Priority();
-    s.cpus = values.CPUs();
-    s.failureLimit = values.FailureLimit();
-    s.usageLimit = values.UsageLimit();
-    s.overtimeKill = values.OvertimeKill();
-    s.stagger.mode = static_cast<StaggerMode>(std::clamp(values.StaggerMode(), 0, 2));
-    s.stagger.count = values.StaggerCount();
-    s.stagger.span = Time(static_cast<int64_t>(std::clamp(values.StaggerStart(), 0.0F, 1e8F) * 1000));
-    s.include = values.IncludeEngines();
-    s.exclude = values.ExcludeEngines();
-    s.boost = static_cast<int>(values.Get(p_PriorityBoost, false).Int());
-    job.product = m_farm.FindProduct(s.type);
-    s.divides = job.product && HasFrames(*job.product);
-    s.packetSize = s.divides ? static_cast<uint32_t>(std::max(values.PacketSize(), 1)) : 1;
-    s.evenPackets = s.divides && job.product->NeedsEvenPackets();
+    s.priority = values.Priority(product);
+    s.cpus = values.CPUs(product);
+    s.failureLimit = values.FailureLimit(product);
+    s.usageLimit = values.UsageLimit(product);
+    s.finishDisposition = values.FinishDisposition(product);
+    s.overtimeKill = values.OvertimeKill(product);
+    s.stagger.mode = static_cast<StaggerMode>(std::clamp(values.StaggerMode(product), 0, 2));
+    s.stagger.count = values.StaggerCount(product);
+    s.stagger.span = Time(static_cast<int64_t>(std::clamp(values.StaggerStart(product), 0.0F, 1e8F) * 1000));
+    s.include = values.IncludeEngines(product);
+    s.exclude = values.ExcludeEngines(product);
+    s.boost = values.PriorityBoost(product);
+    s.divides = product && HasFrames(*product);
+    s.packetSize = s.divides ? static_cast<uint32_t>(values.PacketSize(product)) : 1;
+    s.evenPackets = s.divides && product->NeedsEvenPackets();
     Watch(job, false);
-    s.dependencies = values.GetDependencies();
+    s.dependencies = values.GetDependencies(product);
     s.dependencies.erase(job.id);
     Watch(job, true);
+}
+
+// After a change of its values or of its Product: packets of another size are made anew.
+void Jobs::ReadAgain(JobEntry& job) {
+    uint32_t const oldPacketSize = job.settings.packetSize;
+    ReadSettings(job);
+    if (job.settings.packetSize == oldPacketSize)
+        return;
+    job.queue.Redivide();
+    job.redividedAt = m_farm.lastNumber;
+    StoreState(job);
 }
 
 void Jobs::Watch(JobEntry& job, bool add) {
@@ -205,11 +200,11 @@ void Jobs::Edit(JobEntry& job, boost::shared_ptr<Job> const& wanted, PeerId peer
     }
     auto changed = boost::make_shared<Job>(*job.job);
     changed->UpdateFrom(*wanted, false);
-    for (char const* const name : k_MasterValues) {
-        if (job.job->Has(name))
-            changed->Set(name, job.job->Get(name, false));
-        else
-            changed->Clear(name);
+    for (ValueInfo const& value : k_Values) {
+        if (value.Has(v_MastersOwn) && job.job->Has(value.name))
+            changed->Set(value.name, job.job->Get(value.name, false));
+        else if (value.Has(v_MastersOwn))
+            changed->Clear(value.name);
     }
     bool const finishes = !job.settings.IsFinished() && IsFinishedStatus(status);
     if (!job.settings.IsFinished() && (status == Queued || status == Paused))
@@ -231,7 +226,7 @@ void Jobs::Edit(JobEntry& job, boost::shared_ptr<Job> const& wanted, PeerId peer
 // when the range is none.
 bool Jobs::TakeRange(JobEntry& job, boost::shared_ptr<Job> const& changed, PeerId peer) {
     bool const divides = job.product && HasFrames(*job.product);
-    bool const newRange = divides && RangeTextOf(*changed, *job.product) != RangeTextOf(*job.job, *job.product);
+    bool const newRange = divides && changed->Range(job.product.get()) != job.job->Range(job.product.get());
     FrameMap frames;
     if (newRange) {
         if (String const error = CheckRange(*changed, *job.product, frames); !error.Empty()) {
@@ -239,14 +234,8 @@ bool Jobs::TakeRange(JobEntry& job, boost::shared_ptr<Job> const& changed, PeerI
             return false;
         }
     }
-    uint32_t const oldPacketSize = job.settings.packetSize;
     job.job = changed;
-    ReadSettings(job);
-    if (job.settings.packetSize != oldPacketSize) {
-        job.queue.Redivide();
-        job.redividedAt = m_farm.lastNumber;
-        StoreState(job);
-    }
+    ReadAgain(job);
     if (newRange) {
         job.frames = std::move(frames);
         Rebuild(job);
@@ -274,8 +263,9 @@ void Jobs::OnParameter(PeerId peer, JobParameterMsg const& message) {
         }
         Change(*job)->SetStatus(status);
     } else {
+        ValueInfo const* const info = FindValue(message.name);
         if (message.name.Empty() || message.name.size() > NameTable::k_MaxNameLength ||
-            message.value.size() > k_MaxValueLength || IsAmong(message.name, k_Unsettable)) {
+            message.value.size() > k_MaxValueLength || (info && info->Has(v_MastersOwn))) {
             m_farm.out.Refuse(peer, job->id, "The parameter \"" + message.name.Mid(0, 100) + "\" cannot be set.");
             return;
         }
@@ -463,7 +453,7 @@ void Jobs::Schedule(JobEntry& job) {
     job.deleteAt = Time();
     if (!job.settings.IsFinished() || !job.runs.empty())
         return;
-    int const disposition = job.job->FinishDisposition();
+    int const disposition = job.settings.finishDisposition;
     if (disposition == 0 || (disposition < 0 && m_farm.policy.autoDelete == 0))
         return;
     Time const finished = job.job->FinishedTime();
@@ -493,7 +483,7 @@ void Jobs::ProductChanged(UID const& type) {
     for (auto const& [number, job] : m_farm.jobs) {
         if (job->settings.type != type)
             continue;
-        ReadSettings(*job);
+        ReadAgain(*job);
         if (job->Total() == 0 && job->product && CheckRange(*job->job, *job->product, job->frames).Empty())
             Rebuild(*job);
     }

@@ -55,6 +55,7 @@ private:
     String CheckRange(Job const& job, Product const& product, FrameMap& frames) const;
     void FillEngines(JobEntry& job);
     void ReadSettings(JobEntry& job);
+    void ReadAgain(JobEntry& job);
     void Rebuild(JobEntry& job);
     void ApplyPast(JobEntry& job, uint64_t number, RunRow const& row);
     boost::shared_ptr<Job> Change(JobEntry& job);

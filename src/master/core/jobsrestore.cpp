@@ -33,9 +33,6 @@ void Jobs::RestoreJob(Record const& record) {
         job.toldPermille = -1; // the row may have an older one
     if (job.id != UIDOfRecord(record))
         throw ParseException("A Job of the store has another id in its values than in its row.");
-    ReadSettings(job);
-    if (job.product && job.product->Class() != ProductClass::OncePerEngine)
-        CheckRange(*job.job, *job.product, job.frames);
     m_farm.jobsById[job.id] = &job;
     m_farm.jobs.emplace(job.number, std::move(owned));
 }
@@ -126,6 +123,12 @@ void Jobs::Rebuild(JobEntry& job) {
 }
 
 void Jobs::RestoreDone() {
+    // Not before: the Products come after the Jobs.
+    for (auto const& [number, job] : m_farm.jobs) {
+        ReadSettings(*job);
+        if (job->product && job->product->Class() != ProductClass::OncePerEngine)
+            CheckRange(*job->job, *job->product, job->frames);
+    }
     for (auto const& [number, job] : m_farm.jobs) {
         auto const open = m_open.find(number);
         if (open != m_open.end()) {

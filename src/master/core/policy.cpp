@@ -177,7 +177,7 @@ CreatorMatcher::CreatorMatcher(std::vector<CreatorLimit> const& limits) : Creato
     }
 }
 
-std::vector<size_t> const& CreatorMatcher::Match(String const& creator) {
+std::vector<size_t> const& CreatorMatcher::Match(String const& creator) const {
     constexpr size_t k_MaxKnown = 100'000;
     if (m_compiled->known.size() > k_MaxKnown)
         m_compiled->known.clear();

@@ -85,8 +85,8 @@ public:
 
     explicit CreatorMatcher(std::vector<CreatorLimit> const& limits);
 
-    // Places in the list of limits. A pattern that is none matches as plain text.
-    std::vector<size_t> const& Match(String const& creator);
+    // Places in the list of limits. A pattern that is none matches as plain text. Remembers its answers: one thread.
+    std::vector<size_t> const& Match(String const& creator) const;
 
 private:
     struct Compiled;

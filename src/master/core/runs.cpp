@@ -81,24 +81,18 @@ boost::shared_ptr<Job> Runs::MakeUnit(Run const& run) const {
     auto unit = boost::make_shared<Job>(run.work);
     unit->parentID = run.job->id;
     auto const values = run.job->job->Snapshot();
-    static uint32_t const s_name = NameTable::Number(p_Name);
-    static uint32_t const s_subRange = NameTable::Number(p_SubRange);
-    static uint32_t const s_status = NameTable::Number(p_Status);
-    static uint32_t const s_cpus = NameTable::Number(p_DispatchCPUs);
-    static uint32_t const s_percent = NameTable::Number(p_PercentDone);
     String const status = String::From(static_cast<int>(run.HasStarted() ? Started : Assigned));
     String const cores = String::From(run.cores);
-    static uint32_t const s_jobName = NameTable::Number("JobName");
     String const jobName = run.job->job->Name(); // for the Engine's log: the unit's own is its packet
     ValueBlockBuilder builder;
     builder.Reserve(values->Count() + 5);
     builder.AddAll(*values);
-    builder.Add(s_jobName, jobName);
-    builder.Add(s_name, run.subRange);
-    builder.Add(s_subRange, run.subRange);
-    builder.Add(s_status, status);
-    builder.Add(s_cpus, cores);
-    builder.Remove(s_percent);
+    builder.Add(Known(p_JobName).number, jobName);
+    builder.Add(Known(p_Name).number, run.subRange);
+    builder.Add(Known(p_SubRange).number, run.subRange);
+    builder.Add(Known(p_Status).number, status);
+    builder.Add(Known(p_DispatchCPUs).number, cores);
+    builder.Remove(Known(p_PercentDone).number);
     unit->SetSnapshot(builder.Build());
     unit->SetCreated(run.HasStarted() ? run.StartedAt() : run.Assigned());
     return unit;
@@ -240,8 +234,7 @@ void Runs::JobEdited(JobEntry& job) {
 }
 
 void Runs::JobParameterSet(JobEntry& job, String const& name, String const& value) {
-    auto const parameter = job.product ? job.product->GetParam(name) : nullptr;
-    if (!parameter || parameter->HasFlag(Parameter::f_NoParentUpdate))
+    if (!job.product || !job.product->GetParam(name) || !Job::FollowsParent(name, job.product.get()))
         return;
     for (Run* const run : job.runs) {
         auto unit = boost::make_shared<Job>(*run->unit);

@@ -22,69 +22,17 @@ constexpr int64_t k_MinuteMs = 60'000;
 constexpr char k_IniSection[] = "Engine";
 constexpr char k_IniEvents[] = "Event Commands";
 
-enum class SettingKind { Bool, Number, Text };
-
-// A setting, what it is without any other, and what a file may say.
-struct Setting {
-    char const* name;
-    char const* builtIn;
-    SettingKind kind;
-    int64_t low;
-    int64_t high;
-};
-
-constexpr int64_t k_MaxCores = 65'536;
-constexpr int64_t k_MaxMinutes = 1'000'000;
-
-constexpr Setting k_Settings[] = {
-    {p_EngineEnabled, k_Yes, SettingKind::Bool, 0, 0},
-    {p_EnginePriority, "50", SettingKind::Number, 0, 100},
-    {p_EngineUseCores, "", SettingKind::Number, 0, k_MaxCores},
-    {p_EngineForceCores, "-1", SettingKind::Number, -1, k_MaxCores},
-    {p_EngineRestricted, k_No, SettingKind::Bool, 0, 0},
-    {p_EngineRestrictedCores, "0", SettingKind::Number, 0, k_MaxCores},
-    {p_EngineRestrictedDays, "62", SettingKind::Number, 0, 127}, // Monday to Friday
-    {p_EngineRestrictedFrom, "32400000", SettingKind::Number, 0, k_DayMs - 1},
-    {p_EngineRestrictedTo, "64800000", SettingKind::Number, 0, k_DayMs - 1},
-    {p_EngineIdleSleepTime, "0", SettingKind::Number, 0, k_MaxMinutes},
-    {p_EngineMinSleepTime, "0", SettingKind::Number, 0, k_MaxMinutes},
-    {p_EnginePools, "", SettingKind::Text, 0, 0},
-    {p_EngineDisabledProducts, "", SettingKind::Text, 0, 0},
-    {p_EngineUseGPUs, "", SettingKind::Text, 0, 0},
-    {p_EngineGPUDistribution, "", SettingKind::Text, 0, 0},
-};
-
-constexpr char const* k_EventNames[] = {
-    p_WorkAssignedEvt,
-    p_FirstWorkEvt,
-    p_WorkStartedEvt,
-    p_WorkParameterChangedEvt,
-    p_WorkPostExecuteEvt,
-    p_WorkPostExecuteSuccessfulEvt,
-    p_WorkPostExecuteUnsuccessfulEvt,
-    p_WorkFinishedEvt,
-    p_WorkFinishedSuccessfulEvt,
-    p_WorkFinishedUnsuccessfulEvt,
-    p_FinishedJobEvt,
-};
-
 // All names that are settings, event commands included.
 std::vector<char const*> const& SettingNames() {
     static auto const s_names = [] {
         std::vector<char const*> names;
-        for (Setting const& setting : k_Settings)
-            names.push_back(setting.name);
-        for (char const* const name : k_EventNames)
-            names.push_back(name);
+        for (ValueInfo const& value : k_Values) {
+            if (value.Has(v_Setting))
+                names.push_back(value.name);
+        }
         return names;
     }();
     return s_names;
-}
-
-Setting const* FindSetting(String const& name) {
-    auto const* const at = std::find_if(std::begin(k_Settings), std::end(k_Settings),
-                                        [&](Setting const& setting) { return name.CompareNoCase(setting.name) == 0; });
-    return at == std::end(k_Settings) ? nullptr : at;
 }
 
 boost::atomic_shared_ptr<CommonEngine const>& TheDefault() {
@@ -99,9 +47,11 @@ String DefaultText(String const& name) {
     std::string_view const own = values->Find(std::string_view(name));
     if (own.data())
         return own;
-    Setting const* const setting = FindSetting(name);
-    return setting ? setting->builtIn : "";
+    ValueInfo const* const info = FindValue(name);
+    return info && info->Has(v_Setting) ? info->fallback : "";
 }
+
+char const* SectionOf(ValueInfo const& info) { return info.Has(v_EventCommand) ? k_IniEvents : k_IniSection; }
 
 int64_t Modulo(int64_t value, int64_t by) { return ((value % by) + by) % by; }
 
@@ -128,10 +78,10 @@ String CommonEngine::Effective(String const& name) const {
     return own.data() ? String(own) : DefaultText(name);
 }
 
-int64_t CommonEngine::EffectiveNumber(char const* name) const {
-    Setting const* const setting = FindSetting(name);
-    int64_t const builtIn = String(setting->builtIn).Int();
-    return std::clamp(Effective(name).Int(builtIn), setting->low, setting->high);
+int64_t CommonEngine::EffectiveNumber(KnownValue value) const {
+    ValueInfo const& info = value.Info();
+    return std::clamp(Effective(info.name).Int(value.fallback), static_cast<int64_t>(info.low),
+                      static_cast<int64_t>(info.high));
 }
 
 void CommonEngine::SetCommon(char const* name, String const& value) {
@@ -187,14 +137,13 @@ void CommonEngine::SetToDefault() { CopyCommon(CommonEngine()); }
 bool CommonEngine::Enabled() const { return Effective(p_EngineEnabled).Bool(true); }
 void CommonEngine::SetEnabled(bool enabled) { SetCommon(p_EngineEnabled, String::From(enabled)); }
 
-int CommonEngine::Priority() const { return ToInt(EffectiveNumber(p_EnginePriority)); }
+int CommonEngine::Priority() const { return ToInt(EffectiveNumber(Known(p_EnginePriority))); }
 void CommonEngine::SetPriority(signed char priority) {
     SetCommon(p_EnginePriority, String::From(std::clamp<int>(priority, 0, 100)));
 }
 
 unsigned CommonEngine::UseCores() const {
-    static uint32_t const s_cores = NameTable::Number(p_EngineCores);
-    unsigned const cores = ToUnsigned(IntOf(s_cores, 0));
+    unsigned const cores = ToUnsigned(IntOf(Known(p_EngineCores)));
     String const text = Effective(p_EngineUseCores);
     if (text.Trim().Empty())
         return cores;
@@ -203,31 +152,30 @@ unsigned CommonEngine::UseCores() const {
 }
 
 void CommonEngine::SetUseCores(unsigned cores) {
-    static uint32_t const s_cores = NameTable::Number(p_EngineCores);
-    unsigned const all = ToUnsigned(IntOf(s_cores, 0));
+    unsigned const all = ToUnsigned(IntOf(Known(p_EngineCores)));
     // All cores is said without a number, so that it stays true on another machine.
     SetCommon(p_EngineUseCores, all > 0 && cores >= all ? String() : String::From(cores));
 }
 
-int CommonEngine::ForceCores() const { return ToInt(EffectiveNumber(p_EngineForceCores)); }
+int CommonEngine::ForceCores() const { return ToInt(EffectiveNumber(Known(p_EngineForceCores))); }
 void CommonEngine::SetForceCores(int cores) { SetCommon(p_EngineForceCores, String::From(std::max(-1, cores))); }
 
 bool CommonEngine::Restricted() const { return Effective(p_EngineRestricted).Bool(false); }
 void CommonEngine::Restrict(bool restricted) { SetCommon(p_EngineRestricted, String::From(restricted)); }
 
-unsigned CommonEngine::RestrictedCores() const { return ToUnsigned(EffectiveNumber(p_EngineRestrictedCores)); }
+unsigned CommonEngine::RestrictedCores() const { return ToUnsigned(EffectiveNumber(Known(p_EngineRestrictedCores))); }
 void CommonEngine::RestrictCores(unsigned cores) { SetCommon(p_EngineRestrictedCores, String::From(cores)); }
 
 unsigned char CommonEngine::RestrictedDays() const {
-    return static_cast<unsigned char>(EffectiveNumber(p_EngineRestrictedDays));
+    return static_cast<unsigned char>(EffectiveNumber(Known(p_EngineRestrictedDays)));
 }
 void CommonEngine::RestrictDays(unsigned char days) {
     SetCommon(p_EngineRestrictedDays, String::From(static_cast<unsigned>(days & 0x7F)));
 }
 
 bool CommonEngine::RestrictedTimes(Time& from, Time& to) const {
-    from = Time(EffectiveNumber(p_EngineRestrictedFrom));
-    to = Time(EffectiveNumber(p_EngineRestrictedTo));
+    from = Time(EffectiveNumber(Known(p_EngineRestrictedFrom)));
+    to = Time(EffectiveNumber(Known(p_EngineRestrictedTo)));
     return Restricted();
 }
 
@@ -254,17 +202,17 @@ bool CommonEngine::IsRestricted(Time const& moment) const {
 }
 
 int CommonEngine::UTCOffset() const {
-    static uint32_t const s_number = NameTable::Number(p_EngineUTCOffset);
-    constexpr int64_t k_MaxOffset = 24 * 60;
-    return ToInt(std::clamp(IntOf(s_number, 0), -k_MaxOffset, k_MaxOffset));
+    constexpr auto k_Offset = Known(p_EngineUTCOffset);
+    return ToInt(std::clamp(IntOf(k_Offset), static_cast<int64_t>(k_Offset.Info().low),
+                            static_cast<int64_t>(k_Offset.Info().high)));
 }
 
 void CommonEngine::SetUTCOffset(int minutes) { Set(p_EngineUTCOffset, String::From(minutes)); }
 
-unsigned CommonEngine::GetIdleSleepTime() const { return ToUnsigned(EffectiveNumber(p_EngineIdleSleepTime)); }
+unsigned CommonEngine::GetIdleSleepTime() const { return ToUnsigned(EffectiveNumber(Known(p_EngineIdleSleepTime))); }
 void CommonEngine::SetIdleSleepTime(unsigned minutes) { SetCommon(p_EngineIdleSleepTime, String::From(minutes)); }
 
-unsigned CommonEngine::GetMinSleepTime() const { return ToUnsigned(EffectiveNumber(p_EngineMinSleepTime)); }
+unsigned CommonEngine::GetMinSleepTime() const { return ToUnsigned(EffectiveNumber(Known(p_EngineMinSleepTime))); }
 void CommonEngine::SetMinSleepTime(unsigned minutes) { SetCommon(p_EngineMinSleepTime, String::From(minutes)); }
 
 std::vector<UID> CommonEngine::GetAllPools() const { return StringToUIDs(Effective(p_EnginePools)); }
@@ -289,23 +237,20 @@ void CommonEngine::SetEventCommand(String const& eventName, String const& comman
 // ----------------------------------------------------------------- the files
 
 void CommonEngine::FromEngineINI(IniFile& file, std::map<UID, OptionMap>& products) {
-    for (Setting const& setting : k_Settings) {
-        if (!file.HasKey(k_IniSection, setting.name))
+    for (char const* const name : SettingNames()) {
+        ValueInfo const& info = *FindValue(name);
+        char const* const section = SectionOf(info);
+        if (!file.HasKey(section, name))
             continue;
-        String const text = file.GetValue(k_IniSection, setting.name, String()).Trim();
-        constexpr int64_t k_None = INT64_MIN;
-        int64_t const number = text.Int(k_None);
-        bool const isNumber = text == setting.builtIn || (number >= setting.low && number <= setting.high);
-        bool const isBool = text.Bool(false) == text.Bool(true);
-        if (setting.kind == SettingKind::Number ? isNumber : setting.kind == SettingKind::Text || isBool)
-            SetCommon(setting.name, setting.kind == SettingKind::Bool ? String::From(text.Bool()) : text);
+        String const text = file.GetValue(section, name, String());
+        String const wrong = CheckValue(name, text);
+        if (!wrong.Empty() || (text.Trim().Empty() && *info.fallback))
+            LogWarning(SFormat("The Engine file has %s = \"%s\", which is no value for it; it stays as it was. %s",
+                               name, text.Mid(0, 60).c_str(), wrong.c_str()));
+        else if (info.Has(v_EventCommand))
+            SetEventCommand(name, text);
         else
-            LogWarning(SFormat("The Engine file has %s = \"%s\", which is no value for it; it stays as it was.",
-                               setting.name, text.Mid(0, 60).c_str()));
-    }
-    for (char const* const name : k_EventNames) {
-        if (file.HasKey(k_IniEvents, name))
-            SetEventCommand(name, file.GetValue(k_IniEvents, name, String()));
+            SetCommon(name, info.kind == ValueKind::Bool ? String::From(text.Bool()) : text.Trim());
     }
     for (String const& section : file.Sections()) {
         UID product;
@@ -315,10 +260,8 @@ void CommonEngine::FromEngineINI(IniFile& file, std::map<UID, OptionMap>& produc
 }
 
 void CommonEngine::ToEngineINI(IniFile& file, std::map<UID, OptionMap> const& products) const {
-    for (Setting const& setting : k_Settings)
-        file.SetValue(k_IniSection, setting.name, Effective(setting.name));
-    for (char const* const name : k_EventNames)
-        file.SetValue(k_IniEvents, name, Effective(name));
+    for (char const* const name : SettingNames())
+        file.SetValue(SectionOf(*FindValue(name)), name, Effective(name));
     for (auto const& [product, options] : products) {
         for (auto const& [name, value] : options)
             file.SetValue(product.ToString(), name, value);

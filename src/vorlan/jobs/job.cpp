@@ -16,28 +16,12 @@
 #include <boost/make_shared.hpp>
 
 #include <algorithm>
-#include <array>
+#include <cmath>
+#include <limits>
 
 namespace vorlan {
 
 namespace {
-
-struct BuiltInDefault {
-    char const* name;
-    char const* text;
-};
-
-// What counts where neither the Job nor its Product has a value.
-constexpr BuiltInDefault k_BuiltIn[] = {
-    {p_Status, "0"},       {p_Priority, "50"},          {p_CPUs, "1"},
-    {p_RAM, "0"},          {p_FailureLimit, "3"},       {p_UsageLimit, "0"},
-    {p_PacketSize, "1"},   {p_FinishDisposition, "-1"}, {p_StaggerMode, "0"},
-    {p_StaggerCount, "0"}, {p_StaggerStart, "0"},       {p_OvertimeKill, "0"},
-    {p_PercentDone, "0"},  {p_PriorityBoost, "0"},      {p_WaitForWholeJob, k_Yes},
-};
-
-// A work unit's own values.
-constexpr char const* k_UnitsOwn[] = {p_Name, p_SubRange, p_Status, p_Created, p_FinishedTime, p_PercentDone};
 
 bool IsName(String const& name, char const* other) { return name.CompareNoCase(other) == 0; }
 
@@ -71,10 +55,17 @@ private:
     char const* const m_withoutName;
 };
 
-template <class Container>
-Container UIDs(String const& text) {
+std::set<UID> UIDSet(String const& text) {
     std::vector<UID> const ids = StringToUIDs(text);
-    return Container(ids.begin(), ids.end());
+    return {ids.begin(), ids.end()};
+}
+
+// What counts for a value that the Job has not got.
+String DefaultOf(Job const& job, KnownValue value, Product const* product) {
+    shared_ptr<Product const> const known = product ? nullptr : ProductOf(job);
+    Product const* const used = product ? product : known.get();
+    String const* const text = used ? used->DefaultOf(value) : nullptr;
+    return text && !text->Empty() ? *text : String(value.Info().fallback);
 }
 
 } // namespace
@@ -166,20 +157,21 @@ void Job::UpdateFrom(Job const& other, bool keepMissing) {
         SetSnapshot(other.Snapshot());
 }
 
+bool Job::FollowsParent(String const& name, Product const* product) {
+    if (ValueInfo const* const info = FindValue(name); info && info->Has(v_UnitsOwn))
+        return false;
+    auto const parameter = product ? product->GetParam(name) : nullptr;
+    return !parameter || !parameter->HasFlag(Parameter::f_NoParentUpdate);
+}
+
 void Job::UpdateFromParent(Job const& parent) {
     auto const theirs = parent.Snapshot();
     shared_ptr<Product const> const product = ProductOf(parent);
-    auto const isUnitsOwn = [&](std::string_view name) {
-        if (std::any_of(std::begin(k_UnitsOwn), std::end(k_UnitsOwn), [&](char const* own) { return name == own; }))
-            return true;
-        auto const parameter = product ? product->GetParam(String(name)) : nullptr;
-        return parameter && parameter->HasFlag(Parameter::f_NoParentUpdate);
-    };
     Change([&](boost::shared_ptr<ValueBlock const> const& mine) {
         ValueBlockBuilder builder;
         builder.AddAll(*mine);
         for (ValueBlock::Value const value : *theirs) {
-            if (!isUnitsOwn(value.Name()))
+            if (FollowsParent(String(value.Name()), product.get()))
                 builder.Add(value.number, value.text);
         }
         return builder.Build();
@@ -188,11 +180,7 @@ void Job::UpdateFromParent(Job const& parent) {
 
 // -------------------------------------------------------------- typed values
 
-int Job::Status() const {
-    static uint32_t const s_number = NameTable::Number(p_Status);
-    return ToInt(IntOf(s_number, Queued));
-}
-
+int Job::Status() const { return ToInt(IntOf(Known(p_Status))); }
 void Job::SetStatus(int status) { Set(p_Status, String::From(status)); }
 
 String Job::StatusAsString() const { return StatusName(Status()); }
@@ -202,112 +190,85 @@ bool Job::IsFinished() const { return IsFinishedStatus(Status()); }
 bool Job::IsFailed() const { return IsFailedStatus(Status()); }
 bool Job::IsCanceled() const { return IsCanceledStatus(Status()); }
 
-UID Job::Type() const {
-    static uint32_t const s_number = NameTable::Number(p_Type);
-    return UIDOf(s_number);
-}
+UID Job::Type() const { return UIDOf(Known(p_Type)); }
 
 String Job::TypeString() const {
     shared_ptr<Product const> const product = ProductOf(*this);
     return product ? product->Name() : Type().ToString();
 }
 
-UID Job::Pool() const {
-    static uint32_t const s_number = NameTable::Number(p_Pool);
-    return UIDOf(s_number);
-}
-
-String Job::Creator() const {
-    static uint32_t const s_number = NameTable::Number(p_Creator);
-    return TextOf(s_number);
-}
-
+String Job::Creator() const { return TextOf(Known(p_Creator)); }
 void Job::SetCreator(String const& creator) { Set(p_Creator, creator); }
-
-Time Job::Created() const {
-    static uint32_t const s_number = NameTable::Number(p_Created);
-    return Time(IntOf(s_number, 0));
-}
-
+Time Job::Created() const { return Time(IntOf(Known(p_Created))); }
 void Job::SetCreated(Time const& time) { Set(p_Created, String::From(time.Milliseconds())); }
-
-Time Job::FinishedTime() const {
-    static uint32_t const s_number = NameTable::Number(p_FinishedTime);
-    return Time(IntOf(s_number, 0));
-}
-
+Time Job::FinishedTime() const { return Time(IntOf(Known(p_FinishedTime))); }
 void Job::SetFinishedTime(Time const& time) { Set(p_FinishedTime, String::From(time.Milliseconds())); }
 
-int Job::Priority() const {
-    static uint32_t const s_number = NameTable::Number(p_Priority);
-    return ToInt(IntOf(s_number, p_PriorityDefault));
-}
-
-int Job::CPUs() const {
-    static uint32_t const s_number = NameTable::Number(p_CPUs);
-    return ToInt(IntOf(s_number, p_CPUsDefault));
-}
-
-int Job::RAM() const {
-    static uint32_t const s_number = NameTable::Number(p_RAM);
-    return ToInt(IntOf(s_number, p_RAMDefault));
-}
-
-int Job::FailureLimit() const {
-    static uint32_t const s_number = NameTable::Number(p_FailureLimit);
-    return ToInt(IntOf(s_number, p_FailureLimitDefault));
-}
-
-int Job::UsageLimit() const {
-    static uint32_t const s_number = NameTable::Number(p_UsageLimit);
-    return ToInt(IntOf(s_number, p_UsageLimitDefault));
-}
-
-int Job::FinishDisposition() const {
-    static uint32_t const s_number = NameTable::Number(p_FinishDisposition);
-    return ToInt(IntOf(s_number, p_FinishDispositionDefault));
-}
-
-int Job::StaggerMode() const {
-    static uint32_t const s_number = NameTable::Number(p_StaggerMode);
-    return ToInt(IntOf(s_number, 0));
-}
-
-unsigned Job::StaggerCount() const {
-    static uint32_t const s_number = NameTable::Number(p_StaggerCount);
-    return ToUnsigned(IntOf(s_number, 0));
-}
-
-float Job::StaggerStart() const {
-    static uint32_t const s_number = NameTable::Number(p_StaggerStart);
-    return static_cast<float>(FloatOf(s_number, 0));
-}
-
-float Job::OvertimeKill() const {
-    static uint32_t const s_number = NameTable::Number(p_OvertimeKill);
-    return static_cast<float>(FloatOf(s_number, 0));
-}
-
 float Job::PercentDone() const {
-    static uint32_t const s_number = NameTable::Number(p_PercentDone);
-    double const percent = FloatOf(s_number, 0);
+    double const percent = FloatOf(Known(p_PercentDone).number, 0);
     return percent > 0 ? static_cast<float>(std::min(percent, 100.0)) : 0.0F;
 }
 
-int Job::PacketSize() const {
-    static uint32_t const s_number = NameTable::Number(p_PacketSize);
-    return std::max(1, ToInt(IntOf(s_number, p_PacketSizeDefault)));
+int64_t Job::WholeOf(KnownValue value, Product const* product) const {
+    constexpr int64_t k_None = std::numeric_limits<int64_t>::min();
+    int64_t const own = IntOf(value.number, k_None);
+    return own != k_None ? own : DefaultOf(*this, value, product).Int(value.fallback);
 }
 
-std::set<UID> Job::IncludeEngines() const { return UIDs<std::set<UID>>(Get(p_IncludeEngines, false)); }
+double Job::RealOf(KnownValue value, Product const* product) const {
+    double const own = FloatOf(value.number, std::numeric_limits<double>::quiet_NaN());
+    return std::isfinite(own) ? own : DefaultOf(*this, value, product).Float(static_cast<double>(value.fallback));
+}
 
-std::set<UID> Job::ExcludeEngines() const { return UIDs<std::set<UID>>(Get(p_ExcludeEngines, false)); }
+bool Job::TruthOf(KnownValue value, Product const* product) const {
+    bool const own = BoolOf(value.number, false);
+    return own == BoolOf(value.number, true) ? own : DefaultOf(*this, value, product).Bool(value.fallback != 0);
+}
 
-std::map<UID, Job::DependencyType> Job::GetDependencies() const {
-    static uint32_t const s_wholeJob = NameTable::Number(p_WaitForWholeJob);
-    DependencyType const type = BoolOf(s_wholeJob, true) ? DependencyType::WholeJob : DependencyType::Frame;
+String Job::StringOf(KnownValue value, Product const* product) const {
+    String const own = TextOf(value);
+    return own.Empty() ? DefaultOf(*this, value, product) : own;
+}
+
+UID Job::Pool(Product const* product) const {
+    UID pool;
+    return UID::FromString(StringOf(Known(p_Pool), product), pool) ? pool : UID::Null;
+}
+
+String Job::Range(Product const* product) const { return StringOf(Known(p_Range), product); }
+int Job::Priority(Product const* product) const { return ToInt(WholeOf(Known(p_Priority), product)); }
+int Job::PriorityBoost(Product const* product) const { return ToInt(WholeOf(Known(p_PriorityBoost), product)); }
+int Job::CPUs(Product const* product) const { return ToInt(WholeOf(Known(p_CPUs), product)); }
+int Job::RAM(Product const* product) const { return ToInt(WholeOf(Known(p_RAM), product)); }
+int Job::FailureLimit(Product const* product) const { return ToInt(WholeOf(Known(p_FailureLimit), product)); }
+int Job::UsageLimit(Product const* product) const { return ToInt(WholeOf(Known(p_UsageLimit), product)); }
+int Job::StaggerMode(Product const* product) const { return ToInt(WholeOf(Known(p_StaggerMode), product)); }
+int Job::PacketSize(Product const* product) const { return std::max(1, ToInt(WholeOf(Known(p_PacketSize), product))); }
+int Job::FinishDisposition(Product const* product) const { return ToInt(WholeOf(Known(p_FinishDisposition), product)); }
+unsigned Job::StaggerCount(Product const* product) const { return ToUnsigned(WholeOf(Known(p_StaggerCount), product)); }
+float Job::StaggerStart(Product const* product) const {
+    return static_cast<float>(RealOf(Known(p_StaggerStart), product));
+}
+float Job::OvertimeKill(Product const* product) const {
+    return static_cast<float>(RealOf(Known(p_OvertimeKill), product));
+}
+
+std::set<UID> Job::IncludeEngines(Product const* product) const {
+    return UIDSet(StringOf(Known(p_IncludeEngines), product));
+}
+
+std::set<UID> Job::ExcludeEngines(Product const* product) const {
+    return UIDSet(StringOf(Known(p_ExcludeEngines), product));
+}
+
+std::map<UID, Job::DependencyType> Job::GetDependencies(Product const* product) const {
     std::map<UID, DependencyType> dependencies;
-    for (UID const& job : StringToUIDs(Get(p_WaitForJobID, false)))
+    std::vector<UID> const jobs = StringToUIDs(StringOf(Known(p_WaitForJobID), product));
+    if (jobs.empty())
+        return dependencies;
+    DependencyType const type =
+        TruthOf(Known(p_WaitForWholeJob), product) ? DependencyType::WholeJob : DependencyType::Frame;
+    for (UID const& job : jobs)
         dependencies[job] = type;
     return dependencies;
 }
@@ -319,7 +280,7 @@ String Job::GetParameterString(String const& name) const {
     // A summary with a template is always made anew: a stored one may tell of an older range.
     if (Derive(name, value) || GetParameter(name, value))
         return value;
-    return DefaultOf(name);
+    return DefaultText(name, ProductOf(*this).get());
 }
 
 bool Job::Derive(String const& name, String& out) const {
@@ -339,16 +300,13 @@ bool Job::Derive(String const& name, String& out) const {
     return true;
 }
 
-String Job::DefaultOf(String const& name) const {
-    if (shared_ptr<Product const> const product = ProductOf(*this)) {
-        if (auto const parameter = product->GetParam(name))
-            return parameter->GetDefault();
-    }
-    for (BuiltInDefault const& entry : k_BuiltIn) {
-        if (IsName(name, entry.name))
-            return entry.text;
-    }
-    return String();
+String Job::DefaultText(String const& name, Product const* product) {
+    auto const parameter = product ? product->GetParam(name) : nullptr;
+    String const text = parameter ? parameter->GetDefault() : String();
+    if (!text.Empty())
+        return text;
+    ValueInfo const* const info = FindValue(name);
+    return info && info->Has(v_OfJob) ? info->fallback : "";
 }
 
 String Job::FormatStringWithParameters(String const& format) const { return Expand(format, nullptr); }

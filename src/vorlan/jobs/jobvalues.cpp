@@ -68,16 +68,14 @@ bool JobValues::FindOwn(std::string_view name, String& value) const {
     else if (option != nullptr)
         value = *option;
     else
-        found = FindDefault(parameter.get(), value);
+        found = FindDefault(name, value);
     if (found && parameter && parameter->HasFlag(Parameter::f_Enquote))
         value = Path::Dequote(value);
     return found;
 }
 
-bool JobValues::FindDefault(Parameter const* parameter, String& value) const {
-    if (parameter == nullptr)
-        return false;
-    value = parameter->GetDefault();
+bool JobValues::FindDefault(std::string_view name, String& value) const {
+    value = Job::DefaultText(String(name), m_product);
     return !value.Empty();
 }
 
@@ -157,20 +155,7 @@ bool JobValues::FindDerived(std::string_view name, String& value) const {
 
 bool JobValues::IsTrue(std::string_view name, String const& value) const {
     auto const parameter = m_product != nullptr ? m_product->GetParam(String(name)) : nullptr;
-    if (!parameter)
-        return TemplateValues::IsTrue(name, value);
-    switch (parameter->Type()) {
-    case Parameter::t_None:
-        return value.Bool();
-    case Parameter::t_Bool:
-        return parameter->Bool_IsTrue(value);
-    case Parameter::t_BoolOverride:
-        return parameter->BoolOverride_FromString(value) == 1;
-    case Parameter::t_AlternateSwitch:
-        return value.CompareNoCase(parameter->GetName()) == 0;
-    default:
-        return TemplateValues::IsTrue(name, value);
-    }
+    return parameter ? parameter->IsTrue(value) : TemplateValues::IsTrue(name, value);
 }
 
 void JobValues::SetFrame(int64_t frame) { m_frame = frame; }

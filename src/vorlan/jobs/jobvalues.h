@@ -8,8 +8,6 @@
 
 namespace vorlan {
 
-class Parameter;
-
 // The values that a Job's or unit's templates may refer to: its own, the Engine's options, those made from its
 // frames, the Product's derived ones and defaults. Made on the stack for one expansion or launch; one thread.
 // Job, Product and options must outlive it.
@@ -49,7 +47,7 @@ private:
     bool FindIdentity(std::string_view name, String& value) const;
     bool FindField(std::string_view name, String& value) const;
     bool FindDerived(std::string_view name, String& value) const;
-    bool FindDefault(Parameter const* parameter, String& value) const;
+    bool FindDefault(std::string_view name, String& value) const;
     Frames const& UnitFrames() const;
     Frames const& RangeFrames() const;
     static Frames ReadFrames(String const& text, char const* name);

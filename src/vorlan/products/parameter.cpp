@@ -5,45 +5,10 @@
 #include <vorlan/vorlanobject.h>
 
 #include <algorithm>
-#include <array>
-#include <cctype>
 
 namespace vorlan {
 
 namespace {
-
-constexpr std::array<char const*, Parameter::t_Count> k_TypeLabels = {"None",
-                                                                      "Text",
-                                                                      "Signed Integer",
-                                                                      "Unsigned Integer",
-                                                                      "Floating Point",
-                                                                      "Time",
-                                                                      "ID",
-                                                                      "Password",
-                                                                      "Multiple Texts",
-                                                                      "Boolean",
-                                                                      "Overridable Boolean",
-                                                                      "Choice",
-                                                                      "Path to a File",
-                                                                      "Path to a Folder",
-                                                                      "Parameters",
-                                                                      "Separator",
-                                                                      "Text List",
-                                                                      "Folder Path List",
-                                                                      "File Path List",
-                                                                      "Help Text",
-                                                                      "Alternate Switch",
-                                                                      "Last Error Message"};
-
-// A label without blanks and case.
-String Folded(String const& label) {
-    String folded;
-    for (char c : label) {
-        if (c != ' ')
-            folded += String::FoldCase(c);
-    }
-    return folded;
-}
 
 boost::shared_ptr<Parameter> Copy(boost::shared_ptr<Parameter> const& parameter) {
     return boost::make_shared<Parameter>(*parameter);
@@ -64,21 +29,6 @@ Parameter& Parameter::operator=(Parameter const& other) {
     std::transform(other.m_subParams.begin(), other.m_subParams.end(), std::back_inserter(copies), Copy);
     m_subParams = std::move(copies);
     return *this;
-}
-
-char const* Parameter::TypeLabel(TYPE type) {
-    return type >= 0 && type < t_Count ? k_TypeLabels[static_cast<size_t>(type)] : "";
-}
-
-bool Parameter::TypeFromLabel(String const& label, TYPE& type) {
-    String const wanted = Folded(label);
-    for (size_t i = 0; i < k_TypeLabels.size(); ++i) {
-        if (Folded(k_TypeLabels[i]) == wanted) {
-            type = static_cast<TYPE>(i);
-            return true;
-        }
-    }
-    return false;
 }
 
 std::vector<Parameter::FlagLabel> const& Parameter::FlagLabels() {
@@ -115,49 +65,6 @@ String Parameter::GetPrompt() const {
 }
 
 String Parameter::GetFilter() const { return GetSetting(k_SettingFilter, m_type == t_FilePath ? "{All Files}" : ""); }
-
-String Parameter::GetDefault() const {
-    auto const found = m_settings.find(std::string_view(k_SettingDefault));
-    if (found != m_settings.end())
-        return found->second;
-    switch (m_type) {
-    case t_None:
-        return "0";
-    case t_Bool:
-        return Bool_GetValue(false);
-    case t_Choice:
-        return GetChoice(0);
-    case t_AlternateSwitch:
-        return GetName();
-    default:
-        return {};
-    }
-}
-
-bool Parameter::IsDefault(String const& value) const {
-    String const standard = GetDefault();
-    if (value.Empty() || value == standard)
-        return true;
-    switch (m_type) {
-    case t_None:
-        return value.Bool() == standard.Bool();
-    case t_Bool:
-        return Bool_IsTrue(value) == Bool_IsTrue(standard);
-    case t_BoolOverride:
-        return BoolOverride_FromString(value) == BoolOverride_FromString(standard);
-    case t_Signed:
-    case t_Time:
-        return !standard.Empty() && value.Int() == standard.Int();
-    case t_Unsigned:
-        return !standard.Empty() && value.Uint() == standard.Uint();
-    case t_Float:
-        return !standard.Empty() && !(value.Float() < standard.Float()) && !(value.Float() > standard.Float());
-    case t_Choice:
-        return GetChoice(value) == standard;
-    default:
-        return false;
-    }
-}
 
 String Parameter::Get(VorlanObject const& object, String const& name) { return object.Get(name, true); }
 

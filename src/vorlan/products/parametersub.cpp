@@ -10,14 +10,6 @@ namespace {
 // What parts a sub-parameter's name from its value: a blank makes them two words.
 String JoinOf(Parameter const& parameter) { return parameter.GetSetting(k_SettingJoin, " "); }
 
-bool IsSwitch(Parameter const& parameter) {
-    return parameter.Type() == Parameter::t_None || parameter.Type() == Parameter::t_AlternateSwitch;
-}
-
-bool IsHeading(Parameter const& parameter) {
-    return parameter.Type() == Parameter::t_Separator || parameter.Type() == Parameter::t_HelpText;
-}
-
 void AddWords(std::vector<String>& words, Parameter const& parameter, String const& value) {
     String const name = parameter.GetName();
     if (parameter.Type() == Parameter::t_None) {
@@ -49,7 +41,7 @@ struct Match {
 
 bool MatchName(Parameter const& parameter, String const& word, Match& match) {
     String const name = parameter.GetName();
-    if (name.Empty() || IsHeading(parameter))
+    if (name.Empty() || parameter.IsHeading())
         return false;
     String const alternate = parameter.GetAlternate();
     if (parameter.Type() == Parameter::t_AlternateSwitch && word == alternate && !alternate.Empty()) {
@@ -57,11 +49,11 @@ bool MatchName(Parameter const& parameter, String const& word, Match& match) {
         return true;
     }
     if (word == name) {
-        match = {&parameter, name.size(), name, {}, !IsSwitch(parameter) && JoinOf(parameter) == " "};
+        match = {&parameter, name.size(), name, {}, !parameter.IsSwitch() && JoinOf(parameter) == " "};
         return true;
     }
     String const join = JoinOf(parameter);
-    if (IsSwitch(parameter) || join == " " || !word.StartsWith(name + join))
+    if (parameter.IsSwitch() || join == " " || !word.StartsWith(name + join))
         return false;
     match = {&parameter, name.size() + join.size(), name, word.Mid(name.size() + join.size()), false};
     return true;
@@ -83,7 +75,7 @@ String Parameter::SubParam_MapToString(OptionMap const& values) const {
     std::vector<String> words;
     OptionMap left = values;
     for (auto const& parameter : m_subParams) {
-        if (IsHeading(*parameter))
+        if (parameter->IsHeading())
             continue;
         auto const found = left.find(parameter->GetName());
         if (found != left.end()) {

@@ -2,6 +2,8 @@
 
 #include "productjson.h"
 
+#include <vorlan/valueblock.h>
+
 #include <algorithm>
 #include <array>
 
@@ -109,9 +111,31 @@ void Product::SimplifyHelp() {
 }
 
 void Product::ClearCache() {
+    m_defaults.store(nullptr);
     m_nameIndex.clear();
     for (size_t i = 0; i < m_params.size(); ++i)
         m_nameIndex.try_emplace(m_params[i]->GetName().Lower().Str(), i);
+}
+
+boost::shared_ptr<Product::Defaults const> Product::MakeDefaults() const {
+    auto const defaults = boost::make_shared<Defaults>(k_Values.size());
+    for (auto const& parameter : m_params) {
+        uint32_t const number = NameTable::Lookup(parameter->GetName());
+        if (number < defaults->size() && !(*defaults)[number])
+            (*defaults)[number] = parameter->GetDefault();
+    }
+    return defaults;
+}
+
+String const* Product::DefaultOf(KnownValue value) const {
+    boost::shared_ptr<Defaults const> defaults = m_defaults.load();
+    if (!defaults) {
+        boost::shared_ptr<Defaults const> const made = MakeDefaults();
+        // Another thread may have been faster; theirs stays then, as long as the Product is not written.
+        defaults = m_defaults.compare_exchange_strong(defaults, made) ? made : m_defaults.load();
+    }
+    auto const& text = (*defaults)[value.number];
+    return text ? &*text : nullptr;
 }
 
 size_t Product::IndexOf(String const& name) const {
@@ -133,12 +157,14 @@ boost::shared_ptr<Parameter const> Product::GetParam(size_t index) const {
 boost::shared_ptr<Parameter const> Product::GetParam(String const& name) const { return GetParam(IndexOf(name)); }
 
 MutableParameterInfo Product::GetMutableParam(size_t index) {
+    m_defaults.store(nullptr);
     return index < m_params.size() ? MutableParameterInfo(m_params[index]) : MutableParameterInfo();
 }
 
 MutableParameterInfo Product::GetMutableParam(String const& name) { return GetMutableParam(IndexOf(name)); }
 
 MutableParameterInfo Product::NewParam(Parameter::TYPE type) {
+    m_defaults.store(nullptr);
     m_params.push_back(boost::make_shared<Parameter>(type));
     return MutableParameterInfo(m_params.back());
 }

@@ -14,7 +14,7 @@ namespace vorlan {
 
 using Json = nlohmann::ordered_json;
 
-// By the number of DispatchQueue.
+// By the number of a DispatchQueue.
 inline constexpr char const* k_QueueNames[] = {"General Purpose", "Large File Transfer", "Maintenance"};
 
 // A value inside a Product's JSON text together with the way to it, for errors.
@@ -89,8 +89,6 @@ private:
     static void AddExtra(Json& json, String const& extra);
 };
 
-// The groups of parameters that Products take by name, as JSON text: group name to list.
-char const* StandardParameterText();
 // The help of every standard parameter by name.
 OptionMap const& StandardHelp();
 

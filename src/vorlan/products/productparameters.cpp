@@ -12,12 +12,6 @@ namespace {
 
 constexpr int k_SubParameterDepthLimit = 8;
 
-bool IsNumber(Parameter::TYPE type) {
-    return type == Parameter::t_Signed || type == Parameter::t_Unsigned || type == Parameter::t_Float;
-}
-
-bool IsHeadingType(Parameter::TYPE type) { return type == Parameter::t_Separator || type == Parameter::t_HelpText; }
-
 bool IsKnownSetting(std::string_view key) {
     static std::set<std::string_view, String::ciless> const known = {k_SettingName,
                                                                      k_SettingNiceName,
@@ -149,14 +143,14 @@ void ProductReader::ReadChoices(JsonPlace const& list, Parameter& parameter) {
 }
 
 void ProductReader::CheckParameter(JsonPlace const& place, Parameter const& parameter, bool isTop) {
-    if (parameter.GetName().Empty() && !IsHeadingType(parameter.Type()))
+    if (parameter.GetName().Empty() && !parameter.IsHeading())
         place.Fail("\"Name\" is missing. A parameter has a name");
-    if (isTop && parameter.GetName().FindOneOf("$()[]:=!?|~") != String::npos && !IsHeadingType(parameter.Type()))
+    if (isTop && parameter.GetName().FindOneOf("$()[]:=!?|~") != String::npos && !parameter.IsHeading())
         place.Member("Name").Fail("\"" + parameter.GetName() +
                                   "\" cannot be referred to as $(...). A name has none of " + "$()[]:=!?|~");
     String low;
     String high;
-    if (IsNumber(parameter.Type()) && !parameter.Number_GetRange().Empty() && !parameter.SplitRange(low, high))
+    if (parameter.IsNumber() && !parameter.Number_GetRange().Empty() && !parameter.SplitRange(low, high))
         place.Member(k_SettingRange)
             .Fail("\"" + parameter.Number_GetRange() +
                   "\" is no range of numbers. Expected lowest..highest, such as \"0..100\"");

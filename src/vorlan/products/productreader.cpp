@@ -119,7 +119,7 @@ void ProductReader::ReadParameters(JsonPlace const& list) {
     }
     OptionMap taken;
     auto const add = [&](JsonPlace const& place, boost::shared_ptr<Parameter> const& parameter) {
-        bool const heading = parameter->Type() == Parameter::t_Separator || parameter->Type() == Parameter::t_HelpText;
+        bool const heading = parameter->IsHeading();
         if (!heading && !taken.emplace(parameter->GetName(), "").second)
             place.Fail("the name \"" + parameter->GetName() + "\" is taken by an earlier parameter");
         m_product->m_params.push_back(parameter);

@@ -3,6 +3,9 @@
 #include "productjson.h"
 
 #include <vorlan/keys.h>
+#include <vorlan/values.h>
+
+#include <algorithm>
 
 namespace vorlan {
 
@@ -11,133 +14,163 @@ namespace {
 // What tells a Job from others, where it waits and how urgent it is; then its frames.
 constexpr char const k_BasicText[] = R"json({
 "Identity": [
-  {"Type": "Text", "Name": "Name", "Flags": ["Job Parameter", "Required", "Always at Default"],
-   "Help": "The Job's name, as all lists show it."},
-  {"Type": "Signed Integer", "Name": "Status", "Default": 0,
-   "Flags": ["Job Parameter", "Always at Default", "No Parent Update"],
-   "Help": "Paused: the Job waits until somebody resumes it. Pending: it starts as soon as an Engine is free."},
-  {"Type": "Unsigned Integer", "Name": "Priority", "Default": 50, "Range": "0..100",
-   "Flags": ["Job Parameter"],
-   "Help": "Jobs of higher priority are worked on first."},
-  {"Type": "ID", "Name": "Pool", "Flags": ["Job Parameter"],
-   "Help": "The Pool of Engines that may work on the Job. None: the whole system."}
+  {"Name": "Name", "Flags": ["Job Parameter", "Required", "Always at Default"]},
+  {"Name": "Status",
+   "Flags": ["Job Parameter", "Always at Default"]},
+  {"Name": "Priority",
+   "Flags": ["Job Parameter"]},
+  {"Name": "Pool", "Flags": ["Job Parameter"]}
 ],
 "Frames": [
-  {"Type": "Text", "Name": "Range", "Default": "1", "Flags": ["Job Parameter", "Required"],
-   "Help": "The frames, such as 1-100 or 1-10,20,30-50x2. x2 takes every second one; numbers may be negative."},
-  {"Type": "Unsigned Integer", "Name": "PacketSize", "NiceName": "Packet Size", "Default": 1,
-   "Flags": ["Job Parameter"],
-   "Help": "How many consecutive frames one Engine gets at a time. Small packets spread better, large ones save the time that the program needs to start."}
+  {"Name": "Range", "Default": "1", "Flags": ["Job Parameter", "Required"]},
+  {"Name": "PacketSize", "NiceName": "Packet Size",
+   "Flags": ["Job Parameter"]}
 ],
 "Record": [
-  {"Type": "Text", "Name": "Creator", "Flags": ["Job Parameter", "Hide on Input", "Always at Default"],
-   "Help": "Who submitted the Job."},
-  {"Type": "Time", "Name": "Created", "Flags": ["Job Parameter", "Hide on Input", "Always at Default"],
-   "Help": "When the Job was submitted."},
-  {"Type": "Time", "Name": "FinishedTime", "NiceName": "Finished", "Flags": ["Job Parameter", "Hide on Input", "Always at Default"],
-   "Help": "When the Job was finished."},
-  {"Type": "ID", "Name": "ID", "Flags": ["Job Parameter", "Advanced", "Hide on Input", "Always at Default"],
-   "Help": "The Job's identity, which never changes."}
+  {"Name": "Creator", "Flags": ["Job Parameter", "Hide on Input", "Always at Default"]},
+  {"Name": "Created", "Flags": ["Job Parameter", "Hide on Input", "Always at Default"]},
+  {"Name": "FinishedTime", "NiceName": "Finished", "Flags": ["Job Parameter", "Hide on Input", "Always at Default"]},
+  {"Name": "ID", "Flags": ["Job Parameter", "Advanced", "Hide on Input", "Always at Default"]}
 ],
 )json";
 
 constexpr char const k_SchedulingText[] = R"json(
 "Scheduling": [
   {"Type": "Separator", "Name": "Machine", "Flags": ["Job Parameter", "Advanced"]},
-  {"Type": "Unsigned Integer", "Name": "CPUs", "NiceName": "Cores", "Default": 1, "Flags": ["Job Parameter", "Advanced"],
-   "Specials": {"0": "All of the Engine"}, "Custom": "Cores", "CustomDefault": 1,
-   "Help": "How many cores of an Engine one work unit takes up."},
-  {"Type": "Unsigned Integer", "Name": "RAM", "NiceName": "Memory (MB)", "Default": 0, "Flags": ["Job Parameter", "Advanced"],
-   "Specials": {"0": "Any"}, "Custom": "MB", "CustomDefault": 1024, "Restriction": "RAM Distribution",
-   "Help": "The free memory that an Engine needs for one work unit."},
-  {"Type": "Unsigned Integer", "Name": "GPUs", "Default": 0, "Flags": ["Job Parameter", "Advanced"],
-   "Specials": {"0": "None"}, "Custom": "GPUs", "CustomDefault": 1, "Restriction": "GPU Distribution",
-   "Help": "How many GPUs of an Engine one work unit takes up."},
-  {"Type": "Text", "Name": "UseGPUs", "NiceName": "Use GPUs", "Flags": ["Job Parameter", "Advanced"], "Restriction": "GPU Distribution",
-   "Help": "The numbers of the GPUs to use, such as 0,1. Empty: any that are free."},
-  {"Type": "Text", "Name": "Resources", "Flags": ["Job Parameter", "Advanced"],
-   "Help": "Network shares to connect before the work starts: local = remote, several joined by \" ; \"."},
-  {"Type": "Text", "Name": "Username", "NiceName": "User Name", "Flags": ["Job Parameter", "Advanced"],
-   "Help": "Whose rights the work has on its network shares."},
-  {"Type": "Password", "Name": "Password", "Flags": ["Job Parameter", "Advanced"],
-   "Help": "The password of that user."},
+  {"Name": "CPUs", "NiceName": "Cores", "Flags": ["Job Parameter", "Advanced"],
+   "Specials": {"0": "All of the Engine"}, "Custom": "Cores", "CustomDefault": 1},
+  {"Name": "RAM", "NiceName": "Memory (MB)", "Flags": ["Job Parameter", "Advanced"],
+   "Specials": {"0": "Any"}, "Custom": "MB", "CustomDefault": 1024, "Restriction": "RAM Distribution"},
+  {"Name": "GPUs", "Flags": ["Job Parameter", "Advanced"],
+   "Specials": {"0": "None"}, "Custom": "GPUs", "CustomDefault": 1, "Restriction": "GPU Distribution"},
+  {"Name": "UseGPUs", "NiceName": "Use GPUs", "Flags": ["Job Parameter", "Advanced"], "Restriction": "GPU Distribution"},
+  {"Name": "Resources", "Flags": ["Job Parameter", "Advanced"]},
+  {"Name": "Username", "NiceName": "User Name", "Flags": ["Job Parameter", "Advanced"]},
+  {"Name": "Password", "Flags": ["Job Parameter", "Advanced"]},
   {"Type": "Separator", "Name": "Distribution", "Flags": ["Job Parameter", "Advanced"]},
-  {"Type": "Signed Integer", "Name": "UsageLimit", "NiceName": "Usage Limit", "Default": 0, "Flags": ["Job Parameter", "Advanced"],
+  {"Name": "UsageLimit", "NiceName": "Usage Limit", "Flags": ["Job Parameter", "Advanced"],
    "Specials": {"0": "No limit"}, "Custom": "Work units", "CustomDefault": 10,
-   "NegativeCustom": "Engines", "NegativeCustomDefault": -10,
-   "Help": "How much of the farm the Job may use at a time: this many work units, or, below zero, this many Engines."},
-  {"Type": "Signed Integer", "Name": "PriorityBoost", "NiceName": "Priority Boost", "Default": 0, "Flags": ["Job Parameter", "Advanced"],
-   "Specials": {"0": "None"}, "Custom": "Packets", "CustomDefault": 1,
-   "Help": "This many packets at the start of the Job go before all other Jobs, so that its results can be judged early."},
-  {"Type": "Text", "Name": "WaitForJobID", "NiceName": "Wait for Jobs", "Flags": ["Job Parameter", "Advanced"],
-   "Help": "The IDs of the Jobs that must be finished before this one starts."},
-  {"Type": "Boolean", "Name": "WaitForWholeJob", "NiceName": "Wait for Whole Job", "Default": true, "Flags": ["Job Parameter", "Advanced"],
-   "Help": "Wait until those Jobs are finished altogether. Otherwise each frame waits for the same frame of theirs."},
-  {"Type": "Choice", "Name": "StaggerMode", "NiceName": "Stagger", "Default": "0", "Flags": ["Job Parameter", "Advanced", "Option", "For Engine"],
-   "Choices": [{"Value": "0", "Display": "Work"}, {"Value": "1", "Display": "Work on one Engine"}, {"Value": "2", "Display": "Engines"}],
-   "Help": "What is started little by little when staggering is on."},
-  {"Type": "Unsigned Integer", "Name": "StaggerCount", "NiceName": "Stagger Count", "Default": 1, "Flags": ["Job Parameter", "Advanced", "Option", "For Engine"],
-   "Help": "How many are started at once."},
-  {"Type": "Floating Point", "Name": "StaggerStart", "NiceName": "Stagger Seconds", "Default": 0, "Flags": ["Job Parameter", "Advanced", "Option", "For Engine"],
-   "Specials": {"0": "Off"}, "Custom": "Seconds", "CustomDefault": 10,
-   "Help": "The seconds between one start and the next."},
+   "NegativeCustom": "Engines", "NegativeCustomDefault": -10},
+  {"Name": "PriorityBoost", "NiceName": "Priority Boost", "Flags": ["Job Parameter", "Advanced"],
+   "Specials": {"0": "None"}, "Custom": "Packets", "CustomDefault": 1},
+  {"Name": "WaitForJobID", "NiceName": "Wait for Jobs", "Flags": ["Job Parameter", "Advanced"]},
+  {"Name": "WaitForWholeJob", "NiceName": "Wait for Whole Job", "Flags": ["Job Parameter", "Advanced"]},
+  {"Type": "Choice", "Name": "StaggerMode", "NiceName": "Stagger", "Flags": ["Job Parameter", "Advanced", "Option", "For Engine"],
+   "Choices": [{"Value": "0", "Display": "Work"}, {"Value": "1", "Display": "Work on one Engine"}, {"Value": "2", "Display": "Engines"}]},
+  {"Name": "StaggerCount", "NiceName": "Stagger Count", "Flags": ["Job Parameter", "Advanced", "Option", "For Engine"]},
+  {"Name": "StaggerStart", "NiceName": "Stagger Seconds", "Flags": ["Job Parameter", "Advanced", "Option", "For Engine"],
+   "Specials": {"0": "Off"}, "Custom": "Seconds", "CustomDefault": 10},
   {"Type": "Separator", "Name": "Failures and End", "Flags": ["Job Parameter", "Advanced"]},
-  {"Type": "Unsigned Integer", "Name": "FailureLimit", "NiceName": "Failure Limit", "Default": 3, "Flags": ["Job Parameter", "Advanced"],
-   "Specials": {"0": "No limit"}, "Custom": "Tries", "CustomDefault": 3,
-   "Help": "How often a work unit may fail before it counts as failed for good."},
-  {"Type": "Floating Point", "Name": "OvertimeKill", "NiceName": "Overtime Kill", "Default": 0, "Flags": ["Job Parameter", "Advanced"],
-   "Specials": {"0": "Never"}, "Custom": "Times the average", "CustomDefault": 5,
-   "Help": "A work unit that runs longer than this many times the Job's average is stopped and tried again."},
-  {"Type": "Choice", "Name": "FinishDisposition", "NiceName": "When Finished", "Default": "-1", "Flags": ["Job Parameter", "Advanced"],
-   "Choices": [{"Value": "-1", "Display": "As the Master does"}, {"Value": "0", "Display": "Keep"}, {"Value": "1", "Display": "Delete"}],
-   "Help": "What becomes of the Job in the queue once it is finished."},
-  {"Type": "Text", "Name": "Note", "Flags": ["Job Parameter", "Advanced", "Always at Default", "No Parent Update"],
-   "Help": "Anything that others should know of the Job."}
+  {"Name": "FailureLimit", "NiceName": "Failure Limit", "Flags": ["Job Parameter", "Advanced"],
+   "Specials": {"0": "No limit"}, "Custom": "Tries", "CustomDefault": 3},
+  {"Name": "OvertimeKill", "NiceName": "Overtime Kill", "Flags": ["Job Parameter", "Advanced"],
+   "Specials": {"0": "Never"}, "Custom": "Times the average", "CustomDefault": 5},
+  {"Type": "Choice", "Name": "FinishDisposition", "NiceName": "When Finished", "Flags": ["Job Parameter", "Advanced"],
+   "Choices": [{"Value": "-1", "Display": "As the Master does"}, {"Value": "0", "Display": "Keep"}, {"Value": "1", "Display": "Delete"}]},
+  {"Name": "Note", "Flags": ["Job Parameter", "Advanced", "Always at Default"]}
 ],
 )json";
 
 constexpr char const k_EventsText[] = R"json(
 "Events": [
-  {"Type": "Text", "Name": "JobFirstStartedEvt", "NiceName": "Job First Started", "Flags": ["Job Parameter", "Advanced", "Event Command"],
-   "Help": "Run by the Master when the first work of the Job starts."},
-  {"Type": "Text", "Name": "JobAssignWorkEvt", "NiceName": "Job Assigns Work", "Flags": ["Job Parameter", "Advanced", "Event Command"],
-   "Help": "Run by the Master when it gives work of the Job to an Engine."},
-  {"Type": "Text", "Name": "JobFinishedEvt", "NiceName": "Job Finished", "Flags": ["Job Parameter", "Advanced", "Event Command"],
-   "Help": "Run by the Master when the Job is finished."},
-  {"Type": "Text", "Name": "DeleteJobEvt", "NiceName": "Job Deleted", "Flags": ["Job Parameter", "Advanced", "Event Command"],
-   "Help": "Run by the Master when the Job is deleted."},
-  {"Type": "Text", "Name": "FirstWorkEvt", "NiceName": "First Work on an Engine", "Flags": ["Job Parameter", "Advanced", "Event Command"],
-   "Help": "Run by each Engine before its first work of the Job."},
-  {"Type": "Text", "Name": "WorkAssignedEvt", "NiceName": "Work Assigned", "Flags": ["Job Parameter", "Advanced", "Event Command"],
-   "Help": "Run by the Engine when it gets a work unit."},
-  {"Type": "Text", "Name": "WorkStartedEvt", "NiceName": "Work Started", "Flags": ["Job Parameter", "Advanced", "Event Command"],
-   "Help": "Run by the Engine when a work unit has started."},
-  {"Type": "Text", "Name": "WorkParameterChangedEvt", "NiceName": "Work Parameter Changed", "Flags": ["Job Parameter", "Advanced", "Event Command"],
-   "Help": "Run by the Engine when a value of a running work unit changes."},
-  {"Type": "Text", "Name": "WorkPostExecuteEvt", "NiceName": "Work Process Ended", "Flags": ["Job Parameter", "Advanced", "Event Command"],
-   "Help": "Run by the Engine when the process of a work unit has ended, before the unit is reported."},
-  {"Type": "Text", "Name": "WorkPostExecuteSuccessfulEvt", "NiceName": "Work Process Ended Well", "Flags": ["Job Parameter", "Advanced", "Event Command"],
-   "Help": "The same, after success alone."},
-  {"Type": "Text", "Name": "WorkPostExecuteUnsuccessfulEvt", "NiceName": "Work Process Failed", "Flags": ["Job Parameter", "Advanced", "Event Command"],
-   "Help": "The same, after a failure alone."},
-  {"Type": "Text", "Name": "WorkFinishedEvt", "NiceName": "Work Finished", "Flags": ["Job Parameter", "Advanced", "Event Command"],
-   "Help": "Run by the Engine when a work unit is over and reported."},
-  {"Type": "Text", "Name": "WorkFinishedSuccessfulEvt", "NiceName": "Work Finished Well", "Flags": ["Job Parameter", "Advanced", "Event Command"],
-   "Help": "The same, after success alone."},
-  {"Type": "Text", "Name": "WorkFinishedUnsuccessfulEvt", "NiceName": "Work Failed", "Flags": ["Job Parameter", "Advanced", "Event Command"],
-   "Help": "The same, after a failure alone."}
+  {"Name": "JobFirstStartedEvt", "NiceName": "Job First Started", "Flags": ["Job Parameter", "Advanced", "Event Command"]},
+  {"Name": "JobAssignWorkEvt", "NiceName": "Job Assigns Work", "Flags": ["Job Parameter", "Advanced", "Event Command"]},
+  {"Name": "JobFinishedEvt", "NiceName": "Job Finished", "Flags": ["Job Parameter", "Advanced", "Event Command"]},
+  {"Name": "DeleteJobEvt", "NiceName": "Job Deleted", "Flags": ["Job Parameter", "Advanced", "Event Command"]},
+  {"Name": "FirstWorkEvt", "NiceName": "First Work on an Engine", "Flags": ["Job Parameter", "Advanced", "Event Command"]},
+  {"Name": "WorkAssignedEvt", "NiceName": "Work Assigned", "Flags": ["Job Parameter", "Advanced", "Event Command"]},
+  {"Name": "WorkStartedEvt", "NiceName": "Work Started", "Flags": ["Job Parameter", "Advanced", "Event Command"]},
+  {"Name": "WorkParameterChangedEvt", "NiceName": "Work Parameter Changed", "Flags": ["Job Parameter", "Advanced", "Event Command"]},
+  {"Name": "WorkPostExecuteEvt", "NiceName": "Work Process Ended", "Flags": ["Job Parameter", "Advanced", "Event Command"]},
+  {"Name": "WorkPostExecuteSuccessfulEvt", "NiceName": "Work Process Ended Well", "Flags": ["Job Parameter", "Advanced", "Event Command"]},
+  {"Name": "WorkPostExecuteUnsuccessfulEvt", "NiceName": "Work Process Failed", "Flags": ["Job Parameter", "Advanced", "Event Command"]},
+  {"Name": "WorkFinishedEvt", "NiceName": "Work Finished", "Flags": ["Job Parameter", "Advanced", "Event Command"]},
+  {"Name": "WorkFinishedSuccessfulEvt", "NiceName": "Work Finished Well", "Flags": ["Job Parameter", "Advanced", "Event Command"]},
+  {"Name": "WorkFinishedUnsuccessfulEvt", "NiceName": "Work Failed", "Flags": ["Job Parameter", "Advanced", "Event Command"]}
 ],
 "Engine": [
-  {"Type": "Unsigned Integer", "Name": "Limit", "NiceName": "Work at a Time", "Default": 0, "Flags": ["Option", "For Engine", "For Master"],
-   "Specials": {"0": "No limit"}, "Custom": "Work units", "CustomDefault": 1,
-   "Help": "How many work units of this type may run at a time: on one Engine, or on the whole farm."}
+  {"Name": "Limit", "NiceName": "Work at a Time", "Flags": ["Option", "For Engine", "For Master"],
+   "Specials": {"0": "No limit"}, "Custom": "Work units", "CustomDefault": 1}
+],
+)json";
+
+// An Engine's own form: what people set, then what its machine is.
+constexpr char const k_EngineText[] = R"json(
+"Engine Settings": [
+  {"Name": "Name", "Flags": ["Option", "For Engine"], "Help": "Name of the Engine"},
+  {"Name": "Note", "Flags": ["Option", "For Engine"], "Help": "What people should know of the Engine"},
+  {"Name": "Enabled", "Flags": ["Option", "For Engine"]},
+  {"Name": "Priority", "Flags": ["Option", "For Engine"], "Help": "Engines with a higher priority get work first"},
+  {"Name": "UseCores", "NiceName": "Use Cores", "Flags": ["Option", "For Engine"]},
+  {"Name": "ForceCores", "NiceName": "Override Cores", "Flags": ["Option", "For Engine"]},
+  {"Name": "UseGPUs", "NiceName": "Use GPUs", "Flags": ["Option", "For Engine"],
+   "Help": "A count (\"4\" for 4 GPU devices) or device ids separated by commas"},
+  {"Type": "Choice", "Name": "GPUDistribution", "NiceName": "GPU Distribution", "Flags": ["Option", "For Engine"],
+   "Restriction": "GPU Distribution",
+   "Choices": [{"Value": "", "Display": "As the Job says"}, {"Value": "Shared", "Display": "All work shares all GPUs"}, {"Value": "Exclusive", "Display": "Each work gets GPUs of its own"}]},
+  {"Name": "Restricted", "Flags": ["Option", "For Engine"]},
+  {"Name": "RestrictedCores", "NiceName": "Restricted Cores", "Flags": ["Option", "For Engine"]}
+],
+"Engine Machine": [
+  {"Name": "Hostname", "NiceName": "Host", "Flags": ["Option", "For Engine", "Hide on Input"]},
+  {"Name": "OperatingSystem", "NiceName": "Operating System", "Flags": ["Option", "For Engine", "Hide on Input"]},
+  {"Name": "Hardware", "Flags": ["Option", "For Engine", "Hide on Input"]},
+  {"Name": "Memory", "Flags": ["Option", "For Engine", "Hide on Input"]},
+  {"Name": "Cores", "NiceName": "Max Cores", "Flags": ["Option", "For Engine", "Hide on Input"]},
+  {"Name": "GPUs", "Flags": ["Option", "For Engine", "Hide on Input"], "Help": "GPUs of the machine"}
 ]
 })json";
 
+// The type that a form offers for a value of the table.
+Parameter::TYPE TypeOf(ValueInfo const& info) {
+    switch (info.kind) {
+    case ValueKind::Bool:
+        return Parameter::t_Bool;
+    case ValueKind::Whole:
+        return info.low < 0 ? Parameter::t_Signed : Parameter::t_Unsigned;
+    case ValueKind::Real:
+        return Parameter::t_Float;
+    case ValueKind::Moment:
+        return Parameter::t_Time;
+    case ValueKind::ID:
+        return Parameter::t_ID;
+    case ValueKind::Secret:
+        return Parameter::t_Password;
+    default:
+        return Parameter::t_Text;
+    }
+}
+
+// Completes a parameter by what the table says of its value.
+void TakeFromTable(Json& parameter) {
+    ValueInfo const* const info = FindValue(parameter[k_SettingName].get_ref<std::string const&>());
+    if (!info || parameter.value("Type", "") == Parameter::TypeLabel(Parameter::t_Separator))
+        return;
+    auto const complete = [&parameter](char const* key, String const& text) {
+        if (!text.Empty() && !parameter.contains(key))
+            parameter[key] = text.Str();
+    };
+    complete("Type", Parameter::TypeLabel(TypeOf(*info)));
+    complete(k_SettingDefault, info->fallback);
+    complete(k_SettingHelp, info->help);
+    if (info->Has(v_Slider))
+        complete(k_SettingRange,
+                 String::From(static_cast<int>(info->low)) + ".." + String::From(static_cast<int>(info->high)));
+    Json& flags = parameter["Flags"];
+    if (info->Has(v_UnitsOwn) && std::find(flags.begin(), flags.end(), "Job Parameter") != flags.end())
+        flags.push_back("No Parent Update");
+}
+
 // Their JSON is this program's own and always reads; made once.
 Json const& StandardGroups() {
-    static Json const groups =
-        Json::parse(std::string(k_BasicText) + k_SchedulingText + k_EventsText, nullptr, true, false);
+    static Json const groups = [] {
+        Json all = Json::parse(std::string(k_BasicText) + k_SchedulingText + k_EventsText + k_EngineText);
+        for (auto& [group, parameters] : all.items()) {
+            for (Json& parameter : parameters)
+                TakeFromTable(parameter);
+        }
+        return all;
+    }();
     return groups;
 }
 

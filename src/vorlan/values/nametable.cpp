@@ -1,9 +1,8 @@
-#include "keynames.h"
-
 #include <corekit/commonmutex.h>
 #include <corekit/exception.h>
 #include <corekit/sformat.h>
 #include <vorlan/valueblock.h>
+#include <vorlan/values.h>
 
 #include <array>
 #include <atomic>
@@ -42,8 +41,8 @@ class Names {
 public:
     Names() {
         Grow(1024);
-        for (char const* name : KnownNames())
-            Number(name);
+        for (ValueInfo const& value : k_Values)
+            Number(value.name);
     }
 
     uint32_t Lookup(std::string_view name) const {

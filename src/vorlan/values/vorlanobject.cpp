@@ -205,17 +205,11 @@ void VorlanObject::Load(String& text) {
 
 void VorlanObject::Load(IniFile& file) { SetValues(file.GetSection(file.CurrentSection())); }
 
-String VorlanObject::Name() const {
-    static uint32_t const s_number = NameTable::Number(p_Name);
-    return TextOf(s_number);
-}
+String VorlanObject::Name() const { return TextOf(Known(p_Name)); }
 
 void VorlanObject::SetName(String const& name) { Set(p_Name, name); }
 
-String VorlanObject::Note() const {
-    static uint32_t const s_number = NameTable::Number(p_Note);
-    return TextOf(s_number);
-}
+String VorlanObject::Note() const { return TextOf(Known(p_Note)); }
 
 void VorlanObject::SetNote(String const& note) { Set(p_Note, note); }
 
@@ -272,15 +266,15 @@ bool VorlanObject::BoolOf(uint32_t number, bool otherwise) const {
     return Read(number, [&](std::string_view text) { return text.data() ? String(text).Bool(otherwise) : otherwise; });
 }
 
-UID VorlanObject::UIDOf(uint32_t number) const {
-    return Read(number, [](std::string_view text) {
+UID VorlanObject::UIDOf(KnownValue value) const {
+    return Read(value.number, [](std::string_view text) {
         UID uid;
         return UID::FromString(text, uid) ? uid : UID::Null;
     });
 }
 
-String VorlanObject::TextOf(uint32_t number) const {
-    return Read(number, [](std::string_view text) { return String(text); });
+String VorlanObject::TextOf(KnownValue value) const {
+    return Read(value.number, [](std::string_view text) { return String(text); });
 }
 
 } // namespace vorlan

@@ -10,7 +10,7 @@
 #include <corekit/log.h>
 #include <vorlan/events.h>
 #include <vorlan/jobfactory.h>
-#include <vorlan/parameter.h>
+#include <vorlan/product.h>
 
 namespace vorlan {
 
@@ -237,9 +237,8 @@ void WorkList::OnJobMsg(boost::shared_ptr<JobMsg> const& message) {
 void WorkList::OnJobParameterMsg(boost::shared_ptr<JobParameterMsg> const& message) {
     bool any = false;
     for (WorkPtr const& info : GetAllWorkForJob(message->job)) {
-        auto const parameter = JobFactory::s_JobFactory->GetTypeParameterInfo(info->work->Type(), message->name);
-        // What each unit has for itself is not its Job's to change.
-        if (!parameter || parameter->HasFlag(Parameter::f_NoParentUpdate))
+        auto const product = JobFactory::s_JobFactory->GetProduct(info->work->Type());
+        if (!product || !product->GetParam(message->name) || !Job::FollowsParent(message->name, product.get()))
             break;
         any |= info->work->SetParameter(message->name, message->value);
     }

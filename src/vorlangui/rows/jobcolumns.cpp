@@ -17,18 +17,9 @@ namespace {
 
 using JobColumn = RowColumn<JobInfo>;
 
-std::string_view StoredName(ValueBlock const& values) {
-    static uint32_t const s_number = NameTable::Number(p_Name);
-    return values.Find(s_number);
-}
-std::string_view StoredCreator(ValueBlock const& values) {
-    static uint32_t const s_number = NameTable::Number(p_Creator);
-    return values.Find(s_number);
-}
-std::string_view StoredNote(ValueBlock const& values) {
-    static uint32_t const s_number = NameTable::Number(p_Note);
-    return values.Find(s_number);
-}
+std::string_view StoredName(ValueBlock const& values) { return values.Find(Known(p_Name).number); }
+std::string_view StoredCreator(ValueBlock const& values) { return values.Find(Known(p_Creator).number); }
+std::string_view StoredNote(ValueBlock const& values) { return values.Find(Known(p_Note).number); }
 
 String FailuresText(JobInfo const& info) {
     size_t current = 0;
