@@ -74,6 +74,8 @@ public:
 
     // A negative width fits the column to its label and to the rows in view.
     void SetColumnWidth(int column, int width, bool redraw = true);
+    // The last column takes the room that the others leave; its own width is the least.
+    void SetLastColumnFills(bool fills);
     void SetColumnAscending(int column, bool ascending);
     void SetColumnLabel(int column, corekit::String const& label);
     void SetColumnAlign(int column, Align::Mode align);
@@ -117,7 +119,7 @@ public:
     void SelectAll();
     // The row that ranges begin at, or -1.
     int GetLastSelect() const;
-    // Sends no event. After a Clear, the row of the keyboard keeps its distance.
+    // Sends no event. The keyboard goes there, too.
     void SetLastSelect(int row);
     // The row where the keyboard stands, or -1.
     int GetCurrentRow() const;
@@ -197,6 +199,11 @@ public:
 protected:
     enum class Expander { None, Closed, Open };
 
+    // The width that shows the column's label and a sort mark beside it.
+    int GetLabelWidth(int column) const;
+    // There is a row where people see it, so that SetColumnWidth has something to fit to.
+    bool HasRowsInView() const;
+
     // So many rows from now on, any of them another one than before. For subclasses
     // that remember the selection by themselves; anchor and current row are to be set anew.
     void SetItemCount(int rows);
@@ -226,6 +233,12 @@ protected:
                       Align::Mode align = Align::Left, bool bold = false);
     // What is left of a cell for its text, behind indent, expander and image.
     wxRect GetTextRect(int row, int column) const;
+
+    // What is seen stays as it is, whatever becomes of the rows: for a list that is emptied
+    // to be filled anew.
+    void HoldPicture();
+    // The rows are seen again.
+    void ReleasePicture();
 
     // A frozen list asks its subclass for nothing. The toolkit is not told: all that it
     // would do is to draw the whole window afterwards.

@@ -1,9 +1,10 @@
 #pragma once
 
+#include <functional>
 #include <wx/statusbr.h>
 
 // wxvStatusBar is a status bar in the scheme's colours: one quiet line above it, texts
-// that end in an ellipsis where they do not fit.
+// that lose what is in brackets where they do not fit, and then end in an ellipsis.
 // Owner: its frame. Thread: the GUI thread.
 class wxvStatusBar : public wxStatusBar {
 public:
@@ -18,3 +19,7 @@ protected:
 private:
     void OnPaint(wxPaintEvent& event);
 };
+
+// The text without as many of its remarks in brackets, from the left, as it takes for it to
+// fit; without all of them if it does not.
+wxString wxvWithFewerBrackets(wxString text, std::function<bool(wxString const&)> const& fits);

@@ -36,6 +36,8 @@ public:
         mirror.ForgetMasterDefaultStartup();
         mirror.m_master.Clear();
         PoolTable::Get().Clear();
+        JobList::Get().Lists().ForgetRequests();
+        EngineList::Get().Lists().ForgetRequests();
     }
 };
 

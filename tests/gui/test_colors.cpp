@@ -1,5 +1,6 @@
 // The colours: what must be legible is computed, and what the user sets is kept.
 #include "guitest.h"
+#include "lists/joblistctrl.h"
 
 #include <wx/wxvcolors.h>
 #include <wx/wxvoptions.h>
@@ -88,6 +89,12 @@ TEST_F(ColorTest, EveryTextReadsOnStripesAndTintedRows) {
         double const text = std::min(wxvContrast(refuge, wxvGetColor(ColorName::Selected)),
                                      wxvContrast(refuge, wxvGetColor(ColorName::WindowBGLighter)));
         EXPECT_GE(std::max(black, text), k_OnBackground) << "scheme " << scheme;
+        // Where a bar ends is told by a line.
+        for (bool const selected : {false, true}) {
+            ProgressColors const bar = ProgressColorsOf(selected);
+            for (wxColour const& beside : {bar.top, bar.bottom, wxvGetColor(ColorName::WindowBGLighter)})
+                EXPECT_GE(wxvContrast(bar.edge, beside), k_Mark) << "scheme " << scheme;
+        }
         EXPECT_GT(wxvContrast(wxvFaintColor(), wxvGetColor(ColorName::WindowBG)), 1.5) << "faint, not gone";
         EXPECT_LT(wxvContrast(wxvFaintColor(), wxvGetColor(ColorName::WindowBG)), k_OnBackground) << scheme;
     }

@@ -7,11 +7,13 @@
 #include "lists/worklistctrl.h"
 
 #include <atomic>
+#include <cstring>
 #include <gmock/gmock.h>
 #include <vorlan/keys.h>
 #include <wx/listctrl.h>
 #include <wx/menu.h>
 #include <wx/notebook.h>
+#include <wx/translation.h>
 #include <wx/wxtimed.h>
 
 namespace vorlan {
@@ -273,6 +275,108 @@ TEST_F(ListCtrlTest, ARebuildKeepsSelectionAnchorAndPlace) {
     EXPECT_FALSE(list.HasSelection());
 }
 
+TEST_F(ListCtrlTest, TheKeyboardStaysWithItsRow) {
+    AddJobs(50);
+    auto& list = Add<>();
+    auto const named = [](char const* name) { return UID::FromName(name); };
+    auto const current = [&list] { return list.GetRowID(list.GetCurrentRow()); };
+    list.Select(10);
+    list.SetCurrentRow(14);
+    JobList::Get().UpdateJob(named("job 00014"), p_Name, "a first one");
+    Tick();
+    EXPECT_EQ(list.GetCurrentRow(), 0);
+    EXPECT_EQ(list.GetLastSelect(), 11) << "the anchor is another row";
+    Click(list, 0);
+    EXPECT_EQ(current(), named("job 00014")) << "sorted the other way";
+    // Who takes the place of one that has gone, alone or with its neighbours.
+    list.SetCurrentRow(list.GetRowOf(named("job 00030")));
+    for (char const* const gone : {"job 00030", "job 00029", "job 00040"})
+        JobList::Get().RemoveJob(named(gone));
+    Tick();
+    EXPECT_EQ(current(), named("job 00028"));
+    Click(list, 0);
+    list.SetCurrentRow(list.GetItemCount() - 1);
+    JobList::Get().RemoveJob(current());
+    Tick();
+    EXPECT_EQ(list.GetCurrentRow(), list.GetItemCount() - 1);
+    // A selection in another list takes the selection away and nothing else.
+    list.SetSelectedIDs({}, UID::Null);
+    EXPECT_EQ(list.GetCurrentRow(), list.GetItemCount() - 1);
+    JobList::Get().Clear();
+    EXPECT_EQ(list.GetCurrentRow(), -1);
+}
+
+TEST_F(ListCtrlTest, ColumnsAreAsWideAsWhatTheyHold) {
+    m_frame->Hide();
+    auto& list = Add<>();
+    list.SetDefaultColumns();
+    constexpr int k_Name = 0;
+    constexpr int k_Priority = 2;
+    int const name = list.GetColumnWidth(k_Name);
+    EXPECT_EQ(name, list.FromDIP(ColumnWidth::Name));
+    EXPECT_LT(list.GetColumnWidth(k_Priority), list.FromDIP(ColumnWidth::Word));
+    AddJob("the name of a Job that is longer than most names that anybody gives", 1);
+    Tick();
+    EXPECT_EQ(list.GetColumnWidth(k_Name), name) << "nobody has seen a row yet";
+    m_frame->Show();
+    ASSERT_TRUE(PumpUntil([&] {
+        Tick();
+        return list.GetColumnWidth(k_Name) > name;
+    }));
+    String const fitted = String::From(list.GetColumnWidth(k_Name));
+    String const kept = Options().GetValue(k_Section, "AllColumns", String());
+    EXPECT_TRUE(kept.Contains("Name," + fitted + ",")) << kept.c_str();
+    // The last one takes the rest, whatever becomes of its own width.
+    while (list.GetColumnCount() > 2)
+        list.RemoveColumn(2);
+    Pump();
+    EXPECT_EQ(list.GetCellRect(0, 1).GetRight(), list.GetClientSize().x - 1);
+    list.SetColumnWidth(1, 2000);
+    EXPECT_EQ(list.GetCellRect(0, 1).width, 2000);
+}
+
+namespace {
+
+// A language in which one word is known.
+class OneWord : public wxTranslationsLoader {
+public:
+    wxMsgCatalog* LoadCatalog(wxString const& domain, wxString const&) override {
+        char const* const texts[] = {"", "Status", "Content-Type: text/plain; charset=UTF-8\n", "Zustand"};
+        constexpr uint32_t k_Count = 2;
+        constexpr uint32_t k_Head = 28;
+        std::vector<uint32_t> head{0x950412de, 0, k_Count, k_Head, k_Head + 8 * k_Count, 0, k_Head + 16 * k_Count};
+        std::string body;
+        for (char const* const text : texts) {
+            head.push_back(static_cast<uint32_t>(std::strlen(text)));
+            head.push_back(k_Head + 16 * k_Count + static_cast<uint32_t>(body.size()));
+            body += std::string(text) + '\0';
+        }
+        std::string const all = std::string(reinterpret_cast<char const*>(head.data()), head.size() * 4) + body;
+        return wxMsgCatalog::CreateFromData(wxScopedCharBuffer::CreateNonOwned(all.data(), all.size()), domain);
+    }
+    wxArrayString GetAvailableTranslations(wxString const&) const override { return wxArrayString(1, "de"); }
+};
+
+} // namespace
+
+TEST_F(ListCtrlTest, TitlesFollowTheLanguage) {
+    auto* const translations = new wxTranslations;
+    translations->SetLoader(new OneWord);
+    translations->SetLanguage("de");
+    wxTranslations::Set(translations);
+    ASSERT_TRUE(translations->AddCatalog("vorlan", wxLANGUAGE_ENGLISH));
+    for (char const* const saved : {"", "Status,80,0,4,", "Status,80,0,4,;Mine,80,1,0,"}) {
+        Options().SetValue(k_Section, "AllColumns", saved);
+        WithList([&](_JobListCtrl& list) {
+            EXPECT_EQ(list.GetColumnName(list.FindColumnByType(JobColumns::Status)), "Zustand") << saved;
+            list.SaveColumnInfo();
+            String const kept = Options().GetValue(k_Section, "AllColumns", String());
+            EXPECT_TRUE(kept.Contains("Status,")) << "for another language: " << kept.c_str();
+        });
+    }
+    wxTranslations::Set(nullptr);
+}
+
 TEST_F(ListCtrlTest, EventsSelectById) {
     AddJobs(5);
     auto& list = Add<>();
@@ -363,6 +467,7 @@ TEST_F(ListCtrlTest, ALongListIsMadeAside) {
     UID const last = list.GetRowID(k_Rows - 1);
     list.Select(k_Rows - 1);
     list.SetLastSelect(k_Rows - 1);
+    list.SetCurrentRow(17);
     list.SetScrollPos(wxVERTICAL, 3000);
     JobList::Get().UpdateJob(last, p_Name, "a first one");
     Tick();
@@ -370,6 +475,7 @@ TEST_F(ListCtrlTest, ALongListIsMadeAside) {
     EXPECT_EQ(list.GetRowID(0), last);
     EXPECT_TRUE(list.IsRowSelected(0));
     EXPECT_EQ(list.GetLastSelect(), 0);
+    EXPECT_EQ(list.GetCurrentRow(), 18);
     EXPECT_EQ(list.GetScrollPos(wxVERTICAL), 3000);
 
     // Another order while rows of the former one are being made.

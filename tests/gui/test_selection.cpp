@@ -8,14 +8,20 @@
 #include "window/selecthistory.h"
 
 #include <string>
+#include <vorlan/keys.h>
 #include <wx/menu.h>
 #include <wx/timer.h>
 
 namespace vorlan {
 
+namespace {
+UID Anchor(int number) { return UID::FromName(std::to_string(number)); }
+bool IsAny(UID const&) { return true; }
+} // namespace
+
 TEST(PendingSelection, FollowsTheLastOfAStorm) {
     struct Step {
-        int list, row;
+        int list, row; // what stands in the row
         bool selected;
     };
     struct Case {
@@ -37,29 +43,31 @@ TEST(PendingSelection, FollowsTheLastOfAStorm) {
         PendingSelection pending;
         bool counts = false;
         for (Step const& step : c.steps)
-            counts = pending.Note(step.list, step.row, step.selected);
+            counts = pending.Note(step.list, Anchor(step.row), step.selected);
         EXPECT_EQ(counts, c.counts) << c.name;
         EXPECT_EQ(pending.List(), c.list) << c.name;
-        EXPECT_EQ(pending.Row(), c.row) << c.name;
+        EXPECT_EQ(pending.Last(IsAny), c.row < 0 ? UID::Null : Anchor(c.row)) << c.name;
     }
 }
 
 // All rows of a long list, and then none of them, in any order.
 TEST(PendingSelection, TakesALongListInNoTime) {
     constexpr int k_Rows = 200'000;
+    std::vector<UID> ids(k_Rows);
+    for (UID& id : ids)
+        id = UID(true);
     PendingSelection pending;
     auto const begin = std::chrono::steady_clock::now();
-    for (int row = 0; row < k_Rows; ++row)
-        pending.Note(2600, row, true);
-    for (int row = 0; row < k_Rows; ++row)
-        pending.Note(2600, row, false);
+    for (bool const selected : {true, false}) {
+        for (UID const& id : ids)
+            pending.Note(2600, id, selected);
+    }
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
-    EXPECT_EQ(pending.Row(), -1);
+    EXPECT_TRUE(pending.Last(IsAny).IsNull());
 }
 
 namespace {
 
-UID Anchor(int number) { return UID::FromName(std::to_string(number)); }
 void Push(SelectHistory& history, int number, std::set<UID> const& selected = {}) {
     history.Push(k_ListOfJobs, 2600, Anchor(number), selected);
 }
@@ -217,6 +225,26 @@ TEST_F(SelectionTest, OneListAtATimeHoldsASelectionAndTheWayBackBringsItAgain) {
     Back();
     EXPECT_EQ(Shown(), "rack");
     EXPECT_EQ(Rows(Jobs()), 1u);
+}
+
+TEST_F(SelectionTest, ThePaneFollowsTheJobsWhenTheirRowsMove) {
+    auto const rename = [this](char const* job, char const* name) {
+        JobList::Get().UpdateJob(UID::FromName(job), p_Name, name);
+        Jobs().Update();
+    };
+    // Sorted anew before the pane has heard of it.
+    Jobs().Select(Row("a"));
+    rename("a", "x");
+    ASSERT_TRUE(Shows("x"));
+    rename("a", "a");
+    Jobs().Select(Row("a"), 0);
+    ASSERT_TRUE(Shows("")) << "not its neighbour";
+    // What has been brought back by other ways counts, too.
+    Jobs().Select(Row("b"));
+    ASSERT_TRUE(Shows("b"));
+    Jobs().SetSelectedIDs({UID::FromName("c")}, UID::FromName("c"));
+    Jobs().Select(Row("c"), 0);
+    EXPECT_TRUE(Shows("")) << "b is not selected any more";
 }
 
 TEST_F(SelectionTest, ItCountsAsActivityAndNotOutsideTheViews) {

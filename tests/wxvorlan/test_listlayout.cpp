@@ -53,6 +53,21 @@ TEST(ListLayout, TellsWhatIsAtAPoint) {
     EXPECT_EQ(narrow.HitTest({80, 3}), (wxDBListHit{Area::Header, -1, -1}));
 }
 
+TEST(ListLayout, TheLastColumnMayTakeTheRest) {
+    wxDBListLayout layout = Sample(2);
+    layout.SetLastFills(true);
+    EXPECT_EQ(layout.Content().x, 180) << "there is no rest";
+    for (auto const& [window, end] : {std::pair(300, 300), {200, 200}, {100, 180}}) {
+        layout.SetClient(wxSize(window, 110));
+        EXPECT_EQ(layout.Content().x, end);
+        EXPECT_EQ(layout.HeaderCell(2).width, end - 150);
+        EXPECT_EQ(layout.HeaderCell(1).width, 50);
+    }
+    layout.SetClient(wxSize(300, 110));
+    layout.SetColumns({});
+    EXPECT_EQ(layout.Content().x, 0);
+}
+
 TEST(ListLayout, ShowsJustTheRowsInSight) {
     struct Case {
         int rows, originY, first, end;

@@ -1,9 +1,11 @@
 // What a list looks like, on a bitmap.
 #include "samplelist.h"
+#include "screenpixels.h"
 
 #include <wx/bitmap.h>
 #include <wx/dcmemory.h>
 #include <wx/image.h>
+#include <wx/textctrl.h>
 #include <wx/wxvcolors.h>
 
 namespace {
@@ -114,6 +116,28 @@ TEST_F(ListPaintTest, AnEmptyListSaysWhyInItsMiddle) {
     uint64_t const before = list->CountDrawnRows();
     list->Fill(8);
     EXPECT_TRUE(PumpUntil([&] { return list->CountDrawnRows() >= before + 8; }));
+}
+
+TEST_F(ListPaintTest, TheFocusIsSeenWithAndWithoutARow) {
+    auto const corner = [this](int row) {
+        PumpAndDraw(*list);
+        wxImage const image = ScreenPixels(*list);
+        wxPoint const last(image.GetWidth() - 1, image.GetHeight() - 1);
+        return At(image, row < 0 ? last : list->GetRowRect(row).GetBottomLeft() + wxPoint(200, 0));
+    };
+    wxColour const line = wxvGetColor(ColorName::TextBlue);
+    for (int const rows : {8, 0, 8}) {
+        list->Fill(rows);
+        EXPECT_EQ(corner(-1), line) << rows;
+    }
+    list->SetCurrentRow(2);
+    EXPECT_EQ(corner(2), line);
+    EXPECT_NE(corner(-1), line);
+    list->SetCurrentRow(-1);
+    EXPECT_NE(corner(2), line);
+    EXPECT_EQ(corner(-1), line);
+    Focus(new wxTextCtrl(&Frame(), wxID_ANY));
+    EXPECT_NE(corner(-1), line);
 }
 
 TEST_F(ListPaintTest, ADisabledListIsFainter) {

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <wx/wxvstatusbar.h>
 #include <wx/wxvwrap.h>
 
 TEST(Wrapped, BreaksWhereWordsEndAndTellsOfMore) {
@@ -20,4 +21,21 @@ TEST(Wrapped, BreaksWhereWordsEndAndTellsOfMore) {
         auto const widthOf = [](wxString const& line) { return static_cast<int>(line.length()); };
         EXPECT_EQ(wxvWrapped(c.text, c.most, c.lines, widthOf), c.wrapped) << c.text;
     }
+}
+
+TEST(StatusText, LosesItsBracketsBeforeItsWords) {
+    char const* const text = "3 Engines (2 Available)   |   5 Jobs (1 Active)   |   2 Work";
+    struct Case {
+        size_t most;
+        char const* shown;
+    } const cases[] = {
+        {60, text},
+        {59, "3 Engines   |   5 Jobs (1 Active)   |   2 Work"},
+        {40, "3 Engines   |   5 Jobs   |   2 Work"},
+        {0, "3 Engines   |   5 Jobs   |   2 Work"},
+    };
+    for (Case const& c : cases)
+        EXPECT_EQ(wxvWithFewerBrackets(text, [&](wxString const& shorter) { return shorter.length() <= c.most; }),
+                  c.shown);
+    EXPECT_EQ(wxvWithFewerBrackets("open (for ever", [](wxString const&) { return false; }), "open (for ever");
 }

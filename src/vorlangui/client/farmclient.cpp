@@ -45,6 +45,12 @@ void FarmClient::ConnectMessages() {
 
 void FarmClient::ClearLists() {
     CALL_ENTRY();
+    JobList::Get().Lists().ForgetRequests();
+    EngineList::Get().Lists().ForgetRequests();
+    EmptyLists();
+}
+
+void FarmClient::EmptyLists() {
     LogStatus("Clearing all data");
     EngineList::Get().Clear();
     JobList::Get().Clear();
@@ -53,7 +59,9 @@ void FarmClient::ClearLists() {
 
 void FarmClient::Reload() {
     CALL_ENTRY();
-    ClearLists();
+    EngineList::Get().Lists().NoteRequest(true);
+    JobList::Get().Lists().NoteRequest(true);
+    EmptyLists();
     // Nobody tells of what went away while there was no connection, and this may be
     // another Master.
     PoolTable::Get().Clear();
@@ -111,6 +119,14 @@ void FarmClient::UpdateStatusStrings() {
     if (flags == 0)
         return;
     auto marked = [flags](StatusFlag flag) { return (flags & static_cast<uint32_t>(flag)) != 0; };
+    // The former counts stay while a load has brought nothing yet.
+    bool const jobsCome = JobList::Get().Lists().IsLoading();
+    auto const show = [](StatusFlag flag, bool waits, String& status, String text) {
+        if (waits)
+            StatusFlags::Mark(flag);
+        else
+            status = std::move(text);
+    };
     if (marked(StatusFlag::Engines)) {
         EngineList::Map const engines = EngineList::Get().Snapshot();
         size_t available = 0;
@@ -119,17 +135,20 @@ void FarmClient::UpdateStatusStrings() {
             available += info->Online();
             active += WorkList::Get().GetEngineCurrentCount(id) != 0;
         }
-        m_engineStatus = EngineStatusText(engines.size(), available, active);
+        show(StatusFlag::Engines, engines.empty() && EngineList::Get().Lists().IsLoading(), m_engineStatus,
+             EngineStatusText(engines.size(), available, active));
     }
     if (marked(StatusFlag::Jobs)) {
         size_t total = 0;
         size_t active = 0;
         size_t finished = 0;
         Jobs::GetCounts(total, active, finished);
-        m_jobStatus = JobStatusText(total, active, finished);
+        show(StatusFlag::Jobs, total == 0 && jobsCome, m_jobStatus, JobStatusText(total, active, finished));
     }
-    if (marked(StatusFlag::Work))
-        m_workStatus = WorkStatusText(WorkList::Get().Count());
+    if (marked(StatusFlag::Work)) {
+        size_t const total = WorkList::Get().Count();
+        show(StatusFlag::Work, total == 0 && jobsCome, m_workStatus, WorkStatusText(total));
+    }
     UpdateStatusBar();
 }
 

@@ -34,9 +34,10 @@ public:
     // The program's own, whose switches say what is started. Null: none.
     void SetCommandLine(CommandLine* line) { m_commandLineInUse = line; }
 
-    // Empties the lists.
+    // Empties the lists. Nothing is on its way to them.
     void ClearLists();
-    // Empties the lists, forgets the Pools and asks the Master for everything.
+    // Empties the lists, forgets the Pools and asks the Master for everything. What is seen
+    // of the lists goes from what was in them to what comes.
     void Reload();
 
     // Any thread.
@@ -77,6 +78,8 @@ protected:
 
 private:
     friend class FarmClientTester;
+
+    static void EmptyLists();
 
     void OnChangePoolEvt(ChangePoolEvt& event);
     void OnDeletePoolEvt(DeletePoolEvt& event);

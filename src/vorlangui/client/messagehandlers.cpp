@@ -27,6 +27,7 @@ void UpdateJobValue(JobParameterMsg const& message) {
     request->AddID(message.job);
     request->wantJob = true;
     request->wantHistory = true;
+    JobList::Get().Lists().NoteRequest(false);
     SendToMaster(request);
 }
 
@@ -108,9 +109,12 @@ void FarmClient::HearJobs() {
     On<JobParameterMsg>(&UpdateJobValue);
     On<JobHistoryMsg>(&TakeJobHistory);
     On<ResetJobFailuresMsg>([](auto& m) { ResetJobFailures(m.job); });
-    // Each Job is taken as it comes; its brackets say nothing here.
+    // Each Job is taken as it comes. The units come with the Jobs.
     On<StartJobInfoMsg>([](auto&) {});
-    On<EndJobInfoMsg>([](auto&) {});
+    On<EndJobInfoMsg>([](auto&) {
+        JobList::Get().Lists().NoteAnswer();
+        WorkList::Get().Lists().SetAllDirty();
+    });
 }
 
 void FarmClient::HearEngines() {
@@ -119,7 +123,7 @@ void FarmClient::HearEngines() {
     On<EngineOptionsMsg>(&TakeEngineOptions);
     On<ResetEngineFailuresMsg>([](auto& m) { ResetEngineFailures(m.engine); });
     On<StartEngineInfoMsg>([](auto&) {});
-    On<EndEngineInfoMsg>([](auto&) {});
+    On<EndEngineInfoMsg>([](auto&) { EngineList::Get().Lists().NoteAnswer(); });
     On<PoolMsg>([](auto& m) {
         for (auto const& [pool, name] : m.pools)
             ChangePoolEvt(pool, name).Trigger();

@@ -30,10 +30,9 @@ wxString ItemLabel(ListCtrlBase const& list, int type, char const* title) {
 
 // Shows it where the menu was opened, or hides it. The last column stays.
 void ToggleColumn(ListCtrlBase& list, int column, int type) {
-    char const* const title = list.ColumnTitle(type);
     int const shown = list.FindColumnByType(type);
-    if (shown < 0 && title)
-        list.InsertColumn(column, type, title);
+    if (shown < 0)
+        list.InsertKnownColumn(column, type);
     else if (shown >= 0 && list.GetColumnCount() > 1)
         list.RemoveColumn(shown);
 }

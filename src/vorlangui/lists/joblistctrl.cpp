@@ -3,6 +3,7 @@
 #include "model/joblist.h"
 
 #include <bit>
+#include <wx/control.h>
 #include <wx/dc.h>
 #include <wx/dcclient.h>
 #include <wx/intl.h>
@@ -25,6 +26,7 @@ constexpr int k_Highlight = 10;
 constexpr int k_Shade = 50;
 constexpr double k_GradientFactor = 2.0;
 constexpr double k_ReadableOnBar = 4.5;
+constexpr double k_LineReadable = 3.0;
 
 wxColour Shifted(wxColour const& colour, int by) {
     auto const shift = [by](unsigned char channel) {
@@ -42,6 +44,18 @@ wxColour BarTextColour(wxColour const& bar) {
 }
 
 } // namespace
+
+ProgressColors ProgressColorsOf(bool selected) {
+    ProgressColors colors;
+    colors.top = wxvGetColor(ColorName::Selected);
+    if (selected)
+        colors.top = Shifted(colors.top, k_Highlight);
+    colors.bottom = Shifted(colors.top, -k_Shade);
+    colors.edge = wxvGetColor(ColorName::TextBlue);
+    for (wxColour const& beside : {colors.top, colors.bottom, wxvGetColor(ColorName::WindowBGLighter)})
+        colors.edge = wxvReadableColor(colors.edge, beside, wxvGetColor(ColorName::Text), k_LineReadable);
+    return colors;
+}
 
 JobListCtrl::JobListCtrl(wxWindow* parent, int id, String section)
     : RowListCtrl(parent, id, std::move(section)), FilterJob(TheFilter()) {
@@ -73,8 +87,7 @@ void JobListCtrl::DrawCell(wxDC& dc, int row, int column, wxRect cell, bool sele
     if (!Row() || !Row()->job)
         return;
     float const percent = Row()->job->PercentDone();
-    wxColour const plain = wxvGetColor(ColorName::Selected);
-    wxColour const bar = selected ? Shifted(plain, k_Highlight) : plain;
+    ProgressColors const colors = ProgressColorsOf(selected);
     // A frame drawn by a pen would lie half a pixel off on a screen with double resolution.
     wxDCPenChanger const pen(dc, *wxTRANSPARENT_PEN);
     wxDCBrushChanger const frame(dc, *wxBLACK_BRUSH);
@@ -87,13 +100,18 @@ void JobListCtrl::DrawCell(wxDC& dc, int row, int column, wxRect cell, bool sele
     if (percent > 0) {
         wxRect filled = cell;
         filled.width = static_cast<int>(static_cast<float>(cell.width) * percent / 100 + 1);
-        DrawGradedRectangle(dc, filled, bar, Shifted(bar, -k_Shade), k_GradientFactor, true, true);
+        DrawGradedRectangle(dc, filled, colors.top, colors.bottom, k_GradientFactor, true, true);
+        wxDCBrushChanger const edge(dc, wxBrush(colors.edge));
+        dc.DrawRectangle(filled.GetRight(), filled.y, 1, filled.height);
     }
-    wxString const text = wxvText(ProgressBarText(percent));
     wxFont small = dc.GetFont();
     small.SetPointSize(std::max(1, small.GetPointSize() - 1));
     wxDCFontChanger const font(dc, small);
-    wxDCTextColourChanger const colour(dc, BarTextColour(bar));
+    wxDCTextColourChanger const colour(dc, BarTextColour(colors.top));
+    wxString text = wxvText(ProgressBarText(percent));
+    if (dc.GetTextExtent(text).x > cell.width)
+        text = wxControl::Ellipsize(text, dc, wxELLIPSIZE_END, cell.width);
+    wxDCClipper const within(dc, cell);
     dc.DrawText(text, cell.x + (cell.width - dc.GetTextExtent(text).x) / 2, cell.y + 1);
 }
 

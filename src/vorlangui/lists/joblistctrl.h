@@ -30,6 +30,15 @@ private:
     bool IsProgress(int column) const;
 };
 
+// The colours of a progress bar: of its fill, at the top and the bottom, and of the line at
+// the fill's end, which can be told from both and from the room beside it.
+struct ProgressColors {
+    wxColour top;
+    wxColour bottom;
+    wxColour edge;
+};
+ProgressColors ProgressColorsOf(bool selected);
+
 // _JobListCtrl is the Job list of a view. `position` is the view's.
 class _JobListCtrl final : public JobListCtrl {
 public:

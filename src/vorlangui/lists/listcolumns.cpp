@@ -3,8 +3,10 @@
 
 #include <corekit/stringtokenizer.h>
 #include <vorlan/vorlanapp.h>
+#include <wx/intl.h>
 #include <wx/listctrl.h>
 #include <wx/thread.h>
+#include <wx/wxvtext.h>
 
 namespace vorlan {
 
@@ -55,8 +57,10 @@ void ListCtrlBase::OnColumnClick(wxListEvent& event) {
     SetSortColImage(column);
     SetHighlightColumn(column);
     UID const anchor = GetRowID(GetLastSelect());
+    UID const current = GetRowID(GetCurrentRow());
     DoSort();
     SetLastSelect(GetRowOf(anchor));
+    SetCurrentRow(GetRowOf(current));
 }
 
 void ListCtrlBase::OnColumnResized(wxListEvent&) {
@@ -82,9 +86,9 @@ void ListCtrlBase::OnColumnsChanged(std::vector<int> const& now) {
 }
 
 // Columns whose width the list may choose are made wider, once, for what the first rows
-// hold.
+// hold. Somebody may have had them kept before.
 void ListCtrlBase::FitColumns() {
-    if (!m_fitsColumns || GetItemCount() == 0 || !IsShownOnScreen())
+    if (!m_fitsColumns || !HasRowsInView() || !IsShownOnScreen())
         return;
     m_fitsColumns = false;
     for (int column = 0; column < GetColumnCount(); ++column) {
@@ -94,6 +98,8 @@ void ListCtrlBase::FitColumns() {
         SetColumnWidth(column, std::clamp(fitting, former, std::max(former, FromDIP(k_MostFitted))), false);
     }
     Refresh(false); // the header, too
+    if (!VorlanApp::GetOptions().GetValue(m_section, k_AllColumns, String()).empty())
+        SaveColumnInfo();
 }
 
 SortBy ListCtrlBase::SortByColumn(int column) const {
@@ -141,6 +147,19 @@ void ListCtrlBase::LoadColumnInfo() {
     SetSortColImage(-1);
 }
 
+// The options keep the titles of known columns untranslated, so that they follow the
+// language.
+String ListCtrlBase::TranslatedLabel(int type, String const& label) const {
+    char const* const title = ColumnTitle(type);
+    return title && *title && label == title ? wxvString(wxGetTranslation(title)) : label;
+}
+
+String ListCtrlBase::UntranslatedLabel(int column) const {
+    String const label = GetColumnName(column);
+    char const* const title = ColumnTitle(GetColumnType(static_cast<size_t>(column)));
+    return title && *title && label == wxvString(wxGetTranslation(title)) ? String(title) : label;
+}
+
 // "label,width,ascending,type,custom". Another number of fields drops it.
 void ListCtrlBase::AddSavedColumn(String const& record) {
     constexpr size_t k_Fields = 5;
@@ -158,10 +177,10 @@ void ListCtrlBase::AddSavedColumn(String const& record) {
     if (fields.size() != k_Fields)
         return;
     ColumnHeader header;
-    header.label = unescape(fields[0]);
     header.width = static_cast<int32_t>(std::min<uint64_t>(fields[1].Uint(), k_MaxColumnWidth));
     header.ascending = fields[2].Bool();
     header.type = static_cast<int32_t>(fields[3].Int());
+    header.label = TranslatedLabel(header.type, unescape(fields[0]));
     header.custom = unescape(fields[4]);
     AddColumn(header);
 }
@@ -171,7 +190,7 @@ void ListCtrlBase::SaveColumnInfo() const {
     OptionsFile::PauseAutoWrite const pause(options);
     String joined;
     for (int column = 0; column < GetColumnCount(); ++column) {
-        String record = GetColumnName(column);
+        String record = UntranslatedLabel(column);
         record.Replace("\\", "\\\\");
         record.Replace(",", "\\,");
         record += "," + String::From(GetColumnWidth(static_cast<size_t>(column)));

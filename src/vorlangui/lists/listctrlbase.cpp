@@ -15,6 +15,8 @@ namespace {
 
 // Time columns run on once a second.
 constexpr int k_TicksPerSecond = 1000 / wxTimed::k_PeriodMs;
+// So many rows above and below one that is gone are looked at for one that is left.
+constexpr int k_MostNeighbours = 1000;
 
 } // namespace
 
@@ -23,6 +25,8 @@ struct ListCtrlBase::Place {
     int scroll = 0;
     std::set<UID> selection;
     UID anchor;
+    int current = -1; // a row of the former ones
+    ListContents former;
 };
 
 ListCtrlBase::ListCtrlBase(wxWindow* parent, int id, String section, long style, long windowStyle)
@@ -30,6 +34,7 @@ ListCtrlBase::ListCtrlBase(wxWindow* parent, int id, String section, long style,
     // The first rows come from an explicit Update.
     TakeDirty();
     SetImageList(SortImages(*this));
+    SetLastColumnFills(true);
     Bind(wxEVT_LIST_COL_CLICK, &ListCtrlBase::OnColumnClick, this);
     Bind(wxEVT_LIST_COL_END_DRAG, &ListCtrlBase::OnColumnResized, this);
     Bind(wxEVT_LIST_ITEM_SELECTED, &ListCtrlBase::OnItemSelected, this);
@@ -52,7 +57,10 @@ bool ListCtrlBase::HasSelection() const {
 
 void ListCtrlBase::SetSelectedIDs(std::set<UID> const& ids, UID const& anchor) {
     m_selection = ids;
+    int const current = GetCurrentRow();
     SetLastSelect(GetRowOf(anchor));
+    if (anchor.IsNull())
+        SetCurrentRow(current);
     Redraw();
 }
 
@@ -72,9 +80,19 @@ void ListCtrlBase::DoClear() {
 }
 
 void ListCtrlBase::OnListCleared() {
+    if (!IsLoading()) {
+        m_placeBeforeLoad.reset();
+        Clear();
+        SetEmptyText(EmptyText());
+        ReleasePicture();
+        Redraw();
+        return;
+    }
+    HoldPicture();
+    m_placeBeforeLoad = std::make_unique<Place>(TakePlace());
+    m_placeBeforeLoad->selection.clear();
+    m_placeBeforeLoad->anchor = UID::Null;
     Clear();
-    SetEmptyText(EmptyText());
-    Redraw();
 }
 
 // The last window below a book is its page; the page in front is the one that is seen. A
@@ -151,18 +169,45 @@ void ListCtrlBase::Replace(ListContents contents) {
     Thaw();
 }
 
-// The selection is taken away, not copied: it may be all of 100,000 rows.
+// Selection and rows are taken away, not copied: they may be 100,000.
 auto ListCtrlBase::TakePlace() -> Place {
-    Place place{GetScrollPos(wxVERTICAL), std::exchange(m_selection, {}), GetRowID(GetLastSelect())};
+    if (m_placeBeforeLoad)
+        return std::move(*std::exchange(m_placeBeforeLoad, nullptr));
+    Place place{
+        GetScrollPos(wxVERTICAL), std::exchange(m_selection, {}), GetRowID(GetLastSelect()), GetCurrentRow(), {}};
     m_contents.Retain(place.selection);
+    place.former.swap(m_contents);
     return place;
 }
 
+int ListCtrlBase::RowOfKeyboard(Place const& place) const {
+    int const rows = static_cast<int>(place.former.size());
+    int const first = place.current;
+    if (first < 0 || first >= rows)
+        return -1;
+    auto const rowNow = [&](int row) { return GetRowOf(place.former[static_cast<size_t>(row)]); };
+    for (int row = first; row < std::min(rows, first + k_MostNeighbours); ++row) {
+        if (int const now = rowNow(row); now >= 0)
+            return now;
+    }
+    for (int row = first - 1; row >= std::max(0, first - k_MostNeighbours); --row) {
+        if (int const now = rowNow(row); now >= 0)
+            return now;
+    }
+    return std::min(first, GetItemCount() - 1);
+}
+
 void ListCtrlBase::RestorePlace(Place place) {
+    if (m_contents.empty() && IsLoading()) {
+        m_placeBeforeLoad = std::make_unique<Place>(std::move(place));
+        return;
+    }
     m_selection = std::move(place.selection);
     SetLastSelect(GetRowOf(place.anchor));
+    SetCurrentRow(RowOfKeyboard(place));
     if (m_contents.empty())
         SetEmptyText(EmptyText());
+    ReleasePicture();
     Redraw();
     SetScrollPos(wxVERTICAL, place.scroll, true);
 }

@@ -7,6 +7,7 @@
 #include <corekit/signal.h>
 #include <wx/wxdblistctrl.h>
 
+#include <memory>
 #include <set>
 #include <span>
 #include <vector>
@@ -32,13 +33,18 @@ public:
     void LoadColumnInfo();
     void SaveColumnInfo() const;
     void SetDefaultColumns();
-    // Of a type of column that lists of this kind know; null: there is no such type.
+    // Of a type of column that lists of this kind know, untranslated; null: there is no such
+    // type.
     virtual char const* ColumnTitle(int type) const = 0;
+    // Adds a column of such a type, as wide as what it holds needs it. A position that is
+    // none: at the end.
+    virtual void InsertKnownColumn(int position, int type) = 0;
     String const& GetSection() const { return m_section; }
 
     // Those of the selection that have a row.
     std::set<UID> GetSelectedIDs() const override;
-    // Puts a selection in place of what there is; `anchor` null: no anchor row.
+    // Puts a selection in place of what there is; `anchor` null: no anchor row, and the
+    // keyboard stays where it is.
     void SetSelectedIDs(std::set<UID> const& ids, UID const& anchor);
     bool HasSelection() const override;
     // Null past the end.
@@ -48,7 +54,8 @@ public:
 
     // The page that it stands on is in front.
     bool IsAwake() const;
-    // All rows anew. It keeps selection, place and anchor row.
+    // All rows anew. It keeps selection, place, anchor row and the row of the keyboard; if
+    // that one is gone, the keyboard is on the row that took its place.
     void Update() override;
     // What the tick does.
     void UpdateIfDirty();
@@ -83,6 +90,8 @@ protected:
     virtual void OnAsleep() {}
     // The line in the middle of a list without rows.
     virtual wxString EmptyText() const = 0;
+    // The objects are on their way: a list without rows keeps its picture meanwhile.
+    virtual bool IsLoading() const { return false; }
     // Its cells show the time; they are drawn anew each second. -1: none does.
     virtual int TimeColumnType() const { return -1; }
     // The command of a double click.
@@ -110,8 +119,11 @@ private:
     void OnDoubleClick(wxListEvent& event);
     Place TakePlace();
     void RestorePlace(Place place);
+    int RowOfKeyboard(Place const& place) const;
     SortBy SortByColumn(int column) const;
     void AddSavedColumn(String const& record);
+    String TranslatedLabel(int type, String const& label) const;
+    String UntranslatedLabel(int column) const;
     void FitColumns();
 
     String const m_section;
@@ -121,6 +133,8 @@ private:
     int m_primary = 0;
     int m_secondary = -1; // none
     int m_ticks = 0;
+    // Of the rows that were there before the list was emptied for a load.
+    std::unique_ptr<Place> m_placeBeforeLoad;
     // Changes have been missed while nobody looked.
     bool m_isStale = false;
     // The columns are those that a list begins with, and have seen no rows yet.

@@ -59,10 +59,18 @@ RowListCtrl<Kind>::~RowListCtrl() {
 
 template <class Kind>
 void RowListCtrl<Kind>::DefaultColumns() {
-    for (int const type : Kind::Defaults()) {
-        auto const* const column = Kind::Find(type);
-        AddColumn(type, column->title, column->width);
-    }
+    for (int const type : Kind::Defaults())
+        InsertKnownColumn(GetColumnCount(), type);
+}
+
+template <class Kind>
+void RowListCtrl<Kind>::InsertKnownColumn(int position, int type) {
+    auto const* const column = Kind::Find(type);
+    if (!column)
+        return;
+    int const at = position < 0 ? GetColumnCount() : std::min(position, GetColumnCount());
+    InsertColumn(at, type, wxvString(wxGetTranslation(column->title)), String(), FromDIP(column->width));
+    SetColumnWidth(at, std::max(GetColumnWidth(static_cast<size_t>(at)), GetLabelWidth(at)));
 }
 
 template <class Kind>

@@ -36,6 +36,7 @@ public:
     bool IsRebuilding() const { return m_isRunning; }
 
     char const* ColumnTitle(int type) const override;
+    void InsertKnownColumn(int position, int type) override;
     void PrepareToDraw(int row) override;
     String GetDisplayText(int row, int column) override;
     wxColour GetRowColor(int row) override;
@@ -52,6 +53,7 @@ protected:
     void DoUpdate(Cause cause) override;
     void OnAsleep() override;
     wxString EmptyText() const override;
+    bool IsLoading() const override { return Kind::IsLoading(); }
     // Why there is nothing to show at all.
     virtual wxString NothingText() const = 0;
 

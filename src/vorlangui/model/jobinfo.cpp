@@ -1,6 +1,7 @@
 #include "jobinfo.h"
 
 #include "history.h"
+#include "joblist.h"
 #include "jobwatcher.h"
 #include "outside/outside.h"
 #include "pooltable.h"
@@ -83,6 +84,7 @@ void JobInfo::RequestHistory(bool hold) {
     auto request = GetJobInfoMsg::New();
     request->AddID(job->id);
     request->wantHistory = true;
+    JobList::Get().Lists().NoteRequest(false);
     SendToMaster(request);
 }
 

@@ -83,7 +83,31 @@ public:
             control->SetDirty();
     }
 
+    // --- What the Master has been asked for. Each request is answered once, in turn. Any
+    // thread.
+
+    // `all`: for all objects of the kind, not for some.
+    void NoteRequest(bool all) {
+        uint64_t const number = m_requests.fetch_add(1) + 1;
+        if (all)
+            m_loadedWith.store(number);
+    }
+    // An answer has come to its end.
+    void NoteAnswer() {
+        if (m_answers.load() < m_requests.load())
+            m_answers.fetch_add(1);
+        SetAllDirty();
+    }
+    // There is nobody who would answer.
+    void ForgetRequests() { m_answers.store(m_requests.load()); }
+    // All objects are on their way.
+    bool IsLoading() const { return m_answers.load() < m_loadedWith.load(); }
+
 private:
+    std::atomic<uint64_t> m_requests{0};
+    std::atomic<uint64_t> m_answers{0};
+    std::atomic<uint64_t> m_loadedWith{0}; // the number of the last request for all
+
     CommonMutex m_mutex;
     // Changed on the GUI thread under the mutex, so read there without it.
     std::vector<Control*> m_controls;

@@ -26,6 +26,15 @@ inline constexpr int k_CustomType = 19;
 // Fits the column to its content.
 inline constexpr int k_FitWidth = -1;
 
+// What columns are wide to begin with, by what they hold; in device-independent pixels.
+struct ColumnWidth {
+    static constexpr int Name = 220;
+    static constexpr int Text = 180;
+    static constexpr int Time = 130;
+    static constexpr int Word = 100;
+    static constexpr int Number = 64;
+};
+
 // RowColumn is a type of column of one kind of list. Tables of them are constant.
 template <class Info>
 struct RowColumn {
@@ -43,7 +52,7 @@ struct RowColumn {
     // other goes first; -1: none.
     int looseClass = -1;
     int otherLooseClass = -1;
-    int width = k_FitWidth;
+    int width = ColumnWidth::Word;
 };
 
 // SortBy is one of the two columns that a list sorts by.

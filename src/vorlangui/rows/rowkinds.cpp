@@ -45,11 +45,15 @@ void JobRows::Visit(Visitor const& visitor) { JobList::Get().Visit(visitor); }
 uint64_t JobRows::Moves() { return JobList::Get().CountMoves(); }
 boost::shared_ptr<JobInfo> JobRows::FindObject(UID const& id) { return Jobs::FindJobInfo(id); }
 size_t JobRows::Count() { return JobList::Get().Count(); }
+bool JobRows::IsLoading() { return JobList::Get().Lists().IsLoading(); }
 
 boost::shared_ptr<EngineInfo> EngineRows::FindObject(UID const& id) { return EngineList::Get().FindEngine(id); }
 size_t EngineRows::Count() { return EngineList::Get().Count(); }
+bool EngineRows::IsLoading() { return EngineList::Get().Lists().IsLoading(); }
 boost::shared_ptr<WorkInfo> WorkRows::FindObject(UID const& id) { return WorkList::Get().FindWork(id); }
 size_t WorkRows::Count() { return WorkList::Get().Count(); }
+// The units come with the Jobs.
+bool WorkRows::IsLoading() { return JobRows::IsLoading(); }
 
 void EngineRows::Visit(Visitor const& visitor) {
     EngineList::Map const engines = EngineList::Get().Snapshot();

@@ -28,6 +28,8 @@ struct JobRows {
     static VorlanObject const* Values(Info const& info) { return info.job.get(); }
     static boost::shared_ptr<Info> FindObject(UID const& id);
     static size_t Count();
+    // All objects are on their way.
+    static bool IsLoading();
 
     static RowColumn<Info> const* Find(int type) { return JobColumns::Find(type); }
     static std::span<int const> Defaults() { return JobColumns::Defaults(); }
@@ -46,6 +48,7 @@ struct EngineRows {
     static VorlanObject const* Values(Info const& info) { return &info; }
     static boost::shared_ptr<Info> FindObject(UID const& id);
     static size_t Count();
+    static bool IsLoading();
 
     static RowColumn<Info> const* Find(int type) { return EngineColumns::Find(type); }
     static std::span<int const> Defaults() { return EngineColumns::Defaults(); }
@@ -64,6 +67,7 @@ struct WorkRows {
     static VorlanObject const* Values(Info const& info) { return info.work.get(); }
     static boost::shared_ptr<Info> FindObject(UID const& id);
     static size_t Count();
+    static bool IsLoading();
 
     static RowColumn<Info> const* Find(int type) { return WorkColumns::Find(type); }
     static std::span<int const> Defaults() { return WorkColumns::Defaults(); }

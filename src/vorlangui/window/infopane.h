@@ -25,6 +25,9 @@ public:
     void SetToEngine(boost::shared_ptr<EngineInfo> const& engine);
     void SetToWork(boost::shared_ptr<WorkInfo> const& work);
 
+    // There is nothing in it for the keyboard.
+    bool AcceptsFocus() const override { return false; }
+
     // What it shows now.
     InfoFacts const& Facts() const { return m_facts; }
 

@@ -43,25 +43,25 @@ SelectHistoryEntry const* SelectHistory::GoToFormer() { return HasFormer() ? &m_
 
 SelectHistoryEntry const* SelectHistory::GoToLater() { return HasLater() ? &m_entries[++m_current] : nullptr; }
 
-void PendingSelection::Forget(int row) {
-    auto const found = m_came.find(row);
+void PendingSelection::Forget(UID const& id) {
+    auto const found = m_came.find(id);
     if (found == m_came.end())
         return;
-    m_rows.erase(found->second);
+    m_ids.erase(found->second);
     m_came.erase(found);
 }
 
-bool PendingSelection::Note(int list, int row, bool selected) {
+bool PendingSelection::Note(int list, UID const& id, bool selected) {
     if (list != m_list) {
         if (!selected)
             return false;
-        m_rows.clear();
+        m_ids.clear();
         m_came.clear();
     }
-    Forget(row);
+    Forget(id);
     if (selected) {
-        m_rows.emplace(++m_count, row);
-        m_came.emplace(row, m_count);
+        m_ids.emplace(++m_count, id);
+        m_came.emplace(id, m_count);
     }
     m_list = list;
     return true;

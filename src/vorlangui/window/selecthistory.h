@@ -64,26 +64,34 @@ private:
     size_t m_keptIDs = 0;
 };
 
-// PendingSelection gathers the row events of one list until they have come to rest.
+// PendingSelection gathers the row events of one list until they have come to rest, by what
+// stands in the rows: the rows themselves may move meanwhile.
 // Thread: the GUI thread.
 class PendingSelection {
 public:
-    // A row of the list has been selected or taken out. False: the event is of no
-    // consequence, because the list is not the one that is being selected in.
-    bool Note(int list, int row, bool selected);
+    // What stands in a row of the list has been selected or taken out. False: the event is
+    // of no consequence, because the list is not the one that is being selected in.
+    bool Note(int list, UID const& id, bool selected);
 
     // Window id of the list; 0 before the first event.
     int List() const { return m_list; }
-    // The row selected last of those that still are; -1: none.
-    int Row() const { return m_rows.empty() ? -1 : m_rows.rbegin()->second; }
+    // What was selected last of that for which `isSelected(id)` still holds; null: nothing.
+    template <class IsSelected>
+    UID Last(IsSelected&& isSelected) const {
+        for (auto at = m_ids.rbegin(); at != m_ids.rend(); ++at) {
+            if (isSelected(at->second))
+                return at->second;
+        }
+        return UID::Null;
+    }
 
 private:
-    void Forget(int row);
+    void Forget(UID const& id);
 
     int m_list = 0;
-    // The rows by when they came, and when each came: 100,000 may come and go at once.
-    std::map<uint64_t, int> m_rows;
-    std::unordered_map<int, uint64_t> m_came;
+    // The ids by when they came, and when each came: 100,000 may come and go at once.
+    std::map<uint64_t, UID> m_ids;
+    std::unordered_map<UID, uint64_t> m_came;
     uint64_t m_count = 0;
 };
 

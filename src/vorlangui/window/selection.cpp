@@ -54,12 +54,12 @@ void MainWindow::OnDeselectTimeout(wxTimerEvent&) {
     if (m_shown != k_ViewMain)
         return;
     int const listID = _SelectTimer::Pending().List();
-    int const row = _SelectTimer::Pending().Row();
     ClearLastSelection(listID);
     ListCtrlBase* const list = FindList(*this, listID);
     if (list && m_info) {
-        int const kind = row == -1 ? k_ListOfNothing : ListKind(listID);
-        UID const id = list->GetRowID(row);
+        UID const id =
+            _SelectTimer::Pending().Last([list](UID const& each) { return list->IsRowSelected(list->GetRowOf(each)); });
+        int const kind = id.IsNull() ? k_ListOfNothing : ListKind(listID);
         if (!ShowSelected(*m_info, kind, id))
             m_info->SetToNone();
         _PushSelect(kind, list->GetId(), id);

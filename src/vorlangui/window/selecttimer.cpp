@@ -1,6 +1,7 @@
 #include "selecttimer.h"
 
 #include "core/enginemode.h"
+#include "lists/listctrlbase.h"
 #include "mainwindow.h"
 
 #include <wx/listctrl.h>
@@ -15,10 +16,14 @@ std::unique_ptr<_SelectTimer>& _SelectTimer::Timer() {
 _SelectTimer::_SelectTimer(MainWindow& window) : wxTimer(&window) {}
 
 void _SelectTimer::Start(MainWindow& window, wxListEvent const& event, bool selected) {
+    auto const* const list = dynamic_cast<ListCtrlBase const*>(event.GetEventObject());
+    UID const id = list ? list->GetRowID(static_cast<int>(event.GetIndex())) : UID::Null;
+    if (id.IsNull())
+        return;
     auto& timer = Timer();
     if (!timer)
         timer.reset(new _SelectTimer(window));
-    if (timer->m_pending.Note(event.GetId(), static_cast<int>(event.GetIndex()), selected))
+    if (timer->m_pending.Note(event.GetId(), id, selected))
         timer->StartOnce(k_RestMs);
 }
 

@@ -19,7 +19,7 @@ class _SelectTimer : public wxTimer {
 public:
     static constexpr int k_RestMs = 100;
 
-    // A row of a list has been selected, or taken out of the selection.
+    // A row of a ListCtrlBase has been selected, or taken out of the selection.
     static void Start(MainWindow& window, wxListEvent const& event, bool selected);
     static void StopCurrent();
     // Stops, and notes that somebody is at work. What was gathered stays until the

@@ -40,9 +40,11 @@ void wxvStatusBar::OnPaint(wxPaintEvent&) {
         wxRect place;
         if (!GetFieldRect(field, place))
             continue;
-        wxString const text = GetStatusText(field);
-        if (text.empty())
+        if (GetStatusText(field).empty())
             continue;
+        wxString const text = wxvWithFewerBrackets(GetStatusText(field), [&](wxString const& shorter) {
+            return dc.GetTextExtent(shorter).x <= place.width - padding / 2;
+        });
         if (field > 0) {
             int const inset = FromDIP(k_DividerInset);
             dc.DrawRectangle(place.x, inset, 1, size.y - 2 * inset + 1);
@@ -53,4 +55,15 @@ void wxvStatusBar::OnPaint(wxPaintEvent&) {
         wxString const fitting = wxControl::Ellipsize(text, dc, wxELLIPSIZE_END, place.width - indent);
         dc.DrawText(fitting, place.x + indent, (size.y - textHeight) / 2 + 1);
     }
+}
+
+wxString wxvWithFewerBrackets(wxString text, std::function<bool(wxString const&)> const& fits) {
+    while (!fits(text)) {
+        size_t const open = text.find(" (");
+        size_t const close = open == wxString::npos ? open : text.find(')', open);
+        if (close == wxString::npos)
+            break;
+        text.erase(open, close - open + 1);
+    }
+    return text;
 }

@@ -75,6 +75,7 @@ void wxDBListInput::Press(wxMouseEvent& event, wxDBListHit const& hit) {
     switch (hit.area) {
     case Area::HeaderEdge:
         m_widthBefore = m_list.GetColumnWidth(static_cast<size_t>(hit.column));
+        m_shownBefore = m_state.layout.HeaderCell(hit.column).width;
         Begin(Drag::ColumnWidth);
         break;
     case Area::Header:
@@ -195,7 +196,7 @@ void wxDBListInput::OnMotion(wxMouseEvent& event) {
         Hover(point);
         break;
     case Drag::ColumnWidth:
-        m_list.SetColumnWidth(m_column, std::max(0, m_widthBefore + point.x - m_pressed.x));
+        m_list.SetColumnWidth(m_column, std::max(0, m_shownBefore + point.x - m_pressed.x));
         break;
     case Drag::HeaderPress:
         if (std::abs(point.x - m_pressed.x) < m_list.FromDIP(k_DragDistance) || m_list.GetColumnCount() < 2 ||
@@ -305,7 +306,7 @@ void wxDBListInput::ShowToolTip(wxDBListHit const& hit) {
         if (tip.Empty() && m_list.m_painter->IsClipped(hit.row, hit.column, text))
             tip = std::move(text);
     } else if (hit.area == Area::Header && m_state.IsColumn(hit.column) &&
-               m_list.m_painter->LabelWidth(hit.column) > m_list.GetColumnWidth(static_cast<size_t>(hit.column))) {
+               m_list.m_painter->LabelWidth(hit.column) > m_state.layout.HeaderCell(hit.column).width) {
         tip = m_list.GetColumnName(hit.column);
     }
     wxString const text = wxvText(tip);

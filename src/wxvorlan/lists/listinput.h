@@ -78,6 +78,7 @@ private:
     wxPoint m_pressed;     // where the button went down
     int m_column = -1;     // that is pressed, moved or resized
     int m_widthBefore = 0; // of it
+    int m_shownBefore = 0; // its width on the screen
     bool m_addRange = false;
     int m_wheelX = 0; // parts of a pixel that are left, in wheel units
     int m_wheelY = 0;

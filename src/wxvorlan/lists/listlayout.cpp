@@ -6,6 +6,23 @@ void wxDBListLayout::SetColumns(std::vector<int> const& widths) {
     m_edges.assign(1, 0);
     for (int const width : widths)
         m_edges.push_back(m_edges.back() + width);
+    m_contentEnd = m_edges.back();
+    FillWithLast();
+}
+
+void wxDBListLayout::SetClient(wxSize const& client) {
+    m_client = client;
+    FillWithLast();
+}
+
+void wxDBListLayout::SetLastFills(bool fills) {
+    m_lastFills = fills;
+    FillWithLast();
+}
+
+void wxDBListLayout::FillWithLast() {
+    if (ColumnCount() > 0)
+        m_edges.back() = m_lastFills ? std::max(m_contentEnd, m_client.x) : m_contentEnd;
 }
 
 wxPoint wxDBListLayout::Clamped(wxPoint const& origin) const {

@@ -39,7 +39,9 @@ public:
     void SetMetrics(wxDBListMetrics const& metrics) { m_metrics = metrics; }
     void SetColumns(std::vector<int> const& widths);
     void SetRowCount(int rows) { m_rows = rows; }
-    void SetClient(wxSize const& client) { m_client = client; }
+    void SetClient(wxSize const& client);
+    // The last column takes the room that the others leave.
+    void SetLastFills(bool fills);
     // Not clamped: rows may be on their way.
     void SetOrigin(wxPoint const& origin) { m_origin = origin; }
     // Moves the origin into the content; false when it was there.
@@ -81,9 +83,12 @@ public:
 
 private:
     int ColumnAt(int x) const; // in content coordinates
+    void FillWithLast();
 
     wxDBListMetrics m_metrics;
     std::vector<int> m_edges{0}; // left edges of the columns, and the right edge of the last
+    int m_contentEnd = 0;        // where the last column would end if it did not fill
+    bool m_lastFills = false;
     int m_rows = 0;
     wxSize m_client;
     wxPoint m_origin;

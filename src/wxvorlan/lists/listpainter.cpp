@@ -1,6 +1,7 @@
 #include "listpainter.h"
 
 #include <algorithm>
+#include <wx/bitmap.h>
 #include <wx/dc.h>
 #include <wx/imaglist.h>
 #include <wx/region.h>
@@ -47,6 +48,12 @@ wxDBListPainter::wxDBListPainter(wxDBListCtrl& list, wxDBListState& state)
     : m_list(list), m_state(state), m_canvas(CellCanvas::Shared()) {}
 
 void wxDBListPainter::Paint(wxDC& dc, wxRegion const* region) {
+    DrawAll(dc, region);
+    if (!region)
+        Forget();
+}
+
+void wxDBListPainter::DrawAll(wxDC& dc, wxRegion const* region) {
     m_dc = &dc;
     dc.SetFont(wxvFont());
     m_canvas->Begin(dc, m_list);
@@ -60,8 +67,19 @@ void wxDBListPainter::Paint(wxDC& dc, wxRegion const* region) {
 
 void wxDBListPainter::PaintCopy(wxDC& dc) {
     m_copying = true;
-    Paint(dc, nullptr);
+    DrawAll(dc, nullptr);
     m_copying = false;
+}
+
+void wxDBListPainter::PaintHeld(wxDC& dc, wxBitmap const& picture) {
+    m_canvas->Begin(dc, m_list);
+    m_canvas->Fill(m_state.layout.Body(), wxvGetColor(ColorName::WindowBGDarker));
+    if (picture.IsOk())
+        dc.DrawBitmap(picture, 0, 0);
+    if (m_state.layout.Header().height > 0)
+        DrawHeader(dc);
+    m_canvas->End();
+    Forget();
 }
 
 int wxDBListPainter::RowPlaces() const {
@@ -74,8 +92,10 @@ void wxDBListPainter::PrepareLooks() {
     int const first = m_state.layout.FirstRow();
     int const places = RowPlaces();
     size_t const size = static_cast<size_t>(places) * LooksPerRow();
-    if (m_drawnFirst == first && m_drawnPlaces == places && m_drawn.size() == size)
+    wxPoint const origin = m_state.layout.Origin();
+    if (m_drawnOrigin == origin && m_drawnFirst == first && m_drawnPlaces == places && m_drawn.size() == size)
         return;
+    m_drawnOrigin = origin;
     m_drawnFirst = first;
     m_drawnPlaces = places;
     m_drawn.assign(size, k_Unknown);
@@ -104,6 +124,18 @@ void wxDBListPainter::KeepLooks(int row, wxRegion const* region) {
     }
 }
 
+void wxDBListPainter::KeepPlacesWithoutRow(wxRegion const* region) {
+    wxDBListLayout const& layout = m_state.layout;
+    for (int row = layout.EndRow(); row < m_drawnFirst + m_drawnPlaces; ++row) {
+        wxRect const place = layout.PlaceOfRow(row).Intersect(layout.Body());
+        uint64_t* const drawn = DrawnLooks(row);
+        if (!region || region->Contains(place) == wxInRegion)
+            std::fill_n(drawn, LooksPerRow(), k_NoRow);
+        else if (drawn[0] != k_NoRow && region->Contains(place) != wxOutRegion)
+            drawn[0] = k_Unknown;
+    }
+}
+
 void wxDBListPainter::DrawRows(wxDC& dc, wxRegion const* region) {
     wxDBListLayout const& layout = m_state.layout;
     int const first = layout.FirstRow();
@@ -124,8 +156,8 @@ void wxDBListPainter::DrawRows(wxDC& dc, wxRegion const* region) {
     below.height = layout.Client().y - below.y;
     if (below.height > 0 && Touches(region, below)) {
         m_canvas->Fill(below, wxvGetColor(ColorName::WindowBGDarker));
-        for (int row = end; !m_copying && row < first + m_drawnPlaces; ++row)
-            std::fill_n(DrawnLooks(row), LooksPerRow(), k_NoRow);
+        if (!m_copying)
+            KeepPlacesWithoutRow(region);
     }
     // What is drawn in part may leave some of the text behind.
     bool const isWhole = !region || region->Contains(layout.Body()) == wxInRegion;
@@ -133,6 +165,11 @@ void wxDBListPainter::DrawRows(wxDC& dc, wxRegion const* region) {
         m_drewEmptyText = layout.RowCount() == 0;
     if (layout.RowCount() == 0 && !m_state.emptyText.empty())
         DrawEmptyText(dc);
+    bool const framed = m_state.ShowsFrame();
+    if (framed)
+        DrawFrame(layout.Body());
+    if (!m_copying && isWhole)
+        m_drewFrame = framed;
 }
 
 wxDBListPainter::RowColors wxDBListPainter::ColorsOf(int row) {
@@ -186,6 +223,13 @@ uint64_t wxDBListPainter::VisitCell(int row, int column, wxDC* dc, RowColors con
     m_cell.column = column;
     m_cell.text = m_list.GetDisplayText(row, column);
     m_cell.bold = m_list.IsCellBold(row, column);
+    // Before it is drawn: what has changed meanwhile is drawn once more, not lost.
+    uint64_t look = Mixed(std::hash<corekit::String>()(m_cell.text), text.GetRGB());
+    look = Mixed(look, background.GetRGB());
+    look = Mixed(look, static_cast<uint64_t>(m_list.GetCellIndent(row, column)));
+    look = Mixed(look, static_cast<uint64_t>(m_list.GetCellImage(row, column)));
+    look = Mixed(look, static_cast<uint64_t>(m_list.GetCellExpander(row, column)));
+    look = Mixed(Mixed(look, m_cell.bold ? 1 : 2), m_list.GetCellSignature(row, column));
     if (dc) {
         wxRect const place = m_state.layout.Cell(row, column);
         if (background != colors.background)
@@ -195,12 +239,6 @@ uint64_t wxDBListPainter::VisitCell(int row, int column, wxDC* dc, RowColors con
             dc->SetTextForeground(m_cell.colour);
         m_list.DrawCell(*dc, row, column, place, colors.selected);
     }
-    uint64_t look = Mixed(std::hash<corekit::String>()(m_cell.text), text.GetRGB());
-    look = Mixed(look, background.GetRGB());
-    look = Mixed(look, static_cast<uint64_t>(m_list.GetCellIndent(row, column)));
-    look = Mixed(look, static_cast<uint64_t>(m_list.GetCellImage(row, column)));
-    look = Mixed(look, static_cast<uint64_t>(m_list.GetCellExpander(row, column)));
-    look = Mixed(Mixed(look, m_cell.bold ? 1 : 2), m_list.GetCellSignature(row, column));
     m_cell.row = -1;
     return look | 2; // neither of the looks that mean something else
 }
@@ -245,11 +283,12 @@ void wxDBListPainter::DrawCell(wxDC& dc, int row, int column, wxRect const& cell
     wxDBListMetrics const& metrics = m_state.layout.Metrics();
     wxRect const text = TextRect(row, column, cell);
     if (auto const expander = m_list.GetCellExpander(row, column); expander != wxDBListCtrl::Expander::None)
-        DrawExpander(dc, ExpanderRect(row, column), expander == wxDBListCtrl::Expander::Open, colour);
+        DrawExpander(dc, ExpanderRect(row, column), cell, expander == wxDBListCtrl::Expander::Open, colour);
     int const image = m_list.GetCellImage(row, column);
     if (m_state.images && image >= 0 && image < m_state.images->GetImageCount()) {
         wxRect const mark = PlaceOfMark(cell, text.x - metrics.markGap - metrics.markSize, metrics.markSize);
-        m_state.images->Draw(image, dc, mark.x, mark.y, wxIMAGELIST_DRAW_TRANSPARENT);
+        if (mark.GetRight() <= cell.GetRight())
+            m_state.images->Draw(image, dc, mark.x, mark.y, wxIMAGELIST_DRAW_TRANSPARENT);
     }
     CellStyle const style{known ? m_cell.bold : m_list.IsCellBold(row, column), IsTabular(column),
                           m_state.columns[static_cast<size_t>(column)].align};
@@ -272,7 +311,10 @@ void wxDBListPainter::DrawText(wxDC& dc, std::string_view text, wxRect const& ce
     }
 }
 
-void wxDBListPainter::DrawExpander(wxDC& dc, wxRect const& place, bool open, wxColour const& colour) {
+void wxDBListPainter::DrawExpander(wxDC& dc, wxRect const& place, wxRect const& cell, bool open,
+                                   wxColour const& colour) {
+    if (place.GetRight() > cell.GetRight())
+        return;
     int const middleX = place.x + place.width / 2;
     int const middleY = place.y + place.height / 2;
     int const half = place.width / 3;

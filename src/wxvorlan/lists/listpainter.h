@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+class wxBitmap;
 class wxRegion;
 
 // wxDBListPainter draws a list: header, rows, what stands for no rows. It also knows
@@ -18,15 +19,21 @@ class wxDBListPainter {
 public:
     wxDBListPainter(wxDBListCtrl& list, wxDBListState& state);
 
-    // The window, or what of it touches the region.
+    // Draws the window on a device context that lets the region through, no more and no
+    // less. Null: nobody knows what it lets through.
     void Paint(wxDC& dc, wxRegion const* region);
     // All of it, somewhere else: that does not count as drawn.
     void PaintCopy(wxDC& dc);
+
+    // Draws the ground of the rows, or what they looked like, in place of rows.
+    void PaintHeld(wxDC& dc, wxBitmap const& picture);
 
     // Calls `changed(place)` for all rows and cells in sight that look different from
     // what was drawn there last; a place without a row has a look, too.
     template <class Changed>
     void CompareLooks(Changed&& changed) {
+        if (m_drawnOrigin != m_state.layout.Origin())
+            Forget();
         int const first = m_state.layout.FirstRow();
         for (int row = first; row < first + RowPlaces(); ++row)
             CompareRow(row, changed);
@@ -52,6 +59,8 @@ public:
     uint64_t DrawnRows() const { return m_drawnRows; }
     // There was no row when the window was drawn last.
     bool DrewEmptyText() const { return m_drewEmptyText; }
+    // The line around all rows was there when the window was drawn last.
+    bool DrewFrame() const { return m_drewFrame; }
 
 private:
     // The cell that is being drawn, so that its text is asked for once.
@@ -102,18 +111,21 @@ private:
     // Looks of the row's ground and of each cell; null: nothing is known of it.
     uint64_t* DrawnLooks(int row);
     void KeepLooks(int row, wxRegion const* region);
+    void KeepPlacesWithoutRow(wxRegion const* region);
     // Makes room for the looks of what is in sight.
     void PrepareLooks();
     size_t LooksPerRow() const { return static_cast<size_t>(m_state.layout.ColumnCount()) + 1; }
     // Rows that have room in the window, whether they are there or not.
     int RowPlaces() const;
 
+    void DrawAll(wxDC& dc, wxRegion const* region);
     void DrawRows(wxDC& dc, wxRegion const* region);
     void DrawFrame(wxRect const& place);
     void DrawEmptyText(wxDC& dc);
     void DrawHeader(wxDC& dc);
     void DrawHeaderCell(wxDC& dc, int column);
-    void DrawExpander(wxDC& dc, wxRect const& place, bool open, wxColour const& colour);
+    // Nothing in a cell without room for it.
+    void DrawExpander(wxDC& dc, wxRect const& place, wxRect const& cell, bool open, wxColour const& colour);
     bool IsTabular(int column) const;
 
     wxDBListCtrl& m_list;
@@ -126,9 +138,11 @@ private:
     std::vector<uint64_t> m_drawn;
     int m_drawnFirst = 0;
     int m_drawnPlaces = 0;
+    wxPoint m_drawnOrigin;
     bool m_copying = false;
     std::vector<uint64_t> m_looks; // of the row that is visited; 0: a cell out of sight
     uint64_t m_drawnRows = 0;
     bool m_drewEmptyText = false;
+    bool m_drewFrame = false;
     std::array<Readable, 16> m_readable; // by a hash of both colours
 };

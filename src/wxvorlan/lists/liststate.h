@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <set>
 #include <vector>
+#include <wx/bitmap.h>
 #include <wx/string.h>
 #include <wx/wxdblistctrl.h>
 
@@ -29,7 +30,6 @@ struct wxDBListState {
     std::set<int> selected; // of lists whose subclass does not remember by itself
     int anchor = -1;        // where ranges begin
     int current = -1;       // where the keyboard stands
-    int currentAhead = 0;   // after a Clear: how far current was from the anchor
 
     bool focused = false;
     int hoverRow = -1;
@@ -55,9 +55,13 @@ struct wxDBListState {
     bool layoutChanged = true; // scroll bars are to be set
     bool redraw = false;       // rows may look different
     bool missedPaint = false;  // the window was to be drawn while it was frozen
+    bool isHeld = false;       // what is seen stays as it is
+    wxBitmap heldPicture;      // of it; none while the list was not to be seen
 
     bool IsColumn(int column) const { return column >= 0 && column < static_cast<int>(columns.size()); }
     bool IsRow(int row) const { return row >= 0 && row < layout.RowCount(); }
+    // The keyboard is here and no row shows it.
+    bool ShowsFrame() const { return focused && !IsRow(current); }
     void TakeWidths() {
         std::vector<int> widths;
         for (wxDBListColumn const& column : columns)

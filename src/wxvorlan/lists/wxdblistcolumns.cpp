@@ -149,6 +149,16 @@ void wxDBListCtrl::SetColumnWidth(int column, int width, bool redraw) {
     wxWakeUpIdle();
 }
 
+void wxDBListCtrl::SetLastColumnFills(bool fills) {
+    m_state->layout.SetLastFills(fills);
+    m_state->layoutChanged = true;
+    Refresh(false);
+}
+
+int wxDBListCtrl::GetLabelWidth(int column) const {
+    return m_state->IsColumn(column) ? m_painter->LabelWidth(column) : 0;
+}
+
 void wxDBListCtrl::SetColumnAscending(int column, bool ascending) {
     if (m_state->IsColumn(column))
         m_state->columns[static_cast<size_t>(column)].header.ascending = ascending;

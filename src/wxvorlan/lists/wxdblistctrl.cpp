@@ -1,11 +1,14 @@
 #include "listinput.h"
 #include "listpainter.h"
+#include "paintedregion.h"
 #include "theme/scrollbarhead.h"
 
 #include <algorithm>
 #include <wx/app.h>
 #include <wx/dcclient.h>
+#include <wx/dcmemory.h>
 #include <wx/imaglist.h>
+#include <wx/region.h>
 #include <wx/wxvfont.h>
 
 namespace {
@@ -69,9 +72,34 @@ void wxDBListCtrl::OnPaint(wxPaintEvent&) {
     m_state->missedPaint = IsFrozen();
     if (m_state->missedPaint)
         return;
+    if (m_state->isHeld) {
+        m_painter->PaintHeld(dc, m_state->heldPicture);
+        return;
+    }
     m_state->layout.SetClient(GetClientSize());
-    m_state->layout.Clamp();
-    m_painter->Paint(dc, &GetUpdateRegion());
+    if (m_state->layout.Clamp())
+        Refresh(false); // what is not drawn now has moved, too
+    std::optional<wxRegion> const region = PaintedRegion(*this, dc);
+    m_painter->Paint(dc, region ? &*region : nullptr);
+}
+
+void wxDBListCtrl::HoldPicture() {
+    if (std::exchange(m_state->isHeld, true))
+        return;
+    wxSize const size = GetClientSize();
+    if (!IsShownOnScreen() || size.x <= 0 || size.y <= 0)
+        return;
+    m_state->heldPicture.CreateWithDIPSize(size, GetContentScaleFactor());
+    wxMemoryDC memory(m_state->heldPicture);
+    wxClientDC screen(this);
+    memory.Blit(wxPoint(0, 0), size, &screen, wxPoint(0, 0));
+}
+
+void wxDBListCtrl::ReleasePicture() {
+    if (!std::exchange(m_state->isHeld, false))
+        return;
+    m_state->heldPicture = wxBitmap();
+    Redraw();
 }
 
 void wxDBListCtrl::PaintCopy(wxDC& dc) {
@@ -117,8 +145,12 @@ uint64_t wxDBListCtrl::CountDrawnRows() const { return m_painter->DrawnRows(); }
 
 void wxDBListCtrl::OnInternalIdle() {
     wxvPanel::OnInternalIdle();
-    if (!IsFrozen() && (m_state->layoutChanged || m_state->redraw) && IsShownOnScreen())
+    if (IsFrozen() || m_state->isHeld || !IsShownOnScreen())
+        return;
+    if (m_state->layoutChanged || m_state->redraw)
         Settle();
+    if (m_painter->DrewFrame() != m_state->ShowsFrame())
+        Refresh(false);
 }
 
 void wxDBListCtrl::Settle() {
@@ -202,8 +234,11 @@ void wxDBListCtrl::SetScrollPos(int orientation, int position, bool refresh) {
         origin.x = position;
     else if (position != GetScrollPos(wxVERTICAL)) // else a row may stay in sight in part
         origin.y = std::clamp(position, 0, layout.RowCount()) * layout.Metrics().rowHeight;
+    wxPoint const before = layout.Origin();
     layout.SetOrigin(origin);
     layout.Clamp();
+    if (layout.Origin() != before && !m_state->isHeld)
+        Refresh(false);
     m_state->layoutChanged = true;
     if (refresh)
         Redraw();

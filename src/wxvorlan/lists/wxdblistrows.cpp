@@ -58,8 +58,6 @@ void wxDBListCtrl::Remove(int row) {
 void wxDBListCtrl::Clear() {
     if (m_state->overlay)
         CommitCellEdit();
-    bool const ranged = m_state->anchor >= 0 && m_state->current >= 0;
-    m_state->currentAhead = ranged ? m_state->current - m_state->anchor : 0;
     m_state->anchor = m_state->current = m_state->overlayRow = -1;
     m_state->selected.clear();
     m_state->layout.SetRowCount(0);
@@ -82,7 +80,7 @@ void wxDBListCtrl::SetEmptyText(wxString const& text) {
     if (m_state->emptyText == text)
         return;
     m_state->emptyText = text;
-    if (GetItemCount() == 0)
+    if (GetItemCount() == 0 && !m_state->isHeld)
         Refresh(false);
 }
 
@@ -137,19 +135,13 @@ int wxDBListCtrl::GetLastSelect() const { return m_state->anchor; }
 int wxDBListCtrl::GetCurrentRow() const { return m_state->current; }
 
 void wxDBListCtrl::SetCurrentRow(int row) {
-    RefreshRow(m_state->current);
     m_state->current = m_state->IsRow(row) ? row : -1;
-    RefreshRow(m_state->current);
+    Redraw();
 }
 
 void wxDBListCtrl::SetLastSelect(int row) {
-    int const ahead = std::exchange(m_state->currentAhead, 0);
     m_state->anchor = m_state->IsRow(row) ? row : -1;
-    RefreshRow(m_state->current);
-    m_state->current = m_state->anchor;
-    if (int const other = row + ahead; m_state->anchor >= 0 && m_state->IsRow(other) && IsRowSelected(other))
-        m_state->current = other;
-    RefreshRow(m_state->current);
+    SetCurrentRow(m_state->anchor);
 }
 
 void wxDBListCtrl::Activate(int row, int column) {
@@ -165,6 +157,7 @@ int wxDBListCtrl::RowAt(wxPoint const& point) const { return m_state->layout.Hit
 int wxDBListCtrl::ColumnAt(wxPoint const& point) const { return m_state->layout.HitTest(point).column; }
 int wxDBListCtrl::GetRowHeight() const { return m_state->layout.Metrics().rowHeight; }
 int wxDBListCtrl::GetHeaderHeight() const { return m_state->layout.Metrics().headerHeight; }
+bool wxDBListCtrl::HasRowsInView() const { return m_state->layout.EndRow() > m_state->layout.FirstRow(); }
 int wxDBListCtrl::GetRowsPerPage() const { return m_state->layout.RowsPerPage(); }
 int wxDBListCtrl::GetCellPadding() const { return m_state->layout.Metrics().padding; }
 
