@@ -27,6 +27,7 @@ public:
 
     // There is nothing in it for the keyboard.
     bool AcceptsFocus() const override { return false; }
+    bool AcceptsFocusFromKeyboard() const override { return false; }
 
     // What it shows now.
     InfoFacts const& Facts() const { return m_facts; }
