@@ -159,17 +159,16 @@ void wxDBListPainter::DrawRows(wxDC& dc, wxRegion const* region) {
         if (!m_copying)
             KeepPlacesWithoutRow(region);
     }
-    // What is drawn in part may leave some of the text behind.
-    bool const isWhole = !region || region->Contains(layout.Body()) == wxInRegion;
-    if (!m_copying && (isWhole || layout.RowCount() == 0))
-        m_drewEmptyText = layout.RowCount() == 0;
     if (layout.RowCount() == 0 && !m_state.emptyText.empty())
         DrawEmptyText(dc);
     bool const framed = m_state.ShowsFrame();
     if (framed)
         DrawFrame(layout.Body());
-    if (!m_copying && isWhole)
-        m_drewFrame = framed;
+    // In part, they may lack something or leave it behind.
+    if (m_copying || (region && region->Contains(layout.Body()) != wxInRegion))
+        return;
+    m_drewEmptyText = layout.RowCount() == 0;
+    m_drewFrame = framed;
 }
 
 wxDBListPainter::RowColors wxDBListPainter::ColorsOf(int row) {
