@@ -4,6 +4,7 @@
 #include "core/enginemode.h"
 #include "model/enginelist.h"
 #include "model/joblist.h"
+#include "model/pooltable.h"
 #include "outside/outside.h"
 #include "window/mainwindow.h"
 #include "window/refusals.h"
