@@ -1,9 +1,7 @@
 #include "reportframe.h"
 
-#include "window/windowicon.h"
-
-#include <wx/sizer.h>
-#include <wx/wxvtextctrl.h>
+#include <wx/wxtextlinectrl.h>
+#include <wx/wxvtext.h>
 
 namespace vorlan {
 
@@ -12,26 +10,8 @@ wxSize const k_ReportSize(720, 520);
 }
 
 ReportFrame::ReportFrame(wxWindow* parent, wxString const& title, wxString const& body)
-    : wxVorlanFrame(parent, title, wxDefaultPosition, wxDefaultSize, "Reports",
-                    wxDEFAULT_FRAME_STYLE | wxFRAME_FLOAT_ON_PARENT) {
-    SetIcons(WindowIcons());
-    auto* text = new wxvTextCtrl(this, wxID_ANY, body, wxTE_MULTILINE | wxTE_READONLY | wxTE_DONTWRAP | wxNO_BORDER);
-    text->SetFont(wxFont(wxFontInfo(9).Family(wxFONTFAMILY_TELETYPE)));
-    auto* content = new wxBoxSizer(wxVERTICAL);
-    content->Add(text, wxSizerFlags(1).Expand());
-    SetSizer(content);
-    SetSize(FromDIP(k_ReportSize));
-    LoadWindowPosition();
-    Bind(wxEVT_CHAR_HOOK, [this](wxKeyEvent& event) {
-        if (event.GetKeyCode() == WXK_ESCAPE)
-            Close();
-        else
-            event.Skip();
-    });
-    Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent&) {
-        SaveWindowPosition();
-        Destroy();
-    });
+    : TextFrame(parent, title, "Reports", k_ReportSize, wxDEFAULT_FRAME_STYLE | wxFRAME_FLOAT_ON_PARENT) {
+    Text().AppendString(wxvString(body));
 }
 
 } // namespace vorlan

@@ -4,6 +4,7 @@
 #include <wx/wxvpanel.h>
 #include <wx/wxvtextctrl.h>
 
+class wxCheckBox;
 class wxStaticText;
 
 // TextFindBar is the small field at the top of a text display in which people type what
@@ -14,15 +15,17 @@ public:
     explicit TextFindBar(wxTextLineCtrl& display);
 
     void Start();
-    // Says whether the last search has found something.
+    // Says how far the search is and what it has found.
     void ShowState();
 
 private:
     void OnPaint(wxPaintEvent& event);
     void OnKey(wxKeyEvent& event);
-    void Look(bool backward);
+    void AddStep(wxSizer& sizer, wxString const& label, wxString const& tip, bool backward);
+    void Look();
 
     wxTextLineCtrl& m_display;
     wxvTextCtrl* m_term;
+    wxCheckBox* m_matchCase;
     wxStaticText* m_note;
 };

@@ -42,19 +42,19 @@ void TextLineInput::CancelSelecting() {
 
 TextPosition TextLineInput::PositionAt(wxPoint const& point) const {
     int const line = m_state.layout.LineAt(point.y);
-    if (line < 0 || m_state.lines.Count() == 0)
+    if (line < 0 || m_state.Text().Count() == 0)
         return {};
-    if (line >= m_state.lines.Count())
-        return m_state.lines.End();
+    if (line >= m_state.Text().Count())
+        return m_state.End();
     wxClientDC dc(&m_display);
     dc.SetFont(m_state.font);
-    return {line, m_display.m_painter->CharacterAt(dc, m_state.lines.Shown(line), point.x - m_state.layout.XOfText())};
+    return {line, m_display.m_painter->CharacterAt(dc, m_state.Shown(line).text, point.x - m_state.layout.XOfText())};
 }
 
 void TextLineInput::MoveRow(int row) {
-    if (m_state.lines.Count() == 0)
+    if (m_state.Text().Count() == 0)
         return;
-    row = std::clamp(row, 0, m_state.lines.Count() - 1);
+    row = std::clamp(row, 0, m_state.Text().Count() - 1);
     m_display.EnsureVisible(row);
     if (row == m_state.row)
         return;
@@ -87,7 +87,7 @@ void TextLineInput::OnDoubleClick(wxMouseEvent& event) {
         return;
     }
     TextPosition const place = PositionAt(event.GetPosition());
-    auto const word = m_state.lines.WordAt(place);
+    auto const word = WordAt(m_state.Shown(place.line).text, place.character);
     m_state.anchor = {place.line, word.first};
     m_state.caret = {place.line, word.second};
     m_display.Refresh(false);
@@ -100,7 +100,7 @@ void TextLineInput::OnLeftUp(wxMouseEvent& event) {
 
 void TextLineInput::DragTo(wxPoint const& point) {
     if (m_state.selectsLines) {
-        if (m_state.lines.Count() > 0)
+        if (m_state.Text().Count() > 0)
             MoveRow(m_state.layout.LineAt(point.y));
         return;
     }
@@ -162,6 +162,8 @@ bool TextLineInput::HandleCommandKey(wxKeyEvent& event) {
             m_display.SelectAll();
         else if (key == 'F')
             m_display.ShowFindBar();
+        else if (key == 'S' && !m_state.selectsLines)
+            m_display.AskAndSave();
         else
             return false;
         return true;
@@ -179,7 +181,7 @@ bool TextLineInput::HandleCommandKey(wxKeyEvent& event) {
 
 bool TextLineInput::HandleMoveKey(int key) {
     TextLineLayout const& layout = m_state.layout;
-    int const count = m_state.lines.Count();
+    int const count = m_state.Text().Count();
     int const page = layout.WholeLines();
     int const from = m_state.selectsLines ? std::max(m_state.row, -1) : layout.top;
     int to = from;
@@ -247,11 +249,11 @@ void TextLineInput::OnChar(wxKeyEvent& event) {
     m_typedAt = now;
     m_typed = goesOn ? m_typed + character : wxString(character);
     corekit::String const wanted = wxvString(m_typed);
-    int const count = m_state.lines.Count();
+    int const count = m_state.Text().Count();
     for (int i = goesOn ? 0 : 1; i <= count; ++i) {
         int const row = (std::max(m_state.row, goesOn ? 0 : -1) + i) % std::max(count, 1);
-        if (m_state.lines.Has(row) &&
-            corekit::String::CompareNoCase(m_state.lines.At(row).text.Mid(0, wanted.size()), wanted) == 0) {
+        TextLine const* const line = m_state.Text().At(row);
+        if (line && corekit::String::CompareNoCase(line->text.Mid(0, wanted.size()), wanted) == 0) {
             MoveRow(row);
             return;
         }

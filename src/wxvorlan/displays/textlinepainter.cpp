@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <wx/control.h>
+#include <wx/wxvtext.h>
 
 namespace {
 
@@ -71,21 +72,23 @@ void TextLinePainter::Paint(wxDC& dc) {
     dc.SetFont(m_state.font);
     dc.SetPen(*wxTRANSPARENT_PEN);
     TextLineLayout const& layout = m_state.layout;
-    int const end = std::min(m_state.lines.Count(), layout.LineAt(std::max(layout.size.y - 1, 0)) + 1);
+    int const end = std::min(m_state.Text().Count(), layout.LineAt(std::max(layout.size.y - 1, 0)) + 1);
     for (int line = layout.top; line < end; ++line)
         PaintLine(dc, line);
-    if (m_state.lines.Count() == 0)
+    if (m_state.Text().Count() == 0)
         PaintEmpty(dc);
 }
 
 void TextLinePainter::PaintEmpty(wxDC& dc) {
     TextLineLayout const& layout = m_state.layout;
     int const width = layout.size.x - 2 * layout.padding;
-    if (m_state.emptyText.empty() || width <= 0)
+    bool const isFailed = m_state.file && !m_state.file->News().file;
+    wxString const full = isFailed ? wxvText(m_state.file->News().failure) : m_state.emptyText;
+    if (full.empty() || width <= 0)
         return;
-    wxString const text = wxControl::Ellipsize(m_state.emptyText, dc, wxELLIPSIZE_END, width);
+    wxString const text = wxControl::Ellipsize(full, dc, wxELLIPSIZE_END, width);
     wxSize const size = dc.GetTextExtent(text);
-    dc.SetTextForeground(wxvGetColor(ColorName::TextGrey));
+    dc.SetTextForeground(wxvGetColor(isFailed ? ColorName::TextRed : ColorName::TextGrey));
     dc.DrawText(text, (layout.size.x - size.x) / 2, (layout.size.y - size.y) / 2);
 }
 
@@ -100,45 +103,61 @@ void TextLinePainter::FillPart(wxDC& dc, wxString const& text, int y, std::pair<
     dc.DrawRectangle(left, y, right - left, layout.lineHeight);
 }
 
-void TextLinePainter::PaintMarks(wxDC& dc, wxString const& text, int line, int y) {
+void TextLinePainter::PaintMarks(wxDC& dc, ShownLine const& shown, int line, int y) {
     TextPosition const from = m_state.From();
     TextPosition const to = m_state.To();
     if (!m_state.selectsLines && from < to && line >= from.line && line <= to.line) {
         int const begin = line == from.line ? from.character : 0;
-        FillPart(dc, text, y, {begin, to.character}, line < to.line, wxvGetColor(ColorName::Selected));
+        FillPart(dc, shown.text, y, {begin, to.character}, line < to.line, wxvGetColor(ColorName::Selected));
     }
     if (m_state.term.Empty())
         return;
-    for (auto const& hit : m_state.lines.Hits(line, m_state.term)) {
+    for (auto const& hit : FindInLine(shown, m_state.term)) {
         bool const current = line == m_state.hitLine && hit == m_state.hit;
-        FillPart(dc, text, y, hit, false, HitColor(current ? k_CurrentHitTint : k_HitTint));
+        FillPart(dc, shown.text, y, hit, false, HitColor(current ? k_CurrentHitTint : k_HitTint));
     }
 }
 
+void TextLinePainter::PaintText(wxDC& dc, ShownLine const& shown, TextLine const& line, int y, bool selected) {
+    wxColour const background = wxvGetColor(selected ? ColorName::Selected : ColorName::WindowBGDarker);
+    ColorName const own = line.color == ColorName::Text && m_state.colorOf ? m_state.colorOf(line.text) : line.color;
+    auto const draw = [&](size_t from, size_t to, ColorName name) {
+        if (from >= to)
+            return;
+        dc.SetTextForeground(wxvReadableColor(wxvGetColor(m_state.enabled ? name : ColorName::TextGrey), background,
+                                              wxvGetColor(ColorName::Text),
+                                              selected ? k_ReadableSelected : k_Readable));
+        int const x = XOf(dc, shown.text, static_cast<int>(from));
+        dc.DrawText(shown.text.Mid(from, to - from), m_state.layout.XOfText() + x, y + m_state.layout.textTop);
+    };
+    size_t const quiet = WordsEnd(shown.text, m_state.quietWords);
+    draw(0, quiet, ColorName::TextGrey);
+    size_t from = quiet;
+    ColorName color = own;
+    for (ShownLine::Run const& run : shown.runs) {
+        draw(from, run.from, color);
+        from = std::max(from, run.from);
+        color = run.color == line.color ? own : run.color;
+    }
+    draw(from, shown.text.length(), color);
+}
+
 void TextLinePainter::PaintLine(wxDC& dc, int line) {
+    TextLine const* const at = m_state.Text().At(line);
+    if (!at)
+        return; // it comes later
     TextLineLayout const& layout = m_state.layout;
     int const y = layout.YOf(line);
-    wxString const text = m_state.lines.Shown(line);
+    ShownLine const shown = ShowLine(*at);
     bool const selected = m_state.selectsLines && line == m_state.row;
-    wxColour background = wxvGetColor(ColorName::WindowBGDarker);
     if (selected) {
-        background = wxvGetColor(ColorName::Selected);
-        dc.SetBrush(background);
+        dc.SetBrush(wxvGetColor(ColorName::Selected));
         if (m_state.focused)
             dc.SetPen(wxvGetColor(ColorName::TextBlue));
         dc.DrawRectangle(0, y, layout.size.x, layout.lineHeight);
         dc.SetPen(*wxTRANSPARENT_PEN);
     }
-    PaintMarks(dc, text, line, y);
-    auto const draw = [&](wxString const& part, int x, ColorName name) {
-        dc.SetTextForeground(wxvReadableColor(wxvGetColor(name), background, wxvGetColor(ColorName::Text),
-                                              selected ? k_ReadableSelected : k_Readable));
-        dc.DrawText(part, layout.XOfText() + x, y + layout.textTop);
-    };
-    size_t const quiet = WordsEnd(text, m_state.quietWords);
-    if (quiet > 0)
-        draw(text.Left(quiet), 0, ColorName::TextGrey);
-    draw(text.Mid(quiet), XOf(dc, text, static_cast<int>(quiet)),
-         m_state.enabled ? m_state.lines.At(line).color : ColorName::TextGrey);
-    m_state.widest = std::max(m_state.widest, WidthOf(dc, text));
+    PaintMarks(dc, shown, line, y);
+    PaintText(dc, shown, *at, y, selected);
+    m_state.widest = std::max(m_state.widest, WidthOf(dc, shown.text));
 }

@@ -27,7 +27,8 @@ private:
     void PaintEmpty(wxDC& dc);
     // A part of a line, from and to in characters, past the end: to the right edge.
     void FillPart(wxDC& dc, wxString const& text, int y, std::pair<int, int> part, bool toEdge, wxColour const& color);
-    void PaintMarks(wxDC& dc, wxString const& text, int line, int y);
+    void PaintMarks(wxDC& dc, ShownLine const& shown, int line, int y);
+    void PaintText(wxDC& dc, ShownLine const& shown, TextLine const& line, int y, bool selected);
 
     TextLineState& m_state;
 };

@@ -2,6 +2,8 @@
 
 // The state of a text display and the places of its parts; both pure.
 
+#include "filetext.h"
+#include "textexport.h"
 #include "textlines.h"
 
 #include <algorithm>
@@ -29,21 +31,23 @@ struct TextLineLayout {
 // Owner: the control. Thread: the GUI thread.
 struct TextLineState {
     TextLines lines;
+    std::unique_ptr<FileText> file; // is shown instead of the lines
     TextLineLayout layout;
     wxFont font;
     double evenWidth = 0; // of a character, in pixels; 0: the font has several widths
     wxString emptyText;
-    int quietWords = 0; // at the begin of each line
-    int widest = 0;     // pixels, of the lines that have been seen
+    std::function<ColorName(std::string_view)> colorOf; // of lines that have none of their own
+    int quietWords = 0;                                 // at the begin of each line
+    int widest = 0;                                     // pixels, of the lines that have been seen
 
     // Selected characters, from where the mouse went down to where it is.
     TextPosition anchor;
     TextPosition caret;
     int row = -1; // the selected line
 
-    corekit::String term; // its hits are marked
-    TextSearch search;
+    TextTerm term; // its hits are marked
     int hitLine = -1;
+    int hitNumber = 0; // in its line
     std::pair<int, int> hit;
 
     bool selectsLines = false;
@@ -54,12 +58,20 @@ struct TextLineState {
     bool enabled = true;
     bool focused = false;
 
+    TextSource const& Text() const { return file ? static_cast<TextSource const&>(*file) : lines; }
+    TextSource& Text() { return file ? static_cast<TextSource&>(*file) : lines; }
+    // Nothing for a line that is not at hand.
+    ShownLine Shown(int line) const;
+    TextPosition End() const;
     TextPosition From() const { return std::min(anchor, caret); }
     TextPosition To() const { return std::max(anchor, caret); }
+    // The selected text; false when a part of it is not at hand: the text ends there.
+    bool CopySelected(std::string& text) const;
     bool AtEnd(int count) const { return layout.top >= layout.LastTop(count); }
     void ForgetPlaces() {
         anchor = caret = {};
         hitLine = -1;
-        search.Stop();
     }
+    // All lines have other numbers.
+    void MoveRows(int by);
 };

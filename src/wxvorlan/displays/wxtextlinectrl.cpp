@@ -1,15 +1,13 @@
 #include <wx/wxtextlinectrl.h>
 
-#include "textfindbar.h"
 #include "textlineinput.h"
 #include "textlinepainter.h"
+#include "textsearch.h"
 
 #include <corekit/callentry.h>
 #include <wx/app.h>
 #include <wx/dcbuffer.h>
 #include <wx/menu.h>
-#include <wx/sizer.h>
-#include <wx/wxvclipboard.h>
 #include <wx/wxvfont.h>
 #include <wx/wxvtext.h>
 
@@ -18,17 +16,19 @@ namespace {
 constexpr int k_Padding = 8;
 constexpr int k_LineGap = 3;
 constexpr int k_RowGap = 6;
-constexpr int k_MarginAroundHit = 64;
-// Lines that a search looks at before the program may do something else.
-constexpr int k_SearchLines = 20'000;
+// How long the picture stays when its lines have to be read first.
+constexpr int k_PatienceMs = 150;
 
 } // namespace
+
+wxDEFINE_EVENT(wxEVT_TEXTLINE_STATUS, wxCommandEvent);
 
 wxTextLineCtrl::wxTextLineCtrl(wxWindow* parent, wxWindowID id, Selecting selecting)
     : wxWindow(parent, id, wxDefaultPosition, wxDefaultSize,
                wxVSCROLL | wxHSCROLL | wxNO_BORDER | wxWANTS_CHARS | wxFULL_REPAINT_ON_RESIZE | wxCLIP_CHILDREN),
       m_state(std::make_unique<TextLineState>()),
-      m_painter(std::make_unique<TextLinePainter>(*m_state)) {
+      m_painter(std::make_unique<TextLinePainter>(*m_state)),
+      m_isAlive(std::make_shared<bool>(true)) {
     m_state->selectsLines = selecting == Selecting::Line;
     m_state->batch = k_DefaultBatch;
     m_input = std::make_unique<TextLineInput>(*this, *m_state);
@@ -54,6 +54,11 @@ wxTextLineCtrl::wxTextLineCtrl(wxWindow* parent, wxWindowID id, Selecting select
             m_state->focused = event.GetEventType() == wxEVT_SET_FOCUS;
             Refresh(false);
         });
+    Bind(wxEVT_CHAR_HOOK, [this](wxKeyEvent& event) {
+        if (event.GetKeyCode() != WXK_ESCAPE || !HideFindBar())
+            event.Skip();
+    });
+    m_patience.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { Refresh(false); });
     Bind(wxEVT_DPI_CHANGED, [this](wxDPIChangedEvent& event) {
         event.Skip();
         TakeMetrics();
@@ -65,7 +70,13 @@ wxTextLineCtrl::wxTextLineCtrl(wxWindow* parent, wxWindowID id, Selecting select
     });
 }
 
-wxTextLineCtrl::~wxTextLineCtrl() { m_input->CancelSelecting(); }
+wxTextLineCtrl::~wxTextLineCtrl() {
+    m_input->CancelSelecting();
+    *m_isAlive = false;
+    StopSearch();
+    if (m_export)
+        m_export->Stop();
+}
 
 void wxTextLineCtrl::SetType(Type type) {
     wxFont font = wxvFont();
@@ -102,9 +113,67 @@ void wxTextLineCtrl::SetEmptyText(wxString const& text) {
     Refresh(false);
 }
 
+void wxTextLineCtrl::SetLineColors(std::function<ColorName(std::string_view)> colorOf) {
+    m_state->colorOf = std::move(colorOf);
+    Refresh(false);
+}
+
+// --- A file.
+
+void wxTextLineCtrl::ShowFile(corekit::Path const& file) {
+    m_nextFile = std::make_unique<FileText>(file);
+    wxWakeUpIdle();
+}
+
+bool wxTextLineCtrl::IsFileShown() const { return m_state->file != nullptr; }
+
+void wxTextLineCtrl::CloseFile() {
+    m_nextFile.reset();
+    if (!m_state->file)
+        return;
+    m_state->file.reset();
+    Clear();
+}
+
+void wxTextLineCtrl::TakeFileNews() {
+    if (m_nextFile) {
+        m_nextFile->Update();
+        if (m_nextFile->IsReady()) {
+            std::unique_ptr<FileText> ready = std::move(m_nextFile);
+            Clear();
+            m_state->file = std::move(ready);
+            CountHits();
+            m_state->layout.top = m_state->follow ? m_state->layout.LastTop(m_state->Text().Count()) : 0;
+        }
+        return;
+    }
+    if (!m_state->file)
+        return;
+    int const before = m_state->file->Count();
+    FileText::Change const change = m_state->file->Update();
+    if (!change.any)
+        return;
+    int const now = m_state->file->Count();
+    if (change.isAnew) {
+        m_input->CancelSelecting();
+        StopSearch();
+        m_state->ForgetPlaces();
+        m_state->row = -1;
+        m_state->unshown = 0;
+        m_state->layout.top = m_state->follow ? m_state->layout.LastTop(now) : 0;
+        CountHits();
+    } else {
+        if (change.moved > 0)
+            m_state->MoveRows(change.moved);
+        m_state->unshown += std::max(now - before - change.moved, 0);
+    }
+    Changed();
+}
+
 // --- Lines.
 
 int wxTextLineCtrl::Append(corekit::String const& line, bool sorted, ColorName color) {
+    CloseFile();
     if (sorted) {
         int const row = m_state->lines.SortedPlace(line);
         Insert(row, line, color);
@@ -134,15 +203,18 @@ void wxTextLineCtrl::AppendString(corekit::String const& text, ColorName color) 
 }
 
 void wxTextLineCtrl::Insert(int row, corekit::String const& line, ColorName color) {
+    CloseFile();
     row = std::clamp(row, 0, m_state->lines.Count());
     m_state->lines.Insert(row, line, color);
     m_state->ForgetPlaces();
     if (m_state->row >= row)
         ++m_state->row;
+    CountHits();
     Changed();
 }
 
 void wxTextLineCtrl::Remove(int row) {
+    CloseFile();
     if (!m_state->lines.Has(row))
         return;
     m_state->lines.Remove(row);
@@ -151,64 +223,72 @@ void wxTextLineCtrl::Remove(int row) {
         m_state->row = -1;
     else if (m_state->row > row)
         --m_state->row;
+    CountHits();
     Changed();
 }
 
 void wxTextLineCtrl::Drop() {
     m_state->lines.RemoveFront(k_DropLines);
-    auto move = [](int& line) { line = std::max(line - k_DropLines, -1); };
-    bool const cut = m_state->From().line < k_DropLines;
-    move(m_state->anchor.line);
-    move(m_state->caret.line);
-    move(m_state->hitLine);
-    move(m_state->row);
-    m_state->search.Stop();
-    if (cut)
-        m_state->ForgetPlaces();
-    m_state->layout.top = std::max(m_state->layout.top - k_DropLines, 0);
+    m_state->MoveRows(-k_DropLines);
+    StopSearch();
+    CountHits();
 }
 
 void wxTextLineCtrl::Clear() {
     m_input->CancelSelecting();
+    StopSearch();
+    m_nextFile.reset();
+    m_state->file.reset();
     m_state->lines.Clear();
     m_state->ForgetPlaces();
     m_state->row = -1;
     m_state->widest = 0;
     m_state->unshown = 0;
+    m_exported = {};
     Changed();
+    CountHits();
 }
 
 void wxTextLineCtrl::Swap(int row, int other) {
-    if (!m_state->lines.Has(row) || !m_state->lines.Has(other))
+    TextLine const* const one = m_state->lines.At(row);
+    TextLine const* const two = m_state->lines.At(other);
+    if (!one || !two)
         return;
-    std::swap(m_state->lines.At(row), m_state->lines.At(other));
+    TextLine kept = *one;
+    m_state->lines.Set(row, *two);
+    m_state->lines.Set(other, std::move(kept));
     m_state->ForgetPlaces();
     if (m_state->row == row)
         m_state->row = other;
     else if (m_state->row == other)
         m_state->row = row;
+    CountHits();
     Changed();
 }
 
-int wxTextLineCtrl::GetLineCount() const { return m_state->lines.Count(); }
+int wxTextLineCtrl::GetLineCount() const { return m_state->Text().Count(); }
 
 corekit::String wxTextLineCtrl::GetText(int row) const {
-    return m_state->lines.Has(row) ? m_state->lines.At(row).text : corekit::String();
+    TextLine const* const line = m_state->Text().At(row);
+    return line ? line->text : corekit::String();
 }
 
 void wxTextLineCtrl::SetText(int row, corekit::String const& line) {
-    if (!m_state->lines.Has(row) || m_state->lines.At(row).text == line)
+    TextLine const* const at = m_state->lines.At(row);
+    if (!at || at->text == line)
         return;
-    m_state->lines.At(row).text = line;
+    m_state->lines.Set(row, {line, at->color, false});
     if (row >= m_state->From().line && row <= m_state->To().line)
         m_state->ForgetPlaces();
+    CountHits();
     Changed();
 }
 
 void wxTextLineCtrl::SetLineColor(int row, ColorName color) {
-    if (!m_state->lines.Has(row))
+    TextLine const* const at = m_state->lines.At(row);
+    if (!at)
         return;
-    m_state->lines.At(row).color = color;
+    m_state->lines.Set(row, {at->text, color, false});
     Changed();
 }
 
@@ -217,14 +297,14 @@ void wxTextLineCtrl::SetLineColor(int row, ColorName color) {
 int wxTextLineCtrl::GetSelection() const { return m_state->row; }
 
 void wxTextLineCtrl::Select(int row) {
-    m_state->row = m_state->selectsLines && m_state->lines.Has(row) ? row : -1;
+    m_state->row = m_state->selectsLines && m_state->Text().Has(row) ? row : -1;
     Refresh(false);
 }
 
 wxString wxTextLineCtrl::GetSelectedText() const {
-    if (m_state->selectsLines)
-        return m_state->row >= 0 ? wxvText(m_state->lines.At(m_state->row).text) : wxString();
-    return m_state->lines.Between(m_state->From(), m_state->To());
+    std::string text;
+    m_state->CopySelected(text);
+    return wxvText(text);
 }
 
 bool wxTextLineCtrl::HasSelection() const {
@@ -235,13 +315,11 @@ void wxTextLineCtrl::SelectAll() {
     if (m_state->selectsLines)
         return;
     m_state->anchor = {};
-    m_state->caret = m_state->lines.End();
+    m_state->caret = m_state->End();
     Refresh(false);
 }
 
 bool wxTextLineCtrl::IsSelecting() const { return m_input->IsSelecting(); }
-
-bool wxTextLineCtrl::CopySelection() { return HasSelection() && wxCopyTextToClipboard(GetSelectedText()); }
 
 void wxTextLineCtrl::SendSelected(wxEventType type) {
     wxCommandEvent event(type, GetId());
@@ -257,11 +335,11 @@ int wxTextLineCtrl::LineAt(wxPoint const& point) const {
     if (!wxRect(GetClientSize()).Contains(point))
         return -1;
     int const line = m_state->layout.LineAt(point.y);
-    return m_state->lines.Has(line) ? line : -1;
+    return m_state->Text().Has(line) ? line : -1;
 }
 
 void wxTextLineCtrl::EnsureVisible(int row) {
-    if (!m_state->lines.Has(row))
+    if (!m_state->Text().Has(row))
         return;
     TextLineLayout const& layout = m_state->layout;
     if (row < layout.top)
@@ -272,7 +350,7 @@ void wxTextLineCtrl::EnsureVisible(int row) {
 
 int wxTextLineCtrl::GetTopLine() const { return m_state->layout.top; }
 
-bool wxTextLineCtrl::IsAtEnd() const { return m_state->AtEnd(m_state->lines.Count()); }
+bool wxTextLineCtrl::IsAtEnd() const { return m_state->AtEnd(m_state->Text().Count()); }
 
 void wxTextLineCtrl::Redraw() { Changed(); }
 
@@ -292,25 +370,26 @@ void wxTextLineCtrl::Changed() {
 void wxTextLineCtrl::Settle() {
     m_state->unsettled = false;
     TextLineLayout& layout = m_state->layout;
-    int const count = m_state->lines.Count();
+    int const count = m_state->Text().Count();
     int const shown = std::max(count - m_state->unshown, 0);
     m_state->unshown = 0;
     bool const follows = m_state->follow && m_state->AtEnd(shown);
     layout.size = GetClientSize();
     ScrollTo(follows ? layout.LastTop(count) : layout.top, layout.left);
-    Refresh(false);
+    DrawLines();
 }
 
 void wxTextLineCtrl::ScrollTo(int line, int left) {
     TextLineLayout& layout = m_state->layout;
-    int const count = m_state->lines.Count();
+    int const count = m_state->Text().Count();
     int const width = m_state->widest + 2 * layout.padding;
     line = std::clamp(line, 0, layout.LastTop(count));
     left = std::clamp(left, 0, std::max(width - layout.size.x, 0));
-    if (line != layout.top || left != layout.left)
-        Refresh(false);
+    bool const isMoved = line != layout.top || left != layout.left;
     layout.top = line;
     layout.left = left;
+    if (isMoved)
+        DrawLines();
     auto set = [this](int orientation, int position, int thumb, int range) {
         if (GetScrollPos(orientation) != position || GetScrollThumb(orientation) != thumb ||
             GetScrollRange(orientation) != range)
@@ -320,11 +399,24 @@ void wxTextLineCtrl::ScrollTo(int line, int left) {
     set(wxHORIZONTAL, left, layout.size.x, width);
 }
 
+void wxTextLineCtrl::DrawLines() {
+    TextLineLayout const& layout = m_state->layout;
+    bool const atEnd = m_state->follow && m_state->AtEnd(m_state->Text().Count());
+    if (m_state->Text().Want(layout.top, layout.WholeLines() + 1, atEnd)) {
+        m_patience.Stop();
+        Refresh(false);
+    } else if (!m_patience.IsRunning()) {
+        m_patience.StartOnce(k_PatienceMs);
+    }
+}
+
 void wxTextLineCtrl::OnInternalIdle() {
     wxWindow::OnInternalIdle();
+    TakeFileNews();
     if (m_state->unsettled || m_state->layout.size != GetClientSize())
         Settle();
-    SearchSome();
+    TakeSearchNews();
+    TellStatus();
 }
 
 void wxTextLineCtrl::OnPaint(wxPaintEvent&) {
@@ -349,7 +441,7 @@ void wxTextLineCtrl::OnScroll(wxScrollWinEvent& event) {
     if (type == wxEVT_SCROLLWIN_TOP)
         place = 0;
     else if (type == wxEVT_SCROLLWIN_BOTTOM)
-        place = sideways ? m_state->widest : m_state->lines.Count();
+        place = sideways ? m_state->widest : m_state->Text().Count();
     else if (type == wxEVT_SCROLLWIN_LINEUP)
         place -= step;
     else if (type == wxEVT_SCROLLWIN_LINEDOWN)
@@ -363,92 +455,6 @@ void wxTextLineCtrl::OnScroll(wxScrollWinEvent& event) {
     ScrollTo(sideways ? layout.top : place, sideways ? place : layout.left);
 }
 
-// --- Search.
-
-void wxTextLineCtrl::ShowFindBar() {
-    if (!m_findBar)
-        m_findBar = new TextFindBar(*this);
-    PlaceFindBar();
-    m_findBar->Show();
-    m_findBar->Start();
-}
-
-void wxTextLineCtrl::HideFindBar() {
-    if (!m_findBar || !m_findBar->IsShown())
-        return;
-    m_findBar->Hide();
-    Find(corekit::String());
-    SetFocus();
-}
-
-void wxTextLineCtrl::PlaceFindBar() {
-    if (!m_findBar)
-        return;
-    wxSize const size = m_findBar->GetSizer()->CalcMin();
-    wxSize const client = GetClientSize();
-    m_findBar->SetSize(std::max(client.x - size.x - FromDIP(k_Padding), 0), 0, std::min(size.x, client.x), size.y);
-}
-
-void wxTextLineCtrl::Find(corekit::String const& term, bool backward) {
-    m_state->term = term;
-    m_state->hitLine = -1;
-    m_state->search.Begin(term, backward ? m_state->To() : m_state->From(),
-                          backward ? TextDirection::Backward : TextDirection::Forward);
-    Refresh(false);
-    SearchSome();
-}
-
-void wxTextLineCtrl::FindNext(bool backward) {
-    if (m_state->term.Empty())
-        return;
-    m_state->search.Begin(m_state->term, backward ? m_state->From() : m_state->To(),
-                          backward ? TextDirection::Backward : TextDirection::Forward);
-    SearchSome();
-}
-
-bool wxTextLineCtrl::IsSearching() const { return m_state->search.GetState() == TextSearch::State::Searching; }
-
-bool wxTextLineCtrl::IsMissing() const { return m_state->search.GetState() == TextSearch::State::Missing; }
-
-void wxTextLineCtrl::SearchSome() {
-    if (!IsSearching())
-        return;
-    TextSearch& search = m_state->search;
-    if (search.Step(m_state->lines, k_SearchLines) == TextSearch::State::Searching)
-        wxWakeUpIdle();
-    else if (search.GetState() == TextSearch::State::Found)
-        ShowHit(search.Line(), search.Hit().first, search.Hit().second);
-    else
-        m_state->hitLine = -1;
-    if (m_findBar)
-        m_findBar->ShowState();
-}
-
-void wxTextLineCtrl::ShowHit(int line, int from, int to) {
-    m_state->hitLine = line;
-    m_state->hit = {from, to};
-    m_state->anchor = {line, from};
-    m_state->caret = {line, to};
-    if (m_state->selectsLines)
-        Select(line);
-    TextLineLayout const& layout = m_state->layout;
-    // Not at the very edge, where people see nothing around it, nor under the find bar.
-    int const covered = m_findBar && m_findBar->IsShown() ? m_findBar->GetSize().y / layout.lineHeight + 1 : 0;
-    bool const inSight = line >= layout.top + std::min(covered, layout.top) && line < layout.top + layout.WholeLines();
-    int const top = inSight ? layout.top : line - layout.WholeLines() / 3;
-    wxClientDC dc(this);
-    dc.SetFont(m_state->font);
-    wxString const shown = m_state->lines.Shown(line);
-    int const begin = m_painter->XOf(dc, shown, from);
-    int const end = m_painter->XOf(dc, shown, to) + 2 * layout.padding;
-    m_state->widest = std::max(m_state->widest, m_painter->WidthOf(dc, shown));
-    int left = layout.left;
-    if (begin < left || end > left + layout.size.x)
-        left = end <= layout.size.x ? 0 : begin - FromDIP(k_MarginAroundHit);
-    ScrollTo(top, left);
-    Refresh(false);
-}
-
 // --- The menu.
 
 void wxTextLineCtrl::OnContextMenu(wxContextMenuEvent&) {
@@ -458,11 +464,15 @@ void wxTextLineCtrl::OnContextMenu(wxContextMenuEvent&) {
     if (!m_state->selectsLines)
         menu.Append(wxID_SELECTALL, _("Select All\tCtrl+A"));
     menu.Append(wxID_FIND, _("Find...\tCtrl+F"));
+    if (!m_state->selectsLines)
+        menu.Append(wxID_SAVEAS, _("Save As...\tCtrl+S"))->Enable(m_state->Text().Count() > 0);
     menu.Bind(wxEVT_MENU, [this](wxCommandEvent& event) {
         if (event.GetId() == wxID_COPY)
             CopySelection();
         else if (event.GetId() == wxID_SELECTALL)
             SelectAll();
+        else if (event.GetId() == wxID_SAVEAS)
+            AskAndSave();
         else
             ShowFindBar();
     });

@@ -11,3 +11,13 @@ corekit::String wxvString(wxString const& text) {
     wxScopedCharBuffer const bytes = text.utf8_str();
     return corekit::String(bytes.data(), bytes.length());
 }
+
+wxString wxvGrouped(int64_t number) {
+    std::string digits = std::to_string(number);
+    size_t const first = number < 0 ? 1 : 0;
+    for (size_t at = digits.size(); at > first + 3;) {
+        at -= 3;
+        digits.insert(at, 1, ',');
+    }
+    return wxString::FromAscii(digits.c_str());
+}
