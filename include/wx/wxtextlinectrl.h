@@ -191,6 +191,7 @@ private:
     std::shared_ptr<TextSearch> m_search;
     corekit::String m_wanted;
     bool m_matchCase = false;
+    bool m_seekWaits = false;   // the same for going to the first hit
     bool m_searchWaits = false; // for the lines to be counted
     int m_searchedLines = 0;    // when it was begun or extended
     int64_t m_searchedBytes = 0;
@@ -202,4 +203,5 @@ private:
     wxString m_told;                 // of the status
     std::shared_ptr<bool> m_isAlive; // for what comes back from the pool
     wxTimer m_patience;              // how long a picture waits for its lines
+    wxTimer m_exportTick;            // while something is copied or saved
 };

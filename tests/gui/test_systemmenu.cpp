@@ -203,36 +203,40 @@ TEST_F(SystemMenuTest, FoldersAreShownByTheDesktopOrTheirNameIs) {
     EXPECT_TRUE(answers.Take().front().Contains(File::GetTempDir()));
 }
 
-TEST_F(SystemMenuTest, ALogShowsItsEnd) {
+TEST_F(SystemMenuTest, ALogShowsItsEndAndWhatBecomesOfIt) {
     TempFolder const folder;
     Path const path = folder / "History.log";
     File::WriteWhole(path, "one\ntwo\nthree\n");
-    struct Case {
-        int64_t most;
-        char const* text;
-        int64_t skipped;
+    auto* const frame = new LogFrame(&Start(false), "Log", path);
+    frame->Show();
+    EXPECT_TRUE(PumpUntil([&] { return TextOf(*frame).EndsWith("three\n"); }));
+    auto const says = [&](char const* status) {
+        return PumpUntil([&] { return frame->Text().GetStatus().text.Contains(status); });
     };
-    for (Case const& c : {Case{100, "one\ntwo\nthree\n", 0}, Case{14, "one\ntwo\nthree\n", 0}, Case{8, "three\n", 8},
-                          Case{6, "", 14}}) {
-        LogTail const tail = ReadLogTail(path, c.most);
-        EXPECT_EQ(tail.text, c.text) << c.most;
-        EXPECT_EQ(tail.skippedBytes, c.skipped) << c.most;
-    }
-    EXPECT_THROW(ReadLogTail(folder / "none", 10), corekit::FileException);
-
-    MainWindow& window = Start(false);
-    auto* const frame = new LogFrame(&window, "Log", path);
-    ASSERT_TRUE(PumpUntil([&] { return TextOf(*frame).EndsWith("three\n"); }));
+    EXPECT_TRUE(says("3 lines, 14 B"));
     File::WriteWhole(path, "four\n");
-    wxCommandEvent refresh(wxEVT_BUTTON, wxID_REFRESH);
-    frame->ProcessWindowEvent(refresh);
     EXPECT_TRUE(PumpUntil([&] { return TextOf(*frame) == "four\n"; }));
+    EXPECT_TRUE(says("Another file took its place"));
     File::Delete(path);
-    frame->ProcessWindowEvent(refresh);
-    EXPECT_TRUE(PumpUntil([&] { return TextOf(*frame).Contains("Cannot read"); }));
-    // Closed while it reads.
-    frame->ProcessWindowEvent(refresh);
-    frame->Close();
+    EXPECT_TRUE(says("The file is gone"));
+    EXPECT_EQ(TextOf(*frame), "four\n");
+    // The first Escape closes the find bar, the next one the window.
+    frame->Text().ShowFindBar();
+    auto const escape = [&] {
+        wxKeyEvent event(wxEVT_CHAR_HOOK);
+        event.m_keyCode = WXK_ESCAPE;
+        event.SetEventObject(frame);
+        frame->ProcessWindowEvent(event);
+    };
+    escape();
+    Pump();
+    EXPECT_TRUE(FindFrame<LogFrame>());
+    escape();
+    EXPECT_TRUE(PumpUntil([&] { return !FindFrame<LogFrame>(); }));
+    // Closed while it opens what is not there.
+    auto* const next = new LogFrame(&Window(), "Log", path);
+    EXPECT_TRUE(PumpUntil([&] { return next->Text().GetStatus().text.Contains("Cannot read"); }));
+    next->Close();
     EXPECT_TRUE(PumpUntil([&] { return !FindFrame<LogFrame>(); }));
 }
 

@@ -1,6 +1,7 @@
 // Runs the tests of the controls inside the event loop of a plain application object.
 #include "wxtools.h"
 
+#include <corekit/threadpool.h>
 #include <wx/wxvcolors.h>
 
 namespace {
@@ -11,7 +12,12 @@ public:
         wxvApplyNativeStyle();
         return true;
     }
-    int OnRun() override { return RunTestsInMainLoop(*this); }
+    int OnRun() override {
+        corekit::ThreadPool::Initialize();
+        int const result = RunTestsInMainLoop(*this);
+        corekit::ThreadPool::Shutdown();
+        return result;
+    }
 };
 
 wxAppConsole* CreateTestApp() { return new TestApp; }

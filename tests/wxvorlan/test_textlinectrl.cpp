@@ -1,4 +1,7 @@
+#include "corekit/tempfolder.h"
 #include "wxtools.h"
+
+#include <fstream>
 
 #include <vector>
 #include <wx/clipbrd.h>
@@ -183,11 +186,90 @@ TEST_F(TextLineTest, FindBarGoesFromHitToHit) {
     EXPECT_TRUE(isAt(30'005)); // round
     Press(WXK_RETURN, wxMOD_SHIFT);
     EXPECT_TRUE(isAt(50'000));
+    EXPECT_TRUE(PumpUntil([&] { return text->GetFindState().rank == 1 && text->GetFindState().hits == 2; }));
+    text->SetText(10, "needle three"); // what is there now is counted
+    EXPECT_TRUE(PumpUntil([&] { return text->GetFindState().hits == 3; }));
     hand.Text("x");
     EXPECT_TRUE(PumpUntil([&] { return text->IsMissing(); }));
+    bool hasReachedFrame = false;
+    Frame().Bind(wxEVT_CHAR_HOOK, [&](wxKeyEvent& event) {
+        hasReachedFrame |= event.GetKeyCode() == WXK_ESCAPE;
+        event.Skip();
+    });
     Press(WXK_ESCAPE);
     EXPECT_TRUE(PumpUntil([&] { return text->HasFocus(); }));
+    EXPECT_FALSE(hasReachedFrame); // a window that closes on Escape stays
+    Press(WXK_ESCAPE);
+    EXPECT_TRUE(PumpUntil([&] { return hasReachedFrame; }));
     EXPECT_FALSE(text->IsSearching());
+}
+
+TEST_F(TextLineTest, AFileIsFollowedWhileAProgramWrites) {
+    constexpr int k_Lines = 1'000'000;
+    corekit::TempFolder const folder;
+    corekit::Path const path = folder / "out.log";
+    std::ofstream(path.c_str()) << "line 0\n";
+    Make().SetFollowEnd(true);
+    Show(text);
+    text->ShowFile(path);
+    EXPECT_TRUE(PumpUntil([&] { return text->GetText(0) == "line 0"; }));
+    String const command = "seq -f 'line %.0f' 1 " + String::From(k_Lines - 1) + " >> '" + path + "' &";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    bool isInOrder = true;
+    int before = 0;
+    EXPECT_TRUE(PumpUntil([&] {
+        isInOrder &= text->GetLineCount() >= before && text->IsAtEnd();
+        before = text->GetLineCount();
+        for (int row = text->GetTopLine(); row < before - 1; ++row) // the last may be half a line
+            isInOrder &= text->GetText(row) == "line " + String::From(row);
+        return before == k_Lines;
+    }));
+    EXPECT_TRUE(isInOrder);
+    // Any place, by key and by search; what is selected is copied though it is not at hand.
+    Press(WXK_HOME);
+    EXPECT_TRUE(PumpUntil([&] { return text->GetTopLine() == 0 && text->GetText(3) == "line 3"; }));
+    text->EnsureVisible(500'000);
+    EXPECT_TRUE(PumpUntil([&] { return text->GetText(500'000) == "line 500000"; }));
+    text->Find("LINE 77777");
+    EXPECT_TRUE(PumpUntil([&] { return text->GetFindState().hits == 11 && text->GetFindState().rank >= 0; }));
+    EXPECT_EQ(text->GetSelectedText(), "line 77777");
+    text->SelectAll();
+    EXPECT_TRUE(text->CopySelection());
+    EXPECT_TRUE(PumpUntil([&] { return text->GetStatus().text.StartsWith("Copied"); }));
+    wxTextDataObject data;
+    {
+        wxClipboardLocker const lock;
+        ASSERT_TRUE(wxTheClipboard->GetData(data));
+    }
+    EXPECT_EQ(data.GetText().length(), static_cast<size_t>(corekit::File::Size(path)) - 1);
+    text->Save(folder / "saved.log");
+    EXPECT_TRUE(PumpUntil([&] { return text->GetStatus().text.StartsWith("Saved"); }));
+    EXPECT_EQ(corekit::File::Read(folder / "saved.log"), corekit::File::Read(path));
+    corekit::File::Delete(path);
+    EXPECT_TRUE(PumpUntil([&] { return text->GetStatus().text.StartsWith("The file is gone"); }));
+    EXPECT_EQ(text->GetLineCount(), k_Lines);
+    text->Append("a line"); // lines from now on
+    EXPECT_EQ(Lines(), std::vector<String>{"a line"});
+}
+
+TEST_F(TextLineTest, AHugeLineIsShownCut) {
+    corekit::TempFolder const folder;
+    corekit::Path const path = folder / "out.log";
+    {
+        std::ofstream file(path.c_str());
+        std::string const block(1 << 20, 'x');
+        file << "first\n";
+        for (int i = 0; i < 100; ++i)
+            file << block;
+        file << "needle\nlast";
+    }
+    Make().SetFollowEnd(true);
+    Show(text);
+    text->ShowFile(path);
+    EXPECT_TRUE(PumpUntil([&] { return text->GetLineCount() == 3 && text->GetText(2) == "last"; }));
+    EXPECT_EQ(text->GetText(0), "first");
+    text->Find("needle"); // it stands in what is cut: the mark there is selected
+    EXPECT_TRUE(PumpUntil([&] { return text->GetFindState().hits == 1 && text->HasSelection(); }));
 }
 
 TEST_F(TextLineTest, GrowsToItsLimitAndDropsTheOldest) {

@@ -1,6 +1,8 @@
 #include "wxvorlan/displays/textlinestate.h"
+#include "wxvorlan/displays/textsearch.h"
 
 #include <gtest/gtest.h>
+#include <random>
 
 using corekit::String;
 
@@ -8,145 +10,221 @@ namespace {
 
 using Hits = std::vector<std::pair<int, int>>;
 
-TextLines Lines(std::initializer_list<char const*> texts) {
-    TextLines lines;
-    for (char const* const text : texts)
-        lines.Append(text, ColorName::Text);
-    return lines;
+std::string Repeated(std::string_view text, int count) {
+    std::string all;
+    for (int i = 0; i < count; ++i)
+        all += text;
+    return all;
 }
+
+// All hits of a term, as a naive look at each line finds them.
+std::vector<TextHit> FindNaively(std::vector<std::string> const& lines, String const& term) {
+    std::vector<TextHit> hits;
+    for (size_t line = 0; line < lines.size(); ++line) {
+        int number = 0;
+        for (size_t at = String(lines[line]).FindNoCase(term); at != String::npos;
+             at = String(lines[line]).FindNoCase(term, at + term.size()))
+            hits.push_back({static_cast<int>(line), number++});
+    }
+    return hits;
+}
+
+// Lines in pieces of any size.
+class PieceText : public TextSnapshot {
+public:
+    PieceText(std::vector<std::string> lines, size_t pieceBytes)
+        : m_lines(std::move(lines)), m_pieceBytes(pieceBytes) {}
+    int Lines() const override { return static_cast<int>(m_lines.size()); }
+    void Read(int first, int end, Visitor const& visitor) const override {
+        for (int line = first; line < std::min(end, Lines()); ++line) {
+            std::string const text = m_lines[static_cast<size_t>(line)] + (line + 1 < Lines() ? "\n" : "");
+            for (size_t at = 0; at < text.size(); at += m_pieceBytes) {
+                if (!visitor({line, std::string_view(text).substr(at, m_pieceBytes), at + m_pieceBytes < text.size()}))
+                    return;
+            }
+        }
+    }
+
+private:
+    std::vector<std::string> m_lines;
+    size_t m_pieceBytes;
+};
 
 } // namespace
 
-TEST(TextLinesTest, ShowsAnyBytesAsCharacters) {
-    TextLines lines = Lines({"a\tb\x1b[1m",
-                             "gr\xC3\xB6\xC3\x9F"
-                             "e",
-                             "\xff\xfe"
-                             "abc"});
-    lines.Append(String("a\0b", 3), ColorName::Text);
-    lines.Append(String(10'000, 'x'), ColorName::Text);
-    String wide;
-    for (int i = 0; i < 9'000; ++i)
-        wide += "\xE2\x82\xAC"; // three bytes; a cut between them would show no text at all
-    lines.Append(wide, ColorName::Text);
-
-    EXPECT_EQ(lines.Shown(0), wxString::FromUTF8("a\tb\xEF\xBF\xBD[1m"));
-    EXPECT_EQ(lines.Length(1), 5);
-    EXPECT_EQ(lines.Length(2), 5);
-    EXPECT_EQ(lines.Length(3), 3);
-    for (int line : {4, 5}) {
-        EXPECT_EQ(lines.Length(line), static_cast<int>(TextLines::k_MaxShown));
-        EXPECT_EQ(lines.Shown(line).Last(), wxUniChar(0x2026));
+TEST(ShownLineTest, ShowsAnyBytesAsCharacters) {
+    struct Case {
+        std::string bytes;
+        wchar_t const* shown;
+    };
+    Case const cases[] = {
+        {"a\tb\x01", L"a\tb\xFFFD"},
+        {"gr\xC3\xB6\xC3\x9F", L"gr\x00F6\x00DF"},
+        {"\xff\xfe\xC3(\xE2\x82", L"\xFFFD\xFFFD\xFFFD(\xFFFD\xFFFD"},
+        {"\xC0\xAF\xED\xA0\x80", L"\xFFFD\xFFFD\xFFFD\xFFFD\xFFFD"}, // overlong, half a pair
+        {"\xF0\x9F\x8E\xAC\xF4\x90\x80\x80", L"\x1F3AC\xFFFD\xFFFD\xFFFD\xFFFD"},
+        {std::string("a\0b", 3), L"a\xFFFD\x62"},
+        {"\xE2\x80\xAE!\xE2\x80\xA8!", L"\xFFFD!\xFFFD!"}, // turns the writing round, ends the line
+        {"\x1b[1;31mred\x1b[0m \x1b]0;title\x07ok\x1b(B\x1b[2K.\x1b", L"red ok."},
+    };
+    for (Case const& each : cases)
+        EXPECT_EQ(ShowLine({each.bytes}).text, each.shown) << each.bytes;
+    for (std::string const& text : {std::string(10'000, 'x'), Repeated("\xE2\x82\xAC", 9'000)}) {
+        ShownLine const shown = ShowLine({text});
+        EXPECT_EQ(shown.text.length(), TextLine::k_MaxShown);
+        EXPECT_EQ(shown.text.Last(), wxUniChar(0x2026));
     }
-    EXPECT_EQ(lines.Shown(5)[0], wxUniChar(0x20AC));
+    EXPECT_EQ(ShowLine({"short", ColorName::Text, true}).text.Last(), wxUniChar(0x2026));
 }
 
-TEST(TextLinesTest, HitsAreCountedInCharacters) {
+TEST(ShownLineTest, EscapeSequencesBecomeColours) {
+    auto const runs = ShowLine({"a\x1b[38;5;3mb\x1b[1;31mc\x1b[0md\x1b[92me\x1b[48;2;1;32;3mf"}).runs;
+    std::vector<std::pair<size_t, ColorName>> seen;
+    for (auto const& run : runs)
+        seen.emplace_back(run.from, run.color);
+    EXPECT_EQ(seen, (std::vector<std::pair<size_t, ColorName>>{{1, ColorName::Text},
+                                                               {2, ColorName::TextRed},
+                                                               {3, ColorName::Text},
+                                                               {4, ColorName::TextGreen},
+                                                               {5, ColorName::TextGreen}}));
+}
+
+TEST(ShownLineTest, HitsAreCountedInCharacters) {
     struct Case {
-        String text;
-        String term;
+        std::string text;
+        char const* term;
+        bool matchCase;
         Hits hits;
     };
     Case const cases[] = {
-        {"error: no Error", "ERROR", {{0, 5}, {10, 15}}},
-        {"aaaa", "aa", {{0, 2}, {2, 4}}},
+        {"error: no Error", "ERROR", false, {{0, 5}, {10, 15}}},
+        {"error: no Error", "Error", true, {{10, 15}}},
+        {"aaaa", "aa", false, {{0, 2}, {2, 4}}},
         {"gr\xC3\xB6\xC3\x9F"
-         "er als gr\xC3\xB6\xC3\x9F"
+         "er gr\xC3\xB6\xC3\x9F"
          "e",
          "\xC3\x9F"
          "e",
-         {{3, 5}, {14, 16}}},
+         false,
+         {{3, 5}, {10, 12}}},
         {"\xff"
-         "abc abc",
          "abc",
-         {{1, 4}, {5, 8}}}, // no UTF-8: a byte is a character
-        {"abc", "", {}},
-        {"abc", "abcd", {}},
+         "abc",
+         false,
+         {{1, 4}}},
+        {"ab\x1b[31mc", "abc", false, {{0, 3}}},
+        {"abc", "", false, {}},
+        {"abc", "abcd", false, {}},
+        {std::string(4092, 'x') + "abcabc", "abc", false, {{4092, 4095}}}, // one in what is cut
     };
     for (Case const& each : cases) {
-        TextLines lines;
-        lines.Append(each.text, ColorName::Text);
-        EXPECT_EQ(lines.Hits(0, each.term), each.hits) << each.text.Str();
+        EXPECT_EQ(FindInLine(ShowLine({each.text}), TextTerm(each.term, each.matchCase)), each.hits) << each.text;
     }
 }
 
-TEST(TextLinesTest, CopiesWhatIsSelectedAndWholeLinesUncut) {
-    TextLines lines = Lines({"first line", "a\x01z", "last"});
-    struct Case {
-        TextPosition from, to;
-        char const* text;
-    };
-    Case const cases[] = {
-        {{0, 6}, {0, 10}, "line"},
-        {{0, 6}, {2, 2}, "line\na\x01z\nla"},
-        {{0, 0}, {9, 9}, "first line\na\x01z\nlast"},
-        {{2, 0}, {1, 0}, ""},
-        {{1, 3}, {1, 3}, ""},
-        {{-3, 5}, {0, 5}, "first"},
-        {{0, 10}, {1, 0}, "\n"},
-    };
-    for (Case const& each : cases)
-        EXPECT_EQ(lines.Between(each.from, each.to), each.text) << each.from.line << ' ' << each.from.character;
-    lines.Append(String(10'000, 'x'), ColorName::Text);
-    EXPECT_EQ(lines.Between({3, 0}, lines.End()).length(), 10'000U);
-    EXPECT_EQ(TextLines().Between({0, 0}, {5, 5}), "");
-}
-
-TEST(TextLinesTest, WordsAreWhatADoubleClickTakes) {
-    TextLines const lines = Lines({"Saved: /tmp/shot_010.exr now"});
+TEST(ShownLineTest, WordsAreWhatADoubleClickTakes) {
+    wxString const text("Saved: /tmp/shot_010.exr now");
     struct Case {
         int at, from, to;
     };
     for (Case const each : {Case{14, 12, 24}, Case{0, 0, 5}, Case{28, 25, 28}, Case{6, 6, 6}, Case{99, 25, 28}})
-        EXPECT_EQ(lines.WordAt({0, each.at}), std::make_pair(each.from, each.to)) << each.at;
-    EXPECT_EQ(lines.WordAt({7, 0}), std::make_pair(0, 0));
+        EXPECT_EQ(WordAt(text, each.at), std::make_pair(each.from, each.to)) << each.at;
 }
 
-TEST(TextLinesTest, SearchGoesRoundFromThePlace) {
-    TextLines const lines = Lines({"hit one", "none", "a hit, a hit", "last"});
-    struct Case {
-        TextPosition from;
-        TextDirection direction;
-        int line, character; // -1: missing
-        char const* term;
-    };
-    auto const f = TextDirection::Forward;
-    auto const b = TextDirection::Backward;
-    Case const cases[] = {
-        {{0, 0}, f, 0, 0, "HIT"},
-        {{0, 1}, f, 2, 2, "hit"},
-        {{2, 3}, f, 2, 9, "hit"},
-        {{2, 10}, f, 0, 0, "hit"},
-        {{3, 4}, b, 2, 9, "hit"},
-        {{2, 9}, b, 2, 2, "hit"},
-        {{0, 2}, b, 2, 9, "hit"},
-        {{0, 3}, b, 0, 0, "hit"},
-        // Round and back to the hit that the search began behind.
-        {{3, 2}, f, 3, 0, "last"},
-        {{0, 0}, b, 0, 2, "t one"},
-        {{1, 2}, f, -1, 0, "nowhere"},
-        {{1, 2}, b, -1, 0, ""},
-    };
-    for (Case const& each : cases) {
-        for (int const slice : {1, 100}) {
-            TextSearch search;
-            search.Begin(each.term, each.from, each.direction);
-            for (int i = 0; i < 20; ++i)
-                search.Step(lines, slice);
-            ASSERT_EQ(search.GetState(), each.line < 0 ? TextSearch::State::Missing : TextSearch::State::Found)
-                << each.term << ' ' << each.from.line;
-            if (each.line >= 0) {
-                EXPECT_EQ(search.Line(), each.line) << each.from.line << ' ' << each.from.character;
-                EXPECT_EQ(search.Hit().first, each.character) << each.from.line << ' ' << each.from.character;
+TEST(TextLinesTest, KeepsLinesAndWhatASnapshotHasSeen) {
+    std::mt19937 random(3);
+    TextLines lines;
+    std::vector<std::string> naive;
+    for (int step = 0; step < 20'000; ++step) {
+        auto const at = static_cast<int>(naive.empty() ? 0 : random() % naive.size());
+        std::string const text = std::to_string(step);
+        switch (step < 6'000 ? 0 : random() % 4) {
+        case 1:
+            lines.Insert(at, text, ColorName::Text);
+            naive.insert(naive.begin() + at, text);
+            break;
+        case 2:
+            lines.Remove(at);
+            naive.erase(naive.begin() + at);
+            break;
+        case 3:
+            lines.Set(at, {text});
+            naive[static_cast<size_t>(at)] = text;
+            break;
+        default:
+            lines.Append(text, ColorName::Text);
+            naive.push_back(text);
+        }
+    }
+    auto const snapshot = lines.Snapshot();
+    auto const before = naive;
+    lines.RemoveFront(4'000);
+    naive.erase(naive.begin(), naive.begin() + 4'000);
+    lines.Set(0, {"other"});
+    naive[0] = "other";
+    ASSERT_EQ(lines.Count(), static_cast<int>(naive.size()));
+    for (int i = 0; i < lines.Count(); ++i)
+        ASSERT_EQ(lines.At(i)->text.Str(), naive[static_cast<size_t>(i)]);
+    std::string seen;
+    std::string wanted;
+    snapshot->Read(5, snapshot->Lines(), [&](TextSnapshot::Piece const& piece) {
+        seen += piece.bytes;
+        return true;
+    });
+    for (size_t i = 5; i < before.size(); ++i)
+        wanted += before[i] + "\n";
+    EXPECT_EQ(seen, wanted);
+}
+
+TEST(TextSearchTest, FindsAndCountsWhatANaiveLookFinds) {
+    std::mt19937 random(5);
+    for (int round = 0; round < 60; ++round) {
+        std::vector<std::string> lines(1 + random() % 30);
+        for (std::string& line : lines) {
+            for (unsigned i = random() % 20; i > 0; --i)
+                line += random() % 3 ? "ab" : random() % 2 ? "Aa" : "c";
+        }
+        String const term = random() % 2 ? "aba" : "a";
+        auto const naive = FindNaively(lines, term);
+        size_t const half = random() % (lines.size() + 1);
+        auto const part = [&](size_t count) {
+            return std::make_shared<PieceText>(
+                std::vector<std::string>(lines.begin(), lines.begin() + static_cast<ptrdiff_t>(count)),
+                1 + random() % 9);
+        };
+        TextSearch search(TextTerm(term, false), part(half), [] {});
+        EXPECT_TRUE(search.TakeStart());
+        search.Run();
+        search.Extend(part(lines.size())); // the text has grown
+        TextHit const from{static_cast<int>(random() % lines.size()), static_cast<int>(random() % 3)};
+        for (auto const direction : {TextDirection::Forward, TextDirection::Backward}) {
+            search.Seek(from, direction);
+            if (search.TakeStart())
+                search.Run();
+            ASSERT_EQ(search.GetState().hits, static_cast<int64_t>(naive.size())) << round;
+            auto next = std::lower_bound(naive.begin(), naive.end(), from);
+            if (direction == TextDirection::Forward)
+                next = next == naive.end() ? naive.begin() : next;
+            else if (!naive.empty())
+                next = std::prev(next == naive.begin() ? naive.end() : next);
+            auto const hit = search.TakeHit();
+            ASSERT_EQ(hit.has_value(), !naive.empty());
+            if (hit) {
+                EXPECT_EQ(*hit, *next) << round;
+                EXPECT_EQ(search.GetState().rank, next - naive.begin());
             }
         }
     }
-    TextSearch nothing;
-    nothing.Begin("x", {}, f);
-    EXPECT_EQ(nothing.Step(TextLines(), 1), TextSearch::State::Missing);
 }
 
-TEST(TextLinesTest, LayoutFindsLines) {
+TEST(TextSearchTest, AStoppedSearchEnds) {
+    TextSearch search(TextTerm("x", false), std::make_shared<PieceText>(std::vector<std::string>(9, "x"), 5), [] {});
+    search.Stop();
+    search.Run();
+    EXPECT_EQ(search.GetState().hits, 0);
+}
+
+TEST(ShownLineTest, LayoutFindsLines) {
     TextLineLayout layout;
     layout.size = {100, 45};
     layout.lineHeight = 10;

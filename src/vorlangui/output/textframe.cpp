@@ -5,7 +5,6 @@
 #include <corekit/callentry.h>
 #include <wx/sizer.h>
 #include <wx/wxtextlinectrl.h>
-#include <wx/wxvcolors.h>
 #include <wx/wxvstatictext.h>
 
 namespace vorlan {
@@ -18,7 +17,6 @@ TextFrame::TextFrame(wxWindow* parent, wxString const& title, corekit::String co
                      long style)
     : wxVorlanFrame(parent, title, wxDefaultPosition, wxDefaultSize, section, style) {
     SetIcons(WindowIcons());
-    SetBackgroundColour(wxvGetColor(ColorName::WindowBG));
     m_status =
         new wxvStaticText(this, wxString(), ColorName::TextGrey, wxID_ANY, wxST_ELLIPSIZE_MIDDLE | wxST_NO_AUTORESIZE);
     m_text = new wxTextLineCtrl(this);
@@ -31,36 +29,23 @@ TextFrame::TextFrame(wxWindow* parent, wxString const& title, corekit::String co
     content->Add(m_text, wxSizerFlags(1).Expand());
     SetSizer(content);
     SetSize(FromDIP(size));
-    LoadWindowPosition();
     m_text->SetFocus();
     Bind(wxEVT_TEXTLINE_STATUS, [this](wxCommandEvent&) { ShowStatus(); });
-    Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& event) {
-        event.Skip();
-        SetBackgroundColour(wxvGetColor(ColorName::WindowBG));
-        Refresh();
-    });
     Bind(wxEVT_CHAR_HOOK, &TextFrame::OnKey, this);
-    Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent&) {
-        SaveWindowPosition();
-        Destroy();
-    });
 }
 
 void TextFrame::OnKey(wxKeyEvent& event) {
     CALL_ENTRY();
     int const key = event.GetKeyCode();
-    if (key == WXK_ESCAPE) {
-        if (!m_text->HideFindBar())
-            Close();
-    } else if (key == WXK_F5) {
+    bool const isUsed = key == WXK_ESCAPE && m_text->HideFindBar();
+    if (key == WXK_F5)
         OnRefresh();
-    } else if (key == 'F' && event.ControlDown()) {
+    else if (key == 'F' && event.ControlDown())
         m_text->ShowFindBar();
-    } else if (key == 'S' && event.ControlDown()) {
+    else if (key == 'S' && event.ControlDown())
         m_text->AskAndSave();
-    } else {
+    else if (!isUsed)
         event.Skip();
-    }
 }
 
 void TextFrame::SetNote(wxString const& note) {

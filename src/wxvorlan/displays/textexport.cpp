@@ -41,6 +41,8 @@ String TextExport::Copy(TextSnapshot const& text, TextPosition from, TextPositio
     int row = from.line;
     int const last = std::min(to.line, text.Lines() - 1);
     auto const endLine = [&] {
+        if (line.ends_with('\r'))
+            line.pop_back();
         if (row > from.line)
             copied += '\n';
         bool const isWhole =

@@ -59,6 +59,7 @@ wxTextLineCtrl::wxTextLineCtrl(wxWindow* parent, wxWindowID id, Selecting select
             event.Skip();
     });
     m_patience.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { Refresh(false); });
+    m_exportTick.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { TellStatus(); });
     Bind(wxEVT_DPI_CHANGED, [this](wxDPIChangedEvent& event) {
         event.Skip();
         TakeMetrics();

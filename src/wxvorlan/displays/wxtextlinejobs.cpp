@@ -21,6 +21,7 @@ namespace {
 
 constexpr int k_BarMargin = 8;
 constexpr int k_MarginAroundHit = 64;
+constexpr int k_ProgressMs = 100;
 
 wxString Percent(wxString const& doing, double done) {
     return wxString::Format("%s... %d %%", doing, static_cast<int>(done * 100));
@@ -62,6 +63,7 @@ void wxTextLineCtrl::Find(String const& term, bool backward) {
     m_state->term = TextTerm(term, m_matchCase);
     m_state->hitLine = -1;
     CountHits();
+    m_seekWaits = m_searchWaits;
     TextPosition const top{m_state->layout.top, 0};
     if (m_state->From() < m_state->To())
         SeekHit(backward ? m_state->To() : m_state->From(), backward);
@@ -121,7 +123,8 @@ void wxTextLineCtrl::SeekHit(TextPosition from, bool backward) {
 void wxTextLineCtrl::TakeSearchNews() {
     if (m_searchWaits && m_state->file && m_state->file->News().isCounted) {
         CountHits();
-        SeekHit({m_state->layout.top, 0}, false);
+        if (std::exchange(m_seekWaits, false))
+            SeekHit({m_state->layout.top, 0}, false);
     }
     if (!m_search)
         return;
@@ -215,6 +218,7 @@ void wxTextLineCtrl::Export(wxString const& doing, std::function<String(TextExpo
             if (!*alive || m_export != job)
                 return;
             m_export.reset();
+            m_exportTick.Stop();
             m_exported = failure.empty() ? Status{done(result), ColorName::TextGrey}
                                          : Status{wxvText(failure), ColorName::TextRed};
             TellStatus();
@@ -222,6 +226,8 @@ void wxTextLineCtrl::Export(wxString const& doing, std::function<String(TextExpo
     });
     if (!isTaken)
         m_export.reset(); // the program is ending
+    else
+        m_exportTick.Start(k_ProgressMs);
     TellStatus();
 }
 
