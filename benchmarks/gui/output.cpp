@@ -3,7 +3,6 @@
 // against one pass over the file that counts its line ends.
 
 #include "bench.h"
-#include "output/logframe.h"
 
 #include "corekit/tempfolder.h"
 #include "wxvorlan/displays/lineindex.h"
@@ -13,10 +12,11 @@
 #include <fcntl.h>
 #include <fstream>
 #include <wx/app.h>
+#include <wx/frame.h>
 #include <wx/wxtextlinectrl.h>
 
 using namespace bench;
-using namespace vorlan;
+using corekit::Path;
 
 namespace {
 
@@ -64,11 +64,14 @@ public:
 
 private:
     double OpenMs(Path const& path) {
-        LogFrame* frame = nullptr;
+        wxFrame* frame = nullptr;
         bool isShown = false;
         double const seconds = Seconds([&] {
-            frame = new LogFrame(nullptr, "Log", path);
-            wxTextLineCtrl& text = frame->Text();
+            frame = new wxFrame(nullptr, wxID_ANY, "Log", wxDefaultPosition, wxSize(900, 600));
+            auto& text = *new wxTextLineCtrl(frame);
+            text.SetType(wxTextLineCtrl::Type::Monospaced);
+            text.SetFollowEnd(true);
+            text.ShowFile(path);
             bool isPainted = false;
             text.Bind(wxEVT_PAINT, [&](wxPaintEvent& event) {
                 event.Skip();

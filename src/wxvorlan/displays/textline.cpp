@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr wchar_t k_Ellipsis = 0x2026;
+constexpr wchar_t k_CutMark = 0x2026;
 constexpr wchar_t k_Mark = 0xFFFD;
 constexpr char k_Escape = '\x1b';
 // A longer sequence is none.
@@ -156,7 +156,7 @@ ShownLine ShowLine(TextLine const& line) {
             shown.plain.resize(shown.starts[keep]);
         characters.resize(keep);
         shown.starts.resize(keep);
-        characters += k_Ellipsis;
+        characters += k_CutMark;
         shown.starts.push_back(shown.plain.size());
     }
     shown.text = wxString(characters);
