@@ -85,7 +85,7 @@ void LogFrame::OnReceivedEvt(FileReceivedEvt& event) {
 void LogFrame::OnReceived(UID const& request, String const& error) {
     if (request != m_request)
         return;
-    if (!error.empty()) {
+    if (!error.Empty()) {
         ShowFailure("Could not download requested log file: " + error);
         return;
     }

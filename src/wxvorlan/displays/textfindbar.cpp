@@ -14,8 +14,8 @@
 namespace {
 
 constexpr int k_Margin = 4;
-constexpr int k_Gap = 8;
-constexpr int k_FieldWidth = 200;
+constexpr int k_NoteGap = 8;
+constexpr int k_TermWidth = 200;
 constexpr double k_LinePart = 0.35;
 
 } // namespace
@@ -28,15 +28,15 @@ TextFindBar::TextFindBar(wxTextLineCtrl& display) : wxvPanel(&display, ColorName
     m_note->SetMinSize(wxSize(GetTextExtent(wxString::Format(_("%s of %s"), "888,888", "8,888,888")).x, -1));
     m_term = new wxvTextCtrl(this, wxID_ANY, wxString(), wxTE_PROCESS_ENTER, _("Find"));
     // The height is asked for once: with each asking the toolkit adds its margins anew.
-    m_term->SetMinSize(wxSize(FromDIP(k_FieldWidth), m_term->GetBestSize().y));
+    m_term->SetMinSize(wxSize(FromDIP(k_TermWidth), m_term->GetBestSize().y));
     m_term->SetToolTip(_("Enter finds the next place, Shift+Enter the one before, Escape closes."));
     m_matchCase = new wxvCheckBox(this, wxID_ANY, _("Match case"));
     auto* const sizer = new wxBoxSizer(wxHORIZONTAL);
     sizer->Add(m_term, wxSizerFlags(1).CenterVertical().Border(wxALL, FromDIP(k_Margin)));
-    sizer->Add(m_note, wxSizerFlags().CenterVertical().Border(wxRIGHT, FromDIP(k_Gap)));
+    sizer->Add(m_note, wxSizerFlags().CenterVertical().Border(wxRIGHT, FromDIP(k_NoteGap)));
     AddStep(*sizer, _("Previous"), _("The place before (Shift+F3)"), true);
     AddStep(*sizer, _("Next"), _("The next place (F3)"), false);
-    sizer->Add(m_matchCase, wxSizerFlags().CenterVertical().Border(wxLEFT | wxRIGHT, FromDIP(k_Gap)));
+    sizer->Add(m_matchCase, wxSizerFlags().CenterVertical().Border(wxLEFT | wxRIGHT, FromDIP(k_NoteGap)));
     SetSizerAndFit(sizer);
     Bind(wxEVT_PAINT, &TextFindBar::OnPaint, this);
     m_term->Bind(wxEVT_KEY_DOWN, &TextFindBar::OnKey, this);
@@ -78,7 +78,7 @@ void TextFindBar::Look() {
 
 void TextFindBar::ShowState() {
     wxTextLineCtrl::FindState const state = m_display.GetFindState();
-    bool const isFailed = !state.failure.empty();
+    bool const isFailed = !state.failure.Empty();
     bool const isMissing = !m_term->GetValue().empty() && m_display.IsMissing();
     wxString note;
     if (isFailed)

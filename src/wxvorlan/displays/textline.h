@@ -49,7 +49,7 @@ public:
     TextTerm() = default;
     TextTerm(corekit::String text, bool matchCase);
 
-    bool empty() const { return m_wanted.empty(); }
+    bool Empty() const { return m_wanted.empty(); }
     size_t size() const { return m_wanted.size(); }
     // Makes a text ready for Find.
     void Fold(std::string& text) const;

@@ -87,7 +87,7 @@ void wxTextLineCtrl::StopSearch() {
 
 void wxTextLineCtrl::CountHits() {
     StopSearch();
-    if (m_state->term.empty())
+    if (m_state->term.Empty())
         return;
     std::shared_ptr<TextSnapshot const> const text = m_state->Text().Snapshot();
     m_searchWaits = !text;
@@ -191,7 +191,7 @@ wxTextLineCtrl::FindState wxTextLineCtrl::GetFindState() const {
 
 bool wxTextLineCtrl::IsMissing() const {
     FindState const state = GetFindState();
-    return !state.isSearching && state.hits == 0 && state.failure.empty();
+    return !state.isSearching && state.hits == 0 && state.failure.Empty();
 }
 
 // --- Copying and saving.
@@ -219,7 +219,7 @@ void wxTextLineCtrl::Export(wxString const& doing, std::function<String(TextExpo
                 return;
             m_export.reset();
             m_exportTick.Stop();
-            m_exported = failure.empty() ? Status{done(result), ColorName::TextGrey}
+            m_exported = failure.Empty() ? Status{done(result), ColorName::TextGrey}
                                          : Status{wxvText(failure), ColorName::TextRed};
             TellStatus();
         });
