@@ -20,6 +20,8 @@ void PlaceAgainWhenShown(wxTopLevelWindow& window, wxRect const& place) {
         if (!event.IsShown() || std::exchange(done, true))
             return;
         window.CallAfter([&window, place] {
+            if (window.GetSize() != place.GetSize())
+                return; // somebody has said another one meanwhile
             window.Move(place.GetTopLeft() + wxPoint(1, 0));
             window.SetSize(place);
         });
