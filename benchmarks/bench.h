@@ -21,7 +21,7 @@ using benchmark::ClobberMemory;
 using benchmark::DoNotOptimize;
 
 // Which figure the target judges, and which side of it is good. The ratio is
-// median value / median reference.
+// value / reference.
 enum class Judge { RatioAtMost, RatioAtLeast, ValueAtMost, ValueAtLeast };
 
 // Constant facts of one benchmark. A ValueAt... benchmark may go without a
@@ -32,7 +32,8 @@ struct Description {
     std::string referenceName;
     Judge judge = Judge::RatioAtMost;
     double target = 0;
-    double quantile = 0.5; // Of the samples, that is told as the value; the median by itself.
+    double quantile = 0.5; // Of the samples, that is told as value and reference; the median by itself.
+    double orRatio = 0;    // A ratio up to this meets a ValueAtMost target as well: then the machine is slow.
 };
 
 // A median of fewer samples than this is not told.
@@ -121,7 +122,7 @@ public:
             return 1;
         }
         double const value = Quantile(m_values, m_description.quantile);
-        double const reference = Median(m_references);
+        double const reference = Quantile(m_references, m_description.quantile);
         double const ratio = reference != 0 ? value / reference : 0;
         if (ByRatio() && reference == 0) {
             std::fprintf(stderr, "%s: the reference measured nothing\n", m_description.name.c_str());
@@ -144,6 +145,8 @@ private:
             return false;
         double const figure = ByRatio() ? ratio : value;
         bool const atMost = m_description.judge == Judge::RatioAtMost || m_description.judge == Judge::ValueAtMost;
+        if (m_description.judge == Judge::ValueAtMost && ratio > 0 && ratio <= m_description.orRatio)
+            return true;
         return atMost ? figure <= m_description.target : figure >= m_description.target;
     }
 

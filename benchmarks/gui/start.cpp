@@ -178,7 +178,7 @@ int main(int argc, char** argv) {
         int count = 1;
         return wxEntry(count, argv);
     }
-    Benchmark benchmark({"start", "ms", "an empty wxWidgets window", Judge::RatioAtMost, 2.0}, argc, argv);
+    Benchmark benchmark({"start", "ms", "an empty wxWidgets window", Judge::RatioAtMost, 1.9}, argc, argv);
     if (benchmark.HeaderOnly())
         return benchmark.Report();
     try {

@@ -159,7 +159,7 @@ private:
     };
     static bool IsHidden(SectionMap::value_type const& section);
     static Content Parse(String const& text);
-    void Take(Content&& content, bool replace);
+    void AdoptContent(Content&& content, bool replace);
     bool Store(String const& section, String const& key, String const& value);
     template <class T>
     T Number(String const& section, String const& key, T def) const;

@@ -122,7 +122,7 @@ public:
     void WriteBytes(void const* data, size_t bytes) override;
 
     String const& Bytes() const noexcept { return m_bytes; }
-    String Take() noexcept { return std::exchange(m_bytes, {}); }
+    String TakeBytes() noexcept { return std::exchange(m_bytes, {}); }
 
 private:
     String m_bytes;

@@ -70,8 +70,8 @@ class ComponentLock {
 public:
     // Null when another one runs; `holder` (may be null) names it. Throws
     // FileException when the file cannot be made.
-    static std::unique_ptr<ComponentLock> Take(int component, String* holder = nullptr);
-    static std::unique_ptr<ComponentLock> Take(String const& program, String* holder = nullptr);
+    static std::unique_ptr<ComponentLock> TakeLock(int component, String* holder = nullptr);
+    static std::unique_ptr<ComponentLock> TakeLock(String const& program, String* holder = nullptr);
     ~ComponentLock();
     ComponentLock(ComponentLock const&) = delete;
     ComponentLock& operator=(ComponentLock const&) = delete;

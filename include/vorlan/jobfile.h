@@ -26,7 +26,7 @@ public:
     // Reads the file at once if `forReading`. `asStored`: the Jobs keep ids, status
     // and times of the file; otherwise each is a new Job with a fresh id, queued or
     // paused. Throws FileException if it cannot be read, ParseException with the
-    // place if it is no Job file.
+    // place if it is no Job file. Without `forReading` SaveJobs replaces what is there.
     JobFile(Path const& path, bool forReading, bool asStored);
     ~JobFile();
     JobFile(JobFile const&) = delete;

@@ -180,7 +180,7 @@ public:
 private:
     size_t Enter(size_t limit, bool map);
     std::string_view LongText(size_t limit);
-    std::string_view Take(size_t bytes);
+    std::string_view TakeBytes(size_t bytes);
     uint8_t Byte();
     uint64_t Big(size_t bytes);
 

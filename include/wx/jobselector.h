@@ -63,7 +63,7 @@ private:
     void OnKey(wxKeyEvent& event);
     void OpenList(String const& typed);
     void CloseList();
-    void Take(size_t row);
+    void ChooseRow(size_t row);
     void ShowSelected();
     void Tell();
 

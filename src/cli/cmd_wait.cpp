@@ -73,7 +73,7 @@ private:
     void Step() {
         auto const pause = m_request.progress ? Clock::now() + k_ProgressEvery : m_deadline;
         if (auto const message = m_farm.Next(std::min(pause, m_deadline)))
-            Take(*message);
+            TakeMessage(*message);
         // A line for each message would be more than a terminal can show.
         if (!m_request.progress || Clock::now() < m_nextShow)
             return;
@@ -82,7 +82,7 @@ private:
             m_nextShow = Clock::now() + k_ProgressPause;
     }
 
-    void Take(Message const& message) {
+    void TakeMessage(Message const& message) {
         // At once: a Job may be deleted as soon as it is finished.
         if (message.Type() == FinishedJobMsg::s_Type)
             Look(static_cast<FinishedJobMsg const&>(message).job->id);
@@ -93,10 +93,10 @@ private:
         else if (message.Type() == JobParameterMsg::s_Type)
             Look(static_cast<JobParameterMsg const&>(message).job);
         else if (message.Type() == WorkHistoryElementMsg::s_Type)
-            Take(static_cast<WorkHistoryElementMsg const&>(message).element);
+            TakeElement(static_cast<WorkHistoryElementMsg const&>(message).element);
     }
 
-    void Take(WorkHistoryElement const& element) {
+    void TakeElement(WorkHistoryElement const& element) {
         if (!IsWanted(element.job) || !IsFailedStatus(element.status))
             return;
         m_progress.Tell(m_farm.View().JobName(element.job) + ", " + element.subRange + " on " +

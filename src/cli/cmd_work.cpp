@@ -120,7 +120,7 @@ void ReadAll(Farm& farm, OutputReader& reader) {
         auto const message = farm.Next(Clock::now() + k_OutputSilence);
         if (!message)
             throw CommandException(ExitCode::Failed, "The Engine does not answer. Try again when it is online.");
-        reader.Take(*message);
+        reader.TakeMessage(*message);
     }
 }
 
@@ -148,7 +148,7 @@ bool ReadWork(Context& context, String const& text, OutputReader::Mode mode) {
     } else {
         while (reader.Waiting() > 0) {
             if (auto const message = farm.Next(Clock::now() + k_OutputSilence))
-                reader.Take(*message);
+                reader.TakeMessage(*message);
         }
     }
     return reader.Errors() == 0;
@@ -200,7 +200,7 @@ bool FollowJob(Context& context, UID const& job) {
         if ((!current || current->IsFinished()) && reader.Waiting() == 0)
             return true;
         if (auto const message = farm.Next(Clock::now() + k_OutputSilence))
-            reader.Take(*message);
+            reader.TakeMessage(*message);
     }
 }
 

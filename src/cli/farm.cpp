@@ -45,7 +45,7 @@ boost::shared_ptr<Message> Farm::Next(Clock::time_point deadline) {
     boost::shared_ptr<Message> message = m_link->Receive(deadline);
     if (!message)
         return nullptr;
-    m_view.Take(*message);
+    m_view.TakeMessage(*message);
     if (message->Type() == RefusedMsg::s_Type) {
         auto const& refused = static_cast<RefusedMsg const&>(*message);
         m_refusals.push_back({refused.id, refused.reason});

@@ -41,7 +41,7 @@ void FarmView::ClearJobs() {
     m_histories.clear();
 }
 
-void FarmView::Take(Message const& message) {
+void FarmView::TakeMessage(Message const& message) {
     if (auto const* jobMessage = As<JobMsg>(message)) {
         if (jobMessage->job)
             m_jobs[jobMessage->job->id] = jobMessage->job;

@@ -33,7 +33,7 @@ public:
     };
 
     // Takes a message in; one that is none of the view's changes nothing.
-    void Take(Message const& message);
+    void TakeMessage(Message const& message);
     // Forgets Jobs, work and histories, before they are loaded anew.
     void ClearJobs();
 

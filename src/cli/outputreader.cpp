@@ -23,7 +23,7 @@ void OutputReader::Ask(UID const& work, UID const& engine, Mode mode, String con
     m_context.TheFarm().Send(request);
 }
 
-bool OutputReader::Take(Message const& message) {
+bool OutputReader::TakeMessage(Message const& message) {
     if (message.Type() != OutputDataMsg::s_Type)
         return false;
     auto const& output = static_cast<OutputDataMsg const&>(message);

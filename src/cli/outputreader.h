@@ -21,7 +21,7 @@ public:
     // `prefix` stands before each line; without one bytes are written as they come.
     void Ask(UID const& work, UID const& engine, Mode mode, String const& prefix = String());
     // True when the message was one of an output asked for.
-    bool Take(Message const& message);
+    bool TakeMessage(Message const& message);
     // Outputs that have not ended.
     size_t Waiting() const { return m_requests.size(); }
     bool HasAsked(UID const& work) const { return m_asked.contains(work); }

@@ -280,7 +280,7 @@ OptionMap IniFile::GetSection(String const& section) const {
     return values;
 }
 
-void IniFile::Clear() { Take({}, true); }
+void IniFile::Clear() { AdoptContent({}, true); }
 
 bool IniFile::Load(Path const& path, bool mustExist, bool replace) {
     if (!mustExist && !path.Exists()) {
@@ -289,7 +289,7 @@ bool IniFile::Load(Path const& path, bool mustExist, bool replace) {
         return false;
     }
     try {
-        Take(Parse(File::Read(path)), replace);
+        AdoptContent(Parse(File::Read(path)), replace);
         return true;
     } catch (FileException const& exception) {
         Raise(k_Error, exception);
@@ -299,11 +299,11 @@ bool IniFile::Load(Path const& path, bool mustExist, bool replace) {
     return false;
 }
 
-void IniFile::LoadText(String const& text) { Take(Parse(text), true); }
+void IniFile::LoadText(String const& text) { AdoptContent(Parse(text), true); }
 
 void IniFile::Save(Path const& path) const { File::WriteWhole(path, SaveText()); }
 
-void IniFile::Take(Content&& content, bool replace) {
+void IniFile::AdoptContent(Content&& content, bool replace) {
     {
         Guard const guard(*this);
         m_walking = false;

@@ -19,7 +19,7 @@ std::atomic<unsigned> s_forks{0};
 // Random bytes of the system, fetched a block at a time for one thread.
 class RandomBlock {
 public:
-    void Take(uint8_t* to) {
+    void TakeRandomBytes(uint8_t* to) {
         unsigned const forks = s_forks.load(std::memory_order_relaxed);
         if (m_used == m_bytes.size() || m_forks != forks) {
             Fetch();
@@ -83,7 +83,7 @@ UID::UID(bool fresh) {
     if (!fresh)
         return;
     static thread_local RandomBlock s_random;
-    s_random.Take(m_bytes.data());
+    s_random.TakeRandomBytes(m_bytes.data());
     m_bytes[6] = static_cast<uint8_t>((m_bytes[6] & 0x0F) | 0x40);
     m_bytes[8] = static_cast<uint8_t>((m_bytes[8] & 0x3F) | 0x80);
 }

@@ -31,7 +31,7 @@ bool EngineApp::Startup(CommandLine& commandLine) {
     Path const folder = Components::Folder("VorlanEngine");
     File::MakeFolder(folder);
     String holder;
-    m_lock = ComponentLock::Take(k_ComponentEngine, &holder);
+    m_lock = ComponentLock::TakeLock(k_ComponentEngine, &holder);
     if (!m_lock) {
         std::fprintf(stderr, "VorlanEngine runs already on this machine: %s. This one ends.\n", holder.c_str());
         return false;

@@ -38,7 +38,7 @@ String SharesOf(Unit const& unit) {
 
 } // namespace
 
-void WorkDesk::Take(boost::shared_ptr<Job> const& work, OptionMap const& options) {
+void WorkDesk::AcceptWork(boost::shared_ptr<Job> const& work, OptionMap const& options) {
     Unit& unit = m_units[work->id];
     unit.work = work;
     unit.taken = m_setup.clock->Now();

@@ -66,7 +66,7 @@ void WorkDesk::OnRunWork(RunWorkMsg const& message) {
         SendResult(*ended);
         return;
     }
-    Take(message.work, message.engineOptions);
+    AcceptWork(message.work, message.engineOptions);
 }
 
 void WorkDesk::OnEndWork(EndWorkMsg const& message) {
@@ -164,7 +164,7 @@ void WorkDesk::TakeFound(Unit& unit, OutputScanner::Found const& found) {
 }
 
 void WorkDesk::TellProgress(Unit& unit, int64_t now) {
-    OptionMap values = unit.progress.Take(now);
+    OptionMap values = unit.progress.TakeDueValues(now);
     if (values.empty())
         return;
     unit.work->SetValues(values);

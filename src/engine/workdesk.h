@@ -88,7 +88,7 @@ private:
     static constexpr Time k_SilentTime = Time::Seconds(2);
 
     // A unit's way, in this order; unitsteps.cpp.
-    void Take(boost::shared_ptr<Job> const& work, OptionMap const& options);
+    void AcceptWork(boost::shared_ptr<Job> const& work, OptionMap const& options);
     void Plan(Unit& unit);
     void AddCommands(Unit& unit, char const* eventName);
     void Step(Unit& unit);

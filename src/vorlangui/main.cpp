@@ -14,6 +14,7 @@ constexpr char k_Usage[] = "VorlanGui shows and controls a farm. It starts the f
                            "as its options say, or as these switches do (0 not, 1 until it ends, 2 for good):\n"
                            "\n"
                            "  --StartEngine [N]   --StartMaster [N]\n"
+                           "  --StartBrakka [N]   --StartMerrow [N]   --StartPanvale [N]\n"
                            "  --DisableMessenger  do not look for a Master\n"
                            "  --version           tell the version\n";
 

@@ -67,7 +67,7 @@ public:
             int const row = m_rows->HitTest(event.GetPosition());
             // The list ends with the choice, in the middle of its own event.
             if (row != wxNOT_FOUND)
-                owner.CallAfter([&owner, row] { owner.Take(static_cast<size_t>(row)); });
+                owner.CallAfter([&owner, row] { owner.ChooseRow(static_cast<size_t>(row)); });
         });
     }
 
@@ -233,7 +233,7 @@ void JobSelector::OnKey(wxKeyEvent& event) {
         break;
     case WXK_RETURN:
     case WXK_NUMPAD_ENTER:
-        Take(static_cast<size_t>(std::max(0, m_list->Row())));
+        ChooseRow(static_cast<size_t>(std::max(0, m_list->Row())));
         break;
     case WXK_ESCAPE:
         CloseList();
@@ -244,7 +244,7 @@ void JobSelector::OnKey(wxKeyEvent& event) {
     }
 }
 
-void JobSelector::Take(size_t row) {
+void JobSelector::ChooseRow(size_t row) {
     if (row >= m_found.size())
         return;
     m_selected = m_offers[m_found[row]].id;

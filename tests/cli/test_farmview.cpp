@@ -12,12 +12,12 @@ protected:
     void Take(Fill fill) {
         Kind message;
         fill(message);
-        m_view.Take(message);
+        m_view.TakeMessage(message);
     }
     UID TakeJob(int64_t created) {
         auto const job = boost::make_shared<Job>(UID(true));
         job->SetCreated(Time(created));
-        m_view.Take(*JobMsg::Create(job));
+        m_view.TakeMessage(*JobMsg::Create(job));
         return job->id;
     }
     template <class Kind>
@@ -67,7 +67,7 @@ TEST_F(FarmViewTest, FollowsJobsAndTheirWork) {
     EXPECT_EQ(m_view.UnitCountOn(m_engine), 1U);
     // What comes late about it, and what says nothing, changes nothing.
     Take<JobParameterMsg>([&](JobParameterMsg& message) { message.job = job; });
-    m_view.Take(JobMsg());
+    m_view.TakeMessage(JobMsg());
     Take<ProductMsg>([](ProductMsg& message) { message.text = "{\"Name\": 7"; });
     EXPECT_EQ(m_view.Jobs().size(), 1U);
 }

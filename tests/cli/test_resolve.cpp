@@ -102,7 +102,7 @@ TEST_F(Submission, SettingsAreTakenAsPeopleMeanThem) {
     PoolMsg pools;
     UID const pool(true);
     pools.pools[pool] = "Night";
-    m_view.Take(pools);
+    m_view.TakeMessage(pools);
     Set(*m_command, "Pool=night");
     EXPECT_EQ(m_job.Pool(), pool);
     EXPECT_THROW(Set(*m_command, "Pool=Day"), CommandException);

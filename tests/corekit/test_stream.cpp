@@ -22,7 +22,7 @@ TEST(Stream, DataReadsBackAndIsAFaultWhenItEndsTooEarlyAnywhere) {
     Sample const sample(true, -2, 4000000000u, -5000000000, 1.5, String("a\0b", 3), "text", UID(true), Time::Hours(1));
     OutMemory out;
     std::apply([&](auto const&... value) { (out.Write(value), ...); }, sample);
-    String const bytes = out.Take();
+    String const bytes = out.TakeBytes();
     InMemory in(bytes);
     EXPECT_EQ(ReadSample(in), sample);
     EXPECT_TRUE(in.AtEnd() && !in.Failed());

@@ -65,7 +65,7 @@ TEST(FrameMap, NumbersTheFramesInTheirOrder) {
 String PacketsOf(UnitQueue& queue, FrameMap const& map, uint32_t size, bool even = false) {
     String text;
     while (true) {
-        Spans const packet = queue.Take(size, even ? &map : nullptr, {});
+        Spans const packet = queue.TakeSpans(size, even ? &map : nullptr, {});
         if (packet.empty())
             return text;
         text += (text.Empty() ? "" : " ") + map.TextOf(packet);
@@ -95,8 +95,8 @@ TEST(UnitQueue, KeepsWhatCameBackTogether) {
     FrameMap const map{FrameRange("1-12")};
     UnitQueue queue;
     queue.AddFresh(Span{0, 12});
-    Spans const first = queue.Take(3, nullptr, {});
-    Spans const second = queue.Take(3, nullptr, {});
+    Spans const first = queue.TakeSpans(3, nullptr, {});
+    Spans const second = queue.TakeSpans(3, nullptr, {});
     queue.PutBack(second, UnitQueue::Place::Back);
     queue.PutBack(first, UnitQueue::Place::Front);
     EXPECT_EQ(queue.Count(), 12U);
@@ -116,7 +116,7 @@ TEST(UnitQueue, HandsOutOnlyWhatIsAllowed) {
     UnitQueue queue;
     queue.AddFresh(Span{0, 9});
     auto const allowed = [](uint32_t position) { return position >= 3 && position != 7; };
-    EXPECT_EQ(map.TextOf(queue.Take(3, nullptr, allowed)), "4-6");
+    EXPECT_EQ(map.TextOf(queue.TakeSpans(3, nullptr, allowed)), "4-6");
     EXPECT_FALSE(queue.HasNext(3, nullptr, allowed)) << "a packet goes out whole";
     EXPECT_EQ(queue.Count(), 6U);
 }

@@ -236,7 +236,7 @@ public:
         handshake.Begin(out);
         Handshake::Step step = Handshake::Step::More;
         for (Frame frame; step == Handshake::Step::More && Send(std::exchange(out, {})) && Receive(frame);)
-            step = handshake.Take(frame, out);
+            step = handshake.TakeFrame(frame, out);
         return step == Handshake::Step::Done;
     }
     // Reads until the other end closes; true when it did within the deadline.

@@ -134,13 +134,13 @@ TEST_F(ComponentsTest, ALockIsTakenOnceAndAStaleOneSilently) {
     EXPECT_EQ(file, m_folder / "home/machine/VorlanEngine/VorlanEngine.lock");
     String holder;
     {
-        auto const lock = ComponentLock::Take(k_ComponentEngine, &holder);
+        auto const lock = ComponentLock::TakeLock(k_ComponentEngine, &holder);
         ASSERT_TRUE(lock != nullptr) << holder;
-        EXPECT_TRUE(ComponentLock::Take(k_ComponentEngine, &holder) == nullptr);
+        EXPECT_TRUE(ComponentLock::TakeLock(k_ComponentEngine, &holder) == nullptr);
         EXPECT_TRUE(holder.Contains("VorlanEngine") && holder.Contains(String::From(::getpid()))) << holder;
         EXPECT_TRUE(Components::IsRunning(k_ComponentEngine));
     }
-    EXPECT_TRUE(ComponentLock::Take(k_ComponentEngine, &holder) != nullptr);
+    EXPECT_TRUE(ComponentLock::TakeLock(k_ComponentEngine, &holder) != nullptr);
     EXPECT_TRUE(lines.Get().empty());
 }
 

@@ -97,7 +97,7 @@ TEST(Parts, WhatIsNoRightPartIsRefused) {
         bool complete = false;
         auto const takeAll = [&](std::vector<std::string> const& all) {
             for (std::string const& part : all)
-                complete = parts.Take(part);
+                complete = parts.TakePart(part);
         };
         EXPECT_THROW(takeAll(sent), NetException) << name;
         EXPECT_FALSE(complete) << name;
@@ -125,7 +125,7 @@ TEST(SendQueue, KeepsTheOrderAndCountsEachKind) {
     EXPECT_EQ(queue.Bytes(), live + load);
     std::string got;
     size_t pieces = 0;
-    for (SendQueue::Piece piece; queue.Take(piece); ++pieces) {
+    for (SendQueue::Piece piece; queue.TakePiece(piece); ++pieces) {
         EXPECT_EQ(piece.live + piece.load, piece.Bytes().size());
         got += piece.Bytes();
         queue.Written(piece);

@@ -30,7 +30,7 @@ struct Talk {
             UID const type = UID::FromBytes({reinterpret_cast<uint8_t const*>(bytes.data()) + 4, UID::k_Size});
             std::string answer;
             std::string const body = bytes.substr(k_FrameHeader);
-            (toListener ? listened : called) = (toListener ? listener : caller).Take({type, body}, answer);
+            (toListener ? listened : called) = (toListener ? listener : caller).TakeFrame({type, body}, answer);
             bytes = answer;
         }
     }
@@ -126,7 +126,7 @@ TEST(Handshake, NothingChangedGoesThrough) {
     Handshake listener(Handshake::Role::Listener, key, Someone(PeerKind::Master, "M"), "channel");
     std::string answer;
     std::string const proof(64, 'x');
-    EXPECT_EQ(listener.Take({UID::FromName("vorlan handshake Proof"), proof}, answer), Handshake::Step::Failed);
+    EXPECT_EQ(listener.TakeFrame({UID::FromName("vorlan handshake Proof"), proof}, answer), Handshake::Step::Failed);
     EXPECT_EQ(listener.Why(), Handshake::Failure::Malformed);
 }
 

@@ -22,7 +22,7 @@ public:
     int64_t DueMs() const { return m_values.empty() ? k_Never : m_next; }
 
     // Empty before its time.
-    OptionMap Take(int64_t nowMs) {
+    OptionMap TakeDueValues(int64_t nowMs) {
         OptionMap values;
         if (DueMs() <= nowMs) {
             values.swap(m_values);

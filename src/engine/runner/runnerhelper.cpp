@@ -191,7 +191,7 @@ void Helper::StartUnit(Frame const& frame) {
 }
 
 void Helper::TakeStarted() {
-    for (SpawnPool::Done const& done : m_pool->Take()) {
+    for (SpawnPool::Done const& done : m_pool->TakeDone()) {
         Frame answer;
         answer.work = done.work;
         if (done.result.pid <= 0) {

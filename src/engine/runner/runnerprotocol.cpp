@@ -25,11 +25,11 @@ public:
 
     uint32_t Number() {
         uint32_t number = 0;
-        std::memcpy(&number, Take(sizeof number).data(), sizeof number);
+        std::memcpy(&number, TakeBytes(sizeof number).data(), sizeof number);
         return number;
     }
-    String Text() { return String(std::string(Take(Number()))); }
-    std::string_view Take(size_t count) {
+    String Text() { return String(std::string(TakeBytes(Number()))); }
+    std::string_view TakeBytes(size_t count) {
         if (count > m_bytes.size())
             throw ParseException("A frame between the Engine and its helper is too short.");
         std::string_view const taken = m_bytes.substr(0, count);
@@ -103,8 +103,8 @@ std::optional<Frame> TakeFrame(std::string_view bytes, size_t& from) {
     from += sizeof length + length;
 
     Frame frame;
-    frame.kind = static_cast<FrameKind>(cursor.Take(1)[0]);
-    std::string_view const id = cursor.Take(16);
+    frame.kind = static_cast<FrameKind>(cursor.TakeBytes(1)[0]);
+    std::string_view const id = cursor.TakeBytes(16);
     frame.work = UID::FromBytes(std::span<uint8_t const, 16>(reinterpret_cast<uint8_t const*>(id.data()), 16));
     switch (frame.kind) {
     case FrameKind::Start:

@@ -16,7 +16,7 @@ void SpawnPool::Start(RunSpec spec, String mark, UniqueFd output) {
     m_wake.notify_one();
 }
 
-std::vector<SpawnPool::Done> SpawnPool::Take() {
+std::vector<SpawnPool::Done> SpawnPool::TakeDone() {
     eventfd_t ignored = 0;
     eventfd_read(m_ready.Get(), &ignored);
     std::vector<Done> done;

@@ -36,7 +36,7 @@ public:
     // Readable when there is something to take.
     int Descriptor() const { return m_ready.Get(); }
     // What has been started, or could not be, since the last call.
-    std::vector<Done> Take() CK_EXCLUDES(m_guard);
+    std::vector<Done> TakeDone() CK_EXCLUDES(m_guard);
     // How many were asked for and not taken yet.
     size_t InFlight() const { return m_inFlight; }
 

@@ -92,7 +92,7 @@ bool Distributor::GiveOne(JobEntry& job, EngineEntry& engine) {
     bool const bound = !job.engineOfUnit.empty();
     FrameMap const* const even = job.settings.evenPackets ? &job.frames : nullptr;
     Spans packet =
-        job.queue.Take(PacketSizeOf(m_farm, job), even, AllowedPositions(m_farm, job, bound ? &engine : nullptr));
+        job.queue.TakeSpans(PacketSizeOf(m_farm, job), even, AllowedPositions(m_farm, job, bound ? &engine : nullptr));
     if (packet.empty())
         return false;
     Run const& run = m_farm.runActions->Give(job, engine, std::move(packet));

@@ -62,7 +62,7 @@ String WriteRow(RunRow const& row) {
         out.Write(element.time);
         out.Write(element.note);
     }
-    return out.Take();
+    return out.TakeBytes();
 }
 
 RunRow ReadRunRow(String const& body) {
@@ -91,7 +91,7 @@ String WriteRow(JobStateRow const& row) {
     out.Count(row.engineOfUnit.size());
     for (UID const& engine : row.engineOfUnit)
         out.Write(engine);
-    return out.Take();
+    return out.TakeBytes();
 }
 
 JobStateRow ReadJobStateRow(String const& body) {
@@ -110,7 +110,7 @@ String WriteRow(EngineProductRow const& row) {
     out.Write(row.engine);
     out.Write(row.product);
     WriteMap(out, row.options);
-    return out.Take();
+    return out.TakeBytes();
 }
 
 EngineProductRow ReadEngineProductRow(String const& body) {
@@ -127,7 +127,7 @@ String WriteRow(EngineHistoryRow const& row) {
     out.Write(row.engine);
     out.Write(row.element.time);
     out.Write(row.element.message);
-    return out.Take();
+    return out.TakeBytes();
 }
 
 EngineHistoryRow ReadEngineHistoryRow(String const& body) {
@@ -147,7 +147,7 @@ String WriteRow(FailureItem const& item) {
     out.Write(static_cast<uint32_t>(item.count));
     out.Write(item.time);
     out.Write(static_cast<uint32_t>(item.total));
-    return out.Take();
+    return out.TakeBytes();
 }
 
 FailureItem ReadFailureRow(String const& body) {
@@ -166,7 +166,7 @@ FailureItem ReadFailureRow(String const& body) {
 String WriteRow(OptionMap const& options) {
     Writer out;
     WriteMap(out, options);
-    return out.Take();
+    return out.TakeBytes();
 }
 
 OptionMap ReadOptionRow(String const& body) {
@@ -188,7 +188,7 @@ String RowOf(Run const& run, Outcome outcome) {
         out.Write(element.time);
         out.Write(element.note);
     }
-    return out.Take();
+    return out.TakeBytes();
 }
 
 } // namespace farm

@@ -104,7 +104,7 @@ UnitQueue::Found UnitQueue::Find(uint32_t size, FrameMap const* evenFrames, Allo
     return {};
 }
 
-Spans UnitQueue::Take(uint32_t size, FrameMap const* evenFrames, Allowed const& allowed) {
+Spans UnitQueue::TakeSpans(uint32_t size, FrameMap const* evenFrames, Allowed const& allowed) {
     Found found = Find(size, evenFrames, allowed);
     switch (found.from) {
     case From::Front:

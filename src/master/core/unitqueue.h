@@ -39,9 +39,9 @@ public:
 
     // Takes the next packet: at most `size` consecutive positions, evenly spaced frames
     // only where `frames` is not null. Empty when nothing may be handed out.
-    Spans Take(uint32_t size, FrameMap const* evenFrames, Allowed const& allowed);
+    Spans TakeSpans(uint32_t size, FrameMap const* evenFrames, Allowed const& allowed);
 
-    // Whether Take would give something.
+    // Whether TakeSpans would give something.
     bool HasNext(uint32_t size, FrameMap const* evenFrames, Allowed const& allowed) const;
 
 private:

@@ -12,7 +12,7 @@ void Inbox::Push(Incoming event) {
         m_filled.notify_one();
 }
 
-std::deque<Incoming> Inbox::Take(size_t most, std::chrono::steady_clock::time_point until) {
+std::deque<Incoming> Inbox::TakeEvents(size_t most, std::chrono::steady_clock::time_point until) {
     std::deque<Incoming> taken;
     CommonMutex::Lock lock(m_guard);
     m_filled.wait_until(lock, until, [&]() CK_REQUIRES(m_guard) { return m_closed || !m_events.empty(); });

@@ -20,7 +20,7 @@ using Incoming = std::variant<Event, PeerDrained>;
 
 // A queue from the network threads to the working thread.
 //
-// Owned by the Master's shell. Push from any thread, Take from one. Push waits when
+// Owned by the Master's shell. Push from any thread, TakeEvents from one. Push waits when
 // too much is queued already, which slows the peers down by way of their sockets.
 class Inbox {
 public:
@@ -30,9 +30,9 @@ public:
 
     // Takes up to `most` events, waiting for the first until `until`. Empty when the
     // time is over or the inbox is closed.
-    std::deque<Incoming> Take(size_t most, std::chrono::steady_clock::time_point until);
+    std::deque<Incoming> TakeEvents(size_t most, std::chrono::steady_clock::time_point until);
 
-    // Lets Take and Push return at once from now on.
+    // Lets TakeEvents and Push return at once from now on.
     void Close();
     bool IsClosed() const;
 

@@ -41,7 +41,7 @@ bool MasterApp::Startup(CommandLine& commandLine) {
     Path const folder = Components::Folder("VorlanMaster");
     File::MakeFolder(folder);
     String holder;
-    m_lock = vorlan::ComponentLock::Take(vorlan::k_ComponentMaster, &holder);
+    m_lock = vorlan::ComponentLock::TakeLock(vorlan::k_ComponentMaster, &holder);
     if (!m_lock) {
         std::fprintf(stderr, "VorlanMaster runs already on this machine: %s. This one ends.\n", holder.c_str());
         return false;

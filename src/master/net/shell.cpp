@@ -162,7 +162,7 @@ std::chrono::steady_clock::time_point Shell::NextTurn() const {
 
 void Shell::Run() {
     while (!m_stopping && !m_inbox.IsClosed()) {
-        Turn(m_inbox.Take(k_EventsPerTurn, NextTurn()));
+        Turn(m_inbox.TakeEvents(k_EventsPerTurn, NextTurn()));
         FeedLoads();
         m_logs.Feed(ToPeer());
         TellLog();

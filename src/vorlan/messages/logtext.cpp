@@ -79,7 +79,7 @@ void LogText::Object(VorlanObject const& object, UID const& parent) {
     m_text += '}';
 }
 
-String LogText::Take() {
+String LogText::TakeText() {
     if (IsFull()) {
         size_t end = Message::k_MaxTextLength;
         while (end > 0 && (static_cast<unsigned char>(m_text[end]) & 0xc0) == 0x80)

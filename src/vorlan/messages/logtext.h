@@ -30,7 +30,7 @@ public:
     void Named(std::string_view name, std::string_view text);
     void Object(VorlanObject const& object, UID const& parent);
 
-    String Take();
+    String TakeText();
 
 private:
     String m_text;

@@ -374,7 +374,7 @@ template <class T>
 String MessageOf<T>::Text() const {
     LogText text(T::k_Name);
     LogFields(text, static_cast<T const&>(*this));
-    return text.Take();
+    return text.TakeText();
 }
 
 // What the factory keeps of one kind.

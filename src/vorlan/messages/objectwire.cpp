@@ -11,8 +11,8 @@ namespace vorlan {
 namespace {
 
 // Calls `take` for each field but "ID" and "Values", which every object has.
-template <class Take>
-void ReadObject(MessageReader& reader, VorlanObject& object, Take take) {
+template <class Setter>
+void ReadObject(MessageReader& reader, VorlanObject& object, Setter take) {
     // An object without an id would be a few bytes on the wire and a thousand here.
     bool hasID = false;
     size_t const count = reader.EnterMap();

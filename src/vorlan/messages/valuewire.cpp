@@ -160,7 +160,7 @@ boost::shared_ptr<ValueBlock const> ValueReader::Read(MessageReader& reader) {
     try {
         ValueShape const* const shape =
             m_shapes.Find([&](ValueShape const& known) { return Fits(known, count, reader.Rest()); });
-        auto block = shape ? Take(reader, *shape) : ReadAny(reader, count);
+        auto block = shape ? TakeBlock(reader, *shape) : ReadAny(reader, count);
         reader.Leave();
         return block;
     } catch (ArgumentException const& exception) {
@@ -198,7 +198,7 @@ bool ValueReader::Fits(ValueShape const& shape, size_t count, std::string_view b
     return true;
 }
 
-boost::shared_ptr<ValueBlock const> ValueReader::Take(MessageReader& reader, ValueShape const& shape) {
+boost::shared_ptr<ValueBlock const> ValueReader::TakeBlock(MessageReader& reader, ValueShape const& shape) {
     size_t const count = shape.numbers.size();
     ValueBlock::Space space;
     auto block = ValueBlock::Allocate(ValueBlock::NamesOf(shape.numbers.data(), count), m_ends.back(), space);

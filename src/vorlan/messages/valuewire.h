@@ -74,7 +74,7 @@ public:
 
 private:
     bool Fits(ValueShape const& shape, size_t count, std::string_view body);
-    boost::shared_ptr<ValueBlock const> Take(MessageReader& reader, ValueShape const& shape);
+    boost::shared_ptr<ValueBlock const> TakeBlock(MessageReader& reader, ValueShape const& shape);
     boost::shared_ptr<ValueBlock const> ReadAny(MessageReader& reader, size_t count);
 
     ValueShapes m_shapes;

@@ -128,7 +128,7 @@ void MessageReader::Fail(char const* what) const {
     throw ParseException(String(m_messageName) + ": the body " + what);
 }
 
-std::string_view MessageReader::Take(size_t bytes) {
+std::string_view MessageReader::TakeBytes(size_t bytes) {
     if (bytes > Left())
         Fail("ends too early");
     std::string_view const taken(m_at, bytes);
@@ -136,11 +136,11 @@ std::string_view MessageReader::Take(size_t bytes) {
     return taken;
 }
 
-uint8_t MessageReader::Byte() { return static_cast<uint8_t>(Take(1)[0]); }
+uint8_t MessageReader::Byte() { return static_cast<uint8_t>(TakeBytes(1)[0]); }
 
 uint64_t MessageReader::Big(size_t bytes) {
     uint64_t value = 0;
-    for (char const c : Take(bytes))
+    for (char const c : TakeBytes(bytes))
         value = value << 8 | static_cast<uint8_t>(c);
     return value;
 }
@@ -266,14 +266,14 @@ std::string_view MessageReader::LongText(size_t limit) {
     }
     if (length > limit)
         Fail("is a text that is too long");
-    return Take(length);
+    return TakeBytes(length);
 }
 
 UID MessageReader::Id() {
-    std::string_view const head = Take(2);
+    std::string_view const head = TakeBytes(2);
     if (static_cast<uint8_t>(head[0]) != 0xc4 || static_cast<uint8_t>(head[1]) != UID::k_Size)
         Fail("is not an id");
-    std::string_view const bytes = Take(UID::k_Size);
+    std::string_view const bytes = TakeBytes(UID::k_Size);
     return UID::FromBytes({reinterpret_cast<uint8_t const*>(bytes.data()), bytes.size()});
 }
 
@@ -293,19 +293,19 @@ void MessageReader::Skip() {
     if (first < 0x80 || first >= 0xe0 || first == 0xc0 || first == 0xc2 || first == 0xc3)
         return;
     if ((first & 0xe0) == 0xa0) {
-        Take(first & 31);
+        TakeBytes(first & 31);
     } else if (first >= 0xc4 && first <= 0xc6) {
-        Take(Big(size_t{1} << (first - 0xc4)));
+        TakeBytes(Big(size_t{1} << (first - 0xc4)));
     } else if (first >= 0xc7 && first <= 0xc9) { // extensions with a length
-        Take(Big(size_t{1} << (first - 0xc7)) + 1);
+        TakeBytes(Big(size_t{1} << (first - 0xc7)) + 1);
     } else if (first == 0xca || first == 0xcb) {
-        Take(first == 0xca ? 4 : 8);
+        TakeBytes(first == 0xca ? 4 : 8);
     } else if (first >= 0xcc && first <= 0xd3) {
-        Take(size_t{1} << ((first - 0xcc) & 3));
+        TakeBytes(size_t{1} << ((first - 0xcc) & 3));
     } else if (first >= 0xd4 && first <= 0xd8) { // extensions of fixed length
-        Take((size_t{1} << (first - 0xd4)) + 1);
+        TakeBytes((size_t{1} << (first - 0xd4)) + 1);
     } else if (first >= 0xd9 && first <= 0xdb) {
-        Take(Big(size_t{1} << (first - 0xd9)));
+        TakeBytes(Big(size_t{1} << (first - 0xd9)));
     } else {
         Fail("holds a byte that begins nothing");
     }

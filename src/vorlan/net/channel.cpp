@@ -149,7 +149,7 @@ void Channel::OnRead(error_code error, size_t bytes) {
 
 void Channel::TakeHandshakeFrame(Frame const& frame) {
     std::string answer;
-    Handshake::Step const step = m_handshake->Take(frame, answer);
+    Handshake::Step const step = m_handshake->TakeFrame(frame, answer);
     if (step == Handshake::Step::Failed) {
         String const text = m_handshake->FailureText(m_options.address.ToString(), m_options.host);
         if (!answer.empty())
@@ -180,7 +180,7 @@ void Channel::TakeFrame(Frame const& frame) {
             throw NetException("a message came in the midst of another one's parts");
         return Deliver(frame.type, frame.body);
     }
-    if (!m_parts.Take(frame.body))
+    if (!m_parts.TakePart(frame.body))
         return;
     Deliver(m_parts.Type(), m_parts.Body());
     m_parts.Clear();
@@ -267,7 +267,7 @@ void Channel::Flush() {
     bool drained = false;
     {
         CommonMutex::Lock const lock(m_guard);
-        if (!m_queue.Take(m_piece))
+        if (!m_queue.TakePiece(m_piece))
             m_flushPosted = false;
         else
             m_writing = true;

@@ -120,7 +120,7 @@ void PartAssembler::Grow() {
     m_capacity = capacity;
 }
 
-bool PartAssembler::Take(std::string_view part) {
+bool PartAssembler::TakePart(std::string_view part) {
     if (part.size() < k_PartHeader)
         throw NetException("a part of a message is shorter than its header");
     uint32_t const index = static_cast<uint32_t>(NumberAt(part, UID::k_Size + 8, 4));

@@ -75,8 +75,8 @@ public:
     PartAssembler& operator=(PartAssembler const&) = delete;
 
     // True when that was the last piece: the message is in Type and Body until the
-    // next Take or Clear. Throws NetException for what is no right piece.
-    bool Take(std::string_view part);
+    // next TakePart or Clear. Throws NetException for what is no right piece.
+    bool TakePart(std::string_view part);
     // In the midst of a message.
     bool Busy() const { return m_nextIndex != 0; }
     UID const& Type() const { return m_type; }

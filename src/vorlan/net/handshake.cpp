@@ -108,7 +108,7 @@ void Handshake::Begin(std::string& out) {
     AppendFrame(out, k_Hello, body + m_callerNonce);
 }
 
-Handshake::Step Handshake::Take(Frame const& frame, std::string& out) {
+Handshake::Step Handshake::TakeFrame(Frame const& frame, std::string& out) {
     if (frame.type == k_Refusal)
         return TakeRefusal(frame.body);
     if (frame.type != m_expected)

@@ -34,7 +34,7 @@ public:
     // Appends what is to be sent first.
     void Begin(std::string& out);
     // Takes the next frame and appends the answer to `out`, also of a failure.
-    Step Take(Frame const& frame, std::string& out);
+    Step TakeFrame(Frame const& frame, std::string& out);
 
     // Who the other one is; after Done.
     PeerInfo const& Peer() const { return m_peer; }

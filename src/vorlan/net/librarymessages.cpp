@@ -28,7 +28,7 @@ void LibraryMessages::EndLoad() {
     std::erase_if(m_engineOptions, [this](auto const& entry) { return !m_loadedOptions.contains(entry.first); });
 }
 
-bool LibraryMessages::Take(Message const& message) {
+bool LibraryMessages::TakeMessage(Message const& message) {
     UID const& type = message.Type();
     if (type == ProductMsg::s_Type) {
         boost::shared_ptr<Product> const product = ProductFromText(static_cast<ProductMsg const&>(message).text);

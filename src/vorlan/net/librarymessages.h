@@ -22,7 +22,7 @@ public:
     // All has arrived: Products and default options that the Master did not name are gone.
     void EndLoad();
     // True when it was one of these messages.
-    bool Take(Message const& message);
+    bool TakeMessage(Message const& message);
 
     std::vector<std::map<String, String>> PathTranslations() const;
     // Empty when the Master named none.

@@ -238,7 +238,7 @@ void State::Dispatch(QueuedMessage const& item) {
         m_loading = item.connection;
         m_library.BeginLoad();
     }
-    bool taken = m_library.Take(message);
+    bool taken = m_library.TakeMessage(message);
     if (message.Type() == MasterInfoMsg::s_Type) {
         taken = true;
         CommonMutex::Lock const lock(m_guard);

@@ -36,7 +36,7 @@ void SendQueue::Push(boost::shared_ptr<EncodedMessage const> const& message, Tra
     (traffic == Traffic::Live ? m_live : m_load) += size;
 }
 
-bool SendQueue::Take(Piece& piece) {
+bool SendQueue::TakePiece(Piece& piece) {
     if (m_pieces.empty())
         return false;
     piece = std::move(m_pieces.front());

@@ -28,7 +28,7 @@ public:
     void Push(UID const& type, std::string_view body, Traffic traffic);
     void Push(boost::shared_ptr<EncodedMessage const> const& message, Traffic traffic);
     // False when nothing waits.
-    bool Take(Piece& piece);
+    bool TakePiece(Piece& piece);
     // That piece has been written; its memory is used again.
     void Written(Piece& piece);
     void Clear();

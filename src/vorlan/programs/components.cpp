@@ -325,11 +325,11 @@ ComponentLock::ComponentLock(std::unique_ptr<Held> held) : m_held(std::move(held
 
 ComponentLock::~ComponentLock() = default;
 
-std::unique_ptr<ComponentLock> ComponentLock::Take(int component, String* holder) {
-    return Take(String(Components::GetName(component)), holder);
+std::unique_ptr<ComponentLock> ComponentLock::TakeLock(int component, String* holder) {
+    return TakeLock(String(Components::GetName(component)), holder);
 }
 
-std::unique_ptr<ComponentLock> ComponentLock::Take(String const& program, String* holder) {
+std::unique_ptr<ComponentLock> ComponentLock::TakeLock(String const& program, String* holder) {
     File::MakeFolder(Components::Folder(program));
     auto held = std::make_unique<Held>();
     held->lock = FileLock::TryTake(Components::LockFile(program), program, holder);

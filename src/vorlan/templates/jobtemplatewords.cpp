@@ -18,7 +18,7 @@ public:
         }
         for (size_t i = 0; i < piece.text.size(); ++i) {
             char const next = i + 1 < piece.text.size() ? piece.text[i + 1] : '\0';
-            i += Take(piece.text[i], next);
+            i += AddCharacter(piece.text[i], next);
         }
     }
 
@@ -29,7 +29,7 @@ public:
 
 private:
     // Gives how many characters beyond the first were used up.
-    size_t Take(char c, char next) {
+    size_t AddCharacter(char c, char next) {
         if (c == '\\' && m_quote != '\'' && TakesEscape(next)) {
             m_word += next;
             m_inWord = true;

@@ -80,13 +80,13 @@ public:
     // False if there is no whole options text at the front.
     bool Read(OptionMap& options, UID& type, UID& id) {
         SkipBlanks();
-        if (!Take('{'))
+        if (!TakeCharacter('{'))
             return false;
         while (true) {
             SkipBlanks();
-            if (Take('}'))
+            if (TakeCharacter('}'))
                 return true;
-            if (Take('#') ? !ReadUID(type) : Take('@') ? !ReadUID(id) : !ReadOption(options))
+            if (TakeCharacter('#') ? !ReadUID(type) : TakeCharacter('@') ? !ReadUID(id) : !ReadOption(options))
                 return false;
         }
     }
@@ -95,7 +95,7 @@ public:
 
 private:
     bool AtEnd() const { return m_at >= m_text.size(); }
-    bool Take(char c) {
+    bool TakeCharacter(char c) {
         if (AtEnd() || m_text[m_at] != c)
             return false;
         ++m_at;
@@ -110,7 +110,7 @@ private:
 
     bool ReadOption(OptionMap& options) {
         String name;
-        if (!ReadText(name) || !Take('='))
+        if (!ReadText(name) || !TakeCharacter('='))
             return false;
         String value;
         if (!ReadText(value))
@@ -121,7 +121,7 @@ private:
 
     // A text in quotes, or a word.
     bool ReadText(String& text) {
-        if (!Take('"')) {
+        if (!TakeCharacter('"')) {
             text = Word();
             return !text.Empty();
         }

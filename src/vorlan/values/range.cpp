@@ -35,13 +35,13 @@ public:
                                static_cast<unsigned long long>(FrameRange::k_MaxFrames));
             folder.Push(part);
             SkipBlanks();
-            if (m_at < m_text.size() && !Take(',') && !Take(';'))
+            if (m_at < m_text.size() && !TakeCharacter(',') && !TakeCharacter(';'))
                 return Wrong("a comma");
         }
     }
 
 private:
-    bool Take(char c) {
+    bool TakeCharacter(char c) {
         if (m_at >= m_text.size() || m_text[m_at] != c)
             return false;
         ++m_at;
@@ -75,11 +75,11 @@ private:
         int last = first;
         int step = 1;
         SkipBlanks();
-        if (Take('-')) {
+        if (TakeCharacter('-')) {
             if (String error = ReadNumber(last); !error.Empty())
                 return error;
             SkipBlanks();
-            if (Take('x') || Take('X')) {
+            if (TakeCharacter('x') || TakeCharacter('X')) {
                 if (String error = ReadNumber(step); !error.Empty())
                     return error;
                 if (step < 1)

@@ -14,8 +14,11 @@
 #include <corekit/log.h>
 #include <vorlan/version.h>
 #include <wx/dcscreen.h>
+#include <wx/evtloop.h>
 #include <wx/settings.h>
 #include <wx/wxvoptions.h>
+
+#include <chrono>
 
 namespace vorlan {
 
@@ -27,6 +30,27 @@ wxSize StartSize() {
     return width < 0 ? wxScreenDC().GetSize() : wxSize(width, height);
 }
 
+// The programs that start next take the processor and the screen waits for them: first
+// the window is painted. False when it was closed meanwhile.
+bool ShowPainted(MainWindow*& window) {
+    constexpr auto k_Longest = std::chrono::milliseconds(300);
+    bool isPainted = false;
+    auto const onPaint = [&](wxPaintEvent& event) {
+        isPainted = true;
+        event.Skip();
+    };
+    window->Bind(wxEVT_PAINT, onPaint);
+    window->Show();
+    wxGUIEventLoop loop;
+    wxEventLoopActivator const activator(&loop);
+    auto const until = std::chrono::steady_clock::now() + k_Longest;
+    while (window && !isPainted && std::chrono::steady_clock::now() < until)
+        loop.DispatchTimeout(k_Longest.count());
+    if (window)
+        window->Unbind(wxEVT_PAINT, onPaint);
+    return window && !window->IsBeingDeleted();
+}
+
 } // namespace
 
 void VorlanGui::OnVorlanAppStartupEvt(VorlanAppStartupEvt& event) {
@@ -35,8 +59,11 @@ void VorlanGui::OnVorlanAppStartupEvt(VorlanAppStartupEvt& event) {
         return;
     m_window = new MainWindow(_("Vorlan"), wxPoint(0, 0), StartSize());
     m_window->SetFirstRun(k_OptionVersion.Get() == 0);
-    m_window->Show();
     SetTopWindow(m_window);
+    if (!ShowPainted(m_window)) {
+        event.success = false;
+        return;
+    }
 
     TellOptionFaults();
     OptionsFile::PauseAutoWrite const pause(GetOptions());

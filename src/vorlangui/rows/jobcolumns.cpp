@@ -57,8 +57,9 @@ SortCode StaggeringCode(JobInfo const& info, Time) {
 // The class of a status stands in the first byte of the code, the rest orders within it.
 constexpr unsigned k_ClassShift = 56;
 
-// Of a paused Job with running work and a Job that waits, whichever is compared with the
-// other goes first.
+// In the order of the column, lowest first: "Queued" is RankWaiting, "3 Active"
+// RankRunning, "Paused" RankIdlePaused and "Paused: 3 Active" RankRunningPaused. The second
+// and the third have no order between them (see RowColumn::looseClass).
 enum StatusRank : uint8_t {
     RankIdlePaused,
     RankWaiting,

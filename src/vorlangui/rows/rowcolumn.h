@@ -48,8 +48,10 @@ struct RowColumn {
     SortCode (*code)(Info const& info, Time now) = nullptr;
     // What it sorts by when that is a stored text, without a copy; else the cell's.
     std::string_view (*stored)(ValueBlock const& values) = nullptr;
-    // Two classes of codes (their first byte) of which whichever row is compared with the
-    // other goes first; -1: none.
+    // Two classes of codes (their first byte) without an order between them: of two such
+    // rows "less" holds both ways. By status, "Shot 7: Queued" (waiting) is less than
+    // "Shot 9: Paused: 2 Active" (running and paused), and that less than "Shot 7: Queued":
+    // the one that StableSort asks for first goes first. -1: none.
     int looseClass = -1;
     int otherLooseClass = -1;
     int width = ColumnWidth::Word;

@@ -27,9 +27,9 @@ public:
         around->Add(m_month, wxSizerFlags().Border(wxALL, FromDIP(k_CalendarMargin)));
         SetSizerAndFit(around);
         SetBackgroundColour(wxvGetColor(ColorName::WindowBGLighter));
-        m_month->Bind(wxEVT_CALENDAR_SEL_CHANGED, [this](wxCalendarEvent&) { Take(); });
+        m_month->Bind(wxEVT_CALENDAR_SEL_CHANGED, [this](wxCalendarEvent&) { TakeSelection(); });
         m_month->Bind(wxEVT_CALENDAR_DOUBLECLICKED, [this](wxCalendarEvent&) {
-            Take();
+            TakeSelection();
             DismissAndNotify();
         });
         Bind(wxEVT_CHAR_HOOK, [this](wxKeyEvent& event) {
@@ -48,7 +48,7 @@ protected:
     }
 
 private:
-    void Take() {
+    void TakeSelection() {
         corekit::String const text = wxvString(m_owner.m_text->GetValue());
         m_owner.m_text->SetValue(wxvText(WithDay(text, m_month->GetDate())));
     }

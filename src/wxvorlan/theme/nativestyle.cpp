@@ -135,14 +135,29 @@ std::string FilledStyle() {
     return style;
 }
 
+// The toolkit reads its theme with the first look at its settings, and reads another one
+// when it hears later that it shall be dark: so their default says it beforehand.
+GtkSettings* SettingsFor(bool isDark) {
+    constexpr char k_Dark[] = "gtk-application-prefer-dark-theme";
+    auto* const kind = static_cast<GObjectClass*>(g_type_class_ref(GTK_TYPE_SETTINGS));
+    G_PARAM_SPEC_BOOLEAN(g_object_class_find_property(kind, k_Dark))->default_value = isDark;
+    g_type_class_unref(kind);
+    GtkSettings* const settings = gtk_settings_get_default();
+    gboolean isNow = isDark;
+    if (settings)
+        g_object_get(settings, k_Dark, &isNow, nullptr);
+    if (static_cast<bool>(isNow) != isDark)
+        g_object_set(settings, k_Dark, static_cast<gboolean>(isDark), nullptr);
+    return settings;
+}
+
 } // namespace
 
 void wxvApplyNativeStyle() {
-    GtkSettings* const settings = gtk_settings_get_default();
     GdkScreen* const screen = gdk_screen_get_default();
-    if (!settings || !screen)
+    GtkSettings* const settings = screen ? SettingsFor(wxvIsDarkScheme()) : nullptr;
+    if (!settings)
         return;
-    g_object_set(settings, "gtk-application-prefer-dark-theme", static_cast<gboolean>(wxvIsDarkScheme()), nullptr);
     // Bars beside the rows: those that float are drawn over them, and only while the mouse moves.
     g_object_set(settings, "gtk-overlay-scrolling", FALSE, nullptr);
 
