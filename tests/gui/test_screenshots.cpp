@@ -40,6 +40,8 @@ protected:
         outside.connected = true;
         StartClient().SetSize(wxRect(wxPoint(0, 0), Window().FromDIP(size)));
         GuiTester::Connected(Gui());
+        Say<EndEngineInfoMsg>([](auto&) {});
+        Say<EndJobInfoMsg>([](auto&) {});
         Window().ShowConnection("Connected to farm-master");
         ASSERT_TRUE(PumpUntil([] { return MainWindow::Get()->IsShownOnScreen(); }));
     }
