@@ -12,7 +12,8 @@ public:
     // `text` may have several lines; the first is the question. `accept` and `cancel` stand
     // on the buttons; empty: "OK" and "Cancel".
     wxConfirmDlg(wxWindow* parent, wxString const& text, corekit::String key, wxString const& title = wxString(),
-                 wxString const& accept = wxString(), wxString const& cancel = wxString());
+                 wxString const& accept = wxString(), wxString const& cancel = wxString(),
+                 DefaultButton preset = DefaultButton::Accept);
 
     // True: go on. Answers at once when the question is not to be asked any more.
     bool Confirm();

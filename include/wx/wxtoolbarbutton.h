@@ -38,6 +38,8 @@ public:
 
     bool IsToggled() const { return m_state.toggled; }
     void SetToggled(bool toggled);
+    // The picture that it shows with that look, in the colours of the scheme.
+    wxBitmapBundle const& BitmapOf(ToolButtonLook look);
 
     bool AcceptsFocus() const override { return false; }
     bool Enable(bool enable = true) override;
@@ -47,8 +49,6 @@ protected:
     wxSize DoGetBestClientSize() const override;
 
 private:
-    friend class GuiTester;
-
     // Plain and double resolution.
     struct Picture {
         wxImage plain;
@@ -58,7 +58,6 @@ private:
 
     // Goes into the state, and is drawn if it looks different then.
     void Change(ToolButtonState const& state);
-    wxBitmapBundle const& BitmapOf(ToolButtonLook look);
 
     void OnPaint(wxPaintEvent& event);
     void OnLeftDown(wxMouseEvent& event);

@@ -12,12 +12,16 @@ public:
     // `details` stand below the message. A question has the button `accept` beside
     // Cancel, the other kinds have OK alone.
     wxvMessageDlg(wxWindow* parent, wxString const& title, wxString const& message, MessageKind kind,
-                  wxString const& details = wxString(), wxString const& accept = wxString());
+                  wxString const& details = wxString(), wxString const& accept = wxString(),
+                  DefaultButton preset = DefaultButton::Accept);
 
     wxString const& GetMessage() const { return m_message; }
 
     // Returns when it has been read.
     static void Tell(wxWindow* parent, wxString const& title, wxString const& message, MessageKind kind);
+    // Asks whether to end what `details` name; Cancel is the default. `accept` is a verb.
+    static bool MayEnd(wxWindow* parent, wxString const& title, wxString const& question, wxString const& details,
+                       wxString const& accept);
 
 private:
     wxString const m_message;

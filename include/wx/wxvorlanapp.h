@@ -15,20 +15,15 @@
 wxDECLARE_EVENT(wxVORLAN_CONNECT_EVENT, wxCommandEvent);
 wxDECLARE_EVENT(wxVORLAN_DISCONNECT_EVENT, wxCommandEvent);
 
-namespace vorlan {
-class GuiTester;
-}
-
 // Whether the program goes on or is on its way out. Static; any thread.
 class Executable {
 public:
     // False from the moment in which somebody other than the user asked for the end:
     // nobody is asked any question then.
     static bool Running() { return s_running.load(std::memory_order_acquire); }
+    static void SetRunning(bool running) { s_running.store(running, std::memory_order_release); }
 
 private:
-    friend class wxVorlanApp;
-    friend class vorlan::GuiTester;
     inline static std::atomic<bool> s_running{true};
 };
 

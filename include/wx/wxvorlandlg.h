@@ -10,6 +10,9 @@
 class wxBoxSizer;
 class wxSizer;
 
+// Which button of a dialog Return presses. Cancel where accepting ends other people's work.
+enum class DefaultButton { Accept, Cancel };
+
 // wxVorlanDlg is the base of the system's dialogs: colours, margins, a remembered
 // place, and word to those who watch whether somebody is at work.
 // Owner: the toolkit; a modal one stands on its caller's stack. One that is shown without
@@ -49,7 +52,8 @@ protected:
 
     // Puts the content above a row of buttons, at the bottom right, and fits the
     // window around them. `cancel` empty: one button only.
-    void Finish(wxSizer* content, wxString const& accept, wxString const& cancel);
+    void Finish(wxSizer* content, wxString const& accept, wxString const& cancel,
+                DefaultButton preset = DefaultButton::Accept);
 
     // A text in the place of a label, in a colour of the scheme.
     wxvStaticText* NewLabel(wxString const& text, double scale = 1.0, ColorName color = ColorName::Text);

@@ -1,6 +1,7 @@
 #include "cli/commandtools.h"
 #include "cli/resolve.h"
 
+#include <vorlan/jobconditions.h>
 #include <vorlan/keys.h>
 #include <vorlan/messages.h>
 #include <vorlan/range.h>
@@ -66,12 +67,27 @@ ExitCode ChangeAll(Context& context, std::vector<std::string> const& jobs, char 
     return DoAll(context, messages);
 }
 
-ExitCode Pause(Context& context, JobsArgument const& options) {
-    return ChangeAll(context, options.jobs, p_Status, String::From(static_cast<int>(Paused)));
+// Of those Jobs that it changes. The finished ones are told of.
+ExitCode SetStatus(Context& context, JobsArgument const& options, bool (*changes)(Job const&), JobStatus status) {
+    MessageList messages;
+    ExitCode code = ExitCode::Ok;
+    for (UID const& id : ResolveJobs(context.TheFarm(), Strings(options.jobs))) {
+        auto const job = context.TheFarm().View().FindJob(id);
+        if (job && job->IsFinished()) {
+            context.Err() << "vorlan: " << Printable(job->Name()) << ": The Job is finished." << std::endl;
+            code = ExitCode::Failed;
+        } else if (!job || changes(*job)) {
+            messages.push_back(Change(id, p_Status, String::From(static_cast<int>(status))));
+        }
+    }
+    ExitCode const done = DoAll(context, messages);
+    return done == ExitCode::Ok ? code : done;
 }
 
+ExitCode Pause(Context& context, JobsArgument const& options) { return SetStatus(context, options, &CanPause, Paused); }
+
 ExitCode Resume(Context& context, JobsArgument const& options) {
-    return ChangeAll(context, options.jobs, p_Status, String::From(static_cast<int>(Queued)));
+    return SetStatus(context, options, &CanResume, Queued);
 }
 
 ExitCode SetPriority(Context& context, PriorityOptions const& options) {
@@ -185,7 +201,7 @@ void AddControlCommands(Commands& commands) {
     setPriority.add_option("job", priority->job, k_JobHelp)->required();
     setPriority.add_option("priority", priority->priority, "0 to 100; 50 is usual")
         ->required()
-        ->check(CLI::Range(0, 100));
+        ->check(CLI::Range(k_LowestPriority, k_HighestPriority));
     commands.OnChosen(setPriority, priority, &SetPriority);
 
     auto const stop = std::make_shared<StopOptions>();

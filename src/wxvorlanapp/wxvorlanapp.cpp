@@ -61,7 +61,7 @@ void wxVorlanApp::DisableMessageProcessing() {
 }
 
 void wxVorlanApp::RequestEnd() {
-    Executable::s_running.store(false, std::memory_order_release);
+    Executable::SetRunning(false);
     if (!wxTheApp)
         return;
     wxTheApp->CallAfter([] {
@@ -128,7 +128,7 @@ int wxVorlanApp::Execute() {
 
 int wxVorlanApp::OnExit() {
     CALL_ENTRY();
-    Executable::s_running.store(false, std::memory_order_release);
+    Executable::SetRunning(false);
     wxTimed::StopTicks();
     if (std::exchange(m_startupBegun, false)) {
         Guarded([this] {

@@ -183,18 +183,18 @@ class Controlling : public CommandsTest {};
 
 TEST_F(Controlling, JobValuesAreChanged) {
     auto const job = m_master.AddJob("Shot");
-    String const id = job->id.ToString();
-    Rows<String, char const*, char const*> const cases = {
-        {"pause Shot", p_Status, "-1"},
-        {"resume " + id, p_Status, "0"},
-        {"priority " + id.Mid(0, 9) + " 80", p_Priority, "80"},
+    auto const held = m_master.AddJob("Held", Paused);
+    Rows<String, UID, char const*, char const*> const cases = {
+        {"pause Shot Held", job->id, p_Status, "-1"},
+        {"resume Shot " + held->id.ToString(), held->id, p_Status, "0"},
+        {"priority " + job->id.ToString().Mid(0, 9) + " 80", job->id, p_Priority, "80"},
     };
-    for (auto const& [line, name, value] : cases) {
+    for (auto const& [line, changed, name, value] : cases) {
         m_master.commands.clear();
         EXPECT_EQ(Run(line).code, 0) << line;
         auto const got = m_master.Got<JobParameterMsg>();
-        ASSERT_EQ(got.size(), 1U);
-        EXPECT_EQ(got[0]->job, job->id);
+        ASSERT_EQ(got.size(), 1U) << "only what it changes: " << line;
+        EXPECT_EQ(got[0]->job, changed);
         EXPECT_EQ(got[0]->name, name);
         EXPECT_EQ(got[0]->value, value);
     }
@@ -203,13 +203,17 @@ TEST_F(Controlling, JobValuesAreChanged) {
 TEST_F(Controlling, ARefusalDoesNotHoldUpTheRestAndAnUnknownNameDoes) {
     auto const done = m_master.AddJob("Done", Finished);
     m_master.AddJob("Shot");
-    m_master.refuses[done->id] = "The Job is finished.";
+    m_master.refuses[done->id] = "The Job is kept.";
     EXPECT_EQ(Run("delete Shot Shoot").code, 1);
     EXPECT_THAT(m_master.commands, IsEmpty());
     auto const result = Run("pause Done Shot");
     EXPECT_EQ(result.code, 1);
     EXPECT_THAT(result.err, HasSubstr("Done: The Job is finished."));
-    EXPECT_EQ(m_master.Got<JobParameterMsg>().size(), 2U);
+    EXPECT_EQ(m_master.Got<JobParameterMsg>().size(), 1U);
+    auto const kept = Run("delete Done Shot");
+    EXPECT_EQ(kept.code, 1);
+    EXPECT_THAT(kept.err, HasSubstr("Done: The Job is kept."));
+    EXPECT_EQ(m_master.Got<DeleteJobMsg>().size(), 2U);
 }
 
 TEST_F(Controlling, StopsWork) {

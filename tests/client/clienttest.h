@@ -27,19 +27,15 @@ namespace vorlan {
 using corekit::LogLevel;
 using corekit::LogLines;
 
-// FarmClientTester reaches what the FarmClient keeps to itself.
-class FarmClientTester {
-public:
-    // As it was before it heard of anything.
-    static void Forget(FarmClient& mirror) {
-        mirror.SetCommandLine(nullptr);
-        mirror.ForgetMasterDefaultStartup();
-        mirror.m_master.Clear();
-        PoolTable::Get().Clear();
-        JobList::Get().Lists().ForgetRequests();
-        EngineList::Get().Lists().ForgetRequests();
-    }
-};
+// Makes it what it was before it heard of anything.
+inline void Forget(FarmClient& client) {
+    client.SetCommandLine(nullptr);
+    client.ForgetMasterDefaultStartup();
+    client.Master().Clear();
+    PoolTable::Get().Clear();
+    JobList::Get().Lists().ForgetRequests();
+    EngineList::Get().Lists().ForgetRequests();
+}
 
 // Records of the log that hold the text.
 inline size_t CountLines(LogLines& log, char const* part) {

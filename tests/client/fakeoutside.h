@@ -40,6 +40,7 @@ public:
         Note(String("stop ") + Components::GetName(component));
     }
     bool DidStartComponent(int component) override { return started.contains(component); }
+    bool IsComponentRunning(int component) override { return started.contains(component); }
 
     // The steps since the last call.
     std::vector<String> TakeSteps() {

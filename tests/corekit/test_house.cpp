@@ -111,8 +111,7 @@ TEST(House, EveryIncludeFollowsAnArrow) {
 using FolderArrows = std::map<string, std::map<string, string>>;
 
 // Folders that still include each other.
-std::set<string> const k_InCircles = {"src/vorlangui/commands", "src/vorlangui/config", "src/vorlangui/core",
-                                      "src/vorlangui/output",   "src/vorlangui/system", "src/vorlangui/window"};
+std::set<string> const k_InCircles = {};
 
 // A source's folder; a public header's is the one of the .cpp of its name, or none.
 string FolderOf(fs::path const& path, std::map<string, std::set<string>> const& places) {

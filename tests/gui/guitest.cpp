@@ -1,7 +1,5 @@
 #include "guitest.h"
 
-#include "window/mainsplitter.h"
-
 #include <vorlan/events.h>
 #include <wx/event.h>
 #include <wx/evtloop.h>
@@ -10,28 +8,24 @@
 
 namespace vorlan {
 
-void GuiTester::Connected(VorlanGui& gui) {
+void GuiTest::Connected() {
     wxCommandEvent event(wxVORLAN_CONNECT_EVENT);
-    gui.ProcessEvent(event);
+    Gui().ProcessEvent(event);
 }
 
-void GuiTester::Disconnected(VorlanGui& gui) {
+void GuiTest::Disconnected() {
     wxCommandEvent event(wxVORLAN_DISCONNECT_EVENT);
-    gui.ProcessEvent(event);
+    Gui().ProcessEvent(event);
 }
 
-wxSplitterWindow& GuiTester::Splitter(MainWindow& window) { return *window.m_main; }
-
-void GuiTester::Idle(MainWindow& window) {
+void GuiTest::Idle() {
     wxIdleEvent event;
-    window.OnIdle(event);
+    Window().HandleWindowEvent(event);
 }
-
-void GuiTester::ExpireNow(MainWindow& window) { window.m_timeout->m_expires.store(1); }
 
 GuiTest::GuiTest() {
-    GuiTester::GoOn();
-    GuiTester::Forget(Gui());
+    Executable::SetRunning(true);
+    Forget(Gui());
     wxvUseColorOptions(&Options());
 }
 
@@ -44,7 +38,7 @@ GuiTest::~GuiTest() {
 }
 
 MainWindow& GuiTest::StartClient(CommandLine* line) {
-    GuiTester::SetCommandLine(Gui(), line);
+    Gui().SetCommandLine(line);
     VorlanAppStartupEvt event(true, line);
     Gui().OnVorlanAppStartupEvt(event);
     return Window();
@@ -53,7 +47,7 @@ MainWindow& GuiTest::StartClient(CommandLine* line) {
 MainWindow& GuiTest::StartConnected() {
     StartClient();
     outside.connected = true;
-    GuiTester::Connected(Gui());
+    Connected();
     return Window();
 }
 

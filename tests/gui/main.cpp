@@ -14,7 +14,7 @@ public:
     TestApp() : VorlanGui(Signals::LeaveAlone) {}
 
     bool Startup(corekit::CommandLine&) override {
-        vorlan::GuiTester::Connect(*this);
+        ConnectMessages();
         corekit::ThreadPool::Initialize();
         return true;
     }

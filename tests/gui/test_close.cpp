@@ -98,7 +98,7 @@ TEST_F(CloseTest, AShutdownEndsWhatIsOpen) {
         },
     };
     for (auto const& show : open) {
-        GuiTester::GoOn();
+        Executable::SetRunning(true);
         bool told = false;
         // It waits for a loop, and the next one is that of what is open.
         StartClient().CallAfter([&told] {
@@ -109,6 +109,17 @@ TEST_F(CloseTest, AShutdownEndsWhatIsOpen) {
         EXPECT_TRUE(told);
         EXPECT_TRUE(PumpUntil([] { return MainWindow::Get() == nullptr; }));
     }
+}
+
+TEST_F(CloseTest, AConnectionThatComesTooLateChangesNothing) {
+    StartClient();
+    outside.connected = true;
+    Window().Close(true);
+    Connected();
+    Window().ShowView(MainWindow::k_ViewMain);
+    Disconnected();
+    EXPECT_TRUE(PumpUntil([] { return MainWindow::Get() == nullptr; }));
+    EXPECT_EQ(Gui().Window(), nullptr);
 }
 
 TEST_F(CloseTest, TheWindowsPlaceIsKept) {

@@ -1,8 +1,6 @@
 // Engine Mode: how the client enters and leaves it, and when by itself.
 #include "guitest.h"
 
-#include "core/enginemode.h"
-#include "system/systemids.h"
 #include "window/messagepane.h"
 
 #include <corekit/namedpipe.h>
@@ -38,7 +36,7 @@ protected:
         outside.masterInfo->idleTimeout = minutes;
     }
     bool InEngineMode() { return Options().GetValue("Configuration", "InEngineMode", false); }
-    _EngineModeTimeout& Timeout() { return GuiTester::Timeout(Window()); }
+    _EngineModeTimeout& Timeout() { return *Window().IdleTimeout(); }
     Time Later() { return Time::CurrentTime() + Time::Minutes(60 * 24); }
 };
 
@@ -52,22 +50,22 @@ TEST_F(EngineModeTest, ShowsItsPaneAndStopsTheMessenger) {
     EXPECT_EQ(window.ShownView(), MainWindow::k_ViewEngineMode);
     EXPECT_TRUE(window.GetTitle().EndsWith(" [ Engine Mode ]")) << window.GetTitle();
     EXPECT_TRUE(InEngineMode());
-    EXPECT_EQ(GuiTester::EngineModePane(window).Texts(),
+    EXPECT_EQ(FindPart<MessagePane>(window, "EngineModePane").Texts(),
               (std::vector<wxString>{"Engine Mode", "This machine is running just as an Engine.",
                                      "This conserves resources for rendering, but you cannot see or control things and",
                                      "this machine may not be available as a Master automatically.",
                                      "To return to normal operation, use the Connect option in the System menu.",
                                      "To change the system timeout to enter Engine Mode, use the Administator Options",
                                      "To change how your machine enters Engine Mode, use the VorlanGui Options."}));
-    EXPECT_TRUE(GuiTester::EngineModePane(window).IsShownOnScreen());
-    EXPECT_FALSE(GuiTester::SearchingPane(window).IsShownOnScreen());
+    EXPECT_TRUE(FindPart<MessagePane>(window, "EngineModePane").IsShownOnScreen());
+    EXPECT_FALSE(FindPart<MessagePane>(window, "SearchingPane").IsShownOnScreen());
 
     // A second time: no second pipe.
     Enter();
     EXPECT_EQ(CountLines(log, "Entering Engine Mode..."), 2u);
     EXPECT_EQ(CountLines(log, "Listening for shutdown requests on: VorlanGui-EngineMode"), 1u);
     // A disconnect does not lead out of it.
-    GuiTester::Disconnected(Gui());
+    Disconnected();
     EXPECT_EQ(window.ShownView(), MainWindow::k_ViewEngineMode);
 }
 
@@ -79,7 +77,7 @@ TEST_F(EngineModeTest, ConnectLeavesIt) {
     Command(k_IdConnect);
     EXPECT_EQ(outside.TakeSteps(), std::vector<String>{"messenger stop 0 0 1"});
     EXPECT_EQ(window.ShownView(), MainWindow::k_ViewSearching);
-    EXPECT_TRUE(GuiTester::SearchingPane(window).IsShownOnScreen());
+    EXPECT_TRUE(FindPart<MessagePane>(window, "SearchingPane").IsShownOnScreen());
     EXPECT_FALSE(window.GetTitle().Contains("Engine Mode"));
     EXPECT_FALSE(InEngineMode());
     EXPECT_EQ(CountLines(log, "No longer listening for shutdown requests on: VorlanGui-EngineMode"), 1u);
@@ -188,15 +186,15 @@ TEST_F(EngineModeTest, NothingEndsAModalDialog) {
 
 TEST_F(EngineModeTest, AnExpiredTimeOutEntersIt) {
     StartIdle();
-    GuiTester::Idle(Window());
+    Idle();
     EXPECT_EQ(Window().ShownView(), MainWindow::k_ViewSearching);
-    GuiTester::ExpireNow(Window());
+    Timeout().ExpireAt(Time(1));
     LogLines log(LogLevel::Status);
-    GuiTester::Idle(Window());
+    Idle();
     EXPECT_EQ(Window().ShownView(), MainWindow::k_ViewEngineMode);
     EXPECT_TRUE(Timeout().Expires().IsZero());
-    GuiTester::ExpireNow(Window());
-    GuiTester::Idle(Window());
+    Timeout().ExpireAt(Time(1));
+    Idle();
     EXPECT_EQ(CountLines(log, "Idle timeout to Engine mode expired"), 1u) << "it is in it already";
 }
 

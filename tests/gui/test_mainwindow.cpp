@@ -22,7 +22,7 @@ protected:
         StartClient().SetSize(1100, 700);
         outside.connected = true;
         EXPECT_TRUE(PumpUntil([this] { return Window().GetClientSize().x > 1000; }));
-        GuiTester::Connected(Gui());
+        Connected();
         EXPECT_TRUE(PumpUntil([this] { return Splitter().IsShownOnScreen() && Splitter().GetClientSize().x > 1000; }));
         Pump();
     }
@@ -33,7 +33,7 @@ protected:
         wxMenuEvent event(type, 0, menu);
         Window().GetEventHandler()->ProcessEvent(event);
     }
-    wxSplitterWindow& Splitter() { return GuiTester::Splitter(Window()); }
+    wxSplitterWindow& Splitter() { return FindPart<wxSplitterWindow>(Window(), "MainSplitter"); }
     double Part() { return static_cast<double>(Splitter().GetSashPosition()) / Splitter().GetClientSize().x; }
     bool Has(char const* label) { return Window().GetMenuBar()->GetMenu(0)->FindItem(label) != wxNOT_FOUND; }
 };
@@ -74,22 +74,22 @@ TEST_F(MainWindowTest, TheInfoPaneComesAndGoes) {
         },
         3000))
         << Part() << " of " << Splitter().GetClientSize().x << ", begun at " << width;
-    EXPECT_TRUE(GuiTester::Toolbar(Window()).Find(14104)->IsToggled());
+    EXPECT_TRUE(Window().Toolbar()->Find(14104)->IsToggled());
     // By its sash.
     wxSplitterEvent event(wxEVT_SPLITTER_UNSPLIT, &Splitter());
     Splitter().GetEventHandler()->ProcessEvent(event);
     EXPECT_FALSE(Options().GetValue("Window", "InfoPane", true));
     EXPECT_FALSE(Window().GetMenuBar()->IsChecked(14101));
-    EXPECT_FALSE(GuiTester::Toolbar(Window()).Find(14104)->IsToggled());
+    EXPECT_FALSE(Window().Toolbar()->Find(14104)->IsToggled());
     EXPECT_FALSE(Splitter().IsSplit());
 }
 
 TEST_F(MainWindowTest, BarsAreShownAsToldAndOnlyTheToolbarRemembers) {
     Options().SetValue("Window", "Toolbar", false);
     StartLarge();
-    EXPECT_FALSE(GuiTester::Toolbar(Window()).IsShown());
+    EXPECT_FALSE(Window().Toolbar()->IsShown());
     Command(14102, true);
-    EXPECT_TRUE(GuiTester::Toolbar(Window()).IsShown());
+    EXPECT_TRUE(Window().Toolbar()->IsShown());
     EXPECT_TRUE(Options().GetValue("Window", "Toolbar", false));
     Command(14103, false);
     EXPECT_FALSE(Window().GetStatusBar()->IsShown());
@@ -145,7 +145,7 @@ TEST_F(MainWindowTest, TheViewMenuNamesTabsAndOpenWindows) {
     };
     EXPECT_EQ(windows(), 0u);
     EXPECT_FALSE(view.IsEnabled(14115));
-    wxCommandEvent report(wxEVT_MENU, MainWindow::k_IdShowReport);
+    wxCommandEvent report(wxEVT_MENU, k_IdShowReport);
     report.SetString("Dispatch Report|a line|and another");
     Window().GetEventHandler()->ProcessEvent(report);
     ASSERT_EQ(windows(), 1u);

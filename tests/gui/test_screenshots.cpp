@@ -39,7 +39,7 @@ protected:
     void Start(wxSize const& size) {
         outside.connected = true;
         StartClient().SetSize(wxRect(wxPoint(0, 0), Window().FromDIP(size)));
-        GuiTester::Connected(Gui());
+        Connected();
         Say<EndEngineInfoMsg>([](auto&) {});
         Say<EndJobInfoMsg>([](auto&) {});
         Window().ShowConnection("Connected to farm-master");
@@ -115,7 +115,7 @@ TEST_F(Screenshots, Engines) {
 TEST_F(Screenshots, Nothing) {
     Start({1000, 640});
     Take("empty");
-    GuiTester::Disconnected(Gui());
+    Disconnected();
     Take("searching");
     wxCommandEvent event;
     Window().OnEngineMode(event);

@@ -251,9 +251,9 @@ TEST_F(SelectionTest, ItCountsAsActivityAndNotOutsideTheViews) {
     outside.masterInfo = MasterInfoMsg::New();
     outside.masterInfo->idleTimeout = 5;
     outside.started.insert(k_ComponentEngine);
-    Time const before = GuiTester::Timeout(Window()).Expires();
+    Time const before = Window().IdleTimeout()->Expires();
     Jobs().Select(Row("a"));
-    EXPECT_TRUE(PumpUntil([&] { return GuiTester::Timeout(Window()).Expires() > before; }, 3000));
+    EXPECT_TRUE(PumpUntil([&] { return Window().IdleTimeout()->Expires() > before; }, 3000));
     // A change of the area takes the timer away.
     Jobs().Select(Row("b"));
     Window().ShowView(MainWindow::k_ViewConnecting);

@@ -121,7 +121,7 @@ TEST_F(StartupTest, DamagedOptionsAreToldOf) {
 TEST_F(StartupTest, AConnectionAsksForEverythingInOrder) {
     StartClient();
     outside.TakeSteps();
-    GuiTester::Connected(Gui());
+    Connected();
     EXPECT_EQ(
         outside.TakeSteps(),
         (std::vector<String>{"send NotifyOnEventMsg", "send GetMasterOptionsMsg", "send GetMasterLimitsMsg",
@@ -150,7 +150,7 @@ TEST_F(StartupTest, ADisconnectLeavesNothingOfAMaster) {
     ASSERT_TRUE(PumpUntil([&] { return StatusField(0).Contains("1 Jobs"); })) << StatusField(0);
     EXPECT_EQ(StatusField(0), "1 Engines (0 Available, 0 Active)   |   1 Jobs (0 Active, 0 Finished)   |   0 Work");
     outside.TakeSteps();
-    GuiTester::Disconnected(Gui());
+    Disconnected();
     EXPECT_EQ(StatusField(0), "");
     EXPECT_EQ(StatusField(2), "");
     EXPECT_TRUE(Jobs::GetAllJobs().empty());
@@ -166,7 +166,7 @@ TEST_F(StartupTest, CommandsThatNeedAMasterWaitForIt) {
     };
     ASSERT_NE(refresh(), nullptr);
     EXPECT_FALSE(refresh()->IsEnabled());
-    GuiTester::Connected(Gui());
+    Connected();
     ASSERT_NE(refresh(), nullptr);
     EXPECT_TRUE(refresh()->IsEnabled());
     EXPECT_NE(window.GetMenuBar()->FindMenuItem("System", "Reconnect"), wxNOT_FOUND);

@@ -4,7 +4,6 @@
 #include "window/buttonsection.h"
 #include "window/toolbar.h"
 
-#include <corekit/file.h>
 #include <wx/menu.h>
 #include <wx/wxvcolors.h>
 
@@ -52,7 +51,7 @@ protected:
         EXPECT_TRUE(PumpUntil([this] { return Window().IsActive(); }));
     }
 
-    wxVorlanToolbar& Toolbar() { return GuiTester::Toolbar(Window()); }
+    wxVorlanToolbar& Toolbar() { return *Window().Toolbar(); }
     wxToolbarButton& Button(int id) { return *Toolbar().Find(id); }
 
     static void Send(wxWindow& window, wxEventType type, wxPoint const& place) {
@@ -132,17 +131,6 @@ TEST_F(ToolbarTest, ANarrowWindowHasMoreRows) {
     EXPECT_TRUE(PumpUntil([&] { return Toolbar().GetSize().y == oneRow; }));
 }
 
-TEST(ToolbarPictures, EveryToolHasOne) {
-    for (auto const rows : {SystemCommands(), ViewCommands(), HelpCommands()}) {
-        for (CommandRow const& row : rows) {
-            for (char const* end : {".png", "@2x.png"}) {
-                Path const picture = corekit::File::s_AppDir / "icons" / (String(row.tool.icon) + end);
-                EXPECT_TRUE(row.tool.place == 0 || picture.Exists()) << row.id;
-            }
-        }
-    }
-}
-
 TEST_F(ToolbarTest, PicturesFollowTheScheme) {
     // The brightest point that a button has drawn.
     auto const brightest = [](wxBitmap const& bitmap) {
@@ -156,15 +144,13 @@ TEST_F(ToolbarTest, PicturesFollowTheScheme) {
         }
         return best;
     };
-    auto const picture = [&](ToolButtonLook look) {
-        return GuiTester::Picture(Button(14104), look).GetBitmap(wxSize(19, 19));
-    };
+    auto const picture = [&](ToolButtonLook look) { return Button(14104).BitmapOf(look).GetBitmap(wxSize(19, 19)); };
     wxvSetColorScheme(static_cast<int>(ColorScheme::Dark));
     int const onDark = brightest(picture(ToolButtonLook::Normal));
     EXPECT_GT(onDark, 150);
     EXPECT_EQ(brightest(picture(ToolButtonLook::Disabled)), 0) << "a disabled one is at a third of its strength";
     EXPECT_GT(brightest(picture(ToolButtonLook::Hover)), onDark);
-    EXPECT_EQ(GuiTester::Picture(Button(14104), ToolButtonLook::Normal).GetBitmap(wxSize(38, 38)).GetWidth(), 38);
+    EXPECT_EQ(Button(14104).BitmapOf(ToolButtonLook::Normal).GetBitmap(wxSize(38, 38)).GetWidth(), 38);
     wxvSetColorScheme(static_cast<int>(ColorScheme::Light));
     EXPECT_LT(brightest(picture(ToolButtonLook::Normal)), 100);
     wxvSetColorScheme(static_cast<int>(ColorScheme::Dark));

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <vorlan/engine.h>
 #include <vorlan/job.h>
+#include <vorlan/jobconditions.h>
 #include <vorlan/jobfactory.h>
 #include <vorlan/keys.h>
 #include <vorlan/productfile.h>
@@ -323,4 +324,24 @@ TEST(Job, RunsACommandOfItsProduct) {
 }
 
 } // namespace
+TEST(JobConditions, FollowStatusAndPriority) {
+    constexpr struct {
+        int status, priority;
+        bool pause, resume, raise, lower;
+    } k_Cases[] = {
+        {Queued, 50, true, false, true, true},      {Queued, 100, true, false, false, true},
+        {Queued, 0, true, false, true, false},      {Paused, 50, false, true, true, true},
+        {Finished, 50, false, false, false, false}, {UserCanceled, 50, false, false, false, false},
+    };
+    for (auto const& c : k_Cases) {
+        Job job(UID(true));
+        job.SetStatus(c.status);
+        job.Set(p_Priority, String::From(c.priority));
+        EXPECT_EQ(CanPause(job), c.pause) << c.status;
+        EXPECT_EQ(CanResume(job), c.resume) << c.status;
+        EXPECT_EQ(CanRaisePriority(job), c.raise) << c.status << " " << c.priority;
+        EXPECT_EQ(CanLowerPriority(job), c.lower) << c.status << " " << c.priority;
+    }
+}
+
 } // namespace vorlan

@@ -4,6 +4,7 @@
 #include "farmclient.h"
 #include "options.h"
 #include "outside/outside.h"
+#include "serviceoptions.h"
 
 #include <corekit/callentry.h>
 #include <corekit/log.h>
@@ -18,6 +19,10 @@ void FarmClient::_StartComponent(int component, int masterRequest) {
         return;
     char const* const key = option->Key();
     String const name = Components::GetName(component);
+    if (IsRunByService(component)) {
+        LogStatus(name + " is a service of this machine: it is neither started nor stopped here");
+        return;
+    }
     StartSources sources;
     if (m_commandLineInUse && m_commandLineInUse->HasSwitch(key))
         sources.commandLine = m_commandLineInUse->GetArgument(key, 0, k_StartAndStop);
@@ -44,7 +49,7 @@ void FarmClient::_StartComponent(int component, int masterRequest) {
 void FarmClient::_StopComponent(int component) {
     CALL_ENTRY();
     LocalOption<int> const* const option = StartOption(component);
-    if (!option)
+    if (!option || IsRunByService(component))
         return;
     std::optional<int> masterDefault;
     if (boost::shared_ptr<MasterDefaultStartupMsg> const message = MasterDefaultStartup()) {

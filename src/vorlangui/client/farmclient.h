@@ -77,8 +77,6 @@ protected:
     virtual void ShowReport(String const& title, String const& text);
 
 private:
-    friend class FarmClientTester;
-
     static void EmptyLists();
 
     void OnChangePoolEvt(ChangePoolEvt& event);

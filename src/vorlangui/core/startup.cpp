@@ -4,6 +4,7 @@
 #include "client/options.h"
 #include "client/optiontable.h"
 #include "client/rendernode.h"
+#include "menus/menus.h"
 #include "outside/outside.h"
 #include "vorlangui.h"
 #include "window/background.h"
@@ -57,7 +58,8 @@ void VorlanGui::OnVorlanAppStartupEvt(VorlanAppStartupEvt& event) {
     CALL_ENTRY();
     if (!event.success)
         return;
-    m_window = new MainWindow(_("Vorlan"), wxPoint(0, 0), StartSize());
+    m_window = new MainWindow(_("Vorlan"), wxPoint(0, 0), StartSize(), AllMenus());
+    m_window->Bind(wxEVT_DESTROY, &VorlanGui::OnWindowGone, this);
     m_window->SetFirstRun(k_OptionVersion.Get() == 0);
     SetTopWindow(m_window);
     if (!ShowPainted(m_window)) {

@@ -1,11 +1,12 @@
 #include "vorlangui.h"
 
 #include "client/componentcontrol.h"
-#include "core/enginemode.h"
+#include "commands/ids.h"
 #include "model/enginelist.h"
 #include "model/joblist.h"
 #include "model/pooltable.h"
 #include "outside/outside.h"
+#include "window/enginemode.h"
 #include "window/mainwindow.h"
 #include "window/refusals.h"
 
@@ -79,16 +80,14 @@ String VorlanGui::GetPoolName(UID const& pool) { return PoolName(pool); }
 void VorlanGui::RequestHasFailed(UID const&, String const& reason) { TellRefusal(reason); }
 
 void VorlanGui::UpdateStatusBar() {
-    // An open menu shows its help there.
-    if (!m_window || !m_window->GetStatusBar() || m_window->IsMenuOpen())
-        return;
-    m_window->SetStatusText(wxvText(StatusText()), 0);
+    if (m_window)
+        m_window->UpdateStatusBar();
 }
 
 void VorlanGui::OnMessengerNotify(wxCommandEvent& event) {
     CALL_ENTRY();
     event.Skip();
-    if (!Executable::Running() || !m_window)
+    if (!Executable::Running() || !m_window || m_window->IsClosing())
         return;
     m_window->ShowConnection("Connected to " + Outside::Get().MasterMachineName());
     m_window->BuildMenus(true);
@@ -99,7 +98,7 @@ void VorlanGui::OnMessengerNotify(wxCommandEvent& event) {
 void VorlanGui::OnMessengerDisconnectedEvt(wxCommandEvent& event) {
     CALL_ENTRY();
     event.Skip();
-    if (!m_window)
+    if (!m_window || m_window->IsClosing())
         return;
     m_window->ShowConnection(String());
     m_window->BuildMenus(false);
@@ -109,13 +108,18 @@ void VorlanGui::OnMessengerDisconnectedEvt(wxCommandEvent& event) {
     Outside::Get().PurgeMessageQueues();
 }
 
+void VorlanGui::OnWindowGone(wxWindowDestroyEvent& event) {
+    event.Skip();
+    // Those of its children come by, too.
+    if (event.GetEventObject() == m_window)
+        m_window = nullptr;
+}
+
 void VorlanGui::ResetIdleTime() { _EngineModeTimeout::ResetCurrent(); }
 
-void VorlanGui::OnRestrictionsChanged() { PostMenu(MainWindow::k_IdRebuildMenus); }
+void VorlanGui::OnRestrictionsChanged() { PostMenu(k_IdRebuildMenus); }
 
-void VorlanGui::ShowReport(String const& title, String const& text) {
-    PostMenu(MainWindow::k_IdShowReport, title + "|" + text);
-}
+void VorlanGui::ShowReport(String const& title, String const& text) { PostMenu(k_IdShowReport, title + "|" + text); }
 
 void VorlanGui::PostMenu(int id, String const& text) {
     if (!m_window)

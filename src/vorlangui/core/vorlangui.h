@@ -52,19 +52,16 @@ public:
 
     vorlan::RepeatFile& RepeatJobs() { return m_repeatFile; }
     MainWindow* Window() const { return m_window; }
-    // The window is going.
-    void ForgetWindow() { m_window = nullptr; }
 
     void OnVorlanAppStartupEvt(VorlanAppStartupEvt& event);
 
 private:
-    friend class GuiTester;
-
     // What the options file says that cannot be used.
     void TellOptionFaults();
     bool DecideEngineMode();
     void LoadRepeatFile();
 
+    void OnWindowGone(wxWindowDestroyEvent& event);
     void OnMessengerNotify(wxCommandEvent& event);
     void OnMessengerDisconnectedEvt(wxCommandEvent& event);
 

@@ -1,6 +1,7 @@
 #include "columnmenu.h"
 
-#include "joblistctrl.h"
+#include "commands/ids.h"
+#include "listctrlbase.h"
 
 #include <wx/control.h>
 #include <wx/intl.h>
@@ -23,11 +24,6 @@ void AppendMoves(wxMenu& menu, ListCtrlBase const& list, int column) {
     menu.AppendSeparator();
 }
 
-wxString ItemLabel(ListCtrlBase const& list, int type, char const* title) {
-    bool const isLimitOfJobs = dynamic_cast<JobListCtrl const*>(&list) && type == JobColumns::UsageLimit;
-    return isLimitOfJobs ? _("UsageLimit") : wxGetTranslation(title);
-}
-
 // Shows it where the menu was opened, or hides it. The last column stays.
 void ToggleColumn(ListCtrlBase& list, int column, int type) {
     int const shown = list.FindColumnByType(type);
@@ -44,10 +40,10 @@ void BuildViewColumnListMenu(wxMenu& menu, ListCtrlBase const& list, int column)
         AppendMoves(menu, list, column);
     menu.Append(wxID_ANY, _("   Available Columns"))->Enable(false);
     for (int type = 0; type < k_CustomType; ++type) {
-        char const* const title = list.ColumnTitle(type);
+        char const* const title = list.ColumnMenuTitle(type);
         if (!title)
             continue;
-        wxMenuItem& item = *menu.AppendCheckItem(k_IdColumnFirstType + type, ItemLabel(list, type, title));
+        wxMenuItem& item = *menu.AppendCheckItem(k_IdColumnFirstType + type, wxGetTranslation(title));
         bool const isShown = list.FindColumnByType(type) >= 0;
         item.Check(isShown);
         item.Enable(!isShown || list.GetColumnCount() > 1);

@@ -1,5 +1,6 @@
 #include "joblistctrl.h"
 
+#include "commands/ids.h"
 #include "model/joblist.h"
 
 #include <bit>
@@ -16,9 +17,6 @@
 namespace vorlan {
 
 namespace {
-
-// "Job History..."
-constexpr int k_HistoryCommand = 12017;
 
 // The bar within its cell, in pixels.
 constexpr int k_BarMargin = 2;
@@ -67,7 +65,7 @@ JobListCtrl::~JobListCtrl() { JobList::Get().Lists().Remove(this); }
 
 wxString JobListCtrl::NothingText() const { return _("No Jobs yet."); }
 
-int JobListCtrl::ActivateCommand() const { return k_HistoryCommand; }
+int JobListCtrl::ActivateCommand() const { return k_IdViewJobHistory; }
 
 bool JobListCtrl::IsProgress(int column) const {
     return GetColumnType(static_cast<size_t>(column)) == JobColumns::Progress;

@@ -39,6 +39,8 @@ public:
     // Adds a column of such a type, as wide as what it holds needs it. A position that is
     // none: at the end.
     virtual void InsertKnownColumn(int position, int type) = 0;
+    // The same in the menu of columns, where it may need another name.
+    virtual char const* ColumnMenuTitle(int type) const { return ColumnTitle(type); }
     String const& GetSection() const { return m_section; }
 
     // Those of the selection that have a row.

@@ -37,6 +37,7 @@ public:
 
     char const* ColumnTitle(int type) const override;
     void InsertKnownColumn(int position, int type) override;
+    char const* ColumnMenuTitle(int type) const override;
     void PrepareToDraw(int row) override;
     String GetDisplayText(int row, int column) override;
     wxColour GetRowColor(int row) override;

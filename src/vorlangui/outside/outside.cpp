@@ -25,6 +25,7 @@ String Outside::ComputerName() { return Platform::GetComputerNameA(); }
 void Outside::StartComponent(int component) { Components::Start(component, String::Null); }
 void Outside::StopComponent(int component) { Components::Stop(component); }
 bool Outside::DidStartComponent(int component) { return Components::DidStart(component); }
+bool Outside::IsComponentRunning(int component) { return Components::IsRunning(component); }
 
 Outside& Outside::Get() {
     static Outside s_real;

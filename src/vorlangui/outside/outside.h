@@ -33,6 +33,8 @@ public:
     virtual void StartComponent(int component);
     virtual void StopComponent(int component);
     virtual bool DidStartComponent(int component);
+    // Whoever started it.
+    virtual bool IsComponentRunning(int component);
 
     // This machine is the Master's.
     bool IsThisTheMaster() { return MasterID() == MachineID(); }

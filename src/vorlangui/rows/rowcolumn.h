@@ -55,6 +55,8 @@ struct RowColumn {
     int looseClass = -1;
     int otherLooseClass = -1;
     int width = ColumnWidth::Word;
+    // In the menu of columns; null: its title.
+    char const* menuTitle = nullptr;
 };
 
 // SortBy is one of the two columns that a list sorts by.

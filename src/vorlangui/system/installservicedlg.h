@@ -18,8 +18,6 @@ public:
     static std::optional<ServiceSetup> Ask(wxWindow* parent, Service service);
 
 private:
-    friend class GuiTester;
-
     wxRadioButton* NewChoice(wxSizer& column, wxString const& label, wxString const& note);
     ServiceSetup Setup() const;
     bool IsUsable();

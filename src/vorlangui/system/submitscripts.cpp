@@ -1,20 +1,10 @@
 #include "submitscripts.h"
 
-#include "systemids.h"
-#include "window/background.h"
-#include "window/mainwindow.h"
+#include "commands/ids.h"
 
 #include <corekit/file.h>
-#include <corekit/log.h>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
-#include <vorlan/services.h>
-#include <wx/dirdlg.h>
-#include <wx/intl.h>
-#include <wx/utils.h>
-#include <wx/wxconfirmdlg.h>
-#include <wx/wxvtext.h>
 
 namespace vorlan {
 
@@ -167,40 +157,6 @@ std::vector<Path> InstallSubmitScript(SubmitScript const& script, Path const& so
     if (script.startup && AddToStartup(target / script.startup, "import " + Path(script.file).Stem()))
         written.push_back(target / script.startup);
     return written;
-}
-
-void MainWindow::OnInstallScript(wxCommandEvent& event) {
-    SubmitScript const* const script = FindSubmitScript(event.GetId());
-    if (!script)
-        return;
-    wxString const title = wxString::Format(_("Install %s Submit Script"), script->application);
-    Path target = FindScriptFolder(*script);
-    if (target.Empty()) {
-        LogStatus(String("No folder of ") + script->application + " was found on this machine");
-        wxDirDialog dialog(
-            this,
-            wxString::Format(_("Where does %s keep its scripts? Usually: %s"), script->application, script->usually),
-            wxGetHomeDir(), wxDD_DEFAULT_STYLE | wxDD_DIR_MUST_EXIST);
-        if (dialog.ShowModal() != wxID_OK)
-            return;
-        target = Path(wxvString(dialog.GetPath()));
-    }
-    auto const list = std::make_shared<String>();
-    InBackground(
-        title,
-        [script, target, list] {
-            Path const source = FindResourceFolder("submit");
-            if (source.Empty())
-                throw FileException("The folder \"submit\" that comes with Vorlan was not found. Install Vorlan anew.");
-            for (Path const& path : InstallSubmitScript(*script, source, target, File::s_AppDir / "vorlan"))
-                *list += path + k_NL;
-            LogStatus("Installed: " + String(*list).Trim());
-        },
-        [script, list, name = title.ToStdWstring()](MainWindow& window) {
-            wxConfirmDlg(&window, _("Installed:\n") + wxvText(*list) + wxGetTranslation(script->howToUse),
-                         "InstallScriptSuccess", name)
-                .Confirm();
-        });
 }
 
 } // namespace vorlan

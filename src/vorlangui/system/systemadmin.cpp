@@ -1,8 +1,9 @@
-// Administrator mode, and the commands that only administrators have.
-#include "output/logframe.h"
+// Administrator mode, and the submenu "System Commands" that only administrators have.
 #include "outside/outside.h"
-#include "systemids.h"
-#include "window/background.h"
+#include "commands/ids.h"
+#include "model/worklist.h"
+#include "output/logframe.h"
+#include "systemcommands.h"
 #include "window/mainwindow.h"
 
 #include <corekit/callentry.h>
@@ -38,33 +39,21 @@ bool KnowsPassword(wxWindow* parent) {
     return false;
 }
 
-} // namespace
-
-void MainWindow::OnAdministratorMode(wxCommandEvent&) {
-    // The menu closes first: it is made anew.
-    CallAfter([this] {
-        CALL_ENTRY();
-        if (m_administrator)
-            SetAdministrator(false);
-        else if (KnowsPassword(this))
-            SetAdministrator(true);
-    });
-}
-
-void MainWindow::OnViewMasterLogs(wxCommandEvent& event) {
+void OnViewMasterLogs(MainWindow& window, wxCommandEvent& event) {
     bool const dispatch = event.GetId() == k_IdDispatchLog;
     wxString const title = dispatch ? "VorlanMaster Dispatch.log" : "VorlanMaster History.log";
     boost::shared_ptr<MasterInfoMsg> const master = Outside::Get().MasterInfo();
     UID const log = !master ? UID::Null : dispatch ? master->dispatchLog : master->historyLog;
     if (log.IsNull()) {
-        wxvMessageDlg::Tell(this, _("Log Files"), _("The Master has not shared the ID for accessing ") + title,
+        wxvMessageDlg::Tell(&window, _("Log Files"), _("The Master has not shared the ID for accessing ") + title,
                             MessageKind::Information);
         return;
     }
-    (new LogFrame(this, title, log))->Show();
+    // The Master writes its latest round to the Dispatch.log when somebody asks for it.
+    (new LogFrame(&window, title, log))->Show();
 }
 
-void MainWindow::OnLogDispatch(wxCommandEvent&) {
+void OnLogDispatch(MainWindow&, wxCommandEvent&) {
     LogStatus("Asking Master to create a dispatch log");
     auto message = SetMasterOptionsMsg::New();
     message->section = o_Distribution;
@@ -72,11 +61,55 @@ void MainWindow::OnLogDispatch(wxCommandEvent&) {
     SendToMaster(message);
 }
 
-void MainWindow::OnSuperShutdown(wxCommandEvent&) {
-    wxConfirmDlg question(this, _("Are you sure you want to shut down Vorlan on your entire network?"), "SuperExit",
-                          _("System-wide exit"));
+void OnLogDump(MainWindow&, wxCommandEvent&) {
+    LogStatus("Sending Log Dump Message to the network");
+    SendToMaster(LogDumpMsg::New());
+}
+
+void OnSuperShutdown(MainWindow& window, wxCommandEvent&) {
+    wxString text = _("Are you sure you want to shut down Vorlan on your entire network?");
+    if (size_t const running = WorkList::Get().Count(); running != 0)
+        text += "\n" + wxString::Format(wxPLURAL("It would end %zu work unit that runs now.",
+                                                 "It would end %zu work units that run now.", running),
+                                        running);
+    wxConfirmDlg question(&window, text, "SuperExit", _("System-wide exit"), _("Shut Down Everything"), wxString(),
+                          DefaultButton::Cancel);
     if (question.Confirm())
         SendToMaster(ShutdownMsg::New());
 }
+
+constexpr CommandRow AdministratorRow(int id, char const* label, char const* help,
+                                      void (*run)(MainWindow&, wxCommandEvent&)) {
+    return {
+        .id = id, .label = label, .help = help, .run = run, .needs = CommandNeeds::Connection, .administrator = true};
+}
+
+constexpr CommandRow k_SystemCommands[] = {
+    AdministratorRow(k_IdMasterHistoryLog, "View Master History.log", "Download and view the Master's History.log file",
+                     &OnViewMasterLogs),
+    AdministratorRow(k_IdDispatchLog, "View Current Dispatch.log",
+                     "Generate, download and view the lateste available Dispatch.log file", &OnViewMasterLogs),
+    AdministratorRow(k_IdLogDispatch, "Restart Dispatch logging",
+                     "Tell the master to start logging the dispatch loop again", &OnLogDispatch),
+    AdministratorRow(k_IdLogDump, "Write a Log Dump",
+                     "Tell the Master to write all that it knows to a file beside its log", &OnLogDump),
+    AdministratorRow(k_IdSuperExit, "System-wide exit", "Request a system wide shutdown of all Vorlan components",
+                     &OnSuperShutdown),
+};
+
+} // namespace
+
+void OnAdministratorMode(MainWindow& window, wxCommandEvent&) {
+    // The menu closes first: it is made anew.
+    window.CallAfter([&window] {
+        CALL_ENTRY();
+        if (window.IsAdministrator())
+            window.SetAdministrator(false);
+        else if (KnowsPassword(&window))
+            window.SetAdministrator(true);
+    });
+}
+
+std::span<CommandRow const> AdministratorCommands() { return k_SystemCommands; }
 
 } // namespace vorlan

@@ -6,12 +6,10 @@
 
 namespace vorlan {
 
+// The component that a command is about; -1: none.
+int ComponentOfCommand(int id);
+
 // The program lies beside this one.
 bool IsProgramInstalled(int component);
-
-template <int Component>
-bool IsInstalled() {
-    return IsProgramInstalled(Component);
-}
 
 } // namespace vorlan

@@ -1,9 +1,6 @@
-// The commands that show a folder of the system.
 #include "systemfolders.h"
 
-#include "systemids.h"
-#include "window/background.h"
-#include "window/mainwindow.h"
+#include "commands/ids.h"
 
 #include <corekit/file.h>
 #include <corekit/log.h>
@@ -12,7 +9,6 @@
 #include <optional>
 #include <vorlan/productfile.h>
 #include <vorlan/services.h>
-#include <wx/intl.h>
 
 namespace vorlan {
 
@@ -86,15 +82,6 @@ void ShowFolder(Path const& folder, FolderOpener const& open) {
     throw Exception("No program of this desktop could show the folder:\n" + folder +
                         "\nInstall a file manager and xdg-utils, or open it by hand.",
                     reasons);
-}
-
-void MainWindow::OnBrowseFolder(wxCommandEvent& event) {
-    Path const folder = SystemFolder(event.GetId());
-    if (folder.Empty()) {
-        ShowError(_("Browse Folder"), "This folder does not come with this installation. Install Vorlan anew.");
-        return;
-    }
-    InBackground(_("Browse Folder"), [folder] { ShowFolder(folder); });
 }
 
 } // namespace vorlan

@@ -3,17 +3,22 @@
 
 #include "client/componentcontrol.h"
 #include "client/options.h"
+#include "client/serviceoptions.h"
+#include "commands/ids.h"
 #include "installservicedlg.h"
 #include "outside/outside.h"
-#include "systemids.h"
+#include "systemcommands.h"
 #include "window/background.h"
 #include "window/mainwindow.h"
 
+#include <array>
 #include <chrono>
 #include <corekit/callentry.h>
 #include <corekit/commonmutex.h>
 #include <corekit/file.h>
+#include <corekit/filelock.h>
 #include <corekit/log.h>
+#include <corekit/sformat.h>
 #include <corekit/threadpool.h>
 #include <future>
 #include <vorlan/components.h>
@@ -29,68 +34,42 @@ namespace {
 
 enum class Action { Install, Start, Stop, Remove };
 
-// One command of the menu.
+// What the four commands of each service have in common, in the order of their numbers.
+struct ServiceVerb {
+    char const* name;
+    char const* key;      // of the confirmation, around the service's name
+    char const* question; // about the service of that name
+};
+
+constexpr ServiceVerb k_ServiceVerbs[] = {
+    {"Install", "OnInstall%s", wxTRANSLATE("Are you sure you want to install the %s as a service on this machine?")},
+    {"Start", "OnStart%sService", wxTRANSLATE("Are you sure you want to start the %s service on this machine?")},
+    {"Stop", "OnStop%sService", wxTRANSLATE("Are you sure you want to stop the %s service on this machine?")},
+    {"Remove", "OnRemove%s", wxTRANSLATE("Are you sure you want to remove the %s service from this machine?")},
+};
+
+// What a command's number stands for.
 struct ServiceCommand {
     Service service;
     Action action;
-    char const* key; // of its confirmation
-    char const* question;
-};
 
-constexpr ServiceCommand k_Engine[] = {
-    {Service::Engine, Action::Install, "OnInstallEngine",
-     wxTRANSLATE("Are you sure you want to install the Engine as a service on this machine?")},
-    {Service::Engine, Action::Start, "OnStartEngineService",
-     wxTRANSLATE("Are you sure you want to start the Engine service on this machine?")},
-    {Service::Engine, Action::Stop, "OnStopEngineService",
-     wxTRANSLATE("Are you sure you want to stop the Engine service on this machine?")},
-    {Service::Engine, Action::Remove, "OnRemoveEngine",
-     wxTRANSLATE("Are you sure you want to remove the Engine service from this machine?")},
-};
-constexpr ServiceCommand k_Control[] = {
-    {Service::EngineControl, Action::Install, "OnInstallEngineControl",
-     wxTRANSLATE("Are you sure you want to install the Engine control service on this machine?")},
-    {Service::EngineControl, Action::Start, "OnStartEngineControlService",
-     wxTRANSLATE("Are you sure you want to start the Engine control service on this machine?")},
-    {Service::EngineControl, Action::Stop, "OnStopEngineControlService",
-     wxTRANSLATE("Are you sure you want to stop the Engine control service on this machine?")},
-    {Service::EngineControl, Action::Remove, "OnRemoveEngineControl",
-     wxTRANSLATE("Are you sure you want to remove the Engine control service from this machine?")},
-};
-constexpr ServiceCommand k_Master[] = {
-    {Service::Master, Action::Install, "OnInstallMaster",
-     wxTRANSLATE("Are you sure you want to install the Master as a service on this machine?")},
-    {Service::Master, Action::Start, "OnStartMasterService",
-     wxTRANSLATE("Are you sure you want to start the Master service on this machine?")},
-    {Service::Master, Action::Stop, "OnStopMasterService",
-     wxTRANSLATE("Are you sure you want to stop the Master service on this machine?")},
-    {Service::Master, Action::Remove, "OnRemoveMaster",
-     wxTRANSLATE("Are you sure you want to remove the Master service from this machine?")},
-};
-
-ServiceCommand const* CommandOf(int id) {
-    auto const within = [id](int first, auto const& rows) {
-        return id >= first && id < first + static_cast<int>(std::size(rows)) ? &rows[id - first] : nullptr;
-    };
-    if (ServiceCommand const* const command = within(k_IdEngineService, k_Engine))
-        return command;
-    if (ServiceCommand const* const command = within(k_IdControlService, k_Control))
-        return command;
-    return within(k_IdMasterService, k_Master);
-}
-
-char const* Verb(Action action) {
-    switch (action) {
-    case Action::Install:
-        return "Install";
-    case Action::Start:
-        return "Start";
-    case Action::Stop:
-        return "Stop";
-    case Action::Remove:
-        return "Remove";
+    ServiceVerb const& Verb() const { return k_ServiceVerbs[static_cast<size_t>(action)]; }
+    // Of its confirmation.
+    String Key() const {
+        String name = ServiceName(service);
+        name.Replace(" ", "");
+        return SFormat(Verb().key, name.c_str());
     }
-    return "";
+};
+
+std::optional<ServiceCommand> ServiceCommandOf(int id) {
+    for (auto const& [first, service] :
+         {std::pair{k_IdEngineService, Service::Engine}, std::pair{k_IdControlService, Service::EngineControl},
+          std::pair{k_IdMasterService, Service::Master}}) {
+        if (id >= first && id < first + static_cast<int>(std::size(k_ServiceVerbs)))
+            return ServiceCommand{service, static_cast<Action>(id - first)};
+    }
+    return std::nullopt;
 }
 
 // "VorlanEngine", and what follows it for the control service.
@@ -135,10 +114,17 @@ ServiceScope InstalledScope(Service service) {
     return *scope;
 }
 
-// The client's own one makes room for that of the service.
-void EndOwn(int component) {
+// The client's own one makes room for that of the service. Another one would end the
+// service's at once, which the service manager calls a success.
+void MakeRoom(Service service) {
+    int const component = ServiceComponent(service);
     if (Outside::Get().DidStartComponent(component))
         Components::StopAndWait(component);
+    if (String holder; FileLock::IsHeld(Components::LockFile(component), &holder))
+        throw ServiceException(
+            SFormat("The %s service was not started: %s runs on this machine already (%s).", ServiceName(service),
+                    Components::GetName(component), holder.c_str()),
+            SFormat("If it is not that of the service, end it with \"Stop the %s now\" first.", ServiceName(service)));
 }
 
 // On a thread of the pool.
@@ -152,7 +138,7 @@ void Act(ServiceCommand const& command, ServiceSetup const& setup) {
     case Action::Start: {
         ServiceScope const scope = InstalledScope(command.service);
         if (command.service != Service::EngineControl)
-            EndOwn(ServiceComponent(command.service));
+            MakeRoom(command.service);
         manager->Start(scope, unit);
         break;
     }
@@ -167,14 +153,14 @@ void Act(ServiceCommand const& command, ServiceSetup const& setup) {
 
 // What the client changes on its side once it is done.
 void Finish(ServiceCommand const& command) {
-    LogStatus(String(Verb(command.action)) + " of " + Subject(command.service) + " as a service is done");
+    LogStatus(String(command.Verb().name) + " of " + Subject(command.service) + " as a service is done");
     if (command.service == Service::EngineControl)
         return;
     int const component = ServiceComponent(command.service);
     if (command.action == Action::Install)
-        KeepStartOption(VorlanApp::GetOptions(), component);
+        MoveStartOptionAway(component);
     else if (command.action == Action::Remove)
-        RestoreStartOption(VorlanApp::GetOptions(), component);
+        BringStartOptionBack(component);
 }
 
 // Who runs it; nothing when the user has given up.
@@ -188,6 +174,73 @@ std::optional<ServiceSetup> SetupFor(wxWindow* parent, Service service) {
     setup.account = "root";
     return setup;
 }
+
+// Where it is installed; does not wait.
+bool IsServiceInstalled(Service service) { return MachineServices()->FindScope(ServiceUnitName(service)).has_value(); }
+
+bool CanAct(int id) {
+    std::optional<ServiceCommand> const command = ServiceCommandOf(id);
+    if (!command)
+        return false;
+    if (command->action != Action::Install)
+        return IsServiceInstalled(command->service);
+    return command->service != Service::EngineControl || IsServiceInstalled(Service::Engine);
+}
+
+void OnService(MainWindow& window, wxCommandEvent& event) {
+    CALL_ENTRY();
+    std::optional<ServiceCommand> const command = ServiceCommandOf(event.GetId());
+    if (!command)
+        return;
+    char const* const verb = command->Verb().name;
+    wxString const title = wxString::Format("%s Service", verb);
+    wxString const question =
+        wxString::Format(wxGetTranslation(command->Verb().question), ServiceName(command->service));
+    if (!wxConfirmDlg(&window, question, command->Key(), title, verb).Confirm())
+        return;
+    ServiceSetup setup;
+    try {
+        if (command->action == Action::Install) {
+            std::optional<ServiceSetup> const asked = SetupFor(&window, command->service);
+            if (!asked)
+                return;
+            setup = *asked;
+        }
+    } catch (Exception const& exception) {
+        ShowError(title, exception.what());
+        return;
+    }
+    LogStatus(String("Trying to ") + verb + " " + Subject(command->service));
+    InBackground(
+        title, [command = *command, setup] { Act(command, setup); },
+        [command = *command](MainWindow&) {
+            Finish(command);
+            // The service's own one takes its place.
+            if (command.action == Action::Install && command.service != Service::EngineControl)
+                Outside::Get().StopComponent(ServiceComponent(command.service));
+        });
+}
+
+constexpr std::array<CommandRow, 4> ServiceRows(int first, std::array<char const*, 4> const& labels) {
+    std::array<CommandRow, 4> rows{};
+    for (size_t i = 0; i < rows.size(); ++i) {
+        rows[i].id = first + static_cast<int>(i);
+        rows[i].label = labels[i];
+        rows[i].run = &OnService;
+        rows[i].hasEffect = &CanAct;
+    }
+    return rows;
+}
+
+constexpr auto k_EngineService =
+    ServiceRows(k_IdEngineService, {"Install the Engine as a Service", "Start the Engine Service",
+                                    "Stop the Engine Service", "Remove the Engine Service"});
+constexpr auto k_ControlService =
+    ServiceRows(k_IdControlService, {"Install the Engine Control Service", "Start the Engine Control Service",
+                                     "Stop the Engine Control Service", "Remove the Engine Control Service"});
+constexpr auto k_MasterService =
+    ServiceRows(k_IdMasterService, {"Install the Master as a Service", "Start the Master Service",
+                                    "Stop the Master Service", "Remove the Master Service"});
 
 } // namespace
 
@@ -203,53 +256,15 @@ void SetMachineServices(std::shared_ptr<ServiceManager> manager) {
     s_manager = std::move(manager);
 }
 
-void KeepStartOption(OptionsFile& options, int component) {
-    String const key = StartKey(component);
-    OptionsFile::PauseAutoWrite const pause(options);
-    // A second installation must not keep what the first one has set.
-    if (!options.HasKey(k_Configuration, "Old" + key))
-        options.SetValue(k_Configuration, "Old" + key, options.GetValue(k_Configuration, key, int{k_StartNotSet}));
-    options.SetValue(k_Configuration, key, int{k_StartAndLeave});
-}
-
-void RestoreStartOption(OptionsFile& options, int component) {
-    String const key = StartKey(component);
-    OptionsFile::PauseAutoWrite const pause(options);
-    if (!options.HasKey(k_Configuration, "Old" + key))
-        return;
-    options.SetValue(k_Configuration, key, options.GetValue(k_Configuration, "Old" + key, int{k_StartNotSet}));
-    options.ClearKey(k_Configuration, "Old" + key);
-}
-
-void MainWindow::OnService(wxCommandEvent& event) {
-    CALL_ENTRY();
-    ServiceCommand const* const command = CommandOf(event.GetId());
-    if (!command)
-        return;
-    wxString const title = wxString::Format("%s Service", Verb(command->action));
-    if (!wxConfirmDlg(this, wxGetTranslation(command->question), command->key, title).Confirm())
-        return;
-    ServiceSetup setup;
-    try {
-        if (command->action == Action::Install) {
-            std::optional<ServiceSetup> const asked = SetupFor(this, command->service);
-            if (!asked)
-                return;
-            setup = *asked;
-        }
-    } catch (Exception const& exception) {
-        ShowError(title, exception.what());
-        return;
+std::span<CommandRow const> ServiceCommands(Service service) {
+    switch (service) {
+    case Service::Engine:
+        return k_EngineService;
+    case Service::EngineControl:
+        return k_ControlService;
+    default:
+        return k_MasterService;
     }
-    LogStatus(String("Trying to ") + Verb(command->action) + " " + Subject(command->service));
-    InBackground(
-        title, [command = *command, setup] { Act(command, setup); },
-        [command = *command](MainWindow&) {
-            Finish(command);
-            // The service's own one takes its place.
-            if (command.action == Action::Install && command.service != Service::EngineControl)
-                Outside::Get().StopComponent(ServiceComponent(command.service));
-        });
 }
 
 } // namespace vorlan

@@ -14,7 +14,7 @@ namespace vorlan {
 
 void OnGuiThread(std::function<void(MainWindow&)> call) {
     wxTheApp->CallAfter([call = std::move(call)] {
-        if (MainWindow* const window = MainWindow::Get())
+        if (MainWindow* const window = MainWindow::Get(); window && !window->IsClosing())
             call(*window);
     });
 }

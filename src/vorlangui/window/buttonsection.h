@@ -26,8 +26,6 @@ public:
     void ApplyColors() override;
 
 private:
-    friend class GuiTester;
-
     wxRect Bar() const;
     void ShowButtons();
     void OnPaint(wxPaintEvent& event);

@@ -2,6 +2,7 @@
 
 #include "client/componentcontrol.h"
 #include "client/options.h"
+#include "client/serviceoptions.h"
 
 #include <vorlan/vorlanapp.h>
 #include <wx/intl.h>
@@ -16,8 +17,10 @@ namespace {
 
 constexpr int k_ComponentNoteIndent = 24;
 
-void StoreChoice(bool leaveRunning, LocalOption<int> const& option) {
-    if (std::optional<int> const value = LeaveRunningOption(leaveRunning, option.Get()))
+void StoreChoice(wxCheckBox const& box, LocalOption<int> const& option) {
+    if (!box.IsEnabled())
+        return;
+    if (std::optional<int> const value = LeaveRunningOption(box.GetValue(), option.Get()))
         option.Set(*value);
 }
 
@@ -52,12 +55,12 @@ ConfirmClose::ConfirmClose(wxWindow* parent) : wxVorlanDlg(parent, _("Confirm Cl
     title->Add(NewLabel(_("Components"), 1.0, ColorName::TextGrey));
     title->Add(new wxvStaticLine(this), wxSizerFlags(1).Centre().Border(wxLEFT, FromDIP(k_LabelGap)));
     content->Add(title, wxSizerFlags().Expand());
-    m_leaveEngine =
-        NewChoice(*content, _("Leave the Engine running"),
-                  _("If checked, this machine will still be able to render jobs"), k_OptionStartEngineAtClose);
-    m_leaveMaster =
-        NewChoice(*content, _("Leave the Master running"),
-                  _("If checked, this machine will still be able to manage the system"), k_OptionStartMasterAtClose);
+    m_leaveEngine = NewChoice(*content, _("Leave the Engine running"),
+                              _("If checked, this machine will still be able to render jobs"),
+                              k_OptionStartEngineAtClose, k_ComponentEngine);
+    m_leaveMaster = NewChoice(*content, _("Leave the Master running"),
+                              _("If checked, this machine will still be able to manage the system"),
+                              k_OptionStartMasterAtClose, k_ComponentMaster);
     content->Add(new wxvStaticLine(this), wxSizerFlags().Expand().Border(wxTOP | wxBOTTOM, FromDIP(k_GroupGap)));
     m_dontAsk = new wxvCheckBox(this, wxID_ANY, _("Don't ask this again"));
     content->Add(m_dontAsk);
@@ -65,9 +68,12 @@ ConfirmClose::ConfirmClose(wxWindow* parent) : wxVorlanDlg(parent, _("Confirm Cl
 }
 
 wxCheckBox* ConfirmClose::NewChoice(wxSizer& column, wxString const& label, wxString const& note,
-                                    LocalOption<int> const& option) {
+                                    LocalOption<int> const& option, int component) {
     auto* box = new wxvCheckBox(this, wxID_ANY, label);
-    box->SetValue(option.Get() == k_StartAndLeave);
+    // A service runs on by itself.
+    bool const isService = IsRunByService(component);
+    box->SetValue(isService || option.Get() == k_StartAndLeave);
+    box->Enable(!isService);
     column.Add(box, wxSizerFlags().Border(wxTOP, FromDIP(k_LabelGap)));
     column.Add(NewLabel(note, 1.0, ColorName::TextGrey), wxSizerFlags().Border(wxLEFT, FromDIP(k_ComponentNoteIndent)));
     return box;
@@ -75,8 +81,8 @@ wxCheckBox* ConfirmClose::NewChoice(wxSizer& column, wxString const& label, wxSt
 
 void ConfirmClose::Store() const {
     OptionsFile::PauseAutoWrite const pause(VorlanApp::GetOptions());
-    StoreChoice(m_leaveEngine->GetValue(), k_OptionStartEngineAtClose);
-    StoreChoice(m_leaveMaster->GetValue(), k_OptionStartMasterAtClose);
+    StoreChoice(*m_leaveEngine, k_OptionStartEngineAtClose);
+    StoreChoice(*m_leaveMaster, k_OptionStartMasterAtClose);
     wxConfirmDlg::SetAnswered(k_Key, m_dontAsk->GetValue());
 }
 

@@ -25,7 +25,8 @@ public:
 
 private:
     explicit ConfirmClose(wxWindow* parent);
-    wxCheckBox* NewChoice(wxSizer& column, wxString const& label, wxString const& note, LocalOption<int> const& option);
+    wxCheckBox* NewChoice(wxSizer& column, wxString const& label, wxString const& note, LocalOption<int> const& option,
+                          int component);
     void Store() const;
 
     wxCheckBox* m_leaveEngine;

@@ -22,8 +22,6 @@ public:
     bool IsInfoShown() const { return IsSplit(); }
 
 private:
-    friend class GuiTester;
-
     static double StoredPart();
     void OnDragSash(wxSplitterEvent& event);
     void OnMoveSash(wxSplitterEvent& event);

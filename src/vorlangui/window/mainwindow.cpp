@@ -2,8 +2,8 @@
 
 #include "client/options.h"
 #include "confirmclose.h"
-#include "core/vorlangui.h"
 #include "droptarget.h"
+#include "enginemode.h"
 #include "infopane.h"
 #include "mainsplitter.h"
 #include "messagepane.h"
@@ -45,8 +45,11 @@ enum StatusField { k_FieldCounts, k_FieldAdministrator, k_FieldConnection, k_Fie
 MainWindow* MainWindow::s_window = nullptr;
 constinit MainWindow::Idle MainWindow::s_Idle;
 
-MainWindow::MainWindow(wxString const& title, wxPoint const& position, wxSize const& size)
-    : wxVorlanFrame(nullptr, title, position, size, k_WindowSection), m_master(FarmClient::Get()->Master()) {
+MainWindow::MainWindow(wxString const& title, wxPoint const& position, wxSize const& size,
+                       std::span<CommandMenu const> menus)
+    : wxVorlanFrame(nullptr, title, position, size, k_WindowSection),
+      m_master(FarmClient::Get()->Master()),
+      m_menus(menus) {
     CALL_ENTRY();
     wxWindowUpdateLocker const freeze(this);
     wxSystemOptions::SetOption("mac.listctrl.always_use_generic", 1);
@@ -78,8 +81,6 @@ MainWindow::~MainWindow() {
     if (m_timeout)
         PopEventHandler(true);
     s_window = nullptr;
-    if (VorlanGui* const gui = VorlanGui::Get(); gui && gui->Window() == this)
-        gui->ForgetWindow();
 }
 
 void MainWindow::BuildStatusBar() {
@@ -99,13 +100,15 @@ void MainWindow::BuildPanes() {
                                   {_("I'm currently searching for the Master. It may take me a minute to find one."),
                                    _("If I seem to be having trouble, try using the options in the System Menu."),
                                    _("Thank you for your patience.")});
+    m_searching->SetName("SearchingPane");
     m_main = new _MainSplitter(this);
+    m_main->SetName("MainSplitter");
     m_views = new ViewsArea(m_main);
     m_info = new InfoPane(m_main);
     m_main->Fill(m_views, m_info, k_OptionInfoPane.Get());
     m_main->Bind(wxEVT_SPLITTER_UNSPLIT, [this](wxSplitterEvent& event) {
         event.Skip();
-        OnCloseInfo();
+        ShowInfoPane(false);
     });
     m_engineMode =
         new MessagePane(this, _("Engine Mode"),
@@ -115,6 +118,7 @@ void MainWindow::BuildPanes() {
                          _("To return to normal operation, use the Connect option in the System menu."),
                          _("To change the system timeout to enter Engine Mode, use the Administator Options"),
                          _("To change how your machine enters Engine Mode, use the VorlanGui Options.")});
+    m_engineMode->SetName("EngineModePane");
     m_panes = new wxBoxSizer(wxVERTICAL);
     m_panes->Add(m_toolbar, wxSizerFlags().Expand());
     m_toolbar->Show(k_OptionToolbar.Get());
@@ -142,7 +146,7 @@ void MainWindow::ShowView(int view) {
         m_engineMode->Show(m_shown == k_ViewEngineMode);
     }
     if (view == k_ViewMain) {
-        m_timeout->Reset();
+        _EngineModeTimeout::ResetCurrent();
         m_firstRun = false;
         NoteServing();
     }
@@ -235,6 +239,7 @@ void MainWindow::OnClose(wxCloseEvent& event) {
         event.Veto();
         return;
     }
+    m_closing = true;
     if (m_timeout) {
         // It may be on the stack right now: it goes when the event is through.
         PopEventHandler(false);

@@ -2,7 +2,7 @@
 
 #include "client/mastersettings.h"
 #include "commands/command.h"
-#include "core/enginemode.h"
+#include "commands/customcommands.h"
 #include "selecthistory.h"
 
 #include <corekit/path.h>
@@ -12,6 +12,7 @@
 #include <wx/wxvorlanframe.h>
 
 class wxListEvent;
+class wxMenuBar;
 class wxSizer;
 class wxTimerEvent;
 
@@ -20,6 +21,7 @@ namespace vorlan {
 class InfoPane;
 class MessagePane;
 class ViewsArea;
+class _EngineModeTimeout;
 class _MainSplitter;
 class wxVorlanToolbar;
 
@@ -29,9 +31,9 @@ class wxVorlanToolbar;
 // Works with: VorlanGui; MasterSettings, the client's copy of the Master's options;
 // _SelectTimer, which tells what has been selected.
 // Thread: the GUI thread; Master() on any.
-// Always: the command methods live in the file of their menu. One list at a time holds
-// a selection.
-class MainWindow : public wxVorlanFrame {
+// Always: what a command does stands in the file of its menu (menus/, system/), and uses
+// what is public here. One list at a time holds a selection.
+class MainWindow : public wxVorlanFrame, public CommandUser {
 public:
     // What ShowView takes. Connecting shows the search too, but leaves Engine Mode.
     static constexpr int k_ViewSearching = 0;
@@ -39,16 +41,16 @@ public:
     static constexpr int k_ViewMain = 2;
     static constexpr int k_ViewEngineMode = 3;
 
-    static constexpr int k_IdRebuildMenus = 17000;
-    static constexpr int k_IdShowReport = 17001; // the event's text: title "|" body
-
-    MainWindow(wxString const& title, wxPoint const& position, wxSize const& size);
+    // `menus` lives as long as the program.
+    MainWindow(wxString const& title, wxPoint const& position, wxSize const& size, std::span<CommandMenu const> menus);
     ~MainWindow() override;
 
     // Null before construction and after destruction.
     static MainWindow* Get() { return s_window; }
     // All parts are there. What its parts tell each other before that is of no account.
     bool IsReady() const { return m_ready; }
+    // It has begun to close: it is told nothing any more.
+    bool IsClosing() const { return m_closing; }
 
     // The toolkit is idle. Emitted after the window has done its own share.
     using Idle = Signal1<wxIdleEvent&, ThreadPolicy::SingleThreaded>;
@@ -60,10 +62,15 @@ public:
     // Makes menu bar and toolbar anew. While a menu is open it waits for its end.
     void BuildMenus(bool connected);
     bool IsMenuOpen() const { return !m_openMenus.empty(); }
-    // A command with that need can be used now.
-    bool CanUse(CommandNeeds needs);
+    // The menus have been made for a connection.
+    bool HasMaster() const override { return m_menusConnected; }
+    bool CanUse(CommandNeeds needs) const override;
+    // The commands of Products that its menus hold at the moment.
+    CustomCommands& Custom() { return m_custom; }
     // The text of the connection in the status bar.
     void ShowConnection(String const& text);
+    // The counts of the lists, unless an open menu shows its help there.
+    void UpdateStatusBar();
 
     void ClearData();
     // Asks the Master for everything.
@@ -77,6 +84,10 @@ public:
     void TakeJobs(std::vector<boost::shared_ptr<Job>> const& jobs, bool immediate);
 
     InfoPane* Info() { return m_info; }
+    // Null before the menus have been built.
+    wxVorlanToolbar* Toolbar() const { return m_toolbar; }
+    // Null when the window is closing.
+    _EngineModeTimeout* IdleTimeout() const { return m_timeout; }
     // Null before the panes have been built.
     ViewsArea const* Views() const { return m_views; }
     // That tab is in front now: the View menu says so.
@@ -93,57 +104,52 @@ public:
     // user at the machine, or the user. Empty without a window.
     static String DefaultCreator();
     // This user may not do that.
-    bool IsRestricted(String const& action) const { return !m_administrator && m_master.Restricts(action); }
-    bool IsAdministrator() const { return m_administrator; }
+    bool IsRestricted(String const& action) const override { return !m_administrator && m_master.Restricts(action); }
+    bool IsAdministrator() const override { return m_administrator; }
     // Shows or hides what only administrators have.
     void SetAdministrator(bool administrator);
     // No client has run here before this one.
     bool IsFirstRun() const { return m_firstRun; }
     void SetFirstRun(bool firstRun) { m_firstRun = firstRun; }
 
+    // Leaves Engine Mode, and looks for a Master anew.
     void OnConnect(wxCommandEvent& event);
-    void OnRefresh(wxCommandEvent& event);
+    // Runs as just an Engine from now on.
     void OnEngineMode(wxCommandEvent& event);
-    void OnColorScheme(wxCommandEvent& event);
-    void OnResetAllConfirmations(wxCommandEvent& event);
-    void OnExit(wxCommandEvent& event);
-    void OnBrowseFolder(wxCommandEvent& event);
-    void OnViewGuiHistoryLog(wxCommandEvent& event);
-    void OnInstallScript(wxCommandEvent& event);
-    void OnStartTool(wxCommandEvent& event);
-    void OnStartComponent(wxCommandEvent& event);
-    void OnStopComponent(wxCommandEvent& event);
-    void OnRemoveLockFile(wxCommandEvent& event);
-    void OnService(wxCommandEvent& event);
-    void OnAdministratorMode(wxCommandEvent& event);
-    void OnViewMasterLogs(wxCommandEvent& event);
-    void OnLogDispatch(wxCommandEvent& event);
-    void OnSuperShutdown(wxCommandEvent& event);
-    void OnViewChange(wxCommandEvent& event);
-    void OnSelectPrev(wxCommandEvent& event);
-    void OnSelectNext(wxCommandEvent& event);
-    void OnViewInfoPane(wxCommandEvent& event);
-    void OnInfoPaneTool(wxCommandEvent& event);
-    void OnViewToolBar(wxCommandEvent& event);
-    void OnViewStatusBar(wxCommandEvent& event);
-    void OnOpenDocument(wxCommandEvent& event);
-    void OnAbout(wxCommandEvent& event);
     void StopEngineModeShutdownPipe();
 
+    // Through what was selected before, and forth again; nothing at an end.
+    void GoToFormerSelection() { GoTo(m_history.GoToFormer()); }
+    void GoToLaterSelection() { GoTo(m_history.GoToLater()); }
+    // The tab of the views, the last one at most. The keyboard goes to its list.
+    void ShowTab(int view);
+    // Each keeps its menu item in step; the first two remember it in the options.
+    void ShowInfoPane(bool show);
+    void ShowToolbar(bool show);
+    void ShowStatusBar(bool show);
+
 private:
-    friend class GuiTester;
+    // One that stands in the bar.
+    struct BuiltMenu {
+        wxMenu* menu;
+        CommandMenu const* table;
+        size_t fixedItems; // what is behind them goes when the menu opens
+    };
 
     // The client does not end in passing.
     bool ClosesOnEscape() const override { return false; }
     void BindCommands();
-    void BindRows(std::span<CommandRow const> rows);
     void BindSelection();
+    void AddMenu(wxMenuBar& bar, CommandMenu const& table);
     void AddTools(std::span<CommandRow const> rows);
+    void FillMenu(BuiltMenu const& built);
+    CommandRow const* FindCommandHere(int id) const;
+    void OnCommand(wxCommandEvent& event);
+    void OnUpdateCommand(wxUpdateUIEvent& event);
+    // A number that stands in no table.
+    void OnExtendedCommand(wxCommandEvent& event);
     // Checks the menu's item and sets the toolbar's button.
     void SetChecked(int id, bool checked);
-    void ShowInfoPane(bool show);
-    // The user has closed it by its sash.
-    void OnCloseInfo();
     void BuildStatusBar();
     void BuildPanes();
     void SetTitlebar();
@@ -155,8 +161,6 @@ private:
     void OnSysColorChange(wxSysColourChangedEvent& event);
     void OnMenuOpen(wxMenuEvent& event);
     void OnMenuClosed(wxMenuEvent& event);
-    void OnRebuildMenus(wxCommandEvent& event);
-    void OnShowReport(wxCommandEvent& event);
 
     // What it showed is about to go.
     void ForgetSelection();
@@ -186,7 +190,11 @@ private:
     MessagePane* m_engineMode = nullptr;
     int m_shown = k_ViewSearching;
     bool m_ready = false;
+    bool m_closing = false;
 
+    std::span<CommandMenu const> const m_menus;
+    std::vector<BuiltMenu> m_builtMenus;
+    CustomCommands m_custom;
     std::set<wxMenu const*> m_openMenus;
     bool m_rebuildDue = false; // when the last of them has closed
     bool m_menusConnected = false;

@@ -1,5 +1,6 @@
 // What MainWindow does when rows of its lists are selected: the info pane follows, and
 // the history remembers.
+#include "commands/ids.h"
 #include "infopane.h"
 #include "lists/listctrlbase.h"
 #include "mainwindow.h"
@@ -10,6 +11,7 @@
 
 #include <corekit/callentry.h>
 #include <wx/listctrl.h>
+#include <wx/textentry.h>
 
 namespace vorlan {
 
@@ -101,6 +103,7 @@ bool MainWindow::ShowSelected(InfoPane& pane, int kind, UID const& id) {
 }
 
 void MainWindow::GoTo(SelectHistoryEntry const* entry) {
+    CALL_ENTRY();
     if (!entry)
         return;
     ClearLastSelection(entry->list);
@@ -119,14 +122,18 @@ void MainWindow::_UpdateSelect(InfoPane& pane, SelectHistoryEntry const& entry) 
         ShowSelected(pane, entry.kind, list->GetRowID(row));
 }
 
-void MainWindow::OnSelectPrev(wxCommandEvent&) {
-    CALL_ENTRY();
-    GoTo(m_history.GoToFormer());
-}
-
-void MainWindow::OnSelectNext(wxCommandEvent&) {
-    CALL_ENTRY();
-    GoTo(m_history.GoToLater());
+// A window that scrolls takes these keys for itself before the menu gets them.
+void MainWindow::OnSelectKey(wxKeyEvent& event) {
+    int const key = event.GetKeyCode();
+    bool const back = key == WXK_LEFT || key == WXK_NUMPAD_LEFT;
+    bool const forth = key == WXK_RIGHT || key == WXK_NUMPAD_RIGHT;
+    if (event.GetModifiers() != wxMOD_CONTROL || !(back || forth) || dynamic_cast<wxTextEntry*>(FindFocus())) {
+        event.Skip();
+        return;
+    }
+    wxCommandEvent command(wxEVT_MENU, back ? k_IdSelectPrev : k_IdSelectNext);
+    command.SetEventObject(this);
+    HandleWindowEvent(command);
 }
 
 } // namespace vorlan

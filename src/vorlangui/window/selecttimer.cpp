@@ -1,6 +1,6 @@
 #include "selecttimer.h"
 
-#include "core/enginemode.h"
+#include "enginemode.h"
 #include "lists/listctrlbase.h"
 #include "mainwindow.h"
 

@@ -31,8 +31,6 @@ public:
     static PendingSelection const& Pending();
 
 private:
-    friend class GuiTester;
-
     explicit _SelectTimer(MainWindow& window);
 
     static std::unique_ptr<_SelectTimer>& Timer();

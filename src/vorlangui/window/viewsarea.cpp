@@ -1,6 +1,7 @@
 #include "viewsarea.h"
 
 #include "client/options.h"
+#include "commands/ids.h"
 #include "lists/enginelistctrl.h"
 #include "lists/joblistctrl.h"
 #include "lists/worklistctrl.h"
@@ -90,22 +91,16 @@ void ViewsArea::AddView(wxvPanel* page, wxString const& name, ListCtrlBase* firs
     AddPage(page, name);
 }
 
-void ViewsArea::InsertMenuViews(wxMenu& menu) const {
-    int const last = static_cast<int>(GetPageCount()) - 1;
-    if (last < 0)
-        return;
-    menu.PrependSeparator();
-    for (int view = last; view >= 0; --view) {
-        wxString const name = GetPageText(static_cast<size_t>(view));
-        menu.PrependCheckItem(k_FirstMenuId + view, name,
-                              wxString::Format(_("Change the current view to the '%s' view tab"), name));
+void ViewsArea::AppendMenuViews(wxMenu& menu) const {
+    for (size_t view = 0; view < GetPageCount(); ++view) {
+        wxString const name = GetPageText(view);
+        menu.AppendCheckItem(k_IdFirstView + static_cast<int>(view), name,
+                             wxString::Format(_("Change the current view to the '%s' view tab"), name))
+            ->Check(static_cast<int>(view) == std::max(GetSelection(), 0));
     }
-    menu.Check(k_FirstMenuId + std::max(GetSelection(), 0), true);
 }
 
-void ViewsArea::ShowViewOf(int menuId) {
-    SetSelection(std::min(static_cast<size_t>(menuId - k_FirstMenuId), GetPageCount() - 1));
-}
+void ViewsArea::ShowTab(int view) { SetSelection(std::min(static_cast<size_t>(view), GetPageCount() - 1)); }
 
 void ViewsArea::OnChangeView(wxAuiNotebookEvent& event) {
     CALL_ENTRY();

@@ -18,15 +18,13 @@ class ListCtrlBase;
 class ViewsArea : public wxvNotebook {
 public:
     static constexpr int k_Id = 2000;
-    static constexpr int k_FirstMenuId = 14000;
-    static constexpr int k_LastMenuId = 14099;
 
     explicit ViewsArea(wxWindow* parent);
 
-    // Puts a check item for each tab at the top of the menu.
-    void InsertMenuViews(wxMenu& menu) const;
-    // To the tab of a menu item, the last one at most.
-    void ShowViewOf(int menuId);
+    // A check item for each tab.
+    void AppendMenuViews(wxMenu& menu) const;
+    // The last one at most.
+    void ShowTab(int view);
     // Of the page in front.
     void FocusFirstList();
 

@@ -11,7 +11,7 @@ constexpr int k_TextWidth = 480;
 }
 
 wxConfirmDlg::wxConfirmDlg(wxWindow* parent, wxString const& text, corekit::String key, wxString const& title,
-                           wxString const& accept, wxString const& cancel)
+                           wxString const& accept, wxString const& cancel, DefaultButton preset)
     : wxVorlanDlg(parent, title.empty() ? _("Please confirm") : title, corekit::String()), m_key(std::move(key)) {
     auto* content = new wxBoxSizer(wxVERTICAL);
     int const width = FromDIP(k_TextWidth);
@@ -21,7 +21,7 @@ wxConfirmDlg::wxConfirmDlg(wxWindow* parent, wxString const& text, corekit::Stri
         content->Add(NewParagraph(rest, width), wxSizerFlags().Border(wxTOP, FromDIP(k_LabelGap)));
     m_dontAsk = new wxvCheckBox(this, wxID_ANY, _("Don't ask this again"));
     content->Add(m_dontAsk, wxSizerFlags().Border(wxTOP, FromDIP(k_GroupGap)));
-    Finish(content, accept.empty() ? _("OK") : accept, cancel.empty() ? _("Cancel") : cancel);
+    Finish(content, accept.empty() ? _("OK") : accept, cancel.empty() ? _("Cancel") : cancel, preset);
 }
 
 bool wxConfirmDlg::Confirm() {

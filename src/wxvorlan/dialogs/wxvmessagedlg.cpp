@@ -69,7 +69,7 @@ private:
 } // namespace
 
 wxvMessageDlg::wxvMessageDlg(wxWindow* parent, wxString const& title, wxString const& message, MessageKind kind,
-                             wxString const& details, wxString const& accept)
+                             wxString const& details, wxString const& accept, DefaultButton preset)
     : wxVorlanDlg(parent, title, corekit::String()), m_message(message) {
     auto* texts = new wxBoxSizer(wxVERTICAL);
     int const width = FromDIP(k_MessageWidth);
@@ -84,9 +84,15 @@ wxvMessageDlg::wxvMessageDlg(wxWindow* parent, wxString const& title, wxString c
     content->Add(texts, wxSizerFlags(1).Border(wxLEFT, FromDIP(k_Margin)));
     content->AddSpacer(FromDIP(k_Margin));
     bool const asks = kind == MessageKind::Question;
-    Finish(content, accept.empty() ? _("OK") : accept, asks ? _("Cancel") : wxString());
+    Finish(content, accept.empty() ? _("OK") : accept, asks ? _("Cancel") : wxString(), preset);
 }
 
 void wxvMessageDlg::Tell(wxWindow* parent, wxString const& title, wxString const& message, MessageKind kind) {
     wxvMessageDlg(parent, title, message, kind).ShowModal();
+}
+
+bool wxvMessageDlg::MayEnd(wxWindow* parent, wxString const& title, wxString const& question, wxString const& details,
+                           wxString const& accept) {
+    return wxvMessageDlg(parent, title, question, MessageKind::Question, details, accept, DefaultButton::Cancel)
+               .ShowModal() == wxID_OK;
 }

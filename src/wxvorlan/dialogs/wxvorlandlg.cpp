@@ -90,7 +90,7 @@ void wxVorlanDlg::CloseAll() {
     });
 }
 
-void wxVorlanDlg::Finish(wxSizer* content, wxString const& accept, wxString const& cancel) {
+void wxVorlanDlg::Finish(wxSizer* content, wxString const& accept, wxString const& cancel, DefaultButton preset) {
     auto* buttons = new wxBoxSizer(wxHORIZONTAL);
     buttons->AddStretchSpacer();
     auto add = [&](wxWindowID id, wxString const& label) {
@@ -100,17 +100,17 @@ void wxVorlanDlg::Finish(wxSizer* content, wxString const& accept, wxString cons
         buttons->Add(button);
         return button;
     };
-    if (!cancel.empty())
-        add(wxID_CANCEL, cancel);
+    wxButton* const cancelling = cancel.empty() ? nullptr : add(wxID_CANCEL, cancel);
     wxButton* const accepting = add(wxID_OK, accept);
-    accepting->SetDefault();
+    wxButton* const first = preset == DefaultButton::Cancel && cancelling ? cancelling : accepting;
+    first->SetDefault();
 
     auto* all = new wxBoxSizer(wxVERTICAL);
     all->Add(content, wxSizerFlags(1).Expand().Border(wxALL, FromDIP(k_Margin)));
     all->Add(buttons, wxSizerFlags().Expand().Border(wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(k_Margin)));
     SetSizerAndFit(all);
     CentreOnParent();
-    accepting->SetFocus();
+    first->SetFocus();
 }
 
 wxvStaticText* wxVorlanDlg::NewLabel(wxString const& text, double scale, ColorName color) {

@@ -1,8 +1,8 @@
 // The context menus of the lists.
-#include "core/enginemode.h"
+#include "enginemode.h"
 #include "lists/columnmenu.h"
 #include "lists/listctrlbase.h"
-#include "window/mainwindow.h"
+#include "mainwindow.h"
 
 #include <corekit/callentry.h>
 #include <wx/listctrl.h>

@@ -1,28 +1,20 @@
 // The Help menu: its commands and what they do. Documents that are not installed beside
 // the program have no item.
-#include "command.h"
+#include "commands/ids.h"
 #include "config/aboutdlg.h"
+#include "menus.h"
 #include "system/systemfolders.h"
 #include "window/background.h"
 #include "window/mainwindow.h"
 
 #include <corekit/file.h>
 #include <wx/intl.h>
-#include <wx/menu.h>
 #include <wx/utils.h>
 #include <wx/wxvtext.h>
 
 namespace vorlan {
 
 namespace {
-
-enum HelpId : int {
-    k_IdAbout = 5014,
-    k_IdUserManual = 14108,
-    k_IdAdministratorManual = 14109,
-    k_IdAfterEffects = 14111,
-    k_IdDocsFolder = 14114,
-};
 
 constexpr char k_DocsFolder[] = "docs";
 
@@ -42,38 +34,11 @@ Path DocumentOf(int id) {
 }
 
 template <int id>
-bool IsThere() {
+bool IsThere(CommandUser const&) {
     return DocumentOf(id).Exists();
 }
 
-template <int id>
-constexpr CommandRow Document(char const* label) {
-    CommandRow row{id, label, nullptr, &MainWindow::OnOpenDocument};
-    row.present = &IsThere<id>;
-    return row;
-}
-
-constexpr CommandRow k_Help[] = {
-    Document<k_IdUserManual>("&User Manual"),
-    Document<k_IdAdministratorManual>("&Administrator Manual"),
-    Document<k_IdAfterEffects>("Using Vorlan with &After Effects"),
-    k_CommandLine,
-    Document<k_IdDocsFolder>("Browse the Docs folder"),
-    k_CommandLine,
-    {k_IdAbout, "&About VorlanGUI", "Displays program information about VorlanGUI", &MainWindow::OnAbout},
-};
-
-} // namespace
-
-std::span<CommandRow const> HelpCommands() { return k_Help; }
-
-void BuildHelpMenu(wxMenuBar& bar, MainWindow const& window, bool connected) {
-    auto* menu = new wxMenu;
-    AppendCommands(*menu, window, HelpCommands(), connected);
-    bar.Append(menu, _("&Help"));
-}
-
-void MainWindow::OnOpenDocument(wxCommandEvent& event) {
+void OnOpenDocument(MainWindow&, wxCommandEvent& event) {
     Path const document = DocumentOf(event.GetId());
     if (document.IsFolder()) {
         InBackground(_("Browse the Docs folder"), [document] { ShowFolder(document); });
@@ -84,9 +49,28 @@ void MainWindow::OnOpenDocument(wxCommandEvent& event) {
                                  "\nInstall a PDF viewer, or open it by hand.");
 }
 
-void MainWindow::OnAbout(wxCommandEvent&) {
-    AboutDlg dialog(this);
-    dialog.ShowModal();
+void OnAbout(MainWindow& window, wxCommandEvent&) { AboutDlg(&window).ShowModal(); }
+
+template <int Id>
+constexpr CommandRow Document(char const* label) {
+    return {.id = Id, .label = label, .run = &OnOpenDocument, .present = &IsThere<Id>};
 }
+
+constexpr CommandRow k_Help[] = {
+    Document<k_IdUserManual>("&User Manual"),
+    Document<k_IdAdministratorManual>("&Administrator Manual"),
+    Document<k_IdAfterEffects>("Using Vorlan with &After Effects"),
+    k_CommandLine,
+    Document<k_IdDocsFolder>("Browse the Docs folder"),
+    k_CommandLine,
+    {.id = k_IdAbout,
+     .label = "&About VorlanGUI",
+     .help = "Displays program information about VorlanGUI",
+     .run = &OnAbout},
+};
+
+} // namespace
+
+std::span<CommandRow const> HelpCommands() { return k_Help; }
 
 } // namespace vorlan

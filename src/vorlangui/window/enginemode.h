@@ -32,6 +32,8 @@ public:
     bool HasExpired(Time const& now);
     // Hears nothing any more; its window is closing.
     void Retire();
+    // It is over at that moment; zero: never.
+    void ExpireAt(Time const& moment) { m_expires.store(moment.Milliseconds(), std::memory_order_relaxed); }
     // Zero for none.
     Time Expires() const { return Time(m_expires.load(std::memory_order_relaxed)); }
 
@@ -39,8 +41,6 @@ public:
     static void ResetCurrent();
 
 private:
-    friend class GuiTester;
-
     // Knows of every modal dialog, also of those of the toolkit.
     class ModalWatch : public wxModalDialogHook {
     public:

@@ -1,6 +1,10 @@
 #include "enginemode.h"
 
+#include "client/componentcontrol.h"
+#include "client/farmclient.h"
 #include "client/options.h"
+#include "client/serviceoptions.h"
+#include "mainwindow.h"
 #include "outside/outside.h"
 
 #include <corekit/callentry.h>
@@ -61,7 +65,7 @@ void _EngineModeTimeout::OnMenu(wxCommandEvent& event) {
 
 void _EngineModeTimeout::Reset() {
     CALL_ENTRY();
-    m_expires.store(0, std::memory_order_relaxed);
+    ExpireAt(Time());
     m_suspended.store(false, std::memory_order_relaxed);
     // Only a client that has started its own Engine may become one.
     if (!Outside::Get().DidStartComponent(k_ComponentEngine))
@@ -74,7 +78,7 @@ void _EngineModeTimeout::Reset() {
     if (span.IsZero())
         return;
     Time const expires = Time::CurrentTime() + span;
-    m_expires.store(expires.Milliseconds(), std::memory_order_relaxed);
+    ExpireAt(expires);
     LogStatus("Set Engine Mode timeout to: " + expires.Format(k_DefaultDateTime));
 }
 
@@ -82,7 +86,7 @@ bool _EngineModeTimeout::HasExpired(Time const& now) {
     Time const expires = Expires();
     if (expires.IsZero() || m_openModals > 0 || m_suspended.load(std::memory_order_relaxed) || now < expires)
         return false;
-    m_expires.store(0, std::memory_order_relaxed);
+    ExpireAt(Time());
     return true;
 }
 
@@ -105,5 +109,50 @@ void _EngineModeShutdownPipe::OnConnect() {
     LogSystem("Received shutdown request from Engine Mode shutdown pipe");
     Messenger::SSendMessageToSelf(ShutdownMsg::New());
 }
+
+namespace {
+
+std::unique_ptr<_EngineModeShutdownPipe>& ShutdownPipe() {
+    static std::unique_ptr<_EngineModeShutdownPipe> s_pipe;
+    return s_pipe;
+}
+
+} // namespace
+
+void MainWindow::OnEngineMode(wxCommandEvent&) {
+    CALL_ENTRY();
+    LogSystem("Entering Engine Mode...");
+    LogStatus("To return to normal GUI operation, manually force a connect from the System menu");
+    ShowView(k_ViewEngineMode);
+
+    OptionsFile::PauseAutoWrite const pause(VorlanApp::GetOptions());
+    k_OptionInEngineMode.Set(true);
+    Outside& outside = Outside::Get();
+    if (outside.IsThisTheMaster()) {
+        k_OptionWasTheMaster.Set(true);
+    } else if (k_OptionWasTheMaster.Get()) {
+        FarmClient::Get()->_StartComponent(k_ComponentMaster, k_StartNotSet);
+    } else {
+        outside.StopComponent(k_ComponentMaster);
+        k_OptionWasTheMaster.Clear();
+    }
+    if (!IsRunByService(k_ComponentEngine))
+        outside.StartComponent(k_ComponentEngine);
+    outside.StopMessenger(false, false, false);
+    if (!ShutdownPipe())
+        ShutdownPipe() = std::make_unique<_EngineModeShutdownPipe>();
+}
+
+void MainWindow::OnConnect(wxCommandEvent&) {
+    CALL_ENTRY();
+    Outside::Get().StopMessenger(false, false, true);
+    if (m_firstRun || k_OptionWasTheMaster.Get())
+        FarmClient::Get()->_StartComponent(k_ComponentMaster, k_StartNotSet);
+    ShowView(k_ViewConnecting);
+    StopEngineModeShutdownPipe();
+    k_OptionInEngineMode.Set(false);
+}
+
+void MainWindow::StopEngineModeShutdownPipe() { ShutdownPipe().reset(); }
 
 } // namespace vorlan

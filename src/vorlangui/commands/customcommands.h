@@ -1,0 +1,48 @@
+#pragma once
+
+#include "ids.h"
+
+#include <corekit/string.h>
+#include <corekit/uid.h>
+#include <map>
+#include <optional>
+#include <vorlan/fwd.h>
+
+namespace vorlan {
+
+class MainWindow;
+
+// A command of a Product that stands in a menu at the moment.
+struct CustomCommand {
+    UID command; // of the Product
+    String text;
+    String parameter;
+    // Sends it for what is selected: as a Job's command, or as one of work.
+    void (*send)(MainWindow& window, CustomCommand const& command) = nullptr;
+};
+
+// CustomCommands gives numbers to the commands of Products and knows them by these.
+// Owner: the MainWindow. Thread: the GUI thread.
+class CustomCommands {
+public:
+    // Nothing when all numbers are taken.
+    std::optional<int> Add(CustomCommand command) {
+        int const id = m_commands.empty() ? int{k_IdFirstCustom} : m_commands.rbegin()->first + 1;
+        if (id > k_IdLastCustom)
+            return std::nullopt;
+        m_commands.emplace(id, std::move(command));
+        return id;
+    }
+    // Null for a number that was not given out, or not since Clear.
+    CustomCommand const* Find(int id) const {
+        auto const found = m_commands.find(id);
+        return found == m_commands.end() ? nullptr : &found->second;
+    }
+    // Their menus are made anew.
+    void Clear() { m_commands.clear(); }
+
+private:
+    std::map<int, CustomCommand> m_commands;
+};
+
+} // namespace vorlan
