@@ -1,5 +1,6 @@
 #include "mainwindow.h"
 
+#include "client/farmclient.h"
 #include "client/options.h"
 #include "confirmclose.h"
 #include "droptarget.h"
@@ -19,6 +20,7 @@
 #include <corekit/platform.h>
 #include <vorlan/keys.h>
 #include <vorlan/messages.h>
+#include <vorlan/vorlanapp.h>
 #include <wx/intl.h>
 #include <wx/sizer.h>
 #include <wx/sysopt.h>
