@@ -1,8 +1,8 @@
 #include "optionsdlg.h"
 
 #include "client/options.h"
-#include "core/vorlangui.h"
 #include "dialogs/rowpage.h"
+#include "submit/repeatfile.h"
 #include "window/mainwindow.h"
 
 #include <wx/intl.h>
@@ -137,8 +137,8 @@ void OptionsDlg::SaveOptions() {
     OptionsFile::PauseAutoWrite const pause(options);
     options.SetSection(k_Configuration);
     m_general->Store();
-    if (VorlanGui* const gui = VorlanGui::Get())
-        gui->RepeatJobs().SetRepeatCount(k_OptionRepeatCount.Get());
+    if (RepeatFile* const jobs = RepeatFile::Current())
+        jobs->SetRepeatCount(k_OptionRepeatCount.Get());
 }
 
 } // namespace vorlan

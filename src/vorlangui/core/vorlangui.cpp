@@ -21,6 +21,7 @@ std::atomic<VorlanGui*> VorlanGui::s_instance{nullptr};
 
 VorlanGui::VorlanGui(Signals signals) : wxVorlanApp(signals) {
     s_instance.store(this, std::memory_order_release);
+    vorlan::RepeatFile::SetCurrent(&m_repeatFile);
     Bind(wxVORLAN_CONNECT_EVENT, &VorlanGui::OnMessengerNotify, this);
     Bind(wxVORLAN_DISCONNECT_EVENT, &VorlanGui::OnMessengerDisconnectedEvt, this);
 }
@@ -29,6 +30,7 @@ VorlanGui::~VorlanGui() {
     // The handlers are called on the message thread, and call this class.
     DisconnectAll();
     s_instance.store(nullptr, std::memory_order_release);
+    vorlan::RepeatFile::SetCurrent(nullptr);
 }
 
 bool VorlanGui::Startup(CommandLine& commandLine) {

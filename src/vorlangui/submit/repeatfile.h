@@ -27,6 +27,10 @@ class RepeatFile : public IniFile {
 public:
     explicit RepeatFile(unsigned repeatCount) : m_repeatCount(repeatCount) {}
 
+    // That of the program; null while there is none.
+    static RepeatFile* Current() { return s_current; }
+    static void SetCurrent(RepeatFile* file) { s_current = file; }
+
     // The newest entry; a former one of the same name and summary goes. Saves. Throws
     // FileException when the file cannot be written.
     void PushJob(Job const& job);
@@ -43,6 +47,8 @@ private:
     void AppendJob(Job const& job);
     bool CompareParameter(Job const& job, char const* key) const;
     bool CompareJob(Job const& job) const;
+
+    inline static RepeatFile* s_current = nullptr;
 
     unsigned m_repeatCount;
 };

@@ -196,7 +196,7 @@ void OnService(MainWindow& window, wxCommandEvent& event) {
     wxString const title = wxString::Format("%s Service", verb);
     wxString const question =
         wxString::Format(wxGetTranslation(command->Verb().question), ServiceName(command->service));
-    if (!wxConfirmDlg(&window, question, command->Key(), title, verb).Confirm())
+    if (!wxConfirmDlg(&window, question, command->Key(), title, wxGetTranslation(verb)).Confirm())
         return;
     ServiceSetup setup;
     try {
