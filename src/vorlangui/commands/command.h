@@ -35,15 +35,14 @@ enum class CommandNeeds {
 // Thread: the GUI thread.
 class CommandUser {
 public:
+    virtual ~CommandUser() = default;
+
     // May not do what the Master's restrictions call so.
     virtual bool IsRestricted(String const& action) const = 0;
     virtual bool IsAdministrator() const = 0;
     // There is a Master.
     virtual bool HasMaster() const = 0;
     virtual bool CanUse(CommandNeeds needs) const = 0;
-
-protected:
-    ~CommandUser() = default;
 };
 
 // In which menus a command stands.

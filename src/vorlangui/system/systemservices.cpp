@@ -58,7 +58,9 @@ struct ServiceCommand {
     String Key() const {
         String name = ServiceName(service);
         name.Replace(" ", "");
-        return SFormat(Verb().key, name.c_str());
+        String key = Verb().key;
+        key.Replace("%s", name);
+        return key;
     }
 };
 
