@@ -28,6 +28,7 @@
 #include <wx/wupdlock.h>
 #include <wx/wxvcolors.h>
 #include <wx/wxvfont.h>
+#include <wx/wxvorlanapp.h>
 #include <wx/wxvorlandlg.h>
 #include <wx/wxvstatusbar.h>
 #include <wx/wxvtext.h>
