@@ -42,8 +42,6 @@ public:
     char const* data() const noexcept { return m_text.data(); }
     char* data() noexcept { return m_text.data(); }
     size_t size() const noexcept { return m_text.size(); }
-    size_t length() const noexcept { return m_text.size(); }
-    bool empty() const noexcept { return m_text.empty(); }
     bool Empty() const noexcept { return m_text.empty(); }
     auto begin() noexcept { return m_text.begin(); }
     auto end() noexcept { return m_text.end(); }
