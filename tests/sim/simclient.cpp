@@ -230,10 +230,10 @@ void SimClient::OnSettings(Message const& message) {
         m_sections[options->section] = options->options;
     else if (auto const* const limits = As<SetMasterLimitsMsg>(message))
         m_limits = {limits->limits.begin(), limits->limits.end()};
-    else if (auto const* const reset = As<ResetJobFailuresMsg>(message))
+    else if (auto const* const reset = As<ResetJobFailuresMsg>(message)) {
         for (auto& [key, counts] : m_failures)
             counts.count = key.first == reset->job ? 0 : counts.count;
-    else if (auto const* const archive = As<FailureArchiveMsg>(message)) {
+    } else if (auto const* const archive = As<FailureArchiveMsg>(message)) {
         m_failures.clear();
         for (FailureItem const& item : archive->items)
             m_failures[{item.job, item.engine}] = {item.count, item.total};

@@ -408,8 +408,16 @@ void AddKindAt(MessageKinds& kinds) {
 // built: a kind that is in no table does not link.
 template <class Table>
 void AddTable(MessageKinds& kinds) {
-    [&]<int... Lines>(std::integer_sequence<int, Lines...>) { (AddKindAt<Table, Lines>(kinds), ...); }
-    (std::make_integer_sequence<int, k_MostTableLines>());
+    // In blocks: compilers bound how many terms one fold may have.
+    constexpr int k_BlockLines = 100;
+    auto const addBlock = [&]<int Block, int... Lines>(std::integral_constant<int, Block>,
+                                                       std::integer_sequence<int, Lines...>) {
+        (AddKindAt<Table, Block * k_BlockLines + Lines>(kinds), ...);
+    };
+    [&]<int... Blocks>(std::integer_sequence<int, Blocks...>) {
+        (addBlock(std::integral_constant<int, Blocks>(), std::make_integer_sequence<int, k_BlockLines>()), ...);
+    }
+    (std::make_integer_sequence<int, k_MostTableLines / k_BlockLines>());
 }
 
 // One per file of messages, called by the factory.

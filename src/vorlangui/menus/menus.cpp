@@ -1,8 +1,8 @@
 #include "menus.h"
 
-#include "outside/outside.h"
 #include "commands/ids.h"
 #include "output/reportframe.h"
+#include "outside/outside.h"
 #include "window/mainwindow.h"
 
 #include <wx/intl.h>

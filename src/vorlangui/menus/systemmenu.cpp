@@ -1,7 +1,7 @@
 // The System menu: its own commands; those of its submenus stand in system/.
-#include "outside/outside.h"
 #include "commands/ids.h"
 #include "menus.h"
+#include "outside/outside.h"
 #include "system/systemcommands.h"
 #include "system/systemcomponents.h"
 #include "window/mainwindow.h"

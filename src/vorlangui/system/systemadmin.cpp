@@ -1,8 +1,8 @@
 // Administrator mode, and the submenu "System Commands" that only administrators have.
-#include "outside/outside.h"
 #include "commands/ids.h"
 #include "model/worklist.h"
 #include "output/logframe.h"
+#include "outside/outside.h"
 #include "systemcommands.h"
 #include "window/mainwindow.h"
 

@@ -5,7 +5,6 @@
 #include "model/worklist.h"
 #include "outside/outside.h"
 #include "systemcommands.h"
-#include "window/enginemode.h"
 #include "window/background.h"
 #include "window/enginemode.h"
 #include "window/mainwindow.h"

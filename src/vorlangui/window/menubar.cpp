@@ -2,13 +2,13 @@
 // be used now, and the way from a number to its function.
 #include "client/farmclient.h"
 #include "client/options.h"
-#include "outside/outside.h"
 #include "commands/ids.h"
 #include "mainsplitter.h"
 #include "mainwindow.h"
 #include "model/enginelist.h"
 #include "model/joblist.h"
 #include "model/worklist.h"
+#include "outside/outside.h"
 #include "toolbar.h"
 #include "viewsarea.h"
 #include <vorlan/vorlanapp.h>
