@@ -98,7 +98,7 @@ void ListCtrlBase::FitColumns() {
         SetColumnWidth(column, std::clamp(fitting, former, std::max(former, FromDIP(k_MostFitted))), false);
     }
     Refresh(false); // the header, too
-    if (!VorlanApp::GetOptions().GetValue(m_section, k_AllColumns, String()).empty())
+    if (!VorlanApp::GetOptions().GetValue(m_section, k_AllColumns, String()).Empty())
         SaveColumnInfo();
 }
 
