@@ -191,7 +191,7 @@ void FileFollower::Publish() {
 
 void FileFollower::WaitForWish() {
     CommonMutex::Lock lock(m_guard);
-    if (!m_isWished && !IsStopping())
-        m_changed.wait_for(lock, std::chrono::milliseconds(k_LookMs));
+    m_changed.wait_for(lock, std::chrono::milliseconds(k_LookMs),
+                       [this]() CK_REQUIRES(m_guard) { return m_isWished || IsStopping(); });
     m_isWished = false;
 }

@@ -2,7 +2,7 @@
 
 #include "indexedfile.h"
 
-#include <condition_variable>
+#include <chrono>
 #include <corekit/thread.h>
 #include <corekit/time.h>
 #include <functional>
@@ -87,7 +87,7 @@ private:
     std::function<void()> const m_wake;
 
     corekit::CommonMutex m_guard;
-    std::condition_variable_any m_changed; // a wish or the end
+    corekit::CommonCondition m_changed; // a wish or the end
     Wish m_wish CK_GUARDED_BY(m_guard) = {0, k_FirstLines, true};
     bool m_isWished CK_GUARDED_BY(m_guard) = false; // since the last look
     std::optional<FileNews> m_news CK_GUARDED_BY(m_guard);

@@ -201,8 +201,7 @@ std::vector<std::pair<int, int>> FindInLine(ShownLine const& line, TextTerm cons
     auto const characterAt = [&](size_t byte) {
         return static_cast<int>(std::upper_bound(line.starts.begin(), line.starts.end(), byte) - line.starts.begin());
     };
-    for (size_t at = term.Find(folded); at != std::string::npos; at = term.Find(folded, at + term.size())) {
+    for (size_t at = term.Find(folded); at != std::string::npos; at = term.Find(folded, at + term.size()))
         hits.emplace_back(characterAt(at) - 1, characterAt(at + term.size() - 1));
-    }
     return hits;
 }

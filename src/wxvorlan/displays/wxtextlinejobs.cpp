@@ -111,11 +111,12 @@ void wxTextLineCtrl::SeekHit(TextPosition from, bool backward) {
     TextHit hit{from.line, 0};
     bool const isCurrent =
         m_state->hitLine == from.line && (backward ? m_state->hit.first : m_state->hit.second) == from.character;
-    if (isCurrent)
+    if (isCurrent) {
         hit.number = m_state->hitNumber + (backward ? 0 : 1);
-    else if (from.character > 0)
+    } else if (from.character > 0) {
         for (auto const& [begin, end] : FindInLine(m_state->Shown(from.line), m_state->term))
             hit.number += (backward ? end <= from.character : begin < from.character) ? 1 : 0;
+    }
     m_search->Seek(hit, backward ? TextDirection::Backward : TextDirection::Forward);
     RunSearch();
 }
