@@ -4,6 +4,7 @@
 #include <corekit/file.h>
 #include <set>
 #include <wx/menu.h>
+#include <wx/wxvtext.h>
 
 namespace vorlan {
 
