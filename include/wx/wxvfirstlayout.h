@@ -2,8 +2,8 @@
 
 class wxTopLevelWindow;
 
-// Gives the parts of a window their places before it is shown for the first time. The
-// toolkit shows a window in two steps, and for the first of them its parts would still
-// have the size that they were made with: a menu bar two pixels wide, of which GTK
-// complains in its log. GUI thread.
-void wxvLayOutBeforeShow(wxTopLevelWindow& window);
+// Gives a window its place on the screen before it is shown for the first time. The
+// toolkit would wait with that for the width of the frame that the window manager draws,
+// and lay the window out once without a size meanwhile: its menu bar two pixels wide, of
+// which GTK complains. GUI thread.
+void wxvRealizeBeforeShow(wxTopLevelWindow& window);

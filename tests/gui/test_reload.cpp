@@ -4,7 +4,7 @@
 
 #include "lists/joblistctrl.h"
 #include "lists/worklistctrl.h"
-#include "system/systemids.h"
+#include "commands/ids.h"
 
 #include <wx/statusbr.h>
 #include <wx/wxtimed.h>

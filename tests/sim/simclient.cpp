@@ -213,10 +213,10 @@ void SimClient::OnEngines(Message const& message) {
         std::erase_if(m_engineOptions, [&](auto const& entry) { return entry.first.first == gone->engine; });
         std::erase_if(m_failures, [&](auto const& entry) { return entry.first.second == gone->engine; });
     } else if (auto const* const reset = As<ResetEngineFailuresMsg>(message)) {
-        std::erase_if(m_failures, [&](auto& at) {
-            bool const counted = at.first.second == reset->engine && std::exchange(at.second.count, 0) != 0;
-            return counted && !m_jobs.contains(at.first.first);
-        });
+        for (auto at = m_failures.begin(); at != m_failures.end();) {
+            bool const counted = at->first.second == reset->engine && std::exchange(at->second.count, 0) != 0;
+            at = counted && !m_jobs.contains(at->first.first) ? m_failures.erase(at) : std::next(at);
+        }
     }
 }
 

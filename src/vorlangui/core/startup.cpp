@@ -62,7 +62,7 @@ void VorlanGui::OnVorlanAppStartupEvt(VorlanAppStartupEvt& event) {
     m_window = new MainWindow(_("Vorlan"), wxPoint(0, 0), StartSize(), AllMenus());
     m_window->Bind(wxEVT_DESTROY, &VorlanGui::OnWindowGone, this);
     m_window->SetFirstRun(k_OptionVersion.Get() == 0);
-    wxvLayOutBeforeShow(*m_window);
+    wxvRealizeBeforeShow(*m_window);
     SetTopWindow(m_window);
     if (!ShowPainted(m_window)) {
         event.success = false;

@@ -121,13 +121,13 @@ void OnRemoveLockFile(MainWindow& window, wxCommandEvent& event) {
     wxConfirmDlg(&window, _("Removed:\n") + wxvText(path), "RemoveLockFileSuccess", title).Confirm();
 }
 
-constexpr CommandRow StartRow(int id, char const* label) {
+constexpr CommandRow StartComponentRow(int id, char const* label) {
     return {.id = id, .label = label, .run = &OnStartComponent, .hasEffect = &CanStart};
 }
-constexpr CommandRow StopRow(int id, char const* label) {
+constexpr CommandRow StopComponentRow(int id, char const* label) {
     return {.id = id, .label = label, .run = &OnStopComponent, .hasEffect = &CanStop};
 }
-constexpr CommandRow LockRow(int id, char const* label) {
+constexpr CommandRow LockFileRow(int id, char const* label) {
     return {.id = id, .label = label, .run = &OnRemoveLockFile, .hasEffect = &HasDeadLock};
 }
 
@@ -145,15 +145,15 @@ bool IsProgramInstalled(int component) { return File::Exists(File::s_AppDir / Co
 
 std::span<CommandRow const> ComponentCommands() {
     static CommandRow const s_rows[] = {
-        StartRow(k_IdStartEngine, "Start the Engine now"),
-        StopRow(k_IdStopEngine, "Stop the Engine now"),
-        LockRow(k_IdRemoveEngineLock, "Remove Engine Lock File"),
+        StartComponentRow(k_IdStartEngine, "Start the Engine now"),
+        StopComponentRow(k_IdStopEngine, "Stop the Engine now"),
+        LockFileRow(k_IdRemoveEngineLock, "Remove Engine Lock File"),
         {.label = "Engine Service", .items = ServiceCommands(Service::Engine)},
         {.label = "Engine Control Service", .items = ServiceCommands(Service::EngineControl)},
         k_CommandLine,
-        StartRow(k_IdStartMaster, "Start the Master now"),
-        StopRow(k_IdStopMaster, "Stop the Master now"),
-        LockRow(k_IdRemoveMasterLock, "Remove Master Lock File"),
+        StartComponentRow(k_IdStartMaster, "Start the Master now"),
+        StopComponentRow(k_IdStopMaster, "Stop the Master now"),
+        LockFileRow(k_IdRemoveMasterLock, "Remove Master Lock File"),
         {.label = "Master Service", .items = ServiceCommands(Service::Master)},
     };
     return s_rows;
