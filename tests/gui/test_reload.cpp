@@ -2,9 +2,9 @@
 #include "guitest.h"
 #include "screenpixels.h"
 
+#include "commands/ids.h"
 #include "lists/joblistctrl.h"
 #include "lists/worklistctrl.h"
-#include "commands/ids.h"
 
 #include <wx/statusbr.h>
 #include <wx/wxtimed.h>
