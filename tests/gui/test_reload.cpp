@@ -91,7 +91,7 @@ TEST_F(ReloadWindowTest, AListThatStaysEmptySaysSoAtTheEnd) {
     EXPECT_TRUE(Gui().StatusText().Contains("0 Jobs"));
     // Without a Master nothing is on its way.
     Refresh();
-    GuiTester::Disconnected(Gui());
+    Disconnected();
     EXPECT_FALSE(JobList::Get().Lists().IsLoading());
 }
 
