@@ -147,7 +147,7 @@ TEST_F(StartupTest, ADisconnectLeavesNothingOfAMaster) {
     StartConnected();
     AddJob("job");
     AddEngine("engine", false, false);
-    ASSERT_TRUE(PumpUntil([&] { return StatusField(0).Contains("1 Jobs"); })) << StatusField(0);
+    ASSERT_TRUE(PumpUntil([&] { return StatusField(0).Contains("1 Jobs") && StatusField(0).Contains("0 Work"); }));
     EXPECT_EQ(StatusField(0), "1 Engines (0 Available, 0 Active)   |   1 Jobs (0 Active, 0 Finished)   |   0 Work");
     outside.TakeSteps();
     Disconnected();

@@ -122,7 +122,7 @@ void FarmClient::UpdateStatusStrings() {
     // The former counts stay while a load has brought nothing yet.
     bool const jobsCome = JobList::Get().Lists().IsLoading();
     auto const show = [](StatusFlag flag, bool waits, String& status, String text) {
-        if (waits)
+        if (waits && !status.Empty())
             StatusFlags::Mark(flag);
         else
             status = std::move(text);

@@ -17,7 +17,6 @@
 #include <wx/dcscreen.h>
 #include <wx/evtloop.h>
 #include <wx/settings.h>
-#include <wx/wxvfirstlayout.h>
 #include <wx/wxvoptions.h>
 
 #include <chrono>
@@ -62,7 +61,6 @@ void VorlanGui::OnVorlanAppStartupEvt(VorlanAppStartupEvt& event) {
     m_window = new MainWindow(_("Vorlan"), wxPoint(0, 0), StartSize(), AllMenus());
     m_window->Bind(wxEVT_DESTROY, &VorlanGui::OnWindowGone, this);
     m_window->SetFirstRun(k_OptionVersion.Get() == 0);
-    wxvRealizeBeforeShow(*m_window);
     SetTopWindow(m_window);
     if (!ShowPainted(m_window)) {
         event.success = false;

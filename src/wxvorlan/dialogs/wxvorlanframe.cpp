@@ -15,9 +15,10 @@ constexpr int k_SmallestPlace = 100; // a smaller one was never a window's
 // where the toolkit believes that it stands is none, so it goes aside first; the size,
 // which a move now would forget, is said again.
 void PlaceAgainWhenShown(wxTopLevelWindow& window, wxRect const& place) {
-    window.Bind(wxEVT_SHOW, [&window, place, done = false](wxShowEvent& event) mutable {
+    // By its first paint it stands on the screen; when it was shown it may be on its way.
+    window.Bind(wxEVT_PAINT, [&window, place, done = false](wxPaintEvent& event) mutable {
         event.Skip();
-        if (!event.IsShown() || std::exchange(done, true))
+        if (std::exchange(done, true))
             return;
         window.CallAfter([&window, place] {
             if (window.GetSize() != place.GetSize())
