@@ -15,17 +15,25 @@ constexpr int k_SmallestPlace = 100; // a smaller one was never a window's
 // where the toolkit believes that it stands is none, so it goes aside first; the size,
 // which a move now would forget, is said again.
 void PlaceAgainWhenShown(wxTopLevelWindow& window, wxRect const& place) {
-    // By its first paint it stands on the screen; when it was shown it may be on its way.
-    window.Bind(wxEVT_PAINT, [&window, place, done = false](wxPaintEvent& event) mutable {
-        event.Skip();
-        if (std::exchange(done, true))
-            return;
+    auto const again = [&window, place] {
         window.CallAfter([&window, place] {
             if (window.GetSize() != place.GetSize())
                 return; // somebody has said another one meanwhile
             window.Move(place.GetTopLeft() + wxPoint(1, 0));
             window.SetSize(place);
         });
+    };
+    window.Bind(wxEVT_SHOW, [again, done = false](wxShowEvent& event) mutable {
+        event.Skip();
+        if (event.IsShown() && !std::exchange(done, true))
+            again();
+    });
+    // A window that is shown in an event loop of its own may be on its way to the screen
+    // at that time, and be put elsewhere when it arrives. By its first paint it is there.
+    window.Bind(wxEVT_PAINT, [&window, place, again, done = false](wxPaintEvent& event) mutable {
+        event.Skip();
+        if (!std::exchange(done, true) && window.GetPosition() != place.GetPosition())
+            again();
     });
 }
 
