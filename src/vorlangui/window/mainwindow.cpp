@@ -218,15 +218,15 @@ void MainWindow::ForgetSelection() {
 void MainWindow::ClearData() {
     CALL_ENTRY();
     ForgetSelection();
-    if (FarmClient* const mirror = FarmClient::Get())
-        mirror->ClearLists();
+    if (FarmClient* const client = FarmClient::Get())
+        client->ClearLists();
 }
 
 void MainWindow::RefreshData() {
     CALL_ENTRY();
     ForgetSelection();
-    if (FarmClient* const mirror = FarmClient::Get())
-        mirror->Reload();
+    if (FarmClient* const client = FarmClient::Get())
+        client->Reload();
 }
 
 bool MainWindow::MayClose() {
