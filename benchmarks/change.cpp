@@ -95,7 +95,7 @@ int main(int argc, char** argv) {
         argv);
     if (benchmark.HeaderOnly())
         return benchmark.Report();
-    FarmClient mirror;
+    vorlan::FarmClient mirror;
     mirror.ConnectMessages();
     View views[2];
     for (View& view : views)

@@ -138,7 +138,7 @@ int Measure(Benchmark& benchmark) {
     FarmProcesses farm(home);
     farm.StartMaster(k_MasterMs);
 
-    FarmClient mirror;
+    vorlan::FarmClient mirror;
     mirror.ConnectMessages();
     LoadEnd end;
     Watch watch(jobs);

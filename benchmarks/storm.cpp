@@ -150,7 +150,7 @@ double StormMs(Benchmark& benchmark, Storm& storm, View (&views)[k_Views]) {
 }
 
 int Measure(Benchmark& benchmark) {
-    FarmClient mirror;
+    vorlan::FarmClient mirror;
     mirror.ConnectMessages();
     View views[k_Views];
     for (View& view : views)
