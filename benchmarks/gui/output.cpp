@@ -76,7 +76,7 @@ private:
             text.Bind(wxEVT_PAINT, [&](wxPaintEvent& event) {
                 event.Skip();
                 isPainted = text.GetLineCount() == k_Lines && text.IsAtEnd() &&
-                            text.GetScrollRange(wxVERTICAL) == k_Lines && !text.GetText(k_Lines - 1).empty();
+                            text.GetScrollRange(wxVERTICAL) == k_Lines && !text.GetText(k_Lines - 1).Empty();
             });
             frame->Show();
             auto const until = std::chrono::steady_clock::now() + std::chrono::milliseconds(k_PatienceMs);
