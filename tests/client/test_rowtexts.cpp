@@ -22,13 +22,16 @@ protected:
     }
 };
 
+// What a column shows of an object whose value `name` is `value`.
+struct TextCase {
+    int type;
+    char const* name;
+    char const* value;
+    char const* text;
+};
+
 TEST_F(RowTextsTest, TextsOfJobs) {
-    struct {
-        int type;
-        char const* name;
-        char const* value;
-        char const* text;
-    } const cases[] = {
+    TextCase const cases[] = {
         {JobColumns::Progress, p_PercentDone, "0", "0%"},
         {JobColumns::Progress, p_PercentDone, "12.345", "12.3%"},
         {JobColumns::Progress, p_PercentDone, "99.89", "99.9%"},
@@ -107,12 +110,7 @@ TEST_F(RowTextsTest, TextsOfEngines) {
 }
 
 TEST_F(RowTextsTest, TextsOfWork) {
-    struct {
-        int type;
-        char const* name;
-        char const* value;
-        char const* text;
-    } const cases[] = {
+    TextCase const cases[] = {
         {WorkColumns::Progress, p_PercentDone, "99.6", "99%"},
         {WorkColumns::Progress, p_PercentDone, "100", "100%"},
         {WorkColumns::Progress, p_PercentDone, "98.6", "99%"},
