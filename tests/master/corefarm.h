@@ -42,7 +42,10 @@ public:
     static UID TypeOf(ProductClass productClass) { return UID::FromName(Product::ClassName(productClass)); }
 
     PeerId Connect(net::PeerKind kind) {
-        Handle(PeerConnected{++m_lastPeer, kind, UID::Null, "test"});
+        auto who = boost::make_shared<net::PeerInfo>();
+        who->kind = kind;
+        who->machineName = "test";
+        Handle(PeerConnected{++m_lastPeer, who});
         return m_lastPeer;
     }
 
@@ -144,11 +147,11 @@ public:
     void Begin(Run const* run) {
         auto message = WorkBegunMsg::New();
         message->work = run->work;
-        message->time = now;
+        message->time = now.wall;
         Send(run->engine->peer, message);
     }
     void End(Run const* run, int status = Finished) {
-        Report(run->engine->engine->Name(), {run->work, run->job->id, status, "ended", now, 0});
+        Report(run->engine->engine->Name(), {run->work, run->job->id, status, "ended", now.wall, 0});
     }
     // What an Engine says of work that may be known or not.
     void Report(String const& engine, WorkEnded const& ended) {
@@ -197,7 +200,7 @@ public:
     }
 
     std::unique_ptr<Core> core;
-    Time now = Time::FromUnixMs(1'800'000'000'000);
+    Moment now{Time::FromUnixMs(1'800'000'000'000), Steady(Time::Hours(1))};
     PeerId client = 0;
     std::map<String, PeerId> engines;
     std::vector<Effect> effects; // of the last event

@@ -122,7 +122,7 @@ TEST(UnitQueue, HandsOutOnlyWhatIsAllowed) {
 }
 
 TEST(Stagger, CountsWithinItsSpan) {
-    Time const start = Time::Hours(10);
+    Steady const start(Time(1000));
     UID const a = UID::FromName("a");
     UID const b = UID::FromName("b");
     struct Case {
@@ -136,9 +136,9 @@ TEST(Stagger, CountsWithinItsSpan) {
           Case{StaggerMode::Engines, false, false, true}}) {
         StaggerRule const rule{c.mode, 2, Time::Seconds(10)};
         Stagger stagger;
-        EXPECT_TRUE(stagger.Note(rule, a, true, start).IsZero());
+        EXPECT_EQ(stagger.Note(rule, a, true, start), Steady::Never());
         EXPECT_EQ(stagger.Note(rule, a, true, start + Time::Seconds(4)), start + Time::Seconds(10));
-        Time const soon = start + Time::Seconds(9);
+        Steady const soon = start + Time::Seconds(9);
         EXPECT_EQ(stagger.Allows(rule, a, true, soon), c.sameEngine);
         EXPECT_EQ(stagger.Allows(rule, b, true, soon), c.otherEngine);
         EXPECT_EQ(stagger.Allows(rule, a, false, soon), c.knownEngine);

@@ -122,7 +122,7 @@ TEST(CoreWork, TimeOutsGiveWorkBack) {
     EXPECT_EQ(farm.Sent<EndWorkMsg>(farm.engines["e"]).size(), 1U);
     EXPECT_EQ(farm.Sent<FinishedWorkMsg>()[0]->status, TimedOut);
     EXPECT_EQ(farm.FindEngine("e").used, 1U) << "the core stays in use until the Engine has ended it";
-    farm.Report("e", {stuck, UID::FromName("a"), TimedOut, "", farm.now, 0});
+    farm.Report("e", {stuck, UID::FromName("a"), TimedOut, "", farm.now.wall, 0});
     EXPECT_EQ(farm.UnitsOn("e"), "a:2");
     for (int i = 0; i < 5; ++i) {
         auto const* const run = farm.core->State().runs.begin()->second.get();
@@ -137,6 +137,31 @@ TEST(CoreWork, TimeOutsGiveWorkBack) {
     farm.Pass(Time::Seconds(2));
     ASSERT_TRUE(slow->stop) << "twice the average of four seconds has passed";
     EXPECT_EQ(slow->stop->status, TimedOut);
+}
+
+TEST(CoreWork, AClockThatIsSetNeitherStopsNorHastensAnything) {
+    for (int const hours : {-1, 1}) {
+        CoreFarm farm;
+        farm.SetOptions(o_Distribution, {{o_AutoDelete, "2"}, {o_DeleteAfter, "0.01"}, {o_StartWorkTimeout, "40"}});
+        farm.AddEngine("e", 2);
+        UID const done = farm.Submit("done", {{p_Range, "1"}});
+        farm.End(farm.FindUnit("1"));
+        UID const job = farm.Submit("a", {{p_StaggerCount, "1"}, {p_StaggerStart, "30"}});
+        farm.now.wall += Time::Hours(hours);
+        farm.Pass(Time(29'900));
+        EXPECT_EQ(farm.FindJob(job)->runs.size(), 1U) << hours;
+        farm.Pass(Time(100));
+        EXPECT_EQ(farm.UnitsOn("e"), "a:1 a:2") << hours;
+        EXPECT_TRUE(farm.FindJob(done)) << "it is deleted after 36 seconds";
+        farm.Pass(Time::Seconds(10));
+        EXPECT_FALSE(farm.FindJob(done)) << hours;
+        EXPECT_EQ(farm.UnitsOn("e"), "a:2") << "one did not start within 40 seconds";
+        farm.Handle(PeerGone{farm.engines["e"]});
+        farm.Pass(Time::Seconds(119));
+        EXPECT_NE(farm.UnitsOn("e"), "") << hours;
+        farm.Pass(Time::Seconds(1));
+        EXPECT_EQ(farm.UnitsOn("e"), "") << "it was gone for two minutes";
+    }
 }
 
 TEST(CoreWork, AnEngineThatComesBackSettles) {
@@ -154,8 +179,9 @@ TEST(CoreWork, AnEngineThatComesBackSettles) {
             farm.Handle(PeerGone{farm.engines["e"]});
         EXPECT_EQ(farm.FindJob(job)->runs.size(), masterRestarts ? 2U : 4U);
         // It runs 1 and 2, has finished 3, and never got 4.
-        farm.AddEngine("e", 4, {{works["1"], job, Started, farm.now, "1"}, {works["2"], job, Assigned, Time(), "2"}},
-                       {{works["3"], job, Finished, "", farm.now, 0}});
+        farm.AddEngine("e", 4,
+                       {{works["1"], job, Started, farm.now.wall, "1"}, {works["2"], job, Assigned, Time(), "2"}},
+                       {{works["3"], job, Finished, "", farm.now.wall, 0}});
         EXPECT_EQ(farm.Sent<WorkEndedAckMsg>().size(), 1U);
         EXPECT_EQ(farm.FindUnit("1")->work, works["1"]);
         EXPECT_EQ(farm.FindUnit("2")->work, works["2"]);
@@ -181,7 +207,7 @@ TEST(CoreWork, ALateResultCountsOnce) {
     EXPECT_EQ(farm.Sent<FinishedWorkMsg>()[0]->status, Lost);
     farm.AddEngine("f", 1);
     ASSERT_EQ(farm.UnitsOn("f"), "a:1") << "it was queued again";
-    WorkEnded const ended{work, job, Finished, "", farm.now, 0};
+    WorkEnded const ended{work, job, Finished, "", farm.now.wall, 0};
     farm.AddEngine("e", 1, {}, {ended});
     EXPECT_EQ(farm.FindJob(job)->finished.Count(), 1U);
     EXPECT_EQ(farm.UnitsOn("e"), "a:2") << "frame 1 is not run again";
@@ -219,7 +245,7 @@ TEST(CoreWork, DeletesAsItIsTold) {
         EXPECT_EQ(farm.Sent<DeleteJobMsg>().size(), immediately ? 1U : 0U);
         EXPECT_EQ(farm.Sent<EndWorkMsg>().size(), immediately ? 1U : 0U);
         EXPECT_EQ(farm.FindEngine("e").used, 1U);
-        farm.Report("e", {work, job, immediately ? UserCanceled : Finished, "", farm.now, 0});
+        farm.Report("e", {work, job, immediately ? UserCanceled : Finished, "", farm.now.wall, 0});
         EXPECT_EQ(farm.Sent<WorkEndedAckMsg>().size(), 1U);
         EXPECT_EQ(farm.FindJob(job), nullptr);
         EXPECT_EQ(farm.FindEngine("e").used, 0U);

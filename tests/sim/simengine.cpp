@@ -19,15 +19,15 @@ boost::shared_ptr<Message> SimEngine::Register() const {
     return message;
 }
 
-boost::shared_ptr<Message> SimEngine::Ended(UID const& work, Run const& run, int status, Time now) {
-    WorkEnded const ended{work, run.job, status, "simulated", now, status == Finished ? 0 : 1};
+boost::shared_ptr<Message> SimEngine::Ended(UID const& work, Run const& run, int status, Moment const& now) {
+    WorkEnded const ended{work, run.job, status, "simulated", now.wall + m_skew, status == Finished ? 0 : 1};
     m_ended[work] = ended;
     auto message = WorkEndedMsg::New();
     message->ended = ended;
     return message;
 }
 
-String SimEngine::Receive(Message const& message, Time now, std::vector<boost::shared_ptr<Message>>& answers) {
+String SimEngine::Receive(Message const& message, Moment const& now, std::vector<boost::shared_ptr<Message>>& answers) {
     if (message.Type() == RunWorkMsg::s_Type) {
         auto const& unit = *static_cast<RunWorkMsg const&>(message).work;
         if (!m_seen.insert(unit.id).second)
@@ -50,7 +50,7 @@ String SimEngine::Receive(Message const& message, Time now, std::vector<boost::s
     return String();
 }
 
-boost::shared_ptr<Message> SimEngine::Begin(size_t choice, Time now) {
+boost::shared_ptr<Message> SimEngine::Begin(size_t choice, Moment const& now) {
     std::vector<UID> works;
     for (auto const& [work, run] : m_runs) {
         if (!run.started)
@@ -60,10 +60,10 @@ boost::shared_ptr<Message> SimEngine::Begin(size_t choice, Time now) {
         return nullptr;
     UID const work = works[choice % works.size()];
     m_runs[work].started = true;
-    m_runs[work].startedAt = now;
+    m_runs[work].startedAt = now.wall + m_skew;
     auto message = WorkBegunMsg::New();
     message->work = work;
-    message->time = now;
+    message->time = m_runs[work].startedAt;
     return message;
 }
 
@@ -77,7 +77,7 @@ boost::shared_ptr<Message> SimEngine::Progress(size_t choice, int percent) const
     return message;
 }
 
-boost::shared_ptr<Message> SimEngine::End(size_t choice, int status, Time now) {
+boost::shared_ptr<Message> SimEngine::End(size_t choice, int status, Moment const& now) {
     if (m_runs.empty())
         return nullptr;
     auto const at = std::next(m_runs.begin(), static_cast<ptrdiff_t>(choice % m_runs.size()));
@@ -94,7 +94,7 @@ boost::shared_ptr<Message> SimEngine::RepeatEnded(size_t choice) const {
     return message;
 }
 
-void SimEngine::Crash(bool reports, Time now) {
+void SimEngine::Crash(bool reports, Moment const& now) {
     for (auto const& [work, run] : m_runs) {
         if (reports)
             Ended(work, run, Lost, now);

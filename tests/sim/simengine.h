@@ -14,13 +14,16 @@
 namespace sim {
 
 using namespace vorlan;
+using farm::Moment;
 
 // Behaves towards the Master as an Engine does, without processes.
 //
 // Owned by the World, which moves its messages and makes its faults.
 class SimEngine {
 public:
-    SimEngine(UID const& id, String const& name, unsigned cores) : m_id(id), m_name(name), m_cores(cores) {}
+    // `skew` is what its clock differs from the Master's.
+    SimEngine(UID const& id, String const& name, unsigned cores, Time skew)
+        : m_id(id), m_name(name), m_cores(cores), m_skew(skew) {}
 
     struct Run {
         UID job;
@@ -40,24 +43,25 @@ public:
     boost::shared_ptr<Message> Register() const;
 
     // Takes a message; `answers` are to be sent. Gives a fault, empty if there is none.
-    String Receive(Message const& message, Time now, std::vector<boost::shared_ptr<Message>>& answers);
+    String Receive(Message const& message, Moment const& now, std::vector<boost::shared_ptr<Message>>& answers);
 
     // What happens on it; null when there was nothing to do. The answer is only sent
     // while it is connected, and told at the next registration otherwise.
-    boost::shared_ptr<Message> Begin(size_t choice, Time now);
+    boost::shared_ptr<Message> Begin(size_t choice, Moment const& now);
     boost::shared_ptr<Message> Progress(size_t choice, int percent) const;
-    boost::shared_ptr<Message> End(size_t choice, int status, Time now);
+    boost::shared_ptr<Message> End(size_t choice, int status, Moment const& now);
     boost::shared_ptr<Message> RepeatEnded(size_t choice) const;
 
     // Loses its runs. `reports`: it tells of them when it is back.
-    void Crash(bool reports, Time now);
+    void Crash(bool reports, Moment const& now);
 
 private:
-    boost::shared_ptr<Message> Ended(UID const& work, Run const& run, int status, Time now);
+    boost::shared_ptr<Message> Ended(UID const& work, Run const& run, int status, Moment const& now);
 
     UID const m_id;
     String const m_name;
     unsigned const m_cores;
+    Time const m_skew;
     std::map<UID, Run> m_runs;
     std::map<UID, WorkEnded> m_ended;
     std::set<UID> m_seen; // every work it was ever given

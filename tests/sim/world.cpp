@@ -24,7 +24,7 @@ CoreConfig ConfigFor(uint64_t seed, SimClient::Products const& products) {
 } // namespace
 
 World::World(WorldOptions const& options)
-    : m_options(options), m_random(options.seed), m_now(Time::FromUnixMs(1'800'000'000'000)) {
+    : m_options(options), m_random(options.seed), m_now{Time::FromUnixMs(1'800'000'000'000), Steady(Time::Hours(1))} {
     for (ProductClass const productClass :
          {ProductClass::Sequence, ProductClass::Single, ProductClass::OncePerEngine, ProductClass::Sequence}) {
         auto product = Product::CreateDefault(productClass);
@@ -37,11 +37,17 @@ World::World(WorldOptions const& options)
         m_pools.push_back(m_random.NextUID());
     for (size_t i = 0; i < options.engines; ++i)
         m_engines.push_back(std::make_unique<SimEngine>(m_random.NextUID(), SFormat("engine%zu", i),
-                                                        1 + static_cast<unsigned>(Pick(8))));
+                                                        1 + static_cast<unsigned>(Pick(8)), SomeSkew()));
     for (size_t i = 0; i < options.clients; ++i)
         m_clients.push_back(std::make_unique<SimClient>(m_products));
     m_core = std::make_unique<Core>(ConfigFor(m_random.Next(), m_products));
     m_core->RestoreDone(m_now);
+}
+
+// Most clocks are right.
+Time World::SomeSkew() {
+    constexpr int64_t k_Most = 2 * 3'600'000;
+    return m_options.faults && Chance(30) ? Time(static_cast<int64_t>(Pick(2 * k_Most)) - k_Most) : Time();
 }
 
 void World::Fail(String const& text) {
@@ -53,7 +59,8 @@ void World::Fail(String const& text) {
 }
 
 void World::Trace(String const& text) {
-    m_trace.push_back(SFormat("%lld ", static_cast<long long>(m_now.Milliseconds() % 100'000'000)) + text);
+    m_trace.push_back(SFormat("%lld ", static_cast<long long>(m_now.steady.Since().Milliseconds() % 100'000'000)) +
+                      text);
     if (m_trace.size() > m_options.traceLines)
         m_trace.pop_front();
 }
@@ -75,9 +82,11 @@ void World::Connect(SimEngine* engine, SimClient* client) {
     link.peer = peer;
     link.engine = engine;
     link.client = client;
-    PeerConnected event{peer, engine ? net::PeerKind::Engine : net::PeerKind::Client, UID::Null,
-                        engine ? engine->Name() : "client"};
-    Trace(String("connects ") + event.machineName + " as " + String::From(peer));
+    auto who = boost::make_shared<net::PeerInfo>();
+    who->kind = engine ? net::PeerKind::Engine : net::PeerKind::Client;
+    who->machineName = engine ? engine->Name() : String("client");
+    PeerConnected const event{peer, who};
+    Trace("connects " + who->machineName + " as " + String::From(peer));
     if (engine) {
         engine->peer = peer;
         SendUp(peer, {engine->Register()});
@@ -275,6 +284,9 @@ void World::Restart() {
     for (auto const& [key, record] : m_store.Rows())
         m_core->Restore(record);
     m_now += Time(static_cast<int64_t>(Pick(5000)));
+    // The machine may have been started anew as well.
+    if (Chance(30))
+        m_now.steady = Steady(Time(static_cast<int64_t>(Pick(100'000))));
     m_core->RestoreDone(m_now);
 }
 

@@ -66,6 +66,8 @@ private:
         return all[Pick(all.size())];
     }
 
+    Time SomeSkew();
+
     // Steps.
     void Step();
     void Quiet();
@@ -108,7 +110,7 @@ private:
 
     WorldOptions const m_options;
     Random m_random;
-    Time m_now;
+    Moment m_now;
     SimStore m_store;
     std::unique_ptr<Core> m_core;
     SimClient::Products m_products;

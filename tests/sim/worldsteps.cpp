@@ -156,6 +156,12 @@ void World::BreakConnection() {
 void World::AdvanceClock() {
     static constexpr uint64_t s_spans[] = {10, 200, 1000, 1000, 5000, 30'000, 130'000};
     auto left = static_cast<int64_t>(Pick(s_spans[Pick(std::size(s_spans))] + 1));
+    // Somebody sets the clock of the Master.
+    if (m_options.faults && Pick(40) == 0) {
+        Time const jump = SomeSkew();
+        Trace("the clock jumps by " + jump.FormatSpan());
+        m_now.wall += jump;
+    }
     // Engines that live say so; now and then one is silent for too long.
     int64_t const beat = m_options.faults && Pick(200) == 0 ? 100'000 : 20'000;
     while (left > 0 && m_fault.Empty()) {

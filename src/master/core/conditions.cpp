@@ -76,12 +76,12 @@ bool IsBelowUsageLimit(Question const& q, String* why) {
 
 bool IsWithinJobStagger(Question const& q, String* why) {
     StaggerRule const& rule = q.job.settings.stagger;
-    return rule.mode != StaggerMode::Units || q.job.stagger.Allows(rule, UID::Null, false, q.farm.now) ||
+    return rule.mode != StaggerMode::Units || q.job.stagger.Allows(rule, UID::Null, false, q.farm.steady) ||
            Refuse(why, "The Job's stagger allows no further start yet.");
 }
 
 bool IsWithinGlobalStagger(Question const& q, String* why) {
-    return q.farm.globalStagger.Allows(q.farm.policy.globalStagger, UID::Null, false, q.farm.now) ||
+    return q.farm.globalStagger.Allows(q.farm.policy.globalStagger, UID::Null, false, q.farm.steady) ||
            Refuse(why, "The global stagger allows no further start yet.");
 }
 
@@ -135,7 +135,7 @@ bool IsBelowEngineProductLimit(Question const& q, String* why) {
     }
     auto const stagger = q.engine->productStaggers.find(q.job.settings.type);
     return stagger == q.engine->productStaggers.end() ||
-           stagger->second.Allows(product->rule.stagger, q.engine->id, false, q.farm.now) ||
+           stagger->second.Allows(product->rule.stagger, q.engine->id, false, q.farm.steady) ||
            Refuse(why, "The Engine's stagger for the Product allows no further start yet.");
 }
 
@@ -153,7 +153,7 @@ bool IsBelowPoolLimit(Question const& q, String* why) {
         return Refuse(why, "The limit of the Pool is reached.");
     auto const stagger = q.farm.poolStaggers.find(pool);
     return stagger == q.farm.poolStaggers.end() ||
-           stagger->second.Allows(rule.stagger, q.engine->id, !usage.engines.contains(q.engine), q.farm.now) ||
+           stagger->second.Allows(rule.stagger, q.engine->id, !usage.engines.contains(q.engine), q.farm.steady) ||
            Refuse(why, "The stagger of the Pool allows no further start yet.");
 }
 
@@ -201,7 +201,7 @@ bool IsBelowEngineUsageLimit(Question const& q, String* why) {
 bool IsWithinEngineStagger(Question const& q, String* why) {
     StaggerRule const& rule = q.job.settings.stagger;
     return rule.mode == StaggerMode::Units ||
-           q.job.stagger.Allows(rule, q.engine->id, !q.job.usage.engines.contains(q.engine), q.farm.now) ||
+           q.job.stagger.Allows(rule, q.engine->id, !q.job.usage.engines.contains(q.engine), q.farm.steady) ||
            Refuse(why, "The Job's stagger allows no further start on this Engine yet.");
 }
 

@@ -143,21 +143,21 @@ void Core::Restore(Record const& record) {
     }
 }
 
-void Core::RestoreDone(Time now) {
-    m_farm->now = now;
+void Core::RestoreDone(Moment const& now) {
+    m_farm->SetNow(now);
     m_farm->settings->RestoreDone();
     m_farm->engineActions->RestoreDone();
     m_farm->jobActions->RestoreDone();
     m_farm->runActions->CountCreators();
-    m_nextCheck = now;
+    m_nextCheck = now.steady;
 }
 
-void Core::Handle(Time now, Event const& event, std::vector<Effect>& effects) {
-    m_farm->now = now;
+void Core::Handle(Moment const& now, Event const& event, std::vector<Effect>& effects) {
+    m_farm->SetNow(now);
     m_farm->out.Open(effects);
     m_farm->jobActions->FinishRestored();
     std::visit([this](auto const& one) { HandleOne(one); }, event);
-    if (m_nextCheck <= now)
+    if (m_nextCheck <= now.steady)
         CheckTimes();
     m_farm->distributor->CheckTimes();
     m_farm->jobActions->CheckTimes();
@@ -166,7 +166,7 @@ void Core::Handle(Time now, Event const& event, std::vector<Effect>& effects) {
 }
 
 void Core::HandleOne(PeerConnected const& event) {
-    if (event.peer == 0 || m_farm->peers.Find(event.peer))
+    if (event.peer == 0 || !event.who || m_farm->peers.Find(event.peer))
         return;
     m_farm->loader->SendInitial(m_farm->peers.Add(event));
 }
@@ -187,12 +187,12 @@ void Core::HandleOne(PeerMessage const& event) {
     if (!peer || !event.message)
         return;
     if (peer->engine)
-        peer->engine->lastSeen = m_farm->now;
+        peer->engine->lastSeen = m_farm->steady;
     auto const at = m_handlers.find(event.message->Type());
-    unsigned const from = peer->kind == net::PeerKind::Engine ? FromEngines : FromClients;
+    unsigned const from = peer->Kind() == net::PeerKind::Engine ? FromEngines : FromClients;
     if (at == m_handlers.end() || (at->second.ways & from) == 0) {
-        m_farm->out.Log(LogLevel::Warning, "Ignored a " + String(event.message->TypeName()) + " from " +
-                                               peer->machineName + ": not expected from it.");
+        m_farm->out.Log(LogLevel::Warning, "Ignored a " + String(event.message->TypeName()) + " from " + peer->Name() +
+                                               ": not expected from it.");
         return;
     }
     at->second.handler(*peer, event.message);
@@ -201,7 +201,7 @@ void Core::HandleOne(PeerMessage const& event) {
 void Core::HandleOne(Tick const&) {}
 
 void Core::CheckTimes() {
-    m_nextCheck = m_farm->now + k_CheckEvery;
+    m_nextCheck = m_farm->steady + k_CheckEvery;
     m_farm->engineActions->CheckTimes();
     m_farm->runActions->CheckTimes();
 }
@@ -211,11 +211,8 @@ bool Core::Pull(PeerId id, size_t maxBytes, std::vector<MessagePtr>& out) {
     return peer && m_farm->loader->Pull(*peer, maxBytes, out);
 }
 
-Time Core::NextDeadline() const {
-    Time next = std::min(m_nextCheck, m_farm->distributor->NextTime());
-    if (Time const deletion = m_farm->jobActions->NextTime(); !deletion.IsZero())
-        next = std::min(next, deletion);
-    return next;
+Steady Core::NextDeadline() const {
+    return std::min({m_nextCheck, m_farm->distributor->NextTime(), m_farm->jobActions->NextTime()});
 }
 
 } // namespace farm

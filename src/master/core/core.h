@@ -10,7 +10,9 @@
 
 namespace farm {
 
-// Decides everything: takes events with their time, gives effects.
+// Decides everything: takes events with their time by two clocks, gives effects. What
+// people read is told by the time of day, every deadline counts by the steady clock: one
+// that is set back or forward neither stops nor hastens anything.
 //
 // Owned by the Master's shell, or by a simulator. One thread at a time. It does no
 // I/O, reads no clock and starts no thread; the same events with the same times and
@@ -37,16 +39,16 @@ public:
     // and restoring may go on.
     void Restore(Record const& record);
     // All rows are in. Needed after an empty store, too.
-    void RestoreDone(Time now);
+    void RestoreDone(Moment const& now);
 
     // Appends to `effects`.
-    void Handle(Time now, Event const& event, std::vector<Effect>& effects);
+    void Handle(Moment const& now, Event const& event, std::vector<Effect>& effects);
 
     // What a peer has asked for, up to about `maxBytes`. False when nothing is left.
     bool Pull(PeerId peer, size_t maxBytes, std::vector<MessagePtr>& out);
 
     // When a Tick is wanted at the latest.
-    Time NextDeadline() const;
+    Steady NextDeadline() const;
 
     // For tests and reports.
     Farm const& State() const { return *m_farm; }
@@ -71,7 +73,7 @@ private:
 
     std::unique_ptr<Farm> m_farm;
     std::unordered_map<UID, Entry> m_handlers;
-    Time m_nextCheck;
+    Steady m_nextCheck;
 };
 
 } // namespace farm

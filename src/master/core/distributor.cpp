@@ -42,13 +42,13 @@ void Distributor::ForgetEngine(EngineEntry& engine) {
     m_dirtyEngines.erase(engine.number);
 }
 
-void Distributor::WakeJob(JobEntry const& job, Time at) {
-    if (!at.IsZero())
+void Distributor::WakeJob(JobEntry const& job, Steady at) {
+    if (at < Steady::Never())
         m_wakes.push({at, job.number});
 }
 
-void Distributor::WakeAll(Time at) {
-    if (!at.IsZero())
+void Distributor::WakeAll(Steady at) {
+    if (at < Steady::Never())
         m_wakes.push({at, 0});
 }
 
@@ -184,7 +184,7 @@ void Distributor::Distribute() {
     if (m_all) {
         m_all = false;
         m_serveAll = false;
-        m_lastRound = m_farm.now;
+        m_lastRound = m_farm.steady;
         m_dirtyJobs.clear();
         m_dirtyEngines.clear();
         for (auto const& [number, job] : m_farm.jobs)
@@ -226,7 +226,7 @@ void Distributor::Distribute() {
 }
 
 void Distributor::CheckTimes() {
-    while (!m_wakes.empty() && m_wakes.top().at <= m_farm.now) {
+    while (!m_wakes.empty() && m_wakes.top().at <= m_farm.steady) {
         Wake const wake = m_wakes.top();
         m_wakes.pop();
         if (wake.job != 0)
@@ -234,18 +234,18 @@ void Distributor::CheckTimes() {
         else
             m_serveAll = true;
     }
-    if (m_lastRound + std::max(m_farm.policy.frequency, k_ShortestRound) > m_farm.now)
+    if (m_lastRound + std::max(m_farm.policy.frequency, k_ShortestRound) > m_farm.steady)
         return;
     // The regular round finds what the changes alone did not, such as limits that
     // another Engine's unit has freed.
-    m_lastRound = m_farm.now;
+    m_lastRound = m_farm.steady;
     m_serveAll = true;
     if (m_farm.policy.logDispatch)
         m_farm.out.LogDispatch(m_farm.reporter->Round());
 }
 
-Time Distributor::NextTime() const {
-    Time const round = m_lastRound + std::max(m_farm.policy.frequency, k_ShortestRound);
+Steady Distributor::NextTime() const {
+    Steady const round = m_lastRound + std::max(m_farm.policy.frequency, k_ShortestRound);
     return m_wakes.empty() ? round : std::min(round, m_wakes.top().at);
 }
 

@@ -39,19 +39,19 @@ public:
     void ForgetJob(JobEntry& job);
     void ForgetEngine(EngineEntry& engine);
 
-    // Staggers: tries again at that time. Zero is ignored.
-    void WakeJob(JobEntry const& job, Time at);
-    void WakeAll(Time at);
+    // Staggers: tries again at that time, unless it never comes.
+    void WakeJob(JobEntry const& job, Steady at);
+    void WakeAll(Steady at);
 
     void Distribute();
 
     // Rounds that are due by now.
     void CheckTimes();
-    Time NextTime() const;
+    Steady NextTime() const;
 
 private:
     struct Wake {
-        Time at;
+        Steady at;
         uint64_t job; // 0: all
         bool operator>(Wake const& other) const { return at > other.at; }
     };
@@ -74,7 +74,7 @@ private:
     std::set<uint64_t> m_dirtyEngines;      // numbers
     bool m_all = false;
     bool m_serveAll = false;
-    Time m_lastRound;
+    Steady m_lastRound;
     std::priority_queue<Wake, std::vector<Wake>, std::greater<>> m_wakes;
 };
 

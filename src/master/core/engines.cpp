@@ -93,7 +93,7 @@ void Engines::Note(EngineEntry& engine, String const& text) {
 void Engines::OnRegister(Peer& peer, RegisterEngineMsg const& message) {
     UID const id = message.engine.id;
     if (id.IsNull() || peer.engine) {
-        m_farm.out.Log(LogLevel::Warning, "Ignored a registration from " + peer.machineName +
+        m_farm.out.Log(LogLevel::Warning, "Ignored a registration from " + peer.who->machineName +
                                               (id.IsNull() ? ": it has no Engine ID." : ": it is registered already."));
         return;
     }
@@ -109,8 +109,8 @@ void Engines::OnRegister(Peer& peer, RegisterEngineMsg const& message) {
     }
     peer.engine = engine;
     engine->peer = peer.id;
-    engine->lastSeen = m_farm.now;
-    engine->goneSince = Time();
+    engine->lastSeen = m_farm.steady;
+    engine->goneSince.reset();
 
     auto record = boost::make_shared<Engine>(message.engine);
     if (!isNew) {
@@ -161,7 +161,7 @@ void Engines::Settle(EngineEntry& engine, RegisterEngineMsg const& message) {
 
 void Engines::OnHeartbeat(Peer& peer) {
     if (peer.engine)
-        peer.engine->lastSeen = m_farm.now;
+        peer.engine->lastSeen = m_farm.steady;
 }
 
 void Engines::OnBegun(Peer& peer, WorkBegunMsg const& message) {
@@ -207,7 +207,7 @@ void Engines::Ended(EngineEntry& engine, WorkEnded const& ended) {
 
 void Engines::PeerGone(EngineEntry& engine) {
     engine.peer = 0;
-    engine.goneSince = m_farm.now;
+    engine.goneSince = m_farm.steady;
     Change(engine)->SetOnline(false);
     TellEngine(engine);
     Note(engine, "Disconnected");
@@ -347,7 +347,7 @@ void Engines::OnStop(PeerId peer, StopWorkMsg const& message) {
 void Engines::CheckTimes() {
     for (auto const& [number, engine] : m_farm.engines) {
         if (engine->Online()) {
-            if (engine->lastSeen + k_Silence <= m_farm.now) {
+            if (engine->lastSeen + k_Silence <= m_farm.steady) {
                 if (Peer* const peer = m_farm.peers.Find(engine->peer))
                     peer->engine = nullptr;
                 m_farm.out.ClosePeerWith(engine->peer, "The Engine has been silent for too long.");
@@ -363,8 +363,8 @@ void Engines::CheckTimes() {
                     m_farm.distributor->EngineChanged(*engine);
                 }
             }
-        } else if (!engine->goneSince.IsZero() && engine->goneSince + m_farm.policy.lostTimeout <= m_farm.now) {
-            engine->goneSince = Time();
+        } else if (engine->goneSince && *engine->goneSince + m_farm.policy.lostTimeout <= m_farm.steady) {
+            engine->goneSince.reset();
             if (!engine->runs.empty())
                 Note(*engine, "Given up, its work goes back to the queue");
             while (!engine->runs.empty())
@@ -404,7 +404,7 @@ void Engines::RestoreHistory(Record const& record) {
 
 void Engines::RestoreDone() {
     for (auto const& [number, engine] : m_farm.engines) {
-        engine->goneSince = m_farm.now;
+        engine->goneSince = m_farm.steady;
         ReadSettings(*engine);
     }
 }

@@ -49,7 +49,7 @@ struct PendingStop {
     int status = 0;
     String reason;
     StopAction action = StopAction::Requeue;
-    Time asked;
+    Steady asked;
 };
 
 // A work unit that an Engine has.
@@ -68,6 +68,8 @@ struct Run {
     std::vector<RunElement> elements;
     boost::shared_ptr<Job> unit; // as clients were told last; never changed once told
     std::optional<PendingStop> stop;
+    Steady assignedAt;
+    Steady startedAt; // once it has started
 
     // What it counts for, as it was when it was given out.
     UID type;
@@ -193,7 +195,7 @@ struct JobEntry {
 
     bool waiting = false;
     WaitKey key;
-    Time deleteAt; // zero: stays
+    std::optional<Steady> deleteAt; // none: stays
 
     uint64_t Total() const { return frames.Count(); }
     uint64_t RunningFrames() const {
@@ -234,8 +236,8 @@ struct EngineEntry {
     std::unordered_map<UID, Stagger> productStaggers;
 
     PeerId peer = 0; // 0: not connected
-    Time lastSeen;
-    Time goneSince; // zero while connected, and when its runs were given up
+    Steady lastSeen;
+    std::optional<Steady> goneSince; // none while connected, and when its runs were given up
 
     unsigned used = 0;
     std::vector<Run*> runs;

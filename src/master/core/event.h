@@ -2,6 +2,7 @@
 
 // What the Core is told and what it wants done.
 
+#include "master/core/moment.h"
 #include "master/core/record.h"
 
 #include <boost/shared_ptr.hpp>
@@ -25,18 +26,22 @@ class StateSnapshot;
 using PeerId = uint64_t;
 using MessagePtr = boost::shared_ptr<Message const>;
 
+// Who is behind an event: user, program, instance, address, version and the like, as the
+// handshake proved them. Never changed, shared by all events of one connection.
+using Identity = boost::shared_ptr<net::PeerInfo const>;
+
 struct PeerConnected {
     PeerId peer = 0;
-    net::PeerKind kind{};
-    UID machine;
-    String machineName;
+    Identity who;
 };
 struct PeerGone {
     PeerId peer = 0;
+    Identity who;
 };
 struct PeerMessage {
     PeerId peer = 0;
     boost::shared_ptr<Message> message;
+    Identity who;
 };
 // Time has passed; see Core::NextDeadline.
 struct Tick {};

@@ -96,7 +96,16 @@ struct Farm {
 
     CoreConfig const config;
     Random random;
-    Time now; // of the event that is being handled
+
+    // Of the event that is being handled: the time of day, for what people read, and the
+    // steady clock, for what is due.
+    Time now;
+    Steady steady;
+    void SetNow(Moment const& moment) {
+        now = moment.wall;
+        steady = moment.steady;
+    }
+    Moment Now() const { return {now, steady}; }
 
     Peers peers;
     Outbox out{peers};
@@ -125,7 +134,7 @@ struct Farm {
     std::unordered_map<UID, std::set<uint64_t>> dependents; // Job to the numbers of those that wait for it
     std::map<uint64_t, std::unique_ptr<Run>> runs;
     std::unordered_map<UID, Run*> runsByWork;
-    std::set<std::pair<Time, uint64_t>> deletions; // when, and the number of the Job
+    std::set<std::pair<Steady, uint64_t>> deletions; // when, and the number of the Job
     std::deque<UID> recentlyDeleted;
 
     // Engines.

@@ -345,7 +345,7 @@ void Jobs::Delete(JobEntry& job) {
     Watch(job, false);
     m_farm.distributor->ForgetJob(job);
     m_farm.distributor->DependentsChanged(job.id);
-    m_farm.deletions.erase({job.deleteAt, job.number});
+    Unschedule(job);
     m_farm.recentlyDeleted.push_back(job.id);
     if (m_farm.recentlyDeleted.size() > k_MaxRecentlyDeleted)
         m_farm.recentlyDeleted.pop_front();
@@ -449,21 +449,26 @@ void Jobs::TellGone(JobEntry const& job) {
 
 // Puts down when a finished Job is deleted.
 void Jobs::Schedule(JobEntry& job) {
-    m_farm.deletions.erase({job.deleteAt, job.number});
-    job.deleteAt = Time();
+    Unschedule(job);
     if (!job.settings.IsFinished() || !job.runs.empty())
         return;
     int const disposition = job.settings.finishDisposition;
     if (disposition == 0 || (disposition < 0 && m_farm.policy.autoDelete == 0))
         return;
-    Time const finished = job.job->FinishedTime();
     bool const atOnce = disposition > 0 || m_farm.policy.autoDelete == 1;
-    job.deleteAt = std::max(finished + (atOnce ? Time() : m_farm.policy.deleteAfter), Time(1));
-    m_farm.deletions.insert({job.deleteAt, job.number});
+    Time const after = atOnce ? Time() : m_farm.policy.deleteAfter;
+    job.deleteAt = m_farm.Now().SteadyOf(job.job->FinishedTime(), after) + after;
+    m_farm.deletions.insert({*job.deleteAt, job.number});
+}
+
+void Jobs::Unschedule(JobEntry& job) {
+    if (job.deleteAt)
+        m_farm.deletions.erase({*job.deleteAt, job.number});
+    job.deleteAt.reset();
 }
 
 void Jobs::CheckTimes() {
-    while (!m_farm.deletions.empty() && m_farm.deletions.begin()->first <= m_farm.now) {
+    while (!m_farm.deletions.empty() && m_farm.deletions.begin()->first <= m_farm.steady) {
         auto const [at, number] = *m_farm.deletions.begin();
         m_farm.deletions.erase(m_farm.deletions.begin());
         if (JobEntry* const job = m_farm.FindJob(number))
@@ -471,7 +476,7 @@ void Jobs::CheckTimes() {
     }
 }
 
-Time Jobs::NextTime() const { return m_farm.deletions.empty() ? Time() : m_farm.deletions.begin()->first; }
+Steady Jobs::NextTime() const { return m_farm.deletions.empty() ? Steady::Never() : m_farm.deletions.begin()->first; }
 
 void Jobs::SettingsChanged() {
     for (auto const& [number, job] : m_farm.jobs)

@@ -38,7 +38,7 @@ public:
 
     // Deletions that are due.
     void CheckTimes();
-    Time NextTime() const;
+    Steady NextTime() const;
 
     // Restoring, in this order.
     void RestoreJob(Record const& record);
@@ -67,6 +67,7 @@ private:
     bool ShowProgress(JobEntry& job);
     void TellGone(JobEntry const& job);
     void Schedule(JobEntry& job);
+    void Unschedule(JobEntry& job);
     void Watch(JobEntry& job, bool add);
     void StoreJob(JobEntry const& job);
     void StoreState(JobEntry const& job);

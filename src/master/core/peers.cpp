@@ -45,9 +45,7 @@ Peer& Peers::Add(PeerConnected const& event) {
     Peer& peer = m_peers[event.peer];
     peer = Peer();
     peer.id = event.peer;
-    peer.kind = event.kind;
-    peer.machine = event.machine;
-    peer.machineName = event.machineName;
+    peer.who = event.who;
     Changed();
     return peer;
 }

@@ -33,13 +33,14 @@ struct LoadTask {
 // One connection.
 struct Peer {
     PeerId id = 0;
-    net::PeerKind kind{};
-    UID machine;
-    String machineName;
+    Identity who; // never null
     bool followsAll = false;
     std::set<UID> follows; // kinds of messages
     std::deque<LoadTask> loads;
     EngineEntry* engine = nullptr; // the Engine that registered on it
+
+    net::PeerKind Kind() const { return who->kind; }
+    String Name() const { return who->Text(); }
 
     // The load that tells all Jobs, where one is going on.
     LoadTask const* FullLoad() const;

@@ -78,7 +78,7 @@ String Reporter::JobStatus(JobEntry const& job) const {
         if (++lines > k_MaxLines)
             break;
         text += "    " + run->subRange + " on " + run->engine->engine->Name() + ", " +
-                (run->HasStarted() ? "started " + Seconds((m_farm.now - run->StartedAt()).Milliseconds()) + " ago"
+                (run->HasStarted() ? "started " + Seconds((m_farm.steady - run->startedAt).Milliseconds()) + " ago"
                                    : String("assigned")) +
                 k_NL;
     }

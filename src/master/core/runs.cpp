@@ -18,6 +18,8 @@ namespace {
 
 // How long an Engine may take to confirm a stop: its own five seconds, and some.
 constexpr Time k_StopPatience = Time::Seconds(30);
+// What is older by the time of day when the program starts counts as no older.
+constexpr Time k_LongestAge = Time::Days(366);
 // A unit is compared with the average when that many have finished.
 constexpr uint64_t k_FinishedForOvertime = 5;
 
@@ -144,11 +146,10 @@ void Runs::Destroy(Run& run) {
 void Runs::NoteStart(Run& run) {
     JobEntry& job = *run.job;
     EngineEntry& engine = *run.engine;
-    Time const at = run.Assigned();
+    Steady const at = run.assignedAt;
     Distributor& distributor = *m_farm.distributor;
-    if (Time const again = job.stagger.Note(job.settings.stagger, engine.id, !job.usage.engines.contains(&engine), at);
-        !again.IsZero())
-        distributor.WakeJob(job, again);
+    bool const isNewEngine = !job.usage.engines.contains(&engine);
+    distributor.WakeJob(job, job.stagger.Note(job.settings.stagger, engine.id, isNewEngine, at));
     PoolRule const& pool = m_farm.RuleOfPool(run.pool);
     if (pool.stagger.Active()) {
         bool const isNew = !m_farm.UsageOf(m_farm.poolUsage, run.pool).engines.contains(&engine);
@@ -167,6 +168,7 @@ Run& Runs::Give(JobEntry& job, EngineEntry& engine, Spans packet) {
     run.frames = std::move(packet);
     run.subRange = job.frames.TextOf(run.frames);
     run.elements.push_back({Assigned, m_farm.now, String()});
+    run.assignedAt = m_farm.steady;
     run.type = job.settings.type;
     run.pool = job.settings.pool;
     run.creator = job.settings.creator;
@@ -190,6 +192,7 @@ void Runs::Begin(Run& run, Time at) {
     if (!run.job || run.HasStarted())
         return;
     run.elements.push_back({Started, std::clamp(at, run.Assigned(), std::max(m_farm.now, run.Assigned())), String()});
+    run.startedAt = m_farm.steady;
     Store(run, Outcome::Open);
     auto unit = boost::make_shared<Job>(*run.unit);
     unit->SetStatus(Started);
@@ -341,7 +344,7 @@ void Runs::EndUnconfirmed(Run& run) {
 }
 
 void Runs::Stop(Run& run, int status, String const& reason, StopAction action) {
-    run.stop = PendingStop{StatusOfStop(status, action), reason, action, m_farm.now};
+    run.stop = PendingStop{StatusOfStop(status, action), reason, action, m_farm.steady};
     if (!run.engine->Online()) {
         // Nobody will confirm it. When the Engine comes back it is told to end the run.
         EndUnconfirmed(run);
@@ -360,7 +363,7 @@ void Runs::SendStop(Run const& run) {
 
 void Runs::Orphan(Run& run, String const& reason) {
     bool const told = run.stop.has_value();
-    run.stop = PendingStop{UserCanceled, reason, StopAction::Cancel, m_farm.now};
+    run.stop = PendingStop{UserCanceled, reason, StopAction::Cancel, m_farm.steady};
     run.job = nullptr;
     if (!run.engine->Online()) {
         Destroy(run);
@@ -483,9 +486,9 @@ void Runs::CheckTimes() {
     std::vector<Run*> late;
     for (auto const& [number, run] : m_farm.runs) {
         if (run->stop
-                ? run->stop->asked + k_StopPatience <= m_farm.now
+                ? run->stop->asked + k_StopPatience <= m_farm.steady
                 : run->job && run->engine->Online() && !run->HasStarted() && m_farm.policy.startTimeout > Time() &&
-                      run->Assigned() + m_farm.policy.startTimeout <= m_farm.now) {
+                      run->assignedAt + m_farm.policy.startTimeout <= m_farm.steady) {
             late.push_back(run.get());
             continue;
         }
@@ -495,7 +498,7 @@ void Runs::CheckTimes() {
             continue;
         double const average = static_cast<double>(job->finishedMs) / static_cast<double>(job->finishedFrames) *
                                static_cast<double>(CountOf(run->frames));
-        if (static_cast<double>((m_farm.now - run->StartedAt()).Milliseconds()) > average * job->settings.overtimeKill)
+        if (static_cast<double>((m_farm.steady - run->startedAt).Milliseconds()) > average * job->settings.overtimeKill)
             late.push_back(run.get());
     }
     for (Run* const run : late) {
@@ -526,6 +529,8 @@ void Runs::RestoreOpen(JobEntry& job, EngineEntry& engine, uint64_t number, RunR
     run.elements = row.elements;
     if (run.elements.empty())
         run.elements.push_back({Assigned, m_farm.now, String()});
+    run.assignedAt = m_farm.Now().SteadyOf(run.Assigned(), k_LongestAge);
+    run.startedAt = run.HasStarted() ? m_farm.Now().SteadyOf(run.StartedAt(), k_LongestAge) : Steady();
     FrameRange range;
     FrameRange::Parse(row.subRange, range);
     run.frames = job.frames.PositionsOf(range);

@@ -2,19 +2,19 @@
 
 namespace farm {
 
-void Stagger::Trim(Starts& starts, StaggerRule const& rule, Time now) {
+void Stagger::Trim(Starts& starts, StaggerRule const& rule, Steady now) {
     auto keep = starts.begin();
     while (keep != starts.end() && (static_cast<size_t>(starts.end() - keep) > rule.count || *keep + rule.span <= now))
         ++keep;
     starts.erase(starts.begin(), keep);
 }
 
-bool Stagger::Full(Starts const& starts, StaggerRule const& rule, Time now) {
+bool Stagger::Full(Starts const& starts, StaggerRule const& rule, Steady now) {
     // Only the last `count` starts are kept, so the oldest of them decides.
     return starts.size() >= rule.count && starts[starts.size() - rule.count] + rule.span > now;
 }
 
-bool Stagger::Allows(StaggerRule const& rule, UID const& engine, bool newEngine, Time now) const {
+bool Stagger::Allows(StaggerRule const& rule, UID const& engine, bool newEngine, Steady now) const {
     if (!rule.Active())
         return true;
     switch (rule.mode) {
@@ -30,13 +30,13 @@ bool Stagger::Allows(StaggerRule const& rule, UID const& engine, bool newEngine,
     return !Full(m_starts, rule, now);
 }
 
-Time Stagger::Note(StaggerRule const& rule, UID const& engine, bool newEngine, Time now) {
+Steady Stagger::Note(StaggerRule const& rule, UID const& engine, bool newEngine, Steady now) {
     if (!rule.Active() || (rule.mode == StaggerMode::Engines && !newEngine))
-        return Time();
+        return Steady::Never();
     Starts& starts = rule.mode == StaggerMode::UnitsOnAnEngine ? m_byEngine[engine] : m_starts;
     starts.push_back(now);
     Trim(starts, rule, now);
-    return Full(starts, rule, now) ? starts[starts.size() - rule.count] + rule.span : Time();
+    return Full(starts, rule, now) ? starts[starts.size() - rule.count] + rule.span : Steady::Never();
 }
 
 } // namespace farm

@@ -2,7 +2,8 @@
 
 // Limits on how many starts there may be in a stretch of time.
 
-#include <corekit/time.h>
+#include "master/core/moment.h"
+
 #include <corekit/uid.h>
 
 #include <unordered_map>
@@ -10,7 +11,6 @@
 
 namespace farm {
 
-using corekit::Time;
 using corekit::UID;
 
 // What a stagger counts. The numbers are stored and shown.
@@ -32,16 +32,16 @@ struct StaggerRule {
 // within the last `span` are remembered.
 class Stagger {
 public:
-    bool Allows(StaggerRule const& rule, UID const& engine, bool newEngine, Time now) const;
+    bool Allows(StaggerRule const& rule, UID const& engine, bool newEngine, Steady now) const;
 
     // Notes a start. Gives the time at which the next one is allowed again where the
-    // rule is used up now, else zero.
-    Time Note(StaggerRule const& rule, UID const& engine, bool newEngine, Time now);
+    // rule is used up now, else Never.
+    Steady Note(StaggerRule const& rule, UID const& engine, bool newEngine, Steady now);
 
 private:
-    using Starts = std::vector<Time>; // at most `count`, the oldest first
-    static void Trim(Starts& starts, StaggerRule const& rule, Time now);
-    static bool Full(Starts const& starts, StaggerRule const& rule, Time now);
+    using Starts = std::vector<Steady>; // at most `count`, the oldest first
+    static void Trim(Starts& starts, StaggerRule const& rule, Steady now);
+    static bool Full(Starts const& starts, StaggerRule const& rule, Steady now);
 
     Starts m_starts; // of units, or of Engines
     std::unordered_map<UID, Starts> m_byEngine;

@@ -34,6 +34,17 @@ constexpr std::chrono::milliseconds k_LongestWait{1000};
 constexpr std::chrono::milliseconds k_FirstStorePause{250};
 constexpr std::chrono::milliseconds k_LongestStorePause{5000};
 
+Moment CurrentMoment() {
+    using namespace std::chrono;
+    auto const steady = duration_cast<milliseconds>(steady_clock::now().time_since_epoch());
+    return {Time::CurrentTime(), Steady(Time(steady.count()))};
+}
+
+// What the handshake proved of the other end, for as long as anybody holds it.
+Identity IdentityOf(boost::shared_ptr<net::Connection> const& connection) {
+    return Identity(connection, &connection->Peer());
+}
+
 } // namespace
 
 Shell::Shell(Options options, std::unique_ptr<Store> store)
@@ -82,7 +93,7 @@ std::unique_ptr<Core> Shell::RestoredCore() {
                          "submitted again.",
                          lost));
     }
-    core->RestoreDone(Time::CurrentTime());
+    core->RestoreDone(CurrentMoment());
     return core;
 }
 
@@ -101,15 +112,14 @@ void Shell::OpenPort() {
 
     net::Handlers handlers;
     handlers.onConnected = [this](ConnectionPtr const& connection) {
-        net::PeerInfo const& peer = connection->Peer();
         {
             CommonMutex::Lock const lock(m_connectionsGuard);
             m_connections[connection->Number()] = connection;
         }
-        m_inbox.Push(Event(PeerConnected{connection->Number(), peer.kind, peer.machine, peer.machineName}));
+        m_inbox.Push(Event(PeerConnected{connection->Number(), IdentityOf(connection)}));
     };
     handlers.onMessage = [this](ConnectionPtr const& connection, boost::shared_ptr<vorlan::Message> const& message) {
-        m_inbox.Push(Event(PeerMessage{connection->Number(), message}));
+        m_inbox.Push(Event(PeerMessage{connection->Number(), message, IdentityOf(connection)}));
     };
     handlers.onClosed = [this](ConnectionPtr const& connection, String const& reason) {
         corekit::LogInfo(SFormat("%s on %s has left: %s", connection->Peer().program.c_str(),
@@ -118,7 +128,7 @@ void Shell::OpenPort() {
             CommonMutex::Lock const lock(m_connectionsGuard);
             m_connections.erase(connection->Number());
         }
-        m_inbox.Push(Event(PeerGone{connection->Number()}));
+        m_inbox.Push(Event(PeerGone{connection->Number(), IdentityOf(connection)}));
     };
     handlers.onDrained = [this](ConnectionPtr const& connection) { m_inbox.Push(PeerDrained{connection->Number()}); };
     m_server = std::make_unique<net::Server>(std::move(options), std::move(handlers));
@@ -153,10 +163,7 @@ std::chrono::steady_clock::time_point Shell::NextTurn() const {
         return now;
     if (!m_loading.empty() || m_logs.IsFeeding())
         return now + std::chrono::milliseconds(20);
-    Time const deadline = m_core->NextDeadline();
-    if (deadline.IsZero())
-        return now + k_LongestWait;
-    int64_t const leftMs = (deadline - Time::CurrentTime()).Milliseconds();
+    int64_t const leftMs = (m_core->NextDeadline() - CurrentMoment().steady).Milliseconds();
     return now + std::min(k_LongestWait, std::chrono::milliseconds(std::max<int64_t>(leftMs, 0)));
 }
 
@@ -170,15 +177,14 @@ void Shell::Run() {
 }
 
 void Shell::Turn(std::deque<Incoming> events) {
-    Time const now = Time::CurrentTime();
+    Moment const now = CurrentMoment();
     std::vector<Effect> effects;
     for (Incoming const& incoming : events) {
         auto const* event = std::get_if<Event>(&incoming);
         if (event && !TakesLogRequest(*event))
             m_core->Handle(now, *event, effects);
     }
-    Time const deadline = m_core->NextDeadline();
-    if (!deadline.IsZero() && deadline <= now)
+    if (m_core->NextDeadline() <= now.steady)
         m_core->Handle(now, Tick{}, effects);
     String reason;
     if (Commit(effects, reason))
