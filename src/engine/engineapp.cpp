@@ -178,7 +178,7 @@ void EngineApp::SleepWhenIdle(int64_t now) {
         return;
     m_busyMs = now; // once it is awake again it has that time anew
     m_desk->History().Note(SFormat("Sleeps after %u minutes without work", minutes));
-    m_desk->Side().Run("stand-by", MachineScript(0), Path("/"), SideCommands::Tell::Failures);
+    m_desk->Side().Run(MakeSideCommand("stand-by", MachineScript(0), Path("/")));
 }
 
 void EngineApp::CleanOutput() {
@@ -189,6 +189,7 @@ void EngineApp::CleanOutput() {
         if (size_t const deleted = folder->Cleanup(before); deleted > 0)
             LogInfo(SFormat("Deleted the output of %zu old runs.", deleted));
     });
+    m_desk->CleanFolders(before);
 }
 
 void EngineApp::StopPrograms() {

@@ -2,6 +2,8 @@
 
 #include "engine/verdict.h"
 
+#include <algorithm>
+
 namespace vorlan {
 
 namespace {
@@ -10,38 +12,49 @@ constexpr size_t k_OutputBytes = 16384;
 
 } // namespace
 
-SideCommands::SideCommands(Runner& runner, Report report) : m_runner(runner), m_report(std::move(report)) {}
+SideCommand MakeSideCommand(String const& label, String const& script, Path const& folder, SideCommand::Tell tell) {
+    SideCommand command;
+    command.label = label;
+    command.spec.work = UID(true);
+    command.spec.arguments = {"/bin/sh", "-c", script};
+    command.spec.folder = folder;
+    command.tell = tell;
+    return command;
+}
 
-void SideCommands::Run(String const& label, String const& script, Path const& folder, Tell tell) {
-    if (m_waiting.size() >= k_Waiting) {
-        m_report("The " + label + " command was left out: " + String::From(k_Waiting) + " others wait.");
-        return;
+SideCommands::SideCommands(Runner& runner, Report report, Settled settled)
+    : m_runner(runner), m_report(std::move(report)), m_settled(std::move(settled)) {}
+
+void SideCommands::Run(SideCommand command) {
+    if (m_waiting.size() >= k_Waiting && !command.owed) {
+        m_report("The " + command.label + " command was left out: " + String::From(k_Waiting) + " others wait.");
+        return m_settled(command);
     }
-    Side side;
-    side.label = label;
-    side.tell = tell;
-    side.spec.work = UID(true);
-    side.spec.arguments = {"/bin/sh", "-c", script};
-    side.spec.folder = folder;
-    m_waiting.push_back(std::move(side));
+    m_waiting.push_back(std::move(command));
     StartNext();
 }
 
+bool SideCommands::Needs(UID const& job) const {
+    return std::any_of(m_running.begin(), m_running.end(),
+                       [&](auto const& entry) { return entry.second.job == job; }) ||
+           std::any_of(m_waiting.begin(), m_waiting.end(), [&](auto const& command) { return command.job == job; });
+}
+
 void SideCommands::StartNext() {
-    while (!m_waiting.empty() && m_running.size() < k_AtOnce) {
-        Side side = std::move(m_waiting.front());
+    while (!m_stopping && !m_waiting.empty() && m_running.size() < k_AtOnce) {
+        UID const process = m_waiting.front().spec.work;
+        SideCommand& command = m_running[process] = std::move(m_waiting.front());
         m_waiting.pop_front();
-        RunSpec const spec = std::move(side.spec);
-        m_running.emplace(spec.work, std::move(side));
-        m_runner.Start(spec);
+        ++command.tries;
+        m_runner.Start(command.spec);
     }
 }
 
 bool SideCommands::OnOutput(UID const& process, std::string_view bytes) {
-    auto const side = m_running.find(process);
-    if (side == m_running.end())
+    auto const command = m_running.find(process);
+    if (command == m_running.end())
         return false;
-    std::string& output = side->second.output;
+    std::string& output = command->second.output;
     output.append(bytes.substr(0, k_OutputBytes - output.size()));
     return true;
 }
@@ -50,24 +63,34 @@ bool SideCommands::OnEnded(UID const& process, RunEnd const& end) {
     auto found = m_running.extract(process);
     if (found.empty())
         return false;
-    Side const& side = found.mapped();
-    bool const failed = !HasSucceeded(end, {0});
-    if (failed || side.tell == Tell::All) {
-        String text = "The " + side.label + " command ended: " + EndText(end);
-        String rest = String(side.output).Trim();
-        for (size_t lines = 0; !rest.Empty() && lines < k_OutputLines; ++lines) {
-            text += "\n" + rest.LeftFirst("\n");
-            rest = rest.Contains("\n") ? rest.RightFirst("\n") : String();
-        }
-        m_report(rest.Empty() ? text : text + "\n...");
+    SideCommand& command = found.mapped();
+    bool const again = command.owed && end.kind == RunEnd::Kind::Lost && command.tries < k_Tries;
+    if (again) {
+        command.output.clear();
+        m_waiting.push_front(std::move(command));
+    } else if (!m_stopping || !command.owed) {
+        ReportEnd(command, end);
+        m_settled(command);
     }
     StartNext();
     return true;
 }
 
+void SideCommands::ReportEnd(SideCommand const& command, RunEnd const& end) {
+    if (HasSucceeded(end, {0}) && command.tell == SideCommand::Tell::Failures)
+        return;
+    String text = "The " + command.label + " command ended: " + EndText(end);
+    String rest = String(command.output).Trim();
+    for (size_t lines = 0; !rest.Empty() && lines < k_OutputLines; ++lines) {
+        text += "\n" + rest.LeftFirst("\n");
+        rest = rest.Contains("\n") ? rest.RightFirst("\n") : String();
+    }
+    m_report(rest.Empty() ? text : text + "\n...");
+}
+
 void SideCommands::StopAll(int graceMs) {
-    m_waiting.clear();
-    for (auto const& [process, side] : m_running)
+    m_stopping = true;
+    for (auto const& [process, command] : m_running)
         m_runner.Stop(process, graceMs);
 }
 

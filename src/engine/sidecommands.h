@@ -13,27 +13,48 @@
 
 namespace vorlan {
 
-// Runs shell commands, a few at a time, and tells how they ended.
-//
-// Owned by the WorkDesk, which passes on what the Runner says; its thread. A command's
-// output is put into lines; what it says at its end is given to `report`.
-class SideCommands {
-public:
-    static constexpr size_t k_AtOnce = 16;
-    static constexpr size_t k_Waiting = 10000;
-    static constexpr size_t k_OutputLines = 20;
-
+// A command on its way. Its id is that of `spec`.
+struct SideCommand {
     enum class Tell {
         Failures, // only when it went wrong
         All,      // its output, too
     };
 
+    String label; // names it in reports
+    RunSpec spec;
+    UID job; // whose folder it needs; null: nobody's
+    Tell tell = Tell::Failures;
+    bool owed = false; // never left out, and run again when it was cut off
+    int tries = 0;
+    std::string output;
+};
+
+// A command line for /bin/sh that nobody has owed to anybody.
+SideCommand MakeSideCommand(String const& label, String const& script, Path const& folder,
+                            SideCommand::Tell tell = SideCommand::Tell::Failures);
+
+// Runs shell commands, a few at a time, and tells how they ended.
+//
+// Owned by the WorkDesk, which passes on what the Runner says; its thread. A command's
+// output is put into lines; what it says at its end is given to `report`. `settled` is
+// called for each that has ended or was left out, but not for those that the end of the
+// Engine cut off.
+class SideCommands {
+public:
+    static constexpr size_t k_AtOnce = 16;
+    static constexpr size_t k_Waiting = 10000;
+    static constexpr size_t k_OutputLines = 20;
+    static constexpr int k_Tries = 3; // of an owed one
+
     using Report = std::function<void(String const& line)>;
+    using Settled = std::function<void(SideCommand const& command)>;
 
-    SideCommands(Runner& runner, Report report);
+    SideCommands(Runner& runner, Report report, Settled settled);
 
-    // `label` names it in reports. Too many that wait: it is left out, with a report.
-    void Run(String const& label, String const& script, Path const& folder, Tell tell);
+    // Too many that wait: it is left out, with a report.
+    void Run(SideCommand command);
+    // One of them still needs the Job's folder.
+    bool Needs(UID const& job) const;
 
     // False when it is none of these processes.
     bool OnOutput(UID const& process, std::string_view bytes);
@@ -43,18 +64,15 @@ public:
     void StopAll(int graceMs);
 
 private:
-    struct Side {
-        String label;
-        RunSpec spec;
-        Tell tell = Tell::Failures;
-        std::string output;
-    };
     void StartNext();
+    void ReportEnd(SideCommand const& command, RunEnd const& end);
 
     Runner& m_runner;
     Report const m_report;
-    std::map<UID, Side> m_running;
-    std::deque<Side> m_waiting;
+    Settled const m_settled;
+    std::map<UID, SideCommand> m_running;
+    std::deque<SideCommand> m_waiting;
+    bool m_stopping = false;
 };
 
 } // namespace vorlan

@@ -257,11 +257,13 @@ void WorkDesk::Report(Unit& unit, Verdict const& result) {
     m_history.Note(outcome + ", " + NameOf(unit) + ", after " +
                    (ran < Time::Seconds(1) ? ran.FormatDuration(0, 4, 0) : ran.FormatDuration(2, 4, 1)));
     unit.work->SetStatus(verdict.status);
-    RunFinishedCommands(unit, verdict);
+    OweFinishedCommands(unit, verdict);
     m_units.erase(UID(ended.work));
+    CleanUpBehind(ended.job);
 }
 
-void WorkDesk::RunFinishedCommands(Unit const& unit, Verdict const& verdict) {
+// They stand in the journal beside the result: whoever was told of it can rely on them.
+void WorkDesk::OweFinishedCommands(Unit const& unit, Verdict const& verdict) {
     if (!unit.product)
         return;
     OptionMap extra = unit.values;
@@ -271,7 +273,10 @@ void WorkDesk::RunFinishedCommands(Unit const& unit, Verdict const& verdict) {
                                                                   : WorkFinishedUnsuccessfulEvt::TypeName()}) {
         for (EventCommand const& command :
              CommandsFor(event, m_settings.get(), *unit.work, unit.product.get(), extra)) {
-            m_side.Run(command.label, command.script, unit.spec.folder, SideCommands::Tell::Failures);
+            SideCommand const side = MakeSideCommand(command.label, command.script, unit.spec.folder);
+            OwedCommand const owed{side.label, unit.work->parentID, side.spec};
+            m_journal.Owe(owed);
+            RunOwed(owed);
         }
     }
 }

@@ -11,6 +11,9 @@
 #include <vorlan/status.h>
 
 #include <algorithm>
+#include <filesystem>
+
+#include <sys/stat.h>
 
 namespace vorlan {
 
@@ -18,11 +21,15 @@ WorkDesk::WorkDesk(DeskSetup setup)
     : m_setup(std::move(setup)),
       m_journal(m_setup.folder / "results.journal", m_setup.clock->Now()),
       m_history(m_setup.engine, *m_setup.clock),
-      m_side(*m_setup.runner, [this](String const& line) { m_history.Note(line); }) {
+      m_side(
+          *m_setup.runner, [this](String const& line) { m_history.Note(line); },
+          [this](SideCommand const& command) { OnSettled(command); }) {
     if (size_t const cutOff = m_journal.CutOff(); cutOff > 0) {
         m_history.Note(
             SFormat("An earlier VorlanEngine ended while it ran %zu units; they are reported as lost.", cutOff));
     }
+    for (auto const& [id, owed] : m_journal.Owed())
+        RunOwed(owed);
 }
 
 WorkDesk::~WorkDesk() = default;
@@ -113,22 +120,83 @@ void WorkDesk::OnAcknowledged(WorkEndedAckMsg const& message) {
 void WorkDesk::OnSettings(EngineSettingsMsg const& message) { m_settings = boost::make_shared<Engine>(message.engine); }
 
 void WorkDesk::OnJobGone(JobGoneMsg const& message) {
-    auto known = m_jobs.extract(message.job);
-    std::erase(m_jobOrder, message.job);
-    rmdir((m_setup.folder / "work" / Path(message.job.ToString())).c_str()); // stays if anything lies in it
-    Job const unknown(message.job);
+    m_goneJobs.insert(message.job);
+    CleanUpBehind(message.job);
+}
+
+bool WorkDesk::IsBusyWith(UID const& job) const {
+    return m_side.Needs(job) || std::any_of(m_units.begin(), m_units.end(),
+                                            [&](auto const& entry) { return entry.second.work->parentID == job; });
+}
+
+// Once nothing is left here that needs the Job's folder.
+void WorkDesk::CleanUpBehind(UID const& id) {
+    if (IsBusyWith(id) || m_goneJobs.erase(id) == 0)
+        return;
+    auto known = m_jobs.extract(id);
+    std::erase(m_jobOrder, id);
+    RemoveFolder(JobFolder(id));
+    Job const unknown(id);
     Job const& job = known.empty() ? unknown : *known.mapped();
     auto const product = JobFactory::s_JobFactory->GetProduct(job.Type());
-    OptionMap const extra{{p_ID, message.job.ToString()}, {"Engine.Name", m_setup.host}};
+    OptionMap const extra{{p_ID, id.ToString()}, {"Engine.Name", m_setup.host}};
     for (EventCommand const& command :
          CommandsFor(FinishedJobEvt::TypeName(), m_settings.get(), job, product.get(), extra)) {
-        m_side.Run(command.label, command.script, m_setup.folder, SideCommands::Tell::Failures);
+        m_side.Run(MakeSideCommand(command.label, command.script, m_setup.folder));
     }
+}
+
+void WorkDesk::CleanFolders(Time before) {
+    std::error_code error;
+    std::vector<Path> old;
+    for (std::filesystem::directory_iterator at((m_setup.folder / "work").Native(), error), end; !error && at != end;
+         at.increment(error)) {
+        Path const folder(at->path());
+        struct stat status {};
+        UID job;
+        bool const isJobs = UID::FromString(folder.Leaf(), job);
+        if (lstat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) || (isJobs && IsBusyWith(job)))
+            continue;
+        if (!isJobs || Time::FromUnixMs(int64_t{status.st_mtim.tv_sec} * 1000) < before)
+            old.push_back(folder);
+    }
+    for (Path const& folder : old)
+        RemoveFolder(folder);
+}
+
+// With all that units have left in it. It has another name at once: the Job may come back.
+void WorkDesk::RemoveFolder(Path const& folder) {
+    Path const gone = folder.Text() + "-" + UID(true).ToString();
+    if (rename(folder.c_str(), gone.c_str()) != 0)
+        return;
+    m_setup.aside([gone] {
+        std::error_code error;
+        std::filesystem::remove_all(gone.Native(), error);
+        if (error)
+            LogWarning(SFormat("Cannot delete \"%s\": %s. Delete it by hand.", gone.c_str(), error.message().c_str()));
+    });
+}
+
+void WorkDesk::RunOwed(OwedCommand const& owed) {
+    SideCommand command;
+    command.label = owed.label;
+    command.spec = owed.spec;
+    command.job = owed.job;
+    command.owed = true;
+    m_side.Run(std::move(command));
+}
+
+void WorkDesk::OnSettled(SideCommand const& command) {
+    if (command.owed)
+        m_journal.Settled(command.spec.work);
+    if (!command.job.IsNull())
+        CleanUpBehind(command.job);
 }
 
 void WorkDesk::OnExecute(ExecuteCommandMsg const& message) {
     m_history.Note("Runs the command: " + message.command);
-    m_side.Run("\"" + message.command.Mid(0, 80) + "\"", message.command, m_setup.folder, SideCommands::Tell::All);
+    m_side.Run(MakeSideCommand("\"" + message.command.Mid(0, 80) + "\"", message.command, m_setup.folder,
+                               SideCommand::Tell::All));
 }
 
 void WorkDesk::OnRunStarted(UID const& work, int) {
@@ -174,7 +242,9 @@ void WorkDesk::TellProgress(Unit& unit, int64_t now) {
     Send(message);
     for (EventCommand const& command : CommandsFor(WorkParameterChangedEvt::TypeName(), m_settings.get(), *unit.work,
                                                    unit.product.get(), unit.values)) {
-        m_side.Run(command.label, command.script, unit.spec.folder, SideCommands::Tell::Failures);
+        SideCommand side = MakeSideCommand(command.label, command.script, unit.spec.folder);
+        side.job = unit.work->parentID;
+        m_side.Run(std::move(side));
     }
 }
 

@@ -18,6 +18,7 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <set>
 #include <vector>
 
 namespace vorlan {
@@ -74,6 +75,9 @@ public:
     // Stops all units, for the end of the program. They are reported as Lost.
     void StopAll(String const& reason);
     RunOutput OutputOf(UID const& work) const;
+    // Deletes the folders of Jobs that nobody has used since, and what an earlier Engine
+    // has left of those it deleted.
+    void CleanFolders(Time before);
     size_t UnitCount() const { return m_units.size(); }
     bool Idle() const { return m_units.empty() && m_side.Running() == 0; }
 
@@ -99,7 +103,7 @@ private:
     void OnJudged(UID const& work, RunEnd const& end, String const& missingFile);
     void EndCommand(Unit& unit, RunEnd const& end);
     void Report(Unit& unit, Verdict const& verdict);
-    void RunFinishedCommands(Unit const& unit, Verdict const& verdict);
+    void OweFinishedCommands(Unit const& unit, Verdict const& verdict);
 
     void Fail(Unit& unit, String const& note);
     Unit* Find(UID const& work);
@@ -108,6 +112,11 @@ private:
     void TakeFound(Unit& unit, OutputScanner::Found const& found);
     void TellProgress(Unit& unit, int64_t now);
     Path JobFolder(UID const& job);
+    void RemoveFolder(Path const& folder);
+    bool IsBusyWith(UID const& job) const;
+    void CleanUpBehind(UID const& job);
+    void RunOwed(OwedCommand const& owed);
+    void OnSettled(SideCommand const& command);
     bool IsKnownJob(Job const& work);
     String NameOf(Unit const& unit) const;
 
@@ -121,8 +130,9 @@ private:
     std::vector<boost::shared_ptr<Message const>> m_outbox;
     std::map<UID, boost::shared_ptr<Job>> m_jobs; // one unit of each Job that was worked on
     std::deque<UID> m_jobOrder;
-    RecentIds m_settled; // acknowledged runs, so that a late order does not run them again
-    RecentIds m_silent;  // those that left no log
+    std::set<UID> m_goneJobs; // that something here still needs the folder of
+    RecentIds m_settled;      // acknowledged runs, so that a late order does not run them again
+    RecentIds m_silent;       // those that left no log
 };
 
 } // namespace vorlan

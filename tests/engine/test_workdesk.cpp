@@ -31,6 +31,11 @@ public:
                        {OutputRule::Kind::Error, "^Error: .*"}};
         product->SetOutputRules(rules);
         JobFactory::s_JobFactory->SetProduct(product);
+        Restart();
+    }
+    // The Engine begins anew, with what its journal says.
+    void Restart() {
+        desk.reset();
         DeskSetup setup;
         setup.engine = engine;
         setup.host = "render07";
@@ -447,6 +452,45 @@ TEST_F(WorkDeskTest, CleansUpBehindAJobWithTheEnginesCommandOnly) {
     ASSERT_EQ(runner.started.size(), 2U);
     EXPECT_EQ(Process(1), "cleanup " + job.ToString() + " 'render $(SubRange)'");
     EXPECT_TRUE(output.PathOf(work->id).Exists()) << "the output stays";
+}
+
+TEST_F(WorkDeskTest, WhatIsOwedToAUnitIsDoneBeforeItsFolderGoes) {
+    Path folder;
+    for (size_t i = 0; i < 3 * SideCommands::k_AtOnce; ++i) {
+        auto const work = Give({{p_WorkFinishedEvt, "publish $(SubRange)"}});
+        folder = runner.started.back().folder;
+        End(work->id, 0);
+    }
+    File::WriteWhole(folder / "image.png", "left by a unit");
+    size_t ran = 0;
+    auto const publish = [&](size_t count) {
+        size_t ended = 0;
+        for (size_t i = 0; i < runner.started.size() && ended < count; ++i) {
+            if (runner.started[i].arguments[0] != "/bin/sh" || std::exchange(runner.started[i].arguments[0], "") == "")
+                continue;
+            EXPECT_TRUE(folder.IsFolder());
+            End(runner.started[i].work, 0);
+            ran += 1;
+            ended += 1;
+        }
+    };
+    publish(5);
+    JobGoneMsg message;
+    message.job = job;
+    desk->OnJobGone(message);
+    publish(10);
+    runner.started.clear();
+    Restart();
+    RunAside();
+    EXPECT_TRUE(folder.IsFolder());
+    desk->OnJobGone(message);
+    publish(1000);
+    EXPECT_EQ(ran, 3 * SideCommands::k_AtOnce) << "each once, those that an end cut off again";
+    RunAside();
+    EXPECT_FALSE(folder.Exists()) << "with what lay in it";
+    EXPECT_TRUE((temp / "work").IsFolder());
+    Restart();
+    EXPECT_EQ(desk->Side().Running(), 0U);
 }
 
 TEST_F(WorkDeskTest, ABurstOfUnitsDoesNotFloodTheHistory) {

@@ -76,6 +76,40 @@ bool ReadNumber(std::string_view text, T& number, int base = 10) {
     return parsed.ec == std::errc() && parsed.ptr == text.data() + text.size();
 }
 
+// What a field of an owed command is, by its first letter.
+constexpr char k_Argument = 'a';
+constexpr char k_Variable = 'e';
+constexpr char k_Folder = 'f';
+
+template <class Add>
+void AddOwed(OwedCommand const& command, Add const& add) {
+    auto const addPart = [&](char kind, std::string_view text) { add(std::string(1, kind).append(text)); };
+    add(command.job.ToString());
+    add(command.label);
+    addPart(k_Folder, command.spec.folder.Text());
+    for (String const& argument : command.spec.arguments)
+        addPart(k_Argument, argument);
+    for (auto const& [name, value] : command.spec.environment)
+        addPart(k_Variable, name + "=" + value);
+}
+
+bool ReadOwed(std::vector<std::string_view> const& fields, OwedCommand& command) {
+    if (fields.size() < 4 || !UID::FromString(fields[2], command.job))
+        return false;
+    command.label = Unescaped(fields[3]);
+    for (size_t i = 4; i < fields.size(); ++i) {
+        String const text = Unescaped(fields[i].substr(std::min<size_t>(1, fields[i].size())));
+        char const kind = fields[i].empty() ? '\0' : fields[i][0];
+        if (kind == k_Folder)
+            command.spec.folder = Path(text);
+        else if (kind == k_Argument)
+            command.spec.arguments.push_back(text);
+        else if (kind == k_Variable)
+            command.spec.environment[text.LeftFirst("=")] = text.RightFirst("=");
+    }
+    return !command.spec.arguments.empty();
+}
+
 } // namespace
 
 std::string JournalLine(JournalRecord const& record) {
@@ -84,8 +118,11 @@ std::string JournalLine(JournalRecord const& record) {
         line += k_Separator;
         AppendEscaped(field, line);
     };
-    add(record.ended.work.ToString());
-    if (record.kind != JournalRecord::Kind::Done) {
+    bool const owed = record.kind == JournalRecord::Kind::Owed;
+    add((owed ? record.owed.spec.work : record.ended.work).ToString());
+    if (owed) {
+        AddOwed(record.owed, add);
+    } else if (record.kind != JournalRecord::Kind::Done) {
         add(record.ended.job.ToString());
         add(String::From(record.ended.time.Milliseconds()));
     }
@@ -112,8 +149,13 @@ std::optional<JournalRecord> ReadJournalLine(std::string_view line) {
     bool const begun = record.kind == JournalRecord::Kind::Begun && fields.size() == 4;
     bool const ended = record.kind == JournalRecord::Kind::Ended && fields.size() == 7;
     bool const done = record.kind == JournalRecord::Kind::Done && fields.size() == 2;
-    if (!(begun || ended || done) || !UID::FromString(fields[1], record.ended.work))
+    bool const owed = record.kind == JournalRecord::Kind::Owed;
+    if (!(begun || ended || done || owed) || !UID::FromString(fields[1], record.ended.work))
         return std::nullopt;
+    if (owed) {
+        record.owed.spec.work = record.ended.work;
+        return ReadOwed(fields, record.owed) ? std::optional(record) : std::nullopt;
+    }
     if (!done) {
         int64_t ms = 0;
         if (!UID::FromString(fields[2], record.ended.job) || !ReadNumber(fields[3], ms))
@@ -156,7 +198,10 @@ void ResultJournal::Load(Time now) {
         UID const& work = record->ended.work;
         m_begun.erase(work);
         m_ended.erase(work);
-        if (record->kind == JournalRecord::Kind::Begun)
+        m_owed.erase(work);
+        if (record->kind == JournalRecord::Kind::Owed)
+            m_owed[work] = record->owed;
+        else if (record->kind == JournalRecord::Kind::Begun)
             m_begun[work] = *record;
         else if (record->kind == JournalRecord::Kind::Ended)
             m_ended[work] = record->ended;
@@ -185,7 +230,7 @@ void ResultJournal::Begun(RunState const& run) {
 }
 
 void ResultJournal::Ended(WorkEnded const& ended, Time worth) {
-    JournalRecord const record{JournalRecord::Kind::Ended, ended};
+    JournalRecord const record{JournalRecord::Kind::Ended, ended, {}};
     m_begun.erase(ended.work);
     m_ended[ended.work] = ended;
     m_wantSync = m_wantSync || worth >= k_WorthSync;
@@ -193,12 +238,28 @@ void ResultJournal::Ended(WorkEnded const& ended, Time worth) {
 }
 
 void ResultJournal::Acknowledged(UID const& work) {
-    if (m_ended.erase(work) > 0) {
-        JournalRecord record;
-        record.kind = JournalRecord::Kind::Done;
-        record.ended.work = work;
-        Add(record);
-    }
+    if (m_ended.erase(work) > 0)
+        AddDone(work);
+}
+
+void ResultJournal::AddDone(UID const& id) {
+    JournalRecord record;
+    record.kind = JournalRecord::Kind::Done;
+    record.ended.work = id;
+    Add(record);
+}
+
+void ResultJournal::Owe(OwedCommand const& command) {
+    JournalRecord record;
+    record.kind = JournalRecord::Kind::Owed;
+    record.owed = command;
+    m_owed[command.spec.work] = command;
+    Add(record);
+}
+
+void ResultJournal::Settled(UID const& command) {
+    if (m_owed.erase(command) > 0)
+        AddDone(command);
 }
 
 WorkEnded const* ResultJournal::FindPending(UID const& work) const {
@@ -209,7 +270,7 @@ WorkEnded const* ResultJournal::FindPending(UID const& work) const {
 void ResultJournal::Flush() {
     if (m_waiting.empty())
         return;
-    if (m_written + m_waiting.size() > k_CompactBytes + 200 * (m_begun.size() + m_ended.size())) {
+    if (m_written + m_waiting.size() > k_CompactBytes + 2 * m_compacted) {
         Compact();
         return;
     }
@@ -262,11 +323,13 @@ void ResultJournal::Compact() {
     for (auto const& [work, record] : m_begun)
         text += JournalLine(record);
     for (auto const& [work, ended] : m_ended)
-        text += JournalLine({JournalRecord::Kind::Ended, ended});
+        text += JournalLine({JournalRecord::Kind::Ended, ended, {}});
+    for (auto const& [id, command] : m_owed)
+        text += JournalLine({JournalRecord::Kind::Owed, {}, command});
     try {
         m_fd.Reset();
         File::WriteWhole(m_file, text, 0600);
-        m_written = text.size();
+        m_written = m_compacted = text.size();
         m_waiting.clear();
         m_wantSync = false;
         m_failing = false;

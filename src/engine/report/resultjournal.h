@@ -1,6 +1,9 @@
 #pragma once
 
-// The runs that this Engine has taken and the results that the Master has not stored yet.
+// The runs that this Engine has taken, the results that the Master has not stored yet, and
+// the commands that have still to run behind them.
+
+#include "engine/runner/runner.h"
 
 #include <corekit/path.h>
 #include <corekit/uniquefd.h>
@@ -13,11 +16,19 @@
 
 namespace vorlan {
 
+// A command that must run, whatever becomes of this Engine. Its id is that of `spec`.
+struct OwedCommand {
+    String label;
+    UID job; // whose folder it needs
+    RunSpec spec;
+};
+
 // One line of the journal's file.
 struct JournalRecord {
-    enum class Kind : char { Begun = 'B', Ended = 'E', Done = 'D' };
+    enum class Kind : char { Begun = 'B', Ended = 'E', Done = 'D', Owed = 'O' };
     Kind kind = Kind::Begun;
-    WorkEnded ended; // Begun: the ids and the time alone; Done: the work alone
+    WorkEnded ended;  // Begun: the ids and the time alone; Done: the work (or the command) alone
+    OwedCommand owed; // Owed alone
 };
 
 // The line with its line feed. Every field is text without blanks or escaped, and the
@@ -48,9 +59,13 @@ public:
     void Ended(WorkEnded const& ended, Time worth);
     // The Master has stored it. Nothing for a run without a result.
     void Acknowledged(UID const& work);
+    // Stands in the journal until it is settled.
+    void Owe(OwedCommand const& command);
+    void Settled(UID const& command);
 
     // In no order.
     std::map<UID, WorkEnded> const& Pending() const { return m_ended; }
+    std::map<UID, OwedCommand> const& Owed() const { return m_owed; }
     WorkEnded const* FindPending(UID const& work) const;
     // How many runs an earlier Engine has left unfinished.
     size_t CutOff() const { return m_cutOff; }
@@ -60,6 +75,7 @@ public:
 private:
     void Load(Time now);
     void Add(JournalRecord const& record);
+    void AddDone(UID const& id);
     bool Open();
     bool Write();
     void Compact();
@@ -69,8 +85,10 @@ private:
     UniqueFd m_fd;
     std::map<UID, JournalRecord> m_begun;
     std::map<UID, WorkEnded> m_ended;
+    std::map<UID, OwedCommand> m_owed;
     std::string m_waiting;
-    size_t m_written = 0; // bytes of the file
+    size_t m_written = 0;   // bytes of the file
+    size_t m_compacted = 0; // and when it was written anew
     size_t m_cutOff = 0;
     bool m_wantSync = false;
     bool m_failing = false;
