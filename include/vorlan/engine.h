@@ -5,6 +5,7 @@
 #include <vorlan/commonengine.h>
 #include <vorlan/ippeer.h>
 
+#include <set>
 #include <vector>
 
 namespace vorlan {
@@ -46,6 +47,9 @@ public:
     void SetMemoryMB(unsigned megabytes);
     unsigned MaxCores() const;
     void SetMaxCores(unsigned cores);
+    // Those that the Master gives it no work of, because it failed on several Jobs of theirs.
+    std::set<UID> BarredProducts() const;
+    void SetBarredProducts(std::set<UID> const& products);
     unsigned GPUs() const;
     void SetGPUs(unsigned count);
 

@@ -120,6 +120,12 @@ public:
     std::set<UID> ExcludeEngines(Product const* product = nullptr) const;
     std::map<UID, DependencyType> GetDependencies(Product const* product = nullptr) const;
 
+    // The Jobs that it waits for need to end only, however that is.
+    bool WaitsForAnyEnd(Product const* product = nullptr) const;
+
+    // Why nothing of it can run until somebody changes something; empty as long as it can.
+    String Standstill() const;
+
     // What is derived from other values (RangeCount, JobSummary with a template); else the
     // stored value; else the default of the Product or the table; else empty.
     String GetParameterString(String const& name) const;

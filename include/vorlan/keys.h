@@ -21,6 +21,7 @@ inline constexpr char const* p_Creator = "Creator";
 inline constexpr char const* p_Created = "Created";
 inline constexpr char const* p_FinishedTime = "FinishedTime";
 inline constexpr char const* p_PercentDone = "PercentDone";
+inline constexpr char const* p_Standstill = "Standstill";
 inline constexpr char const* p_JobSummary = "JobSummary";
 
 // Work division. p_RangeCount is derived: the frames of p_Range.
@@ -51,6 +52,7 @@ inline constexpr char const* p_IncludeEngines = "IncludeEngines";
 inline constexpr char const* p_ExcludeEngines = "ExcludeEngines";
 inline constexpr char const* p_WaitForJobID = "WaitForJobID";
 inline constexpr char const* p_WaitForWholeJob = "WaitForWholeJob";
+inline constexpr char const* p_WaitForAnyEnd = "WaitForAnyEnd";
 
 // Credentials for the work process.
 inline constexpr char const* p_Username = "Username";
@@ -103,6 +105,7 @@ inline constexpr char const* p_EngineMemory = "Memory";
 inline constexpr char const* p_EngineCores = "Cores";
 inline constexpr char const* p_EngineGPUs = "GPUs";
 inline constexpr char const* p_EngineMemoryMB = "MemoryMB";
+inline constexpr char const* p_EngineBarredProducts = "BarredProducts";
 inline constexpr char const* p_EngineUTCOffset = "UTCOffset";
 inline constexpr char const* p_EngineInfoPeer = "InfoPeer";
 inline constexpr char const* p_EngineLastKnownIP = "LastKnownIP";

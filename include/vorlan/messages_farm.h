@@ -18,16 +18,18 @@ class FarmMessages;
 // A run that an Engine has now.
 VORLAN_RECORD(RunState, (UID, work, "Work", "the run"), (UID, job, "Job", "its Job"),
               (int, status, "Status", "1 assigned, 2 started"), (Time, started, "Started", "when it started"),
-              (String, subRange, "SubRange", "its packet of frames"));
+              (String, subRange, "SubRange", "its packet of frames"),
+              (int64_t, runningMs, "RunningMs", "for how long by the Engine's steady clock; 0: it has not started"));
 
 // A run that has ended and is not yet known to be stored.
 VORLAN_RECORD(WorkEnded, (UID, work, "Work", "the run"), (UID, job, "Job", "its Job"),
               (int, status, "Status", "its result"), (String, note, "Note", "what people should know about it"),
-              (Time, time, "Time", "when it ended"),
-              (int, exitCode, "ExitCode", "of the process, where there was one"));
+              (Time, time, "Time", "when it ended"), (int, exitCode, "ExitCode", "of the process, where there was one"),
+              (int64_t, ranMs, "RanMs", "how long it ran by the Engine's steady clock; 0: it had not started"));
 
 VORLAN_MESSAGE(RegisterEngineMsg, FromEngines, k_V300, "At each connection: what it is, what it runs, what has ended.",
                (Engine, engine, "Engine", "the Engine as it sees itself"),
+               (Time, clock, "Clock", "the time of day at the Engine when this is sent"),
                (std::vector<RunState>, running, "Running", "the runs it has"),
                (std::vector<WorkEnded>, ended, "Ended", "the results that were not acknowledged"));
 

@@ -56,6 +56,14 @@ struct StopWorkMsg : MessageOf<StopWorkMsg> {
     StopAction Action() const;
 };
 
+VORLAN_MESSAGE(RunAgainMsg, FromClients, k_V300,
+               "Run failed frames of a Job again, in place: it keeps its id and its history.",
+               (UID, job, "Job", "the Job"), (String, frames, "Frames", "the frames; empty: all that failed"));
+
+VORLAN_MESSAGE(AdministrateMsg, FromClients, k_V300,
+               "From now on the commands of this connection are those of an administrator, or no longer.",
+               (bool, on, "On", "whether they are"));
+
 VORLAN_MESSAGE(ReportJobStatusMsg, FromClients, k_V300, "Report why a Job gets work or does not.",
                (UID, id, "ID", "the Job"));
 

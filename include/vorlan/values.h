@@ -77,6 +77,8 @@ inline constexpr auto k_Values = [] {
         {p_Created, Moment, "", 0, 0, k_Master | v_UnitsOwn, "When the Job was submitted."},
         {p_FinishedTime, Moment, "", 0, 0, k_Master | v_UnitsOwn, "When the Job was finished."},
         {p_PercentDone, Real, "0", 0, 100, k_Master | v_UnitsOwn, "How much of the Job is done."},
+        {p_Standstill, Text, "", 0, 0, k_Master | v_UnitsOwn,
+         "Why nothing of the Job can run until somebody changes something. Empty as long as it can."},
         {p_JobName, Text, "", 0, 0, k_Job, "The name of a work unit's Job."},
         {p_JobSummary, Text, "", 0, 0, k_Job, "What the Job is about, in one line."},
         // Work division. A Product without frames has no range, so none stands in for it.
@@ -117,6 +119,8 @@ inline constexpr auto k_Values = [] {
         {p_WaitForJobID, IDs, "", 0, 0, k_Job, "The IDs of the Jobs that must be finished before this one starts."},
         {p_WaitForWholeJob, Bool, k_Yes, 0, 0, k_Job,
          "Wait until those Jobs are finished altogether. Otherwise each frame waits for the same frame of theirs."},
+        {p_WaitForAnyEnd, Bool, k_No, 0, 0, k_Job,
+         "Start also when those Jobs failed, or were canceled or deleted. Otherwise only their success will do."},
         {p_Username, Text, "", 0, 0, k_Job, "Whose rights the work has on its network shares."},
         {p_Password, Secret, "", 0, 0, k_Job, "The password of that user."},
         // Event commands.
@@ -168,6 +172,8 @@ inline constexpr auto k_Values = [] {
         {p_EngineMemory, Text, "", 0, 0, k_Engine, "Memory of the machine"},
         {p_EngineCores, Whole, "0", 0, k_MostCores, k_Engine, "Cores of the machine"},
         {p_EngineMemoryMB, Whole, "0", 0, k_MostInt, k_Engine, "Memory of the machine in MB"},
+        {p_EngineBarredProducts, IDs, "", 0, 0, k_Engine,
+         "The Products that the Engine gets no work of, because it failed on several Jobs of theirs"},
         {p_EngineUTCOffset, Whole, "0", -1440, 1440, k_Engine, "Minutes that the Engine's clock is ahead of UTC"},
         {p_EngineInfoPeer, Text, "", 0, 0, k_Engine, "Where the Engine tells of its hardware"},
         {p_EngineLastKnownIP, Text, "", 0, 0, k_Engine, "The Engine's last address"},

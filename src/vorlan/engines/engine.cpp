@@ -3,6 +3,7 @@
 #include "values/limits.h"
 
 #include <vorlan/keys.h>
+#include <vorlan/optionstext.h>
 #include <vorlan/product.h>
 #include <vorlan/productfile.h>
 
@@ -63,6 +64,11 @@ void Engine::SetMemoryMB(unsigned megabytes) { Set(p_EngineMemoryMB, String::Fro
 unsigned Engine::MaxCores() const { return ToUnsigned(IntOf(Known(p_EngineCores))); }
 void Engine::SetMaxCores(unsigned cores) { Set(p_EngineCores, String::From(cores)); }
 
+std::set<UID> Engine::BarredProducts() const {
+    std::vector<UID> const ids = StringToUIDs(Get(p_EngineBarredProducts, false));
+    return {ids.begin(), ids.end()};
+}
+void Engine::SetBarredProducts(std::set<UID> const& products) { Set(p_EngineBarredProducts, UIDsToString(products)); }
 unsigned Engine::GPUs() const { return ToUnsigned(IntOf(Known(p_EngineGPUs))); }
 void Engine::SetGPUs(unsigned count) { Set(p_EngineGPUs, String::From(count)); }
 

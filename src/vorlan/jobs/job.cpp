@@ -273,6 +273,10 @@ std::map<UID, Job::DependencyType> Job::GetDependencies(Product const* product) 
     return dependencies;
 }
 
+bool Job::WaitsForAnyEnd(Product const* product) const { return TruthOf(Known(p_WaitForAnyEnd), product); }
+
+String Job::Standstill() const { return Get(p_Standstill, false); }
+
 // ---------------------------------------------------------------------- text
 
 String Job::GetParameterString(String const& name) const {
