@@ -1,5 +1,5 @@
-# Two precompiled headers, each built once: `pch` for the code without windows and
-# `wxpch` for the code with them. They stand in targets of their own, because GCC
+# Precompiled headers, each built once: `pch` for the code without windows, `wxpch` for the
+# code with them, and one more of each kind for the tests. They stand in targets of their own, because GCC
 # refuses a precompiled header that was built with a macro its user has not got.
 
 function(vorlan_precompiled name header)
@@ -13,4 +13,11 @@ endfunction()
 vorlan_precompiled(pch pch.h)
 if(VORLAN_GUI)
   vorlan_precompiled(wxpch wxpch.h wx)
+endif()
+if(VORLAN_TESTS)
+  set(test_libraries GTest::gmock GTest::gtest nlohmann_json::nlohmann_json)
+  vorlan_precompiled(testpch testpch.h ${test_libraries})
+  if(VORLAN_GUI)
+    vorlan_precompiled(testwxpch testwxpch.h wx ${test_libraries})
+  endif()
 endif()

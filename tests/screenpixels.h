@@ -4,9 +4,6 @@
 
 #include "wxtools.h"
 
-#include <algorithm>
-#include <string>
-#include <utility>
 #include <wx/bitmap.h>
 #include <wx/dcclient.h>
 #include <wx/dcmemory.h>

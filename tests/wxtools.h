@@ -3,11 +3,8 @@
 // What the test programs with windows share: tests run inside the event loop, and wait
 // for what the window system does by looking again and again.
 
-#include <chrono>
-#include <cstdio>
-#include <functional>
-#include <gtest/gtest.h>
-#include <memory>
+#include "test.h"
+
 #include <wx/app.h>
 #include <wx/frame.h>
 #include <wx/log.h>

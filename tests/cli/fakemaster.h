@@ -2,22 +2,12 @@
 
 // A Master in memory, for the commands to talk to.
 
+#include "domain.h"
+
 #include "cli/app.h"
 #include "cli/exitcode.h"
-#include "testpaths.h"
 
-#include <boost/make_shared.hpp>
 #include <vorlan/jobtemplate.h>
-#include <vorlan/messages.h>
-#include <vorlan/product.h>
-#include <vorlan/productfile.h>
-
-#include <deque>
-#include <functional>
-#include <map>
-#include <sstream>
-#include <thread>
-#include <vector>
 
 namespace vorlan::cli {
 

@@ -1,11 +1,6 @@
 #include "cli/fakemaster.h"
-#include "corekit/tempfolder.h"
-#include "rows.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <vorlan/farmkey.h>
-#include <vorlan/version.h>
 
 namespace vorlan::cli {
 

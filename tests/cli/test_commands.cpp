@@ -1,10 +1,4 @@
 #include "cli/fakemaster.h"
-#include "corekit/tempfolder.h"
-#include "rows.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 namespace vorlan::cli {
 

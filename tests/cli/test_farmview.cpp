@@ -1,7 +1,7 @@
+#include "test.h"
+
 #include "cli/farmview.h"
 
-#include <boost/make_shared.hpp>
-#include <gtest/gtest.h>
 #include <vorlan/messages.h>
 
 namespace vorlan::cli {

@@ -2,10 +2,6 @@
 #include "cli/fakemaster.h"
 #include "cli/resolve.h"
 #include "cli/submission.h"
-#include "rows.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace vorlan::cli {
 

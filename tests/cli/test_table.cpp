@@ -1,9 +1,6 @@
+#include "test.h"
+
 #include "cli/table.h"
-#include "rows.h"
-
-#include <gtest/gtest.h>
-
-#include <sstream>
 
 namespace vorlan::cli {
 

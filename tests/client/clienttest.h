@@ -3,24 +3,17 @@
 // What the tests of the mirror share: a FarmClient that hears the messages, an outside that
 // only takes notes, and the Jobs, Engines and units to feed it with.
 
+#include "domain.h"
+
 #include "client/farmclient.h"
 #include "client/options.h"
-#include "corekit/tempfolder.h"
 #include "fakeoutside.h"
 #include "model/enginelist.h"
 #include "model/joblist.h"
 #include "model/pooltable.h"
 #include "model/worklist.h"
 
-#include <boost/make_shared.hpp>
-#include <gtest/gtest.h>
-#include <memory>
-#include <vorlan/failures.h>
-#include <vorlan/messages.h>
-#include <vorlan/version.h>
 #include <vorlan/vorlanapp.h>
-
-#include <algorithm>
 
 namespace vorlan {
 

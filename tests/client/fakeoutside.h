@@ -1,12 +1,9 @@
 #pragma once
 
+#include "test.h"
+
 #include "outside/outside.h"
 
-#include <corekit/sformat.h>
-#include <mutex>
-#include <set>
-#include <utility>
-#include <vector>
 #include <vorlan/components.h>
 #include <vorlan/messages.h>
 

@@ -6,14 +6,8 @@
 #include "model/jobwatcher.h"
 
 #include <corekit/tick.h>
-#include <vorlan/events.h>
-#include <vorlan/jobfactory.h>
-#include <vorlan/keys.h>
-#include <vorlan/product.h>
 
-namespace vorlan {
-
-namespace {
+namespace vorlan::test_handlers {
 
 struct PoolEvents : HasSlots<> {
     PoolEvents() {
@@ -33,8 +27,6 @@ struct Noting : FarmClient {
     void ShowReport(String const& title, String const& text) override { seen.push_back(title + "|" + text); }
     std::vector<String> seen;
 };
-
-} // namespace
 
 class HandlersTest : public MirrorTest {};
 
@@ -201,4 +193,4 @@ TEST_F(HandlersTest, WhatMayShowInARowMarksTheDisplays) {
     EngineList::Get().Lists().Remove(&engines);
 }
 
-} // namespace vorlan
+} // namespace vorlan::test_handlers

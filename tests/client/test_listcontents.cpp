@@ -1,15 +1,10 @@
 // The rows of a list: which id stands where.
+#include "test.h"
+
 #include "rows/listcontents.h"
 #include "rows/sortkey.h"
 
-#include <corekit/string.h>
-#include <gtest/gtest.h>
-#include <random>
-#include <string>
-
-namespace vorlan {
-
-namespace {
+namespace vorlan::test_listcontents {
 
 UID Numbered(unsigned number) {
     std::array<uint8_t, UID::k_Size> bytes{};
@@ -17,8 +12,6 @@ UID Numbered(unsigned number) {
     bytes[15] = static_cast<uint8_t>(number);
     return UID(bytes);
 }
-
-} // namespace
 
 TEST(ListContents, RowsAndIdsFindEachOther) {
     ListContents contents;
@@ -126,4 +119,4 @@ TEST(SortKeys, OrderAsTheTextsDo) {
     EXPECT_LT(OrderedNumber(int64_t{-1}), OrderedNumber(int64_t{0}));
 }
 
-} // namespace vorlan
+} // namespace vorlan::test_listcontents

@@ -6,12 +6,8 @@
 #include "model/jobwatcher.h"
 
 #include <corekit/tick.h>
-#include <vorlan/events.h>
-#include <vorlan/keys.h>
 
-namespace vorlan {
-
-namespace {
+namespace vorlan::test_lists {
 
 // What the events of Jobs say.
 struct Events : HasSlots<> {
@@ -36,8 +32,6 @@ JobCounts Counts() {
     Jobs::GetCounts(counts[0], counts[1], counts[2]);
     return counts;
 }
-
-} // namespace
 
 class ListsTest : public MirrorTest {};
 
@@ -318,4 +312,4 @@ TEST_F(ListsTest, PoolNames) {
     EXPECT_EQ(PoolName(AddEngine("node-4")), "node-4");
 }
 
-} // namespace vorlan
+} // namespace vorlan::test_lists

@@ -1,11 +1,10 @@
 // The handles of the local options, their table, and what it says of an options file.
+#include "test.h"
+
 #include "client/optiontable.h"
 
 #include "client/options.h"
-#include "testpaths.h"
 
-#include <corekit/file.h>
-#include <gtest/gtest.h>
 #include <regex>
 
 namespace vorlan {

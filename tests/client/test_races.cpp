@@ -8,14 +8,8 @@
 
 #include <corekit/threadpool.h>
 #include <corekit/tick.h>
-#include <vorlan/keys.h>
 
-#include <atomic>
-#include <thread>
-
-namespace vorlan {
-
-namespace {
+namespace vorlan::test_races {
 
 constexpr int k_Rounds = 300;
 constexpr unsigned k_Jobs = 8;
@@ -67,8 +61,6 @@ size_t Show(unsigned round, View& view) {
     HistoryTimer::Get().Check(Time::CurrentTime() + Time(2 * JobInfo::k_HistoryMs));
     return bytes;
 }
-
-} // namespace
 
 class RacesTest : public MirrorTest {
 protected:
@@ -141,4 +133,4 @@ TEST_F(RacesTest, TheListsAreReadWhileTheyChange) {
               "4 Engines (3 Available, 4 Active)   |   4 Jobs (4 Active, 0 Finished)   |   4 Work");
 }
 
-} // namespace vorlan
+} // namespace vorlan::test_races

@@ -1,8 +1,6 @@
 // What a client still believes after it has asked for everything anew.
 #include "clienttest.h"
 
-#include <vorlan/keys.h>
-
 namespace vorlan {
 
 using ReloadTest = MirrorTest;

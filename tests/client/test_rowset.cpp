@@ -3,14 +3,7 @@
 #include "clienttest.h"
 #include "rows/rowkinds.h"
 
-#include <atomic>
-#include <random>
-#include <thread>
-#include <vorlan/keys.h>
-
-namespace vorlan {
-
-namespace {
+namespace vorlan::test_rowset {
 
 using JobRowSet = RowSet<JobRows>;
 
@@ -119,8 +112,6 @@ std::vector<int> Types() {
         types.push_back(column.type);
     return types;
 }
-
-} // namespace
 
 class RowSetTest : public MirrorTest {
 protected:
@@ -392,4 +383,4 @@ TEST_F(RowSetTest, AJobRemovedMeanwhileStillSorts) {
     EXPECT_FALSE(rows.IsSame());
 }
 
-} // namespace vorlan
+} // namespace vorlan::test_rowset

@@ -2,8 +2,6 @@
 #include "clienttest.h"
 #include "rows/rowkinds.h"
 
-#include <vorlan/keys.h>
-
 namespace vorlan {
 
 class RowTextsTest : public MirrorTest {

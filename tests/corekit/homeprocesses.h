@@ -1,19 +1,6 @@
 #pragma once
 
-#include "testpaths.h"
-
-#include <corekit/process.h>
-
-#include <cstdlib>
-#include <fcntl.h>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <map>
-#include <stdexcept>
-#include <string>
-#include <unistd.h>
-#include <utility>
+#include "test.h"
 
 namespace corekit {
 

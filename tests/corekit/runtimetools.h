@@ -2,19 +2,11 @@
 
 // What the tests of threads, processes and the log share.
 
-#include "tempfolder.h"
+#include "test.h"
 
 #include <corekit/uniquefd.h>
 
-#include <chrono>
-#include <csignal>
-#include <fcntl.h>
-#include <fstream>
-#include <functional>
-#include <gtest/gtest.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
-#include <thread>
 
 namespace corekit::test {
 

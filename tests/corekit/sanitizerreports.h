@@ -1,15 +1,6 @@
 #pragma once
 
-#include "corekit/tempfolder.h"
-
-#include <corekit/file.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <gtest/gtest.h>
-#include <memory>
-#include <string>
-#include <vector>
+#include "test.h"
 
 namespace corekit {
 

@@ -1,13 +1,5 @@
 #include "sources.h"
 
-#include "testpaths.h"
-
-#include <corekit/file.h>
-
-#include <algorithm>
-#include <cctype>
-#include <set>
-
 namespace house {
 
 namespace fs = std::filesystem;

@@ -1,9 +1,6 @@
 #pragma once
 
-#include <filesystem>
-#include <string>
-#include <string_view>
-#include <vector>
+#include "test.h"
 
 // The project's own sources, as the rules of the house read them.
 namespace house {

@@ -1,14 +1,8 @@
 #include "runtimetools.h"
 
 #include <corekit/application.h>
-#include <corekit/exception.h>
-#include <corekit/platform.h>
 
-#include <set>
-#include <stdexcept>
-
-namespace corekit::test {
-namespace {
+namespace corekit::test::test_application {
 
 // Notes its steps; each does the same.
 class TestApplication : public Application {
@@ -120,5 +114,4 @@ TEST(Platform, KnowsTheMachineAndTheUser) {
         EXPECT_EQ(address.size(), 17u) << address;
 }
 
-} // namespace
-} // namespace corekit::test
+} // namespace corekit::test::test_application

@@ -2,8 +2,7 @@
 
 #include <corekit/commandline.h>
 
-namespace corekit::test {
-namespace {
+namespace corekit::test::test_commandline {
 
 TEST(CommandLine, FindsSwitchesAndTheirValues) {
     struct Case {
@@ -52,5 +51,4 @@ TEST(CommandLine, AnAddedSwitchIsLikeAGivenOne) {
     EXPECT_EQ(line.GetArgument("StartEngine", 0, 1), 2) << "a given value stays";
 }
 
-} // namespace
-} // namespace corekit::test
+} // namespace corekit::test::test_commandline

@@ -4,11 +4,9 @@
 #include <corekit/crashreport.h>
 #include <corekit/thread.h>
 
-#include <stdexcept>
 #include <sys/resource.h>
 
-namespace corekit::test {
-namespace {
+namespace corekit::test::test_crashreport {
 
 class IdleThread : public Thread {
 public:
@@ -83,5 +81,4 @@ TEST(CrashReport, NamesTheFaultAndWhatEveryThreadDid) {
     }
 }
 
-} // namespace
-} // namespace corekit::test
+} // namespace corekit::test::test_crashreport

@@ -2,12 +2,7 @@
 
 #include "sources.h"
 
-#include <algorithm>
-#include <gtest/gtest.h>
-#include <map>
-#include <set>
-
-namespace {
+namespace test_dialect {
 
 using house::Code;
 using house::Token;
@@ -224,4 +219,4 @@ TEST(House, HearsAnotherDialect) {
     }
 }
 
-} // namespace
+} // namespace test_dialect

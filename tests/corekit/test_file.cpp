@@ -1,22 +1,13 @@
-#include "tempfolder.h"
+#include "test.h"
 
-#include <corekit/file.h>
+namespace corekit::test_file {
 
-#include <gtest/gtest.h>
-
-#include <sys/stat.h>
-
-using namespace corekit;
 using Fault = FaultyLayer::Fault;
-
-namespace {
 
 int ModeOf(Path const& path) {
     struct stat info {};
     return stat(path.c_str(), &info) == 0 ? static_cast<int>(info.st_mode & 07777) : -1;
 }
-
-} // namespace
 
 TEST(File, AFailedWriteLeavesTheOldFileWholeAndSaysWhatToDo) {
     struct Case {
@@ -129,3 +120,5 @@ TEST(File, FoldersFollowTheHomeOfTheSystem) {
     EXPECT_EQ(File::GetTempDir(), expected);
     EXPECT_EQ(ModeOf(expected), 0700);
 }
+
+} // namespace corekit::test_file

@@ -1,10 +1,8 @@
 #include "runtimetools.h"
 
 #include <corekit/filelock.h>
-#include <corekit/sformat.h>
 
-namespace corekit::test {
-namespace {
+namespace corekit::test::test_filelock {
 
 TEST(FileLock, OneHolderAtATimeWhoIsNamed) {
     TempFolder const folder;
@@ -64,5 +62,4 @@ TEST(FileLock, TakersAndAskersInARaceNeverShareIt) {
     EXPECT_GT(taken, 0);
 }
 
-} // namespace
-} // namespace corekit::test
+} // namespace corekit::test::test_filelock

@@ -3,15 +3,9 @@
 
 #include "sources.h"
 
-#include <algorithm>
-#include <gtest/gtest.h>
-#include <map>
-#include <optional>
 #include <regex>
-#include <set>
-#include <sstream>
 
-namespace {
+namespace test_house {
 
 namespace fs = std::filesystem;
 using house::LibraryOf;
@@ -237,4 +231,4 @@ TEST(House, TextsSpeakOfTheProject) {
     }
 }
 
-} // namespace
+} // namespace test_house

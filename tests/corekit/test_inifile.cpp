@@ -1,15 +1,8 @@
-#include "tempfolder.h"
+#include "test.h"
 
 #include <corekit/inifile.h>
 
-#include <gtest/gtest.h>
-
-#include <limits>
-#include <random>
-
-using namespace corekit;
-
-namespace {
+namespace corekit::test_inifile {
 
 using Content = std::map<String, OptionMap, String::ciless>;
 
@@ -29,8 +22,6 @@ String HardText(std::mt19937& random, size_t maxLength) {
         text += random() % 2 ? marks[random() % marks.size()] : static_cast<char>(random());
     return text;
 }
-
-} // namespace
 
 TEST(IniFile, AnyBytesReadBackAsTheyWere) {
     auto const seed = std::random_device()();
@@ -201,3 +192,5 @@ TEST(IniFile, LoadsReplacingOrOnTop) {
     EXPECT_FALSE(file.Load(folder / "none.ini"));
     EXPECT_EQ(file.SectionCount(), 0u);
 }
+
+} // namespace corekit::test_inifile

@@ -1,10 +1,8 @@
 #include "runtimetools.h"
 
 #include <regex>
-#include <sstream>
 
-namespace corekit::test {
-namespace {
+namespace corekit::test::test_log {
 
 struct LogTest : ::testing::Test {
     ~LogTest() override {
@@ -148,5 +146,4 @@ TEST_F(LogTest, SaysWhyItCannotOpen) {
     LogInfo("still safe");
 }
 
-} // namespace
-} // namespace corekit::test
+} // namespace corekit::test::test_log

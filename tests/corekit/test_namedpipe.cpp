@@ -2,8 +2,7 @@
 
 #include <corekit/namedpipe.h>
 
-namespace corekit::test {
-namespace {
+namespace corekit::test::test_namedpipe {
 
 class CountingPipe : public NamedPipeServerThread {
 public:
@@ -90,5 +89,4 @@ TEST_F(NamedPipeTest, AFolderThatOthersMayWriteIsRefused) {
     EXPECT_TRUE(log.Has("can be written by other users"));
 }
 
-} // namespace
-} // namespace corekit::test
+} // namespace corekit::test::test_namedpipe

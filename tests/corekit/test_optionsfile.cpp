@@ -1,16 +1,10 @@
-#include "tempfolder.h"
+#include "test.h"
 
 #include <corekit/optionsfile.h>
-#include <corekit/sformat.h>
-
-#include <gtest/gtest.h>
 
 #include <barrier>
-#include <thread>
 
-using namespace corekit;
-
-namespace {
+namespace corekit::test_optionsfile {
 
 class OptionsFileTest : public testing::Test {
 protected:
@@ -22,8 +16,6 @@ protected:
     TempFolder folder;
     Path const path = folder / "VorlanGui.ini";
 };
-
-} // namespace
 
 TEST_F(OptionsFileTest, EachChangeReachesTheDiskAndNoChangeDoesNot) {
     FaultyLayer layer;
@@ -168,3 +160,5 @@ TEST_F(OptionsFileTest, ADamagedFileIsMovedAsideAndAnUnreadableOneLeftAlone) {
     EXPECT_TRUE((unreadable / "inside").IsFolder());
     EXPECT_EQ(lines.Get().size(), 2u);
 }
+
+} // namespace corekit::test_optionsfile

@@ -1,6 +1,4 @@
-#include <corekit/path.h>
-
-#include <gtest/gtest.h>
+#include "test.h"
 
 using namespace corekit;
 

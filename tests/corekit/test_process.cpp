@@ -1,9 +1,6 @@
 #include "runtimetools.h"
 
-#include <corekit/process.h>
-
-namespace corekit::test {
-namespace {
+namespace corekit::test::test_process {
 
 ProcessOptions Shell(char const* script) {
     ProcessOptions options;
@@ -184,5 +181,4 @@ TEST(Process, ADetachedChildLivesOnAndLeavesNoZombie) {
     EXPECT_TRUE(WaitFor([&] { return TaskState(pid, pid) == 0; }));
 }
 
-} // namespace
-} // namespace corekit::test
+} // namespace corekit::test::test_process

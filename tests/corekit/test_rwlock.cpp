@@ -3,15 +3,12 @@
 #include <corekit/commonmutex.h>
 #include <corekit/rwlock.h>
 
-#include <deque>
-
 // Locks are taken and given back here as no other code does it.
 #if defined(__clang__)
 #pragma clang diagnostic ignored "-Wthread-safety-analysis"
 #endif
 
-namespace corekit::test {
-namespace {
+namespace corekit::test::test_rwlock {
 
 // A thread that asks for the lock, and the test's view of how far it is.
 class Asker {
@@ -187,5 +184,4 @@ TEST(LockOrder, OneLockMayBeTakenAgainAndALaterOneGivenBackFirstOrLast) {
 }
 #endif
 
-} // namespace
-} // namespace corekit::test
+} // namespace corekit::test::test_rwlock

@@ -1,17 +1,10 @@
 // Running commands, and the services of systemd, with a systemd that only takes notes.
-#include <corekit/file.h>
+#include "test.h"
+
 #include <corekit/runcommand.h>
 #include <corekit/servicemanager.h>
 
-#include "tempfolder.h"
-
-#include <gtest/gtest.h>
-
-#include <chrono>
-
-namespace corekit {
-
-namespace {
+namespace corekit::test_servicemanager {
 
 TEST(RunCommand, TellsWhatBecameOfIt) {
     struct Case {
@@ -196,6 +189,4 @@ TEST(Systemd, AWordOfACommandStaysOneWord) {
     EXPECT_THROW(SystemdManager::Quote("a\nExecStartPre=evil"), ArgumentException);
 }
 
-} // namespace
-
-} // namespace corekit
+} // namespace corekit::test_servicemanager

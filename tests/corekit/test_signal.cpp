@@ -2,10 +2,7 @@
 
 #include <corekit/signal.h>
 
-#include <stdexcept>
-
-namespace corekit::test {
-namespace {
+namespace corekit::test::test_signal {
 
 constinit Signal1<int> s_early; // usable before any initialiser has run
 
@@ -267,5 +264,4 @@ TEST(SignalThreads, TwoSignalsAndTheirObjectsCrossWithoutDeadLock) {
     EXPECT_TRUE(calls >= 0 && !signals[0].Empty() && !signals[1].Empty());
 }
 
-} // namespace
-} // namespace corekit::test
+} // namespace corekit::test::test_signal

@@ -1,11 +1,8 @@
+#include "test.h"
+
 #include <corekit/stablesort.h>
 
-#include <gtest/gtest.h>
-#include <random>
-#include <utility>
-
-namespace corekit {
-namespace {
+namespace corekit::test_stablesort {
 
 TEST(StableSort, KeepsTheOrderOfEqualElementsAndLosesNoneToAnOrderThatLies) {
     std::mt19937 random(20261121);
@@ -27,5 +24,4 @@ TEST(StableSort, KeepsTheOrderOfEqualElementsAndLosesNoneToAnOrderThatLies) {
     }
 }
 
-} // namespace
-} // namespace corekit
+} // namespace corekit::test_stablesort

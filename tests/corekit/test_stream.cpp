@@ -1,22 +1,14 @@
-#include "tempfolder.h"
+#include "test.h"
 
 #include <corekit/stream.h>
 
-#include <gtest/gtest.h>
-
-#include <tuple>
-
-using namespace corekit;
-
-namespace {
+namespace corekit::test_stream {
 
 using Sample = std::tuple<bool, int32_t, uint32_t, int64_t, double, String, String, UID, Time>;
 
 Sample ReadSample(InStream& in) {
     return std::apply([&](auto... unset) { return Sample{in.Get<decltype(unset)>()...}; }, Sample{});
 }
-
-} // namespace
 
 TEST(Stream, DataReadsBackAndIsAFaultWhenItEndsTooEarlyAnywhere) {
     Sample const sample(true, -2, 4000000000u, -5000000000, 1.5, String("a\0b", 3), "text", UID(true), Time::Hours(1));
@@ -117,3 +109,5 @@ TEST(Stream, AFullDiskThrowsByTheLevelAndKeepsTheOldFile) {
     EXPECT_EQ(File::Read(path), "old");
     EXPECT_EQ(folder.Names().size(), 1u);
 }
+
+} // namespace corekit::test_stream

@@ -1,12 +1,6 @@
+#include "test.h"
+
 #include <corekit/optionmap.h>
-#include <corekit/sformat.h>
-#include <corekit/string.h>
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <random>
 
 using namespace corekit;
 

@@ -1,12 +1,8 @@
+#include "test.h"
+
 #include <corekit/stringtokenizer.h>
 
-#include <gtest/gtest.h>
-
-#include <vector>
-
-using namespace corekit;
-
-namespace {
+namespace corekit::test_stringtokenizer {
 
 using Tokens = std::vector<String>;
 
@@ -16,8 +12,6 @@ Tokens All(StringTokenizer tokenizer) {
         tokens.push_back(token);
     return tokens;
 }
-
-} // namespace
 
 TEST(StringTokenizer, QuotesAndEscapesHideSeparatorsAndStayInTheToken) {
     struct Case {
@@ -66,3 +60,5 @@ TEST(StringTokenizer, ManyLoneQuotesAndLongTextStayLinear) {
     text += '"';
     EXPECT_EQ(All({text, ","}).size(), 200001u);
 }
+
+} // namespace corekit::test_stringtokenizer

@@ -4,10 +4,7 @@
 #include <corekit/thread.h>
 #include <corekit/threadpool.h>
 
-#include <stdexcept>
-
-namespace corekit::test {
-namespace {
+namespace corekit::test::test_thread {
 
 class TestThread : public Thread {
 public:
@@ -191,5 +188,4 @@ TEST_F(ThreadPoolTest, AFunctionDiesOnThePoolsThreadAndMayThrow) {
     EXPECT_TRUE(log.Has("too heavy"));
 }
 
-} // namespace
-} // namespace corekit::test
+} // namespace corekit::test::test_thread

@@ -1,15 +1,6 @@
-#include "tempfolder.h"
+#include "test.h"
 
-#include <corekit/time.h>
-
-#include <gtest/gtest.h>
-
-#include <ctime>
-#include <limits>
-
-using namespace corekit;
-
-namespace {
+namespace corekit::test_time {
 
 constexpr int64_t k_Second = 1000, k_Minute = 60 * k_Second, k_Hour = 60 * k_Minute, k_Day = 24 * k_Hour;
 
@@ -61,8 +52,6 @@ DurationCase const k_Durations[] = {
     {k_DaysToMinutes, std::numeric_limits<int64_t>::min(), "-106751991167d"},
 };
 
-} // namespace
-
 TEST(Time, DurationsOfEveryTripleInUse) {
     for (DurationCase const& c : k_Durations) {
         Triple const& u = c.units;
@@ -105,3 +94,5 @@ TEST(Time, PointsFormatInUtcAndInTheLocalZone) {
     EXPECT_EQ(point.Format("", false), "");
     EXPECT_LE(std::abs(Time::CurrentTime().ToUnixMs() / 1000 - std::time(nullptr)), 1);
 }
+
+} // namespace corekit::test_time

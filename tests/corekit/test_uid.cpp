@@ -1,7 +1,5 @@
 #include "runtimetools.h"
 
-#include <corekit/uid.h>
-
 #include <unordered_set>
 
 using namespace corekit;

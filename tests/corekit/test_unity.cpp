@@ -3,11 +3,7 @@
 
 #include "sources.h"
 
-#include <gtest/gtest.h>
-#include <map>
-#include <set>
-
-namespace {
+namespace test_unity {
 
 using house::Token;
 using std::string;
@@ -197,4 +193,4 @@ TEST(House, KnowsTheNamesThatAFileKeepsToItself) {
                       "}\n"));
 }
 
-} // namespace
+} // namespace test_unity

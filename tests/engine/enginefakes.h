@@ -2,17 +2,14 @@
 
 // Stand-ins for what the Engine works with.
 
-#include "corekit/tempfolder.h"
+#include "test.h"
+
 #include "engine/engineclock.h"
 #include "engine/report/messagesink.h"
 #include "engine/runner/runner.h"
 #include "engine/workdesk.h"
 
-#include <boost/make_shared.hpp>
 #include <vorlan/messages.h>
-
-#include <functional>
-#include <vector>
 
 namespace vorlan {
 

@@ -1,27 +1,18 @@
 // The real program against a Master that the test plays.
+#include "domain.h"
+
 #include "corekit/homeprocesses.h"
 #include "corekit/runtimetools.h"
 #include "corekit/sanitizerreports.h"
 #include "engine/runner/leftovers.h"
-#include "testpaths.h"
 #include "vorlan/inbox.h"
 
-#include <boost/make_shared.hpp>
-#include <corekit/platform.h>
-#include <corekit/process.h>
-#include <vorlan/discovery.h>
-#include <vorlan/keys.h>
-#include <vorlan/messages.h>
 #include <vorlan/net/client.h>
 #include <vorlan/net/server.h>
-#include <vorlan/product.h>
-#include <vorlan/productfile.h>
-#include <vorlan/status.h>
 
-using namespace vorlan;
+namespace vorlan::test_engineprocess {
+
 using corekit::test::WaitFor;
-
-namespace {
 
 UID const k_Type = UID::FromName("shell product");
 
@@ -115,8 +106,6 @@ protected:
     std::unique_ptr<Process> m_engine;
 };
 
-} // namespace
-
 TEST_F(EngineProcess, StartsBeforeTheKeyAndTheMasterAndRunsWork) {
     StartEngine();
     Master master(Key());
@@ -209,3 +198,5 @@ TEST_F(EngineProcess, AKillLosesNoResultAndLeavesNoProcess) {
         EXPECT_EQ(ended.note, ended.work == done ? "exit code 3" : "VorlanEngine ended while this ran");
     }
 }
+
+} // namespace vorlan::test_engineprocess

@@ -2,11 +2,7 @@
 
 #include "engine/report/outputservice.h"
 
-#include <gtest/gtest.h>
-
-using namespace vorlan;
-
-namespace {
+namespace vorlan::test_output {
 
 // What a receiver has put together, piece behind piece.
 struct Received {
@@ -53,8 +49,6 @@ protected:
     OutputService service{folder, [this](UID const& id) { return runs.contains(id) ? runs[id] : RunOutput::Whole; }};
     boost::shared_ptr<FakeSink> sink = boost::make_shared<FakeSink>();
 };
-
-} // namespace
 
 TEST_F(OutputTest, AFullDiskIsOneErrorAndSaysWhatIsMissing) {
     auto const log = folder.Create(work);
@@ -166,3 +160,5 @@ TEST_F(OutputTest, SaysWhyThereIsNothingAndForgetsWhoIsGone) {
     EXPECT_TRUE(PutTogether(*sink, closed.request).text.empty());
     EXPECT_TRUE(other->sent.empty());
 }
+
+} // namespace vorlan::test_output

@@ -1,15 +1,10 @@
-#include "corekit/tempfolder.h"
+#include "test.h"
+
 #include "engine/report/resultjournal.h"
 
 #include <vorlan/status.h>
 
-#include <gtest/gtest.h>
-
-#include <random>
-
-using namespace vorlan;
-
-namespace {
+namespace vorlan::test_resultjournal {
 
 Time const k_Now = Time::FromUnixMs(1'700'000'000'000);
 
@@ -33,8 +28,6 @@ protected:
     TempFolder folder;
     Path const file = folder / "results.journal";
 };
-
-} // namespace
 
 TEST_F(ResultJournalTest, KeepsWhatTheMasterHasNotStoredAcrossAnEndWithoutWarning) {
     WorkEnded const kept = Result(UID(true), Unsuccessful, "tab\there, line\nfeed, back\\slash, \xff");
@@ -139,3 +132,5 @@ TEST_F(ResultJournalTest, StaysSmallWhenResultsComeAndGo) {
     EXPECT_EQ(again.Pending().size(), 1U);
     EXPECT_EQ(*again.FindPending(kept.work), kept);
 }
+
+} // namespace vorlan::test_resultjournal

@@ -3,16 +3,10 @@
 #include "engine/runner/localrunner.h"
 #include "engine/runner/runnerprotocol.h"
 #include "engine/runner/spawn.h"
-#include "testpaths.h"
 
-#include <corekit/exception.h>
+namespace vorlan::test_runner {
 
-#include <random>
-
-using namespace vorlan;
 using corekit::test::WaitFor;
-
-namespace {
 
 String EngineProgram() { return String(vorlan::k_BinDir) + "/VorlanEngine"; }
 
@@ -83,8 +77,6 @@ protected:
     UID const machine{true};
     std::unique_ptr<LocalRunner> runner = std::make_unique<LocalRunner>(Path(EngineProgram()), machine, recorder);
 };
-
-} // namespace
 
 TEST_F(RunnerTest, TellsOutputAndHowItEnded) {
 
@@ -229,3 +221,5 @@ TEST(RunnerProtocol, FramesSurviveAnyCutAndRubbishIsRefused) {
         EXPECT_LE(at, damaged.size());
     }
 }
+
+} // namespace vorlan::test_runner

@@ -1,10 +1,8 @@
+#include "test.h"
+
 #include "engine/report/outputscanner.h"
 
-#include <gtest/gtest.h>
-
-using namespace vorlan;
-
-namespace {
+namespace vorlan::test_scanner {
 
 OutputRules SampleRules() {
     OutputRules rules;
@@ -43,8 +41,6 @@ Seen Scan(std::string_view output, size_t pieceSize) {
     seen.lastLine = scanner.LastLine();
     return seen;
 }
-
-} // namespace
 
 TEST(OutputScanner, ReadsTheSameWhateverThePiecesAre) {
     std::string const longLine = "50% done " + std::string(OutputMatcher::k_LineLimit, 'x') + "Error: too far right";
@@ -86,3 +82,5 @@ TEST(OutputScanner, ABadPatternCostsThePatternsOnly) {
     EXPECT_EQ(scanner.LastLine(), "two");
     EXPECT_EQ(scanner.Percent(), 0);
 }
+
+} // namespace vorlan::test_scanner

@@ -1,13 +1,9 @@
-#include "corekit/tempfolder.h"
+#include "domain.h"
+
 #include "engine/eventcommands.h"
 #include "engine/verdict.h"
 
 #include <vorlan/engine.h>
-#include <vorlan/job.h>
-#include <vorlan/keys.h>
-#include <vorlan/status.h>
-
-#include <gtest/gtest.h>
 
 using namespace vorlan;
 using Kind = RunEnd::Kind;

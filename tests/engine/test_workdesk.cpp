@@ -1,16 +1,8 @@
+#include "domain.h"
+
 #include "enginefakes.h"
 
-#include <corekit/sformat.h>
-#include <vorlan/jobfactory.h>
-#include <vorlan/keys.h>
-#include <vorlan/productfile.h>
-#include <vorlan/status.h>
-
-#include <gtest/gtest.h>
-
-using namespace vorlan;
-
-namespace {
+namespace vorlan::test_workdesk {
 
 UID const k_Type = UID::FromName("test product");
 
@@ -145,8 +137,6 @@ public:
 };
 
 class WorkDeskTest : public testing::Test, protected Desk {};
-
-} // namespace
 
 TEST_F(WorkDeskTest, RunsAUnitFromTheOrderToTheReport) {
     auto const work = Give();
@@ -508,3 +498,5 @@ TEST_F(WorkDeskTest, ABurstOfUnitsDoesNotFloodTheHistory) {
     Begin(Give()->id);
     EXPECT_TRUE(Told<EngineHistoryElementMsg>().back().element.message.Contains("lines that only"));
 }
+
+} // namespace vorlan::test_workdesk

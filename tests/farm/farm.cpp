@@ -1,17 +1,10 @@
+#include "domain.h"
+
 #include "farm/farm.h"
 
 #include "cli/exitcode.h"
 #include "cli/masterlink.h"
 #include "engine/runner/leftovers.h"
-#include "testpaths.h"
-
-#include <csignal>
-#include <fcntl.h>
-#include <fstream>
-#include <thread>
-#include <vorlan/discovery.h>
-#include <vorlan/jobfactory.h>
-#include <vorlan/keys.h>
 
 namespace vorlan::farmtest {
 

@@ -5,18 +5,8 @@
 #include "cli/farm.h"
 #include "corekit/homeprocesses.h"
 #include "corekit/sanitizerreports.h"
-#include "corekit/tempfolder.h"
 
-#include <corekit/process.h>
-#include <gtest/gtest.h>
 #include <vorlan/messages.h>
-
-#include <chrono>
-#include <functional>
-#include <map>
-#include <memory>
-#include <string>
-#include <vector>
 
 namespace vorlan::farmtest {
 

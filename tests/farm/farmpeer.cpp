@@ -1,7 +1,5 @@
 #include "farm/farmpeer.h"
 
-#include <chrono>
-
 namespace vorlan::farmtest {
 
 FarmPeer::FarmPeer(Hear hear, net::PeerKind kind) : m_hear(std::move(hear)), m_client(Options(kind), Handlers()) {

@@ -2,12 +2,10 @@
 
 // One more connection to the Master of a test.
 
+#include "test.h"
+
 #include <vorlan/messages.h>
 #include <vorlan/net/client.h>
-
-#include <condition_variable>
-#include <functional>
-#include <mutex>
 
 namespace vorlan::farmtest {
 

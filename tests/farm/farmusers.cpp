@@ -1,15 +1,10 @@
+#include "domain.h"
+
 #include "farm/farmusers.h"
 
 #include "vorlangui/model/enginelist.h"
 #include "vorlangui/model/joblist.h"
 #include "vorlangui/model/worklist.h"
-
-#include <boost/make_shared.hpp>
-#include <corekit/sformat.h>
-#include <vorlan/keys.h>
-#include <vorlan/status.h>
-
-#include <chrono>
 
 namespace vorlan::farmtest {
 

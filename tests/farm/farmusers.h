@@ -4,12 +4,7 @@
 
 #include "farm/farmpeer.h"
 
-#include <boost/shared_ptr.hpp>
 #include <corekit/thread.h>
-
-#include <atomic>
-#include <random>
-#include <vector>
 
 namespace vorlan::farmtest {
 

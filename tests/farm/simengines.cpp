@@ -1,15 +1,9 @@
+#include "domain.h"
+
 #include "farm/simengines.h"
 
 #include "sim/simengine.h"
 #include "vorlan/net/channel.h"
-
-#include <corekit/file.h>
-#include <corekit/sformat.h>
-#include <vorlan/discovery.h>
-#include <vorlan/messages.h>
-#include <vorlan/status.h>
-
-#include <random>
 
 namespace vorlan::farmtest {
 

@@ -2,12 +2,9 @@
 
 // Many Engines on real connections that run nothing.
 
-#include <corekit/string.h>
-#include <vorlan/fwd.h>
+#include "test.h"
 
-#include <cstdint>
-#include <memory>
-#include <vector>
+#include <vorlan/fwd.h>
 
 namespace vorlan::farmtest {
 

@@ -1,18 +1,11 @@
+#include "domain.h"
+
 #include "farm/statecheck.h"
 
 #include "vorlangui/model/enginelist.h"
 #include "vorlangui/model/joblist.h"
 #include "vorlangui/model/pooltable.h"
 #include "vorlangui/model/worklist.h"
-
-#include <corekit/sformat.h>
-#include <vorlan/failures.h>
-#include <vorlan/jobfactory.h>
-#include <vorlan/keys.h>
-#include <vorlan/messenger.h>
-
-#include <fstream>
-#include <tuple>
 
 namespace vorlan::farmtest {
 

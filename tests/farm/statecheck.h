@@ -4,12 +4,6 @@
 
 #include "farm/windowlessclient.h"
 
-#include <corekit/path.h>
-#include <nlohmann/json.hpp>
-
-#include <map>
-#include <vector>
-
 namespace vorlan::farmtest {
 
 // What differs, for people: the first lines, and how many there are.

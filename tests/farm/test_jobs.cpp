@@ -1,13 +1,7 @@
 // Jobs of real Products, from the command line to the files they make.
 #include "farm/farm.h"
-#include "testpaths.h"
 
-#include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 #include <vorlan/keys.h>
-
-#include <csignal>
-#include <unistd.h>
 
 namespace vorlan::farmtest {
 

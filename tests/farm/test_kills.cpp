@@ -1,9 +1,6 @@
 // Programs that die at any moment: nothing is lost, nothing is done twice.
 #include "farm/farm.h"
 
-#include <cstdlib>
-#include <iostream>
-#include <random>
 #include <vorlan/keys.h>
 
 namespace vorlan::farmtest {

@@ -9,16 +9,9 @@
 #include "vorlangui/model/joblist.h"
 #include "vorlangui/model/worklist.h"
 
-#include <corekit/log.h>
-#include <corekit/sformat.h>
-#include <gmock/gmock.h>
 #include <vorlan/messenger.h>
 
-#include <random>
-
-namespace vorlan::farmtest {
-
-namespace {
+namespace vorlan::farmtest::test_mirror {
 
 // How large a farm, and how long it changes.
 struct Size {
@@ -47,8 +40,6 @@ constexpr unsigned k_Cores = 4;
 constexpr size_t k_Displays = 400;
 constexpr int k_SettleMs = 120'000;
 constexpr int k_DumpMs = 60'000;
-
-} // namespace
 
 class FarmMirror : public FarmFixture {
 protected:
@@ -229,4 +220,4 @@ TEST_F(FarmMirror, TheListsEqualTheMastersState) {
     ExpectEqual("after the Master was killed in the midst of it");
 }
 
-} // namespace vorlan::farmtest
+} // namespace vorlan::farmtest::test_mirror

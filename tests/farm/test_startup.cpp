@@ -11,9 +11,7 @@
 #include <vorlan/version.h>
 #include <vorlan/vorlanapp.h>
 
-namespace vorlan::farmtest {
-
-namespace {
+namespace vorlan::farmtest::test_startup {
 
 // The real one, as if connected to a Master on another machine.
 class ElsewhereServed : public Outside {
@@ -23,8 +21,6 @@ public:
     void Send(boost::shared_ptr<Message> const&) override {}
     UID MasterID() override { return UID::FromName("another machine"); }
 };
-
-} // namespace
 
 class StartupFarm : public FarmFixture {
 protected:
@@ -82,4 +78,4 @@ TEST_F(StartupFarm, TheMasterStartsLeavesAndStopsTheEngine) {
     EXPECT_EQ(EngineProcess(), 0) << "told not to start, it ends at once";
 }
 
-} // namespace vorlan::farmtest
+} // namespace vorlan::farmtest::test_startup

@@ -3,17 +3,11 @@
 
 #include "cli/exitcode.h"
 #include "cli/masterlink.h"
-#include "testpaths.h"
 
 #include <arpa/inet.h>
 #include <corekit/runcommand.h>
 #include <corekit/uniquefd.h>
-#include <csignal>
-#include <gmock/gmock.h>
-#include <random>
 #include <sys/socket.h>
-#include <thread>
-#include <unistd.h>
 #include <vorlan/farmkey.h>
 #include <vorlan/keys.h>
 

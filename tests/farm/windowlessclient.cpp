@@ -5,12 +5,9 @@
 #include "vorlangui/model/joblist.h"
 #include "vorlangui/model/worklist.h"
 
-#include <corekit/sformat.h>
 #include <corekit/threadpool.h>
 #include <corekit/tick.h>
 #include <vorlan/messenger.h>
-
-#include <thread>
 
 namespace vorlan::farmtest {
 

@@ -2,18 +2,14 @@
 
 // The client without windows, in the process of a test.
 
+#include "test.h"
+
 #include "vorlangui/client/farmclient.h"
 #include "vorlangui/model/enginewatcher.h"
 #include "vorlangui/model/jobwatcher.h"
 #include "vorlangui/model/listlist.h"
 
 #include <corekit/optionmap.h>
-
-#include <functional>
-#include <map>
-#include <memory>
-#include <set>
-#include <vector>
 
 namespace vorlan::farmtest {
 

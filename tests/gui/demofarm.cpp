@@ -1,21 +1,10 @@
+#include "domain.h"
+
 #include "demofarm.h"
 
 #include "model/enginelist.h"
 #include "model/joblist.h"
 #include "model/worklist.h"
-#include "testpaths.h"
-
-#include <boost/make_shared.hpp>
-#include <corekit/file.h>
-#include <corekit/sformat.h>
-#include <nlohmann/json.hpp>
-#include <vorlan/events.h>
-#include <vorlan/failures.h>
-#include <vorlan/jobfactory.h>
-#include <vorlan/keys.h>
-#include <vorlan/messages.h>
-#include <vorlan/product.h>
-#include <vorlan/productfile.h>
 
 namespace vorlan {
 

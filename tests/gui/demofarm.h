@@ -2,7 +2,7 @@
 
 // A farm of made-up Jobs, Engines and units in the client's lists, for looking at it.
 
-#include <cstddef>
+#include "test.h"
 
 namespace vorlan {
 

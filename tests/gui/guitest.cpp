@@ -1,6 +1,5 @@
 #include "guitest.h"
 
-#include <vorlan/events.h>
 #include <wx/event.h>
 #include <wx/evtloop.h>
 #include <wx/wxvcolors.h>

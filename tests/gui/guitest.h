@@ -12,13 +12,7 @@
 #include <wx/wxtoolbarbutton.h>
 
 #include "client/clienttest.h"
-#include "corekit/tempfolder.h"
 #include "wxtools.h"
-
-#include <functional>
-#include <gtest/gtest.h>
-#include <memory>
-#include <vector>
 
 namespace vorlan {
 

@@ -1,9 +1,7 @@
 #pragma once
 
-#include <corekit/string.h>
+#include "test.h"
 
-#include <functional>
-#include <vector>
 #include <wx/dialog.h>
 #include <wx/modalhook.h>
 #include <wx/wxvmessagedlg.h>

@@ -5,9 +5,7 @@
 #include <wx/wxvcolors.h>
 #include <wx/wxvoptions.h>
 
-namespace vorlan {
-
-namespace {
+namespace vorlan::test_colors {
 
 constexpr double k_OnBackground = 4.5;
 constexpr double k_OnTint = 3.7;
@@ -19,8 +17,6 @@ constexpr int k_LastText = static_cast<int>(ColorName::TextGrey);
 std::string Named(int scheme, ColorName text, ColorName surface) {
     return "scheme " + std::to_string(scheme) + ": " + wxvColorLabel(text) + " on " + wxvColorLabel(surface);
 }
-
-} // namespace
 
 TEST(Colors, ContrastIsTheGuidelines) {
     EXPECT_NEAR(wxvContrast(*wxBLACK, *wxWHITE), 21.0, 0.001);
@@ -162,4 +158,4 @@ TEST(Colors, AColorMovesOnlyAsFarAsItMust) {
     EXPECT_EQ(wxvReadableColor(dark, dark, fine, 21), fine) << "nothing reads, the refuge is the best there is";
 }
 
-} // namespace vorlan
+} // namespace vorlan::test_colors

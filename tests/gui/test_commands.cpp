@@ -1,14 +1,10 @@
 // Commands as data: what rows become in each menu, and the way from a number to its function.
 #include "guitest.h"
 
-#include <corekit/file.h>
-#include <set>
 #include <wx/menu.h>
 #include <wx/wxvtext.h>
 
-namespace vorlan {
-
-namespace {
+namespace vorlan::test_commands {
 
 struct User : CommandUser {
     bool IsRestricted(String const& action) const override { return restricted.contains(action) && !administrator; }
@@ -45,8 +41,6 @@ String LabelsOf(wxMenu const& menu) {
     }
     return labels;
 }
-
-} // namespace
 
 TEST(Commands, EachMenuHasWhatItsUserMayDo) {
     struct Case {
@@ -144,4 +138,4 @@ TEST_F(DispatchTest, CommandsOfProductsGoByTheirNumbers) {
     EXPECT_EQ(CountLines(log, "Could not find custom command"), 1u);
 }
 
-} // namespace vorlan
+} // namespace vorlan::test_commands

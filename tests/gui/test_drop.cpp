@@ -4,7 +4,6 @@
 
 #include "window/droptarget.h"
 
-#include <corekit/file.h>
 #include <vorlan/jobfile.h>
 #include <wx/arrstr.h>
 #include <wx/wxvtext.h>

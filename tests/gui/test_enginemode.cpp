@@ -4,7 +4,6 @@
 #include "window/messagepane.h"
 
 #include <corekit/namedpipe.h>
-#include <vorlan/keys.h>
 #include <wx/wxvorlandlg.h>
 
 namespace vorlan {

@@ -4,8 +4,6 @@
 
 #include "lists/joblistctrl.h"
 
-#include <cstring>
-#include <set>
 #include <wx/wxtimed.h>
 #include <wx/wxvtext.h>
 

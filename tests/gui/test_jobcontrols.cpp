@@ -1,10 +1,6 @@
 // The controls that know Products and Jobs.
 #include "guitest.h"
 
-#include <vorlan/job.h>
-#include <vorlan/jobfactory.h>
-#include <vorlan/keys.h>
-#include <vorlan/product.h>
 #include <wx/jobcommandmenu.h>
 #include <wx/jobselector.h>
 #include <wx/menu.h>
@@ -12,9 +8,7 @@
 #include <wx/wxvtext.h>
 #include <wx/wxvtextctrl.h>
 
-namespace vorlan {
-
-namespace {
+namespace vorlan::test_jobcontrols {
 
 // Products in the factory for one test.
 class KnownProducts {
@@ -72,8 +66,6 @@ protected:
         noted += command.Str() + "[" + args.Str() + "]";
     }
 };
-
-} // namespace
 
 TEST(JobCommandMenu, OffersWhatTheProductsOfTheJobsHave) {
     KnownProducts known;
@@ -253,4 +245,4 @@ TEST_F(JobControls, AJobIsFoundByTypingAndTakenByKeys) {
     EXPECT_TRUE(selector->Text()->IsEmpty());
 }
 
-} // namespace vorlan
+} // namespace vorlan::test_jobcontrols

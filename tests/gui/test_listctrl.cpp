@@ -6,17 +6,13 @@
 #include "lists/joblistctrl.h"
 #include "lists/worklistctrl.h"
 
-#include <atomic>
-#include <cstring>
-#include <gmock/gmock.h>
-#include <vorlan/keys.h>
 #include <wx/listctrl.h>
 #include <wx/menu.h>
 #include <wx/notebook.h>
 #include <wx/translation.h>
 #include <wx/wxtimed.h>
 
-namespace vorlan {
+namespace vorlan::test_listctrl {
 
 class ListCtrlTest : public GuiTest {
 protected:
@@ -335,8 +331,6 @@ TEST_F(ListCtrlTest, ColumnsAreAsWideAsWhatTheyHold) {
     EXPECT_EQ(list.GetCellRect(0, 1).width, 2000);
 }
 
-namespace {
-
 // A language in which one word is known.
 class OneWord : public wxTranslationsLoader {
 public:
@@ -356,8 +350,6 @@ public:
     }
     wxArrayString GetAvailableTranslations(wxString const&) const override { return wxArrayString(1, "de"); }
 };
-
-} // namespace
 
 TEST_F(ListCtrlTest, TitlesFollowTheLanguage) {
     auto* const translations = new wxTranslations;
@@ -576,4 +568,4 @@ TEST_F(ListCtrlTest, EnginesAndWorkHaveListsOfTheirOwn) {
     work.CleanupAfterDraw(0);
 }
 
-} // namespace vorlan
+} // namespace vorlan::test_listctrl

@@ -5,8 +5,6 @@
 #include "window/infopane.h"
 #include "window/toolbar.h"
 
-#include <corekit/platform.h>
-#include <vorlan/keys.h>
 #include <wx/menu.h>
 #include <wx/splitter.h>
 #include <wx/statusbr.h>

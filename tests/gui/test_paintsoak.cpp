@@ -5,18 +5,13 @@
 
 #include "lists/joblistctrl.h"
 
-#include <cstdlib>
-#include <random>
-#include <vorlan/keys.h>
 #include <wx/listctrl.h>
 #include <wx/textctrl.h>
 #include <wx/tooltip.h>
 #include <wx/wxdbtreelistctrl.h>
 #include <wx/wxtimed.h>
 
-namespace vorlan {
-
-namespace {
+namespace vorlan::test_paintsoak {
 
 int StepsOfPaintSoak() {
     char const* const wish = std::getenv("VORLAN_SOAK");
@@ -38,8 +33,6 @@ public:
     }
     size_t turn = 0;
 };
-
-} // namespace
 
 class PaintSoak : public GuiTest {
 protected:
@@ -226,4 +219,4 @@ TEST_F(PaintSoak, TheTreeOnTheScreenIsTheTreeThereIs) {
     });
 }
 
-} // namespace vorlan
+} // namespace vorlan::test_paintsoak

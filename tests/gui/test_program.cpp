@@ -1,29 +1,13 @@
 // The real program: its start, its end, and what it leaves behind.
 #include "corekit/homeprocesses.h"
-#include "corekit/tempfolder.h"
-#include "testpaths.h"
 
-#include <corekit/file.h>
 #include <corekit/inifile.h>
 #include <corekit/namedpipe.h>
-#include <corekit/process.h>
 #include <vorlan/version.h>
 
-#include <chrono>
-#include <csignal>
-#include <fcntl.h>
-#include <functional>
-#include <gtest/gtest.h>
-#include <map>
-#include <memory>
-#include <sstream>
-#include <thread>
-
-namespace vorlan {
+namespace vorlan::test_program {
 
 using namespace corekit;
-
-namespace {
 
 constexpr int k_StartMs = 40'000;
 constexpr int k_EndMs = 15'000;
@@ -219,6 +203,4 @@ TEST_F(ProgramTest, FirstRunOnARenderNodeIsEngineMode) {
     ExpectQuietToolkit();
 }
 
-} // namespace
-
-} // namespace vorlan
+} // namespace vorlan::test_program

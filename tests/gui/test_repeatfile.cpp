@@ -3,10 +3,6 @@
 
 #include "submit/repeatfile.h"
 
-#include <corekit/file.h>
-#include <sys/stat.h>
-#include <vorlan/jobfactory.h>
-#include <vorlan/keys.h>
 #include <wx/listbox.h>
 
 namespace vorlan {

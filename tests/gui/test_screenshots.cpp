@@ -8,8 +8,6 @@
 #include "lists/joblistctrl.h"
 #include "window/infopane.h"
 
-#include <corekit/file.h>
-#include <cstdlib>
 #include <wx/bookctrl.h>
 #include <wx/menu.h>
 #include <wx/statusbr.h>
@@ -17,15 +15,11 @@
 #include <wx/wxvorlandlg.h>
 #include <wx/wxvtext.h>
 
-namespace vorlan {
-
-namespace {
+namespace vorlan::test_screenshots {
 
 constexpr char const* k_SchemeNames[k_BuiltInSchemes] = {"lighter", "light", "dark", "darker"};
 
 char const* Folder() { return std::getenv("VORLAN_SCREENSHOTS"); }
-
-} // namespace
 
 class Screenshots : public GuiTest {
 protected:
@@ -122,4 +116,4 @@ TEST_F(Screenshots, Nothing) {
     Take("enginemode");
 }
 
-} // namespace vorlan
+} // namespace vorlan::test_screenshots

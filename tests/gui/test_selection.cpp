@@ -7,18 +7,13 @@
 #include "window/infopane.h"
 #include "window/selecthistory.h"
 
-#include <string>
-#include <vorlan/keys.h>
 #include <wx/menu.h>
 #include <wx/timer.h>
 
-namespace vorlan {
+namespace vorlan::test_selection {
 
-namespace {
 UID Anchor(int number) { return UID::FromName(std::to_string(number)); }
 bool IsAny(UID const&) { return true; }
-} // namespace
-
 TEST(PendingSelection, FollowsTheLastOfAStorm) {
     struct Step {
         int list, row; // what stands in the row
@@ -66,8 +61,6 @@ TEST(PendingSelection, TakesALongListInNoTime) {
     EXPECT_TRUE(pending.Last(IsAny).IsNull());
 }
 
-namespace {
-
 void Push(SelectHistory& history, int number, std::set<UID> const& selected = {}) {
     history.Push(k_ListOfJobs, 2600, Anchor(number), selected);
 }
@@ -89,8 +82,6 @@ std::string Walk(SelectHistory& history, std::string const& steps) {
     }
     return reached;
 }
-
-} // namespace
 
 TEST(SelectHistory, GoesBackAndForth) {
     struct Case {
@@ -263,4 +254,4 @@ TEST_F(SelectionTest, ItCountsAsActivityAndNotOutsideTheViews) {
     EXPECT_EQ(Shown(), "a");
 }
 
-} // namespace vorlan
+} // namespace vorlan::test_selection

@@ -5,18 +5,11 @@
 #include "lists/enginelistctrl.h"
 #include "lists/joblistctrl.h"
 
-#include <atomic>
-#include <cstdlib>
 #include <malloc.h>
-#include <random>
-#include <thread>
-#include <vorlan/keys.h>
 #include <wx/notebook.h>
 #include <wx/wxtimed.h>
 
-namespace vorlan {
-
-namespace {
+namespace vorlan::test_soak {
 
 using Clock = std::chrono::steady_clock;
 
@@ -86,8 +79,6 @@ private:
     std::atomic<bool> m_stop{false};
     std::thread m_thread; // the last: it uses the others
 };
-
-} // namespace
 
 class SoakTest : public GuiTest {
 protected:
@@ -202,4 +193,4 @@ TEST_F(SoakTest, AStormOfChangesStallsNothingAndLosesNoMemory) {
         ASSERT_GE(list.GetRowOf(id), 0);
 }
 
-} // namespace vorlan
+} // namespace vorlan::test_soak

@@ -4,9 +4,6 @@
 
 #include "client/statustext.h"
 
-#include <corekit/file.h>
-#include <vorlan/events.h>
-#include <vorlan/keys.h>
 #include <wx/menu.h>
 #include <wx/settings.h>
 #include <wx/statusbr.h>

@@ -6,10 +6,8 @@
 #include "system/submitscripts.h"
 #include "system/systemfolders.h"
 
-#include <corekit/file.h>
 #include <corekit/filelock.h>
 #include <vorlan/administrator.h>
-#include <vorlan/keys.h>
 #include <wx/menu.h>
 #include <wx/wxconfirmdlg.h>
 #include <wx/wxtextlinectrl.h>

@@ -5,16 +5,12 @@
 #include "system/installservicedlg.h"
 #include "system/systemservices.h"
 
-#include <corekit/file.h>
 #include <corekit/filelock.h>
-#include <corekit/platform.h>
 #include <wx/radiobut.h>
 #include <wx/textctrl.h>
 #include <wx/wxvtext.h>
 
-namespace vorlan {
-
-namespace {
+namespace vorlan::test_systemservices {
 
 class FakeServices : public corekit::ServiceManager {
 public:
@@ -57,8 +53,6 @@ private:
     std::vector<String> m_notes;                // guarded by m_guard
     std::map<String, ServiceScope> m_installed; // guarded by m_guard
 };
-
-} // namespace
 
 class SystemServicesTest : public GuiTest {
 protected:
@@ -162,4 +156,4 @@ TEST_F(SystemServicesTest, TheAccountIsAskedForAndChecked) {
     EXPECT_FALSE(Options().HasKey("Configuration", "StartMaster"));
 }
 
-} // namespace vorlan
+} // namespace vorlan::test_systemservices

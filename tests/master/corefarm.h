@@ -2,21 +2,10 @@
 
 // A small farm around a Core, for the tests of its decisions.
 
+#include "domain.h"
+
 #include "master/core/audit.h"
 #include "master/core/core.h"
-
-#include <boost/make_shared.hpp>
-#include <vorlan/keys.h>
-#include <vorlan/messages.h>
-#include <vorlan/product.h>
-#include <vorlan/status.h>
-
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <map>
-#include <utility>
-#include <vector>
 
 namespace farm {
 

@@ -2,15 +2,9 @@
 
 // A PostgreSQL server of a test.
 
-#include "corekit/tempfolder.h"
+#include "test.h"
 
-#include <corekit/process.h>
-#include <corekit/sformat.h>
-
-#include <filesystem>
-#include <optional>
 #include <pwd.h>
-#include <vector>
 
 namespace corekit {
 

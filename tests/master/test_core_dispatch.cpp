@@ -1,10 +1,7 @@
 // Who gets which work, and why not.
 #include "corefarm.h"
 
-#include <algorithm>
-
-namespace farm {
-namespace {
+namespace farm::test_core_dispatch {
 
 TEST(CoreDispatch, ServesJobsInTheirOrder) {
     struct Case {
@@ -221,5 +218,4 @@ TEST(CoreDispatch, SizesPacketsByTime) {
     EXPECT_EQ(farm.UnitsOn("e"), "fast:91-93") << "17.8 seconds a frame by now";
 }
 
-} // namespace
-} // namespace farm
+} // namespace farm::test_core_dispatch

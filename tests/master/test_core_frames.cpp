@@ -1,18 +1,16 @@
 // Frames by position, packets, staggers and options: the parts of the Core that stand
 // alone.
+#include "test.h"
+
 #include "master/core/framemap.h"
 #include "master/core/policy.h"
 #include "master/core/stagger.h"
 #include "master/core/unitqueue.h"
 
-#include <gtest/gtest.h>
 #include <vorlan/keys.h>
 #include <vorlan/optionstext.h>
 
-#include <random>
-
-namespace farm {
-namespace {
+namespace farm::test_core_frames {
 
 TEST(SpanSet, AgreesWithASetOfNumbers) {
     std::mt19937 random(7);
@@ -181,5 +179,4 @@ TEST(Policy, MergesViewPresetsByName) {
     EXPECT_EQ(section["Two-0"] + section["Three-0"] + section["One-0"] + section["Default"], "bcax");
 }
 
-} // namespace
-} // namespace farm
+} // namespace farm::test_core_frames

@@ -1,15 +1,11 @@
 // A Job's values as the Master's core uses them: by the rule that everybody else follows.
 
 #include "corefarm.h"
-#include "rows.h"
 
-#include <vorlan/jobfactory.h>
 #include <vorlan/launch.h>
-#include <vorlan/productfile.h>
 #include <vorlan/values.h>
 
-namespace farm {
-namespace {
+namespace farm::test_core_values {
 
 // A value, what the core made of it, and another default for it.
 struct Reading {
@@ -86,5 +82,4 @@ TEST(CoreValues, ARenamedJobLeavesItsUnitsTheirNames) {
     EXPECT_EQ(farm.FindUnit("1")->unit->Priority(), 80);
 }
 
-} // namespace
-} // namespace farm
+} // namespace farm::test_core_values

@@ -3,8 +3,7 @@
 
 #include "master/core/loader.h"
 
-namespace farm {
-namespace {
+namespace farm::test_core_work {
 
 TEST(CoreWork, ARunTellsItsHistory) {
     CoreFarm farm;
@@ -368,5 +367,4 @@ TEST(CoreWork, OptionsAreMergedAndToldAsAWhole) {
     EXPECT_EQ(farm.core->State().policy.maxJobFailures, 7U);
 }
 
-} // namespace
-} // namespace farm
+} // namespace farm::test_core_work

@@ -1,22 +1,14 @@
+#include "domain.h"
+
 #include "corekit/runtimetools.h"
 #include "master/net/shell.h"
-#include "testpaths.h"
 #include "vorlan/inbox.h"
 
-#include <corekit/sformat.h>
-#include <vorlan/keys.h>
-#include <vorlan/messages.h>
 #include <vorlan/net/client.h>
-#include <vorlan/productfile.h>
 
-#include <nlohmann/json.hpp>
+namespace vorlan::test_shell {
 
-#include <sstream>
-
-using namespace vorlan;
 using corekit::test::WaitFor;
-
-namespace {
 
 // A store that others can look at and break while a shell uses it.
 class SharedStore : public farm::Store {
@@ -133,8 +125,6 @@ protected:
     std::unique_ptr<farm::Shell> m_shell;
     std::thread m_thread;
 };
-
-} // namespace
 
 TEST_F(ShellTest, AJobIsStoredToldAndThereAgainAfterARestart) {
     auto const job = NewJob("first");
@@ -284,3 +274,5 @@ TEST_F(ShellTest, AShutdownReachesEverybody) {
     EXPECT_TRUE(asks.Take<ShutdownMsg>());
     EXPECT_TRUE(other.Take<ShutdownMsg>());
 }
+
+} // namespace vorlan::test_shell

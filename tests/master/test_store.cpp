@@ -1,17 +1,9 @@
-#include "corekit/tempfolder.h"
 #include "master/postgresserver.h"
 #include "master/store/sqlstore.h"
 
-#include <gtest/gtest.h>
+namespace corekit::test_store {
 
-#include <filesystem>
-#include <fstream>
-#include <random>
-
-using namespace corekit;
 using namespace farm;
-
-namespace {
 
 class StoreTest : public ::testing::Test {
 protected:
@@ -86,8 +78,6 @@ void KeepsRecordsLikeTheStoreInMemory(String const& connection) {
         EXPECT_EQ(All(store).size(), 205U);
     }
 }
-
-} // namespace
 
 TEST_F(StoreTest, KeepsRecordsLikeTheStoreInMemoryAndAcrossAReopening) {
     KeepsRecordsLikeTheStoreInMemory(Connection());
@@ -164,3 +154,5 @@ TEST_F(StoreTest, AStoreThatCannotBeOpenedSaysSoAndMovesNothing) {
         EXPECT_TRUE(error.Message().Contains("cannot be opened"));
     }
 }
+
+} // namespace corekit::test_store

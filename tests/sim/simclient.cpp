@@ -1,11 +1,5 @@
 #include "sim/simclient.h"
 
-#include <boost/make_shared.hpp>
-#include <vorlan/keys.h>
-#include <vorlan/messages.h>
-#include <vorlan/product.h>
-#include <vorlan/status.h>
-
 namespace sim {
 
 namespace {

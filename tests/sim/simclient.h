@@ -2,14 +2,11 @@
 
 // A client of the simulation: what it was told, and what that adds up to.
 
+#include "domain.h"
+
 #include "master/core/event.h"
 
-#include <vorlan/failures.h>
-#include <vorlan/job.h>
 #include <vorlan/jobhistory.h>
-
-#include <map>
-#include <vector>
 
 namespace sim {
 

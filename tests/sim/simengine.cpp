@@ -1,9 +1,6 @@
-#include "sim/simengine.h"
+#include "domain.h"
 
-#include <vorlan/job.h>
-#include <vorlan/keys.h>
-#include <vorlan/messages.h>
-#include <vorlan/status.h>
+#include "sim/simengine.h"
 
 namespace sim {
 

@@ -2,14 +2,9 @@
 
 // An Engine of the simulation.
 
+#include "test.h"
+
 #include "master/core/event.h"
-
-#include <corekit/time.h>
-
-#include <map>
-#include <optional>
-#include <set>
-#include <vector>
 
 namespace sim {
 

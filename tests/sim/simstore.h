@@ -2,11 +2,9 @@
 
 // A store in memory, for the simulation.
 
-#include "master/core/record.h"
+#include "test.h"
 
-#include <map>
-#include <set>
-#include <vector>
+#include "master/core/record.h"
 
 namespace sim {
 

@@ -1,13 +1,7 @@
 // The Master's decisions under faults; see world.h.
 #include "sim/world.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <random>
-
-namespace sim {
-namespace {
+namespace sim::test_simulation {
 
 uint64_t NewSeed() {
     if (char const* const given = std::getenv("VORLAN_SIM_SEED"))
@@ -49,5 +43,4 @@ TEST(Simulation, NewSeed) {
     RunWorld(options);
 }
 
-} // namespace
-} // namespace sim
+} // namespace sim::test_simulation

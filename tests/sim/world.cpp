@@ -2,12 +2,6 @@
 
 #include "master/core/audit.h"
 
-#include <boost/make_shared.hpp>
-#include <corekit/sformat.h>
-#include <vorlan/keys.h>
-#include <vorlan/product.h>
-#include <vorlan/status.h>
-
 namespace sim {
 
 namespace {

@@ -7,12 +7,6 @@
 #include "sim/simengine.h"
 #include "sim/simstore.h"
 
-#include <deque>
-#include <map>
-#include <memory>
-#include <set>
-#include <vector>
-
 namespace sim {
 
 using namespace farm;

@@ -1,12 +1,6 @@
 // The commands that clients of the simulation give.
 #include "sim/world.h"
 
-#include <boost/make_shared.hpp>
-#include <corekit/sformat.h>
-#include <vorlan/keys.h>
-#include <vorlan/product.h>
-#include <vorlan/status.h>
-
 namespace sim {
 
 boost::shared_ptr<Message> World::SubmitCommand() {

@@ -1,12 +1,6 @@
 // What may happen in each step, and the quiet end.
 #include "sim/world.h"
 
-#include <boost/make_shared.hpp>
-#include <corekit/sformat.h>
-#include <vorlan/keys.h>
-#include <vorlan/product.h>
-#include <vorlan/status.h>
-
 namespace sim {
 
 void World::Run() {

@@ -2,16 +2,11 @@
 
 // What a peer of a test was told, until the test asks for it.
 
+#include "test.h"
+
 #include <vorlan/message.h>
 
 #include <boost/pointer_cast.hpp>
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <condition_variable>
-#include <functional>
-#include <mutex>
-#include <vector>
 
 namespace vorlan {
 

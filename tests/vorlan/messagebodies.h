@@ -1,15 +1,10 @@
 #pragma once
 
+#include "test.h"
+
 #include <vorlan/messagefactory.h>
 
 #include <msgpack.hpp>
-
-#include <algorithm>
-#include <cmath>
-#include <map>
-#include <random>
-#include <sstream>
-#include <vector>
 
 namespace vorlan::test {
 

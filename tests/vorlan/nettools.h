@@ -3,23 +3,16 @@
 // What the tests of the connection share: a farm of one key, ends that record what
 // they hear, and a peer that can say anything.
 
-#include "corekit/tempfolder.h"
+#include "domain.h"
 
-#include <corekit/sformat.h>
-#include <vorlan/messages.h>
-#include <vorlan/messenger.h>
 #include <vorlan/net/client.h>
 #include <vorlan/net/handshake.h>
 #include <vorlan/net/server.h>
 
 #include <arpa/inet.h>
-#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <openssl/ssl.h>
-#include <random>
 #include <sys/socket.h>
-#include <thread>
-#include <vector>
 
 namespace vorlan::net {
 

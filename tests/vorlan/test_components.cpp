@@ -4,12 +4,6 @@
 
 #include <corekit/filelock.h>
 
-#include <csignal>
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-
 namespace vorlan {
 
 using net::WaitFor;

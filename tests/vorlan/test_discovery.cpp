@@ -1,15 +1,10 @@
-#include <vorlan/discovery.h>
+#include "test.h"
 
-#include "corekit/tempfolder.h"
-#include "rows.h"
+#include <vorlan/discovery.h>
 
 #include <vorlan/fwd.h>
 
-#include <gtest/gtest.h>
-
-namespace vorlan {
-
-namespace {
+namespace vorlan::test_discovery {
 
 // A group that no farm of this machine uses, on the loopback alone.
 DiscoveryGroup TestGroup() {
@@ -19,8 +14,6 @@ DiscoveryGroup TestGroup() {
     group.interfaceAddress = "127.0.0.1";
     return group;
 }
-
-} // namespace
 
 TEST(Discovery, WhoSharesTheKeyAnswersAndNobodyElse) {
     FarmKey const key = FarmKey::Fresh();
@@ -89,4 +82,4 @@ TEST(MasterFinder, ReadsTheConnectionFileEachTime) {
     EXPECT_EQ(texts(), "gamma:9000 delta:1") << "what the program was given for itself comes first";
 }
 
-} // namespace vorlan
+} // namespace vorlan::test_discovery

@@ -1,21 +1,14 @@
-#include "corekit/tempfolder.h"
-#include "rows.h"
+#include "domain.h"
 
 #include <corekit/inifile.h>
-#include <corekit/sformat.h>
 #include <corekit/uniquefd.h>
-#include <gtest/gtest.h>
 #include <vorlan/engine.h>
-#include <vorlan/events.h>
-#include <vorlan/keys.h>
-#include <vorlan/product.h>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 
-namespace vorlan {
-namespace {
+namespace vorlan::test_engine {
 
 // Puts the built-in default Engine back at the end of a test.
 struct DefaultEngineGuard {
@@ -252,5 +245,4 @@ TEST(Engine, WakesByMagicPackets) {
     EXPECT_EQ(SendMagicPacketsTo({mac}, IPPeer("no.such.host", 9)), 0u);
 }
 
-} // namespace
-} // namespace vorlan
+} // namespace vorlan::test_engine

@@ -1,13 +1,6 @@
-#include <corekit/sformat.h>
-#include <gtest/gtest.h>
-#include <vorlan/failures.h>
-#include <vorlan/job.h>
-#include <vorlan/keys.h>
+#include "domain.h"
 
-#include <thread>
-
-namespace vorlan {
-namespace {
+namespace vorlan::test_failures {
 
 class FailuresTest : public testing::Test {
 protected:
@@ -128,5 +121,4 @@ TEST_F(FailuresTest, LosesNoneOfManyThreads) {
     EXPECT_EQ(OnEngine(engine2), "1 2 1000");
 }
 
-} // namespace
-} // namespace vorlan
+} // namespace vorlan::test_failures

@@ -1,24 +1,15 @@
+#include "test.h"
+
 #include <vorlan/farmkey.h>
 
-#include "corekit/tempfolder.h"
-
-#include <corekit/exception.h>
 #include <vorlan/fwd.h>
 
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <thread>
-
-namespace vorlan {
-
-namespace {
+namespace vorlan::test_farmkey {
 
 unsigned ModeOf(Path const& path) {
     struct stat info {};
     return ::stat(path.c_str(), &info) == 0 ? info.st_mode & 0777u : 0;
 }
-
-} // namespace
 
 TEST(FarmKey, IsMadeOnceAndJoinedElsewhere) {
     TempFolder const master;
@@ -98,4 +89,4 @@ TEST(FarmKey, AProofHoldsForOneKeyPurposeAndText) {
     EXPECT_FALSE(key.Verify("greeting", "text", bytes.substr(0, 31)));
 }
 
-} // namespace vorlan
+} // namespace vorlan::test_farmkey

@@ -1,26 +1,10 @@
-#include "corekit/tempfolder.h"
-#include "rows.h"
+#include "domain.h"
 
-#include <corekit/exception.h>
-#include <corekit/sformat.h>
 #include <corekit/stream.h>
-#include <gtest/gtest.h>
 #include <vorlan/engine.h>
-#include <vorlan/job.h>
 #include <vorlan/jobconditions.h>
-#include <vorlan/jobfactory.h>
-#include <vorlan/keys.h>
-#include <vorlan/productfile.h>
 
-#include <boost/make_shared.hpp>
-
-#include <atomic>
-#include <chrono>
-#include <thread>
-
-namespace vorlan {
-namespace {
-
+namespace vorlan::test_job {
 // Puts a Product into the factory for one test.
 class KnownProduct {
 public:
@@ -323,7 +307,6 @@ TEST(Job, RunsACommandOfItsProduct) {
     EXPECT_FALSE(stranger.RunCommand("Touch"));
 }
 
-} // namespace
 TEST(JobConditions, FollowStatusAndPriority) {
     constexpr struct {
         int status, priority;
@@ -344,4 +327,4 @@ TEST(JobConditions, FollowStatusAndPriority) {
     }
 }
 
-} // namespace vorlan
+} // namespace vorlan::test_job

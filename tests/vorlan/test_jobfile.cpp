@@ -1,23 +1,9 @@
-#include "corekit/tempfolder.h"
+#include "domain.h"
 
-#include <corekit/sformat.h>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-#include <vorlan/job.h>
-#include <vorlan/jobfactory.h>
 #include <vorlan/jobfile.h>
-#include <vorlan/keys.h>
 #include <vorlan/optionstext.h>
-#include <vorlan/product.h>
-#include <vorlan/version.h>
 
-#include <boost/make_shared.hpp>
-
-#include <random>
-#include <sys/stat.h>
-
-namespace vorlan {
-namespace {
+namespace vorlan::test_jobfile {
 
 using Json = nlohmann::json;
 
@@ -183,5 +169,4 @@ TEST_F(JobFileTest, LeavesTheOldFileWhenTheDiskIsFull) {
     EXPECT_EQ(info.st_mode & 0777, 0600u) << "a password is for its owner's eyes";
 }
 
-} // namespace
-} // namespace vorlan
+} // namespace vorlan::test_jobfile

@@ -1,20 +1,10 @@
-#include "rows.h"
+#include "domain.h"
 
 #include <vorlan/enginehistory.h>
-#include <vorlan/job.h>
 #include <vorlan/jobhistory.h>
-#include <vorlan/status.h>
 #include <vorlan/wire.h>
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <map>
-#include <random>
-#include <set>
-
-namespace vorlan {
-namespace {
+namespace vorlan::test_jobhistory {
 
 UID NumberedID(uint8_t kind, unsigned number) {
     std::array<uint8_t, UID::k_Size> bytes{};
@@ -413,5 +403,4 @@ TEST(EngineHistory, KeepsTheLastLines) {
     EXPECT_TRUE(history.Empty());
 }
 
-} // namespace
-} // namespace vorlan
+} // namespace vorlan::test_jobhistory

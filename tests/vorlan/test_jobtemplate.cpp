@@ -1,15 +1,9 @@
-#include "rows.h"
+#include "test.h"
 
-#include <corekit/exception.h>
 #include <corekit/optionmap.h>
-#include <gtest/gtest.h>
 #include <vorlan/jobtemplate.h>
 
-#include <chrono>
-#include <random>
-
-namespace vorlan {
-namespace {
+namespace vorlan::test_jobtemplate {
 
 OptionMap const k_Values = {{"Name", "Shot 12"},   {"File", "/a/b/Scene.x.pov"},
                             {"Empty", ""},         {"Yes", "Yes"},
@@ -150,5 +144,4 @@ TEST(JobTemplate, ShellScriptsKeepValuesWhole) {
     }
 }
 
-} // namespace
-} // namespace vorlan
+} // namespace vorlan::test_jobtemplate

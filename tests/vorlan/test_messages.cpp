@@ -1,16 +1,8 @@
+#include "domain.h"
+
 #include "messagebodies.h"
-#include "rows.h"
 
-#include <vorlan/keys.h>
-#include <vorlan/messages.h>
-#include <vorlan/status.h>
-
-#include <corekit/exception.h>
-
-#include <gtest/gtest.h>
-
-namespace vorlan {
-namespace {
+namespace vorlan::test_messages {
 
 using test::BodyMaker;
 using test::SameContent;
@@ -231,5 +223,4 @@ TEST(Messages, DamagedBodiesAreRefusedOrReadAndNothingElse) {
     EXPECT_GT(refused, 0u);
 }
 
-} // namespace
-} // namespace vorlan
+} // namespace vorlan::test_messages

@@ -1,26 +1,14 @@
 #include "nettools.h"
-#include "rows.h"
 
-#include <corekit/exception.h>
 #include <vorlan/commonengine.h>
-#include <vorlan/discovery.h>
-#include <vorlan/events.h>
-#include <vorlan/failures.h>
 #include <vorlan/fileserver.h>
 #include <vorlan/infoclient.h>
-#include <vorlan/jobfactory.h>
-#include <vorlan/productfile.h>
 
-#include <fstream>
-#include <sys/stat.h>
-
-namespace vorlan {
+namespace vorlan::test_messenger {
 
 using net::Line;
 using net::TextOf;
 using net::WaitFor;
-
-namespace {
 
 // Hears what a client hears. The counts are of the message thread.
 class Listener : public HasSlots<ThreadPolicy::LocalThreaded> {
@@ -87,8 +75,6 @@ public:
 String ProductText(char const* name, UID const& type) {
     return SFormat("{\"Format\":1,\"ID\":\"%s\",\"Name\":\"%s\",\"Class\":\"Single\"}", type.ToString().c_str(), name);
 }
-
-} // namespace
 
 // A home of its own with a key, a Master's server in it, and the Messenger.
 class MessengerTest : public net::NetTest {
@@ -409,4 +395,4 @@ TEST_F(MessengerTest, AnInfoClientTakesSamplesAndNoticesTheEnd) {
     EXPECT_TRUE(info.Peer().IsNull());
 }
 
-} // namespace vorlan
+} // namespace vorlan::test_messenger

@@ -1,7 +1,5 @@
 #include "nettools.h"
 
-#include <corekit/exception.h>
-
 namespace vorlan::net {
 
 using Net = NetTest;

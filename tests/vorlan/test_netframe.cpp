@@ -1,12 +1,8 @@
 #include "nettools.h"
-#include "rows.h"
 
-#include <corekit/exception.h>
 #include <vorlan/net/sendqueue.h>
 
-namespace vorlan::net {
-
-namespace {
+namespace vorlan::net::test_netframe {
 
 UID const k_Type = UID::FromName("a type");
 
@@ -25,8 +21,6 @@ void Feed(FrameReader& reader, std::string_view bytes) {
         bytes.remove_prefix(size);
     }
 }
-
-} // namespace
 
 TEST(FrameReader, CutsAnyPiecesIntoTheSameFrames) {
     std::vector<std::string> const bodies = {"", "a", Noise(100), Noise(40'000), "", Noise(300'000), "end"};
@@ -136,4 +130,4 @@ TEST(SendQueue, KeepsTheOrderAndCountsEachKind) {
     EXPECT_LT(pieces, 300u);
 }
 
-} // namespace vorlan::net
+} // namespace vorlan::net::test_netframe

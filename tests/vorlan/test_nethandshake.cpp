@@ -1,9 +1,6 @@
 #include "nettools.h"
-#include "rows.h"
 
-namespace vorlan::net {
-
-namespace {
+namespace vorlan::net::test_nethandshake {
 
 // Both ends and what goes to and fro.
 struct Talk {
@@ -40,8 +37,6 @@ struct Talk {
     Handshake::Step called = Handshake::Step::More;
     Handshake::Step listened = Handshake::Step::More;
 };
-
-} // namespace
 
 TEST(Handshake, BothLearnWhoTheOtherIs) {
     FarmKey const key = FarmKey::Fresh();
@@ -130,4 +125,4 @@ TEST(Handshake, NothingChangedGoesThrough) {
     EXPECT_EQ(listener.Why(), Handshake::Failure::Malformed);
 }
 
-} // namespace vorlan::net
+} // namespace vorlan::net::test_nethandshake

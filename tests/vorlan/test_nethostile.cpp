@@ -1,6 +1,5 @@
 // What a server does with peers that mean it no good, or do not read.
 #include "nettools.h"
-#include "rows.h"
 
 #include <vorlan/wire.h>
 

@@ -1,13 +1,9 @@
-#include "rows.h"
+#include "test.h"
 
-#include <gtest/gtest.h>
 #include <vorlan/ippeer.h>
 #include <vorlan/optionstext.h>
 
-#include <random>
-
-namespace vorlan {
-namespace {
+namespace vorlan::test_optionstext {
 
 // Text of all kinds of trouble, mostly the characters that the forms use themselves.
 class WildText {
@@ -139,5 +135,4 @@ TEST(IPPeer, ReadsAndWritesAddresses) {
     EXPECT_EQ(IPPeer().ToString(), "");
 }
 
-} // namespace
-} // namespace vorlan
+} // namespace vorlan::test_optionstext

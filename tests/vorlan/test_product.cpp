@@ -1,19 +1,6 @@
-#include "rows.h"
+#include "domain.h"
 
-#include <corekit/exception.h>
-#include <gtest/gtest.h>
-#include <vorlan/events.h>
-#include <vorlan/job.h>
-#include <vorlan/jobfactory.h>
-#include <vorlan/keys.h>
-#include <vorlan/product.h>
-#include <vorlan/productfile.h>
-
-#include <atomic>
-#include <thread>
-
-namespace vorlan {
-namespace {
+namespace vorlan::test_product {
 
 // A Product with just these parameters, given as JSON.
 boost::shared_ptr<Product> WithParameters(String const& parameters, String const& more = String()) {
@@ -278,5 +265,4 @@ TEST(JobFactory, ServesProductsWhileTheyChange) {
     EXPECT_NE(factory.GetProduct(type)->Name(), "Changed");
 }
 
-} // namespace
-} // namespace vorlan
+} // namespace vorlan::test_product

@@ -1,16 +1,8 @@
-#include "corekit/tempfolder.h"
-#include "rows.h"
+#include "domain.h"
 
-#include <corekit/exception.h>
-#include <corekit/file.h>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 #include <vorlan/outputmatcher.h>
-#include <vorlan/product.h>
-#include <vorlan/productfile.h>
 
-namespace vorlan {
-namespace {
+namespace vorlan::test_productfile {
 
 char const k_Head[] = R"("ID": "11111111-2222-3333-4444-555555555555", "Name": "P", "Class": "Sequence")";
 
@@ -151,5 +143,4 @@ TEST(ProductFile, AFolderLoadsWithoutItsBadFiles) {
     EXPECT_EQ(errors.size(), 3U);
 }
 
-} // namespace
-} // namespace vorlan
+} // namespace vorlan::test_productfile

@@ -1,24 +1,11 @@
-#include "corekit/tempfolder.h"
-#include "rows.h"
-#include "testpaths.h"
+#include "domain.h"
 
-#include <corekit/exception.h>
-#include <corekit/process.h>
 #include <corekit/runcommand.h>
-#include <gtest/gtest.h>
-#include <vorlan/job.h>
-#include <vorlan/keys.h>
 #include <vorlan/launch.h>
 #include <vorlan/outputmatcher.h>
-#include <vorlan/product.h>
-#include <vorlan/productfile.h>
 #include <vorlan/range.h>
 
-#include <algorithm>
-#include <fcntl.h>
-
-namespace vorlan {
-namespace {
+namespace vorlan::test_productlaunch {
 
 using Words = std::vector<String>;
 
@@ -407,5 +394,4 @@ TEST(RealPrograms, FFmpegMakesAFilm) {
     EXPECT_TRUE(outcome.error.Contains("No such file or directory")) << outcome.output;
 }
 
-} // namespace
-} // namespace vorlan
+} // namespace vorlan::test_productlaunch

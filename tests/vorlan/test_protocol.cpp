@@ -1,19 +1,8 @@
-#include "testpaths.h"
+#include "domain.h"
 
 #include <vorlan/messagefactory.h>
-#include <vorlan/messages.h>
-#include <vorlan/version.h>
 
-#include <corekit/file.h>
-#include <corekit/path.h>
-
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <set>
-
-namespace vorlan {
-namespace {
+namespace vorlan::test_protocol {
 
 constexpr char k_Begin[] = "<!-- messages: begin -->\n";
 constexpr char k_End[] = "<!-- messages: end -->";
@@ -94,5 +83,4 @@ TEST(Protocol, NamesAreUniqueAndTypesFollowFromThem) {
     EXPECT_FALSE(MessageFactory::CreateMessage(UID::FromName("NoSuchMsg")));
 }
 
-} // namespace
-} // namespace vorlan
+} // namespace vorlan::test_protocol

@@ -1,17 +1,9 @@
-#include "rows.h"
+#include "test.h"
 
-#include <corekit/exception.h>
-#include <corekit/sformat.h>
-#include <gtest/gtest.h>
 #include <vorlan/range.h>
 #include <vorlan/sequencedistributor.h>
 
-#include <algorithm>
-#include <random>
-#include <set>
-
-namespace vorlan {
-namespace {
+namespace vorlan::test_range {
 
 TEST(FrameRange, ReadsAndWritesText) {
     Rows<char const*, char const*, std::vector<int>> const good = {
@@ -156,5 +148,4 @@ TEST(SequenceDistributor, FoldsPickedFrames) {
     }
 }
 
-} // namespace
-} // namespace vorlan
+} // namespace vorlan::test_range

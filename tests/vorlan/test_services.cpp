@@ -1,19 +1,12 @@
 // The units of the services, the value of a password, and the scripts that come along.
+#include "test.h"
+
 #include <vorlan/administrator.h>
 #include <vorlan/services.h>
 
-#include "corekit/tempfolder.h"
-#include "rows.h"
-
-#include <corekit/file.h>
-#include <corekit/platform.h>
 #include <corekit/runcommand.h>
 
-#include <gtest/gtest.h>
-
-namespace vorlan {
-
-namespace {
+namespace vorlan::test_services {
 
 TEST(PasswordValue, IsTheSumOfShiftedCharacters) {
     Rows<char const*, uint32_t> const cases = {
@@ -126,6 +119,4 @@ TEST(SubmitScripts, AreRightAsFarAsCanBeToldHere) {
     }
 }
 
-} // namespace
-
-} // namespace vorlan
+} // namespace vorlan::test_services

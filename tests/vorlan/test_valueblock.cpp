@@ -1,19 +1,10 @@
-#include "rows.h"
+#include "domain.h"
 
-#include <corekit/exception.h>
-#include <corekit/sformat.h>
-#include <gtest/gtest.h>
-#include <vorlan/job.h>
-#include <vorlan/keys.h>
 #include <vorlan/valueblock.h>
 
-#include <boost/make_shared.hpp>
-
 #include <malloc.h>
-#include <thread>
 
-namespace vorlan {
-namespace {
+namespace vorlan::test_valueblock {
 
 String Listed(ValueBlock const& block) {
     String text;
@@ -174,5 +165,4 @@ TEST(ValueBlock, TakesLittleMoreThanItsPayload) {
     EXPECT_LE(sizeof(Job), 72u);
 }
 
-} // namespace
-} // namespace vorlan
+} // namespace vorlan::test_valueblock

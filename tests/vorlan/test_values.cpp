@@ -1,15 +1,10 @@
-#include "rows.h"
+#include "domain.h"
 
-#include <gtest/gtest.h>
 #include <vorlan/engine.h>
-#include <vorlan/job.h>
-#include <vorlan/jobfactory.h>
-#include <vorlan/product.h>
 #include <vorlan/valueblock.h>
 #include <vorlan/values.h>
 
-namespace vorlan {
-namespace {
+namespace vorlan::test_values {
 
 TEST(Values, TheTableAgreesWithItselfAndTheNames) {
     for (uint32_t i = 0; i < k_Values.size(); ++i) {
@@ -89,5 +84,4 @@ TEST(Values, AnEnginesFormIsReadAsProductsAre) {
     EXPECT_EQ(type->GetParam(p_EngineGPUDistribution)->GetChoicesCount(), 3u);
 }
 
-} // namespace
-} // namespace vorlan
+} // namespace vorlan::test_values

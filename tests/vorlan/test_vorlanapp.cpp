@@ -2,16 +2,7 @@
 
 #include "nettools.h"
 
-#include <vorlan/events.h>
-#include <vorlan/job.h>
-#include <vorlan/keys.h>
-#include <vorlan/messenger.h>
-
-#include <numeric>
-
-namespace vorlan {
-
-namespace {
+namespace vorlan::test_vorlanapp {
 
 class App : public VorlanClientApp {
 public:
@@ -65,8 +56,6 @@ std::vector<ptrdiff_t> SlotsOf(Methods... methods) {
     };
     return {slot(methods)...};
 }
-
-} // namespace
 
 class VorlanAppTest : public ::testing::Test {
 protected:
@@ -137,4 +126,4 @@ TEST_F(VorlanAppTest, AListenerCanRefuseTheStart) {
     EXPECT_EQ(follower.cleaned, 1);
 }
 
-} // namespace vorlan
+} // namespace vorlan::test_vorlanapp

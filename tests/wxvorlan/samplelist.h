@@ -4,10 +4,6 @@
 
 #include "wxtools.h"
 
-#include <corekit/sformat.h>
-#include <map>
-#include <string>
-#include <vector>
 #include <wx/wxdblistctrl.h>
 
 class SampleList : public wxDBListCtrl {

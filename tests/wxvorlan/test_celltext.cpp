@@ -3,10 +3,11 @@
 #include "wxvorlan/lists/cellcanvas.h"
 #include "wxvorlan/lists/textcache.h"
 
-#include <string>
 #include <wx/bitmap.h>
 #include <wx/dcmemory.h>
 #include <wx/image.h>
+
+namespace test_celltext {
 
 TEST(DrawableText, IsValidShortAndOnOneLine) {
     std::pair<std::string, std::string> const cases[] = {
@@ -50,8 +51,6 @@ TEST(TextCache, ForgetsWhatIsNotAskedFor) {
     EXPECT_EQ(cache.Size(), 0U);
 }
 
-namespace {
-
 wxColour const k_Ground(10, 20, 30);
 
 // The rectangle around what is not ground; empty without any.
@@ -77,8 +76,6 @@ wxRect Drawn(CellCanvas& canvas, wxWindow& window, std::string_view text, wxRect
     dc.SelectObject(wxNullBitmap);
     return Ink(bitmap);
 }
-
-} // namespace
 
 class CellCanvasTest : public WindowTest {};
 
@@ -119,3 +116,5 @@ TEST_F(CellCanvasTest, DigitsOfNumbersHaveOneWidth) {
     EXPECT_EQ(canvas->TextWidth(Frame(), "11111111", {false, true, Align::Right}),
               canvas->TextWidth(Frame(), "88888888", {false, true, Align::Right}));
 }
+
+} // namespace test_celltext

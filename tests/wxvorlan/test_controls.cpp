@@ -1,8 +1,6 @@
 // The styled controls under mouse and keyboard, on the screen.
 #include "wxtools.h"
 
-#include "corekit/tempfolder.h"
-
 #include <corekit/optionsfile.h>
 #include <wx/modalhook.h>
 #include <wx/panel.h>
@@ -22,10 +20,10 @@
 #include <wx/wxvtextctrl.h>
 #include <wx/wxvtextentry.h>
 
+namespace test_controls {
+
 using corekit::String;
 using corekit::Time;
-
-namespace {
 
 // Counts the events of a kind that reach a window's parent.
 class Heard {
@@ -88,8 +86,6 @@ protected:
 };
 
 using Indices = std::vector<size_t>;
-
-} // namespace
 
 TEST_F(NotebookTest, AnOrderOfTabsIsKeptAndAnyTextIsRead) {
     Add({"A", "B", "C", "D"});
@@ -334,3 +330,5 @@ TEST_F(WindowTest, AnOpenDialogFollowsTheScheme) {
     }
     wxvSetColorScheme(static_cast<int>(k_DefaultScheme));
 }
+
+} // namespace test_controls

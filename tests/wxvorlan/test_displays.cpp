@@ -9,7 +9,7 @@
 #include <wx/wxvgradient.h>
 #include <wx/wxvoptions.h>
 
-namespace {
+namespace test_displays {
 
 int Brightness(wxImage const& image, wxPoint const& at) {
     return image.GetRed(at.x, at.y) + image.GetGreen(at.x, at.y) + image.GetBlue(at.x, at.y);
@@ -59,8 +59,6 @@ protected:
     ~DisplayTest() override { wxvSetOptions(nullptr); }
     corekit::OptionsFile options;
 };
-
-} // namespace
 
 TEST(GradientTest, GoesFromOneColourToTheOtherAndNoFurther) {
     wxColour const light(240, 240, 240);
@@ -192,3 +190,5 @@ TEST_F(DisplayTest, PanelWithoutExpanderStaysOpenAndWritesNothing) {
     EXPECT_EQ(options.GetValue("Setup", "Expand History", corekit::String("unset")), "unset");
     EXPECT_FALSE(wxWindow::FindWindowById(wxExpandablePanel::k_ExpanderID, panel));
 }
+
+} // namespace test_displays

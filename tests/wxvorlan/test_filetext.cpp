@@ -1,19 +1,14 @@
 // A file as the text of a display: its index, reading it, following it. No windows.
+#include "test.h"
+
 #include "wxvorlan/displays/filefollower.h"
 #include "wxvorlan/displays/textexport.h"
 
-#include "corekit/tempfolder.h"
-
-#include <corekit/exception.h>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <random>
+namespace test_filetext {
 
 using corekit::File;
 using corekit::Path;
 using corekit::String;
-
-namespace {
 
 void AppendTo(Path const& path, std::string_view text) {
     std::ofstream(path.c_str(), std::ios::app | std::ios::binary)
@@ -104,8 +99,6 @@ protected:
     std::unique_ptr<FileFollower> follower;
     FileNews news;
 };
-
-} // namespace
 
 TEST(IndexedFileTest, LinesAreThoseOfANaiveSplit) {
     unsigned const seed = std::random_device()();
@@ -244,3 +237,5 @@ TEST_F(FollowTest, AFastWriterIsFollowedInOrder) {
     EXPECT_TRUE(isInOrder);
     EXPECT_EQ(news.page->lines.back().text, "line " + String::From(k_Written - 1));
 }
+
+} // namespace test_filetext

@@ -4,7 +4,7 @@
 #include <corekit/optionsfile.h>
 #include <wx/wxvoptions.h>
 
-namespace {
+namespace test_listcolumns {
 
 // Remembers a column by its index, as sort columns are.
 class FollowingList : public wxDBListCtrl {
@@ -32,8 +32,6 @@ class ListColumnsTest : public WindowTest {
 protected:
     FollowingList* const list = new FollowingList(&Frame());
 };
-
-} // namespace
 
 TEST_F(ListColumnsTest, MoveByStepsAndAreFollowed) {
     struct Case {
@@ -108,3 +106,5 @@ TEST_F(ListColumnsTest, WidthsAreKeptInTheOptions) {
     }
     wxvSetOptions(nullptr);
 }
+
+} // namespace test_listcolumns

@@ -1,5 +1,5 @@
-#include <gtest/gtest.h>
-#include <vector>
+#include "test.h"
+
 #include <wx/listitemfilter.h>
 
 using corekit::String;

@@ -1,9 +1,9 @@
 // Where everything of a list is, and what is where.
+#include "test.h"
+
 #include "wxvorlan/lists/listlayout.h"
 
-#include <gtest/gtest.h>
-
-namespace {
+namespace test_listlayout {
 
 using Area = wxDBListHit::Area;
 
@@ -20,8 +20,6 @@ wxDBListLayout Sample(int rows, wxPoint const& origin = wxPoint()) {
     layout.SetOrigin(origin);
     return layout;
 }
-
-} // namespace
 
 TEST(ListLayout, TellsWhatIsAtAPoint) {
     struct Case {
@@ -138,3 +136,5 @@ TEST(ListLayout, AColumnDropsWhereItsEdgeIsShown) {
         }
     }
 }
+
+} // namespace test_listlayout

@@ -8,7 +8,7 @@
 #include <wx/textctrl.h>
 #include <wx/wxvcolors.h>
 
-namespace {
+namespace test_listpaint {
 
 // Rows of its own, and colours for some of them.
 class PaintedList : public SampleList {
@@ -61,8 +61,6 @@ protected:
 
     PaintedList* const list = new PaintedList(&Frame());
 };
-
-} // namespace
 
 TEST_F(ListPaintTest, RowsHaveTheirColorsInEveryScheme) {
     for (int scheme = 0; scheme < k_BuiltInSchemes; ++scheme) {
@@ -146,3 +144,5 @@ TEST_F(ListPaintTest, ADisabledListIsFainter) {
     list->Enable(false);
     EXPECT_LT(Contrast(Draw(), cell), before * 0.7);
 }
+
+} // namespace test_listpaint

@@ -1,17 +1,15 @@
 // The arithmetic behind the number and time controls.
+#include "test.h"
+
 #include "wxvorlan/controls/datetimetext.h"
 #include "wxvorlan/controls/numberrange.h"
 
-#include <gtest/gtest.h>
-
-#include <climits>
+namespace test_numbers {
 
 using corekit::String;
 using corekit::Time;
 
-namespace {
 constexpr double k_Unlimited = wxvNumberSelector::k_Unlimited;
-}
 
 TEST(NumberRange, EveryPlaceOfTheSliderIsANumberOfTheRange) {
     struct Case {
@@ -171,3 +169,5 @@ TEST(DateTimeText, ThePartAtTheCaretMoves) {
     EXPECT_EQ(WithDay("2026-11-21 06:43:05", day), "2026-12-24 06:43:05");
     EXPECT_EQ(WithDay("", day), "2026-12-24 00:00:00");
 }
+
+} // namespace test_numbers

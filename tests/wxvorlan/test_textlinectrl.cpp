@@ -1,16 +1,12 @@
-#include "corekit/tempfolder.h"
 #include "wxtools.h"
 
-#include <fstream>
-
-#include <vector>
 #include <wx/clipbrd.h>
 #include <wx/textctrl.h>
 #include <wx/wxtextlinectrl.h>
 
-using corekit::String;
+namespace test_textlinectrl {
 
-namespace {
+using corekit::String;
 
 class TextLineTest : public WindowTest {
 protected:
@@ -47,8 +43,6 @@ protected:
     std::vector<int> rows;
     std::vector<int> activated;
 };
-
-} // namespace
 
 TEST_F(TextLineTest, FollowsTheEndAsLongAsItIsInSight) {
     Make().SetFollowEnd(true);
@@ -284,3 +278,5 @@ TEST_F(TextLineTest, GrowsToItsLimitAndDropsTheOldest) {
     Show(text);
     EXPECT_EQ(text->GetTopLine(), 0);
 }
+
+} // namespace test_textlinectrl

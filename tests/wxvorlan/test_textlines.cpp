@@ -1,12 +1,11 @@
+#include "test.h"
+
 #include "wxvorlan/displays/textlinestate.h"
 #include "wxvorlan/displays/textsearch.h"
 
-#include <gtest/gtest.h>
-#include <random>
+namespace test_textlines {
 
 using corekit::String;
-
-namespace {
 
 using Hits = std::vector<std::pair<int, int>>;
 
@@ -49,8 +48,6 @@ private:
     std::vector<std::string> m_lines;
     size_t m_pieceBytes;
 };
-
-} // namespace
 
 TEST(ShownLineTest, ShowsAnyBytesAsCharacters) {
     struct Case {
@@ -234,3 +231,5 @@ TEST(ShownLineTest, LayoutFindsLines) {
     layout.size.y = 0;
     EXPECT_EQ(layout.WholeLines(), 1);
 }
+
+} // namespace test_textlines

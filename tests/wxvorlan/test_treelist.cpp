@@ -1,12 +1,11 @@
 #include "wxtools.h"
 
-#include <vector>
 #include <wx/wxdbtreelistctrl.h>
+
+namespace test_treelist {
 
 using corekit::String;
 using Item = wxDBTreeListItem;
-
-namespace {
 
 String CellText(wxDBTreeListCtrl&, Item const& item, int column) {
     return column == 0 ? item.GetId() : "cell " + String::From(column);
@@ -58,8 +57,6 @@ protected:
     Item* second;
     Item* third;
 };
-
-} // namespace
 
 TEST_F(TreeListTest, KeysOpenCloseAndGoUpAndDown) {
     tree->SelectItem(first);
@@ -195,3 +192,5 @@ TEST_F(TreeListTest, EditorEndsBeforeItsRowMoves) {
     EXPECT_EQ(tree->commits, 1);
     EXPECT_EQ(tree->GetOverlay(), nullptr);
 }
+
+} // namespace test_treelist

@@ -1,13 +1,11 @@
+#include "test.h"
+
 #include "wxvorlan/tree/treemodel.h"
 
-#include <gtest/gtest.h>
-#include <numeric>
-#include <random>
+namespace test_treemodel {
 
 using corekit::String;
 using Item = wxDBTreeListItem;
-
-namespace {
 
 Item* Add(wxDBTreeModel& model, Item* parent, String const& id) { return model.Append(parent, Item::Make(id)); }
 
@@ -39,8 +37,6 @@ struct SmallTree {
     wxDBTreeModel model;
     Item *a, *b, *c, *d, *e;
 };
-
-} // namespace
 
 TEST(TreeModelTest, RowsFollowWhatIsOpenHiddenAndFiltered) {
     SmallTree tree;
@@ -177,3 +173,5 @@ TEST(TreeModelTest, RowsAreThoseOfAPlainWalk) {
         }
     }
 }
+
+} // namespace test_treemodel

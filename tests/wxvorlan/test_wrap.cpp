@@ -1,4 +1,5 @@
-#include <gtest/gtest.h>
+#include "test.h"
+
 #include <wx/wxvstatusbar.h>
 #include <wx/wxvwrap.h>
 

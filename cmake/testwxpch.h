@@ -1,0 +1,6 @@
+#pragma once
+
+// The same for the tests with windows.
+
+#include "testpch.h"
+#include "wxpch.h"
