@@ -12,6 +12,11 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
+farm::Moment CurrentMoment() {
+    auto const steady = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now().time_since_epoch());
+    return {corekit::Time::CurrentTime(), farm::Steady(corekit::Time(steady.count()))};
+}
+
 constexpr milliseconds k_Step{20};
 constexpr milliseconds k_Heartbeat{15'000};
 // A step that came late does not make up for more than this.
@@ -82,7 +87,7 @@ public:
         : m_group(group),
           m_number(number),
           m_sim(UID::FromName(SFormat("simulated engine %u", number)), SFormat("sim%04u", number),
-                group.m_options.cores) {}
+                group.m_options.cores, corekit::Time()) {}
 
     sim::SimEngine& Sim() { return m_sim; }
     bool Registered() const { return m_registered; }
@@ -125,7 +130,7 @@ public:
         if (message->Type() == EngineSettingsMsg::s_Type)
             m_registered = true;
         std::vector<boost::shared_ptr<Message>> answers;
-        m_group.Fault(m_sim.Receive(*message, corekit::Time::CurrentTime(), answers));
+        m_group.Fault(m_sim.Receive(*message, CurrentMoment(), answers));
         for (auto const& answer : answers)
             Send(answer);
     }
@@ -222,7 +227,7 @@ void SimEngines::Group::Step() {
         for (auto const& node : m_nodes) {
             if (!node->Registered())
                 continue;
-            while (auto const begun = node->Sim().Begin(0, corekit::Time::CurrentTime())) {
+            while (auto const begun = node->Sim().Begin(0, CurrentMoment())) {
                 node->Send(begun);
                 ++m_sums.begun;
             }
@@ -252,7 +257,7 @@ void SimEngines::Group::EndOne() {
         return;
     bool const fails = Random(10'000) < static_cast<unsigned>(m_options.failedShare * 10'000);
     node->Send(node->Sim().End(Random(1'000), fails ? static_cast<int>(Unsuccessful) : static_cast<int>(Finished),
-                               corekit::Time::CurrentTime()));
+                               CurrentMoment()));
     ++m_sums.ended;
     m_sums.failed += fails ? 1 : 0;
     // As after an answer that did not come in time.
@@ -283,7 +288,7 @@ void SimEngines::Group::LoseOne() {
     // The cable; the program, which knows afterwards what it ran; the machine, which does not.
     unsigned const kind = Random(3);
     if (kind > 0)
-        node->Sim().Crash(kind == 1, corekit::Time::CurrentTime());
+        node->Sim().Crash(kind == 1, CurrentMoment());
     node->Lose(milliseconds(100 + Random(4'000)));
 }
 
