@@ -4,6 +4,7 @@
 #include <vorlan/fwd.h>
 
 #include <functional>
+#include <map>
 #include <string_view>
 #include <vector>
 
@@ -42,6 +43,7 @@ public:
 struct TemplatePiece {
     String text;
     bool isValue = false;
+    String name; // of the value
 };
 
 struct ExpandedTemplate {
@@ -62,7 +64,19 @@ std::vector<String> SplitCommandLine(std::vector<TemplatePiece> const& pieces);
 std::vector<String> SplitCommandLine(String const& text);
 // The text as one word of a command line, in quotes only when it needs them.
 String QuoteWord(String const& text);
-// A script for /bin/sh in which each value is one word, or a harmless part of the quotes that it stands in.
-String ShellScript(std::vector<TemplatePiece> const& pieces);
+
+// A script for /bin/sh and the environment variables that hold the values put into it: the shell expands them and
+// never parses them, whatever they hold.
+struct ShellScript {
+    String text;
+    std::map<String, String> variables;
+};
+inline constexpr char const* k_ShellValueName = "VORLAN_VALUE_"; // and a number
+inline constexpr int k_ShellDepthLimit = 64;                     // of quotes and brackets within each other
+
+// A value is one word, or a part of the quotes or here-document that it stands in. Throws an ArgumentException that
+// says where a value stands in a place in which the shell expands nothing (between single quotes, in a here-document
+// with a quoted end word), or would take it for part of its own language (a name in ${}, arithmetic that is no number).
+ShellScript MakeShellScript(std::vector<TemplatePiece> const& pieces);
 
 } // namespace vorlan

@@ -18,8 +18,11 @@ class Product;
 
 inline constexpr size_t k_ExpectedFilesLimit = 10000;   // the first ones of a unit are checked
 inline constexpr size_t k_ArgumentLengthLimit = 131071; // the system takes no longer one
+// Of all arguments and variables of a process together: the system takes 2 MiB, with what the Engine itself has.
+inline constexpr size_t k_LaunchLengthLimit = size_t{3} << 19;
 
-// A process to start. `arguments` is complete: with `shell` it is already "/bin/sh", "-c" and the script.
+// A process to start. `arguments` is complete: with `shell` it is already "/bin/sh", "-c" and the script, whose values
+// are among the environment.
 struct Launch {
     std::vector<String> arguments;
     std::map<String, String> environment;
@@ -32,11 +35,18 @@ struct Launch {
     String Text() const;
 };
 
+// The same for any process: the values that a script expands, then the arguments.
+String CommandText(std::vector<String> const& arguments, std::map<String, String> const& environment);
+
 // The process of a work unit. engineValues: the Engine's options for this Product, and "Engine.Name", "Engine.ID".
 // A value comes from the unit, else from the Engine's options (which for an Option parameter come first),
 // else from the Product's default. Throws ArgumentException with a text for people when a required value is
 // missing, a frame range does not parse, or no program remains.
 Launch BuildLaunch(Product const& product, Job const& work, OptionMap const& engineValues);
+
+// What is wrong with the scripts of a Job, those of its events too: a value stands where a shell cannot take one.
+// Empty when nothing is. `product` may be null.
+String CheckScripts(Product const* product, Job const& job);
 
 // The process of a Product's Command for a Job or work unit. `item` is the entry chosen from the Command's sub menu.
 // Answers false when the Product has no such Command or the Command starts no process.

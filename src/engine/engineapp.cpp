@@ -178,7 +178,7 @@ void EngineApp::SleepWhenIdle(int64_t now) {
         return;
     m_busyMs = now; // once it is awake again it has that time anew
     m_desk->History().Note(SFormat("Sleeps after %u minutes without work", minutes));
-    m_desk->Side().Run(MakeSideCommand("stand-by", MachineScript(0), Path("/")));
+    m_desk->Side().Run(MakeSideCommand({"stand-by", {MachineScript(0), {}}}, Path("/")));
 }
 
 void EngineApp::CleanOutput() {

@@ -1,11 +1,9 @@
 #include "engine/eventcommands.h"
 
 #include <corekit/exception.h>
-#include <corekit/log.h>
 #include <vorlan/commonengine.h>
 #include <vorlan/events.h>
 #include <vorlan/job.h>
-#include <vorlan/jobtemplate.h>
 #include <vorlan/launch.h>
 #include <vorlan/product.h>
 
@@ -50,10 +48,6 @@ String LabelOf(std::string_view eventName) {
 
 } // namespace
 
-String ExpandScript(String const& command, Job const& work, Product const* product, OptionMap const& extra) {
-    return ShellScript(ExpandPieces(command, CommandValues(work, product, extra)).pieces);
-}
-
 std::vector<EventCommand> CommandsFor(char const* eventName, CommonEngine const* settings, Job const& work,
                                       Product const* product, OptionMap const& extra) {
     String ofJob;
@@ -64,12 +58,22 @@ std::vector<EventCommand> CommandsFor(char const* eventName, CommonEngine const*
             continue;
         String const label = LabelOf(eventName);
         try {
-            commands.push_back({label, ExpandScript(command, work, product, extra)});
+            commands.push_back(
+                {label, MakeShellScript(ExpandPieces(command, CommandValues(work, product, extra)).pieces)});
         } catch (Exception const& error) {
-            LogError("The " + label + " command \"" + command.Mid(0, 200) + "\" cannot be used: " + error.Message());
+            throw ArgumentException("The " + label + " command \"" + command.Mid(0, 200) +
+                                    "\" cannot be used: " + error.Message());
         }
     }
     return commands;
+}
+
+RunSpec SpecOf(ShellScript const& script, Path const& folder) {
+    RunSpec spec;
+    spec.arguments = {"/bin/sh", "-c", script.text};
+    spec.environment = script.variables;
+    spec.folder = folder;
+    return spec;
 }
 
 } // namespace vorlan

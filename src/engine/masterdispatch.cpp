@@ -73,7 +73,7 @@ void MasterDispatch::OnMachine(MachineMsg const& message) {
     String const script = MachineScript(message.operation);
     if (!script.Empty()) {
         m_desk.History().Note("The machine is told: " + script);
-        m_desk.Side().Run(MakeSideCommand("machine", script, Path("/")));
+        m_desk.Side().Run(MakeSideCommand({"machine", {script, {}}}, Path("/")));
     }
 }
 

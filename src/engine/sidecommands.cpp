@@ -12,14 +12,13 @@ constexpr size_t k_OutputBytes = 16384;
 
 } // namespace
 
-SideCommand MakeSideCommand(String const& label, String const& script, Path const& folder, SideCommand::Tell tell) {
-    SideCommand command;
-    command.label = label;
-    command.spec.work = UID(true);
-    command.spec.arguments = {"/bin/sh", "-c", script};
-    command.spec.folder = folder;
-    command.tell = tell;
-    return command;
+SideCommand MakeSideCommand(EventCommand const& command, Path const& folder, SideCommand::Tell tell) {
+    SideCommand side;
+    side.label = command.label;
+    side.spec = SpecOf(command.script, folder);
+    side.spec.work = UID(true);
+    side.tell = tell;
+    return side;
 }
 
 SideCommands::SideCommands(Runner& runner, Report report, Settled settled)

@@ -2,6 +2,7 @@
 
 // Commands that run beside the units: nobody waits for them.
 
+#include "engine/eventcommands.h"
 #include "engine/report/outputscanner.h"
 #include "engine/runner/runner.h"
 
@@ -29,8 +30,8 @@ struct SideCommand {
     std::string output;
 };
 
-// A command line for /bin/sh that nobody has owed to anybody.
-SideCommand MakeSideCommand(String const& label, String const& script, Path const& folder,
+// One that is owed to nobody.
+SideCommand MakeSideCommand(EventCommand const& command, Path const& folder,
                             SideCommand::Tell tell = SideCommand::Tell::Failures);
 
 // Runs shell commands, a few at a time, and tells how they ended.

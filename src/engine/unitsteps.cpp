@@ -17,9 +17,8 @@ namespace {
 
 constexpr size_t k_NoteLength = 2000;
 
-// The command line without the unit's password.
-String Printable(Launch const& launch, Job const& work) {
-    String text = launch.Text();
+// A command line without the unit's password.
+String Printable(String text, Job const& work) {
     String password;
     if (work.GetParameter(p_Password, password) && !password.Empty())
         text.Replace(password, "***");
@@ -89,7 +88,7 @@ void WorkDesk::Plan(Unit& unit) {
         throw ArgumentException(error);
     unit.log->AppendLine(SFormat("[VorlanEngine on %s, %s: %s]", m_setup.host.c_str(),
                                  unit.taken.Format(k_DateTimeNoMS).c_str(), NameOf(unit).c_str()));
-    unit.log->AppendLine("[" + Printable(unit.launch, work) + "]");
+    unit.log->AppendLine("[" + Printable(unit.launch.Text(), work) + "]");
 
     AddCommands(unit, WorkAssignedEvt::TypeName());
     if (!isKnown)
@@ -120,12 +119,11 @@ void WorkDesk::Step(Unit& unit) {
 
 void WorkDesk::RunCommand(Unit& unit, EventCommand const& command) {
     unit.commandLabel = command.label;
-    unit.log->AppendLine("[" + command.label + ": " + command.script + "]");
+    unit.log->AppendLine("[" + command.label + ": " +
+                         Printable(CommandText({command.script.text}, command.script.variables), *unit.work) + "]");
     unit.scanner = std::make_unique<OutputScanner>(OutputRules{}, String());
-    RunSpec spec;
+    RunSpec spec = SpecOf(command.script, m_setup.folder); // the unit's own may not be there yet
     spec.work = unit.work->id;
-    spec.arguments = {"/bin/sh", "-c", command.script};
-    spec.folder = m_setup.folder; // the unit's own may not be there yet
     unit.inRunner = true;
     m_setup.runner->Start(spec);
 }
@@ -214,7 +212,7 @@ void WorkDesk::OnJudged(UID const& work, RunEnd const& end, String const& missin
     EndFacts facts;
     facts.end = end;
     facts.program = unit->launch.arguments.front();
-    facts.command = Printable(unit->launch, *unit->work);
+    facts.command = Printable(unit->launch.Text(), *unit->work);
     facts.host = m_setup.host;
     facts.successCodes = unit->product->GetOutputRules().successCodes;
     facts.error = unit->scanner->FirstError();
@@ -226,9 +224,14 @@ void WorkDesk::OnJudged(UID const& work, RunEnd const& end, String const& missin
         unit->log->AppendLine("[VorlanEngine: " + unit->scanner->RuleError() + "]");
     }
     unit->stage = Unit::Stage::After;
-    AddCommands(*unit, WorkPostExecuteEvt::TypeName());
-    AddCommands(*unit, unit->verdict.status == Finished ? WorkPostExecuteSuccessfulEvt::TypeName()
-                                                        : WorkPostExecuteUnsuccessfulEvt::TypeName());
+    try {
+        AddCommands(*unit, WorkPostExecuteEvt::TypeName());
+        AddCommands(*unit, unit->verdict.status == Finished ? WorkPostExecuteSuccessfulEvt::TypeName()
+                                                            : WorkPostExecuteUnsuccessfulEvt::TypeName());
+    } catch (Exception const& error) {
+        if (unit->verdict.status == Finished)
+            unit->verdict = {Unsuccessful, error.Message()};
+    }
     Step(*unit);
 }
 
@@ -271,9 +274,8 @@ void WorkDesk::OweFinishedCommands(Unit const& unit, Verdict const& verdict) {
     for (char const* const event :
          {WorkFinishedEvt::TypeName(), verdict.status == Finished ? WorkFinishedSuccessfulEvt::TypeName()
                                                                   : WorkFinishedUnsuccessfulEvt::TypeName()}) {
-        for (EventCommand const& command :
-             CommandsFor(event, m_settings.get(), *unit.work, unit.product.get(), extra)) {
-            SideCommand const side = MakeSideCommand(command.label, command.script, unit.spec.folder);
+        for (EventCommand const& command : SideCommandsFor(event, *unit.work, unit.product.get(), extra)) {
+            SideCommand const side = MakeSideCommand(command, unit.spec.folder);
             OwedCommand const owed{side.label, unit.work->parentID, side.spec};
             m_journal.Owe(owed);
             RunOwed(owed);

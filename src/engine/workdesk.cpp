@@ -140,10 +140,8 @@ void WorkDesk::CleanUpBehind(UID const& id) {
     Job const& job = known.empty() ? unknown : *known.mapped();
     auto const product = JobFactory::s_JobFactory->GetProduct(job.Type());
     OptionMap const extra{{p_ID, id.ToString()}, {"Engine.Name", m_setup.host}};
-    for (EventCommand const& command :
-         CommandsFor(FinishedJobEvt::TypeName(), m_settings.get(), job, product.get(), extra)) {
-        m_side.Run(MakeSideCommand(command.label, command.script, m_setup.folder));
-    }
+    for (EventCommand const& command : SideCommandsFor(FinishedJobEvt::TypeName(), job, product.get(), extra))
+        m_side.Run(MakeSideCommand(command, m_setup.folder));
 }
 
 void WorkDesk::CleanFolders(Time before) {
@@ -177,6 +175,17 @@ void WorkDesk::RemoveFolder(Path const& folder) {
     });
 }
 
+// Those that nobody waits for: one that cannot be used is told and left out.
+std::vector<EventCommand> WorkDesk::SideCommandsFor(char const* eventName, Job const& work, Product const* product,
+                                                    OptionMap const& extra) {
+    try {
+        return CommandsFor(eventName, m_settings.get(), work, product, extra);
+    } catch (Exception const& error) {
+        m_history.Note(error.Message());
+        return {};
+    }
+}
+
 void WorkDesk::RunOwed(OwedCommand const& owed) {
     SideCommand command;
     command.label = owed.label;
@@ -195,7 +204,7 @@ void WorkDesk::OnSettled(SideCommand const& command) {
 
 void WorkDesk::OnExecute(ExecuteCommandMsg const& message) {
     m_history.Note("Runs the command: " + message.command);
-    m_side.Run(MakeSideCommand("\"" + message.command.Mid(0, 80) + "\"", message.command, m_setup.folder,
+    m_side.Run(MakeSideCommand({"\"" + message.command.Mid(0, 80) + "\"", {message.command, {}}}, m_setup.folder,
                                SideCommand::Tell::All));
 }
 
@@ -240,9 +249,9 @@ void WorkDesk::TellProgress(Unit& unit, int64_t now) {
     message->work = unit.work->id;
     message->values = std::move(values);
     Send(message);
-    for (EventCommand const& command : CommandsFor(WorkParameterChangedEvt::TypeName(), m_settings.get(), *unit.work,
-                                                   unit.product.get(), unit.values)) {
-        SideCommand side = MakeSideCommand(command.label, command.script, unit.spec.folder);
+    for (EventCommand const& command :
+         SideCommandsFor(WorkParameterChangedEvt::TypeName(), *unit.work, unit.product.get(), unit.values)) {
+        SideCommand side = MakeSideCommand(command, unit.spec.folder);
         side.job = unit.work->parentID;
         m_side.Run(std::move(side));
     }

@@ -95,6 +95,8 @@ private:
     void AcceptWork(boost::shared_ptr<Job> const& work, OptionMap const& options);
     void Plan(Unit& unit);
     void AddCommands(Unit& unit, char const* eventName);
+    std::vector<EventCommand> SideCommandsFor(char const* eventName, Job const& work, Product const* product,
+                                              OptionMap const& extra);
     void Step(Unit& unit);
     void RunCommand(Unit& unit, EventCommand const& command);
     void CheckSurroundings(Unit& unit);

@@ -180,6 +180,16 @@ TEST_F(RunnerTest, AHelperThatIsKilledIsReplacedAndItsUnitsAreReported) {
     EXPECT_EQ(End(Run("echo again").work).output, "again\n");
 }
 
+TEST_F(RunnerTest, AUnitThatIsTooLongLeavesTheOthersAlone) {
+    RunSpec const other = RunToReady("echo ready; sleep 600");
+    RunSpec big = Script("");
+    big.arguments.resize(60, String(100'000, 'x'));
+    runner->Start(big);
+    EXPECT_TRUE(End(big.work).ends[0].error.Contains("at most 4194304 can be passed"));
+    runner->Stop(other.work, 100);
+    EXPECT_EQ(End(other.work).ends[0].kind, RunEnd::Kind::Signaled);
+}
+
 TEST_F(RunnerTest, ManyShortUnitsEachEndOnce) {
     std::vector<UID> works;
     for (int i = 0; i < 300; ++i)

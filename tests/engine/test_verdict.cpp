@@ -90,8 +90,8 @@ TEST(EventCommands, PutValuesInAsHarmlessWords) {
     auto const commands = CommandsFor("WorkStartedEvt", &settings, work, nullptr, {{"Engine.Name", "render07"}});
     ASSERT_EQ(commands.size(), 2U);
     EXPECT_EQ(commands[0].label, "Work Started");
-    EXPECT_EQ(commands[0].script, "touch /tmp/1-4");
-    EXPECT_EQ(commands[1].script, "notify render07 'a b; rm -rf '\\''/'\\'''");
+    EXPECT_EQ(commands[0].script.text, "touch /tmp/\"${VORLAN_VALUE_1}\"");
+    EXPECT_EQ(commands[1].script.variables.at("VORLAN_VALUE_2"), "a b; rm -rf '/'");
     EXPECT_TRUE(CommandsFor("WorkFinishedEvt", &settings, work, nullptr, {}).empty());
     EXPECT_TRUE(CommandsFor("WorkFinishedEvt", nullptr, work, nullptr, {}).empty());
 }

@@ -121,7 +121,12 @@ public:
         if (index >= runner.started.size())
             return "none";
         auto const& arguments = runner.started[index].arguments;
-        return arguments[0] == "/bin/sh" ? arguments[2] : arguments[0] + " " + arguments.back();
+        if (arguments[0] != "/bin/sh")
+            return arguments[0] + " " + arguments.back();
+        String script = arguments[2];
+        for (auto const& [name, value] : runner.started[index].environment)
+            script.Replace("\"${" + name + "}\"", value);
+        return script;
     }
 
     TempFolder temp;
@@ -440,7 +445,7 @@ TEST_F(WorkDeskTest, CleansUpBehindAJobWithTheEnginesCommandOnly) {
     message.job = job;
     desk->OnJobGone(message);
     ASSERT_EQ(runner.started.size(), 2U);
-    EXPECT_EQ(Process(1), "cleanup " + job.ToString() + " 'render $(SubRange)'");
+    EXPECT_EQ(Process(1), "cleanup " + job.ToString() + " render $(SubRange)");
     EXPECT_TRUE(output.PathOf(work->id).Exists()) << "the output stays";
 }
 

@@ -300,6 +300,10 @@ TEST(CoreWork, RefusesWhatCannotBe) {
             farm.Submit("b", {{p_Type, UID::FromName("nothing").ToString()}});
         },
         [&] { farm.Submit("b", {}, ProductClass::OncePerEngine); }, // there is no Engine
+        [&] {
+            farm.Submit("b", {{p_WorkStartedEvt, "echo '$(Name)'"}});
+        },
+        [&] { farm.SetParameter(job, p_DeleteJobEvt, "echo \"$(Name)\"; echo '$(JobName)'"); },
         [&] { farm.SetParameter(job, p_Range, "9-"); },
         [&] { farm.SetParameter(job, p_Type, "x"); },
         [&] { farm.SetParameter(job, p_Status, "2"); },

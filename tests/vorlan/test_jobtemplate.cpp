@@ -129,19 +129,87 @@ TEST(JobTemplate, QuotedWordsReadBack) {
     }
 }
 
-// Whatever a value holds, the shell sees it as text of one word.
-TEST(JobTemplate, ShellScriptsKeepValuesWhole) {
-    for (String const value : {"plain", "a b", "'; echo BAD; '", "\"; echo BAD; \"", "$(echo BAD)", "`echo BAD`", "a\\",
-                               "$HOME", "!x", "*"}) {
-        Values const values({{"V", value}});
-        String const script = ShellScript(ExpandPieces("printf '<%s>' $(V) \"$(V)\" '$(V)' x$(V)y", values).pieces);
-        FILE* const pipe = popen(script.c_str(), "r");
-        ASSERT_NE(pipe, nullptr);
-        char buffer[400] = {};
-        size_t const length = fread(buffer, 1, sizeof buffer - 1, pipe);
-        EXPECT_EQ(pclose(pipe), 0) << script;
-        EXPECT_EQ(String(buffer, length), "<" + value + "><" + value + "><" + value + "><x" + value + "y>") << script;
+// What /bin/sh makes of a template with this value: what it prints.
+String PrintedBy(char const* text, String const& value) {
+    ShellScript const script = MakeShellScript(ExpandPieces(text, Values({{"V", value}})).pieces);
+    std::deque<EnvironmentValue> variables;
+    for (auto const& [name, held] : script.variables)
+        variables.emplace_back(name.c_str(), held.c_str());
+    FILE* const pipe = popen(script.text.c_str(), "r");
+    char buffer[4000] = {};
+    size_t const length = fread(buffer, 1, sizeof buffer, pipe);
+    EXPECT_EQ(pclose(pipe), 0) << script.text;
+    return String(buffer, length);
+}
+
+// Whatever a value holds, and wherever it stands, it comes out as it is: the shell never parses it.
+TEST(JobTemplate, NoValueIsEverParsedByTheShell) {
+    char const* const places[] = {
+        "printf '<%s>' $(V)",
+        "printf '<%s>' \"it's $(V)\"",
+        "printf '<%s>' x$(V)y*",
+        "A=$(V); printf '<%s>' \"$$A\"",
+        "printf '<%s>' \\$(V) \"\\$(V)\"",
+        "printf '<%s>' \"$$(printf '%s.' $(V))\" $$(printf .)",
+        "printf '<%s>' \"`printf '%s.' $(V)`\" \"`printf '%s.' \"$(V)\"`\"",
+        "printf '<%s>' \"$${none:-$(V)}\" $${none:-$(V)} $${none:-'$$('}",
+        "printf '<%s>' \"$$(case x in x) printf '%s.' $(V);; (y) ;; esac)\"",
+        "cat <<EOF # it's $(V)\nit's `printf '\"'` $(V)\nEOF\nprintf '<%s>' $(V)",
+        "printf '<%s>' \"$$(cat <<-A; cat <<\\B; printf .\n\t$(V)\n\tA\n'\n`\nB\n)\" $(V)",
+        "# `it's $$( $(V)\nprintf '<%s>' $(V)",
+        "if true; then case $(V) in $(V)) printf '<%s>' $(V);; esac; fi",
+    };
+    // What each prints for a plain value tells what it prints for any.
+    String const plain = "PLAIN";
+    std::map<String, String> printed;
+    for (char const* const place : places)
+        printed[place] = PrintedBy(place, plain);
+    EXPECT_EQ(printed[places[4]], "<\\PLAIN><\\PLAIN>");
+    EXPECT_EQ(printed[places[9]], "it's \" PLAIN\n<PLAIN>");
+
+    char const* const parts[] = {"'",          "\"",  "`",    "$(echo BAD >&2)",
+                                 "`echo BAD`", "\\",  "\n",   "\nEOF\n",
+                                 "\n\tA\nB\n", "$",   ";",    "&",
+                                 "|",          "#",   "*",    "?",
+                                 " ",          "\t",  "!x",   "~",
+                                 "-n",         "%s",  "\r",   "\x01",
+                                 ")",          "}",   "<<X",  ">x",
+                                 "(",          "{",   "esac", "${HOME}",
+                                 "a",          "\xff"};
+    std::mt19937 random(3);
+    for (size_t i = 0; i < 600; ++i) {
+        String value = i < std::size(parts) ? parts[i] : "";
+        for (unsigned n = value.Empty() ? 1 + random() % 5 : 0; n > 0; --n)
+            value += parts[random() % std::size(parts)];
+        char const* const place = places[i % std::size(places)];
+        String expected = printed[place];
+        expected.Replace(plain, value);
+        EXPECT_EQ(PrintedBy(place, value), expected) << place;
     }
+}
+
+TEST(JobTemplate, AValueThatTheShellCouldNotTakeAsItIsIsRefusedWithItsPlace) {
+    Rows<char const*, char const*> const cases = {
+        {"echo '$(V)'", "single quotes"},
+        {"echo \"$$(echo '$(V)')\"", "single quotes"},
+        {"true\ncat <<'E'\nit is $(V)\nE\n", "line 3 of the script, behind \"it is \""},
+        {"cat <<\\E\n$(V)\nE\n", "end word"},
+        {"cat <<E$(V)\n", "in the end word"},
+        {"echo $$$(V)", "right behind a $"},
+        {"echo $${$(V)}", "name of a variable"},
+        {"echo $$((1 + $(V)))", "no whole number"},
+        {"echo `echo \\$(V)`", "right behind a backslash"},
+    };
+    for (auto const& [text, reason] : cases) {
+        try {
+            PrintedBy(text, "a");
+            ADD_FAILURE() << text;
+        } catch (ArgumentException const& error) {
+            EXPECT_TRUE(error.Message().Contains(reason) && error.Message().StartsWith("$(V) stands "))
+                << error.Message();
+        }
+    }
+    EXPECT_EQ(PrintedBy("echo $$(( ($(V) + 1) * 2 )) $(V)", "-4"), "-6 -4\n");
 }
 
 } // namespace vorlan::test_jobtemplate

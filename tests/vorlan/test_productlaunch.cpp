@@ -72,8 +72,9 @@ TEST(Launch, ArgumentsFollowTheValues) {
 }
 
 TEST(Launch, SaysWhatIsWrong) {
-    auto const product = WithLaunch(R"json({"Arguments": ["$(Program)", "$(Big)"]})json",
-                                    R"json(, "EvenPackets": true, "Values": {"A": "$(B)", "B": "$(A)"
+    auto const product =
+        WithLaunch(R"json({"Arguments": ["$(Program)", "$(Big)", {"Each": "Many", "Arguments": ["$(Big)"]}]})json",
+                   R"json(, "EvenPackets": true, "Values": {"A": "$(B)", "B": "$(A)"
 }, "Parameters": [
         {"Type": "Text", "Name": "Scene", "NiceName": "The Scene", "Flags": ["Job Parameter", "Required"]}])json");
     OptionMap const good = {{"Scene", "s"}, {"Program", "p"}, {p_SubRange, "1-3"}};
@@ -91,6 +92,10 @@ TEST(Launch, SaysWhatIsWrong) {
         values[name] = value;
         EXPECT_TRUE(LaunchError(*product, values).Contains(error)) << error;
     }
+    OptionMap many = good;
+    many["Big"] = String(100'000, 'x');
+    many["Many"] = "1;2;3;4;5;6;7;8;9;10;11;12;13;14;15;16";
+    EXPECT_TRUE(LaunchError(*product, many).Contains("the limit is 1572864"));
     EXPECT_TRUE(LaunchError(*WithLaunch("{}"), good).Contains("does not say what to run"));
     auto const circle =
         WithLaunch(R"json({"Arguments": ["x", "$(A)"]})json", R"json(, "Values": {"A": "$(B)", "B": "$(A)"})json");

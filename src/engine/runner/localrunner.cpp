@@ -188,12 +188,22 @@ void LocalRunner::TakeCommands() {
         if (command.kind == FrameKind::Start)
             BeginUnit(std::move(command));
         else
-            Push(command, UniqueFd());
+            runner::AppendFrame(command, m_out.emplace_back().bytes);
     }
 }
 
 void LocalRunner::BeginUnit(Frame frame) {
     Unit& unit = m_units[frame.work];
+    Packet packet;
+    runner::AppendFrame(frame, packet.bytes);
+    if (packet.bytes.size() > runner::k_FrameLimit) {
+        unit.end = RunEnd{RunEnd::Kind::NotStarted, 0,
+                          SFormat("Its command line and variables have %zu bytes; at most %zu can be passed.",
+                                  packet.bytes.size(), runner::k_FrameLimit)};
+        unit.ended = true;
+        FinishUnit(frame.work);
+        return;
+    }
     int ends[2];
     if (!m_socket || pipe2(ends, O_CLOEXEC) != 0) {
         unit.end = RunEnd{RunEnd::Kind::NotStarted, 0, SFormat("No pipe for its output: %s.", std::strerror(errno))};
@@ -206,13 +216,7 @@ void LocalRunner::BeginUnit(Frame frame) {
     uint64_t const tag = m_nextTag++;
     m_tags[tag] = frame.work;
     Watch(ends[0], tag, EPOLLIN);
-    Push(frame, UniqueFd(ends[1]));
-}
-
-void LocalRunner::Push(Frame const& frame, UniqueFd descriptor) {
-    Packet packet;
-    runner::AppendFrame(frame, packet.bytes);
-    packet.descriptor = std::move(descriptor);
+    packet.descriptor.Reset(ends[1]);
     m_out.push_back(std::move(packet));
 }
 

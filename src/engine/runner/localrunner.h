@@ -59,7 +59,6 @@ private:
     void LoseHelper();
     void TakeCommands();
     void BeginUnit(runner::Frame frame);
-    void Push(runner::Frame const& frame, UniqueFd descriptor);
     void Flush();
     void ReadHelper();
     void HandleFrame(runner::Frame const& frame);

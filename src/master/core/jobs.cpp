@@ -6,6 +6,7 @@
 
 #include <boost/make_shared.hpp>
 #include <vorlan/keys.h>
+#include <vorlan/launch.h>
 #include <vorlan/status.h>
 
 #include <algorithm>
@@ -146,6 +147,10 @@ bool Jobs::Submit(boost::shared_ptr<Job> const& job, PeerId peer) {
         values.SetCreated(m_farm.now);
     values.Clear(p_FinishedTime);
     values.Clear(p_PercentDone);
+    if (String const error = CheckScripts(product.get(), values); !error.Empty()) {
+        m_farm.out.Refuse(peer, job->id, error);
+        return false;
+    }
     ReadSettings(entry);
     if (product->Class() == ProductClass::OncePerEngine) {
         FillEngines(entry);
@@ -223,11 +228,15 @@ void Jobs::Edit(JobEntry& job, boost::shared_ptr<Job> const& wanted, PeerId peer
 }
 
 // Puts changed values in place, with the frames divided anew where that is due. False
-// when the range is none.
+// when the range is none, or a script could not be run.
 bool Jobs::TakeRange(JobEntry& job, boost::shared_ptr<Job> const& changed, PeerId peer) {
     bool const divides = job.product && HasFrames(*job.product);
     bool const newRange = divides && changed->Range(job.product.get()) != job.job->Range(job.product.get());
     FrameMap frames;
+    if (String const error = CheckScripts(job.product.get(), *changed); !error.Empty()) {
+        m_farm.out.Refuse(peer, job.id, error);
+        return false;
+    }
     if (newRange) {
         if (String const error = CheckRange(*changed, *job.product, frames); !error.Empty()) {
             m_farm.out.Refuse(peer, job.id, error);

@@ -8,6 +8,7 @@
 #include <vorlan/keys.h>
 #include <vorlan/product.h>
 #include <vorlan/range.h>
+#include <vorlan/values.h>
 
 namespace vorlan {
 
@@ -21,14 +22,19 @@ public:
     Launch Build() {
         m_result.shell = IsTrueText(m_template.shell);
         bool missing = false;
+        Arguments arguments;
         for (ArgumentTemplate const& argument : m_template.arguments)
-            Add(argument, m_result.arguments, missing);
-        if (m_result.shell && !m_result.arguments.empty())
-            WrapInShell();
+            Add(argument, arguments, missing);
         for (auto const& [name, text] : m_template.environment) {
             String const value = ExpandTemplate(text, m_values);
             if (!value.Empty())
                 m_result.environment[name] = value;
+        }
+        if (m_result.shell && !arguments.empty()) {
+            WrapInShell(arguments);
+        } else {
+            for (ExpandedTemplate const& argument : arguments)
+                m_result.arguments.push_back(argument.Text());
         }
         m_result.folder = ExpandTemplate(m_template.folder, m_values);
         m_result.createFolder = m_template.createFolder && !m_result.folder.Empty();
@@ -36,6 +42,9 @@ public:
     }
 
 private:
+    // As expanded: a script must know what of it are values.
+    using Arguments = std::vector<ExpandedTemplate>;
+
     // A lone reference is true as its parameter says, any other text as its words say.
     bool IsTrueText(String const& text) const {
         if (text.StartsWith("$(") && text.FindOneOf(":=!?[|)") == text.size() - 1) {
@@ -47,7 +56,7 @@ private:
         return !expanded.Empty() && expanded.Bool(true);
     }
 
-    void Add(ArgumentTemplate const& argument, std::vector<String>& out, bool& missing) {
+    void Add(ArgumentTemplate const& argument, Arguments& out, bool& missing) {
         switch (argument.kind) {
         case ArgumentTemplate::Kind::Text:
             AddText(argument.text, out, missing);
@@ -63,7 +72,7 @@ private:
             AddEach(argument, out, missing);
             break;
         case ArgumentTemplate::Kind::Group: {
-            std::vector<String> group;
+            Arguments group;
             bool groupMissing = false;
             AddAll(argument.items, group, groupMissing);
             if (!groupMissing)
@@ -73,20 +82,19 @@ private:
         }
     }
 
-    void AddAll(std::vector<ArgumentTemplate> const& items, std::vector<String>& out, bool& missing) {
+    void AddAll(std::vector<ArgumentTemplate> const& items, Arguments& out, bool& missing) {
         for (ArgumentTemplate const& item : items)
             Add(item, out, missing);
     }
 
-    void AddText(String const& text, std::vector<String>& out, bool& missing) {
-        ExpandedTemplate const expanded = ExpandPieces(text, m_values);
+    void AddText(String const& text, Arguments& out, bool& missing) {
+        ExpandedTemplate expanded = ExpandPieces(text, m_values);
         missing = missing || expanded.missing;
-        String const argument = m_result.shell ? ShellScript(expanded.pieces) : expanded.Text();
-        if (!argument.Empty())
-            out.push_back(argument);
+        if (!expanded.pieces.empty())
+            out.push_back(std::move(expanded));
     }
 
-    void AddEach(ArgumentTemplate const& argument, std::vector<String>& out, bool& missing) {
+    void AddEach(ArgumentTemplate const& argument, Arguments& out, bool& missing) {
         String list;
         if (!m_values.Find(argument.text, list))
             missing = true;
@@ -99,26 +107,31 @@ private:
         }
     }
 
-    void AddCommandLine(String const& name, std::vector<String>& out, bool& missing) {
+    void AddCommandLine(String const& name, Arguments& out, bool& missing) {
         String text;
         if (!m_values.Find(name, text) || text.Trim().Empty()) {
             missing = true;
             return;
         }
-        ExpandedTemplate const expanded = ExpandPieces(text, m_values);
+        ExpandedTemplate expanded = ExpandPieces(text, m_values);
         if (m_result.shell) {
-            out.push_back(ShellScript(expanded.pieces));
+            out.push_back(std::move(expanded));
             return;
         }
-        for (String& word : SplitCommandLine(expanded.pieces))
-            out.push_back(std::move(word));
+        for (String const& word : SplitCommandLine(expanded.pieces))
+            out.push_back({{{word, false, {}}}, false});
     }
 
-    void WrapInShell() {
-        String script;
-        for (String const& part : m_result.arguments)
-            script += (script.Empty() ? "" : " ") + part;
-        m_result.arguments = {"/bin/sh", "-c", script};
+    void WrapInShell(Arguments const& arguments) {
+        std::vector<TemplatePiece> pieces;
+        for (ExpandedTemplate const& argument : arguments) {
+            if (!pieces.empty())
+                pieces.push_back({" ", false, {}});
+            pieces.insert(pieces.end(), argument.pieces.begin(), argument.pieces.end());
+        }
+        ShellScript script = MakeShellScript(pieces);
+        m_result.arguments = {"/bin/sh", "-c", std::move(script.text)};
+        m_result.environment.merge(script.variables);
     }
 
     LaunchTemplate const& m_template;
@@ -141,15 +154,25 @@ void CheckRequired(Product const& product, JobValues const& values) {
 void CheckArguments(Launch const& launch, String const& what) {
     if (launch.arguments.empty() || launch.arguments.front().Trim().Empty())
         throw ArgumentException(what + " names no program to run. Check its launch arguments and the Job's values.");
-    for (String const& argument : launch.arguments) {
-        if (argument.Contains(std::string_view("\0", 1)))
-            throw ArgumentException(what + " would pass an argument with a zero byte: \"" +
-                                    argument.LeftFirst(std::string_view("\0", 1)) + "\". Correct the Job's values.");
-        if (argument.size() > k_ArgumentLengthLimit)
-            throw ArgumentException(what + " would pass an argument of " + String::From(argument.size()) +
+    size_t sum = 0;
+    auto const check = [&](String const& text, char const* kind) {
+        if (text.Contains(std::string_view("\0", 1)))
+            throw ArgumentException(what + " would pass " + kind + " with a zero byte: \"" +
+                                    text.LeftFirst(std::string_view("\0", 1)) + "\". Correct the Job's values.");
+        if (text.size() > k_ArgumentLengthLimit)
+            throw ArgumentException(what + " would pass " + kind + " of " + String::From(text.size()) +
                                     " bytes; the system takes " + String::From(k_ArgumentLengthLimit) + ": \"" +
-                                    argument.Mid(0, 60) + "...\". Shorten it, or take smaller packets.");
-    }
+                                    text.Mid(0, 60) + "...\". Shorten it, or take smaller packets.");
+        sum += text.size() + 1 + sizeof(char*);
+    };
+    for (String const& argument : launch.arguments)
+        check(argument, "an argument");
+    for (auto const& [name, value] : launch.environment)
+        check(name + "=" + value, "a variable");
+    if (sum > k_LaunchLengthLimit)
+        throw ArgumentException(what + " would pass arguments and variables of " + String::From(sum) +
+                                " bytes in all; the limit is " + String::From(k_LaunchLengthLimit) +
+                                ". Shorten the Job's values, or take smaller packets.");
 }
 
 std::vector<int> FramesOf(JobValues const& values) {
@@ -189,8 +212,14 @@ std::vector<String> ExpectedFiles(LaunchTemplate const& launch, JobValues& value
 
 } // namespace
 
-String Launch::Text() const {
+String Launch::Text() const { return CommandText(arguments, environment); }
+
+String CommandText(std::vector<String> const& arguments, std::map<String, String> const& environment) {
     String text;
+    for (auto const& [name, value] : environment) {
+        if (name.StartsWith(k_ShellValueName))
+            text += (text.Empty() ? "" : " ") + name + "=" + QuoteWord(value);
+    }
     for (String const& argument : arguments)
         text += (text.Empty() ? "" : " ") + QuoteWord(argument);
     return text;
@@ -212,6 +241,35 @@ Launch BuildLaunch(Product const& product, Job const& work, OptionMap const& eng
     CheckArguments(launch, "The Product \"" + product.Name() + "\"");
     launch.expectedFiles = ExpectedFiles(product.GetLaunch(), values);
     return launch;
+}
+
+String CheckScripts(Product const* product, Job const& job) {
+    // As an Engine will have them; there every value may be one.
+    class AllValues final : public TemplateValues {
+    public:
+        explicit AllValues(JobValues const& values) : m_values(values) {}
+        bool Find(std::string_view name, String& value) const override {
+            if (!m_values.Find(name, value) || value.Empty())
+                value = "0";
+            return true;
+        }
+
+    private:
+        JobValues const& m_values;
+    };
+    JobValues values(job, product);
+    try {
+        if (product && !product->GetLaunch().shell.Empty())
+            LaunchBuilder(product->GetLaunch(), values).Build();
+        for (ValueInfo const& info : k_Values) {
+            String command;
+            if (info.Has(v_EventCommand) && job.GetParameter(info.name, command))
+                MakeShellScript(ExpandPieces(command, AllValues(values)).pieces);
+        }
+    } catch (Exception const& error) {
+        return error.Message();
+    }
+    return {};
 }
 
 bool BuildCommandLaunch(Product const& product, Job const& job, String const& command, String const& item,

@@ -83,17 +83,17 @@ private:
         bool missing = false;
         bool refers = false;
 
-        void Add(std::string_view text, bool isValue) {
+        void Add(std::string_view text, bool isValue, String const& name = String()) {
             if (text.empty())
                 return;
             if (pieces.empty() || pieces.back().isValue || isValue)
-                pieces.push_back({String(text), isValue});
+                pieces.push_back({String(text), isValue, name});
             else
                 pieces.back().text += text;
         }
         void Add(Scope const& inner) {
             for (TemplatePiece const& piece : inner.pieces)
-                Add(piece.text, piece.isValue);
+                Add(piece.text, piece.isValue, piece.name);
         }
     };
 
@@ -169,7 +169,7 @@ private:
         if (!found || value.Empty())
             scope.missing = true;
         Count(value.size());
-        scope.Add(value, true);
+        scope.Add(value, true, name);
         return true;
     }
 

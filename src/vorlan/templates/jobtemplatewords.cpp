@@ -1,4 +1,4 @@
-// Command lines: from text to words, from words to text, and scripts for the shell.
+// Command lines: from text to words, and from words to text.
 
 #include <vorlan/jobtemplate.h>
 
@@ -69,69 +69,6 @@ private:
     char m_quote = '\0';
 };
 
-// Follows the quotes of a script's own text, and puts values in so that they stay one word.
-class ScriptWriter {
-public:
-    void Add(TemplatePiece const& piece) {
-        if (!piece.isValue) {
-            for (char c : piece.text)
-                Follow(c);
-            m_script += piece.text;
-        } else if (m_quote == '"') {
-            AddEscaped(piece.text, "\\\"$`", "\\");
-        } else if (m_quote == '\'') {
-            AddQuoteSafe(piece.text);
-        } else if (piece.text.FindOneNotOf(k_SafeCharacters) == String::npos && !m_escaped) {
-            m_script += piece.text;
-        } else {
-            // A backslash right before the value would take away its first quote.
-            if (m_escaped)
-                m_script += '\\';
-            m_escaped = false;
-            m_script += '\'';
-            AddQuoteSafe(piece.text);
-            m_script += '\'';
-        }
-    }
-
-    String const& Script() const { return m_script; }
-
-private:
-    static constexpr char const* k_SafeCharacters =
-        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_./:=@%+,-";
-
-    void Follow(char c) {
-        if (m_escaped)
-            m_escaped = false;
-        else if (c == '\\' && m_quote != '\'')
-            m_escaped = true;
-        else if (m_quote == '\0' && (c == '"' || c == '\''))
-            m_quote = c;
-        else if (c == m_quote)
-            m_quote = '\0';
-    }
-
-    void AddEscaped(String const& text, std::string_view special, std::string_view escape) {
-        if (m_escaped)
-            m_script += '\\';
-        m_escaped = false;
-        for (char c : text) {
-            if (special.find(c) != std::string_view::npos)
-                m_script += escape;
-            m_script += c;
-        }
-    }
-
-    void AddQuoteSafe(String text) {
-        text.Replace("'", "'\\''");
-        m_script += text;
-    }
-
-    String m_script;
-    char m_quote = '\0';
-    bool m_escaped = false;
-};
-
 } // namespace
 
 std::vector<String> SplitCommandLine(std::vector<TemplatePiece> const& pieces) {
@@ -153,13 +90,6 @@ String QuoteWord(String const& text) {
         quoted += c;
     }
     return quoted + '"';
-}
-
-String ShellScript(std::vector<TemplatePiece> const& pieces) {
-    ScriptWriter writer;
-    for (TemplatePiece const& piece : pieces)
-        writer.Add(piece);
-    return writer.Script();
 }
 
 } // namespace vorlan
