@@ -47,6 +47,8 @@ public:
     static Path GetMachineDir();
     static Path GetTempDir();
     static Path GetConnectionFile();
+    // Where a user who may not write there keeps it; what it says comes first.
+    static Path GetUserConnectionFile();
 
     static bool Exists(Path const& path) noexcept { return path.Exists(); }
     // Bytes; -1 when there is no such file.

@@ -28,6 +28,8 @@ public:
     // paused. Throws FileException if it cannot be read, ParseException with the
     // place if it is no Job file. Without `forReading` SaveJobs replaces what is there.
     JobFile(Path const& path, bool forReading, bool asStored);
+    // New Jobs of a text that came some other way; `name` stands for it in what is said.
+    JobFile(String const& text, String const& name);
     ~JobFile();
     JobFile(JobFile const&) = delete;
     JobFile& operator=(JobFile const&) = delete;
@@ -36,6 +38,11 @@ public:
     // k_VorlanVersion, 0 for unknown. A Job whose Product is unknown by id but known
     // by name or alias gets that Product.
     void ConformFromVersion(unsigned version);
+
+    // Throws ParseException for values of names that nobody knows, in a file that this version wrote or a person;
+    // what another version wrote may have more and is kept: the answer warns of it, empty when there is none.
+    // Jobs of unknown Products are passed over.
+    String CheckNames() const;
 
     // Writes the list in place of the file, whatever that was. Throws FileException; the old file is whole then.
     void SaveJobs();
@@ -54,6 +61,7 @@ public:
 private:
     struct Unknown; // what the file holds beyond what this program knows
     void Read();
+    void Take(String const& text);
 
     Path const m_path;
     bool const m_asStored;

@@ -16,7 +16,10 @@ class JobMessages;
 // clang-format off: a line per field
 VORLAN_MESSAGE(JobMsg, FromClients | ToClients, k_V300,
                "A Job as a whole. From the Master: new or changed. To the Master: submit or change it.",
-               (boost::shared_ptr<Job>, job, "Job", "the Job with all its values"));
+               (boost::shared_ptr<Job>, job, "Job", "the Job with all its values"),
+               (UID, submission, "Submission",
+                "to the Master: the Job is new, and this is sent again when its answer was lost; a Job that is known "
+                "already stays as it is"));
 
 VORLAN_MESSAGE(JobParameterMsg, FromClients | ToClients, k_V300,
                "One value of a Job. From the Master: it changed. To the Master: change it.",

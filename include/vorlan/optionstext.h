@@ -7,6 +7,7 @@
 #include <corekit/uid.h>
 #include <vorlan/fwd.h>
 
+#include <functional>
 #include <set>
 #include <string_view>
 #include <vector>
@@ -49,5 +50,8 @@ std::vector<String> StringToStrings(String const& text, char separator, char esc
 String UIDsToString(std::vector<UID> const& ids);
 String UIDsToString(std::set<UID> const& ids);
 std::vector<UID> StringToUIDs(std::string_view text);
+// A list of ids or of names in which each that `find` knows has become an id, parted by commas. A name may have
+// blanks in it; what nobody knows stays as it is.
+String NamesToUIDs(String const& text, std::function<bool(String const& name, UID& id)> const& find);
 
 } // namespace vorlan

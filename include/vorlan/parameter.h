@@ -137,6 +137,8 @@ public:
     bool IsDefault(String const& value) const;
     // Whether a value counts as true in a condition.
     bool IsTrue(String const& value) const;
+    // Why the text is no value of the parameter, for people; empty when it is one and when it is empty.
+    String Check(String const& value) const;
 
     static String Get(VorlanObject const& object, String const& name);
 

@@ -50,6 +50,9 @@ public:
     bool NeedsEvenPackets() const { return m_evenPackets; }
     std::vector<String> const& Aliases() const { return m_aliases; }
     bool IsCalled(String const& nameOrAlias) const; // case does not matter
+    // Names of values that a Job may have beside the parameters; one that ends in * stands for all that begin so.
+    std::vector<String> const& FreeNames() const { return m_freeNames; }
+    bool IsFreeName(String const& name) const; // case does not matter
     String const& SummaryTemplate() const { return m_summary; }
 
     void SetName(String const& name) { m_name = name; }
@@ -137,6 +140,7 @@ private:
     String m_longHelp;
     String m_summary;
     std::vector<String> m_aliases;
+    std::vector<String> m_freeNames;
     std::vector<boost::shared_ptr<Parameter>> m_params;
     std::vector<boost::shared_ptr<Command>> m_commands;
     std::map<String, OptionMap> m_autoDetect;

@@ -80,6 +80,9 @@ ExitCode Run(Action const& action, Context& context) {
         ExitCode const code = action(context);
         terminal.ClearStatus();
         terminal.out << std::flush;
+        if (!terminal.out)
+            throw CommandException(ExitCode::Failed, "The output could not be written: the disk is full, or who reads "
+                                                     "it has gone.");
         return code;
     } catch (CommandException const& exception) {
         terminal.ClearStatus();
@@ -117,7 +120,7 @@ int RunCommandLine(std::vector<std::string> const& arguments, Terminal& terminal
         terminal.err << "vorlan: " << exception.what() << std::endl;
         return static_cast<int>(ExitCode::Failed);
     }
-    Context context(terminal, [&] { return connect(hosts); });
+    Context context(terminal, connect, hosts);
     return static_cast<int>(Run(action, context));
 }
 

@@ -11,7 +11,7 @@ namespace vorlan::cli {
 
 // Makes a link to the Master at the hosts given with --master; they are empty
 // without it.
-using LinkMaker = std::function<std::unique_ptr<MasterLink>(String const& hosts)>;
+using LinkMaker = std::function<std::unique_ptr<MasterLink>(LinkRequest const& request)>;
 
 // Parses the arguments (without the program's own name), runs the command, and prints
 // what went wrong. Never throws.

@@ -2,9 +2,11 @@
 
 #include <corekit/file.h>
 #include <corekit/inifile.h>
+#include <corekit/log.h>
 #include <vorlan/farmkey.h>
 #include <vorlan/ippeer.h>
 
+#include <istream>
 #include <ostream>
 
 namespace vorlan::cli {
@@ -17,6 +19,7 @@ struct JoinOptions {
     std::string host;
     std::string line;
     bool replace = false;
+    bool unproved = false;
 };
 
 ExitCode ShowKey(Context& context, NoOptions const&) {
@@ -45,12 +48,35 @@ FarmKey PresentKey(Path const& folder) {
     }
 }
 
-void WriteHost(String const& host) {
-    Path const path = File::GetConnectionFile();
+void WriteHost(Path const& path, String const& host) {
     IniFile file;
     file.Load(path);
     file.SetValue("Master", "Peer", host);
     file.Save(path);
+}
+
+// Beside the programs; in the user's own place where that is not for the user to write, or where it counts already.
+Path KeepHost(String const& host) {
+    Path const own = File::GetUserConnectionFile();
+    if (!own.Exists()) {
+        try {
+            WriteHost(File::GetConnectionFile(), host);
+            return File::GetConnectionFile();
+        } catch (FileException const& exception) {
+            LogInfo(exception.what());
+        }
+    }
+    WriteHost(own, host);
+    return own;
+}
+
+// The line on the command line, else the first one of the standard input.
+String LineOf(Context& context, JoinOptions const& options) {
+    if (!options.line.empty())
+        return options.line;
+    std::string line;
+    std::getline(context.In(), line);
+    return line;
 }
 
 ExitCode JoinFarm(Context& context, JoinOptions const& options) {
@@ -60,7 +86,7 @@ ExitCode JoinFarm(Context& context, JoinOptions const& options) {
                                                     "\" is no host. Give a name or an "
                                                     "address, with a port behind a colon "
                                                     "if need be.");
-    FarmKey const key = KeyOf(options.line);
+    FarmKey const key = KeyOf(LineOf(context, options));
     Path const folder = File::GetMachineDir();
     FarmKey const present = PresentKey(folder);
     if (!present.IsNull() && !(present == key) && !options.replace) {
@@ -70,11 +96,14 @@ ExitCode JoinFarm(Context& context, JoinOptions const& options) {
                                    " Give --replace to join the new one; write the old line down first: `vorlan key "
                                    "show`.");
     }
+    if (!options.unproved)
+        context.Prove({options.host, key});
+    // The host first: it means nothing without the key.
+    Path const kept = KeepHost(options.host);
     if (!(present == key))
         key.Join(folder);
-    WriteHost(options.host);
-    context.Out() << "Joined the farm of " << options.host << ". Programs that run already find it by themselves."
-                  << std::endl;
+    context.Out() << "Joined the farm of " << options.host << " (" << Printable(kept)
+                  << "). Programs that run already find it by themselves." << std::endl;
     return ExitCode::Ok;
 }
 
@@ -90,8 +119,12 @@ void AddKeyCommands(Commands& commands) {
     auto const options = std::make_shared<JoinOptions>();
     CLI::App& join = *key.add_subcommand("join", "Join this machine to the farm of another one");
     join.add_option("host", options->host, "The Master's host, with :PORT if need be")->required();
-    join.add_option("line", options->line, "What `vorlan key show` prints there")->required();
+    join.add_option("line", options->line,
+                    "What `vorlan key show` prints there; without it the line is read "
+                    "from the standard input");
     join.add_flag("--replace", options->replace, "Even if this machine has another key");
+    join.add_flag("--unproved", options->unproved,
+                  "Do not ask the host whether the key fits, since it is not there yet");
     commands.OnChosen(join, options, &JoinFarm);
 }
 

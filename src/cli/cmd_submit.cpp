@@ -37,9 +37,11 @@ Path CurrentFolder() { return Path(std::filesystem::current_path()); }
 boost::shared_ptr<Product const> ProductOf(Job const& job) { return JobFactory::s_JobFactory->GetProduct(job.Type()); }
 
 // The Jobs of the file, their paths absolute.
-std::vector<JobPtr> JobsOfFile(Path const& path) {
+std::vector<JobPtr> JobsOfFile(Context& context, Path const& path) {
     JobFile file(path, true, false);
     file.ConformFromVersion(0);
+    if (String const warning = file.CheckNames(); !warning.Empty())
+        context.Err() << "vorlan: " << Printable(warning, true) << std::endl;
     if (file.Jobs().empty())
         throw CommandException(ExitCode::Failed, "There is no Job in " + path + ".");
     std::error_code error;
@@ -52,7 +54,7 @@ std::vector<JobPtr> JobsOfFile(Path const& path) {
     return file.Jobs();
 }
 
-void Override(Job& job, SubmitOptions const& options, FarmView const& view) {
+void Override(Job& job, SubmitOptions const& options) {
     auto const product = ProductOf(job);
     bool const changes = !options.settings.empty() || !options.out.empty() || !options.frames.empty();
     if (!product) {
@@ -69,26 +71,32 @@ void Override(Job& job, SubmitOptions const& options, FarmView const& view) {
     if (!options.out.empty())
         SetOutputFolder(job, *product, Path(std::filesystem::absolute(Path(options.out).Native()).lexically_normal()));
     for (std::string const& setting : options.settings)
-        ApplySetting(job, *product, ParseSetting(setting), CurrentFolder(), view);
+        ApplySetting(job, *product, ParseSetting(setting), CurrentFolder());
     if (job.Name().Empty())
         job.SetName(product->Name());
-    CheckJob(job, *product);
+    TakeShownChoices(job, *product);
 }
 
-std::vector<JobPtr> MakeJobs(Farm& farm, SubmitOptions const& options) {
+std::vector<JobPtr> MakeJobs(Context& context, SubmitOptions const& options) {
+    Farm& farm = context.TheFarm();
     farm.LoadPools();
     std::vector<JobPtr> jobs;
     if (options.file.empty())
         jobs.push_back(JobFactory::s_JobFactory->CreateJob(ResolveProduct(options.product)->Type()));
     else
-        jobs = JobsOfFile(options.file);
+        jobs = JobsOfFile(context, options.file);
     if (jobs.size() > 1 && !options.name.empty())
         throw CommandException(ExitCode::Usage,
                                "--name is for one Job; the file has " + String::From(jobs.size()) + ".");
     for (JobPtr const& job : jobs) {
         job->SetCreator(Platform::GetCurrentUserName());
         job->SetCreated(Time::CurrentTime());
-        Override(*job, options, farm.View());
+        Override(*job, options);
+    }
+    ResolveNames(farm, jobs);
+    for (JobPtr const& job : jobs) {
+        if (auto const product = ProductOf(*job))
+            CheckJob(*job, *product);
     }
     return jobs;
 }
@@ -118,11 +126,15 @@ ExitCode Submit(Context& context, SubmitOptions const& options) {
     if (options.file.empty() == options.product.empty())
         throw CommandException(ExitCode::Usage, "Give either a Job file or --product.");
     Farm& farm = context.TheFarm();
-    std::vector<JobPtr> const jobs = MakeJobs(farm, options);
-    std::vector<boost::shared_ptr<Message const>> messages;
+    std::vector<JobPtr> const jobs = MakeJobs(context, options);
+    Farm::MessageList messages;
+    UID const submission(true);
     for (JobPtr const& job : jobs)
-        messages.push_back(JobMsg::Create(job));
-    auto const refusals = farm.DoAll(messages);
+        messages.push_back(JobMsg::Create(job, submission));
+    auto const refusals = farm.DoAllSurely(messages, [&context](String const& reason) {
+        context.Err() << "vorlan: " << Printable(reason, true) << " Waiting for it to come back, to submit again."
+                      << std::endl;
+    });
     std::vector<JobPtr> accepted;
     for (JobPtr const& job : jobs) {
         auto const refused =

@@ -14,8 +14,6 @@ namespace vorlan::cli {
 
 namespace {
 
-// A Master that restarts is waited for.
-constexpr std::chrono::minutes k_Patience{5};
 constexpr std::chrono::milliseconds k_ProgressEvery{250};
 constexpr std::chrono::milliseconds k_ProgressPause{100}; // on a terminal
 
@@ -131,7 +129,7 @@ private:
 
     void ComeBack(String const& reason) {
         m_progress.Tell(reason + " Waiting for it to come back.");
-        m_farm.Reconnect(std::min(m_deadline, Clock::now() + k_Patience));
+        m_farm.Reconnect(std::min(m_deadline, Clock::now() + Farm::k_Patience));
     }
 
     ExitCode TimedOut() {

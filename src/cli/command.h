@@ -20,21 +20,28 @@ namespace vorlan::cli {
 // Owner: RunCommandLine. Thread: the main thread.
 class Context {
 public:
-    Context(Terminal& terminal, Farm::Connector connector) : m_terminal(terminal), m_connector(std::move(connector)) {}
+    using Linker = std::function<std::unique_ptr<MasterLink>(LinkRequest const&)>;
+
+    Context(Terminal& terminal, Linker linker, String hosts)
+        : m_terminal(terminal), m_linker(std::move(linker)), m_hosts(std::move(hosts)) {}
 
     Terminal& Term() { return m_terminal; }
     std::ostream& Out() { return m_terminal.out; }
     std::ostream& Err() { return m_terminal.err; }
+    std::istream& In() { return m_terminal.in; }
     // Connected at the first call.
     Farm& TheFarm() {
         if (!m_farm)
-            m_farm = std::make_unique<Farm>(m_connector);
+            m_farm = std::make_unique<Farm>([this] { return m_linker({m_hosts, FarmKey()}); });
         return *m_farm;
     }
+    // Throws unless a Master answers there and has that key.
+    void Prove(LinkRequest const& request) { m_linker(request); }
 
 private:
     Terminal& m_terminal;
-    Farm::Connector const m_connector;
+    Linker const m_linker;
+    String const m_hosts;
     std::unique_ptr<Farm> m_farm;
 };
 

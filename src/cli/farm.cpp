@@ -109,14 +109,41 @@ void Farm::Do(boost::shared_ptr<Message const> const& message) {
         throw CommandException(ExitCode::Failed, "The Master refused: " + refusals.front().reason);
 }
 
-std::vector<Farm::Refusal> Farm::DoAll(std::vector<boost::shared_ptr<Message const>> const& messages) {
+std::vector<Farm::Refusal> Farm::DoAll(MessageList const& messages) {
     m_refusals.clear();
     for (auto const& message : messages)
         Send(message);
     // The Master answers in order and after it has stored: what comes before the
     // Pools belongs to the commands.
-    LoadPools();
+    try {
+        LoadPools();
+    } catch (CommandException const& exception) {
+        if (m_refusals.empty())
+            throw;
+        // With all of them refused there is nothing left to hear.
+        if (m_refusals.size() < messages.size()) {
+            String text;
+            for (Refusal const& refusal : m_refusals)
+                text += "The Master refused: " + refusal.reason + "\n";
+            throw CommandException(exception.Exit(), text + exception.Message());
+        }
+    }
     return std::exchange(m_refusals, {});
+}
+
+std::vector<Farm::Refusal> Farm::DoAllSurely(MessageList const& messages,
+                                             std::function<void(String const&)> const& tell) {
+    auto const deadline = Clock::now() + k_Patience;
+    for (;;) {
+        try {
+            return DoAll(messages);
+        } catch (CommandException const& exception) {
+            if (exception.Exit() != ExitCode::NoMaster || Clock::now() >= deadline)
+                throw;
+            tell(exception.Message());
+        }
+        Reconnect(deadline);
+    }
 }
 
 String Farm::Report(boost::shared_ptr<Message const> const& request) {

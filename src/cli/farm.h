@@ -38,12 +38,17 @@ public:
     // Master's own words if it refuses.
     void Do(boost::shared_ptr<Message const> const& message);
     // The same for many, sent together. What is refused does not hold up the rest;
-    // gives the refusals.
+    // gives the refusals. When the connection ends before all was answered, the
+    // exception tells of them, too.
     struct Refusal {
         UID id;
         String reason;
     };
-    std::vector<Refusal> DoAll(std::vector<boost::shared_ptr<Message const>> const& messages);
+    using MessageList = std::vector<boost::shared_ptr<Message const>>;
+    std::vector<Refusal> DoAll(MessageList const& messages);
+    // The same for messages that may be sent again: a Master that goes away is waited
+    // for. `tell` hears of it.
+    std::vector<Refusal> DoAllSurely(MessageList const& messages, std::function<void(String const&)> const& tell);
     // Sends without waiting for anything.
     void Send(boost::shared_ptr<Message const> const& message) { m_link->Send(message); }
 
@@ -54,6 +59,8 @@ public:
     // deadline.
     boost::shared_ptr<Message> Next(Clock::time_point deadline);
 
+    // A Master that restarts is waited for.
+    static constexpr std::chrono::minutes k_Patience{5};
     // Connects again, trying until the deadline. What was followed and loaded is gone.
     void Reconnect(Clock::time_point deadline);
 

@@ -38,7 +38,8 @@ std::vector<IPPeer> HostsOf(String const& text) {
 
 class NetLink final : public MasterLink {
 public:
-    explicit NetLink(std::vector<IPPeer> hosts) : m_client(Options(std::move(hosts)), MakeHandlers()) {
+    NetLink(std::vector<IPPeer> hosts, FarmKey const& key)
+        : m_hasOwnKey(!key.IsNull()), m_client(Options(std::move(hosts), key), MakeHandlers()) {
         m_client.Start();
         WaitForConnection();
     }
@@ -63,8 +64,10 @@ public:
     }
 
 private:
-    net::ClientOptions Options(std::vector<IPPeer> hosts) {
+    net::ClientOptions Options(std::vector<IPPeer> hosts, FarmKey const& ownKey) {
         net::ClientOptions options;
+        if (!ownKey.IsNull())
+            options.key = [ownKey] { return ownKey; };
         options.self = net::PeerInfo::Self(net::PeerKind::Tool, "vorlan");
         options.retry = net::ClientOptions::Retry::Never;
         options.limits.connectMs = k_ConnectMs;
@@ -79,7 +82,9 @@ private:
 
     net::Handlers MakeHandlers() {
         net::Handlers handlers;
-        handlers.onConnected = [this](auto const&) {
+        handlers.onConnected = [this](auto const& connection) {
+            if (connection->Peer().kind != net::PeerKind::Master)
+                return End(connection->Peer().Text() + " is no Master");
             CommonMutex::Lock const lock(m_guard);
             m_connected = true;
             m_changed.notify_all();
@@ -116,12 +121,18 @@ private:
             text += ")";
         }
         text += ": " + m_reason;
-        if (!m_tried.empty()) {
+        if (m_hasOwnKey) {
+            text +=
+                "\nStart VorlanMaster there, look whether the name is right, and compare the line with what `vorlan "
+                "key show` prints there.";
+        } else if (!m_tried.empty()) {
             text += "\nStart VorlanMaster (or VorlanGui) on this machine, give the Master's host with --master HOST, "
                     "or join its farm with `vorlan key join HOST LINE`.";
         }
         throw CommandException(ExitCode::NoMaster, text);
     }
+
+    bool const m_hasOwnKey;
 
     CommonMutex m_guard;
     CommonCondition m_changed;
@@ -136,6 +147,8 @@ private:
 
 } // namespace
 
-std::unique_ptr<MasterLink> ConnectToMaster(String const& hosts) { return std::make_unique<NetLink>(HostsOf(hosts)); }
+std::unique_ptr<MasterLink> ConnectToMaster(LinkRequest const& request) {
+    return std::make_unique<NetLink>(HostsOf(request.hosts), request.key);
+}
 
 } // namespace vorlan::cli

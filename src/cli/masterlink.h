@@ -3,6 +3,7 @@
 // The command line's connection to the Master.
 
 #include <boost/shared_ptr.hpp>
+#include <vorlan/farmkey.h>
 #include <vorlan/fwd.h>
 
 #include <chrono>
@@ -28,9 +29,13 @@ public:
     virtual boost::shared_ptr<Message> Receive(Clock::time_point deadline) = 0;
 };
 
-// Looks for a Master once, at `hosts` (with blanks between them) or, if that is empty,
-// where this machine is configured to look. Throws CommandException with
-// ExitCode::NoMaster that names the hosts tried and says what to do.
-std::unique_ptr<MasterLink> ConnectToMaster(String const& hosts);
+struct LinkRequest {
+    String hosts; // with blanks between them; empty: where this machine is configured to look
+    FarmKey key;  // null: the one of this machine
+};
+
+// Looks for a Master once. Throws CommandException with ExitCode::NoMaster that names the
+// hosts tried and says what to do.
+std::unique_ptr<MasterLink> ConnectToMaster(LinkRequest const& request);
 
 } // namespace vorlan::cli

@@ -65,12 +65,19 @@ bool AreFullUIDs(std::vector<String> const& texts, std::set<UID>& ids) {
 
 } // namespace
 
-UID Resolve(String const& kind, String const& text, std::vector<Candidate> const& candidates) {
+bool TryResolve(String const& kind, String const& text, std::vector<Candidate> const& candidates, UID& id) {
     std::vector<Candidate> const fit = text.Empty() ? std::vector<Candidate>() : Fitting(text, candidates);
     if (fit.size() > 1)
         FailAmbiguous(kind, text, fit);
     if (fit.size() == 1)
-        return fit.front().id;
+        id = fit.front().id;
+    return fit.size() == 1;
+}
+
+UID Resolve(String const& kind, String const& text, std::vector<Candidate> const& candidates) {
+    UID id;
+    if (TryResolve(kind, text, candidates, id))
+        return id;
     std::vector<String> names;
     for (Candidate const& one : candidates)
         names.push_back(one.name);

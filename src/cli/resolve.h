@@ -18,6 +18,9 @@ struct Candidate {
 // or more than one fits.
 UID Resolve(String const& kind, String const& text, std::vector<Candidate> const& candidates);
 
+// The same as an answer: false when none fits. Throws when more than one does.
+bool TryResolve(String const& kind, String const& text, std::vector<Candidate> const& candidates, UID& id);
+
 // The Jobs named, loaded with their work; as few as possible are loaded. In the order
 // of the texts, doubled ones once.
 std::vector<UID> ResolveJobs(Farm& farm, std::vector<String> const& texts);

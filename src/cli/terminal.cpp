@@ -55,7 +55,7 @@ Character FirstOf(std::string_view text) {
 } // namespace
 
 Terminal Terminal::Standard() {
-    Terminal terminal(std::cout, std::cerr);
+    Terminal terminal(std::cout, std::cerr, std::cin);
     terminal.outIsTerminal = isatty(STDOUT_FILENO) == 1;
     terminal.errIsTerminal = isatty(STDERR_FILENO) == 1;
     char const* const noColour = std::getenv("NO_COLOR");

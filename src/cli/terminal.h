@@ -12,13 +12,14 @@ namespace vorlan::cli {
 
 enum class Colour { Plain, Green, Yellow, Red, Blue, Grey };
 
-// Terminal is the standard output and error, and what they can do.
+// Terminal is the standard input, output and error, and what they can do.
 // Owner: main, or a test. Thread: the main thread.
 struct Terminal {
-    Terminal(std::ostream& output, std::ostream& errors) : out(output), err(errors) {}
+    Terminal(std::ostream& output, std::ostream& errors, std::istream& input) : out(output), err(errors), in(input) {}
 
     std::ostream& out;
     std::ostream& err;
+    std::istream& in;
     bool outIsTerminal = false;
     bool errIsTerminal = false;
     bool colours = false; // on `out`

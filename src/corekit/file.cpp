@@ -134,6 +134,8 @@ Path File::GetConnectionFile() {
     return (home.Empty() ? s_AppDir : home) / "Connection.ini";
 }
 
+Path File::GetUserConnectionFile() { return GetUserDir() / "Connection.ini"; }
+
 int64_t File::Size(Path const& path) noexcept {
     struct stat info {};
     return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) ? int64_t{info.st_size} : -1;

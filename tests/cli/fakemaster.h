@@ -25,12 +25,16 @@ public:
     std::vector<Unit> units;
     std::map<UID, String> refuses;              // ids of Jobs, null for new ones, and why
     std::map<UID, std::vector<String>> outputs; // pieces, by work
+    std::function<void()> onCommand;            // after each
+    std::map<UID, String> pools;
     // What happens one after the other while a command waits.
     std::deque<std::function<void(FakeMaster&)>> later;
 
     // What came in, loads left out.
     std::vector<boost::shared_ptr<Message const>> commands;
     int connections = 0;
+    std::string input; // what a command reads
+    FarmKey key;
     bool isThere = true;
 
     void Tell(boost::shared_ptr<Message> const& message) { m_queue.push_back(message); }
@@ -109,9 +113,13 @@ public:
             arguments.push_back(word.Str());
         std::ostringstream out;
         std::ostringstream err;
-        Terminal terminal(out, err);
-        int const code = RunCommandLine(arguments, terminal, [this](String const&) { return Connect(); });
+        std::istringstream in(input);
+        Terminal terminal(out, err, in);
+        int const code = Run(arguments, terminal);
         return {code, out.str(), err.str()};
+    }
+    int Run(std::vector<std::string> const& arguments, Terminal& terminal) {
+        return RunCommandLine(arguments, terminal, [this](LinkRequest const& request) { return Connect(request.key); });
     }
 
 private:
@@ -125,8 +133,8 @@ private:
         FakeMaster& m_master;
     };
 
-    std::unique_ptr<MasterLink> Connect() {
-        if (!isThere)
+    std::unique_ptr<MasterLink> Connect(FarmKey const& proof) {
+        if (!isThere || !(proof.IsNull() || proof == key))
             throw CommandException(ExitCode::NoMaster, "No Master can be reached (tried nowhere:1)");
         ++connections;
         m_queue.clear();
@@ -155,12 +163,14 @@ private:
     }
 
     void Handle(boost::shared_ptr<Message const> const& message) {
+        if (m_dropped)
+            return;
         if (message->Type() == GetJobInfoMsg::s_Type)
             return SendJobs(static_cast<GetJobInfoMsg const&>(*message));
         if (message->Type() == GetEngineInfoMsg::s_Type)
             return SendEngines();
         if (message->Type() == GetPoolsMsg::s_Type)
-            return static_cast<void>(Tell<PoolMsg>());
+            return static_cast<void>(Tell<PoolMsg>().pools = pools);
         commands.push_back(message);
         if (message->Type() == JobMsg::s_Type)
             Submit(static_cast<JobMsg const&>(*message).job);
@@ -168,6 +178,8 @@ private:
             Refuses(static_cast<JobParameterMsg const&>(*message).job);
         else if (message->Type() == GetOutputMsg::s_Type)
             SendOutput(static_cast<GetOutputMsg const&>(*message));
+        if (onCommand)
+            onCommand();
     }
 
     void Submit(boost::shared_ptr<Job> const& job) {

@@ -2,6 +2,9 @@
 
 #include <vorlan/farmkey.h>
 
+#include <fstream>
+#include <iostream>
+
 namespace vorlan::cli {
 
 using testing::HasSubstr;
@@ -52,6 +55,15 @@ TEST(Arguments, AreCheckedBeforeAMasterIsLookedFor) {
     EXPECT_THAT(master.Run("--version").out, HasSubstr(k_VorlanVersionText));
 }
 
+TEST(Output, ThatCannotBeWrittenIsAFailure) {
+    FakeMaster master;
+    std::ofstream full("/dev/full");
+    std::ostringstream err;
+    Terminal terminal(full, err, std::cin);
+    EXPECT_EQ(master.Run({"jobs", "--json"}, terminal), 1);
+    EXPECT_THAT(err.str(), HasSubstr("could not be written"));
+}
+
 TEST(Span, IsANumberWithAUnit) {
     // 0: none.
     Rows<char const*, int64_t> const cases = {
@@ -81,7 +93,12 @@ TEST_F(KeyCommands, CarryAFarmToAnotherMachine) {
 
     corekit::TempFolder other;
     corekit::EnvironmentValue const home("VORLAN_HOME", other.Folder().c_str());
-    ASSERT_EQ(m_master.Run("key join render01:7000 " + key.Text()).code, 0);
+    EXPECT_EQ(m_master.Run("key join render01:7000 " + key.Text()).code, 3) << "nobody there has that key";
+    EXPECT_TRUE(FarmKey::Load(File::GetMachineDir()).IsNull());
+    EXPECT_FALSE((other / "Connection.ini").Exists());
+    m_master.key = key;
+    m_master.input = key.Text() + "\n";
+    ASSERT_EQ(m_master.Run("key join render01:7000").code, 0);
     EXPECT_EQ(m_master.Run("key show").out, shown.out);
     EXPECT_TRUE(FarmKey::Load(File::GetMachineDir()).IsJoined());
     EXPECT_THAT(File::Read(other / "Connection.ini").Str(), HasSubstr("render01:7000"));
@@ -95,10 +112,14 @@ TEST_F(KeyCommands, DoNotThrowAwayAKeyUnasked) {
     EXPECT_THAT(refused.err, HasSubstr("--replace"));
     EXPECT_EQ(FarmKey::Load(File::GetMachineDir()), own);
     EXPECT_FALSE((m_folder / "Connection.ini").Exists());
-    EXPECT_EQ(m_master.Run("key join render01 " + own.Text()).code, 0);
+    EXPECT_EQ(m_master.Run("key join --unproved render01 " + own.Text()).code, 0);
     EXPECT_FALSE(FarmKey::Load(File::GetMachineDir()).IsJoined());
-    EXPECT_EQ(m_master.Run("key join --replace render01 " + foreign).code, 0);
+    // Where the programs lie somebody else writes; then the user's own place counts.
+    std::filesystem::remove((m_folder / "Connection.ini").Str());
+    File::MakeFolder(m_folder / "Connection.ini");
+    EXPECT_EQ(m_master.Run("key join --unproved --replace render01 " + foreign).code, 0);
     EXPECT_EQ(FarmKey::Load(File::GetMachineDir()).Text(), foreign);
+    EXPECT_THAT(File::Read(File::GetUserConnectionFile()).Str(), HasSubstr("render01"));
 }
 
 } // namespace vorlan::cli

@@ -18,9 +18,9 @@ protected:
 
 class Submitting : public CommandsTest {
 protected:
-    String WriteJobFile(char const* values, int count = 1) {
+    String WriteJobFile(std::string const& values, int count = 1, char const* program = "") {
         File::MakeFolder(m_folder / "demo");
-        std::string text = R"({"format": "Vorlan Jobs", "version": 1, "jobs": [)";
+        std::string text = R"({"format": "Vorlan Jobs", "version": 1, )" + std::string(program) + R"("jobs": [)";
         for (int i = 0; i < count; ++i)
             text += std::string(i ? "," : "") + R"({"product": "POV-Ray", "values": {)" + values + "}}";
         File::WriteWhole(m_folder / "demo/shot.vj", text + "]}");
@@ -62,6 +62,11 @@ TEST_F(Submitting, SendsAFileWithItsOptionsAndAbsolutePaths) {
 
 TEST_F(Submitting, WhatCannotBeIsSentNowhere) {
     File::WriteWhole(m_folder / "bad.vj", "no job file");
+    std::string const scene = R"("SceneFile": "a.pov", "OutputFolder": "o")";
+    String const unknown = m_folder / "unknown.vj";
+    std::filesystem::rename(WriteJobFile(scene + R"(, "Widht": 5, "Curve": [1])").Str(), unknown.Str());
+    m_master.AddJob("Shot");
+    String const command = "-p Command -s CommandLine=x -f 1 -s ";
     Rows<String, int, char const*> const cases = {
         {"/nonexistent.vj", 1, "/nonexistent.vj"},
         {m_folder / "bad.vj", 1, "bad.vj"},
@@ -70,7 +75,20 @@ TEST_F(Submitting, WhatCannotBeIsSentNowhere) {
         {"-p Command -s CommandLine=x -f 3-", 2, "\"3-\""},
         {"-p Command -s Comandline=x", 2, "Is CommandLine meant?"},
         {"-p Command -s CommandLine=x -o /tmp", 2, "no output folder"},
-        {WriteJobFile(R"("SceneFile": "a.pov", "OutputFolder": "o")", 2) + " --name x", 2, "the file has 2"},
+        {WriteJobFile(scene, 2) + " --name x", 2, "the file has 2"},
+        {m_folder / "demo/shot.vj -s Format=GIF", 2, "Format must be one of N (PNG), J (JPEG)"},
+        {m_folder / "demo/shot.vj -s Quality=12", 2, "Quality must be a whole number from 0 to 11, not \"12\""},
+        {m_folder / "demo/shot.vj -s Width=-1", 2, "Width must be a whole number, 0 or more"},
+        {m_folder / "demo/shot.vj -s Alpha=perhaps", 2, "Alpha must be Yes or No"},
+        {unknown, 1, "POV-Ray: Widht"},
+        {unknown, 1, "POV-Ray: Curve"},
+        {command + "PacketSize=abc", 2, "PacketSize must be a whole number"},
+        {command + "Priority=900", 2, "Priority must be a whole number from 0 to 100"},
+        {command + "Created=1", 2, "given by the Master"},
+        {command + "WaitForJobID=Shoot", 1, "There is no Job \"Shoot\". Is \"Shot\" meant?"},
+        {command + "WaitForJobID=Shot,x7", 1, "There is no Job \"x7\""},
+        {command + "IncludeEngines=render07", 1, "There is no Engine or Pool \"render07\""},
+        {command + "Pool=Day", 1, "There is no Pool \"Day\""},
     };
     for (auto const& [arguments, code, err] : cases) {
         auto const result = Run("submit " + arguments);
@@ -84,6 +102,61 @@ TEST_F(Submitting, WhatCannotBeIsSentNowhere) {
     EXPECT_EQ(refused.code, 1);
     EXPECT_THAT(refused.err, HasSubstr("The Job's Product is not known to the Master."));
     EXPECT_THAT(refused.out, IsEmpty());
+}
+
+TEST_F(Submitting, NamesBecomeIds) {
+    UID const first = m_master.AddJob("First Shot")->id;
+    UID const second = m_master.AddJob("Second")->id;
+    UID const engine = m_master.AddEngine("render07");
+    UID const pool(true);
+    m_master.pools[pool] = "Night";
+    String const both = first.ToString() + ", " + second.ToString();
+    Rows<String, char const*, String> const cases = {
+        {"WaitForJobID=first shot", p_WaitForJobID, first.ToString()},
+        {"WaitForJobID=First Shot; second", p_WaitForJobID, both},
+        {"WaitForJobID=" + first.ToString().Mid(0, 13) + " Second", p_WaitForJobID, both},
+        {"WaitForJobID=" + pool.ToString(), p_WaitForJobID, pool.ToString()},
+        {"ExcludeEngines=Render07,night", p_ExcludeEngines, engine.ToString() + ", " + pool.ToString()},
+        {"Pool=night", p_Pool, pool.ToString()},
+    };
+    for (auto const& [setting, name, value] : cases) {
+        auto const result = Run("submit -p Command -s CommandLine=x -f 1 -s '" + setting + "'");
+        ASSERT_EQ(result.code, 0) << setting << result.err;
+        EXPECT_EQ(m_master.Got<JobMsg>().back()->job->Get(name, false), value) << setting;
+    }
+    // Of one file, by name: the one that is waited for goes first.
+    File::WriteWhole(m_folder / "two.vj", R"({"format": "Vorlan Jobs", "version": 1, "jobs": [
+        {"product": "Command", "values": {"Name": "Comp", "CommandLine": "x", "WaitForJobID": "The Sim"}},
+        {"product": "Command", "values": {"Name": "The Sim", "CommandLine": "x"}}]})");
+    m_master.commands.clear();
+    ASSERT_EQ(Run("submit " + m_folder / "two.vj").code, 0);
+    auto const got = m_master.Got<JobMsg>();
+    ASSERT_EQ(got.size(), 2U);
+    EXPECT_EQ(got[0]->job->Name(), "The Sim");
+    EXPECT_EQ(got[1]->job->Get(p_WaitForJobID, false), got[0]->job->id.ToString());
+}
+
+TEST_F(Submitting, WhatAnotherVersionWroteIsKept) {
+    auto const result = Run("submit " + WriteJobFile(R"("SceneFile": "a.pov", "OutputFolder": "o", "Grain": 5)", 1,
+                                                     R"("program": 20000, )"));
+    EXPECT_EQ(result.code, 0);
+    EXPECT_THAT(result.err, HasSubstr("POV-Ray: Grain"));
+    EXPECT_EQ(m_master.Got<JobMsg>().back()->job->Get("Grain", false), "5");
+}
+
+TEST_F(Submitting, IsTriedAgainAsTheSameWhenTheConnectionEnds) {
+    m_master.onCommand = [this] {
+        if (m_master.commands.size() == 1)
+            m_master.Drop();
+    };
+    auto const result = Run("submit -p Command -s CommandLine=x -f 1");
+    EXPECT_EQ(result.code, 0) << result.err;
+    auto const got = m_master.Got<JobMsg>();
+    ASSERT_EQ(got.size(), 2U);
+    EXPECT_FALSE(got[0]->submission.IsNull());
+    EXPECT_EQ(got[1]->submission, got[0]->submission);
+    EXPECT_EQ(got[1]->job->id, got[0]->job->id);
+    EXPECT_EQ(result.out, got[0]->job->id.ToString().Str() + "\n");
 }
 
 // Waiting.
@@ -206,6 +279,18 @@ TEST_F(Controlling, ARefusalDoesNotHoldUpTheRestAndAnUnknownNameDoes) {
     EXPECT_THAT(result.err, HasSubstr("Done: The Job is finished."));
     EXPECT_THAT(result.err, HasSubstr("Kept: The Job is kept."));
     EXPECT_EQ(m_master.Got<JobParameterMsg>().size(), 2U) << "nobody asks for what changes nothing";
+}
+
+TEST_F(Controlling, ARefusalIsToldThoughTheConnectionEndsBehindIt) {
+    m_master.refuses[m_master.AddJob("Kept")->id] = "The Job is kept.";
+    m_master.AddJob("Shot");
+    m_master.onCommand = [this] { m_master.Drop(); };
+    Rows<char const*, int> const cases = {{"pause Kept", 1}, {"pause Kept Shot", 3}};
+    for (auto const& [line, code] : cases) {
+        auto const result = Run(line);
+        EXPECT_EQ(result.code, code) << line;
+        EXPECT_THAT(result.err, HasSubstr("The Job is kept."));
+    }
 }
 
 TEST_F(Controlling, StopsWork) {

@@ -55,10 +55,10 @@ protected:
     boost::shared_ptr<Product> m_povray = FakeMaster::ShippedProduct("povray.json");
     boost::shared_ptr<Product> m_command = FakeMaster::CommandProduct();
     Job m_job{UID(true)};
-    FarmView m_view;
 
     void Set(Product const& product, char const* text) {
-        ApplySetting(m_job, product, ParseSetting(text), "/jobs/shots", m_view);
+        ApplySetting(m_job, product, ParseSetting(text), "/jobs/shots");
+        TakeShownChoices(m_job, product);
     }
 };
 
@@ -87,7 +87,10 @@ TEST_F(Submission, PathsCountFromTheirFolder) {
 TEST_F(Submission, SettingsAreTakenAsPeopleMeanThem) {
     Rows<Product const*, char const*, char const*, char const*> const cases = {
         {m_povray.get(), "antialias=Adaptive", "Antialias", "2"},
-        {m_povray.get(), "Format=PNG", "Format", "N"},
+        {m_povray.get(), "Format=png", "Format", "N"},
+        {m_povray.get(), "Format=j", "Format", "J"},
+        {m_povray.get(), "excludeengines=render07", "ExcludeEngines", "render07"},
+        {m_command.get(), "MyShot=s1", "MyShot", "s1"},
         {m_povray.get(), "SceneFile=x.pov", "SceneFile", "/jobs/shots/x.pov"},
         {m_command.get(), "CommandLine=a=b c", "CommandLine", "a=b c"},
     };
@@ -95,14 +98,7 @@ TEST_F(Submission, SettingsAreTakenAsPeopleMeanThem) {
         Set(*product, setting);
         EXPECT_EQ(m_job.Get(name, false), value) << setting;
     }
-    PoolMsg pools;
-    UID const pool(true);
-    pools.pools[pool] = "Night";
-    m_view.TakeMessage(pools);
-    Set(*m_command, "Pool=night");
-    EXPECT_EQ(m_job.Pool(), pool);
-    EXPECT_THROW(Set(*m_command, "Pool=Day"), CommandException);
-    for (char const* bad : {"Widht=3", "Width", "=3"})
+    for (char const* bad : {"Widht=3", "Width", "=3", "MyShot=s1", "RangeCount=3"})
         EXPECT_THROW(Set(*m_povray, bad), CommandException) << bad;
 }
 

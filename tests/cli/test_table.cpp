@@ -51,7 +51,8 @@ TEST(TableLayout, AlignsByColumnsAndShrinksWhatMay) {
     table.AddRow({"12345678", Cell("b", Colour::Red), "100 %"});
     table.AddRow({"x\ny"});
     std::ostringstream out;
-    Terminal terminal(out, out);
+    std::istringstream in;
+    Terminal terminal(out, out, in);
     for (auto const& [width, text] : cases) {
         terminal.width = width;
         out.str("");

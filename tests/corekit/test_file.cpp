@@ -110,6 +110,7 @@ TEST(File, FoldersFollowTheHomeOfTheSystem) {
     EnvironmentValue const home("VORLAN_HOME", nullptr);
     EXPECT_EQ(File::GetUserDir(), folder / ".config/vorlan");
     EXPECT_EQ(File::GetConnectionFile(), File::s_AppDir / "Connection.ini");
+    EXPECT_EQ(File::GetUserConnectionFile(), folder / ".config/vorlan/Connection.ini");
     EXPECT_EQ(File::s_AppDir, Path(std::filesystem::read_symlink("/proc/self/exe")).Branch());
 
     // What lies at our place in the folder of all users may be a trap.

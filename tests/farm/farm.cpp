@@ -119,7 +119,7 @@ std::unique_ptr<cli::Farm> FarmFixture::Connect() const {
     WaitUntil(
         [&] {
             try {
-                farm = std::make_unique<cli::Farm>([] { return cli::ConnectToMaster(String()); });
+                farm = std::make_unique<cli::Farm>([] { return cli::ConnectToMaster({}); });
             } catch (cli::CommandException const& exception) {
                 EXPECT_EQ(exception.Exit(), cli::ExitCode::NoMaster);
             }

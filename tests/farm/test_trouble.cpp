@@ -64,7 +64,7 @@ TEST_F(FarmTrouble, AStrangerWithAnotherKeyGetsNothing) {
         corekit::EnvironmentValue const home("VORLAN_HOME", other.Folder().c_str());
         FarmKey::Create(File::GetMachineDir());
         try {
-            cli::ConnectToMaster(host);
+            cli::ConnectToMaster({host, {}});
             ADD_FAILURE() << "connected with a key of another farm";
         } catch (cli::CommandException const& exception) {
             EXPECT_EQ(exception.Exit(), cli::ExitCode::NoMaster);

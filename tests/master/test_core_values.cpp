@@ -71,6 +71,54 @@ TEST(CoreValues, AreTheProductsDefaultsForAJobWithoutItsOwn) {
     }
 }
 
+TEST(CoreValues, ThatAreNoneAreRefusedWithTheReason) {
+    CoreFarm farm;
+    UID const taken = farm.Submit("taken", {{p_Note, "as it is"}});
+    Rows<char const*, String, String> const cases = {
+        {p_Priority, "900", "Priority must be a whole number from 0 to 100, not \"900\"."},
+        {p_PacketSize, "abc", "PacketSize must be a whole number"},
+        {p_StaggerMode, "5", "StaggerMode must be one of 0 (Work)"},
+        {p_WaitForJobID, taken.ToString().Mid(0, 8), "WaitForJobID must be IDs"},
+        {p_WaitForWholeJob, "perhaps", "WaitForWholeJob must be Yes or No"},
+    };
+    for (auto const& [name, value, reason] : cases) {
+        SCOPED_TRACE(name);
+        auto const isRefused = [&farm, &reason](size_t count) {
+            auto const told = farm.Sent<RefusedMsg>(farm.client);
+            ASSERT_EQ(told.size(), count);
+            EXPECT_EQ(told.back()->reason.Mid(0, reason.size()), reason);
+        };
+        UID const id = farm.Submit("bad", {{name, value}});
+        EXPECT_FALSE(farm.FindJob(id));
+        isRefused(1);
+        farm.SetParameter(taken, name, value);
+        isRefused(1);
+        farm.Submit("taken", {{name, value}});
+        isRefused(1);
+    }
+    EXPECT_EQ(farm.FindJob(taken)->job->Note(), "as it is");
+}
+
+TEST(CoreValues, ASubmissionThatComesAgainIsAnsweredAsTheFirst) {
+    CoreFarm farm;
+    auto const job = boost::make_shared<Job>(UID(true));
+    job->Set(p_Type, farm.TypeOf(ProductClass::Sequence).ToString());
+    auto const message = JobMsg::Create(job, UID(true));
+    farm.Send(farm.client, message);
+    ASSERT_TRUE(farm.FindJob(job->id));
+    uint64_t const number = farm.FindJob(job->id)->number;
+    farm.SetParameter(job->id, p_Status, String::From(static_cast<int>(UserCanceled)));
+    farm.Send(farm.client, message);
+    EXPECT_EQ(farm.FindJob(job->id)->number, number);
+    EXPECT_TRUE(farm.FindJob(job->id)->settings.IsFinished()) << "it does not run twice";
+    auto const gone = DeleteJobMsg::New();
+    gone->job = job->id;
+    farm.Send(farm.client, gone);
+    farm.Send(farm.client, message);
+    EXPECT_FALSE(farm.FindJob(job->id));
+    EXPECT_TRUE(farm.Sent<RefusedMsg>(farm.client).empty());
+}
+
 TEST(CoreValues, ARenamedJobLeavesItsUnitsTheirNames) {
     CoreFarm farm;
     farm.AddEngine("e", 1);

@@ -76,6 +76,9 @@ TEST(MasterFinder, ReadsTheConnectionFileEachTime) {
         EXPECT_EQ(MasterFinder::ListenPort(), listen) << file;
     }
     File::WriteWhole(File::GetConnectionFile(), "[Master]\nPeer=alpha\nPort=8000\n");
+    File::WriteWhole(File::GetUserConnectionFile(), "[Master]\nPeer=users\n");
+    EXPECT_EQ(texts(), "users:7466") << "the user's own comes first, as a whole";
+    File::WriteWhole(File::GetUserConnectionFile(), "");
     own = {" ", 9000};
     EXPECT_EQ(texts(), "alpha:8000") << "a port alone names nobody";
     own = {"gamma delta:1", 9000};

@@ -54,7 +54,8 @@ TEST_F(JobFileTest, MakesNewJobsOfStoredOnes) {
     out.AddJob(MakeJob({{p_Status, "-1"}}));
     // Those that wait for each other do so under their new ids.
     jobs[0]->Set(p_WaitForJobID, UIDsToString(std::vector<UID>{jobs[1]->id, elsewhere}));
-    jobs[1]->Set(p_WaitForJobID, jobs[1]->id.ToString());
+    jobs[1]->Set(p_WaitForJobID, jobs[1]->id.ToString() + "; the sim, nobody");
+    out.AddJob(MakeJob({{p_Name, "The Sim"}}));
     out.SaveJobs();
     JobFile const in(path, true, false);
     Job const& job = *in.Jobs()[0];
@@ -67,7 +68,8 @@ TEST_F(JobFileTest, MakesNewJobsOfStoredOnes) {
     EXPECT_EQ(job.Get(p_Range, false), "1-5");
     EXPECT_EQ(StringToUIDs(job.Get(p_WaitForJobID, false)), (std::vector<UID>{other.id, elsewhere}));
     EXPECT_TRUE(other.IsPaused());
-    EXPECT_EQ(other.Get(p_WaitForJobID, false), other.id.ToString());
+    EXPECT_EQ(other.Get(p_WaitForJobID, false), other.id.ToString() + ", " + in.Jobs()[2]->id.ToString() + ", nobody")
+        << "by name, and what nobody knows is kept";
 }
 
 TEST_F(JobFileTest, KeepsWhatANewerProgramWrote) {

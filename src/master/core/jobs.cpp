@@ -5,6 +5,7 @@
 #include "master/core/runs.h"
 
 #include <boost/make_shared.hpp>
+#include <vorlan/jobcheck.h>
 #include <vorlan/keys.h>
 #include <vorlan/launch.h>
 #include <vorlan/status.h>
@@ -181,16 +182,31 @@ bool Jobs::Submit(boost::shared_ptr<Job> const& job, PeerId peer) {
 void Jobs::OnJob(PeerId peer, JobMsg const& message) {
     if (!message.job)
         return;
+    bool const isSubmission = !message.submission.IsNull();
     if (JobEntry* const job = m_farm.FindJob(message.job->id)) {
-        Edit(*job, message.job, peer);
+        // The same submission again, since its answer was lost.
+        if (!isSubmission && MayHaveValues(peer, *message.job, job->job.get()))
+            Edit(*job, message.job, peer);
         return;
     }
     auto const& deleted = m_farm.recentlyDeleted;
-    if (message.job->IsFinished() && std::find(deleted.begin(), deleted.end(), message.job->id) != deleted.end()) {
+    bool const wasDeleted = std::find(deleted.begin(), deleted.end(), message.job->id) != deleted.end();
+    if (wasDeleted && isSubmission)
+        return;
+    if (wasDeleted && message.job->IsFinished()) {
         m_farm.out.Refuse(peer, message.job->id, "The Job was deleted in the meantime.");
         return;
     }
-    Submit(message.job, peer);
+    if (MayHaveValues(peer, *message.job, nullptr))
+        Submit(message.job, peer);
+}
+
+// False, after telling the peer, when a value that `former` has not got is none.
+bool Jobs::MayHaveValues(PeerId peer, Job const& job, Job const* former) const {
+    String const wrong = CheckJobValues(job, m_farm.FindProduct(job.Type()).get(), former);
+    if (!wrong.Empty())
+        m_farm.out.Refuse(peer, job.id, wrong);
+    return wrong.Empty();
 }
 
 void Jobs::Edit(JobEntry& job, boost::shared_ptr<Job> const& wanted, PeerId peer) {
@@ -278,11 +294,12 @@ void Jobs::OnParameter(PeerId peer, JobParameterMsg const& message) {
             m_farm.out.Refuse(peer, job->id, "The parameter \"" + message.name.Mid(0, 100) + "\" cannot be set.");
             return;
         }
+        if (String const wrong = CheckJobValue(message.name, message.value, job->product.get()); !wrong.Empty()) {
+            m_farm.out.Refuse(peer, job->id, wrong);
+            return;
+        }
         auto const changed = boost::make_shared<Job>(*job->job);
-        String value = message.value;
-        if (message.name.CompareNoCase(p_Priority) == 0)
-            value = String::From(std::clamp<int64_t>(value.Int(job->settings.priority), 0, 100));
-        if (!changed->SetParameter(message.name, value) || !TakeRange(*job, changed, peer))
+        if (!changed->SetParameter(message.name, message.value) || !TakeRange(*job, changed, peer))
             return;
     }
     ReadSettings(*job);

@@ -52,6 +52,7 @@ public:
 private:
     enum class Redivide { No, Yes };
 
+    bool MayHaveValues(PeerId peer, Job const& job, Job const* former) const;
     String CheckRange(Job const& job, Product const& product, FrameMap& frames) const;
     void FillEngines(JobEntry& job);
     void ReadSettings(JobEntry& job);

@@ -7,12 +7,14 @@
 #include <corekit/sformat.h>
 #include <nlohmann/json.hpp>
 #include <vorlan/job.h>
+#include <vorlan/jobcheck.h>
 #include <vorlan/jobfactory.h>
 #include <vorlan/keys.h>
 #include <vorlan/optionstext.h>
 #include <vorlan/product.h>
 #include <vorlan/version.h>
 
+#include <set>
 #include <string>
 
 namespace vorlan {
@@ -142,12 +144,14 @@ struct UnknownOfJob {
 boost::shared_ptr<Job> ReadJob(Json const& json, size_t number, UnknownOfJob& unknown) {
     if (!json.is_object())
         Fail(SFormat("Job %zu of the list is no object in braces.", number + 1));
-    UID const id = UIDMember(json, k_KeyID);
+    auto const values = json.find(k_KeyValues);
+    UID id = UIDMember(json, k_KeyID);
+    if (id.IsNull() && values != json.end() && values->is_object())
+        id = UIDMember(*values, p_ID);
     auto const job = boost::make_shared<Job>(id.IsNull() ? UID(true) : id);
     job->parentID = UIDMember(json, k_KeyParent);
     unknown.productName = TextMember(json, k_KeyProduct);
     unknown.members = Without(json, {k_KeyID, k_KeyParent, k_KeyProduct, k_KeyValues});
-    auto const values = json.find(k_KeyValues);
     if (values == json.end())
         return job;
     if (!values->is_object())
@@ -199,24 +203,28 @@ void MakeFresh(Job& job) {
     job.SetCreated(Time::CurrentTime());
 }
 
-// Jobs of one file that wait for each other do so under their new ids; the ids of
-// others stay. Of two Jobs with one id the first is meant.
+// Jobs of one file that wait for each other, by id or by name, do so under their new ids; the ids of
+// others stay. Of two Jobs with one id or name the first is meant.
 void MakeAllFresh(std::vector<boost::shared_ptr<Job>> const& jobs) {
-    std::map<UID, UID> fresh;
+    std::map<String, UID, String::ciless> fresh;
     for (boost::shared_ptr<Job> const& job : jobs) {
-        UID const former = job->id;
+        String const former = job->id.ToString();
         MakeFresh(*job);
         fresh.emplace(former, job->id);
+        if (!job->Name().Empty())
+            fresh.emplace(job->Name(), job->id);
     }
+    auto const find = [&fresh](String const& word, UID& id) {
+        UID former;
+        auto const found = fresh.find(UID::FromString(word, former) ? former.ToString() : word);
+        if (found != fresh.end())
+            id = found->second;
+        return found != fresh.end();
+    };
     for (boost::shared_ptr<Job> const& job : jobs) {
-        std::vector<UID> awaited = StringToUIDs(job->Get(p_WaitForJobID, false));
-        if (awaited.empty())
-            continue;
-        for (UID& id : awaited) {
-            if (auto const found = fresh.find(id); found != fresh.end())
-                id = found->second;
-        }
-        job->Set(p_WaitForJobID, UIDsToString(awaited));
+        String const awaited = job->Get(p_WaitForJobID, false);
+        if (!awaited.Empty())
+            job->Set(p_WaitForJobID, NamesToUIDs(awaited, find));
     }
 }
 
@@ -273,13 +281,21 @@ JobFile::JobFile(Path const& path, bool forReading, bool asStored)
         Read();
 }
 
+JobFile::JobFile(String const& text, String const& name)
+    : m_path(name), m_asStored(false), m_unknown(std::make_unique<Unknown>()) {
+    Take(text);
+}
+
 JobFile::~JobFile() = default;
 
 void JobFile::Read() {
     int64_t const bytes = File::Size(m_path);
     if (bytes > static_cast<int64_t>(k_MaxFileBytes))
         throw ParseException("The Job file " + m_path + SFormat(" is larger than %zu bytes.", k_MaxFileBytes));
-    String const text = File::Read(m_path);
+    Take(File::Read(m_path));
+}
+
+void JobFile::Take(String const& text) {
     try {
         m_jobs = m_unknown->Read(text);
     } catch (ParseException const& exception) {
@@ -306,6 +322,34 @@ void JobFile::ConformFromVersion(unsigned version) {
                 "', which has another id now.");
         job->Set(p_Type, product->Type().ToString());
     }
+}
+
+String JobFile::CheckNames() const {
+    std::set<String, String::ciless> names;
+    for (boost::shared_ptr<Job> const& job : m_jobs) {
+        auto const product = JobFactory::s_JobFactory->GetProduct(job->Type());
+        if (!product)
+            continue;
+        for (auto const& [name, value] : job->Values()) {
+            if (!IsJobValueName(name, *product))
+                names.insert(product->Name() + ": " + name);
+        }
+        if (auto const unknown = m_unknown->jobs.find(job.get()); unknown != m_unknown->jobs.end()) {
+            for (auto const& [name, value] : unknown->second.values.items())
+                names.insert(product->Name() + ": " + name + ", which is no text and no number");
+        }
+    }
+    if (names.empty())
+        return {};
+    String list;
+    for (String const& name : names)
+        list += "\n  " + name;
+    bool const isOurs =
+        (m_writerVersion == 0 || m_writerVersion == k_VorlanVersion) && m_unknown->formatVersion <= k_FormatVersion;
+    if (isOurs)
+        throw ParseException(m_path + " has values of names that nobody knows:" + list,
+                             "Mend the names; `vorlan products NAME` lists those of a Product.");
+    return m_path + " was written by another version. Names that nobody knows here are kept:" + list;
 }
 
 void JobFile::SaveJobs() {

@@ -18,14 +18,17 @@ namespace {
 
 MasterHosts ReadConnectionFile() {
     MasterHosts configured;
-    Path const path = File::GetConnectionFile();
-    try {
-        IniFile file;
-        file.Load(path);
-        configured.hosts = file.GetValue("Master", "Peer", "");
-        configured.port = file.GetValue("Master", "Port", static_cast<unsigned short>(0));
-    } catch (Exception const& exception) {
-        LogWarning("The connection settings are not used: " + String(exception.what()));
+    for (Path const& path : {File::GetUserConnectionFile(), File::GetConnectionFile()}) {
+        try {
+            IniFile file;
+            file.Load(path);
+            configured.hosts = file.GetValue("Master", "Peer", "");
+            configured.port = file.GetValue("Master", "Port", static_cast<unsigned short>(0));
+        } catch (Exception const& exception) {
+            LogWarning("The connection settings are not used: " + String(exception.what()));
+        }
+        if (!configured.hosts.Trim().Empty())
+            break;
     }
     return configured;
 }

@@ -54,6 +54,7 @@ Product& Product::operator=(Product const& other) {
     m_longHelp = other.m_longHelp;
     m_summary = other.m_summary;
     m_aliases = other.m_aliases;
+    m_freeNames = other.m_freeNames;
     m_params = DeepCopy(other.m_params);
     m_commands = DeepCopy(other.m_commands);
     m_autoDetect = other.m_autoDetect;
@@ -85,6 +86,15 @@ bool Product::IsCalled(String const& nameOrAlias) const {
     return m_name.CompareNoCase(nameOrAlias) == 0 ||
            std::any_of(m_aliases.begin(), m_aliases.end(),
                        [&](String const& alias) { return alias.CompareNoCase(nameOrAlias) == 0; });
+}
+
+bool Product::IsFreeName(String const& name) const {
+    return std::any_of(m_freeNames.begin(), m_freeNames.end(), [&name](String const& free) {
+        if (!free.EndsWith("*"))
+            return free.CompareNoCase(name) == 0;
+        String const start = free.Mid(0, free.size() - 1);
+        return start.CompareNoCase(name.Mid(0, start.size())) == 0;
+    });
 }
 
 void Product::SetHelp(String const& shortHelp, String const& longHelp) {

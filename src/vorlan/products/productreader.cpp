@@ -62,8 +62,8 @@ boost::shared_ptr<Product> ProductReader::Read(String const& text) {
     if (root.Has("Output"))
         ReadOutput(root.Member("Output"));
     m_product->m_extra = root.ExtraMembers({"Format", "ID", "Name", "Class", "Queue", "Customized", "EvenPackets",
-                                            "Aliases", "ShortHelp", "LongHelp", "Summary", "Values", "Parameters",
-                                            "Commands", "AutoDetect", "Launch", "Output"});
+                                            "Aliases", "FreeNames", "ShortHelp", "LongHelp", "Summary", "Values",
+                                            "Parameters", "Commands", "AutoDetect", "Launch", "Output"});
     m_product->ClearCache();
     return m_product;
 }
@@ -100,12 +100,16 @@ void ProductReader::ReadIdentity(JsonPlace const& root) {
         product.m_longHelp = root.Member("LongHelp").Lines();
     if (root.Has("Summary"))
         product.m_summary = root.Member("Summary").Text();
-    if (root.Has("Aliases")) {
-        JsonPlace const aliases = root.Member("Aliases");
-        aliases.ExpectList();
-        for (size_t i = 0; i < aliases.Value().size(); ++i)
-            product.AddAlias(aliases.Item(i).Text());
-    }
+    auto const readTexts = [&root](char const* key, std::vector<String>& texts) {
+        if (!root.Has(key))
+            return;
+        JsonPlace const list = root.Member(key);
+        list.ExpectList();
+        for (size_t i = 0; i < list.Value().size(); ++i)
+            texts.push_back(list.Item(i).Text());
+    };
+    readTexts("Aliases", product.m_aliases);
+    readTexts("FreeNames", product.m_freeNames);
 }
 
 void ProductReader::ReadParameters(JsonPlace const& list) {

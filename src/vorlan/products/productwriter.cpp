@@ -31,6 +31,8 @@ Json ProductWriter::Write(Product const& product) {
         json["EvenPackets"] = true;
     for (String const& alias : product.m_aliases)
         json["Aliases"].push_back(alias.Str());
+    for (String const& name : product.m_freeNames)
+        json["FreeNames"].push_back(name.Str());
     AddText(json, "ShortHelp", product.m_shortHelp);
     AddText(json, "LongHelp", product.m_longHelp);
     AddText(json, "Summary", product.m_summary);

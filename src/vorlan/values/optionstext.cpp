@@ -1,5 +1,7 @@
 #include <vorlan/optionstext.h>
 
+#include <corekit/stringtokenizer.h>
+
 #include <algorithm>
 #include <cctype>
 
@@ -318,6 +320,27 @@ std::vector<UID> StringToUIDs(std::string_view text) {
         ++at;
     }
     return ids;
+}
+
+String NamesToUIDs(String const& text, std::function<bool(String const& name, UID& id)> const& find) {
+    String list;
+    auto const add = [&list](String const& item) { list += (list.Empty() ? "" : ", ") + item; };
+    StringTokenizer parts(text, ",;");
+    String part;
+    while (parts.Next(part)) {
+        UID id;
+        if (part.Trim().Empty())
+            continue;
+        if (find(part.Trim(), id)) {
+            add(id.ToString());
+            continue;
+        }
+        StringTokenizer words(part, " \t\r\n");
+        String word;
+        while (words.Next(word))
+            add(find(word, id) ? id.ToString() : word);
+    }
+    return list;
 }
 
 } // namespace vorlan

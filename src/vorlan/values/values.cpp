@@ -1,5 +1,8 @@
 #include <vorlan/values.h>
 
+#include "numbertext.h"
+
+#include <corekit/sformat.h>
 #include <vorlan/optionstext.h>
 #include <vorlan/range.h>
 #include <vorlan/valueblock.h>
@@ -11,12 +14,6 @@ namespace vorlan {
 
 namespace {
 
-String NumberText(double number) { return String::From(static_cast<int64_t>(number)); }
-
-bool IsWithin(ValueInfo const& info, double number) {
-    return info.low >= info.high || (number >= info.low && number <= info.high);
-}
-
 // The whole text is one number, which a reader of the value takes as it stands.
 bool IsNumberText(String const& text, bool whole) {
     if (text.FindOneNotOf(whole ? "+-0123456789" : "+-.eE0123456789") != String::npos)
@@ -25,15 +22,6 @@ bool IsNumberText(String const& text, bool whole) {
         return text.Int(0) == text.Int(1);
     double const number = text.Float(std::numeric_limits<double>::quiet_NaN());
     return std::isfinite(number);
-}
-
-String CheckNumber(ValueInfo const& info, String const& text) {
-    bool const whole = info.kind == ValueKind::Whole;
-    if (IsNumberText(text, whole) && IsWithin(info, whole ? static_cast<double>(text.Int()) : text.Float()))
-        return {};
-    String const range =
-        info.low < info.high ? " from " + NumberText(info.low) + " to " + NumberText(info.high) : String();
-    return (whole ? "a whole number" : "a number") + range;
 }
 
 bool AreIDs(String const& text) {
@@ -58,7 +46,7 @@ String Wanted(ValueInfo const& info, String const& text) {
         return text.Bool(true) == text.Bool(false) ? String() : "Yes or No";
     case ValueKind::Whole:
     case ValueKind::Real:
-        return CheckNumber(info, text);
+        return WantedNumber(text, info.kind == ValueKind::Whole, {info.low, info.high});
     case ValueKind::Moment:
         return IsNumberText(text, true) ? String() : "a time in milliseconds";
     case ValueKind::ID:
@@ -74,6 +62,15 @@ String Wanted(ValueInfo const& info, String const& text) {
 }
 
 } // namespace
+
+String WantedNumber(String const& text, bool whole, NumberBounds const& bounds) {
+    bool const isBounded = bounds.low < bounds.high;
+    double const number = whole ? static_cast<double>(text.Int()) : text.Float();
+    if (IsNumberText(text, whole) && (!isBounded || (number >= bounds.low && number <= bounds.high)))
+        return {};
+    String const kind = whole ? "a whole number" : "a number";
+    return isBounded ? kind + SFormat(" from %.10g to %.10g", bounds.low, bounds.high) : kind;
+}
 
 ValueInfo const* FindValue(std::string_view name) {
     uint32_t const number = NameTable::Lookup(name);

@@ -7,6 +7,7 @@
 #include <boost/make_shared.hpp>
 #include <corekit/callentry.h>
 #include <corekit/exception.h>
+#include <corekit/log.h>
 #include <corekit/threadpool.h>
 #include <vorlan/jobfile.h>
 #include <vorlan/messages.h>
@@ -28,7 +29,10 @@ struct LoadedFile {
 LoadedFile Load(Path const& path) {
     LoadedFile loaded;
     try {
-        loaded.jobs = JobFile(path, true, false).Jobs();
+        JobFile const file(path, true, false);
+        if (String const warning = file.CheckNames(); !warning.Empty())
+            LogWarning(warning);
+        loaded.jobs = file.Jobs();
     } catch (Exception const& exception) {
         loaded.failure = exception.what();
     }
