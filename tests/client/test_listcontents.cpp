@@ -1,6 +1,7 @@
 // The rows of a list: which id stands where.
 #include "test.h"
 
+#include "rows/columnfit.h"
 #include "rows/listcontents.h"
 #include "rows/sortkey.h"
 
@@ -117,6 +118,16 @@ TEST(SortKeys, OrderAsTheTextsDo) {
     EXPECT_EQ(OrderedNumber(-0.0), OrderedNumber(0.0));
     EXPECT_LT(OrderedNumber(std::numeric_limits<int64_t>::min()), OrderedNumber(int64_t{-1}));
     EXPECT_LT(OrderedNumber(int64_t{-1}), OrderedNumber(int64_t{0}));
+}
+
+TEST(ColumnFit, WhatIsNotFilledIsGivenUpFirst) {
+    std::vector<ColumnNeed> const needs{{220, 150, 140}, {60, 80, 60}, {180, 400, 100}};
+    for (auto const& [room, widths] : Rows<int, std::vector<int>>{{1000, {220, 80, 300}},
+                                                                  {560, {180, 80, 300}},
+                                                                  {530, {150, 80, 300}},
+                                                                  {415, {145, 70, 200}},
+                                                                  {10, {140, 60, 100}}})
+        EXPECT_EQ(FittedWidths(needs, room, 300), widths) << room;
 }
 
 } // namespace vorlan::test_listcontents

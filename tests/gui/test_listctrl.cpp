@@ -303,6 +303,7 @@ TEST_F(ListCtrlTest, TheKeyboardStaysWithItsRow) {
 }
 
 TEST_F(ListCtrlTest, ColumnsAreAsWideAsWhatTheyHold) {
+    m_frame->SetClientSize(1600, 300);
     m_frame->Hide();
     auto& list = Add<>();
     list.SetDefaultColumns();
@@ -322,6 +323,16 @@ TEST_F(ListCtrlTest, ColumnsAreAsWideAsWhatTheyHold) {
     String const fitted = String::From(list.GetColumnWidth(k_Name));
     String const kept = Options().GetValue(k_Section, "AllColumns", String());
     EXPECT_TRUE(kept.Contains("Name," + fitted + ",")) << kept.c_str();
+    // In a narrow window as many as can be can be read, until somebody chooses a width.
+    auto const isNameIn = [&](int width, int expected) {
+        list.SetSize(width, 300);
+        return list.GetColumnWidth(k_Name) == expected;
+    };
+    int const least = list.FromDIP(ColumnWidth::Least(ColumnWidth::Name));
+    EXPECT_TRUE(isNameIn(400, least) && isNameIn(1600, static_cast<int>(fitted.Int())));
+    wxListEvent dragged(wxEVT_LIST_COL_END_DRAG, list.GetId());
+    list.HandleWindowEvent(dragged);
+    EXPECT_TRUE(isNameIn(400, static_cast<int>(fitted.Int())) && isNameIn(1600, static_cast<int>(fitted.Int())));
     // The last one takes the rest, whatever becomes of its own width.
     while (list.GetColumnCount() > 2)
         list.RemoveColumn(2);

@@ -1,10 +1,12 @@
 // The columns of a ListCtrlBase: which sort it, and how the options remember them.
 #include "listctrlbase.h"
+#include "rows/columnfit.h"
 
 #include <corekit/stringtokenizer.h>
 #include <vorlan/vorlanapp.h>
 #include <wx/intl.h>
 #include <wx/listctrl.h>
+#include <wx/settings.h>
 #include <wx/thread.h>
 #include <wx/wxvtext.h>
 
@@ -75,6 +77,7 @@ void ListCtrlBase::OnColumnsChanged(std::vector<int> const& now) {
         return column >= 0 && static_cast<size_t>(column) < now.size() ? now[static_cast<size_t>(column)] : column;
     };
     bool const hadSecond = m_secondary >= 0;
+    m_fittedRoom = -1;
     m_primary = where(m_primary);
     m_secondary = where(m_secondary);
     if (m_primary < 0 || (hadSecond && m_secondary < 0))
@@ -85,18 +88,27 @@ void ListCtrlBase::OnColumnsChanged(std::vector<int> const& now) {
         SetSortColImage(-1);
 }
 
-// Columns whose width the list may choose are made wider, once, for what the first rows
-// hold. Somebody may have had them kept before.
+// Columns whose width the list may choose are made for the width of the list, and once for
+// what its first rows hold. Somebody may have had them kept before.
 void ListCtrlBase::FitColumns() {
-    if (!m_fitsColumns || !HasRowsInView() || !IsShownOnScreen())
+    // Whether the list has its bar or not, so that a row more moves no column.
+    int const room = GetSize().x - wxSystemSettings::GetMetric(wxSYS_VSCROLL_X, this);
+    bool const hasRows = HasRowsInView();
+    if (!m_fitsColumns || !IsShownOnScreen() || (room == m_fittedRoom && (m_fittedToRows || !hasRows)))
         return;
-    m_fitsColumns = false;
+    m_fittedRoom = room;
+    m_fittedToRows = m_fittedToRows || hasRows;
+    std::vector<ColumnNeed> needs;
     for (int column = 0; column < GetColumnCount(); ++column) {
-        int const former = GetColumnWidth(static_cast<size_t>(column));
+        int const start = StartWidth(GetColumnType(static_cast<size_t>(column)));
+        int const label = GetLabelWidth(column);
         SetColumnWidth(column, k_FitWidth, false);
-        int const fitting = GetColumnWidth(static_cast<size_t>(column));
-        SetColumnWidth(column, std::clamp(fitting, former, std::max(former, FromDIP(k_MostFitted))), false);
+        needs.push_back({std::max(FromDIP(start), label), GetColumnWidth(static_cast<size_t>(column)),
+                         std::max(FromDIP(ColumnWidth::Least(start)), label)});
     }
+    std::vector<int> const widths = FittedWidths(needs, room, FromDIP(k_MostFitted));
+    for (int column = 0; column < GetColumnCount(); ++column)
+        SetColumnWidth(column, widths[static_cast<size_t>(column)], false);
     Refresh(false); // the header, too
     if (!VorlanApp::GetOptions().GetValue(m_section, k_AllColumns, String()).Empty())
         SaveColumnInfo();
@@ -121,6 +133,7 @@ void ListCtrlBase::SetDefaultColumns() {
     RemoveAllColumns();
     DefaultColumns();
     m_fitsColumns = true;
+    m_fittedToRows = false;
     SaveColumnInfo();
     SetSortColImage(-1);
 }

@@ -40,6 +40,10 @@ ListCtrlBase::ListCtrlBase(wxWindow* parent, int id, String section, long style,
     Bind(wxEVT_LIST_ITEM_SELECTED, &ListCtrlBase::OnItemSelected, this);
     Bind(wxEVT_LIST_ITEM_DESELECTED, &ListCtrlBase::OnItemDeselect, this);
     Bind(wxEVT_LIST_ITEM_ACTIVATED, &ListCtrlBase::OnDoubleClick, this);
+    Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
+        event.Skip();
+        FitColumns();
+    });
     wxTimed::s_Timer0250.Connect(this, &ListCtrlBase::OnTick);
 }
 
@@ -207,6 +211,7 @@ void ListCtrlBase::RestorePlace(Place place) {
     SetCurrentRow(RowOfKeyboard(place));
     if (m_contents.empty())
         SetEmptyText(EmptyText());
+    FitColumns();
     ReleasePicture();
     Redraw();
     SetScrollPos(wxVERTICAL, place.scroll, true);

@@ -80,6 +80,8 @@ protected:
         Changes, // the objects have told that they changed
     };
 
+    // What a column of this type begins with, in device-independent pixels.
+    virtual int StartWidth(int type) const = 0;
     // Adds the columns that a list of this kind begins with.
     virtual void DefaultColumns() = 0;
     // Fills the contents from the data, without what the filter leaves out.
@@ -139,8 +141,10 @@ private:
     std::unique_ptr<Place> m_placeBeforeLoad;
     // Changes have been missed while nobody looked.
     bool m_isStale = false;
-    // The columns are those that a list begins with, and have seen no rows yet.
+    // The columns are those that a list begins with, and nobody has made one wider.
     bool m_fitsColumns = false;
+    bool m_fittedToRows = false;
+    int m_fittedRoom = -1; // the width that they are made for; -1: none
 };
 
 // The marks of the sort columns: 0 and 1 up and down for the first, 2 and 3 for the second.

@@ -74,6 +74,12 @@ void RowListCtrl<Kind>::InsertKnownColumn(int position, int type) {
 }
 
 template <class Kind>
+int RowListCtrl<Kind>::StartWidth(int type) const {
+    auto const* const column = Kind::Find(type);
+    return column ? column->width : ColumnWidth::Word;
+}
+
+template <class Kind>
 char const* RowListCtrl<Kind>::ColumnMenuTitle(int type) const {
     auto const* const column = Kind::Find(type);
     return column && column->menuTitle ? column->menuTitle : ColumnTitle(type);

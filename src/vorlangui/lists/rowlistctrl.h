@@ -48,6 +48,7 @@ public:
     void OnInternalIdle() override;
 
 protected:
+    int StartWidth(int type) const override;
     void DefaultColumns() override;
     void DoRefill() override;
     void DoSort() override;

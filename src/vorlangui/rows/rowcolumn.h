@@ -33,6 +33,10 @@ struct ColumnWidth {
     static constexpr int Time = 130;
     static constexpr int Word = 100;
     static constexpr int Number = 64;
+
+    // What such a column keeps where all of them have too little room: texts of any length
+    // can be read in part.
+    static constexpr int Least(int width) { return width == Name ? 180 : width == Text ? 80 : width; }
 };
 
 // RowColumn is a type of column of one kind of list. Tables of them are constant.

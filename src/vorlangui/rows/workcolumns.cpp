@@ -20,8 +20,7 @@ Job const& JobOf(WorkInfo const& info) { return info.job && info.job->job ? *inf
 constexpr std::array k_WorkColumns{
     WorkColumn{.type = WorkColumns::Work,
                .title = "Work",
-               .text = [](WorkInfo const& info, String const&, Time) { return info.work->Name(); },
-               .width = ColumnWidth::Name},
+               .text = [](WorkInfo const& info, String const&, Time) { return info.work->Name(); }},
     WorkColumn{.type = WorkColumns::JobName,
                .title = "Job",
                .text = [](WorkInfo const& info, String const&,
