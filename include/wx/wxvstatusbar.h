@@ -4,7 +4,8 @@
 #include <wx/statusbr.h>
 
 // wxvStatusBar is a status bar in the scheme's colours: one quiet line above it, texts
-// that lose what is in brackets where they do not fit, and then end in an ellipsis.
+// that lose what is in brackets where they do not fit, and then end in an ellipsis. They
+// may reach into fields behind them that have no text.
 // Owner: its frame. Thread: the GUI thread.
 class wxvStatusBar : public wxStatusBar {
 public:
@@ -12,6 +13,9 @@ public:
     static constexpr int k_Padding = 10;
 
     explicit wxvStatusBar(wxWindow* parent);
+
+    // The width in which a field's text is shown, in pixels.
+    int RoomOf(int field) const;
 
 protected:
     void DoUpdateStatusText(int field) override;

@@ -9,6 +9,8 @@
 #include <wx/splitter.h>
 #include <wx/statusbr.h>
 #include <wx/wxvcolors.h>
+#include <wx/wxvstatusbar.h>
+#include <wx/wxvtext.h>
 
 namespace vorlan {
 
@@ -189,6 +191,26 @@ TEST_F(MainWindowTest, TheInfoPaneKeepsUp) {
     EXPECT_TRUE(PumpUntil([&] { return pane.Facts().state == "Disabled"; }));
     Window().ClearData();
     EXPECT_EQ(pane.Facts(), InfoFacts());
+}
+
+TEST_F(MainWindowTest, ANarrowInfoPaneBreaksNoWordAndScrolls) {
+    StartLarge();
+    InfoPane& pane = *Window().Info();
+    pane.SetToEngine(EngineList::Get().FindEngine(AddEngine("rack7", true)));
+    for (int const width : {300, 150}) {
+        pane.SetSize(width, 100);
+        for (size_t i = 0; i < pane.Facts().facts.size(); ++i)
+            EXPECT_EQ(wxJoin(pane.LinesOf(i), ' ', '\0'), wxvText(pane.Facts().facts[i].value)) << width;
+    }
+    EXPECT_GT(pane.GetVirtualSize().y, pane.GetClientSize().y);
+}
+
+TEST_F(MainWindowTest, AFieldWithoutATextLendsItsRoom) {
+    StartLarge();
+    auto& bar = dynamic_cast<wxvStatusBar&>(*Window().GetStatusBar());
+    int const alone = bar.RoomOf(0);
+    Window().SetAdministrator(true);
+    EXPECT_LT(bar.RoomOf(0) + 100, alone);
 }
 
 } // namespace vorlan

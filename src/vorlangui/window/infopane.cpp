@@ -6,6 +6,7 @@
 #include <corekit/callentry.h>
 #include <wx/control.h>
 #include <wx/dcbuffer.h>
+#include <wx/dcclient.h>
 #include <wx/intl.h>
 #include <wx/wxvfont.h>
 #include <wx/wxvtext.h>
@@ -23,29 +24,41 @@ constexpr int k_FactsTop = 76;
 constexpr int k_FactHeight = 22;
 constexpr int k_LineHeight = 18; // within a fact
 constexpr int k_NameGap = 16;
+constexpr int k_LeastValueWidth = 88; // beside the names: a date, and most words
+constexpr int k_GapBelow = 4;         // more behind a value below its name
 constexpr int k_WidestName = 160;
 constexpr int k_HeadingPoints = 4;
-constexpr int k_HeadingLines = 2;
+constexpr int k_HeadingLines = 3;
 
 constexpr int k_MostLines = 3; // of a value
 constexpr int k_EmptyRise = 5; // the empty text stands at 2 / 5 of the height
 
+wxArrayString Lines(wxDC& dc, wxString const& text, int room, int most) {
+    auto const widthOf = [&dc](wxString const& line) { return dc.GetTextExtent(line).x; };
+    return wxSplit(wxvWrapped(text, room, most, widthOf), '\n', '\0');
+}
+
 } // namespace
 
-InfoPane::InfoPane(wxWindow* parent) : wxvPanel(parent, ColorName::WindowBG) {
+InfoPane::InfoPane(wxWindow* parent)
+    : wxvPanel(parent, ColorName::WindowBG, wxID_ANY, wxVSCROLL | wxNO_BORDER), wxScrollHelper(this) {
     SetName("InfoPane");
     SetBackgroundStyle(wxBG_STYLE_PAINT);
     SetFont(wxvFont());
     Bind(wxEVT_PAINT, &InfoPane::OnPaint, this);
     Bind(wxEVT_MOTION, &InfoPane::OnMotion, this);
+    ShowScrollbars(wxSHOW_SB_NEVER, wxSHOW_SB_DEFAULT);
+    SetScrollRate(0, FromDIP(k_LineHeight));
     Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
         event.Skip();
+        Arrange();
         Refresh();
     });
 }
 
 void InfoPane::SetTo(Source source) {
     m_source = std::move(source);
+    Scroll(0, 0);
     Collect();
 }
 
@@ -84,7 +97,7 @@ void InfoPane::Collect() {
         return;
     m_facts = std::move(facts);
     m_arrangedWidth = -1;
-    m_places.clear();
+    Arrange();
     m_tipFact = -1;
     UnsetToolTip();
     Refresh();
@@ -105,31 +118,38 @@ int InfoPane::NameWidth(wxDC& dc) const {
     return std::min(width, FromDIP(k_WidestName));
 }
 
-void InfoPane::Arrange(wxDC& dc) {
-    int const width = GetClientSize().x;
-    if (m_arrangedWidth == width)
-        return;
-    m_arrangedWidth = width;
-    auto const wrap = [&dc](wxString const& text, int room, int lines) {
-        auto const widthOf = [&dc](wxString const& line) { return dc.GetTextExtent(line).x; };
-        return wxvWrapped(text, room, lines, widthOf);
-    };
-    dc.SetFont(wxvFont(k_HeadingPoints, FontWeight::Medium));
-    m_heading = wxSplit(wrap(wxvText(m_facts.heading), width - 2 * FromDIP(k_Margin), k_HeadingLines), '\n', '\0');
-    int top = FromDIP(k_FactsTop) + (static_cast<int>(m_heading.size()) - 1) * FromDIP(k_HeadingHeight);
+void InfoPane::Arrange() {
+    wxClientDC dc(this);
+    // The bar at the side takes some of the width when it comes.
+    for (int width = GetClientSize().x; m_arrangedWidth != width; width = GetClientSize().x) {
+        m_arrangedWidth = width;
+        dc.SetFont(wxvFont(k_HeadingPoints, FontWeight::Medium));
+        m_heading = Lines(dc, wxvText(m_facts.heading), width - 2 * FromDIP(k_Margin), k_HeadingLines);
+        int const more = (static_cast<int>(m_heading.size()) - 1) * FromDIP(k_HeadingHeight);
+        int const end = m_source ? PlaceFacts(dc, FromDIP(k_FactsTop) + more, width) + FromDIP(k_Margin) : 0;
+        SetVirtualSize(0, end);
+    }
+}
+
+int InfoPane::PlaceFacts(wxDC& dc, int top, int width) {
     dc.SetFont(wxvFont());
+    int const lineHeight = FromDIP(k_LineHeight);
     m_valueLeft = FromDIP(k_Margin) + NameWidth(dc) + FromDIP(k_NameGap);
+    bool const isBelow = width - FromDIP(k_Margin) - m_valueLeft < FromDIP(k_LeastValueWidth);
+    if (isBelow)
+        m_valueLeft = FromDIP(k_Margin);
     int const room = width - FromDIP(k_Margin) - m_valueLeft;
     m_places.clear();
     for (InfoFacts::Fact const& fact : m_facts.facts) {
         wxString const value = wxvText(fact.value);
-        wxString const wrapped = wrap(value, room, k_MostLines);
-        Placed place{top, 0, wxSplit(wrapped, '\n', '\0'), wrapped.EndsWith("...") && !value.EndsWith("...")};
-        int const more = static_cast<int>(place.lines.size()) - 1;
-        place.bottom = top + FromDIP(k_FactHeight) + more * FromDIP(k_LineHeight);
-        top = place.bottom;
-        m_places.push_back(std::move(place));
+        wxArrayString const lines = Lines(dc, value, room, k_MostLines);
+        bool const isCut = lines.Last().EndsWith("...") && !value.EndsWith("...");
+        int const valueTop = top + (isBelow ? lineHeight : 0);
+        int const end = valueTop + FromDIP(k_FactHeight) + (static_cast<int>(lines.size()) - 1) * lineHeight;
+        m_places.push_back({top, valueTop, end + (isBelow ? FromDIP(k_GapBelow) : 0), lines, isCut});
+        top = m_places.back().bottom;
     }
+    return top;
 }
 
 void InfoPane::OnPaint(wxPaintEvent&) {
@@ -151,7 +171,7 @@ void InfoPane::OnPaint(wxPaintEvent&) {
         dc.DrawText(text, (size.x - extent.x) / 2, (size.y - extent.y) * 2 / k_EmptyRise);
         return;
     }
-    Arrange(dc);
+    DoPrepareDC(dc);
     dc.SetFont(wxvFont(k_HeadingPoints, FontWeight::Medium));
     dc.SetTextForeground(wxvGetColor(ColorName::Text));
     int y = FromDIP(k_HeadingTop);
@@ -167,7 +187,7 @@ void InfoPane::OnPaint(wxPaintEvent&) {
         dc.SetTextForeground(wxvGetColor(ColorName::TextGrey));
         draw(wxGetTranslation(m_facts.facts[i].name), margin, place.top, NameWidth(dc));
         dc.SetTextForeground(wxvGetColor(ColorName::Text));
-        y = place.top;
+        y = place.valueTop;
         for (wxString const& line : place.lines) {
             draw(line, m_valueLeft, y, size.x - margin - m_valueLeft);
             y += FromDIP(k_LineHeight);
@@ -177,7 +197,7 @@ void InfoPane::OnPaint(wxPaintEvent&) {
 
 void InfoPane::OnMotion(wxMouseEvent& event) {
     event.Skip();
-    int const fact = FactAt(event.GetY());
+    int const fact = FactAt(CalcUnscrolledPosition(event.GetPosition()).y);
     if (fact == m_tipFact)
         return;
     m_tipFact = fact;

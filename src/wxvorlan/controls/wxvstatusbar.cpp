@@ -22,6 +22,17 @@ wxvStatusBar::wxvStatusBar(wxWindow* parent) : wxStatusBar(parent, wxID_ANY, wxF
 
 void wxvStatusBar::DoUpdateStatusText(int) { Refresh(); }
 
+// Fields without a text lend their room to the one before them.
+int wxvStatusBar::RoomOf(int field) const {
+    wxRect next;
+    GetFieldRect(field, next);
+    int const left = next.x;
+    int right = next.GetRight();
+    while (++field < GetFieldsCount() && GetStatusText(field).empty() && GetFieldRect(field, next))
+        right = next.GetRight();
+    return right - left + 1;
+}
+
 void wxvStatusBar::OnPaint(wxPaintEvent&) {
     wxAutoBufferedPaintDC dc(this);
     wxSize const size = GetClientSize();
@@ -42,6 +53,7 @@ void wxvStatusBar::OnPaint(wxPaintEvent&) {
             continue;
         if (GetStatusText(field).empty())
             continue;
+        place.width = RoomOf(field);
         wxString const text = wxvWithFewerBrackets(GetStatusText(field), [&](wxString const& shorter) {
             return dc.GetTextExtent(shorter).x <= place.width - padding / 2;
         });
