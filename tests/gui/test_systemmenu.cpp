@@ -161,9 +161,17 @@ TEST_F(SystemMenuTest, WhatWorksHereIsNotEndedWithoutAQuestion) {
     for (auto const& [id, step] :
          {std::pair(k_IdStopEngine, "stop VorlanEngine"), std::pair(k_IdStopMaster, "stop VorlanMaster")}) {
         ModalAnswers no(wxID_CANCEL);
-        no.look = &ExpectCancelIsDefault;
+        wxString told;
+        no.look = [&told](wxDialog& dialog) {
+            ExpectCancelIsDefault(dialog);
+            for (wxWindow const* child : dialog.GetChildren())
+                told += child->GetLabel() + "\n";
+        };
         Command(id);
         EXPECT_EQ(no.Take().size(), 1u);
+        EXPECT_EQ(told.Contains("\nbeauty: beauty"), id == k_IdStopEngine) << told;
+        Window().Close();
+        EXPECT_EQ(no.Take().size(), 1u) << "its end would end the Engine";
         EXPECT_TRUE(outside.TakeSteps().empty());
         ModalAnswers yes(wxID_OK);
         Command(id);

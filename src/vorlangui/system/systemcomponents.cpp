@@ -52,8 +52,10 @@ bool HasDeadLock(int id) {
 
 wxString NamesOfWork(std::vector<boost::shared_ptr<WorkInfo>> const& work) {
     wxString names;
-    for (size_t i = 0; i < work.size() && i < k_MostNamesOfWork; ++i)
-        names += "\n" + wxvText(work[i]->work->Name() + " " + work[i]->work->GetParameterString(p_SubRange));
+    for (size_t i = 0; i < work.size() && i < k_MostNamesOfWork; ++i) {
+        String const job = work[i]->job && work[i]->job->job ? work[i]->job->job->Name() + ": " : String();
+        names += "\n" + wxvText(job + work[i]->work->Name());
+    }
     if (work.size() > k_MostNamesOfWork)
         names += "\n" + wxString::Format(_("and %zu more"), work.size() - k_MostNamesOfWork);
     return names;

@@ -3,6 +3,8 @@
 #include "client/componentcontrol.h"
 #include "client/options.h"
 #include "client/serviceoptions.h"
+#include "model/worklist.h"
+#include "outside/outside.h"
 
 #include <vorlan/vorlanapp.h>
 #include <wx/intl.h>
@@ -22,6 +24,13 @@ void StoreChoice(wxCheckBox const& box, LocalOption<int> const& option) {
         return;
     if (std::optional<int> const value = LeaveRunningOption(box.GetValue(), option.Get()))
         option.Set(*value);
+}
+
+// Work that runs here, or on a farm whose Master is here: Return alone does not end it.
+bool WouldHurtWork() {
+    WorkList const& work = WorkList::Get();
+    return !work.GetAllWorkForEngine(Outside::Get().MachineID()).empty() ||
+           (Outside::Get().IsThisTheMaster() && work.Count() != 0);
 }
 
 } // namespace
@@ -64,7 +73,7 @@ ConfirmClose::ConfirmClose(wxWindow* parent) : wxVorlanDlg(parent, _("Confirm Cl
     content->Add(new wxvStaticLine(this), wxSizerFlags().Expand().Border(wxTOP | wxBOTTOM, FromDIP(k_GroupGap)));
     m_dontAsk = new wxvCheckBox(this, wxID_ANY, _("Don't ask this again"));
     content->Add(m_dontAsk);
-    Finish(content, _("Quit"), _("Cancel"));
+    Finish(content, _("Quit"), _("Cancel"), WouldHurtWork() ? DefaultButton::Cancel : DefaultButton::Accept);
 }
 
 wxCheckBox* ConfirmClose::NewChoice(wxSizer& column, wxString const& label, wxString const& note,
