@@ -6,6 +6,7 @@
 #include <wx/panel.h>
 #include <wx/slider.h>
 #include <wx/weakref.h>
+#include <wx/wxvbutton.h>
 #include <wx/wxvchoice.h>
 #include <wx/wxvcolors.h>
 #include <wx/wxvdatetimectrl.h>
@@ -14,6 +15,7 @@
 #include <wx/wxvoptions.h>
 #include <wx/wxvorlandlg.h>
 #include <wx/wxvorlanframe.h>
+#include <wx/wxvrhythm.h>
 #include <wx/wxvslider.h>
 #include <wx/wxvsplitterwindow.h>
 #include <wx/wxvstatictext.h>
@@ -181,6 +183,36 @@ TEST_F(WindowTest, ADoubleClickOnTheSashTakesAPaneAwayWhereItMay) {
         EXPECT_EQ(told, splitter->IsSplit() ? 0 : 1);
         splitter->Destroy();
     }
+}
+
+TEST_F(ControlTest, ANarrowButtonKeepsItsTextFromItsEdges) {
+    auto* const button = new wxvButton(page, wxID_ANY, "Next", ButtonWidth::Exact);
+    EXPECT_GE(button->GetMinSize().x, button->GetTextExtent("Next").x + 2 * button->FromDIP(k_wxvLabelGap));
+}
+
+TEST_F(WindowTest, ASashLightsUpUnderThePointerOnly) {
+    struct Splitter : wxvSplitterWindow {
+        using wxvSplitterWindow::wxvSplitterWindow;
+        bool IsLit() const { return m_isHot; }
+    };
+    auto* const splitter = new Splitter(&Frame());
+    splitter->SetSize(Frame().GetClientSize());
+    splitter->SplitVertically(new wxPanel(splitter), new wxPanel(splitter), 200);
+    splitter->SetMinimumPaneSize(150);
+    Show();
+    auto const mouse = [splitter](wxEventType type, int x, bool isDown) {
+        wxMouseEvent event(type);
+        event.SetPosition({x, 50});
+        event.SetLeftDown(isDown);
+        splitter->HandleWindowEvent(event);
+        Pump();
+        return splitter->IsLit();
+    };
+    EXPECT_TRUE(mouse(wxEVT_MOTION, 201, false));
+    mouse(wxEVT_LEFT_DOWN, 201, true);
+    mouse(wxEVT_MOTION, 20, true);
+    EXPECT_FALSE(mouse(wxEVT_LEFT_UP, 20, false));
+    EXPECT_EQ(splitter->GetSashPosition(), 150);
 }
 
 TEST_F(ControlTest, TheSliderTakesKeysAndTypedNumbers) {

@@ -20,8 +20,9 @@
 
 wxvButton::wxvButton(wxWindow* parent, wxWindowID id, wxString const& label, ButtonWidth width)
     : wxButton(parent, id, label, wxDefaultPosition, wxDefaultSize, width == ButtonWidth::Exact ? wxBU_EXACTFIT : 0) {
-    if (width == ButtonWidth::Dialog)
-        SetMinSize(wxSize(std::max(FromDIP(k_wxvButtonWidth), GetBestSize().x), -1));
+    int const least = width == ButtonWidth::Dialog ? FromDIP(k_wxvButtonWidth) : 0;
+    int const beside = width == ButtonWidth::Exact ? 2 * FromDIP(k_wxvLabelGap) : 0;
+    SetMinSize(wxSize(std::max(least, GetBestSize().x + beside), -1));
 }
 
 wxvCheckBox::wxvCheckBox(wxWindow* parent, wxWindowID id, wxString const& label, long style) {

@@ -58,6 +58,15 @@ wxvSplitterWindow::wxvSplitterWindow(wxWindow* parent, SashDoubleClick doubleCli
     SashRenderer::Install();
     // Zero would let a pane be dragged away.
     SetMinimumPaneSize(1);
+    // A sash that stopped at the smallest pane has the pointer elsewhere, and nobody tells
+    // it that the pointer has left.
+    Bind(wxEVT_LEFT_UP, [this](wxMouseEvent& event) {
+        event.Skip();
+        CallAfter([this, at = event.GetPosition()] {
+            if (!GetClientRect().Contains(at) || !SashHitTest(at.x, at.y))
+                OnLeaveSash();
+        });
+    });
     FollowColors(*this, [this] {
         SetBackgroundColour(wxvGetColor(ColorName::WindowBG));
         Refresh();
