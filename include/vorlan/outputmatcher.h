@@ -44,6 +44,7 @@ private:
     struct Compiled;
 
     void TakeNumber(OutputRule::Kind kind, double value, double total);
+    void GoOn(std::string_view line);
     bool IsOwnFrame(double frame) const;
     void BeginFrame(double frame);
     void SetPart(double part);
@@ -59,6 +60,7 @@ private:
     double m_total = 0;
     double m_percent = 0;
     String m_firstError;
+    size_t m_brokenAt = 0; // the length of the last line of that note, when the next may belong to it
 };
 
 } // namespace vorlan

@@ -23,7 +23,7 @@ constexpr char k_Footer[] = R"(Exit codes:
 
 `vorlan COMMAND --help` says more about one command.)";
 
-void Declare(CLI::App& app, Commands& commands, std::string& hosts) {
+void Declare(CLI::App& app, Commands& commands, std::string& hosts, bool& administrates) {
     app.require_subcommand(1);
     app.fallthrough(); // the options of the program may stand behind the command, too
     app.set_version_flag("--version", std::string("vorlan ") + k_VorlanVersionText);
@@ -31,6 +31,7 @@ void Declare(CLI::App& app, Commands& commands, std::string& hosts) {
                    "The Master's host, or several with blanks between them, each with :PORT if "
                    "need be")
         ->type_name("HOST");
+    app.add_flag("--admin", administrates, "The command is an administrator's: what the farm allows nobody else");
     AddSubmitCommand(commands);
     AddJobCommands(commands);
     AddWorkCommands(commands);
@@ -105,9 +106,10 @@ int RunCommandLine(std::vector<std::string> const& arguments, Terminal& terminal
     CLI::App app("Submits, watches and controls the Jobs of a render farm.", "vorlan");
     Action action;
     std::string hosts;
+    bool administrates = false;
     Commands commands{app, action};
     try {
-        Declare(app, commands, hosts);
+        Declare(app, commands, hosts, administrates);
         // The parser takes the arguments from the back.
         std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
         app.parse(std::move(reversed));
@@ -120,7 +122,7 @@ int RunCommandLine(std::vector<std::string> const& arguments, Terminal& terminal
         terminal.err << "vorlan: " << exception.what() << std::endl;
         return static_cast<int>(ExitCode::Failed);
     }
-    Context context(terminal, connect, hosts);
+    Context context(terminal, connect, hosts, administrates ? Farm::Rights::Administrator : Farm::Rights::User);
     return static_cast<int>(Run(action, context));
 }
 

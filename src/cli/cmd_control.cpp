@@ -35,6 +35,11 @@ struct StopOptions {
 struct RequeueOptions {
     std::vector<std::string> what;
     std::string frames;
+    bool failed = false;
+};
+
+struct ResetOptions {
+    std::vector<std::string> what;
 };
 
 struct DeleteOptions {
@@ -142,7 +147,12 @@ boost::shared_ptr<Job> Again(Job const& job, String const& frames) {
     return copy;
 }
 
-ExitCode RequeueJob(Context& context, Job const& job, String const& frames) {
+ExitCode RequeueJob(Context& context, Job const& job, RequeueOptions const& options) {
+    String const frames = options.frames;
+    if (options.failed) {
+        context.TheFarm().Do(RunAgainMsg::Create(job.id, frames));
+        return ExitCode::Ok;
+    }
     if (!frames.Empty()) {
         auto const copy = Again(job, frames);
         context.TheFarm().Do(JobMsg::Create(copy));
@@ -165,9 +175,28 @@ ExitCode Requeue(Context& context, RequeueOptions const& options) {
         if (one.isWork)
             farm.Do(StopWorkMsg::Create(one.id, UserAborted, "Requeued from the command line"));
         else if (auto const job = farm.View().FindJob(one.id))
-            RequeueJob(context, *job, options.frames);
+            RequeueJob(context, *job, options);
     }
     return ExitCode::Ok;
+}
+
+// Failures forgotten, so that what they barred may try again.
+ExitCode Reset(Context& context, ResetOptions const& options) {
+    Farm& farm = context.TheFarm();
+    farm.LoadJobs();
+    farm.LoadEngines();
+    std::vector<Candidate> candidates = JobCandidates(farm.View());
+    auto const engines = EngineCandidates(farm.View());
+    candidates.insert(candidates.end(), engines.begin(), engines.end());
+    MessageList messages;
+    for (String const& text : Strings(options.what)) {
+        UID const id = Resolve("Job or Engine", text, candidates);
+        if (farm.View().Engines().contains(id))
+            messages.push_back(ResetEngineFailuresMsg::Create(id));
+        else
+            messages.push_back(ResetJobFailuresMsg::Create(id));
+    }
+    return DoAll(context, messages);
 }
 
 ExitCode Delete(Context& context, DeleteOptions const& options) {
@@ -220,7 +249,17 @@ void AddControlCommands(Commands& commands) {
     again.add_option("what", requeue->what, k_JobOrWorkHelp)->required();
     again.add_option("--frames,-f", requeue->frames, "Only these frames, as a new Job, whose UID is printed")
         ->type_name("RANGE");
+    again.add_flag(
+        "--failed", requeue->failed,
+        "The frames that failed, in place: the Job keeps its UID and its history. With --frames those alone");
     commands.OnChosen(again, requeue, &Requeue);
+
+    auto const reset = std::make_shared<ResetOptions>();
+    CLI::App& resetFailures =
+        *commands.app.add_subcommand("reset", "Forget the failures of Jobs or Engines, so that they may try again");
+    resetFailures.add_option("what", reset->what, "Jobs or Engines, each by its UID, the start of it, or its name")
+        ->required();
+    commands.OnChosen(resetFailures, reset, &Reset);
 
     auto const remove = std::make_shared<DeleteOptions>();
     CLI::App& deleteJobs = *commands.app.add_subcommand("delete", "Delete Jobs with their history");

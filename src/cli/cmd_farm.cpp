@@ -26,6 +26,7 @@ struct ProductOptions {
 
 struct ReportOptions {
     std::string what;
+    bool json = false;
 };
 
 Cell EngineState(Engine const& engine, size_t active) {
@@ -41,6 +42,7 @@ ExitCode Engines(Context& context, ListOptions const& options) {
     farm.LoadPools();
     farm.LoadEngines();
     farm.LoadJobs();
+    farm.LoadFailures();
     FarmView const& view = farm.View();
     if (options.json) {
         Json list = Json::array();
@@ -58,6 +60,7 @@ ExitCode Engines(Context& context, ListOptions const& options) {
     table.AddColumn("Name", Table::Align::Left, Table::Width::MayShrink);
     table.AddColumn("Status");
     table.AddColumn("Active", Table::Align::Right);
+    table.AddColumn("Failures", Table::Align::Right);
     table.AddColumn("Cores", Table::Align::Right);
     table.AddColumn("Memory", Table::Align::Right);
     table.AddColumn("Operating System", Table::Align::Left, Table::Width::MayShrink);
@@ -69,10 +72,19 @@ ExitCode Engines(Context& context, ListOptions const& options) {
         for (UID const& pool : engine->GetAllPools())
             pools += (pools.Empty() ? "" : ", ") + view.PoolName(pool);
         table.AddRow({ShortId(engine->id), engine->Name(), EngineState(*engine, active), String::From(active),
-                      String::From(engine->MaxCores()), engine->Memory(), engine->OperatingSystem(), pools,
-                      engine->Note()});
+                      FailureCell(view.FailuresOn(engine->id)), String::From(engine->MaxCores()), engine->Memory(),
+                      engine->OperatingSystem(), pools, engine->Note()});
     }
     table.Print(context.Term());
+    for (Engine const* engine : view.EnginesByName()) {
+        String products;
+        for (String const& product : BarredProductNames(*engine))
+            products += (products.Empty() ? "" : ", ") + product;
+        if (!products.Empty())
+            context.Out() << Printable(engine->Name())
+                          << " failed too often and gets no more work of: " << Printable(products)
+                          << ". `vorlan reset` lets it try again.\n";
+    }
     return ExitCode::Ok;
 }
 
@@ -163,12 +175,13 @@ ExitCode Report(Context& context, ReportOptions const& options) {
     auto const engines = EngineCandidates(farm.View());
     candidates.insert(candidates.end(), engines.begin(), engines.end());
     UID const id = Resolve("Job or Engine", options.what, candidates);
-    String text;
-    if (farm.View().Jobs().contains(id))
-        text = farm.Report(ReportJobStatusMsg::Create(id)) + "\n" + farm.Report(WatchJobDispatchMsg::Create(id));
-    else
-        text = farm.Report(WatchEngineDispatchMsg::Create(id));
-    context.Out() << Printable(text, true);
+    bool const isJob = farm.View().Jobs().contains(id);
+    String const text =
+        isJob ? farm.Report(ReportJobStatusMsg::Create(id)) + "\n" + farm.Report(WatchJobDispatchMsg::Create(id))
+              : farm.Report(WatchEngineDispatchMsg::Create(id));
+    String const name = isJob ? farm.View().JobName(id) : farm.View().EngineName(id);
+    context.Out() << (options.json ? JsonText(ReportToJson({id, isJob ? "Job" : "Engine", name, text}))
+                                   : Printable(text, true));
     return ExitCode::Ok;
 }
 
@@ -194,6 +207,7 @@ void AddFarmCommands(Commands& commands) {
     auto const reportOptions = std::make_shared<ReportOptions>();
     CLI::App& report = *commands.app.add_subcommand("report", "Say why a Job or an Engine gets work or does not");
     report.add_option("what", reportOptions->what, "A Job or an Engine, by UID, start of it, or name")->required();
+    AddJson(report, reportOptions->json);
     commands.OnChosen(report, reportOptions, &Report);
 }
 

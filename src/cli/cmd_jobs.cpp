@@ -36,6 +36,7 @@ Table JobTable(FarmView const& view, std::vector<boost::shared_ptr<Job>> const& 
     table.AddColumn("Done", Table::Align::Right);
     table.AddColumn("Frames", Table::Align::Right);
     table.AddColumn("Active", Table::Align::Right);
+    table.AddColumn("Failures", Table::Align::Right);
     table.AddColumn("Priority", Table::Align::Right);
     table.AddColumn("Creator", Table::Align::Left, Table::Width::MayShrink);
     table.AddColumn("Created");
@@ -43,11 +44,13 @@ Table JobTable(FarmView const& view, std::vector<boost::shared_ptr<Job>> const& 
         size_t const active = view.UnitCount(job->id);
         // A Job that waits and one that is worked on have one status.
         bool const works = active > 0 && job->Status() == Queued;
-        table.AddRow(
-            {ShortId(job->id), job->Name(), job->TypeString(),
-             works ? Cell("Working", StatusColour(Started)) : Cell(job->StatusAsString(), StatusColour(job->Status())),
-             PercentText(job->PercentDone()), job->GetParameterString(p_RangeCount), String::From(active),
-             String::From(job->Priority()), job->Creator(), MomentText(job->Created())});
+        table.AddRow({ShortId(job->id), job->Name(), job->TypeString(),
+                      works                        ? Cell("Working", StatusColour(Started))
+                      : !job->Standstill().Empty() ? Cell("Stands Still", Colour::Red)
+                                                   : Cell(job->StatusAsString(), StatusColour(job->Status())),
+                      PercentText(job->PercentDone()), job->GetParameterString(p_RangeCount), String::From(active),
+                      FailureCell(view.FailuresOf(job->id)), String::From(job->Priority()), job->Creator(),
+                      MomentText(job->Created())});
     }
     return table;
 }
@@ -55,6 +58,7 @@ Table JobTable(FarmView const& view, std::vector<boost::shared_ptr<Job>> const& 
 ExitCode Jobs(Context& context, JobsOptions const& options) {
     Farm& farm = context.TheFarm();
     farm.LoadJobs();
+    farm.LoadFailures();
     std::vector<boost::shared_ptr<Job>> jobs = farm.View().JobsByAge();
     if (options.unfinished)
         std::erase_if(jobs, [](auto const& job) { return job->IsFinished(); });
@@ -67,6 +71,10 @@ ExitCode Jobs(Context& context, JobsOptions const& options) {
         context.Out() << "There are no Jobs.\n";
     } else {
         JobTable(farm.View(), jobs).Print(context.Term());
+        for (auto const& job : jobs) {
+            if (String const why = job->Standstill(); !why.Empty())
+                context.Out() << Printable(job->Name()) << " stands still: " << Printable(why) << '\n';
+        }
     }
     return ExitCode::Ok;
 }
@@ -130,6 +138,7 @@ ExitCode OneJob(Context& context, JobOptions const& options) {
     farm.LoadEngines();
     UID const id = ResolveJob(farm, options.job);
     farm.LoadHistories({id});
+    farm.LoadFailures();
     FarmView const& view = farm.View();
     auto const job = view.FindJob(id);
     if (!job)
@@ -143,6 +152,9 @@ ExitCode OneJob(Context& context, JobOptions const& options) {
     PrintLine(context, "Product", job->TypeString());
     PrintLine(context, "Summary", job->GetParameterString(p_JobSummary));
     PrintLine(context, "Status", job->StatusAsString() + ", " + PercentText(job->PercentDone()));
+    PrintLine(context, "Stands still", job->Standstill());
+    PrintLine(context, "Failures", String::From(view.FailuresOf(id)));
+    PrintLine(context, "Failed frames", FailedFrames(view.History(id)));
     PrintLine(context, "Frames", job->GetParameterString(p_Range) + " (" + job->GetParameterString(p_RangeCount) + ")");
     PrintLine(context, "Active work", String::From(view.UnitCount(id)));
     PrintLine(context, "Pool", view.PoolName(job->Pool()));

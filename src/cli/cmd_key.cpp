@@ -1,8 +1,10 @@
 #include "cli/commandtools.h"
+#include "cli/json.h"
 
 #include <corekit/file.h>
 #include <corekit/inifile.h>
 #include <corekit/log.h>
+#include <nlohmann/json.hpp>
 #include <vorlan/farmkey.h>
 #include <vorlan/ippeer.h>
 
@@ -13,7 +15,9 @@ namespace vorlan::cli {
 
 namespace {
 
-struct NoOptions {};
+struct ShowOptions {
+    bool json = false;
+};
 
 struct JoinOptions {
     std::string host;
@@ -22,12 +26,13 @@ struct JoinOptions {
     bool unproved = false;
 };
 
-ExitCode ShowKey(Context& context, NoOptions const&) {
+ExitCode ShowKey(Context& context, ShowOptions const& options) {
     FarmKey const key = FarmKey::Load(File::GetMachineDir());
     if (key.IsNull())
         throw CommandException(ExitCode::Failed, "This machine has no farm key yet. Start VorlanMaster here, or run "
                                                  "this on the Master's machine.");
-    context.Out() << key.Text() << std::endl;
+    context.Out() << (options.json ? JsonText(KeyToJson({key.Text(), key.Fingerprint(), key.IsJoined()}))
+                                   : key.Text() + "\n");
     return ExitCode::Ok;
 }
 
@@ -114,7 +119,9 @@ void AddKeyCommands(Commands& commands) {
     key.require_subcommand(1);
 
     CLI::App& show = *key.add_subcommand("show", "Print this machine's key and certificate fingerprint as one line");
-    commands.OnChosen(show, std::make_shared<NoOptions>(), &ShowKey);
+    auto const showOptions = std::make_shared<ShowOptions>();
+    AddJson(show, showOptions->json);
+    commands.OnChosen(show, showOptions, &ShowKey);
 
     auto const options = std::make_shared<JoinOptions>();
     CLI::App& join = *key.add_subcommand("join", "Join this machine to the farm of another one");

@@ -10,6 +10,8 @@
 #include <vorlan/keys.h>
 #include <vorlan/messages.h>
 
+#include <istream>
+#include <memory>
 #include <ostream>
 #include <utility>
 
@@ -18,6 +20,8 @@ namespace vorlan::cli {
 namespace {
 
 using JobPtr = boost::shared_ptr<Job>;
+
+constexpr char k_StandardInput[] = "-";
 
 struct SubmitOptions {
     std::string file;
@@ -36,9 +40,25 @@ Path CurrentFolder() { return Path(std::filesystem::current_path()); }
 
 boost::shared_ptr<Product const> ProductOf(Job const& job) { return JobFactory::s_JobFactory->GetProduct(job.Type()); }
 
+String ReadInput(std::istream& in) {
+    String text;
+    std::vector<char> piece(64 * 1024);
+    while (in.read(piece.data(), static_cast<std::streamsize>(piece.size())) || in.gcount() > 0) {
+        text.append(piece.data(), static_cast<size_t>(in.gcount()));
+        if (text.size() > JobFile::k_MaxFileBytes)
+            throw CommandException(ExitCode::Failed, "The Job file on the standard input is too large.");
+    }
+    return text;
+}
+
 // The Jobs of the file, their paths absolute.
 std::vector<JobPtr> JobsOfFile(Context& context, Path const& path) {
-    JobFile file(path, true, false);
+    bool const isInput = path.Text() == k_StandardInput;
+    // Owned here: a file cannot be moved.
+    auto const opened = isInput
+                            ? std::make_unique<JobFile>(ReadInput(context.In()), "The Job file on the standard input")
+                            : std::make_unique<JobFile>(path, true, false);
+    JobFile& file = *opened;
     file.ConformFromVersion(0);
     if (String const warning = file.CheckNames(); !warning.Empty())
         context.Err() << "vorlan: " << Printable(warning, true) << std::endl;
@@ -46,7 +66,7 @@ std::vector<JobPtr> JobsOfFile(Context& context, Path const& path) {
         throw CommandException(ExitCode::Failed, "There is no Job in " + path + ".");
     std::error_code error;
     auto const whole = std::filesystem::canonical(path.Native(), error);
-    Path const folder = error ? CurrentFolder() : Path(whole.parent_path());
+    Path const folder = isInput || error ? CurrentFolder() : Path(whole.parent_path());
     for (JobPtr const& job : file.Jobs()) {
         if (auto const product = ProductOf(*job))
             ResolvePaths(*job, *product, folder);
@@ -120,6 +140,7 @@ void Tell(Context& context, SubmitOptions const& options, std::vector<JobPtr> co
 ExitCode Submit(Context& context, SubmitOptions const& options) {
     WaitRequest wait;
     wait.progress = options.progress;
+    wait.json = options.json;
     if (!options.timeout.empty() && !ParseSpan(options.timeout, wait.timeoutMs))
         throw CommandException(ExitCode::Usage,
                                "\"" + String(options.timeout) + "\" is no time: give seconds, or 5m, 2h, 1d.");
@@ -147,10 +168,13 @@ ExitCode Submit(Context& context, SubmitOptions const& options) {
                           << "\": " << Printable(refused->reason, true) << std::endl;
         }
     }
-    Tell(context, options, accepted);
+    bool const waits = (options.wait || options.progress) && accepted.size() == jobs.size();
+    // With both, the one list is that of the Jobs as they are in the end.
+    if (!waits || !options.json)
+        Tell(context, options, accepted);
     if (accepted.size() < jobs.size())
         return ExitCode::Failed;
-    return options.wait || options.progress ? WaitForJobs(context, wait) : ExitCode::Ok;
+    return waits ? WaitForJobs(context, wait) : ExitCode::Ok;
 }
 
 } // namespace
@@ -159,7 +183,9 @@ void AddSubmitCommand(Commands& commands) {
     auto const options = std::make_shared<SubmitOptions>();
     CLI::App& sub = *commands.app.add_subcommand("submit", "Submit the Jobs of a file, or a new Job of a Product; "
                                                            "prints the UID of each");
-    sub.add_option("file", options->file, "A Job file (.vj). Relative paths in it count from its folder");
+    sub.add_option("file", options->file,
+                   "A Job file (.vj), - for the standard input. Relative paths in it count from its "
+                   "folder");
     sub.add_option("--product,-p", options->product, "Make a Job of this Product instead of reading a file");
     sub.add_option("--set,-s", options->settings,
                    "Set a parameter: Name=Value; as often as needed. Relative paths count from the current folder")

@@ -41,6 +41,8 @@ public:
                     Load();
                 if (AllEnded())
                     return Result();
+                if (AllEndedOrStill())
+                    return StandStill();
                 if (Clock::now() >= m_deadline)
                     return TimedOut();
                 Step();
@@ -111,20 +113,25 @@ private:
         if (!IsWanted(id) || m_ends.contains(id))
             return;
         auto const job = m_farm.View().FindJob(id);
-        if (job && !job->IsFinished()) {
-            m_names[id] = job->Name();
-            return;
-        }
-        m_ends[id] = job;
         if (job)
-            m_names[id] = job->Name();
+            m_known[id] = job;
+        if (!job || job->IsFinished())
+            m_ends[id] = job;
     }
 
     bool AllEnded() const { return m_ends.size() == m_request.jobs.size(); }
 
+    // The Jobs that cannot go on by themselves, when no other is left.
+    bool AllEndedOrStill() const {
+        return std::all_of(m_request.jobs.begin(), m_request.jobs.end(), [this](UID const& id) {
+            auto const job = m_farm.View().FindJob(id);
+            return m_ends.contains(id) || (job && !job->Standstill().Empty() && m_farm.View().UnitCount(id) == 0);
+        });
+    }
+
     String NameOf(UID const& id) const {
-        auto const at = m_names.find(id);
-        return at == m_names.end() ? id.ToString() : at->second;
+        auto const at = m_known.find(id);
+        return at == m_known.end() ? id.ToString() : at->second->Name();
     }
 
     void ComeBack(String const& reason) {
@@ -132,7 +139,38 @@ private:
         m_farm.Reconnect(std::min(m_deadline, Clock::now() + Farm::k_Patience));
     }
 
+    void PrintJson() {
+        if (!m_request.json)
+            return;
+        m_farm.LoadFailures();
+        m_farm.LoadHistories({m_request.jobs.begin(), m_request.jobs.end()});
+        Json list = Json::array();
+        for (UID const& id : m_request.jobs) {
+            auto const end = m_ends.find(id);
+            auto const known = m_known.find(id);
+            auto const job = end != m_ends.end() && end->second ? end->second
+                             : known != m_known.end()           ? known->second
+                                                                : nullptr;
+            if (job)
+                list.push_back(JobToJson(*job, m_farm.View(), JobDetail::Ended));
+        }
+        m_context.Out() << JsonText(list);
+    }
+
+    ExitCode StandStill() {
+        PrintJson();
+        m_context.Term().ClearStatus();
+        for (UID const& id : m_request.jobs) {
+            if (!m_ends.contains(id))
+                m_context.Err() << "vorlan: The Job \"" << Printable(NameOf(id))
+                                << "\" stands still: " << Printable(m_farm.View().FindJob(id)->Standstill())
+                                << std::endl;
+        }
+        return ExitCode::Failed;
+    }
+
     ExitCode TimedOut() {
+        PrintJson();
         m_context.Term().ClearStatus();
         for (UID const& id : m_request.jobs) {
             if (!m_ends.contains(id))
@@ -145,22 +183,18 @@ private:
     ExitCode Result() {
         if (m_request.progress)
             m_progress.Finish(m_farm.View(), m_request.jobs);
+        PrintJson();
         m_context.Term().ClearStatus();
         bool good = true;
-        Json list = Json::array();
         for (UID const& id : m_request.jobs) {
             auto const& job = m_ends.at(id);
             bool const ok = job && job->Status() == Finished;
             good = good && ok;
-            if (m_request.json && job)
-                list.push_back(JobToJson(*job, m_farm.View(), JobDetail::Summary));
             if (!ok)
                 m_context.Err() << "vorlan: The Job \"" << Printable(NameOf(id)) << "\" "
                                 << (job ? "ended as " + job->StatusAsString() : String("was deleted")) << "."
                                 << std::endl;
         }
-        if (m_request.json)
-            m_context.Out() << JsonText(list);
         return good ? ExitCode::Ok : ExitCode::Failed;
     }
 
@@ -170,8 +204,8 @@ private:
     Progress m_progress;
     Clock::time_point m_deadline = Clock::now() + std::chrono::hours(24 * 365 * 10);
     Clock::time_point m_nextShow;
-    std::map<UID, boost::shared_ptr<Job>> m_ends; // null: it was deleted
-    std::map<UID, String> m_names;
+    std::map<UID, boost::shared_ptr<Job>> m_ends;  // null: it was deleted
+    std::map<UID, boost::shared_ptr<Job>> m_known; // as it was seen last
 };
 
 ExitCode Wait(Context& context, WaitOptions const& options) {

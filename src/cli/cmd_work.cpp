@@ -28,6 +28,7 @@ struct LogOptions {
     std::string what;
     std::string frame;
     bool follow = false;
+    bool json = false;
 };
 
 void PrintUnits(Context& context, FarmView const& view, std::vector<FarmView::Unit const*> const& units) {
@@ -124,32 +125,62 @@ void ReadAll(Farm& farm, OutputReader& reader) {
     }
 }
 
-// The output of one run, wherever it is.
-bool ReadWork(Context& context, String const& text, OutputReader::Mode mode) {
-    Farm& farm = context.TheFarm();
-    std::map<UID, UID> engineOf;
-    std::vector<Candidate> candidates;
-    auto const add = [&](UID const& work, UID const& engine) {
-        if (engineOf.emplace(work, engine).second)
-            candidates.push_back({work, String()});
+// What becomes of a line for scripts that follow.
+OutputReader::LineTaker LineAsJson(Context& context, UID const& work, String const& frames) {
+    return [&context, work, frames](String const& line) {
+        context.Out() << OutputLineToJson({work, frames, line.EndsWith("\n") ? line.Mid(0, line.size() - 1) : line});
     };
-    for (auto const& [id, unit] : farm.View().Units())
-        add(id, unit.engine);
-    farm.LoadHistories();
-    for (auto const& [job, history] : farm.View().Histories()) {
-        for (auto run = history.ebegin(); run != history.eend(); ++run)
-            add(run->Work(), run->Engine());
-    }
-    UID const work = Resolve("Job or work unit", text, candidates);
+}
+
+// One output from its beginning to its end; for scripts as an entry of the list.
+bool ReadRun(Context& context, WorkRun const& run, Json* list) {
     OutputReader reader(context);
-    reader.Ask(work, engineOf[work], mode);
-    if (mode == OutputReader::Mode::Once) {
-        ReadAll(farm, reader);
-    } else {
-        while (reader.Waiting() > 0) {
-            if (auto const message = farm.Next(Clock::now() + k_OutputSilence))
-                reader.TakeMessage(*message);
+    RunOutput output{run, {}, {}};
+    auto const collect = [&output](String const& line) { output.text += line; };
+    reader.Ask(run.Work(), run.Engine(), OutputReader::Mode::Once, String(),
+               list ? OutputReader::LineTaker(collect) : OutputReader::LineTaker());
+    ReadAll(context.TheFarm(), reader);
+    output.error = reader.LastError();
+    if (list)
+        list->push_back(OutputToJson(output, context.TheFarm().View()));
+    return reader.Errors() == 0;
+}
+
+// The output of one run, wherever it is.
+bool ReadWork(Context& context, LogOptions const& options) {
+    Farm& farm = context.TheFarm();
+    farm.LoadHistories();
+    std::vector<Candidate> candidates;
+    std::map<UID, WorkRun const*> runs;
+    for (auto const& [job, history] : farm.View().Histories()) {
+        for (auto run = history.ebegin(); run != history.eend(); ++run) {
+            if (runs.emplace(run->Work(), &run.Run()).second)
+                candidates.push_back({run->Work(), String()});
         }
+    }
+    // One that has just begun may be in no history yet.
+    for (auto const& [id, unit] : farm.View().Units()) {
+        if (!runs.contains(id))
+            candidates.push_back({id, String()});
+    }
+    UID const work = Resolve("Job or work unit", options.what, candidates);
+    auto const unit = farm.View().Units().find(work);
+    auto const run = runs.find(work);
+    if (!options.follow && run != runs.end()) {
+        Json list = Json::array();
+        bool const good = ReadRun(context, *run->second, options.json ? &list : nullptr);
+        if (options.json)
+            context.Out() << JsonText(list);
+        return good;
+    }
+    UID const engine = run == runs.end() ? unit->second.engine : run->second->Engine();
+    String const frames = run == runs.end() ? unit->second.work->Get(p_SubRange, false) : run->second->Key();
+    OutputReader reader(context);
+    reader.Ask(work, engine, options.follow ? OutputReader::Mode::Follow : OutputReader::Mode::Once, String(),
+               options.json ? LineAsJson(context, work, frames) : OutputReader::LineTaker());
+    while (reader.Waiting() > 0) {
+        if (auto const message = farm.Next(Clock::now() + k_OutputSilence))
+            reader.TakeMessage(*message);
     }
     return reader.Errors() == 0;
 }
@@ -160,38 +191,41 @@ bool HasFrame(String const& subRange, int frame) {
 }
 
 // The last runs of a Job's units, one after the other.
-bool ReadJob(Context& context, UID const& job, String const& frame) {
+bool ReadJob(Context& context, UID const& job, LogOptions const& options) {
     Farm& farm = context.TheFarm();
     farm.LoadHistories({job});
+    String const frame = options.frame;
     size_t read = 0;
-    size_t errors = 0;
+    size_t good = 0;
+    Json list = Json::array();
     for (auto const& [frames, work] : farm.View().History(job)) {
         WorkRun const& run = work.LastRun();
         if (run.StartTime().IsZero() || (!frame.Empty() && !HasFrame(frames, static_cast<int>(frame.Int()))))
             continue;
-        context.Out() << "==> " << frames << " on " << Printable(farm.View().EngineName(run.Engine())) << ", "
-                      << StatusName(run.Status()) << " <==" << std::endl;
-        OutputReader reader(context);
-        reader.Ask(run.Work(), run.Engine(), OutputReader::Mode::Once);
-        ReadAll(farm, reader);
+        if (!options.json)
+            context.Out() << "==> " << frames << " on " << Printable(farm.View().EngineName(run.Engine())) << ", "
+                          << StatusName(run.Status()) << " <==" << std::endl;
+        good += ReadRun(context, run, options.json ? &list : nullptr) ? 1 : 0;
         ++read;
-        errors += reader.Errors();
     }
     if (read == 0)
         throw CommandException(ExitCode::Failed, frame.Empty() ? "No work unit of the Job has been started yet."
                                                                : "Frame " + frame + " has not been started yet.");
-    return errors < read;
+    if (options.json)
+        context.Out() << JsonText(list);
+    return good > 0;
 }
 
 // What all units write from now on, until the Job is finished.
-bool FollowJob(Context& context, UID const& job) {
+bool FollowJob(Context& context, UID const& job, bool json) {
     Farm& farm = context.TheFarm();
     OutputReader reader(context);
     auto const askForNew = [&] {
         for (FarmView::Unit const* unit : farm.View().UnitsByAge(job)) {
+            String const frames = unit->work->Get(p_SubRange, false);
             if (unit->status == Started && !reader.HasAsked(unit->work->id))
-                reader.Ask(unit->work->id, unit->engine, OutputReader::Mode::Follow,
-                           "[" + unit->work->Get(p_SubRange, false) + "] ");
+                reader.Ask(unit->work->id, unit->engine, OutputReader::Mode::Follow, "[" + frames + "] ",
+                           json ? LineAsJson(context, unit->work->id, frames) : OutputReader::LineTaker());
         }
     };
     for (;;) {
@@ -216,11 +250,10 @@ ExitCode Log(Context& context, LogOptions const& options) {
     try {
         job = Resolve("Job", options.what, JobCandidates(farm.View()));
     } catch (CommandException const&) {
-        auto const mode = options.follow ? OutputReader::Mode::Follow : OutputReader::Mode::Once;
-        return ReadWork(context, options.what, mode) ? ExitCode::Ok : ExitCode::Failed;
+        return ReadWork(context, options) ? ExitCode::Ok : ExitCode::Failed;
     }
     bool const live = options.follow && !farm.View().FindJob(job)->IsFinished();
-    bool const good = live ? FollowJob(context, job) : ReadJob(context, job, options.frame);
+    bool const good = live ? FollowJob(context, job, options.json) : ReadJob(context, job, options);
     return good ? ExitCode::Ok : ExitCode::Failed;
 }
 
@@ -241,6 +274,7 @@ void AddWorkCommands(Commands& commands) {
     show.add_option("--frame,-f", log->frame, "Of a Job, only the work unit with this frame")
         ->check(CLI::TypeValidator<int>());
     show.add_flag("--follow", log->follow, "Go on with what is written, until the end");
+    AddJson(show, log->json);
     commands.OnChosen(show, log, &Log);
 }
 

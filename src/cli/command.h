@@ -4,6 +4,7 @@
 
 #include "cli/exitcode.h"
 #include "cli/farm.h"
+#include "cli/table.h"
 #include "cli/terminal.h"
 
 #include <functional>
@@ -22,8 +23,8 @@ class Context {
 public:
     using Linker = std::function<std::unique_ptr<MasterLink>(LinkRequest const&)>;
 
-    Context(Terminal& terminal, Linker linker, String hosts)
-        : m_terminal(terminal), m_linker(std::move(linker)), m_hosts(std::move(hosts)) {}
+    Context(Terminal& terminal, Linker linker, String hosts, Farm::Rights rights)
+        : m_terminal(terminal), m_linker(std::move(linker)), m_hosts(std::move(hosts)), m_rights(rights) {}
 
     Terminal& Term() { return m_terminal; }
     std::ostream& Out() { return m_terminal.out; }
@@ -32,7 +33,7 @@ public:
     // Connected at the first call.
     Farm& TheFarm() {
         if (!m_farm)
-            m_farm = std::make_unique<Farm>([this] { return m_linker({m_hosts, FarmKey()}); });
+            m_farm = std::make_unique<Farm>([this] { return m_linker({m_hosts, FarmKey()}); }, m_rights);
         return *m_farm;
     }
     // Throws unless a Master answers there and has that key.
@@ -42,6 +43,7 @@ private:
     Terminal& m_terminal;
     Linker const m_linker;
     String const m_hosts;
+    Farm::Rights const m_rights;
     std::unique_ptr<Farm> m_farm;
 };
 
@@ -62,12 +64,14 @@ void AddSubmitCommand(Commands& commands);
 void AddJobCommands(Commands& commands);  // jobs, job
 void AddWorkCommands(Commands& commands); // work, log
 void AddWaitCommand(Commands& commands);
-void AddControlCommands(Commands& commands); // pause, resume, priority, stop, requeue, delete
+void AddControlCommands(Commands& commands); // pause, resume, priority, stop, requeue, reset, delete
 void AddFarmCommands(Commands& commands);    // engines, products, pools, report
 void AddKeyCommands(Commands& commands);
 
 // What the commands give people to read.
 Colour StatusColour(int status);
+// A number of failures, which stands out when there are any.
+Cell FailureCell(unsigned count);
 // As many characters of a UID as people need; at least eight.
 String ShortId(UID const& id);
 // "2m 05s"; "-" for none.

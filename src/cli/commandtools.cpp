@@ -23,6 +23,8 @@ Colour StatusColour(int status) {
     return IsActiveStatus(status) ? Colour::Blue : Colour::Plain;
 }
 
+Cell FailureCell(unsigned count) { return {String::From(count), count > 0 ? Colour::Red : Colour::Plain}; }
+
 String ShortId(UID const& id) { return id.ToString().Mid(0, k_ShortId); }
 
 String DurationText(Time const& span) {

@@ -19,11 +19,13 @@ constexpr std::chrono::milliseconds k_LongestPause{2'000};
 
 } // namespace
 
-Farm::Farm(Connector connector) : m_connector(std::move(connector)) { Open(); }
+Farm::Farm(Connector connector, Rights rights) : m_connector(std::move(connector)), m_rights(rights) { Open(); }
 
 void Farm::Open() {
     m_link = m_connector();
     m_refusals.clear();
+    if (m_rights == Rights::Administrator)
+        Send(AdministrateMsg::Create(true));
     WaitFor({LoadedMsg::s_Type});
 }
 
@@ -95,6 +97,11 @@ void Farm::LoadEngines() {
 void Farm::LoadPools() {
     Send(GetPoolsMsg::New());
     WaitFor({PoolMsg::s_Type});
+}
+
+void Farm::LoadFailures() {
+    Send(GetFailureArchiveMsg::New());
+    WaitFor({FailureArchiveMsg::s_Type});
 }
 
 void Farm::Follow(std::set<UID> const& kinds) {

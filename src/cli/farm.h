@@ -20,8 +20,11 @@ class Farm {
 public:
     using Connector = std::function<std::unique_ptr<MasterLink>()>;
 
+    // What the commands of a connection may do.
+    enum class Rights { User, Administrator };
+
     // Connects, and waits for what the Master tells everybody first.
-    explicit Farm(Connector connector);
+    explicit Farm(Connector connector, Rights rights = Rights::User);
 
     FarmView const& View() const { return m_view; }
 
@@ -31,6 +34,7 @@ public:
     void LoadHistories(std::set<UID> const& ids = {});
     void LoadEngines();
     void LoadPools();
+    void LoadFailures();
     // From now on Next gives these kinds of messages, too.
     void Follow(std::set<UID> const& kinds);
 
@@ -69,6 +73,7 @@ private:
     boost::shared_ptr<Message> WaitFor(std::set<UID> const& kinds);
 
     Connector const m_connector;
+    Rights const m_rights;
     std::unique_ptr<MasterLink> m_link;
     FarmView m_view;
     std::vector<Refusal> m_refusals; // not asked for yet

@@ -4,7 +4,10 @@
 #include <corekit/log.h>
 #include <vorlan/jobfactory.h>
 #include <vorlan/messages.h>
+#include <vorlan/product.h>
 #include <vorlan/productfile.h>
+#include <vorlan/range.h>
+#include <vorlan/status.h>
 
 #include <algorithm>
 
@@ -75,6 +78,8 @@ void FarmView::TakeMessage(Message const& message) {
             m_pools[id] = name;
     } else if (auto const* noPool = As<DeletePoolMsg>(message)) {
         m_pools.erase(noPool->pool);
+    } else if (auto const* failures = As<FailureArchiveMsg>(message)) {
+        TakeFailures(*failures);
     } else if (auto const* product = As<ProductMsg>(message)) {
         TakeProduct(*product);
     } else if (auto const* noProduct = As<RemoveProductMsg>(message)) {
@@ -165,6 +170,40 @@ size_t FarmView::UnitCount(UID const& job) const {
 size_t FarmView::UnitCountOn(UID const& engine) const {
     auto const at = m_countOfEngine.find(engine);
     return at == m_countOfEngine.end() ? 0 : at->second;
+}
+
+void FarmView::TakeFailures(FailureArchiveMsg const& message) {
+    m_failures.clear();
+    for (FailureItem const& item : message.items) {
+        m_failures[item.job] += item.count;
+        m_failures[item.engine] += item.count;
+    }
+}
+
+unsigned FarmView::FailuresOf(UID const& job) const {
+    auto const at = m_failures.find(job);
+    return at == m_failures.end() ? 0 : at->second;
+}
+
+unsigned FarmView::FailuresOn(UID const& engine) const { return FailuresOf(engine); }
+
+std::vector<String> BarredProductNames(Engine const& engine) {
+    std::vector<String> names;
+    for (UID const& type : engine.BarredProducts()) {
+        auto const product = JobFactory::s_JobFactory->GetProduct(type);
+        names.push_back(product ? product->Name() : type.ToString());
+    }
+    return names;
+}
+
+String FailedFrames(JobHistory const& history) {
+    String frames;
+    for (auto const& [key, work] : history) {
+        if (work.LastRun().HasEnded() && IsFailedStatus(work.LastRun().Status()))
+            frames += (frames.Empty() ? "" : ",") + key;
+    }
+    FrameRange range;
+    return FrameRange::Parse(frames, range) ? range.Text() : frames;
 }
 
 String FarmView::EngineName(UID const& id) const {

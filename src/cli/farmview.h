@@ -13,6 +13,7 @@
 #include <vector>
 
 namespace vorlan {
+struct FailureArchiveMsg;
 class Message;
 class Product;
 } // namespace vorlan
@@ -54,6 +55,9 @@ public:
     std::vector<Unit const*> UnitsByAge(UID const& job) const;
     size_t UnitCount(UID const& job) const;
     size_t UnitCountOn(UID const& engine) const;
+    // Runs that failed since the last reset; 0 when the failures were not loaded.
+    unsigned FailuresOf(UID const& job) const;
+    unsigned FailuresOn(UID const& engine) const;
 
     // The names; the UID as text for one that is not there.
     String EngineName(UID const& id) const;
@@ -66,6 +70,7 @@ private:
     void RemoveWork(UID const& work);
     void RemoveJob(UID const& job);
     void TakeHistoryElement(WorkHistoryElement const& element);
+    void TakeFailures(FailureArchiveMsg const& message);
 
     std::map<UID, boost::shared_ptr<Job>> m_jobs;
     std::map<UID, Engine> m_engines;
@@ -74,6 +79,13 @@ private:
     std::map<UID, size_t> m_countOfJob;    // of m_units
     std::map<UID, size_t> m_countOfEngine; // of m_units
     std::map<UID, JobHistory> m_histories;
+    std::map<UID, unsigned> m_failures; // by Job, and by Engine
 };
+
+// The Products that the Engine gets no work of, by their names.
+std::vector<String> BarredProductNames(Engine const& engine);
+
+// The frames whose last run has failed, as a range.
+String FailedFrames(JobHistory const& history);
 
 } // namespace vorlan::cli

@@ -12,13 +12,13 @@ constexpr size_t k_LongestLine = 64 * 1024; // then it is written without its en
 
 } // namespace
 
-void OutputReader::Ask(UID const& work, UID const& engine, Mode mode, String const& prefix) {
+void OutputReader::Ask(UID const& work, UID const& engine, Mode mode, String const& prefix, LineTaker take) {
     auto request = GetOutputMsg::New();
     request->request = UID(true);
     request->work = work;
     request->engine = engine;
     request->follow = mode == Mode::Follow;
-    m_requests[request->request] = Request{prefix, String()};
+    m_requests[request->request] = Request{prefix, std::move(take), String()};
     m_asked.insert(work);
     m_context.TheFarm().Send(request);
 }
@@ -34,6 +34,7 @@ bool OutputReader::TakeMessage(Message const& message) {
     Write(at->second, output.data, end);
     if (!output.error.Empty()) {
         ++m_errors;
+        m_lastError = output.error;
         m_context.Err() << at->second.prefix << "vorlan: No output: " << Printable(output.error, true) << std::endl;
     }
     if (end)
@@ -47,15 +48,21 @@ void OutputReader::Write(Request& request, String const& data, bool end) {
     auto const shown = [&](String const& text) { return terminal.outIsTerminal ? Printable(text, true) : text; };
     request.line += data;
     // A terminal gets whole lines, so that no character is cut in two.
-    bool const whole = terminal.outIsTerminal || !request.prefix.Empty();
+    bool const whole = terminal.outIsTerminal || !request.prefix.Empty() || request.take;
+    auto const put = [&](String const& line, char const* lineEnd) {
+        if (request.take)
+            request.take(line);
+        else
+            terminal.out << request.prefix << shown(line) << lineEnd;
+    };
     size_t from = 0;
     for (size_t at = request.line.Find('\n'); at != String::npos; at = request.line.Find('\n', from)) {
-        terminal.out << request.prefix << shown(request.line.Mid(from, at + 1 - from));
+        put(request.line.Mid(from, at + 1 - from), "");
         from = at + 1;
     }
     String rest = request.line.Mid(from);
     if (!rest.Empty() && (end || !whole || rest.size() > k_LongestLine)) {
-        terminal.out << request.prefix << shown(rest) << (whole ? "\n" : "");
+        put(rest, whole ? "\n" : "");
         rest.clear();
     }
     request.line = rest;

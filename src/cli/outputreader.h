@@ -4,6 +4,7 @@
 
 #include "cli/command.h"
 
+#include <functional>
 #include <map>
 #include <set>
 
@@ -18,8 +19,11 @@ public:
 
     explicit OutputReader(Context& context) : m_context(context) {}
 
-    // `prefix` stands before each line; without one bytes are written as they come.
-    void Ask(UID const& work, UID const& engine, Mode mode, String const& prefix = String());
+    // Gets a line with its end, or the last one without.
+    using LineTaker = std::function<void(String const& line)>;
+
+    // `prefix` stands before each line; without one bytes are written as they come. With `take` nothing is written.
+    void Ask(UID const& work, UID const& engine, Mode mode, String const& prefix = String(), LineTaker take = {});
     // True when the message was one of an output asked for.
     bool TakeMessage(Message const& message);
     // Outputs that have not ended.
@@ -27,10 +31,12 @@ public:
     bool HasAsked(UID const& work) const { return m_asked.contains(work); }
     // Requests that ended with an error, which was shown.
     size_t Errors() const { return m_errors; }
+    String const& LastError() const { return m_lastError; }
 
 private:
     struct Request {
         String prefix;
+        LineTaker take;
         String line; // begun, not ended
     };
     void Write(Request& request, String const& data, bool end);
@@ -39,6 +45,7 @@ private:
     std::map<UID, Request> m_requests;
     std::set<UID> m_asked;
     size_t m_errors = 0;
+    String m_lastError;
 };
 
 } // namespace vorlan::cli

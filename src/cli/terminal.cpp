@@ -39,6 +39,12 @@ struct Character {
     bool controls = false;
 };
 
+// They turn the direction of what follows, so that it reads as what it is not.
+bool TurnsDirection(wchar_t wide) {
+    return (wide >= 0x202A && wide <= 0x202E) || (wide >= 0x2066 && wide <= 0x2069) || wide == 0x200E ||
+           wide == 0x200F || wide == 0x061C;
+}
+
 // The first character of a text that is not empty.
 Character FirstOf(std::string_view text) {
     wchar_t wide = 0;
@@ -48,6 +54,8 @@ Character FirstOf(std::string_view text) {
         return {1, 0, true};
     if (length > text.size()) // no UTF-8
         return {1, 1, true};
+    if (TurnsDirection(wide))
+        return {length, 0, true};
     int const columns = wcwidth(wide);
     return {length, columns < 0 ? 0 : static_cast<size_t>(columns), columns < 0};
 }

@@ -26,6 +26,7 @@ public:
     std::map<UID, String> refuses;              // ids of Jobs, null for new ones, and why
     std::map<UID, std::vector<String>> outputs; // pieces, by work
     std::function<void()> onCommand;            // after each
+    std::vector<FailureItem> failures;
     std::map<UID, String> pools;
     // What happens one after the other while a command waits.
     std::deque<std::function<void(FakeMaster&)>> later;
@@ -171,6 +172,14 @@ private:
             return SendEngines();
         if (message->Type() == GetPoolsMsg::s_Type)
             return static_cast<void>(Tell<PoolMsg>().pools = pools);
+        if (message->Type() == GetFailureArchiveMsg::s_Type)
+            return static_cast<void>(Tell<FailureArchiveMsg>().items = failures);
+        if (message->Type() == ReportJobStatusMsg::s_Type || message->Type() == WatchJobDispatchMsg::s_Type)
+            return static_cast<void>(Tell<DispatchResultMsg>().report = "no Engine is online");
+        if (message->Type() == GetFailureArchiveMsg::s_Type)
+            return static_cast<void>(Tell<FailureArchiveMsg>().items = failures);
+        if (message->Type() == ReportJobStatusMsg::s_Type || message->Type() == WatchJobDispatchMsg::s_Type)
+            return static_cast<void>(Tell<DispatchResultMsg>().report = "no Engine is online");
         commands.push_back(message);
         if (message->Type() == JobMsg::s_Type)
             Submit(static_cast<JobMsg const&>(*message).job);

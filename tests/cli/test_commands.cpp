@@ -1,4 +1,5 @@
 #include "cli/fakemaster.h"
+#include "cli/json.h"
 
 namespace vorlan::cli {
 
@@ -136,6 +137,21 @@ TEST_F(Submitting, NamesBecomeIds) {
     EXPECT_EQ(got[1]->job->Get(p_WaitForJobID, false), got[0]->job->id.ToString());
 }
 
+TEST_F(Submitting, ReadsTheStandardInputAndTellsTheStateAfterTheWait) {
+    m_master.input = File::Read(WriteJobFile(R"("SceneFile": "/a.pov", "OutputFolder": "o")")).Str();
+    m_master.later.push_back([](FakeMaster& m) { m.TellFinished(m.jobs.begin()->second, Failed); });
+    auto const result = Run("submit - --wait --json");
+    EXPECT_EQ(result.code, 1);
+    json const printed = json::parse(result.out);
+    ASSERT_EQ(printed.size(), 1U);
+    EXPECT_EQ(printed[0].at("status").at("name"), "Failed");
+    EXPECT_EQ(printed[0].at("failedFrames"), "");
+    EXPECT_EQ(m_master.Got<JobMsg>().at(0)->job->Get("OutputFolder", false),
+              String(std::filesystem::current_path().native()) + "/o");
+    m_master.input = "{";
+    EXPECT_THAT(Run("submit -").err, HasSubstr("standard input"));
+}
+
 TEST_F(Submitting, WhatAnotherVersionWroteIsKept) {
     auto const result = Run("submit " + WriteJobFile(R"("SceneFile": "a.pov", "OutputFolder": "o", "Grain": 5)", 1,
                                                      R"("program": 20000, )"));
@@ -195,6 +211,12 @@ TEST_F(Waiting, NoticesEveryWayToEnd) {
     Step const drop = [](FakeMaster& m) { m.Drop(); };
     Step const finish = [](FakeMaster& m) { m.TellFinished(m.jobs.begin()->second, Finished); };
     Step const remove = [](FakeMaster& m) { m.Tell<DeleteJobMsg>().job = m.jobs.begin()->first; };
+    Step const stand = [](FakeMaster& m) {
+        auto& changed = m.Tell<JobParameterMsg>();
+        changed.job = m.jobs.begin()->first;
+        changed.name = p_Standstill;
+        changed.value = "its scene is gone";
+    };
     Step const failUnseen = [](FakeMaster& m) {
         m.jobs.begin()->second->SetStatus(Failed);
         m.Drop();
@@ -205,6 +227,7 @@ TEST_F(Waiting, NoticesEveryWayToEnd) {
         {"wait None", Queued, {}, 1, 1, "There is no Job \"None\""},
         {"wait Shot --timeout 0.05", Queued, {}, 4, 1, "\"Shot\" is not finished"},
         {"wait Shot", Queued, {remove}, 1, 1, "\"Shot\" was deleted"},
+        {"wait Shot", Queued, {stand}, 1, 1, "\"Shot\" stands still: its scene is gone"},
         {"wait Shot", Queued, {drop, finish}, 0, 2, ""},
         {"wait Shot", Queued, {failUnseen}, 1, 2, ""},
     };
@@ -319,6 +342,14 @@ TEST_F(Controlling, StopsWork) {
     }
 }
 
+TEST_F(Controlling, AnAdministratorSaysSo) {
+    EXPECT_EQ(Run("--admin jobs").code, 0);
+    ASSERT_EQ(m_master.Got<AdministrateMsg>().size(), 1U);
+    EXPECT_TRUE(m_master.Got<AdministrateMsg>()[0]->on);
+    EXPECT_EQ(Run("jobs").code, 0);
+    EXPECT_EQ(m_master.Got<AdministrateMsg>().size(), 1U);
+}
+
 TEST_F(Controlling, DeletesNowOrLater) {
     m_master.AddJob("Shot");
     EXPECT_EQ(Run("delete Shot").code, 0);
@@ -350,6 +381,23 @@ TEST_F(Controlling, RequeuesWholeJobsAndSomeFrames) {
     m_master.AddJob("Running");
     EXPECT_EQ(Run("requeue Running").code, 1);
     EXPECT_THAT(m_master.commands, IsEmpty());
+}
+
+TEST_F(Controlling, FailedFramesRunAgainInPlaceAndFailuresAreForgotten) {
+    UID const job = m_master.AddJob("Done", Failed, "1-10")->id;
+    UID const engine = m_master.AddEngine("render07");
+    EXPECT_EQ(Run("requeue Done --failed").code, 0);
+    EXPECT_EQ(Run("requeue Done --failed --frames 3").code, 0);
+    auto const again = m_master.Got<RunAgainMsg>();
+    ASSERT_EQ(again.size(), 2U);
+    EXPECT_EQ(again[0]->job, job);
+    EXPECT_EQ(again[0]->frames + again[1]->frames, "3");
+    EXPECT_EQ(Run("reset Done render07").code, 0);
+    ASSERT_EQ(m_master.Got<ResetJobFailuresMsg>().size(), 1U);
+    EXPECT_EQ(m_master.Got<ResetJobFailuresMsg>()[0]->job, job);
+    ASSERT_EQ(m_master.Got<ResetEngineFailuresMsg>().size(), 1U);
+    EXPECT_EQ(m_master.Got<ResetEngineFailuresMsg>()[0]->engine, engine);
+    EXPECT_EQ(Run("reset nobody").code, 1);
 }
 
 // Listing.
@@ -393,12 +441,46 @@ TEST_F(Listing, JsonHoldsWhatTheFarmHolds) {
         {"job Küche", "/runs/0/seconds", 2.0},
         {"work --all Küche", "", Json("job Küche").at("runs")},
         {"products Command", "/class", "Sequence"},
+        {"jobs", "/0/failures", 3},
+        {"engines", "/0/failures", 3},
+        {"engines", "/0/barredProducts/0", "Command"},
+        {"job Küche", "/failedFrames", "1"},
+        {"job Küche", "/values", json::parse(R"({"Name": "Küche", "Range": "1-3"})")},
+        {"wait Küche --timeout 0.01", "/0/failedFrames", "1"},
+        {"report Küche", "/name", "Küche"},
+        {"log Küche", "/0/run/frames", "1"},
+        {"log Küche", "/0/output", "frame 1\n"},
     };
+    m_master.outputs[m_run] = {"frame 1\n"};
+    m_master.failures = {{m_job->id, m_engine, UID(true), 3, Time(), 3}};
+    m_master.engines[0].SetBarredProducts({FakeMaster::CommandProduct()->Type()});
     for (auto const& [line, place, value] : cases)
-        EXPECT_EQ(Json(line).at(json::json_pointer(place)), value) << line;
+        EXPECT_EQ(Json(line).at(json::json_pointer(place)), value) << line << place;
+    EXPECT_THAT(Run("engines").out, HasSubstr("gets no more work of: Command"));
     for (char const* line : {"jobs", "work", "engines"})
         EXPECT_EQ(Json(line).size(), 1U) << line;
     EXPECT_EQ(Json("products").size(), 2U);
+}
+
+// Run it with VORLAN_REWRITE_DOCS=1 to write the page anew.
+TEST_F(Listing, ThePageOfFieldsIsWhatIsPrinted) {
+    constexpr char k_Begin[] = "<!-- fields: begin -->\n";
+    constexpr char k_End[] = "<!-- fields: end -->";
+    String tables;
+    for (JsonTable const& table : DescribeJson()) {
+        tables += "\n### " + table.title + "\n\n" + table.about + "\n\n| Field | Meaning |\n|---|---|\n";
+        for (auto const& [name, meaning] : table.fields)
+            tables += "| `" + name + "` | " + meaning + " |\n";
+    }
+    Path const file(String(vorlan::k_SourceDir) + "/docs/json.md");
+    String const page = File::Read(file);
+    size_t const from = page.Find(k_Begin) + std::string_view(k_Begin).size();
+    size_t const end = page.Find(k_End);
+    ASSERT_NE(end, String::npos);
+    if (std::getenv("VORLAN_REWRITE_DOCS"))
+        File::WriteWhole(file, page.Mid(0, from) + tables + "\n" + page.Mid(end));
+    else
+        EXPECT_EQ(page.Mid(from, end - from), tables + "\n");
 }
 
 TEST_F(Listing, AnEmptyFarmIsAnEmptyList) {

@@ -25,6 +25,7 @@ TEST(Printable, KeepsAJobFromDrivingTheTerminal) {
     EXPECT_EQ(Printable("one\ntwo"), "one?two");
     EXPECT_EQ(Printable("grün\xfe"), "grün?");
     EXPECT_EQ(Printable(String("a\0b", 3)), "a?b");
+    EXPECT_EQ(Printable("gpj\u202Egnp.exe \u2066x\u200F"), "gpj?gnp.exe ?x?");
 }
 
 TEST(TableLayout, AlignsByColumnsAndShrinksWhatMay) {

@@ -59,7 +59,10 @@ TEST(Launch, ArgumentsFollowTheValues) {
     Launch const launch = BuildLaunch(*product, *unit, {{"Engine.Name", "e1"}, {"Program", "theirs"}});
     EXPECT_EQ(launch.arguments, (Words{"run", "a5-9x2", "-t 4", "-s", "/s h/a b", "-f", "+L", "/a", "+L", "/b c", "-x",
                                        "y z", "/s h/a b", "e1", "theirs"}));
-    EXPECT_TRUE(launch.environment.empty());
+    EXPECT_FALSE(launch.environment.contains("GONE"));
+    EXPECT_EQ(launch.environment.at("VORLAN_FRAMES"), "9-5x2");
+    EXPECT_EQ(launch.environment.at("VORLAN_FIRST") + launch.environment.at("VORLAN_LAST"), "59");
+    EXPECT_EQ(launch.environment.at("VORLAN_ENGINE"), "e1");
     EXPECT_EQ(launch.folder, "/s h");
     EXPECT_EQ(launch.expectedFiles, (Words{"009.png", "007.png", "005.png", "all"}));
     EXPECT_FALSE(launch.shell);
@@ -68,7 +71,7 @@ TEST(Launch, ArgumentsFollowTheValues) {
     Launch const other = BuildLaunch(*product, *unit, {});
     EXPECT_EQ(other.arguments, (Words{"run", "a5-9x2", "-t 4", "-o", "/o", "-s", "/s h/a b", "+L", "/a", "+L", "/b c",
                                       "-x", "y z", "/s h/a b", "mine"}));
-    EXPECT_EQ(other.environment, (std::map<String, String>{{"OUT", "/o"}}));
+    EXPECT_EQ(other.environment.at("OUT"), "/o");
 }
 
 TEST(Launch, SaysWhatIsWrong) {
@@ -156,6 +159,24 @@ TEST(OutputMatcher, CountsFramesAndParts) {
     }
 }
 
+TEST(OutputMatcher, ANoteGoesOnWhereAProgramBrokeItsLine) {
+    OutputRule const error{OutputRule::Kind::Error, "Error: .+"};
+    Rows<std::vector<char const*>, char const*> const cases = {
+        {{"File 'b.pov' line 1: Parse Error: No matching } in 'texture', undeclared", " identifier 'T' found", "Fatal"},
+         "File 'b.pov' line 1: Parse Error: No matching } in 'texture', undeclared identifier 'T' found"},
+        {{"File 'a.pov' line 1: Parse Error: Cannot open include file a_very_long_name_of_a", "n_include.inc.",
+          " next"},
+         "File 'a.pov' line 1: Parse Error: Cannot open include file a_very_long_name_of_an_include.inc."},
+        {{"Error: short", " and something else"}, "Error: short"},
+    };
+    for (auto const& [lines, note] : cases) {
+        OutputMatcher matcher({{error}, {0}, {}}, "");
+        for (char const* line : lines)
+            matcher.Feed(line);
+        EXPECT_EQ(matcher.FirstError(), note);
+    }
+}
+
 TEST(OutputMatcher, FirstErrorCountsAndNotesAreMade) {
     OutputRule error = MakeRule(OutputRule::Kind::Error, "failed: (\\w+)(?: at (\\d+))?");
     error.text = "$1 ($2) costs 5$$";
@@ -232,8 +253,15 @@ TEST(ShippedProducts, BlenderCommandLine) {
     matcher.Feed("Saved: '/o/image_0001.exr'");
     matcher.Feed("Fra:2 Mem:20.55M (Peak 20.56M) | Time:00:00.10 | Compositing");
     EXPECT_NEAR(matcher.Percent(), 50, 1e-9);
-    EXPECT_EQ(matcher.Feed("Error: Cannot read file '/s/a.blend': No such file or directory").error,
-              "Error: Cannot read file '/s/a.blend': No such file or directory");
+    for (char const* error : {"Error: Cannot read file '/s/a.blend': No such file or directory",
+                              "Error: Render error (Invalid argument) cannot save: '/o/x_0001.png'",
+                              "Error: Build without OpenImageDenoiser", "Error: engine not found 'NOPE'",
+                              "ValueError: bad thing in the script"})
+        EXPECT_EQ(matcher.Feed(error).error, error);
+    EXPECT_TRUE(matcher.Feed("Can't find scene: 'S' in file: '/s/a.blend'").error.StartsWith("Can't find scene: 'S'"));
+    for (char const* none : {"Error: Not freed memory blocks: 1, total unfreed memory 0.000214 MB",
+                             "Error: Python: Traceback (most recent call last):", "Saved: '/o/Error_0001.png'"})
+        EXPECT_EQ(matcher.Feed(none).error, "") << none;
 }
 
 // What a launch did: its exit code and all lines of its output fed to the matcher.
@@ -359,6 +387,29 @@ TEST(RealPrograms, PovRayRendersPackets) {
         EXPECT_NE(outcome.exitCode, 0);
         EXPECT_TRUE(outcome.error.Contains("Parse Error:")) << outcome.error << "\n" << outcome.output;
     }
+}
+
+TEST(RealPrograms, BlenderRendersAndSaysWhyItCannotSave) {
+    if (FindProgram("blender").Empty())
+        GTEST_SKIP() << "blender is not installed";
+    auto const product = Shipped("blender.json");
+    TempFolder const folder;
+    String const make = "cd " + folder.Folder() +
+                        " && HOME=. blender -b --factory-startup --python-expr \"import bpy; s = bpy.context.scene; "
+                        "s.render.engine = 'CYCLES'; s.cycles.samples = 1; s.cycles.use_denoising = False; "
+                        "s.render.resolution_x = s.render.resolution_y = 16; "
+                        "bpy.ops.wm.save_as_mainfile(filepath='" +
+                        (folder / "a.blend") + "')\" > made.txt 2>&1";
+    ASSERT_EQ(std::system(make.c_str()), 0) << File::Read(folder / "made.txt");
+    OptionMap values = {
+        {"SceneFile", folder / "a.blend"}, {"OutputFolder", folder / "out"}, {"Format", "PNG"}, {p_SubRange, "1-2"}};
+    Outcome outcome = RunUnit(*product, values, folder);
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
+    EXPECT_EQ(outcome.error, "");
+    ExpectFiles(outcome.launch, 2);
+    values["OutputFolder"] = folder / "a.blend";
+    outcome = RunUnit(*product, values, folder);
+    EXPECT_TRUE(outcome.error.Contains("cannot save: '" + (folder / "a.blend"))) << outcome.output;
 }
 
 TEST(RealPrograms, FFmpegMakesAFilm) {

@@ -175,6 +175,25 @@ void CheckArguments(Launch const& launch, String const& what) {
                                 ". Shorten the Job's values, or take smaller packets.");
 }
 
+// Variables of a unit's process, and the values that they hold.
+constexpr std::pair<char const*, char const*> k_UnitVariables[] = {
+    {"VORLAN_JOB", "JobID"},       {"VORLAN_JOB_NAME", p_JobName},   {"VORLAN_WORK", "ID"},
+    {"VORLAN_FRAMES", "SubRange"}, {"VORLAN_FIRST", "First"},        {"VORLAN_LAST", "Last"},
+    {"VORLAN_STEP", "Step"},       {"VORLAN_COUNT", "Count"},        {"VORLAN_RANGE", p_Range},
+    {"VORLAN_PRODUCT", "Product"}, {"VORLAN_ENGINE", "Engine.Name"}, {"VORLAN_CPUS", p_DispatchCPUs}};
+
+// What the Product sets itself stays; a value that no variable can hold is left out.
+void AddUnitVariables(JobValues const& values, std::map<String, String>& environment) {
+    for (auto const& [name, value] : k_UnitVariables) {
+        String text;
+        bool const fits = values.Find(value, text) && !text.Empty() &&
+                          text.size() + std::string_view(name).size() < k_ArgumentLengthLimit &&
+                          !text.Contains(std::string_view("\0", 1));
+        if (fits)
+            environment.emplace(name, text);
+    }
+}
+
 std::vector<int> FramesOf(JobValues const& values) {
     String text;
     FrameRange range;
@@ -238,6 +257,7 @@ Launch BuildLaunch(Product const& product, Job const& work, OptionMap const& eng
                                 " cannot render them in one go. Use a PacketSize of 1, or a Range of even steps.");
     }
     Launch launch = LaunchBuilder(product.GetLaunch(), values).Build();
+    AddUnitVariables(values, launch.environment);
     CheckArguments(launch, "The Product \"" + product.Name() + "\"");
     launch.expectedFiles = ExpectedFiles(product.GetLaunch(), values);
     return launch;

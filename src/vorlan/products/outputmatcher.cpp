@@ -109,6 +109,7 @@ OutputMatcher::Report OutputMatcher::Feed(std::string_view line) {
     Report report;
     line = line.substr(0, k_LineLimit);
     double const before = m_percent;
+    GoOn(line);
     Groups groups;
     for (CompiledRule const& compiled : m_compiled->rules) {
         groups.fill({});
@@ -120,8 +121,10 @@ OutputMatcher::Report OutputMatcher::Feed(std::string_view line) {
         if (rule.kind == Kind::Warning || rule.kind == Kind::Error) {
             String const note = rule.text.Empty() ? String(line).Trim() : NoteText(rule.text, groups);
             (rule.kind == Kind::Warning ? report.warning : report.error) = note;
-            if (rule.kind == Kind::Error && m_firstError.Empty())
+            if (rule.kind == Kind::Error && m_firstError.Empty()) {
                 m_firstError = note;
+                m_brokenAt = rule.text.Empty() ? line.size() : 0;
+            }
         } else {
             double const total = rule.kind == Kind::Step ? NumberIn(groups[static_cast<size_t>(rule.totalGroup)]) : 0;
             TakeNumber(rule.kind, NumberIn(groups[static_cast<size_t>(rule.valueGroup)]), total);
@@ -129,6 +132,21 @@ OutputMatcher::Report OutputMatcher::Feed(std::string_view line) {
     }
     report.progressChanged = m_percent > before;
     return report;
+}
+
+// Programs break long lines: in the middle of a word at the width of a terminal, or before a word, and then the next
+// line begins with its blank. The note of an error goes on there.
+void OutputMatcher::GoOn(std::string_view line) {
+    constexpr size_t k_Width = 80;
+    constexpr size_t k_LeastBroken = 50;
+    constexpr size_t k_LongestNote = 1000;
+    size_t const broken = std::exchange(m_brokenAt, 0);
+    bool const beginsWithOneBlank = line.size() > 1 && line[0] == ' ' && line[1] != ' ';
+    bool const goesOn = broken == k_Width || (broken >= k_LeastBroken && beginsWithOneBlank);
+    if (line.empty() || !goesOn || m_firstError.size() + line.size() > k_LongestNote)
+        return;
+    m_firstError += line;
+    m_brokenAt = line.size();
 }
 
 void OutputMatcher::TakeNumber(Kind kind, double value, double total) {
