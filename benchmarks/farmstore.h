@@ -8,13 +8,16 @@
 
 namespace bench {
 
-// Writes the Jobs as a Master keeps them, before it runs.
-inline void FillStore(std::vector<boost::shared_ptr<Job>> const& jobs) {
+inline Path StoreFile() { return Components::Folder("VorlanMaster") / Path("farm.db"); }
+
+// Writes the Jobs as a Master keeps them, before it runs, numbered from 1 on, and what
+// `more` adds.
+inline void FillStore(std::vector<boost::shared_ptr<Job>> const& jobs,
+                      std::function<void(farm::SqlStore&)> const& more = {}) {
     constexpr size_t k_Batch = 1000;
-    Path const folder = Components::Folder("VorlanMaster");
-    corekit::File::MakeFolder(folder);
+    corekit::File::MakeFolder(StoreFile().Branch());
     String report;
-    auto const store = farm::OpenSqliteStore(folder / Path("farm.db"), report);
+    auto const store = farm::OpenSqliteStore(StoreFile(), report);
     std::vector<farm::Record> records;
     uint64_t number = 0;
     for (auto const& job : jobs) {
@@ -29,6 +32,8 @@ inline void FillStore(std::vector<boost::shared_ptr<Job>> const& jobs) {
             records.clear();
         }
     }
+    if (more)
+        more(*store);
 }
 
 } // namespace bench

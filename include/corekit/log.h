@@ -9,6 +9,9 @@
 
 namespace corekit {
 
+// The rights of every log and of every output of a unit, at most.
+inline constexpr unsigned k_LogMode = 0640;
+
 enum class LogLevel : unsigned char { Debug, Info, Status, System, Warning, Error };
 
 // "Debug", "Info" and so on.

@@ -1,16 +1,34 @@
 #include "historysink.h"
 
+#include <corekit/log.h>
 #include <corekit/string.h>
 
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <fcntl.h>
 #include <spdlog/async.h>
 #include <string>
+#include <sys/stat.h>
 
 namespace corekit {
 
-HistorySink::HistorySink(Path const& file, size_t maxBytes, size_t keep) : m_file(file.Str(), maxBytes, keep) {
+namespace {
+
+// What is started does not get it, and others may not read it.
+spdlog::file_event_handlers OnOpened() {
+    spdlog::file_event_handlers handlers;
+    handlers.after_open = [](spdlog::filename_t const&, std::FILE* file) {
+        ::fcntl(::fileno(file), F_SETFD, FD_CLOEXEC);
+        ::fchmod(::fileno(file), k_LogMode);
+    };
+    return handlers;
+}
+
+} // namespace
+
+HistorySink::HistorySink(Path const& file, size_t maxBytes, size_t keep)
+    : m_file(file.Str(), maxBytes, keep, false, OnOpened()) {
     m_file.set_pattern("%Y-%m-%d %H:%M:%S.%e %t %v");
 }
 

@@ -1,5 +1,9 @@
 #include "master/postgresserver.h"
+#include "master/store/sealedstore.h"
 #include "master/store/sqlstore.h"
+
+#include <soci/soci.h>
+#include <soci/sqlite3/soci-sqlite3.h>
 
 namespace corekit::test_store {
 
@@ -34,6 +38,13 @@ std::vector<Record> All(Store& store) {
     std::vector<Record> records;
     store.LoadAll([&](Record const& record) { records.push_back(record); });
     return records;
+}
+
+int TidyAll(Store& store) {
+    int pieces = 0;
+    while (store.Tidy())
+        ++pieces;
+    return pieces;
 }
 
 // What a store holds, as text that can be compared.
@@ -74,6 +85,7 @@ void KeepsRecordsLikeTheStoreInMemory(String const& connection) {
         SqlStore store(connection);
         if (isNew)
             store.Commit(SomeHistory());
+        TidyAll(store);
         EXPECT_EQ(Contents(store), Contents(memory));
         EXPECT_EQ(All(store).size(), 205U);
     }
@@ -89,6 +101,106 @@ TEST_F(StoreTest, KeepsThemInPostgresToo) {
     PostgresServer server;
     ASSERT_TRUE(server.Start());
     KeepsRecordsLikeTheStoreInMemory(server.Connection());
+}
+
+// A Job's many runs go piece by piece, and no statement looks through a table.
+TEST_F(StoreTest, DeletingTakesNoTimeThatGrowsWithWhatIsStored) {
+    std::vector<Record> runs;
+    for (uint64_t number = 1; number <= 3000; ++number)
+        runs.push_back(Put(RecordKind::History, number, 1 + number % 3, "a run"));
+    std::vector<String> left;
+    {
+        SqlStore store(Connection());
+        store.Commit(runs);
+        for (String const& step : store.Plans())
+            EXPECT_FALSE(step.Contains("SCAN")) << step;
+        EXPECT_FALSE(store.Plans().empty());
+        store.Commit(std::vector<Record>{Remove(Record::Op::EraseJob, RecordKind::History, 1)});
+        left = Contents(store);
+        EXPECT_EQ(left.size(), 2001U) << "nobody is told of them, but their numbers are not given out again";
+    }
+    SqlStore again(Connection());
+    EXPECT_EQ(Contents(again), left);
+    EXPECT_GT(TidyAll(again), 0);
+    EXPECT_EQ(Contents(again).size(), 2000U);
+}
+
+TEST_F(StoreTest, AFileOfOldIsWrittenAnewAndGivesBackItsRoom) {
+    SqlStore(Connection()).Commit(SomeHistory());
+    MemoryStore memory;
+    memory.Commit(SomeHistory());
+    {
+        soci::session old(soci::sqlite3, "dbname=" + m_file.Str());
+        for (int kind = 1; kind <= 11; ++kind) {
+            std::string const table = "record_" + std::to_string(kind);
+            old << "CREATE TABLE old (number BIGINT PRIMARY KEY, job BIGINT NOT NULL, id TEXT NOT NULL, "
+                   "body TEXT NOT NULL)";
+            old << "INSERT INTO old SELECT * FROM " << table;
+            old << "DROP TABLE " << table;
+            old << "ALTER TABLE old RENAME TO " << table;
+            old << "CREATE INDEX " << table << "_job ON " << table << " (job) WHERE job <> 0";
+        }
+    }
+    {
+        SqlStore store(Connection());
+        TidyAll(store);
+        EXPECT_EQ(Contents(store), Contents(memory));
+        for (String const& step : store.Plans())
+            EXPECT_FALSE(step.Contains("SCAN") || step.Contains("autoindex")) << step;
+        std::vector<Record> many;
+        std::vector<Record> none;
+        for (uint64_t number = 1000; number < 9000; ++number) {
+            many.push_back(Put(RecordKind::Option, number, 0, String(1000, 'x')));
+            none.push_back(Remove(Record::Op::Erase, RecordKind::Option, number));
+        }
+        store.Commit(many);
+        store.Commit(none);
+    }
+    SqlStore store(Connection());
+    EXPECT_GT(TidyAll(store), 5);
+    EXPECT_EQ(Contents(store), Contents(memory));
+}
+
+// Whoever has the file alone reads no password, not even one from before there was a key.
+TEST_F(StoreTest, PasswordsAreEncrypted) {
+    vorlan::Job job(UID(true));
+    job.SetValues({{vorlan::p_Name, "renders"}, {vorlan::p_Username, "artist"}, {vorlan::p_Password, "hunter2"}});
+    String const body = vorlan::EncodeJob(job);
+    std::vector<Record> const rows = {Put(RecordKind::Job, 1, 1, body), Put(RecordKind::Job, 2, 2, "another Job")};
+    SqlStore(Connection()).Commit(std::span(rows).first(1));
+    for (int round = 0; round < 2; ++round) {
+        SealedStore store(std::make_unique<SqlStore>(Connection()),
+                          vorlan::SecretsKey::LoadOrCreate(m_folder.Folder()));
+        EXPECT_EQ(All(store).front().body, body);
+        store.Commit(rows);
+    }
+    {
+        SqlStore bare(Connection());
+        auto const stored = All(bare);
+        ASSERT_EQ(stored.size(), 2U);
+        EXPECT_FALSE(stored[0].body.Contains("hunter2"));
+        EXPECT_EQ(stored[1].body, "another Job");
+    }
+    TempFolder other;
+    SealedStore store(std::make_unique<SqlStore>(Connection()), vorlan::SecretsKey::LoadOrCreate(other.Folder()));
+    LogLines log;
+    EXPECT_EQ(All(store).size(), 1U);
+    EXPECT_TRUE(log.Has("secrets.key"));
+    for (Path const& file : {m_file, vorlan::SecretsKey::FilePath(m_folder.Folder())}) {
+        using std::filesystem::perms;
+        EXPECT_EQ(std::filesystem::status(file.Native()).permissions(), perms::owner_read | perms::owner_write) << file;
+    }
+}
+
+TEST_F(StoreTest, AFailedStatementTellsNoValues) {
+    SqlStore store(Connection());
+    store.LimitPages(1);
+    try {
+        store.Commit(std::vector<Record>{Put(RecordKind::Job, 1, 1, String(100'000, 'x') + "hunter2", "artist")});
+        FAIL();
+    } catch (StoreException const& error) {
+        EXPECT_EQ(error.Message(), "The store could not be written: its disk is full. Make room on it.");
+    }
 }
 
 TEST_F(StoreTest, AFullDiskLosesTheWholeCommitAndNothingElse) {

@@ -65,7 +65,8 @@ void OutputLog::Flush() {
 
 bool OutputLog::Write() {
     if (!m_fd)
-        m_fd.Reset(FileLayer::s_Layer->Open(m_file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644));
+        m_fd.Reset(
+            FileLayer::s_Layer->Open(m_file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, corekit::k_LogMode));
     if (!m_fd)
         return false;
     for (size_t done = 0; done < m_waiting.size();) {

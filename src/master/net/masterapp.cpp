@@ -1,5 +1,6 @@
 #include "master/net/masterapp.h"
 
+#include "master/store/sealedstore.h"
 #include "master/store/sqlstore.h"
 
 #include <corekit/crashreport.h>
@@ -13,6 +14,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <sys/stat.h>
 #include <thread>
 
 namespace farm {
@@ -40,6 +42,7 @@ Time DateOf(char const* text) {
 bool MasterApp::Startup(CommandLine& commandLine) {
     Path const folder = Components::Folder("VorlanMaster");
     File::MakeFolder(folder);
+    ::chmod(folder.c_str(), 0700);
     String holder;
     m_lock = vorlan::ComponentLock::TakeLock(vorlan::k_ComponentMaster, &holder);
     if (!m_lock) {
@@ -86,6 +89,11 @@ void MasterApp::InstallStop() {
 }
 
 std::unique_ptr<Store> MasterApp::OpenStore(CommandLine const& commandLine) {
+    auto key = vorlan::SecretsKey::LoadOrCreate(File::GetMachineDir());
+    return std::make_unique<SealedStore>(OpenPlainStore(commandLine), std::move(key));
+}
+
+std::unique_ptr<Store> MasterApp::OpenPlainStore(CommandLine const& commandLine) {
     String const configured = GetOptions().GetValue("Store", "Connection", String());
     String const connection = commandLine.GetArgument("Store", 0, configured);
     if (!connection.Empty())

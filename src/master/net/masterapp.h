@@ -36,6 +36,7 @@ public:
 private:
     void InstallStop();
     std::unique_ptr<Store> OpenStore(corekit::CommandLine const& commandLine);
+    std::unique_ptr<Store> OpenPlainStore(corekit::CommandLine const& commandLine);
     std::vector<boost::shared_ptr<vorlan::Product const>> LoadProducts();
     void StandBy();
 

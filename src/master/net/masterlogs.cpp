@@ -103,7 +103,7 @@ void MasterLogs::Write(DispatchText const& text) {
         // Those who are reading the former one go on with it.
         if (text.begin)
             ::unlink(path.c_str());
-        m_dispatchFile.Reset(::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
+        m_dispatchFile.Reset(::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, corekit::k_LogMode));
         m_dispatchFailed = !m_dispatchFile;
         m_dispatchBytes = std::max<int64_t>(0, corekit::File::Size(path));
         if (m_dispatchFailed) {

@@ -21,6 +21,8 @@ namespace {
 // Events of one turn: enough to make one commit worth its wait, few enough that
 // nobody waits long for an answer.
 constexpr size_t k_EventsPerTurn = 4000;
+constexpr std::chrono::milliseconds k_TurnTime{10};
+constexpr size_t k_EventsPerLook = 16; // at the clock
 
 // Bytes of a load that are asked for at a time, and that wait for a peer at most: so
 // few that the processor's cache has them still when the network thread sends them.
@@ -159,7 +161,7 @@ void Shell::Stop() { m_inbox.Close(); }
 
 std::chrono::steady_clock::time_point Shell::NextTurn() const {
     auto const now = std::chrono::steady_clock::now();
-    if (m_feedsOn)
+    if (m_feedsOn || m_untidy)
         return now;
     if (!m_loading.empty() || m_logs.IsFeeding())
         return now + std::chrono::milliseconds(20);
@@ -169,18 +171,27 @@ std::chrono::steady_clock::time_point Shell::NextTurn() const {
 
 void Shell::Run() {
     while (!m_stopping && !m_inbox.IsClosed()) {
-        Turn(m_inbox.TakeEvents(k_EventsPerTurn, NextTurn()));
+        if (m_waiting.empty())
+            m_waiting = m_inbox.TakeEvents(k_EventsPerTurn, NextTurn());
+        Turn(m_waiting);
+        m_untidy = m_store->Tidy();
         FeedLoads();
         m_logs.Feed(ToPeer());
         TellLog();
     }
 }
 
-void Shell::Turn(std::deque<Incoming> events) {
+// As many of the events as a turn has time for; the others stay.
+void Shell::Turn(std::deque<Incoming>& events) {
     Moment const now = CurrentMoment();
+    auto const end = std::chrono::steady_clock::now() + k_TurnTime;
     std::vector<Effect> effects;
-    for (Incoming const& incoming : events) {
-        auto const* event = std::get_if<Event>(&incoming);
+    std::deque<Incoming> handled;
+    while (!events.empty() &&
+           (handled.size() % k_EventsPerLook != 0 || handled.empty() || std::chrono::steady_clock::now() < end)) {
+        handled.push_back(std::move(events.front()));
+        events.pop_front();
+        auto const* event = std::get_if<Event>(&handled.back());
         if (event && !TakesLogRequest(*event))
             m_core->Handle(now, *event, effects);
     }
@@ -190,7 +201,7 @@ void Shell::Turn(std::deque<Incoming> events) {
     if (Commit(effects, reason))
         Perform(effects);
     else
-        Forget(events, reason);
+        Forget(handled, reason);
 }
 
 bool Shell::Commit(std::vector<Effect> const& effects, String& reason) {

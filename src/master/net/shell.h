@@ -29,7 +29,7 @@ namespace farm {
 // Owned by VorlanMaster's main, or by a test or benchmark. Run works on the thread
 // that calls it, the working thread; Stop may come from any.
 //
-// A turn takes all events that wait, lets the Core handle them, commits their records
+// A turn takes the events that wait, as many as it has time for, lets the Core handle them, commits their records
 // in one transaction, and only then sends what the Core said: nobody ever hears of
 // something that the store could forget. When the store cannot be written nothing of
 // the turn is sent; the Core is made anew from the store, the peers are dropped and
@@ -69,7 +69,7 @@ private:
 
     std::unique_ptr<Core> RestoredCore();
     void OpenPort();
-    void Turn(std::deque<Incoming> events);
+    void Turn(std::deque<Incoming>& events);
     void Forget(std::deque<Incoming> const& events, String const& reason);
     bool Commit(std::vector<Effect> const& effects, String& reason);
     void Perform(std::vector<Effect> const& effects);
@@ -104,6 +104,8 @@ private:
     std::unique_ptr<Core> m_core;
     std::unique_ptr<StateWriter> m_stateWriter; // null: none is wanted
     std::vector<Record> m_records;
+    std::deque<Incoming> m_waiting; // taken from the inbox, for the next turn
+    bool m_untidy = true;           // the store has something to tidy
     MasterLogs m_logs;
     std::set<PeerId> m_loading;
     bool m_feedsOn = false; // a peer has room for the next piece of its load now

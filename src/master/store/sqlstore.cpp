@@ -1,14 +1,16 @@
 #include "master/store/sqlstore.h"
 
 #include "master/store/base64.h"
+#include "master/store/sqldatabase.h"
+#include "master/store/storeerror.h"
 
+#include <corekit/log.h>
 #include <corekit/sformat.h>
 
-#include <soci/postgresql/soci-postgresql.h>
-#include <soci/soci.h>
-#include <soci/sqlite3/soci-sqlite3.h>
-
+#include <chrono>
+#include <deque>
 #include <map>
+#include <set>
 
 namespace farm {
 
@@ -17,102 +19,59 @@ using corekit::String;
 
 namespace {
 
-constexpr int k_FirstKind = 1;
-constexpr int k_LastKind = static_cast<int>(RecordKind::EngineHistory);
-
-// The schema's own number, stored so that a later Master can tell what it opens.
-constexpr int k_SchemaVersion = 1;
-
-std::string TableName(int kind) { return "record_" + std::to_string(kind); }
-
-StoreException::Cause CauseOf(soci::soci_error const& error) {
-    constexpr int k_Corrupt = 11;
-    constexpr int k_NotADatabase = 26;
-    auto const* sqliteError = dynamic_cast<soci::sqlite3_soci_error const*>(&error);
-    bool const damaged = sqliteError && (sqliteError->result() == k_Corrupt || sqliteError->result() == k_NotADatabase);
-    return damaged ? StoreException::Cause::Damage : StoreException::Cause::Surroundings;
-}
+// The working thread tidies for so long at a time.
+constexpr std::chrono::milliseconds k_TidyTime{3};
 
 // A prepared statement with the variables that it reads.
-struct PreparedPut {
-    long long number = 0;
+struct Prepared {
+    long long number = 0; // the key, too
     long long job = 0;
     std::string id;
     std::string body;
     std::unique_ptr<soci::statement> statement;
 };
 
-struct PreparedErase {
-    long long key = 0;
-    std::unique_ptr<soci::statement> statement;
-};
-
 } // namespace
 
 struct SqlStore::Impl {
-    soci::session session;
-    bool sqlite = false;
-    std::map<int, PreparedPut> puts;
-    std::map<int, PreparedErase> erases;
-    std::map<int, PreparedErase> jobErases;
+    SqlDatabase base;
+    std::map<std::pair<SqlWay, RecordKind>, Prepared> statements;
 
-    void Open(std::string const& connection);
-    void MakeTables();
+    // Jobs whose rows are to go, and those that the transaction under way adds.
+    std::deque<long long> doomed;
+    std::vector<long long> newlyDoomed;
+    bool mayShrink = true; // a file may have pages to give back
+
+    Prepared& Statement(SqlWay way, RecordKind kind);
+    long long Run(SqlWay way, RecordKind kind, long long key);
     void Apply(Record const& record);
     void Put(Record const& record);
-    void Erase(std::map<int, PreparedErase>& statements, char const* column, int kind, uint64_t key);
-    void ForgetStatements();
+    void ReadDoomed();
+    bool TidyRows();
 };
 
-void SqlStore::Impl::Open(std::string const& connection) {
-    constexpr std::string_view sqlitePrefix = "sqlite3://";
-    sqlite = connection.starts_with(sqlitePrefix);
-    if (sqlite) {
-        session.open(soci::sqlite3, "dbname=\"" + connection.substr(sqlitePrefix.size()) + "\"");
-        session << "PRAGMA journal_mode=WAL";
-        session << "PRAGMA synchronous=FULL";
-        session << "PRAGMA busy_timeout=5000";
-    } else {
-        constexpr std::string_view postgresPrefix = "postgresql://";
-        bool const prefixed = connection.starts_with(postgresPrefix);
-        session.open(soci::postgresql, prefixed ? connection.substr(postgresPrefix.size()) : connection);
-        session << "SET client_min_messages = warning"; // tables that exist already are no news
+Prepared& SqlStore::Impl::Statement(SqlWay way, RecordKind kind) {
+    Prepared& prepared = statements[{way, kind}];
+    if (!prepared.statement) {
+        soci::session& session = base.Session();
+        prepared.statement = std::make_unique<soci::statement>(
+            way == SqlWay::Put ? (session.prepare << SqlOf(way, kind), soci::use(prepared.number),
+                                  soci::use(prepared.job), soci::use(prepared.id), soci::use(prepared.body))
+                               : (session.prepare << SqlOf(way, kind), soci::use(prepared.number)));
     }
+    return prepared;
 }
 
-void SqlStore::Impl::MakeTables() {
-    soci::transaction transaction(session); // one wait for the disk, not one a table
-    for (int kind = k_FirstKind; kind <= k_LastKind; ++kind) {
-        std::string const table = TableName(kind);
-        session << "CREATE TABLE IF NOT EXISTS " << table
-                << " (number BIGINT PRIMARY KEY, job BIGINT NOT NULL, id TEXT NOT NULL, body TEXT NOT NULL)";
-        session << "CREATE INDEX IF NOT EXISTS " << table << "_job ON " << table << " (job) WHERE job <> 0";
-    }
-    session << "CREATE TABLE IF NOT EXISTS farm_schema (version INTEGER NOT NULL)";
-    int rows = 0;
-    session << "SELECT COUNT(*) FROM farm_schema", soci::into(rows);
-    if (rows == 0)
-        session << "INSERT INTO farm_schema (version) VALUES (" << k_SchemaVersion << ")";
-    int version = 0;
-    session << "SELECT version FROM farm_schema", soci::into(version);
-    if (version > k_SchemaVersion) {
-        throw StoreException(SFormat("The store was written by a newer VorlanMaster (form %d, this one knows %d). "
-                                     "Start the newer VorlanMaster, or move the store away to begin an empty one.",
-                                     version, k_SchemaVersion));
-    }
-    transaction.commit();
+// How many rows it has changed.
+long long SqlStore::Impl::Run(SqlWay way, RecordKind kind, long long key) {
+    Prepared& prepared = Statement(way, kind);
+    prepared.number = key;
+    prepared.statement->execute(true);
+    return prepared.statement->get_affected_rows();
 }
 
 void SqlStore::Impl::Put(Record const& record) {
-    int const kind = static_cast<int>(record.kind);
-    PreparedPut& put = puts[kind];
-    if (!put.statement) {
-        put.statement = std::make_unique<soci::statement>(
-            (session.prepare << "INSERT INTO " << TableName(kind)
-                             << " (number, job, id, body) VALUES (:number, :job, :id, :body) ON CONFLICT (number) "
-                                "DO UPDATE SET job = excluded.job, id = excluded.id, body = excluded.body",
-             soci::use(put.number), soci::use(put.job), soci::use(put.id), soci::use(put.body)));
-    }
+    Prepared& put = Statement(SqlWay::Put, record.kind);
     put.number = static_cast<long long>(record.number);
     put.job = static_cast<long long>(record.job);
     put.id = EncodeBase64(record.id);
@@ -120,111 +79,161 @@ void SqlStore::Impl::Put(Record const& record) {
     put.statement->execute(true);
 }
 
-void SqlStore::Impl::Erase(std::map<int, PreparedErase>& statements, char const* column, int kind, uint64_t key) {
-    PreparedErase& erase = statements[kind];
-    if (!erase.statement) {
-        erase.statement = std::make_unique<soci::statement>(
-            (session.prepare << "DELETE FROM " << TableName(kind) << " WHERE " << column << " = :key",
-             soci::use(erase.key)));
-    }
-    erase.key = static_cast<long long>(key);
-    erase.statement->execute(true);
-}
-
 void SqlStore::Impl::Apply(Record const& record) {
-    int const kind = static_cast<int>(record.kind);
+    auto const job = static_cast<long long>(record.job);
     switch (record.op) {
     case Record::Op::Put:
         Put(record);
         break;
     case Record::Op::Erase:
-        Erase(erases, "number", kind, record.number);
+        Run(SqlWay::Erase, record.kind, static_cast<long long>(record.number));
         break;
     case Record::Op::EraseJob:
-        Erase(jobErases, "job", kind, record.job);
+        if (record.kind == SqlDatabase::k_ManyOfJob) {
+            Run(SqlWay::Doom, record.kind, job);
+            newlyDoomed.push_back(job);
+        } else {
+            Run(SqlWay::EraseJob, record.kind, job);
+        }
         break;
     }
 }
 
-void SqlStore::Impl::ForgetStatements() {
-    puts.clear();
-    erases.clear();
-    jobErases.clear();
+void SqlStore::Impl::ReadDoomed() {
+    doomed.clear();
+    if (!base.HasTable("farm_doomed"))
+        return; // a full disk had no room for it
+    soci::rowset<long long> const jobs = base.Session().prepare << "SELECT job FROM farm_doomed ORDER BY job";
+    doomed.assign(jobs.begin(), jobs.end());
+}
+
+// True when rows are left.
+bool SqlStore::Impl::TidyRows() {
+    auto const until = std::chrono::steady_clock::now() + k_TidyTime;
+    size_t done = 0;
+    soci::transaction transaction(base.Session());
+    while (done < doomed.size() && std::chrono::steady_clock::now() < until) {
+        if (Run(SqlWay::EraseSome, SqlDatabase::k_ManyOfJob, doomed[done]) == 0) {
+            Run(SqlWay::Spare, SqlDatabase::k_ManyOfJob, doomed[done]);
+            ++done;
+        }
+    }
+    transaction.commit();
+    doomed.erase(doomed.begin(), doomed.begin() + static_cast<std::ptrdiff_t>(done));
+    mayShrink = true;
+    return !doomed.empty();
 }
 
 SqlStore::SqlStore(String const& connection) : m_impl(std::make_unique<Impl>()) {
+    m_impl->base.Open(connection);
     try {
-        m_impl->Open(connection.Str());
-        m_impl->MakeTables();
+        m_impl->ReadDoomed();
     } catch (soci::soci_error const& error) {
-        throw StoreException(SFormat("The store %s cannot be opened: %s. Check that it exists, that this user may "
-                                     "write it, and that the disk has room.",
-                                     connection.c_str(), error.what()),
-                             CauseOf(error));
+        throw FailureOf("The store cannot be read", error);
     }
 }
 
-SqlStore::~SqlStore() { m_impl->ForgetStatements(); }
+SqlStore::~SqlStore() { m_impl->statements.clear(); }
 
 void SqlStore::LoadAll(std::function<void(Record const&)> const& take) {
+    std::set<uint64_t> const doomed(m_impl->doomed.begin(), m_impl->doomed.end());
+    // No number is given out twice, not even one of a row that is to go.
+    Record last;
+    last.kind = RecordKind::Counter;
     try {
-        for (int kind = k_FirstKind; kind <= k_LastKind; ++kind) {
+        for (int kind = SqlDatabase::k_FirstKind; kind <= SqlDatabase::k_LastKind; ++kind) {
+            Record record;
+            record.kind = static_cast<RecordKind>(kind);
+            record.op = Record::Op::Put;
             long long number = 0;
             long long job = 0;
             std::string id;
             std::string body;
-            soci::statement rows = (m_impl->session.prepare << "SELECT number, job, id, body FROM " << TableName(kind)
-                                                            << " ORDER BY number",
+            soci::statement rows = (m_impl->base.Session().prepare << SqlOf(SqlWay::LoadAll, record.kind),
                                     soci::into(number), soci::into(job), soci::into(id), soci::into(body));
             rows.execute();
             while (rows.fetch()) {
-                Record record;
-                record.kind = static_cast<RecordKind>(kind);
-                record.op = Record::Op::Put;
                 record.number = static_cast<uint64_t>(number);
                 record.job = static_cast<uint64_t>(job);
+                if (record.kind == SqlDatabase::k_ManyOfJob && doomed.contains(record.job)) {
+                    last.number = std::max({last.number, record.number, record.job});
+                    continue;
+                }
                 record.id = DecodeBase64(id);
                 record.body = DecodeBase64(body);
                 take(record);
             }
         }
     } catch (soci::soci_error const& error) {
-        throw StoreException(SFormat("The store cannot be read: %s.", error.what()), CauseOf(error));
+        throw FailureOf("The store cannot be read", error);
     }
+    if (last.number != 0)
+        take(last);
 }
 
 void SqlStore::Commit(std::span<Record const> records) {
     if (records.empty())
         return;
+    m_impl->newlyDoomed.clear();
     try {
-        soci::transaction transaction(m_impl->session);
+        if (!m_impl->base.IsPrepared())
+            m_impl->base.Prepare();
+        soci::transaction transaction(m_impl->base.Session());
         for (Record const& record : records)
             m_impl->Apply(record);
         transaction.commit();
     } catch (soci::soci_error const& error) {
-        m_impl->ForgetStatements();
-        throw StoreException(SFormat("The store could not be written: %s. Make room on its disk, or bring the data "
-                                     "base back; the Master tries again by itself.",
-                                     error.what()),
-                             CauseOf(error));
+        m_impl->statements.clear();
+        throw FailureOf("The store could not be written", error);
+    }
+    m_impl->doomed.insert(m_impl->doomed.end(), m_impl->newlyDoomed.begin(), m_impl->newlyDoomed.end());
+}
+
+bool SqlStore::Tidy() {
+    try {
+        if (!m_impl->doomed.empty())
+            return m_impl->TidyRows() || m_impl->mayShrink;
+        m_impl->mayShrink = m_impl->mayShrink && m_impl->base.GiveBackPages();
+        return m_impl->mayShrink;
+    } catch (soci::soci_error const& error) {
+        // A commit will say so too; what is left goes another time.
+        m_impl->statements.clear();
+        corekit::LogDebug(FailureOf("The store could not be tidied", error).Message());
+        return false;
     }
 }
 
 bool SqlStore::IsSound() {
-    if (!m_impl->sqlite)
+    if (!m_impl->base.IsSqlite())
         return true;
     try {
         std::string answer;
-        m_impl->session << "PRAGMA quick_check(1)", soci::into(answer);
+        m_impl->base.Session() << "PRAGMA quick_check(1)", soci::into(answer);
         return answer == "ok";
     } catch (soci::soci_error const&) {
         return false;
     }
 }
 
+std::vector<String> SqlStore::Plans() {
+    std::vector<String> plans;
+    for (int kind = SqlDatabase::k_FirstKind; kind <= SqlDatabase::k_LastKind; ++kind) {
+        for (SqlWay const way :
+             {SqlWay::Put, SqlWay::Erase, SqlWay::EraseJob, SqlWay::EraseSome, SqlWay::Doom, SqlWay::Spare}) {
+            bool const ofJobs =
+                kind == static_cast<int>(RecordKind::JobState) || kind == static_cast<int>(SqlDatabase::k_ManyOfJob);
+            if (!ofJobs && (way == SqlWay::EraseJob || way == SqlWay::EraseSome))
+                continue;
+            for (String const& step : m_impl->base.PlanOf(SqlOf(way, static_cast<RecordKind>(kind))))
+                plans.push_back(step);
+        }
+    }
+    return plans;
+}
+
 void SqlStore::LimitPages(unsigned pages) {
     long long granted = 0;
-    m_impl->session << "PRAGMA max_page_count=" << pages, soci::into(granted);
+    m_impl->base.Session() << "PRAGMA max_page_count=" << pages, soci::into(granted);
 }
 
 } // namespace farm

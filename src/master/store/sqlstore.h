@@ -13,6 +13,10 @@ namespace farm {
 //
 // One table a kind of record, `number` its key. Bodies are kept as base64 text, the
 // one form that both data bases take for any byte.
+//
+// Always: no statement takes time that grows with what is stored. A Job's runs may be
+// many: its deletion writes down that they are to go, nobody is given them any more, and
+// Tidy takes them away piece by piece.
 class SqlStore : public Store {
 public:
     // `connection` is "sqlite3://PATH" or a PostgreSQL string such as
@@ -23,9 +27,14 @@ public:
 
     void LoadAll(std::function<void(Record const&)> const& take) override;
     void Commit(std::span<Record const> records) override;
+    bool Tidy() override;
 
     // Whether the data base finds its own file whole; a server's is taken as whole.
     bool IsSound();
+
+    // For tests: how the data base goes about every statement that Commit and Tidy use, a
+    // line each: "SEARCH record_3 USING INTEGER PRIMARY KEY (rowid=?)".
+    std::vector<corekit::String> Plans();
 
     // For tests: the largest size of an SQLite file, in pages of 4 KiB; a commit
     // that needs more fails like one on a full disk.

@@ -15,8 +15,11 @@ namespace farm {
 // What goes wrong with the store: the text says what happened and what to do.
 class StoreException : public corekit::Exception {
 public:
-    // Whether the store's own bytes are wrong, rather than its surroundings.
-    enum class Cause { Surroundings, Damage };
+    enum class Cause {
+        Surroundings, // anything that is neither of the next
+        Full,         // its disk has no room left
+        Damage,       // its own bytes are wrong
+    };
 
     explicit StoreException(corekit::String const& message, Cause cause = Cause::Surroundings)
         : corekit::Exception(message), m_cause(cause) {}
@@ -42,6 +45,10 @@ public:
     // Writes all records, in their order, in one transaction: when it returns they
     // survive a power cut, when it throws StoreException none of them is there.
     virtual void Commit(std::span<Record const> records) = 0;
+
+    // Does a piece, of some milliseconds, of what may be done at any time: what was deleted
+    // gives its room back. True while there is more to do. It does not throw.
+    virtual bool Tidy() { return false; }
 };
 
 // A store in memory, for tests and the simulator. `FailNext` makes the next commit

@@ -55,7 +55,7 @@ public:
 UniqueFd OpenConsole(String const& program) {
     Path const path = Components::Folder(program) / "Console.log";
     int const again = File::Size(path) > k_MaxConsoleBytes ? O_TRUNC : 0;
-    return UniqueFd(::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | again, 0644));
+    return UniqueFd(::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | again, corekit::k_LogMode));
 }
 
 std::vector<String> Words(String const& arguments) {
