@@ -7,6 +7,10 @@
 #include <wx/wxvoptions.h>
 #include <wx/wxvorlanframe.h>
 
+#ifdef __WXGTK__
+#include "theme/gtkheaders.h"
+#endif
+
 namespace {
 
 constexpr int k_SmallestPlace = 100; // a smaller one was never a window's
@@ -50,6 +54,18 @@ void PlaceWhenRestored(wxTopLevelWindow& window, wxRect const& place) {
             window.SetSize(place);
         }
     });
+}
+
+// A frame waits for the width of its borders before it is seen, and is laid out a pixel
+// wide meanwhile, which a menu bar complains about. It gets its size beforehand.
+void LayOutBeforeShown([[maybe_unused]] wxTopLevelWindow& window) {
+#ifdef __WXGTK__
+    if (gtk_widget_get_realized(window.m_widget))
+        return;
+    wxSize const size = window.GetSize();
+    GtkAllocation allocation = {0, 0, size.x, size.y};
+    gtk_widget_size_allocate(window.m_widget, &allocation);
+#endif
 }
 
 } // namespace
@@ -129,10 +145,12 @@ void wxVorlanFrame::LoadWindowPosition() {
 }
 
 bool wxVorlanFrame::Show(bool show) {
-    if (show)
+    if (show) {
         LoadWindowPosition();
-    else if (IsShown())
+        LayOutBeforeShown(*this);
+    } else if (IsShown()) {
         SaveWindowPosition();
+    }
     return wxFrame::Show(show);
 }
 
