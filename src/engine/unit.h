@@ -35,7 +35,9 @@ struct Unit {
     boost::shared_ptr<Product const> product;
     OptionMap values; // the Engine's options, and what it says of itself
     Time taken;
-    Time started; // unset until its process runs
+    Time started;          // unset until its process runs
+    int64_t startedMs = 0; // the same two by the steady clock
+    int64_t endedMs = 0;
     Time ended;
 
     Stage stage = Stage::Before;

@@ -11,6 +11,8 @@
 #include <vorlan/keys.h>
 #include <vorlan/status.h>
 
+#include <algorithm>
+
 namespace vorlan {
 
 namespace {
@@ -173,6 +175,7 @@ void WorkDesk::OnRunEnded(UID const& work, RunEnd const& end) {
     if (unit->stage != Unit::Stage::Running)
         return EndCommand(*unit, end);
     unit->ended = m_setup.clock->Now();
+    unit->endedMs = m_setup.clock->SteadyMs();
     unit->exitCode = end.code;
     unit->log->AppendLine("[" + EndText(end) + "]");
     if (unit->stop)
@@ -247,7 +250,9 @@ void WorkDesk::Report(Unit& unit, Verdict const& result) {
     ended.note = verdict.note.Mid(0, k_NoteLength);
     ended.time = unit.ended.IsZero() ? m_setup.clock->Now() : unit.ended;
     ended.exitCode = unit.exitCode;
-    Time const ran = unit.started.IsZero() ? Time() : ended.time - unit.started;
+    int64_t const endedMs = unit.ended.IsZero() ? m_setup.clock->SteadyMs() : unit.endedMs;
+    ended.ranMs = unit.started.IsZero() ? 0 : std::max<int64_t>(endedMs - unit.startedMs, 1);
+    Time const ran(ended.ranMs);
     m_journal.Ended(ended, ran);
     SendResult(ended);
 

@@ -43,12 +43,14 @@ void WorkDesk::SetMaster(SinkPtr master) {
     m_journal.Flush();
     auto message = RegisterEngineMsg::New();
     message->engine = m_setup.describe();
+    message->clock = m_setup.clock->Now();
     for (auto const& [work, unit] : m_units) {
         bool const hasStarted = !unit.started.IsZero();
         String subRange;
         unit.work->GetParameter(p_SubRange, subRange);
         message->running.push_back({work, unit.work->parentID, hasStarted ? Started : Assigned,
-                                    hasStarted ? unit.started : unit.taken, subRange});
+                                    hasStarted ? unit.started : unit.taken, subRange,
+                                    hasStarted ? std::max<int64_t>(m_setup.clock->SteadyMs() - unit.startedMs, 1) : 0});
     }
     for (auto const& [work, ended] : m_journal.Pending())
         message->ended.push_back(ended);
@@ -213,6 +215,7 @@ void WorkDesk::OnRunStarted(UID const& work, int) {
     if (!unit || unit->stage != Unit::Stage::Running)
         return;
     unit->started = m_setup.clock->Now();
+    unit->startedMs = m_setup.clock->SteadyMs();
     unit->work->SetStatus(Started);
     m_history.Note("Started " + NameOf(*unit));
     auto message = WorkBegunMsg::New();

@@ -117,7 +117,7 @@ public:
     }
 
     void OnProved(net::ChannelPtr const& channel) override {
-        auto const message = boost::static_pointer_cast<RegisterEngineMsg>(m_sim.Register());
+        auto const message = boost::static_pointer_cast<RegisterEngineMsg>(m_sim.Register(CurrentMoment()));
         message->engine.SetHostname(m_sim.Name() + ".local");
         message->engine.SetOperatingSystem("Simulated 1.0");
         message->engine.SetPlatform(3);

@@ -30,9 +30,10 @@ public:
 
     static UID TypeOf(ProductClass productClass) { return UID::FromName(Product::ClassName(productClass)); }
 
-    PeerId Connect(net::PeerKind kind) {
+    PeerId Connect(net::PeerKind kind, UID const& instance = {}) {
         auto who = boost::make_shared<net::PeerInfo>();
         who->kind = kind;
+        who->instance = instance;
         who->machineName = "test";
         Handle(PeerConnected{++m_lastPeer, who});
         return m_lastPeer;
@@ -60,7 +61,8 @@ public:
     }
 
     // A new Core with what was stored.
-    void Restart() {
+    void Restart(std::map<uint64_t, String> const& setApart = {}) {
+        m_config.setApart = setApart;
         core = std::make_unique<Core>(m_config);
         for (auto const& [key, record] : m_rows)
             core->Restore(record);
@@ -69,14 +71,15 @@ public:
 
     // Connects an Engine, or one that was there before with what it runs now.
     UID AddEngine(String const& name, unsigned cores, std::vector<RunState> running = {},
-                  std::vector<WorkEnded> ended = {}) {
+                  std::vector<WorkEnded> ended = {}, UID const& instance = {}, Time const& clock = {}) {
         auto message = RegisterEngineMsg::New();
         message->engine.id = UID::FromName(name);
         message->engine.SetName(name);
         message->engine.SetMaxCores(cores);
         message->running = std::move(running);
         message->ended = std::move(ended);
-        PeerId const peer = Connect(net::PeerKind::Engine);
+        message->clock = clock;
+        PeerId const peer = Connect(net::PeerKind::Engine, instance);
         engines[name] = peer;
         Send(peer, message);
         return message->engine.id;
@@ -139,8 +142,8 @@ public:
         message->time = now.wall;
         Send(run->engine->peer, message);
     }
-    void End(Run const* run, int status = Finished) {
-        Report(run->engine->engine->Name(), {run->work, run->job->id, status, "ended", now.wall, 0});
+    void End(Run const* run, int status = Finished, String const& note = "ended") {
+        Report(run->engine->engine->Name(), {run->work, run->job->id, status, note, now.wall, 0});
     }
     // What an Engine says of work that may be known or not.
     void Report(String const& engine, WorkEnded const& ended) {
@@ -153,6 +156,12 @@ public:
         message->job = job;
         message->immediately = immediately;
         Send(peer, message);
+    }
+    void RunAgain(UID const& job, String const& frames) {
+        auto message = RunAgainMsg::New();
+        message->job = job;
+        message->frames = frames;
+        Send(client, message);
     }
     void Stop(Run const* run, int status, StopAction action) {
         auto message = StopWorkMsg::New();
@@ -194,7 +203,6 @@ public:
     std::map<String, PeerId> engines;
     std::vector<Effect> effects; // of the last event
 
-private:
     void Keep(Record const& record) {
         int const kind = static_cast<int>(record.kind);
         if (record.op == Record::Op::Put)
@@ -206,6 +214,7 @@ private:
                           [&](auto const& row) { return row.first.first == kind && row.second.job == record.job; });
     }
 
+private:
     CoreConfig m_config;
     std::map<std::pair<int, uint64_t>, Record> m_rows;
     PeerId m_lastPeer = 0;

@@ -1,5 +1,6 @@
 // Who gets which work, and why not.
 #include "corefarm.h"
+#include "rows.h"
 
 namespace farm::test_core_dispatch {
 
@@ -183,9 +184,120 @@ TEST(CoreDispatch, WaitsForOtherJobs) {
     farm.End(farm.FindUnit("1", "first"));
     farm.End(farm.FindUnit("2", "first"), Failed);
     EXPECT_EQ(farm.StatusOf(first), Failed);
-    EXPECT_EQ(std::count_if(farm.core->State().runs.begin(), farm.core->State().runs.end(),
-                            [](auto const& run) { return run.second->job->job->Name() == "whole"; }),
-              4);
+    EXPECT_EQ(farm.FindUnit("1", "whole"), nullptr) << "a film is not made from missing frames";
+}
+
+// The ends of a Job, and what they are for another one that waits for it.
+TEST(CoreDispatch, AWaitIsMetBySuccess) {
+    auto const fails = [](CoreFarm& farm) { farm.End(farm.FindUnit("1", "first"), Failed); };
+    auto const finishes = [](CoreFarm& farm) { farm.End(farm.FindUnit("1", "first")); };
+    auto const deletes = [](CoreFarm& farm) { farm.Delete(farm.client, UID::FromName("first"), true); };
+    using Steps = std::vector<std::function<void(CoreFarm&)>>;
+    for (auto const& [what, steps, meets, reason] : Rows<char const*, Steps, bool, char const*>{
+             {"still open", {}, false, ""},
+             {"finished", {finishes}, true, nullptr},
+             {"finished and deleted", {finishes, deletes}, true, nullptr},
+             {"failed", {fails}, false, "which ended as Failed"},
+             {"deleted while it ran", {deletes}, false, "was deleted before it had finished"},
+             {"failed and deleted", {fails, deletes}, false, "was deleted before it had finished"}}) {
+        for (bool const wholeJob : {true, false}) {
+            for (bool const anyEnd : {true, false}) {
+                SCOPED_TRACE(String(what) + (wholeJob ? " whole" : " frames") + (anyEnd ? " any end" : ""));
+                CoreFarm farm;
+                farm.AddEngine("e", 1);
+                UID const first = farm.Submit("first", {{p_Range, "1"}, {p_FailureLimit, "1"}});
+                UID const next = farm.Submit("next", {{p_Range, "1"},
+                                                      {p_WaitForJobID, first.ToString()},
+                                                      {p_WaitForWholeJob, wholeJob ? k_Yes : k_No},
+                                                      {p_WaitForAnyEnd, anyEnd ? k_Yes : k_No}});
+                for (auto const& step : steps)
+                    step(farm);
+                farm.Restart();
+                farm.AddEngine("f", 1);
+                bool const runs = meets || (anyEnd && !steps.empty());
+                EXPECT_EQ(farm.FindUnit("1", "next") != nullptr, runs);
+                String const standstill = farm.FindJob(next)->job->Standstill();
+                EXPECT_EQ(standstill.Empty(), runs || steps.empty()) << standstill;
+                EXPECT_TRUE(runs || standstill.Contains(reason)) << standstill;
+            }
+        }
+    }
+}
+
+TEST(CoreDispatch, SaysWhyAJobStandsStill) {
+    CoreFarm farm;
+    UID const pool = UID::FromName("pool");
+    UID const first = farm.Submit("first", {{p_Pool, pool.ToString()}});
+    UID const next = farm.Submit("next", {{p_WaitForJobID, first.ToString()}});
+    EXPECT_EQ(farm.FindJob(first)->job->Standstill(), "") << "nobody knows what an Engine can that never came";
+    farm.AddEngine("e", 4);
+    farm.Pass(Time::Seconds(2));
+    EXPECT_EQ(farm.FindJob(first)->job->Standstill(),
+              "No Engine can take the Job: The Engine is not in the Job's Pool.");
+    EXPECT_TRUE(farm.FindJob(next)->job->Standstill().Contains("\"first\", which stands still")) << "it tells why";
+    UID const large = farm.Submit("large", {{p_CPUs, "9"}});
+    EXPECT_TRUE(farm.FindJob(large)->job->Standstill().Contains("The Job wants 9 CPUs, the Engine has 4."));
+    farm.ChangeEngine("e", [&](Engine& engine) { engine.SetPools({pool}); });
+    farm.Pass(Time::Seconds(2));
+    for (UID const& job : {first, next})
+        EXPECT_EQ(farm.FindJob(job)->job->Standstill(), "");
+}
+
+// Failures of two Jobs hold an Engine off a Product here, where it is to blame for them.
+TEST(CoreDispatch, AnEngineIsBarredForItsOwnFaultsAlone) {
+    using Notes = std::vector<char const*>;
+    for (auto const& [what, notes, elsewhere, success, barred] : Rows<char const*, Notes, bool, bool, bool>{
+             {"three typos", {"no file a", "no file b", "no file c"}, false, false, false},
+             {"one Job, many frames", {"no licence"}, false, false, false},
+             {"the same for two Jobs", {"no licence 12:01", "no licence 12:07"}, false, false, true},
+             {"cleared by a success", {"no licence", "no licence"}, false, true, false},
+             {"another Engine could", {"no file a", "no file b"}, true, false, true}}) {
+        SCOPED_TRACE(what);
+        CoreFarm farm;
+        farm.SetOptions(o_Distribution, {{o_MaxTypeFailures, "2"}, {o_MaxJobFailures, "0"}});
+        farm.AddEngine("e", 9);
+        farm.Submit("good", {{p_Range, "1"}});
+        for (size_t i = 0; i < notes.size(); ++i) {
+            String const name = "job" + String::From(i);
+            UID const job = farm.Submit(name, {{p_Range, "1"}});
+            farm.SetParameter(job, p_Status, "-1");
+            farm.End(farm.FindUnit("1", name), Unsuccessful, notes[i]);
+            if (!elsewhere)
+                continue;
+            farm.SetParameter(job, p_ExcludeEngines, UID::FromName("e").ToString());
+            farm.AddEngine("f", 1);
+            farm.SetParameter(job, p_Status, "0");
+            farm.End(farm.FindUnit("1", name));
+        }
+        if (success)
+            farm.End(farm.FindUnit("1", "good"));
+        EXPECT_EQ(farm.FindEngine("e").engine->BarredProducts().size(), barred ? 1U : 0U);
+    }
+}
+
+TEST(CoreDispatch, JobsOfALimitedCreatorWaitApart) {
+    CoreFarm farm;
+    farm.SetOptions(o_Distribution, {{o_UserLimits, "ann=1;"}});
+    farm.AddEngine("e", 4);
+    for (int i = 0; i < 100; ++i)
+        farm.Submit("ann" + String::From(i), {{p_Creator, "ann"}, {p_Range, "1"}});
+    farm.Submit("bob", {{p_Creator, "bob"}, {p_Range, "1"}, {p_Priority, "10"}});
+    EXPECT_EQ(farm.UnitsOn("e"), "ann0:1 bob:1");
+    EXPECT_EQ(farm.core->State().waiting.Size(), 0U) << "nobody walks past those that wait for ann's limit";
+    farm.End(farm.FindUnit("1", "ann0"));
+    EXPECT_EQ(farm.UnitsOn("e"), "bob:1 ann1:1");
+    farm.SetOptions(o_Distribution, {{o_UserLimits, ""}});
+    EXPECT_EQ(farm.FindEngine("e").runs.size(), 4U);
+}
+
+TEST(CoreDispatch, AUnitWhoseFramesLeftTheRangeIsNotGivenOutAgain) {
+    CoreFarm farm;
+    farm.AddEngine("e", 1);
+    UID const job = farm.Submit("a", {{p_Range, "1-2"}});
+    farm.SetParameter(job, p_Range, "2-3");
+    farm.End(farm.FindUnit("1"), UserAborted);
+    EXPECT_EQ(farm.UnitsOn("e"), "a:2");
+    EXPECT_EQ(farm.FindJob(job)->queue.Count(), 1U);
 }
 
 TEST(CoreDispatch, StaggersStarts) {

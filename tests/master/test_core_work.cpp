@@ -68,38 +68,33 @@ TEST(CoreWork, AStopLeadsWhereItsActionSays) {
 
 TEST(CoreWork, FailuresComeToAnEnd) {
     CoreFarm farm;
-    farm.SetOptions(o_Distribution, {{o_MaxJobFailures, "2"}, {o_MaxTotalJobFailures, "3"}});
+    farm.SetOptions(o_Distribution, {{o_MaxJobFailures, "2"}, {o_MaxTotalJobFailures, "4"}});
     farm.AddEngine("e", 1);
     UID const a = farm.Submit("a", {{p_Range, "1-9"}, {p_FailureLimit, "9"}});
     farm.End(farm.FindUnit("1"), Unsuccessful);
     EXPECT_EQ(farm.UnitsOn("e"), "a:2") << "a failed unit comes after those that were never tried";
     farm.End(farm.FindUnit("2"), Unsuccessful);
-    EXPECT_EQ(farm.UnitsOn("e"), "") << "this Engine has failed on it twice";
+    EXPECT_EQ(farm.UnitsOn("e"), "a:3") << "it has failed twice, and is the last one that could take it";
     farm.AddEngine("f", 1);
     farm.End(farm.FindUnit("3"), Unsuccessful);
-    farm.AddEngine("g", 1);
-    EXPECT_EQ(farm.UnitsOn("g"), "") << "the Job has failed three times";
-    EXPECT_EQ(farm.StatusOf(a), Queued) << "it is not finished for that";
-    auto reset = ResetJobFailuresMsg::New();
-    reset->job = a;
-    farm.Send(farm.client, reset);
-    EXPECT_NE(farm.UnitsOn("g"), "");
+    EXPECT_EQ(farm.UnitsOn("e"), "") << "there is another one now";
+    farm.End(farm.FindUnit("4"), Unsuccessful);
+    EXPECT_EQ(farm.StatusOf(a), Failed) << "the Job has failed four times";
+    auto const history = boost::static_pointer_cast<JobHistoryMsg const>(Loader::HistoryOf(*farm.FindJob(a)));
+    EXPECT_TRUE(history->history["1-3,5-9"].LastRun().LastNote().Contains("Given up: the Job has failed 4 times"));
 
-    // Counts that were reset stay in the total until the Job is gone.
-    auto const counts = [&farm] {
-        farm.Send(farm.client, GetFailureArchiveMsg::New());
-        std::pair<unsigned, unsigned> sums;
-        for (FailureItem const& item : farm.Sent<FailureArchiveMsg>()[0]->items)
-            sums = {sums.first + item.count, sums.second + item.total};
-        return sums;
-    };
-    EXPECT_EQ(counts(), std::pair(0U, 3U));
+    // Run again in place: gone and back for those who knew its end, and nothing is forgotten.
+    size_t const runs = farm.FindJob(a)->past.size();
+    farm.RunAgain(a, "1-5");
+    EXPECT_EQ(farm.Sent<DeleteJobMsg>().size(), 1U);
+    EXPECT_EQ(farm.Sent<JobMsg>().size(), 1U);
     farm.Restart();
-    farm.client = farm.Connect(net::PeerKind::Client);
-    EXPECT_EQ(counts(), std::pair(0U, 3U));
-    farm.Delete(farm.client, a, true);
-    EXPECT_EQ(counts(), std::pair(0U, 0U));
+    EXPECT_EQ(farm.StatusOf(a), Queued);
+    EXPECT_EQ(farm.FindJob(a)->queue.Count() + farm.FindJob(a)->RunningFrames(), 5U);
+    EXPECT_EQ(farm.FindJob(a)->failed.Count(), 4U);
+    EXPECT_EQ(farm.FindJob(a)->past.size(), runs + 1);
 
+    // A unit's own limit; the farm's counts stay in the total until the Job is gone.
     CoreFarm other;
     other.AddEngine("e", 1);
     UID const b = other.Submit("b", {{p_Range, "1"}, {p_FailureLimit, "2"}});
@@ -107,6 +102,22 @@ TEST(CoreWork, FailuresComeToAnEnd) {
     other.End(other.FindUnit("1"), Unsuccessful);
     EXPECT_EQ(other.Sent<FinishedWorkMsg>()[0]->status, Failed);
     EXPECT_EQ(other.StatusOf(b), Failed);
+    auto reset = ResetJobFailuresMsg::New();
+    reset->job = b;
+    other.Send(other.client, reset);
+    auto const counts = [&other] {
+        other.Send(other.client, GetFailureArchiveMsg::New());
+        std::pair<unsigned, unsigned> sums;
+        for (FailureItem const& item : other.Sent<FailureArchiveMsg>()[0]->items)
+            sums = {sums.first + item.count, sums.second + item.total};
+        return sums;
+    };
+    EXPECT_EQ(counts(), std::pair(0U, 2U));
+    other.Restart();
+    other.client = other.Connect(net::PeerKind::Client);
+    EXPECT_EQ(counts(), std::pair(0U, 2U));
+    other.Delete(other.client, b, true);
+    EXPECT_EQ(counts(), std::pair(0U, 0U));
 }
 
 TEST(CoreWork, TimeOutsGiveWorkBack) {
@@ -232,6 +243,20 @@ TEST(CoreWork, OncePerEngineGoesToEachThatTakesPart) {
     EXPECT_EQ(farm.UnitsOn("off"), "");
     UID const single = farm.Submit("b", {}, ProductClass::Single);
     EXPECT_EQ(farm.FindJob(single)->Total(), 1U);
+
+    // An Engine that is removed takes its unit along; without any the Job is not taken up again.
+    farm.End(farm.FindUnit("2", "a"));
+    for (char const* const name : {"e", "f", "off"})
+        farm.Handle(PeerGone{farm.engines[name]});
+    auto remove = RemoveEngineMsg::New();
+    remove->engine = UID::FromName("e");
+    farm.Send(farm.client, remove);
+    EXPECT_EQ(farm.StatusOf(job), UserCanceled);
+    auto again = boost::make_shared<Job>(*farm.FindJob(job)->job);
+    again->SetStatus(Queued);
+    farm.Send(farm.client, JobMsg::Create(again));
+    EXPECT_EQ(farm.Sent<RefusedMsg>().size(), 1U);
+    EXPECT_EQ(farm.StatusOf(job), UserCanceled) << "it is still there";
 }
 
 TEST(CoreWork, DeletesAsItIsTold) {
@@ -304,6 +329,10 @@ TEST(CoreWork, RefusesWhatCannotBe) {
             farm.Submit("b", {{p_WorkStartedEvt, "echo '$(Name)'"}});
         },
         [&] { farm.SetParameter(job, p_DeleteJobEvt, "echo \"$(Name)\"; echo '$(JobName)'"); },
+        [&] {
+            farm.Submit("b", {{p_WaitForJobID, UID::FromName("nobody").ToString()}});
+        },
+        [&] { farm.SetParameter(job, p_WaitForJobID, job.ToString()); },
         [&] { farm.SetParameter(job, p_Range, "9-"); },
         [&] { farm.SetParameter(job, p_Type, "x"); },
         [&] { farm.SetParameter(job, p_Status, "2"); },
@@ -316,9 +345,18 @@ TEST(CoreWork, RefusesWhatCannotBe) {
     }
     EXPECT_EQ(farm.core->State().jobs.size(), 1U);
     EXPECT_EQ(farm.FindJob(job)->job->Get(p_Range, false), "1-10");
+    // A command that comes late does not bring a deleted Job back, also after a restart.
+    auto const late = boost::make_shared<Job>(*farm.FindJob(job)->job);
+    farm.Delete(farm.client, job, true);
+    farm.Restart();
+    farm.client = farm.Connect(net::PeerKind::Client);
+    farm.Send(farm.client, JobMsg::Create(late));
+    EXPECT_EQ(farm.Sent<RefusedMsg>(farm.client).size(), 1U);
+    EXPECT_TRUE(farm.core->State().jobs.empty());
     // An Engine gives no commands of clients, and nobody else reports work.
-    farm.Delete(farm.Connect(net::PeerKind::Engine), job, true);
-    EXPECT_NE(farm.FindJob(job), nullptr);
+    UID const other = farm.Submit("other", {});
+    farm.Delete(farm.Connect(net::PeerKind::Engine), other, true);
+    EXPECT_NE(farm.FindJob(other), nullptr);
 }
 
 TEST(CoreWork, ALoadTellsEachJobOnce) {

@@ -270,6 +270,9 @@ TEST_F(ShellTest, ItsLogsAreGivenAway) {
 TEST_F(ShellTest, AShutdownReachesEverybody) {
     Listener asks(m_key, m_shell->Port());
     Listener other(m_key, m_shell->Port());
+    auto administrate = AdministrateMsg::New();
+    administrate->on = true;
+    asks.Send(administrate);
     asks.Send(ShutdownMsg::New());
     EXPECT_TRUE(asks.Take<ShutdownMsg>());
     EXPECT_TRUE(other.Take<ShutdownMsg>());

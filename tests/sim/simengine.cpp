@@ -4,20 +4,37 @@
 
 namespace sim {
 
-boost::shared_ptr<Message> SimEngine::Register() const {
+namespace {
+
+int64_t RanMs(SimEngine::Run const& run, Moment const& now) {
+    return std::max<int64_t>((now.steady - run.startedSteady).Milliseconds(), 1);
+}
+
+} // namespace
+
+boost::shared_ptr<Message> SimEngine::Register(Moment const& now) const {
     auto message = RegisterEngineMsg::New();
     message->engine.id = m_id;
     message->engine.SetName(m_name);
     message->engine.SetMaxCores(m_cores);
-    for (auto const& [work, run] : m_runs)
-        message->running.push_back({work, run.job, run.started ? Started : Assigned, run.startedAt, run.subRange});
+    message->clock = now.wall + m_skew;
+    for (auto const& [work, run] : m_runs) {
+        message->running.push_back({work, run.job, run.started ? Started : Assigned, run.startedAt, run.subRange,
+                                    run.started ? RanMs(run, now) : 0});
+    }
     for (auto const& [work, ended] : m_ended)
         message->ended.push_back(ended);
     return message;
 }
 
 boost::shared_ptr<Message> SimEngine::Ended(UID const& work, Run const& run, int status, Moment const& now) {
-    WorkEnded const ended{work, run.job, status, "simulated", now.wall + m_skew, status == Finished ? 0 : 1};
+    WorkEnded const ended{work,
+                          run.job,
+                          status,
+                          "simulated",
+                          now.wall + m_skew,
+                          status == Finished ? 0 : 1,
+                          run.started ? RanMs(run, now) : 0};
     m_ended[work] = ended;
     auto message = WorkEndedMsg::New();
     message->ended = ended;
@@ -58,6 +75,7 @@ boost::shared_ptr<Message> SimEngine::Begin(size_t choice, Moment const& now) {
     UID const work = works[choice % works.size()];
     m_runs[work].started = true;
     m_runs[work].startedAt = now.wall + m_skew;
+    m_runs[work].startedSteady = now.steady;
     auto message = WorkBegunMsg::New();
     message->work = work;
     message->time = m_runs[work].startedAt;

@@ -26,6 +26,7 @@ public:
         unsigned cores = 0;
         bool started = false;
         Time startedAt;
+        farm::Steady startedSteady;
     };
 
     farm::PeerId peer = 0; // 0: not connected
@@ -35,7 +36,7 @@ public:
     std::map<UID, WorkEnded> const& Unacknowledged() const { return m_ended; }
 
     // What it says first on a new connection.
-    boost::shared_ptr<Message> Register() const;
+    boost::shared_ptr<Message> Register(Moment const& now) const;
 
     // Takes a message; `answers` are to be sent. Gives a fault, empty if there is none.
     String Receive(Message const& message, Moment const& now, std::vector<boost::shared_ptr<Message>>& answers);

@@ -83,7 +83,7 @@ void World::Connect(SimEngine* engine, SimClient* client) {
     Trace("connects " + who->machineName + " as " + String::From(peer));
     if (engine) {
         engine->peer = peer;
-        SendUp(peer, {engine->Register()});
+        SendUp(peer, {engine->Register(EngineNow())});
     } else {
         client->peer = peer;
         SendUp(peer, client->Refresh());
@@ -135,6 +135,21 @@ void World::NoteReports(Event const& event, std::vector<UID>& finished) const {
     }
 }
 
+// Somebody wants failed frames again: a result that came after they had failed is no more.
+void World::NoteRunAgain(Event const& event) {
+    auto const* const message = std::get_if<PeerMessage>(&event);
+    if (!message || message->message->Type() != RunAgainMsg::s_Type)
+        return;
+    auto const at = m_core->State().jobsById.find(static_cast<RunAgainMsg const&>(*message->message).job);
+    if (at == m_core->State().jobsById.end())
+        return;
+    JobEntry const& job = *at->second;
+    for (Span const& span : job.failed.All()) {
+        for (uint32_t position = span.first; position < span.end; ++position)
+            m_finishedFrames[job.number].erase(job.frames.FrameAt(position));
+    }
+}
+
 void World::RememberFinished(std::vector<UID> const& works) {
     for (UID const& work : works) {
         auto const at = m_given.find(work);
@@ -152,6 +167,7 @@ void World::Turn(std::vector<Event> const& events, Fate fate) {
     m_newlyFinished.clear();
     for (Event const& event : events) {
         NoteReports(event, finished);
+        NoteRunAgain(event);
         size_t const from = effects.size();
         m_core->Handle(m_now, event, effects);
         CheckEffects(effects, from);
@@ -277,7 +293,7 @@ void World::Restart() {
     m_core = std::make_unique<Core>(ConfigFor(m_random.Next(), m_products));
     for (auto const& [key, record] : m_store.Rows())
         m_core->Restore(record);
-    m_now += Time(static_cast<int64_t>(Pick(5000)));
+    Pass(Time(static_cast<int64_t>(Pick(5000))));
     // The machine may have been started anew as well.
     if (Chance(30))
         m_now.steady = Steady(Time(static_cast<int64_t>(Pick(100'000))));
@@ -319,11 +335,17 @@ void World::Settle() {
 }
 
 void World::NoteFinishedJob(Message const& message) {
-    if (message.Type() != FinishedJobMsg::s_Type)
-        return;
-    UID const id = static_cast<FinishedJobMsg const&>(message).job->id;
-    if (auto const job = m_core->State().jobsById.find(id); job != m_core->State().jobsById.end())
-        m_newlyFinished.push_back(job->second->number);
+    auto const numberOf = [this](UID const& id) {
+        auto const job = m_core->State().jobsById.find(id);
+        return job == m_core->State().jobsById.end() ? 0 : job->second->number;
+    };
+    if (message.Type() == FinishedJobMsg::s_Type) {
+        m_newlyFinished.push_back(numberOf(static_cast<FinishedJobMsg const&>(message).job->id));
+    } else if (message.Type() == DeleteJobMsg::s_Type) {
+        uint64_t const number = numberOf(static_cast<DeleteJobMsg const&>(message).job);
+        std::erase(m_newlyFinished, number);
+        m_finishedJobs.erase(number);
+    }
 }
 
 // Whoever was told that a Job has finished never meets it unfinished.

@@ -61,6 +61,12 @@ private:
     }
 
     Time SomeSkew();
+    void Pass(Time span) {
+        m_now += span;
+        m_passed += span;
+    }
+    // What Engines know of the time, but for their skew.
+    Moment EngineNow() const { return {m_now.wall, Steady(m_passed)}; }
 
     // Steps.
     void Step();
@@ -86,6 +92,7 @@ private:
     // Machinery.
     void Turn(std::vector<Event> const& events, Fate fate);
     void NoteReports(Event const& event, std::vector<UID>& finished) const;
+    void NoteRunAgain(Event const& event);
     void RememberFinished(std::vector<UID> const& works);
     void CheckEffects(std::vector<Effect> const& effects, size_t from);
     void CheckUnit(EngineEntry const& engine, Job const& unit);
@@ -104,7 +111,8 @@ private:
 
     WorldOptions const m_options;
     Random m_random;
-    Moment m_now;
+    Moment m_now;  // of the Master
+    Time m_passed; // the steady clock of all Engines
     SimStore m_store;
     std::unique_ptr<Core> m_core;
     SimClient::Products m_products;

@@ -34,6 +34,7 @@ boost::shared_ptr<Message> World::SubmitCommand() {
         if (!jobs.empty()) {
             job->Set(p_WaitForJobID, OneOf(jobs).ToString());
             job->Set(p_WaitForWholeJob, Chance(50) ? k_Yes : k_No);
+            job->Set(p_WaitForAnyEnd, Chance(30) ? k_Yes : k_No);
         }
     }
     if (Chance(20))
@@ -58,7 +59,7 @@ boost::shared_ptr<Message> World::JobCommand(UID const& id) {
         if (auto const known = client->FindJob(id))
             job = boost::make_shared<Job>(*known);
     }
-    switch (Pick(14)) {
+    switch (Pick(15)) {
     case 0:
         return parameter(p_Status, "-1");
     case 1:
@@ -98,6 +99,13 @@ boost::shared_ptr<Message> World::JobCommand(UID const& id) {
         return JobMsg::Create(job);
     case 12:
         return parameter(p_ExcludeEngines, m_engines[Pick(m_engines.size())]->Id().ToString());
+    case 13: {
+        auto message = RunAgainMsg::New();
+        message->job = id;
+        message->frames = OneOf<String>({"", "1-5"});
+        Trace("runs failed frames again");
+        return message;
+    }
     default:
         return parameter(p_CPUs, String::From(Pick(4)));
     }

@@ -76,7 +76,7 @@ void World::DeliverDown(bool all) {
             link.down.pop_front();
             if (link.client)
                 link.client->Receive(*message, answers);
-            else if (String const fault = link.engine->Receive(*message, m_now, answers); !fault.Empty())
+            else if (String const fault = link.engine->Receive(*message, EngineNow(), answers); !fault.Empty())
                 Fail(fault);
         }
         SendUp(peer, answers);
@@ -102,11 +102,11 @@ void World::EngineActs() {
         boost::shared_ptr<Message> message;
         uint64_t const choice = Pick(100);
         if (choice < 40)
-            message = engine.Begin(Pick(1000), m_now);
+            message = engine.Begin(Pick(1000), EngineNow());
         else if (choice < 50)
             message = engine.Progress(Pick(1000), static_cast<int>(Pick(101)));
         else if (choice < 95)
-            message = engine.End(Pick(1000), Chance(85) ? Finished : Unsuccessful, m_now);
+            message = engine.End(Pick(1000), Chance(85) ? Finished : Unsuccessful, EngineNow());
         else
             message = engine.RepeatEnded(Pick(1000));
         if (message)
@@ -143,7 +143,7 @@ void World::BreakConnection() {
     Drop(at->first, true);
     if (engine && Chance(40)) {
         Trace(engine->Name() + " crashes");
-        engine->Crash(Chance(50), m_now);
+        engine->Crash(Chance(50), EngineNow());
     }
 }
 
@@ -161,7 +161,7 @@ void World::AdvanceClock() {
     while (left > 0 && m_fault.Empty()) {
         int64_t const part = std::min(left, beat);
         left -= part;
-        m_now += Time(part);
+        Pass(Time(part));
         std::vector<Event> events{Tick{}};
         for (auto const& engine : m_engines) {
             if (engine->peer != 0 && part <= 20'000)
@@ -257,11 +257,11 @@ void World::Quiet() {
         if (!open)
             break;
         for (auto const& engine : m_engines) {
-            while (auto message = engine->Begin(0, m_now))
+            while (auto message = engine->Begin(0, EngineNow()))
                 SendUp(engine->peer, {message});
             Settle();
-            m_now += Time(500);
-            while (auto message = engine->End(0, Finished, m_now))
+            Pass(Time(500));
+            while (auto message = engine->End(0, Finished, EngineNow()))
                 SendUp(engine->peer, {message});
         }
         AdvanceClock();

@@ -130,6 +130,7 @@ std::string JournalLine(JournalRecord const& record) {
         add(String::From(record.ended.status));
         add(String::From(record.ended.exitCode));
         add(record.ended.note);
+        add(String::From(record.ended.ranMs));
     }
     add(SFormat("%08x", Checksum(line)));
     line += '\n';
@@ -147,7 +148,7 @@ std::optional<JournalRecord> ReadJournalLine(std::string_view line) {
     JournalRecord record;
     record.kind = fields[0].size() == 1 ? static_cast<JournalRecord::Kind>(fields[0][0]) : JournalRecord::Kind{};
     bool const begun = record.kind == JournalRecord::Kind::Begun && fields.size() == 4;
-    bool const ended = record.kind == JournalRecord::Kind::Ended && fields.size() == 7;
+    bool const ended = record.kind == JournalRecord::Kind::Ended && (fields.size() == 7 || fields.size() == 8);
     bool const done = record.kind == JournalRecord::Kind::Done && fields.size() == 2;
     bool const owed = record.kind == JournalRecord::Kind::Owed;
     if (!(begun || ended || done || owed) || !UID::FromString(fields[1], record.ended.work))
@@ -166,6 +167,9 @@ std::optional<JournalRecord> ReadJournalLine(std::string_view line) {
         if (!ReadNumber(fields[4], record.ended.status) || !ReadNumber(fields[5], record.ended.exitCode))
             return std::nullopt;
         record.ended.note = Unescaped(fields[6]);
+        // Lines of old end here.
+        if (fields.size() == 8 && !ReadNumber(fields[7], record.ended.ranMs))
+            return std::nullopt;
     }
     return record;
 }

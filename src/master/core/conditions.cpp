@@ -1,5 +1,7 @@
 #include "master/core/conditions.h"
 
+#include "master/core/waits.h"
+
 #include <corekit/sformat.h>
 #include <vorlan/status.h>
 
@@ -16,11 +18,16 @@ constexpr double k_PacketTargetMs = 60'000;
 constexpr uint32_t k_PacketGrowth = 8;
 
 using About = Condition::About;
+using Ends = Condition::Ends;
 
 bool Refuse(String* why, String const& text) {
     if (why)
         *why = text;
     return false;
+}
+
+bool IsNotSetApart(Question const& q, String* why) {
+    return q.job.setApart.Empty() || Refuse(why, "The Job was set apart: " + q.job.setApart);
 }
 
 bool IsUnfinished(Question const& q, String* why) {
@@ -51,10 +58,8 @@ bool AreDependenciesMet(Question const& q, String* why) {
     if (q.job.settings.dependencies.empty())
         return true;
     for (auto const& [id, type] : q.job.settings.dependencies) {
-        auto const other = q.farm.jobsById.find(id);
-        if (type == Job::DependencyType::WholeJob && other != q.farm.jobsById.end() &&
-            !other->second->settings.IsFinished())
-            return Refuse(why, "The Job waits for the Job \"" + other->second->job->Name() + "\" to finish.");
+        if (type == Job::DependencyType::WholeJob && StateOfWait(q.farm, q.job, id, why) != WaitState::Met)
+            return false;
     }
     FrameMap const* const even = q.job.settings.evenPackets ? &q.job.frames : nullptr;
     if (!q.job.queue.HasNext(PacketSizeOf(q.farm, q.job), even, AllowedPositions(q.farm, q.job, nullptr)))
@@ -120,8 +125,11 @@ bool IsProductEnabled(Question const& q, String* why) {
 
 bool IsProductBelowFailures(Question const& q, String* why) {
     unsigned const limit = q.farm.policy.maxTypeFailures;
-    return limit == 0 || q.farm.failures.OfProductOn(q.job.settings.type, q.engine->id) < limit ||
-           Refuse(why, "The Engine has failed too often on the Product. Reset its failures to go on.");
+    return limit == 0 || q.farm.failures.JobsAgainst(q.job.settings.type, q.engine->id) < limit ||
+           Refuse(why,
+                  SFormat("The Engine has failed on %u Jobs of the Product, the limit is %u. Reset its failures to "
+                          "go on.",
+                          q.farm.failures.JobsAgainst(q.job.settings.type, q.engine->id), limit));
 }
 
 bool IsBelowEngineProductLimit(Question const& q, String* why) {
@@ -163,6 +171,12 @@ bool HasCores(Question const& q, String* why) {
            Refuse(why, SFormat("The Job wants %u CPUs, the Engine has %u free.", wanted, q.engine->Free()));
 }
 
+bool IsLargeEnough(Question const& q, String* why) {
+    unsigned const wanted = CoresWanted(q.job, *q.engine);
+    return q.engine->settings.most >= wanted || q.farm.policy.fewerCPUs || q.job.settings.cpus <= 0 ||
+           Refuse(why, SFormat("The Job wants %u CPUs, the Engine has %u.", wanted, q.engine->settings.most));
+}
+
 bool IsIncluded(Question const& q, String* why) {
     auto const& include = q.job.settings.include;
     return include.empty() || include.contains(q.engine->id) ||
@@ -186,10 +200,26 @@ bool HasUnitForEngine(Question const& q, String* why) {
     return Refuse(why, "The Job has no unit for this Engine.");
 }
 
+// Whether an Engine could take the Job that has not failed too often on it.
+bool IsAnyEngineLeft(Farm const& farm, JobEntry const& job) {
+    EnginesLeft& left = job.enginesLeft;
+    if (std::exchange(left.at, farm.possibilities) == farm.possibilities)
+        return left.any;
+    left.any = std::any_of(farm.engines.begin(), farm.engines.end(), [&](auto const& each) {
+        EngineEntry const& engine = *each.second;
+        return farm.failures.OnEngine(job.id, engine.id) < farm.policy.maxJobFailures && TakesPart(farm, job, engine) &&
+               MayEverTake(farm, job, engine, nullptr);
+    });
+    return left.any;
+}
+
+// The units of a Job that are each for one Engine use up their own tries.
 bool IsJobBelowFailures(Question const& q, String* why) {
     unsigned const limit = q.farm.policy.maxJobFailures;
-    return limit == 0 || q.farm.failures.OnEngine(q.job.id, q.engine->id) < limit ||
-           Refuse(why, "The Engine has failed too often on the Job. Reset its failures to go on.");
+    return limit == 0 || q.farm.failures.OnEngine(q.job.id, q.engine->id) < limit || !q.job.engineOfUnit.empty() ||
+           !IsAnyEngineLeft(q.farm, q.job) ||
+           Refuse(why, "The Engine has failed too often on the Job, which goes to others. Reset its failures to let it "
+                       "try again.");
 }
 
 bool IsBelowEngineUsageLimit(Question const& q, String* why) {
@@ -217,34 +247,36 @@ bool IsBelowCreatorLimits(Question const& q, String* why) {
 }
 
 constexpr std::array k_Conditions{
-    Condition{"not finished", About::Job, IsUnfinished},
-    Condition{"not paused", About::Job, IsNotPaused},
-    Condition{"not being deleted", About::Job, IsNotDeleting},
-    Condition{"Product known", About::Job, IsProductKnown},
-    Condition{"queued work", About::Job, HasQueuedWork},
-    Condition{"dependencies", About::Job, AreDependenciesMet},
-    Condition{"failures of the Job", About::Job, IsBelowTotalFailures},
-    Condition{"usage limit", About::Job, IsBelowUsageLimit},
-    Condition{"Job stagger", About::Job, IsWithinJobStagger},
-    Condition{"online", About::Engine, IsOnline},
-    Condition{"enabled", About::Engine, IsEnabled},
-    Condition{"restricted times", About::Engine, IsOutsideRestriction},
-    Condition{"Pool", About::Bucket, IsInPool},
-    Condition{"included Engines", About::Pair, IsIncluded},
-    Condition{"excluded Engines", About::Pair, IsNotExcluded},
-    Condition{"unit for the Engine", About::Pair, HasUnitForEngine},
-    Condition{"Product enabled", About::Bucket, IsProductEnabled},
-    Condition{"failures on the Job", About::Pair, IsJobBelowFailures},
-    Condition{"failures on the Product", About::Bucket, IsProductBelowFailures},
-    Condition{"usage limit in Engines", About::Pair, IsBelowEngineUsageLimit},
-    Condition{"Job stagger on the Engine", About::Pair, IsWithinEngineStagger},
-    Condition{"Product limit on the Engine", About::Bucket, IsBelowEngineProductLimit},
-    Condition{"Product limit", About::Bucket, IsBelowProductLimit},
-    Condition{"creator limit", About::Pair, IsBelowCreatorLimits},
-    Condition{"Pool limit", About::Bucket, IsBelowPoolLimit},
-    Condition{"global stagger", About::Engine, IsWithinGlobalStagger},
-    Condition{"room on the Engine", About::Engine, HasRoom},
-    Condition{"CPUs", About::Bucket, HasCores},
+    Condition{"not set apart", About::Job, Ends::ByChange, IsNotSetApart},
+    Condition{"not finished", About::Job, Ends::Itself, IsUnfinished},
+    Condition{"not paused", About::Job, Ends::Itself, IsNotPaused},
+    Condition{"not being deleted", About::Job, Ends::Itself, IsNotDeleting},
+    Condition{"Product known", About::Job, Ends::ByChange, IsProductKnown},
+    Condition{"queued work", About::Job, Ends::Itself, HasQueuedWork},
+    Condition{"dependencies", About::Job, Ends::Itself, AreDependenciesMet},
+    Condition{"failures of the Job", About::Job, Ends::Itself, IsBelowTotalFailures},
+    Condition{"usage limit", About::Job, Ends::Itself, IsBelowUsageLimit},
+    Condition{"Job stagger", About::Job, Ends::Itself, IsWithinJobStagger},
+    Condition{"online", About::Engine, Ends::Itself, IsOnline},
+    Condition{"enabled", About::Engine, Ends::Itself, IsEnabled},
+    Condition{"restricted times", About::Engine, Ends::Itself, IsOutsideRestriction},
+    Condition{"Pool", About::Bucket, Ends::ByChange, IsInPool},
+    Condition{"included Engines", About::Pair, Ends::ByChange, IsIncluded},
+    Condition{"excluded Engines", About::Pair, Ends::ByChange, IsNotExcluded},
+    Condition{"unit for the Engine", About::Pair, Ends::ByChange, HasUnitForEngine},
+    Condition{"CPUs", About::Bucket, Ends::ByChange, IsLargeEnough},
+    Condition{"Product enabled", About::Bucket, Ends::ByChange, IsProductEnabled},
+    Condition{"failures on the Job", About::Pair, Ends::Itself, IsJobBelowFailures},
+    Condition{"failures on the Product", About::Bucket, Ends::ByChange, IsProductBelowFailures},
+    Condition{"usage limit in Engines", About::Pair, Ends::Itself, IsBelowEngineUsageLimit},
+    Condition{"Job stagger on the Engine", About::Pair, Ends::Itself, IsWithinEngineStagger},
+    Condition{"Product limit on the Engine", About::Bucket, Ends::Itself, IsBelowEngineProductLimit},
+    Condition{"Product limit", About::Bucket, Ends::Itself, IsBelowProductLimit},
+    Condition{"creator limit", About::Pair, Ends::Itself, IsBelowCreatorLimits},
+    Condition{"Pool limit", About::Bucket, Ends::Itself, IsBelowPoolLimit},
+    Condition{"global stagger", About::Engine, Ends::Itself, IsWithinGlobalStagger},
+    Condition{"room on the Engine", About::Engine, Ends::Itself, HasRoom},
+    Condition{"CPUs", About::Bucket, Ends::Itself, HasCores},
 };
 
 template <class Wanted>
@@ -288,6 +320,20 @@ Condition const* FirstRefusal(Question const& question, String& why) {
     return nullptr;
 }
 
+bool IsCreatorExhausted(Farm const& farm, JobEntry const& job) {
+    auto const& limits = farm.creatorMatcher.Match(job.settings.creator);
+    return std::any_of(limits.begin(), limits.end(), [&farm](size_t index) {
+        return farm.creatorUsage[index].Exhausted(farm.policy.creatorLimits[index].limit);
+    });
+}
+
+bool MayEverTake(Farm const& farm, JobEntry const& job, EngineEntry const& engine, String* why) {
+    Question const question{farm, job, &engine};
+    return std::all_of(k_Conditions.begin(), k_Conditions.end(), [&](Condition const& condition) {
+        return condition.ends == Ends::Itself || condition.about == About::Job || condition.allows(question, why);
+    });
+}
+
 bool TakesPart(Farm const& farm, JobEntry const& job, EngineEntry const& engine) {
     Question const question{farm, job, &engine};
     return IsOnline(question, nullptr) && IsEnabled(question, nullptr) && IsInPool(question, nullptr) &&
@@ -310,24 +356,15 @@ uint32_t PacketSizeOf(Farm const& farm, JobEntry const& job) {
 }
 
 UnitQueue::Allowed AllowedPositions(Farm const& farm, JobEntry const& job, EngineEntry const* engine) {
-    std::vector<JobEntry const*> waitedFor;
-    for (auto const& [id, type] : job.settings.dependencies) {
-        auto const other = farm.jobsById.find(id);
-        if (type == Job::DependencyType::Frame && other != farm.jobsById.end() && !other->second->settings.IsFinished())
-            waitedFor.push_back(other->second);
-    }
+    auto mayGo = FramesThatMayGo(farm, job);
     bool const perEngine = engine && !job.engineOfUnit.empty();
-    if (waitedFor.empty() && !perEngine)
+    if (!mayGo && !perEngine)
         return {};
     UID const engineID = perEngine ? engine->id : UID::Null;
-    return [&job, waitedFor = std::move(waitedFor), perEngine, engineID](uint32_t position) {
+    return [&job, mayGo = std::move(mayGo), perEngine, engineID](uint32_t position) {
         if (perEngine && job.engineOfUnit[position] != engineID)
             return false;
-        int const frame = job.frames.FrameAt(position);
-        return std::all_of(waitedFor.begin(), waitedFor.end(), [frame](JobEntry const* other) {
-            auto const same = other->frames.PositionOf(frame);
-            return !same || other->finished.Contains(*same);
-        });
+        return !mayGo || mayGo(job.frames.FrameAt(position));
     };
 }
 

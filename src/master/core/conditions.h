@@ -28,6 +28,12 @@ struct Condition {
     };
     char const* name;
     About about;
+    // How a refusal ends.
+    enum class Ends {
+        Itself,   // somebody may wait for it
+        ByChange, // somebody must change something
+    };
+    Ends ends;
     // `why`, unless null, gets a sentence for people when the answer is no.
     bool (*allows)(Question const& question, String* why);
 };
@@ -43,6 +49,12 @@ bool PairAllows(Farm const& farm, JobEntry const& job, EngineEntry const& engine
 
 // The first condition that does not allow it; null if all do.
 Condition const* FirstRefusal(Question const& question, String& why);
+
+// Whether the Engine could take work of the Job at some time, if nobody changed anything.
+bool MayEverTake(Farm const& farm, JobEntry const& job, EngineEntry const& engine, String* why);
+
+// Whether the creator of the Job may have nothing more, on whichever Engine.
+bool IsCreatorExhausted(Farm const& farm, JobEntry const& job);
 
 // Whether a Job of class "Once per Engine" gets a unit for this Engine.
 bool TakesPart(Farm const& farm, JobEntry const& job, EngineEntry const& engine);

@@ -5,10 +5,24 @@
 #include "master/core/event.h"
 #include "master/core/farm.h"
 
+#include <corekit/exception.h>
+
 #include <unordered_map>
 #include <vector>
 
 namespace farm {
+
+// An event could not be handled.
+class HandlingFailed : public corekit::Exception {
+public:
+    HandlingFailed(String const& what, uint64_t job) : corekit::Exception(what), m_job(job) {}
+
+    // The number of the Job that it was about; 0: of none that is known.
+    uint64_t Job() const { return m_job; }
+
+private:
+    uint64_t m_job;
+};
 
 // Decides everything: takes events with their time by two clocks, gives effects. What
 // people read is told by the time of day, every deadline counts by the steady clock: one
@@ -29,6 +43,13 @@ namespace farm {
 // to an Engine beyond its cores, limits and staggers.
 class Core {
 public:
+    // What a kind of message needs before it is handled, and what it does.
+    struct Rule {
+        bool changes = false;       // something that is stored or that others are told of
+        bool administrator = false; // the connection must have declared administrator mode
+        bool written = true;        // a change is put down with who made it
+    };
+
     explicit Core(CoreConfig config);
     ~Core();
     Core(Core const&) = delete;
@@ -41,7 +62,8 @@ public:
     // All rows are in. Needed after an empty store, too.
     void RestoreDone(Moment const& now);
 
-    // Appends to `effects`.
+    // Appends to `effects`. Throws HandlingFailed, after which this Core is of no use any
+    // more: what it appended for this event must not be done, and another one be restored.
     void Handle(Moment const& now, Event const& event, std::vector<Effect>& effects);
 
     // What a peer has asked for, up to about `maxBytes`. False when nothing is left.
@@ -50,6 +72,10 @@ public:
     // When a Tick is wanted at the latest.
     Steady NextDeadline() const;
 
+    // A command of a client that changes something, and of which it must hear when it was
+    // not carried out.
+    bool IsCommand(Message const& message) const;
+
     // For tests and reports.
     Farm const& State() const { return *m_farm; }
 
@@ -57,19 +83,23 @@ private:
     using Handler = std::function<void(Peer&, boost::shared_ptr<Message> const&)>;
     struct Entry {
         unsigned ways = 0; // who may send it; MessageWays
+        Rule rule;
         Handler handler;
     };
 
     template <class T, class Function>
-    void On(Function function);
+    void On(Rule const& rule, Function function);
     void ListenToClients();
     void ListenToEngines();
 
+    bool Allows(Peer const& peer, Entry const& entry, Message const& message);
+    void HandleGuarded(Event const& event);
     void HandleOne(PeerConnected const& event);
     void HandleOne(PeerGone const& event);
     void HandleOne(PeerMessage const& event);
     void HandleOne(Tick const& event);
     void CheckTimes();
+    void ReserveNumbers();
 
     std::unique_ptr<Farm> m_farm;
     std::unordered_map<UID, Entry> m_handlers;

@@ -3,6 +3,7 @@
 #include "master/core/conditions.h"
 #include "master/core/reporter.h"
 #include "master/core/runs.h"
+#include "master/core/standstills.h"
 
 #include <algorithm>
 
@@ -12,6 +13,10 @@ namespace {
 
 // The shortest time between two rounds over everything.
 constexpr Time k_ShortestRound = Time::Seconds(1);
+
+// Jobs that are looked at when their creator may have one more unit. The round looks at the
+// others where none of these could use it.
+constexpr size_t k_WakeAtOnce = 4;
 
 } // namespace
 
@@ -31,6 +36,7 @@ void Distributor::DependentsChanged(UID const& job) {
 }
 
 void Distributor::ForgetJob(JobEntry& job) {
+    Unpark(job);
     m_farm.waiting.Remove(job);
     m_dirtyJobs.erase(job.number);
 }
@@ -67,10 +73,52 @@ WaitKey Distributor::KeyOf(JobEntry const& job) const {
 }
 
 void Distributor::Refresh(JobEntry& job) {
-    if (JobAllows(m_farm, job))
-        m_farm.waiting.Insert(job, KeyOf(job));
-    else
+    m_farm.standstills->Changed(job);
+    Unpark(job);
+    if (!JobAllows(m_farm, job))
         m_farm.waiting.Remove(job);
+    else if (!Park(job))
+        m_farm.waiting.Insert(job, KeyOf(job));
+}
+
+// A Job whose creator may have nothing more at all is not looked at until that changes.
+bool Distributor::Park(JobEntry& job) {
+    for (size_t const index : m_farm.creatorMatcher.Match(job.settings.creator)) {
+        if (!m_farm.creatorUsage[index].Exhausted(m_farm.policy.creatorLimits[index].limit))
+            continue;
+        m_farm.waiting.Remove(job);
+        job.key = KeyOf(job);
+        job.parkedAt = index;
+        m_parked.resize(m_farm.creatorUsage.size());
+        m_parked[index].insert(&job);
+        return true;
+    }
+    return false;
+}
+
+void Distributor::Unpark(JobEntry& job) {
+    if (job.parkedAt)
+        m_parked[*job.parkedAt].erase(&job);
+    job.parkedAt.reset();
+}
+
+void Distributor::CreatorsChanged() {
+    for (auto const& jobs : m_parked) {
+        for (JobEntry* const job : jobs)
+            job->parkedAt.reset();
+    }
+    m_parked.assign(m_farm.creatorUsage.size(), {});
+    AllChanged();
+}
+
+void Distributor::WakeParked(size_t index, size_t most) {
+    if (index >= m_parked.size())
+        return;
+    for (JobEntry* const job : m_parked[index]) {
+        if (most-- == 0)
+            return;
+        m_dirtyJobs[job->number] = Chance::New;
+    }
 }
 
 void Distributor::Refresh(EngineEntry& engine) {
@@ -89,6 +137,7 @@ void Distributor::Refresh(EngineEntry& engine) {
 }
 
 bool Distributor::GiveOne(JobEntry& job, EngineEntry& engine) {
+    m_farm.about = job.number;
     bool const bound = !job.engineOfUnit.empty();
     FrameMap const* const even = job.settings.evenPackets ? &job.frames : nullptr;
     Spans packet =
@@ -104,9 +153,10 @@ bool Distributor::GiveOne(JobEntry& job, EngineEntry& engine) {
     return true;
 }
 
-JobEntry* Distributor::ChooseFrom(std::vector<WaitIndex::Buckets const*> const& pools,
-                                  EngineEntry const& engine) const {
+JobEntry* Distributor::ChooseFrom(std::vector<WaitIndex::Buckets const*> const& pools, EngineEntry const& engine) {
     std::vector<Cursor> cursors;
+    std::vector<JobEntry*> exhausted;
+    JobEntry* chosen = nullptr;
     for (WaitIndex::Buckets const* const pool : pools) {
         for (auto const& [key, bucket] : *pool) {
             if (BucketAllows(m_farm, **bucket.begin(), engine))
@@ -118,17 +168,23 @@ JobEntry* Distributor::ChooseFrom(std::vector<WaitIndex::Buckets const*> const& 
             return (*a.at)->key < (*b.at)->key;
         });
         JobEntry* const job = *best->at;
-        if (PairAllows(m_farm, *job, engine))
-            return job;
+        if (PairAllows(m_farm, *job, engine)) {
+            chosen = job;
+            break;
+        }
+        if (IsCreatorExhausted(m_farm, *job))
+            exhausted.push_back(job);
         if (++best->at == best->end) {
             *best = cursors.back();
             cursors.pop_back();
         }
     }
-    return nullptr;
+    for (JobEntry* const job : exhausted)
+        Park(*job);
+    return chosen;
 }
 
-JobEntry* Distributor::Choose(EngineEntry const& engine) const {
+JobEntry* Distributor::Choose(EngineEntry const& engine) {
     std::vector<WaitIndex::Buckets const*> pools;
     // The Engine's Pools in its order, then the whole system.
     for (UID const& pool : engine.settings.pools) {
@@ -162,21 +218,18 @@ void Distributor::Serve(std::vector<EngineEntry*> engines) {
     }
 }
 
-// Offers the units of one Job to the free Engines.
+// Offers the units of one Job to the free Engines. One unit is all there is as often as
+// not: the first that may have it is enough.
 void Distributor::Offer(JobEntry& job) {
-    auto const later = [](EngineEntry const* a, EngineEntry const* b) { return FreeLess()(b, a); };
-    auto const allows = [&](EngineEntry const& engine) {
-        return EngineAllows(m_farm, engine) && BucketAllows(m_farm, job, engine) && PairAllows(m_farm, job, engine);
-    };
-    // One unit is all there is as often as not: the first that may have it is enough.
-    std::vector<EngineEntry*> engines(m_farm.freeEngines.begin(), m_farm.freeEngines.end());
-    while (!engines.empty() && job.waiting) {
-        std::pop_heap(engines.begin(), engines.end(), later);
-        EngineEntry& engine = *engines.back();
-        if (engine.inFree && allows(engine) && GiveOne(job, engine) && engine.inFree)
-            std::push_heap(engines.begin(), engines.end(), later);
-        else
-            engines.pop_back();
+    auto& free = m_farm.freeEngines;
+    for (auto at = free.begin(); at != free.end() && job.waiting;) {
+        EngineEntry& engine = **at;
+        auto const next = std::next(at);
+        bool const given = EngineAllows(m_farm, engine) && BucketAllows(m_farm, job, engine) &&
+                           PairAllows(m_farm, job, engine) && GiveOne(job, engine);
+        // With fewer free cores it stands further behind, and may be the next again.
+        bool const isNext = given && engine.inFree && (next == free.end() || FreeLess()(&engine, *next));
+        at = isNext ? free.find(&engine) : next;
     }
 }
 
@@ -194,6 +247,8 @@ void Distributor::Distribute() {
         Serve({m_farm.freeEngines.begin(), m_farm.freeEngines.end()});
         return;
     }
+    for (size_t const index : std::exchange(m_freedCreators, {}))
+        WakeParked(index, k_WakeAtOnce);
     std::vector<EngineEntry*> engines;
     for (uint64_t const number : std::exchange(m_dirtyEngines, {})) {
         auto const at = m_farm.engines.find(number);
@@ -240,6 +295,10 @@ void Distributor::CheckTimes() {
     // another Engine's unit has freed.
     m_lastRound = m_farm.steady;
     m_serveAll = true;
+    for (size_t index = 0; index < m_parked.size(); ++index) {
+        if (!m_farm.creatorUsage[index].Exhausted(m_farm.policy.creatorLimits[index].limit))
+            WakeParked(index, m_parked[index].size());
+    }
     if (m_farm.policy.logDispatch)
         m_farm.out.LogDispatch(m_farm.reporter->Round());
 }

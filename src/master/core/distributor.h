@@ -34,7 +34,14 @@ public:
     // Those that wait for this Job may go on.
     void DependentsChanged(UID const& job);
     // Something that concerns all changed: every Job and Engine is looked at.
-    void AllChanged() { m_all = true; }
+    void AllChanged() {
+        m_all = true;
+        ++m_farm.possibilities;
+    }
+
+    // The limits of the creators changed; one of them has a unit less.
+    void CreatorsChanged();
+    void CreatorFreed(size_t index) { m_freedCreators.insert(index); }
 
     void ForgetJob(JobEntry& job);
     void ForgetEngine(EngineEntry& engine);
@@ -64,14 +71,20 @@ private:
     void Refresh(EngineEntry& engine);
     void Serve(std::vector<EngineEntry*> engines);
     void Offer(JobEntry& job);
-    JobEntry* Choose(EngineEntry const& engine) const;
-    JobEntry* ChooseFrom(std::vector<WaitIndex::Buckets const*> const& pools, EngineEntry const& engine) const;
+    JobEntry* Choose(EngineEntry const& engine);
+    JobEntry* ChooseFrom(std::vector<WaitIndex::Buckets const*> const& pools, EngineEntry const& engine);
+    bool Park(JobEntry& job);
+    void Unpark(JobEntry& job);
+    void WakeParked(size_t index, size_t most);
     bool GiveOne(JobEntry& job, EngineEntry& engine);
     WaitKey KeyOf(JobEntry const& job) const;
 
     Farm& m_farm;
     std::map<uint64_t, Chance> m_dirtyJobs; // by number
     std::set<uint64_t> m_dirtyEngines;      // numbers
+    // Jobs that only wait for their creator's limit, by the limit's place, in their order.
+    std::vector<WaitIndex::Bucket> m_parked;
+    std::set<size_t> m_freedCreators;
     bool m_all = false;
     bool m_serveAll = false;
     Steady m_lastRound;

@@ -19,6 +19,9 @@ namespace {
 // An Engine that is connected and says nothing for that long is taken for gone.
 constexpr Time k_Silence = Time::Seconds(60);
 constexpr size_t k_NoteLength = 4000;
+// An Engine that is asked whether it is alive and says nothing for that long is gone.
+constexpr Time k_AnswerWithin = Time::Seconds(2);
+constexpr Time k_LargeOffset = Time::Seconds(10);
 
 } // namespace
 
@@ -40,9 +43,11 @@ void Engines::ReadSettings(EngineEntry& engine) {
     s.priority = effective.Priority();
     s.forceCores = effective.ForceCores();
     s.capacity = effective.UseCPUsAtTime(m_farm.now);
+    s.most = std::max(s.capacity, effective.UseCores());
     s.restricted = effective.Restricted();
     s.pools = effective.GetAllPools();
     s.disabledProducts = effective.DisabledProducts();
+    ++m_farm.possibilities;
     m_farm.distributor->EngineChanged(engine);
 }
 
@@ -90,6 +95,30 @@ void Engines::Note(EngineEntry& engine, String const& text) {
     }
 }
 
+void Engines::ShowBarred(EngineEntry& engine) {
+    std::set<UID> const barred = m_farm.failures.ProductsAgainst(engine.id, m_farm.policy.maxTypeFailures);
+    std::set<UID> const known = engine.engine->BarredProducts();
+    if (barred == known)
+        return;
+    ++m_farm.possibilities;
+    Change(engine)->SetBarredProducts(barred);
+    StoreEngine(engine);
+    TellEngine(engine);
+    for (UID const& type : barred) {
+        auto const product = m_farm.FindProduct(type);
+        if (!known.contains(type)) {
+            Note(engine, "Gets no more work of the Product " + (product ? product->Name() : type.ToString()) +
+                             ": it failed on several of its Jobs. Reset the Engine's failures to go on.");
+        }
+    }
+    m_farm.distributor->EngineChanged(engine);
+}
+
+void Engines::ShowAllBarred() {
+    for (auto const& [number, engine] : m_farm.engines)
+        ShowBarred(*engine);
+}
+
 void Engines::OnRegister(Peer& peer, RegisterEngineMsg const& message) {
     UID const id = message.engine.id;
     if (id.IsNull() || peer.engine) {
@@ -101,6 +130,11 @@ void Engines::OnRegister(Peer& peer, RegisterEngineMsg const& message) {
     bool const isNew = !engine;
     if (isNew)
         engine = &Make(id, m_farm.NextNumber());
+    Peer const* const first = engine->Online() ? m_farm.peers.Find(engine->peer) : nullptr;
+    if (first && first->who->instance != peer.who->instance) {
+        Challenge(*engine, peer, message);
+        return;
+    }
     if (engine->Online()) {
         PeerId const old = engine->peer;
         if (Peer* const other = m_farm.peers.Find(old))
@@ -121,6 +155,7 @@ void Engines::OnRegister(Peer& peer, RegisterEngineMsg const& message) {
     record->SetUTCOffset(message.engine.UTCOffset());
     record->SetOnline(true);
     record->SetStatus(0);
+    record->SetBarredProducts(m_farm.failures.ProductsAgainst(id, m_farm.policy.maxTypeFailures));
     if (record->StartTime().IsZero())
         record->SetStartTime(m_farm.now);
     engine->engine = record;
@@ -129,8 +164,93 @@ void Engines::OnRegister(Peer& peer, RegisterEngineMsg const& message) {
     TellEngine(*engine);
     SendSettings(*engine);
     Note(*engine, isNew ? "Connected for the first time" : "Connected");
+    CompareClocks(*engine, message.clock);
     m_farm.out.Log(LogLevel::Status, "Engine " + record->Name() + " connected");
     Settle(*engine, message);
+}
+
+// The earlier one may have died with its machine, and nobody has noticed.
+void Engines::Challenge(EngineEntry& engine, Peer& peer, RegisterEngineMsg const& message) {
+    if (auto const other = m_rivals.find(engine.id); other != m_rivals.end() && other->second.peer != peer.id)
+        m_farm.out.ClosePeerWith(other->second.peer, "another one registers under the same id");
+    m_rivals[engine.id] = {peer.id, message, m_farm.steady + k_AnswerWithin};
+    auto ask = PingMsg::New();
+    ask->time = m_farm.now;
+    m_farm.out.To(engine.peer, ask);
+}
+
+void Engines::Heard(EngineEntry& engine) {
+    engine.lastSeen = m_farm.steady;
+    if (m_rivals.empty())
+        return;
+    auto const rival = m_rivals.find(engine.id);
+    if (rival == m_rivals.end())
+        return;
+    RefuseRival(engine, rival->second);
+    m_rivals.erase(rival);
+}
+
+void Engines::RefuseRival(EngineEntry& engine, Rival const& rival) {
+    Peer const* const peer = m_farm.peers.Find(rival.peer);
+    if (!peer)
+        return;
+    Peer const* const first = m_farm.peers.Find(engine.peer);
+    String const text = "Two Engines have one id: " + (first ? first->Name() : engine.engine->Name()) + " and " +
+                        peer->Name() +
+                        ". The later one is refused. Machines that were copied need ids of their own: on one of them "
+                        "remove /etc/machine-id, run systemd-machine-id-setup and start VorlanEngine again.";
+    auto refused = RefusedMsg::New();
+    refused->id = engine.id;
+    refused->reason = text;
+    m_farm.out.To(rival.peer, refused);
+    m_farm.out.ClosePeerWith(rival.peer, "its id is that of an Engine that is connected");
+    // It comes again and again; people are told once.
+    if (!m_refusedRivals.insert(peer->who->instance).second)
+        return;
+    Note(engine, text);
+    m_farm.out.Log(LogLevel::Error, text);
+}
+
+void Engines::ForgetRival(PeerId peer) {
+    std::erase_if(m_rivals, [peer](auto const& rival) { return rival.second.peer == peer; });
+}
+
+// Those that were asked and did not answer are gone.
+void Engines::CheckRivals() {
+    std::vector<UID> due;
+    for (auto const& [id, rival] : m_rivals) {
+        EngineEntry const* const engine = m_farm.FindEngine(id);
+        if (rival.until <= m_farm.steady || !engine || !engine->Online())
+            due.push_back(id);
+    }
+    for (UID const& id : due) {
+        Rival const rival = m_rivals.extract(id).mapped();
+        EngineEntry* const engine = m_farm.FindEngine(id);
+        Peer* const peer = m_farm.peers.Find(rival.peer);
+        if (engine && engine->Online()) {
+            if (Peer* const first = m_farm.peers.Find(engine->peer))
+                first->engine = nullptr;
+            m_farm.out.ClosePeerWith(engine->peer, "The Engine did not answer, and another one has its id.");
+            PeerGone(*engine);
+        }
+        if (peer)
+            OnRegister(*peer, rival.message);
+    }
+}
+
+// Times that the Engine tells are read by the difference of the clocks. People are told
+// of a large one: logs and files of the two machines do not fit together.
+void Engines::CompareClocks(EngineEntry& engine, Time const& clock) {
+    engine.clockOffset = clock.IsZero() ? Time() : m_farm.now - clock;
+    Time const offset = engine.clockOffset;
+    Time const distance = offset < Time() ? -offset : offset;
+    if (distance < k_LargeOffset)
+        return;
+    String const text = "The clock of the Engine is " + distance.FormatDuration(1, 4, 2) +
+                        (offset < Time() ? " ahead of" : " behind") +
+                        " the Master's. Let both machines set their clocks from the network.";
+    Note(engine, text);
+    m_farm.out.Log(LogLevel::Warning, engine.engine->Name() + ": " + text);
 }
 
 // What the Engine ran and what ended decides over what the Master thought.
@@ -140,12 +260,14 @@ void Engines::Settle(EngineEntry& engine, RegisterEngineMsg const& message) {
     std::set<UID> running;
     for (RunState const& state : message.running) {
         running.insert(state.work);
-        Run* const run = m_farm.FindRun(state.work);
+        Run* run = m_farm.FindRun(state.work);
+        if (!run)
+            run = m_farm.runActions->TakeBack(engine, state);
         if (!run) {
             m_farm.runActions->AdoptOrphan(engine, state.work, 1, "The Master has given this work up");
         } else if (run->engine == &engine) {
             if (state.status == Started)
-                m_farm.runActions->Begin(*run, state.started);
+                m_farm.runActions->Begin(*run, AgoAt(engine, state.started, state.runningMs));
             if (run->stop)
                 m_farm.runActions->SendStop(*run);
         }
@@ -159,15 +281,16 @@ void Engines::Settle(EngineEntry& engine, RegisterEngineMsg const& message) {
         m_farm.runActions->GiveUp(*run, Lost, "The Engine has no such work any more");
 }
 
-void Engines::OnHeartbeat(Peer& peer) {
-    if (peer.engine)
-        peer.engine->lastSeen = m_farm.steady;
+// How long ago something was that the Engine tells the time of day of, and, where it knows
+// it, how long ago by its steady clock.
+Time Engines::AgoAt(EngineEntry const& engine, Time const& at, int64_t steadyMs) const {
+    return steadyMs > 0 ? Time(steadyMs) : std::max(m_farm.now - (at + engine.clockOffset), Time());
 }
 
 void Engines::OnBegun(Peer& peer, WorkBegunMsg const& message) {
     Run* const run = m_farm.FindRun(message.work);
     if (run && peer.engine && run->engine == peer.engine)
-        m_farm.runActions->Begin(*run, message.time);
+        m_farm.runActions->Begin(*run, AgoAt(*peer.engine, message.time, 0));
 }
 
 void Engines::OnProgress(Peer& peer, WorkProgressMsg const& message) {
@@ -194,11 +317,12 @@ void Engines::Ended(EngineEntry& engine, WorkEnded const& ended) {
         return;
     }
     bool const counts = run && run->job;
+    Time const at = ended.time.IsZero() ? m_farm.now : ended.time + engine.clockOffset;
     if (run)
-        m_farm.runActions->End(*run, ended.status, ended.note, ended.time);
+        m_farm.runActions->End(*run, ended.status, ended.note, at, Time(std::max<int64_t>(ended.ranMs, 0)));
     if (!counts) {
         if (JobEntry* const job = m_farm.FindJob(ended.job))
-            m_farm.runActions->LateResult(*job, ended);
+            m_farm.runActions->LateResult(*job, ended, at);
     }
     auto ack = WorkEndedAckMsg::New();
     ack->work = ended.work;
@@ -207,6 +331,7 @@ void Engines::Ended(EngineEntry& engine, WorkEnded const& ended) {
 
 void Engines::PeerGone(EngineEntry& engine) {
     engine.peer = 0;
+    ++m_farm.possibilities;
     engine.goneSince = m_farm.steady;
     Change(engine)->SetOnline(false);
     TellEngine(engine);
@@ -278,14 +403,17 @@ void Engines::OnRemove(PeerId peer, RemoveEngineMsg const& message) {
     }
     while (!engine->runs.empty())
         m_farm.runActions->GiveUp(*engine->runs.front(), Lost, "The Engine was removed");
+    m_farm.jobActions->EngineRemoved(engine->id);
     for (uint64_t const number : m_farm.failures.RemoveEngine(engine->id))
         m_farm.out.Erase(RecordKind::Failure, number);
     for (auto const& [type, product] : engine->products)
         m_farm.out.Erase(RecordKind::EngineOptions, product.number);
     for (auto const& [number, element] : engine->history)
         m_farm.out.Erase(RecordKind::EngineHistory, number);
+    m_farm.runActions->ForgetStaggers(engine->id);
     m_farm.out.Erase(RecordKind::Engine, engine->number);
     m_farm.distributor->ForgetEngine(*engine);
+    ++m_farm.possibilities;
     auto told = RemoveEngineMsg::New();
     told->engine = engine->id;
     m_farm.out.ToFollowers(told);
@@ -324,7 +452,7 @@ void Engines::OnResetFailures(PeerId peer, ResetEngineFailuresMsg const& message
     }
     for (FailureEntry const& entry : m_farm.failures.ResetEngine(engine->id)) {
         if (m_farm.FindJob(entry.item.job)) {
-            m_farm.out.Put(RecordKind::Failure, entry.number, entry.item.job, WriteRow(entry.item));
+            m_farm.out.Put(RecordKind::Failure, entry.number, entry.item.job, WriteRow(entry));
             continue;
         }
         // The last thing that was known of a Job that is gone.
@@ -332,6 +460,7 @@ void Engines::OnResetFailures(PeerId peer, ResetEngineFailuresMsg const& message
             m_farm.out.Erase(RecordKind::Failure, number);
     }
     m_farm.out.ToFollowers(ResetEngineFailuresMsg::Create(engine->id));
+    ShowBarred(*engine);
     m_farm.distributor->AllChanged();
 }
 
@@ -345,6 +474,7 @@ void Engines::OnStop(PeerId peer, StopWorkMsg const& message) {
 }
 
 void Engines::CheckTimes() {
+    CheckRivals();
     for (auto const& [number, engine] : m_farm.engines) {
         if (engine->Online()) {
             if (engine->lastSeen + k_Silence <= m_farm.steady) {
@@ -360,6 +490,7 @@ void Engines::CheckTimes() {
                 unsigned const capacity = effective.UseCPUsAtTime(m_farm.now);
                 if (capacity != engine->settings.capacity) {
                     engine->settings.capacity = capacity;
+                    ++m_farm.possibilities;
                     m_farm.distributor->EngineChanged(*engine);
                 }
             }
@@ -405,6 +536,8 @@ void Engines::RestoreHistory(Record const& record) {
 void Engines::RestoreDone() {
     for (auto const& [number, engine] : m_farm.engines) {
         engine->goneSince = m_farm.steady;
+        auto const barred = m_farm.failures.ProductsAgainst(engine->id, m_farm.policy.maxTypeFailures);
+        Change(*engine)->SetBarredProducts(barred);
         ReadSettings(*engine);
     }
 }

@@ -16,7 +16,6 @@ public:
 
     // From Engines.
     void OnRegister(Peer& peer, RegisterEngineMsg const& message);
-    void OnHeartbeat(Peer& peer);
     void OnBegun(Peer& peer, WorkBegunMsg const& message);
     void OnProgress(Peer& peer, WorkProgressMsg const& message);
     // A line of the Engine's own; cut to a length for people.
@@ -33,6 +32,16 @@ public:
     void OnResetFailures(PeerId peer, ResetEngineFailuresMsg const& message);
     void OnStop(PeerId peer, StopWorkMsg const& message);
 
+    // Tells of the Products that failures hold the Engine off, or all Engines, where that has
+    // changed.
+    void ShowBarred(EngineEntry& engine);
+    void ShowAllBarred();
+
+    // The Engine has said something.
+    void Heard(EngineEntry& engine);
+    // This connection no longer wants to be an Engine that is there already.
+    void ForgetRival(PeerId peer);
+
     // Silence, lost Engines, restricted times.
     void CheckTimes();
 
@@ -46,8 +55,20 @@ public:
     void RestoreDone();
 
 private:
+    // A second instance that registers under the id of an Engine that is connected. The
+    // first one is asked whether it is alive.
+    struct Rival {
+        PeerId peer = 0;
+        RegisterEngineMsg message;
+        Steady until;
+    };
+    void Challenge(EngineEntry& engine, Peer& peer, RegisterEngineMsg const& message);
+    void RefuseRival(EngineEntry& engine, Rival const& rival);
+    void CheckRivals();
     EngineEntry& Make(UID const& id, uint64_t number);
     void ReadSettings(EngineEntry& engine);
+    void CompareClocks(EngineEntry& engine, Time const& clock);
+    Time AgoAt(EngineEntry const& engine, Time const& at, int64_t steadyMs) const;
     void Settle(EngineEntry& engine, RegisterEngineMsg const& message);
     void Ended(EngineEntry& engine, WorkEnded const& ended);
     boost::shared_ptr<Engine> Change(EngineEntry& engine);
@@ -57,6 +78,8 @@ private:
     void PutOptions(EngineProduct& product, UID const& engine, UID const& type, OptionMap const& options);
 
     Farm& m_farm;
+    std::map<UID, Rival> m_rivals; // by the Engine's id
+    std::set<UID> m_refusedRivals; // instances that people were told of
 };
 
 } // namespace farm

@@ -12,6 +12,7 @@
 #include <vorlan/job.h>
 #include <vorlan/messages_requests.h>
 #include <vorlan/product.h>
+#include <vorlan/status.h>
 
 #include <deque>
 #include <map>
@@ -77,7 +78,7 @@ struct Run {
     String creator;
 
     Time Assigned() const { return elements.empty() ? Time() : elements.front().time; }
-    bool HasStarted() const { return elements.size() > 1; }
+    bool HasStarted() const { return elements.size() > 1 && elements[1].status == Started; }
     Time StartedAt() const { return HasStarted() ? elements[1].time : Time(); }
 };
 
@@ -126,6 +127,7 @@ struct JobSettings {
     std::set<UID> include;
     std::set<UID> exclude;
     std::map<UID, Job::DependencyType> dependencies;
+    bool anyEnd = false;  // of the Jobs that it waits for will do
     bool divides = false; // packets may have any number of frames
     bool evenPackets = false;
 
@@ -152,10 +154,36 @@ struct WaitKey {
     bool operator==(WaitKey const&) const = default;
 };
 
+// What a Job remembers of one that it waits for and that is deleted.
+struct GoneWait {
+    String name;
+    bool succeeded = false;
+    String missing; // the frames that it never finished, as text
+};
+
+// What speaks against a unit of a Job.
+struct UnitFailures {
+    unsigned count = 0;
+    std::set<UID> engines; // that failed on it
+};
+
+// A run that was given up.
+struct GivenUp {
+    uint64_t number = 0;
+    bool asked = false; // somebody stopped it: it is not taken back
+};
+
 // A run that has ended, as it lies in the store.
 struct PastRun {
     uint64_t number = 0;
     String row;
+};
+
+// Whether any Engine is left that has not failed too often on a Job, as it was found when
+// the farm's possibilities had this number.
+struct EnginesLeft {
+    uint64_t at = 0;
+    bool any = true;
 };
 
 // A Job.
@@ -179,9 +207,10 @@ struct JobEntry {
     std::vector<Run*> runs;
     Usage usage;
     std::vector<PastRun> past;
-    std::unordered_map<String, unsigned> unitFailures; // by sub-range
-    std::unordered_map<UID, uint64_t> givenUp;         // runs whose Engines may still finish them
-    std::set<UID> workedOn;                            // Engines that had runs of it
+    std::unordered_map<String, UnitFailures> unitFailures; // by sub-range
+    std::map<UID, GoneWait> goneWaits;
+    std::unordered_map<UID, GivenUp> givenUp; // runs whose Engines may still finish them
+    std::set<UID> workedOn;                   // Engines that had runs of it
     Stagger stagger;
 
     uint64_t given = 0; // packets handed out so far
@@ -195,6 +224,11 @@ struct JobEntry {
 
     bool waiting = false;
     WaitKey key;
+    std::optional<size_t> parkedAt; // the creator limit that alone keeps it from waiting for Engines
+    String setApart;                // why it is left alone: handling it failed
+    bool mayStand = false;          // Standstills has yet to look at it
+    String standstill;              // why nothing of it can run until somebody changes something; as told
+    mutable EnginesLeft enginesLeft;
     std::optional<Steady> deleteAt; // none: stays
 
     uint64_t Total() const { return frames.Count(); }
@@ -212,6 +246,7 @@ struct EngineSettings {
     int priority = 0;
     int forceCores = -1;
     unsigned capacity = 0; // cores at this time of its day
+    unsigned most = 0;     // cores outside of its restricted times
     bool restricted = false;
     std::vector<UID> pools;
     std::set<UID> disabledProducts;
@@ -239,6 +274,7 @@ struct EngineEntry {
     Steady lastSeen;
     std::optional<Steady> goneSince; // none while connected, and when its runs were given up
 
+    Time clockOffset; // what must be added to its time of day; found when it registers
     unsigned used = 0;
     std::vector<Run*> runs;
     std::unordered_map<UID, unsigned> runsOfProduct;

@@ -8,6 +8,7 @@
 #include "master/core/reporter.h"
 #include "master/core/runs.h"
 #include "master/core/settings.h"
+#include "master/core/standstills.h"
 
 #include <boost/make_shared.hpp>
 
@@ -47,7 +48,8 @@ Farm::Farm(CoreConfig coreConfig)
       distributor(std::make_unique<Distributor>(*this)),
       loader(std::make_unique<Loader>(*this)),
       reporter(std::make_unique<Reporter>(*this)),
-      relay(std::make_unique<Relay>(*this)) {}
+      relay(std::make_unique<Relay>(*this)),
+      standstills(std::make_unique<Standstills>(*this)) {}
 
 Farm::~Farm() = default;
 

@@ -31,6 +31,7 @@ struct CoreConfig {
     UID historyLog; // the ids under which the Master's logs are given away
     UID dispatchLog;
     std::vector<boost::shared_ptr<Product const>> products; // those that came with the program
+    std::map<uint64_t, String> setApart;                    // numbers of Jobs that are left alone, and why
 };
 
 // Random numbers that follow from a seed.
@@ -59,6 +60,12 @@ struct PoolEntry {
     String name;
 };
 
+// A Job that is gone.
+struct DeletedJob {
+    uint64_t number = 0; // of its row
+    GoneWait wait;
+};
+
 // A section of the options or another setting that is stored as one row.
 struct SectionEntry {
     uint64_t number = 0;
@@ -83,6 +90,7 @@ class Distributor;
 class Loader;
 class Reporter;
 class Relay;
+class Standstills;
 
 // The state of the farm.
 //
@@ -107,12 +115,17 @@ struct Farm {
     }
     Moment Now() const { return {now, steady}; }
 
+    // The number of the Job that is being worked on, for whoever must name it when that fails.
+    uint64_t about = 0;
+
     Peers peers;
     Outbox out{peers};
 
     // Numbers of rows, ascending and never used twice for one kind.
     uint64_t lastNumber = 0;
     uint64_t NextNumber() { return ++lastNumber; }
+    // Up to here they are stored as used, so that none is given twice after a restart.
+    uint64_t reservedNumbers = 0;
 
     // Settings.
     Policy policy;
@@ -135,7 +148,8 @@ struct Farm {
     std::map<uint64_t, std::unique_ptr<Run>> runs;
     std::unordered_map<UID, Run*> runsByWork;
     std::set<std::pair<Steady, uint64_t>> deletions; // when, and the number of the Job
-    std::deque<UID> recentlyDeleted;
+    std::unordered_map<UID, DeletedJob> deletedJobs; // of late
+    std::set<std::pair<uint64_t, UID>> deletedInOrder;
 
     // Engines.
     boost::shared_ptr<Engine const> defaultEngine;
@@ -151,9 +165,14 @@ struct Farm {
     std::vector<Usage> creatorUsage; // one for each creator limit
     std::unordered_map<UID, Stagger> poolStaggers;
     Stagger globalStagger;
+    std::map<std::pair<UID, UID>, uint64_t> staggerRows; // owner and Product to the number of the row
 
     FailureLedger failures;
     WaitIndex waiting;
+
+    // Grows with each change of what Engines may take: their settings, connections and
+    // failures, the options, Pools and Products. Answers about it hold while it stays.
+    uint64_t possibilities = 1;
 
     // The parts.
     std::unique_ptr<Settings> settings;
@@ -164,6 +183,7 @@ struct Farm {
     std::unique_ptr<Loader> loader;
     std::unique_ptr<Reporter> reporter;
     std::unique_ptr<Relay> relay;
+    std::unique_ptr<Standstills> standstills;
 
     JobEntry* FindJob(UID const& id);
     JobEntry* FindJob(uint64_t number);

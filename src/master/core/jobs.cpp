@@ -2,9 +2,12 @@
 
 #include "master/core/conditions.h"
 #include "master/core/distributor.h"
+#include "master/core/engines.h"
 #include "master/core/runs.h"
+#include "master/core/waits.h"
 
 #include <boost/make_shared.hpp>
+#include <corekit/sformat.h>
 #include <vorlan/jobcheck.h>
 #include <vorlan/keys.h>
 #include <vorlan/launch.h>
@@ -38,6 +41,16 @@ String Jobs::CheckRange(Job const& job, Product const& product, FrameMap& frames
     return String();
 }
 
+// Why the values as a whole will not do. Each change and each unit adds a few of the
+// Master's own to them.
+String Jobs::CheckValues(Job const& job, Product const* product) {
+    size_t const count = job.Snapshot()->Count();
+    size_t const most = ValueBlock::k_MaxValues - k_Values.size();
+    if (count > most)
+        return SFormat("The Job has %zu values, and %zu are the most. Put long lists into a file.", count, most);
+    return CheckScripts(product, job);
+}
+
 // One unit for each Engine that may take part now.
 void Jobs::FillEngines(JobEntry& job) {
     for (auto const& [number, engine] : m_farm.engines) {
@@ -52,6 +65,7 @@ void Jobs::FillEngines(JobEntry& job) {
 }
 
 void Jobs::ReadSettings(JobEntry& job) {
+    m_farm.about = job.number;
     Job const& values = *job.job;
     VorlanObject::ReadingScope const reading(values);
     JobSettings& s = job.settings;
@@ -77,8 +91,10 @@ void Jobs::ReadSettings(JobEntry& job) {
     s.packetSize = s.divides ? static_cast<uint32_t>(values.PacketSize(product)) : 1;
     s.evenPackets = s.divides && product->NeedsEvenPackets();
     Watch(job, false);
+    s.anyEnd = values.WaitsForAnyEnd(product);
     s.dependencies = values.GetDependencies(product);
     s.dependencies.erase(job.id);
+    job.enginesLeft = {};
     Watch(job, true);
 }
 
@@ -117,7 +133,7 @@ void Jobs::StoreJob(JobEntry const& job) {
 }
 
 void Jobs::StoreState(JobEntry const& job) {
-    JobStateRow const row{job.deleting, job.redividedAt, job.failuresResetAt, job.engineOfUnit};
+    JobStateRow const row{job.deleting, job.redividedAt, job.failuresResetAt, job.engineOfUnit, job.goneWaits};
     m_farm.out.Put(RecordKind::JobState, job.number, job.id, WriteRow(row), job.number);
 }
 
@@ -126,52 +142,69 @@ void Jobs::TellJob(JobEntry const& job) {
         m_farm.out.AboutJob(job.number, JobMsg::Create(job.job));
 }
 
-bool Jobs::Submit(boost::shared_ptr<Job> const& job, PeerId peer) {
+bool Jobs::Submit(boost::shared_ptr<Job> const& job, PeerId peer, std::map<UID, GoneWait> goneWaits) {
+    return Enqueue(Prepare(job, peer, std::move(goneWaits)));
+}
+
+// A Job that can be taken in; null, after telling the peer why, if it cannot.
+std::unique_ptr<JobEntry> Jobs::Prepare(boost::shared_ptr<Job> const& job, PeerId peer,
+                                        std::map<UID, GoneWait> goneWaits) {
     auto const product = m_farm.FindProduct(job->Type());
-    if (job->id.IsNull() || !product) {
-        m_farm.out.Refuse(peer, job->id,
-                          job->id.IsNull() ? "The Job has no ID."
-                                           : "The Job's Product is not known to the Master. Choose another one, or add "
-                                             "the Product in the Product editor.");
-        return false;
+    String fault;
+    if (job->id.IsNull())
+        fault = "The Job has no ID.";
+    else if (!product)
+        fault = "The Job's Product is not known to the Master. Choose another one, or add the Product in the Product "
+                "editor.";
+    else
+        fault = CheckValues(*job, product.get());
+    if (fault.Empty())
+        fault = CheckWaits(m_farm, job->id, *job, *product, goneWaits);
+    if (!fault.Empty()) {
+        m_farm.out.Refuse(peer, job->id, fault);
+        return nullptr;
     }
     auto owned = std::make_unique<JobEntry>();
     JobEntry& entry = *owned;
     entry.number = m_farm.NextNumber();
     entry.id = job->id;
     entry.job = boost::make_shared<Job>(*job);
+    entry.goneWaits = std::move(goneWaits);
     Job& values = *entry.job;
     values.parentID = UID::Null;
     if (values.Status() != Paused)
         values.SetStatus(Queued);
     if (m_farm.policy.resetCreation || values.Created().IsZero())
         values.SetCreated(m_farm.now);
-    values.Clear(p_FinishedTime);
-    values.Clear(p_PercentDone);
-    if (String const error = CheckScripts(product.get(), values); !error.Empty()) {
-        m_farm.out.Refuse(peer, job->id, error);
-        return false;
-    }
+    for (char const* const name : {p_FinishedTime, p_PercentDone, p_Standstill})
+        values.Clear(name);
     ReadSettings(entry);
     if (product->Class() == ProductClass::OncePerEngine) {
         FillEngines(entry);
-        if (entry.engineOfUnit.empty()) {
-            Watch(entry, false);
-            m_farm.out.Refuse(peer, job->id,
-                              "No Engine that is online may take this Job. Check its Pool, its included "
-                              "Engines and its Product's settings.");
-            return false;
-        }
-    } else if (String const error = CheckRange(values, *product, entry.frames); !error.Empty()) {
+        if (entry.engineOfUnit.empty())
+            fault =
+                "No Engine that is online may take this Job. Check its Pool, its included Engines and its Product's "
+                "settings.";
+    } else {
+        fault = CheckRange(values, *product, entry.frames);
+    }
+    if (!fault.Empty()) {
         Watch(entry, false);
-        m_farm.out.Refuse(peer, job->id, error);
-        return false;
+        m_farm.out.Refuse(peer, job->id, fault);
+        return nullptr;
     }
     entry.queue.AddFresh(Span{0, entry.frames.Count()});
+    return owned;
+}
+
+bool Jobs::Enqueue(std::unique_ptr<JobEntry> owned) {
+    if (!owned)
+        return false;
+    JobEntry& entry = *owned;
     m_farm.jobsById[entry.id] = &entry;
     m_farm.jobs.emplace(entry.number, std::move(owned));
     StoreJob(entry);
-    if (!entry.engineOfUnit.empty())
+    if (!entry.engineOfUnit.empty() || !entry.goneWaits.empty())
         StoreState(entry);
     TellJob(entry);
     m_farm.distributor->JobChanged(entry, Distributor::Chance::New);
@@ -189,12 +222,10 @@ void Jobs::OnJob(PeerId peer, JobMsg const& message) {
             Edit(*job, message.job, peer);
         return;
     }
-    auto const& deleted = m_farm.recentlyDeleted;
-    bool const wasDeleted = std::find(deleted.begin(), deleted.end(), message.job->id) != deleted.end();
-    if (wasDeleted && isSubmission)
-        return;
-    if (wasDeleted && message.job->IsFinished()) {
-        m_farm.out.Refuse(peer, message.job->id, "The Job was deleted in the meantime.");
+    if (m_farm.deletedJobs.contains(message.job->id)) {
+        // Whoever submitted it and got no answer asks again.
+        if (!isSubmission)
+            m_farm.out.Refuse(peer, message.job->id, "The Job was deleted in the meantime. Submit it as a new one.");
         return;
     }
     if (MayHaveValues(peer, *message.job, nullptr))
@@ -211,6 +242,10 @@ bool Jobs::MayHaveValues(PeerId peer, Job const& job, Job const* former) const {
 
 void Jobs::Edit(JobEntry& job, boost::shared_ptr<Job> const& wanted, PeerId peer) {
     int const status = wanted->Status();
+    if (!job.setApart.Empty()) {
+        m_farm.out.Refuse(peer, job.id, "The Job was set apart: " + job.setApart);
+        return;
+    }
     if (job.settings.IsFinished() && (status == Queued || status == Paused)) {
         Reopen(job, wanted, peer);
         return;
@@ -249,18 +284,24 @@ bool Jobs::TakeRange(JobEntry& job, boost::shared_ptr<Job> const& changed, PeerI
     bool const divides = job.product && HasFrames(*job.product);
     bool const newRange = divides && changed->Range(job.product.get()) != job.job->Range(job.product.get());
     FrameMap frames;
-    if (String const error = CheckScripts(job.product.get(), *changed); !error.Empty()) {
-        m_farm.out.Refuse(peer, job.id, error);
+    std::map<UID, GoneWait> goneWaits = job.goneWaits;
+    String fault = CheckValues(*changed, job.product.get());
+    if (fault.Empty() && newRange)
+        fault = CheckRange(*changed, *job.product, frames);
+    bool const newWaits = job.product && changed->GetDependencies(job.product.get()) != job.settings.dependencies;
+    if (fault.Empty() && newWaits)
+        fault = CheckWaits(m_farm, job.id, *changed, *job.product, goneWaits);
+    if (!fault.Empty()) {
+        m_farm.out.Refuse(peer, job.id, fault);
         return false;
-    }
-    if (newRange) {
-        if (String const error = CheckRange(*changed, *job.product, frames); !error.Empty()) {
-            m_farm.out.Refuse(peer, job.id, error);
-            return false;
-        }
     }
     job.job = changed;
     ReadAgain(job);
+    if (newWaits) {
+        std::erase_if(goneWaits, [&](auto const& gone) { return !job.settings.dependencies.contains(gone.first); });
+        job.goneWaits = std::move(goneWaits);
+        StoreState(job);
+    }
     if (newRange) {
         job.frames = std::move(frames);
         Rebuild(job);
@@ -270,8 +311,9 @@ bool Jobs::TakeRange(JobEntry& job, boost::shared_ptr<Job> const& changed, PeerI
 
 void Jobs::OnParameter(PeerId peer, JobParameterMsg const& message) {
     JobEntry* const job = m_farm.FindJob(message.job);
-    if (!job) {
-        m_farm.out.Refuse(peer, message.job, "The Job is not there any more.");
+    if (!job || !job->setApart.Empty()) {
+        m_farm.out.Refuse(peer, message.job,
+                          job ? "The Job was set apart: " + job->setApart : String("The Job is not there any more."));
         return;
     }
     if (message.name.CompareNoCase(p_Status) == 0) {
@@ -331,23 +373,6 @@ void Jobs::OnDelete(PeerId peer, DeleteJobMsg const& message) {
     m_farm.distributor->JobChanged(*job, Distributor::Chance::Same);
 }
 
-void Jobs::OnResetFailures(PeerId peer, ResetJobFailuresMsg const& message) {
-    JobEntry* const job = m_farm.FindJob(message.job);
-    if (!job) {
-        m_farm.out.Refuse(peer, message.job, "The Job is not there any more.");
-        return;
-    }
-    job->unitFailures.clear();
-    job->failuresResetAt = m_farm.lastNumber;
-    StoreState(*job);
-    for (FailureEntry const& entry : m_farm.failures.ResetJob(job->id))
-        m_farm.out.Put(RecordKind::Failure, entry.number, job->id, WriteRow(entry.item));
-    auto told = ResetJobFailuresMsg::New();
-    told->job = job->id;
-    m_farm.out.ToFollowers(told);
-    m_farm.distributor->JobChanged(*job, Distributor::Chance::New);
-}
-
 void Jobs::Delete(JobEntry& job) {
     bool const wasSettled = job.settings.IsFinished() && job.runs.empty();
     std::vector<Run*> const runs = job.runs;
@@ -356,7 +381,11 @@ void Jobs::Delete(JobEntry& job) {
     if (!wasSettled)
         TellGone(job);
     if (m_farm.policy.resetFailuresOnDelete && m_farm.failures.OfJob(job.id) > 0) {
-        m_farm.failures.ResetJob(job.id);
+        auto const reset = m_farm.failures.ResetJob(job.id);
+        for (FailureEntry const& entry : reset) {
+            if (EngineEntry* const engine = m_farm.FindEngine(entry.item.engine))
+                m_farm.engineActions->ShowBarred(*engine);
+        }
         auto told = ResetJobFailuresMsg::New();
         told->job = job.id;
         m_farm.out.ToFollowers(told);
@@ -369,29 +398,54 @@ void Jobs::Delete(JobEntry& job) {
     m_farm.out.ToFollowers(told);
 
     Watch(job, false);
+    Remember(job);
     m_farm.distributor->ForgetJob(job);
     m_farm.distributor->DependentsChanged(job.id);
     Unschedule(job);
-    m_farm.recentlyDeleted.push_back(job.id);
-    if (m_farm.recentlyDeleted.size() > k_MaxRecentlyDeleted)
-        m_farm.recentlyDeleted.pop_front();
     m_farm.jobsById.erase(job.id);
     m_farm.jobs.erase(job.number);
+}
+
+// What others must know of a Job that is deleted: those that wait for it, and late
+// commands for it.
+void Jobs::Remember(JobEntry const& job) {
+    GoneWait const gone = WaitOnGone(job);
+    if (auto const followers = m_farm.dependents.find(job.id); followers != m_farm.dependents.end()) {
+        for (uint64_t const number : followers->second) {
+            if (JobEntry* const follower = m_farm.FindJob(number)) {
+                follower->goneWaits[job.id] = gone;
+                StoreState(*follower);
+            }
+        }
+    }
+    uint64_t const row = m_farm.NextNumber();
+    GoneWait const brief{gone.name, gone.succeeded, String()};
+    m_farm.deletedJobs[job.id] = {row, brief};
+    m_farm.deletedInOrder.insert({row, job.id});
+    m_farm.out.Put(RecordKind::DeletedJob, row, job.id, WriteRow(brief));
+    while (m_farm.deletedInOrder.size() > k_MaxRecentlyDeleted)
+        ForgetDeleted(m_farm.deletedInOrder.begin()->second);
+}
+
+void Jobs::ForgetDeleted(UID const& id) {
+    auto const at = m_farm.deletedJobs.find(id);
+    if (at == m_farm.deletedJobs.end())
+        return;
+    m_farm.out.Erase(RecordKind::DeletedJob, at->second.number);
+    m_farm.deletedInOrder.erase({at->second.number, id});
+    m_farm.deletedJobs.erase(at);
 }
 
 // A finished Job goes on under its own id: for everybody else it is deleted and
 // submitted again.
 void Jobs::Reopen(JobEntry& job, boost::shared_ptr<Job> const& wanted, PeerId peer) {
     auto const again = boost::make_shared<Job>(*wanted);
-    auto const product = m_farm.FindProduct(again->Type());
-    FrameMap frames;
-    if (!product ||
-        (product->Class() != ProductClass::OncePerEngine && !CheckRange(*again, *product, frames).Empty())) {
-        m_farm.out.Refuse(peer, again->id, "The Job's Product or Range is not valid.");
+    auto entry = Prepare(again, peer, job.goneWaits);
+    if (!entry)
         return;
-    }
     Delete(job);
-    Submit(again, peer);
+    ForgetDeleted(again->id);
+    Enqueue(std::move(entry));
 }
 
 // True when there is something new to tell.
@@ -407,6 +461,8 @@ bool Jobs::ShowProgress(JobEntry& job) {
 }
 
 void Jobs::UnitEnded(JobEntry& job) {
+    m_farm.about = job.number;
+    GiveUpAtLimit(job);
     if (ShowProgress(job) && m_farm.out.Wanted<JobParameterMsg>()) {
         auto told = JobParameterMsg::New();
         told->job = job.id;
@@ -508,6 +564,24 @@ void Jobs::SettingsChanged() {
     for (auto const& [number, job] : m_farm.jobs)
         Schedule(*job);
     m_farm.distributor->AllChanged();
+}
+
+void Jobs::EngineRemoved(UID const& engine) {
+    std::vector<uint64_t> numbers;
+    for (auto const& [number, job] : m_farm.jobs) {
+        auto const& engines = job->engineOfUnit;
+        auto const position =
+            static_cast<uint32_t>(std::find(engines.begin(), engines.end(), engine) - engines.begin());
+        Spans const unit{{position, position + 1}};
+        if (position == engines.size() || !job->queue.Intersects(unit))
+            continue;
+        m_farm.runActions->SettleQueued(*job, unit, UserCanceled, "Its Engine was removed from the farm");
+        numbers.push_back(number);
+    }
+    for (uint64_t const number : numbers) {
+        if (JobEntry* const job = m_farm.FindJob(number))
+            UnitEnded(*job);
+    }
 }
 
 void Jobs::ProductChanged(UID const& type) {

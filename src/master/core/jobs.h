@@ -24,13 +24,23 @@ public:
     void OnParameter(PeerId peer, JobParameterMsg const& message);
     void OnDelete(PeerId peer, DeleteJobMsg const& message);
     void OnResetFailures(PeerId peer, ResetJobFailuresMsg const& message);
+    void OnRunAgain(PeerId peer, RunAgainMsg const& message);
 
     // Takes a new Job in; false, after telling the peer why, if it cannot be.
-    bool Submit(boost::shared_ptr<Job> const& job, PeerId peer);
+    bool Submit(boost::shared_ptr<Job> const& job, PeerId peer, std::map<UID, GoneWait> goneWaits = {});
     void Delete(JobEntry& job);
+
+    // A unit has failed on an Engine.
+    static void NoteFailure(JobEntry& job, String const& subRange, UID const& engine);
 
     // A run of the Job has ended and its frames are settled.
     void UnitEnded(JobEntry& job);
+
+    // Jobs that have failed too often give up what is queued of them.
+    void GiveUpAllAtLimit();
+
+    // Nobody else may do the units that were for this Engine.
+    void EngineRemoved(UID const& engine);
 
     // The policy, the Products or the limits changed.
     void SettingsChanged();
@@ -44,6 +54,7 @@ public:
     void RestoreJob(Record const& record);
     void RestoreState(Record const& record);
     void RestoreRun(Record const& record);
+    void RestoreDeleted(Record const& record);
     // All rows are in, the Engines too: puts the frames where they belong.
     void RestoreDone();
     // In the first event after that: ends the Jobs that have nothing left to do.
@@ -53,8 +64,14 @@ private:
     enum class Redivide { No, Yes };
 
     bool MayHaveValues(PeerId peer, Job const& job, Job const* former) const;
+    std::unique_ptr<JobEntry> Prepare(boost::shared_ptr<Job> const& job, PeerId peer,
+                                      std::map<UID, GoneWait> goneWaits);
+    bool Enqueue(std::unique_ptr<JobEntry> owned);
     String CheckRange(Job const& job, Product const& product, FrameMap& frames) const;
+    static String CheckValues(Job const& job, Product const* product);
     void FillEngines(JobEntry& job);
+    void SetApart(JobEntry& job, String const& why);
+    void RestoreFrames(JobEntry& job);
     void ReadSettings(JobEntry& job);
     void ReadAgain(JobEntry& job);
     void Rebuild(JobEntry& job);
@@ -67,6 +84,10 @@ private:
     void Reopen(JobEntry& job, boost::shared_ptr<Job> const& wanted, PeerId peer);
     bool ShowProgress(JobEntry& job);
     void TellGone(JobEntry const& job);
+    void Remember(JobEntry const& job);
+    void ForgetDeleted(UID const& id);
+    void ResetFailures(JobEntry& job);
+    bool GiveUpAtLimit(JobEntry& job);
     void Schedule(JobEntry& job);
     void Unschedule(JobEntry& job);
     void Watch(JobEntry& job, bool add);

@@ -33,7 +33,8 @@ struct LoadTask {
 // One connection.
 struct Peer {
     PeerId id = 0;
-    Identity who; // never null
+    Identity who;               // never null
+    bool administrates = false; // it has declared administrator mode
     bool followsAll = false;
     std::set<UID> follows; // kinds of messages
     std::deque<LoadTask> loads;

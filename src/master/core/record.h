@@ -22,6 +22,8 @@ enum class RecordKind : int {
     Failure = 9, // failures of one Job on one Engine
     Counter = 10,
     EngineHistory = 11, // one line of an Engine's history
+    DeletedJob = 12,    // a Job that was deleted of late
+    Stagger = 13,       // the latest starts under the stagger of the farm, a Pool, or a Product on an Engine
 };
 
 // One row to write or to take away. Its key is (kind, number): an ascending number

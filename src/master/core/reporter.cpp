@@ -64,6 +64,8 @@ String Reporter::JobStatus(JobEntry const& job) const {
             "Average time of a work unit: " + Seconds(job.finishedMs / static_cast<int64_t>(job.finishedRuns)) + k_NL;
     }
     text += SFormat("Failures: %u\n", m_farm.failures.OfJob(job.id));
+    if (!job.standstill.Empty())
+        text += "Stands still: " + job.standstill + k_NL;
     for (Condition const& condition : Conditions()) {
         String why;
         if (condition.about == Condition::About::Job && !condition.allows({m_farm, job, nullptr}, &why)) {

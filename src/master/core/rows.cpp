@@ -47,6 +47,29 @@ OptionMap ReadMap(Reader& in) {
     return options;
 }
 
+void WriteGone(Writer& out, GoneWait const& gone) {
+    out.Write(gone.name);
+    out.Write(gone.succeeded);
+    out.Write(gone.missing);
+}
+
+GoneWait ReadGone(Reader& in) {
+    GoneWait gone;
+    in.Read(gone.name);
+    in.Read(gone.succeeded);
+    in.Read(gone.missing);
+    return gone;
+}
+
+void WriteStop(Writer& out, std::optional<PendingStop> const& stop) {
+    out.Write(stop.has_value());
+    if (!stop)
+        return;
+    out.Write(static_cast<int32_t>(stop->status));
+    out.Write(stop->reason);
+    out.Write(static_cast<int32_t>(stop->action));
+}
+
 } // namespace
 
 String WriteRow(RunRow const& row) {
@@ -62,6 +85,7 @@ String WriteRow(RunRow const& row) {
         out.Write(element.time);
         out.Write(element.note);
     }
+    WriteStop(out, row.stop);
     return out.TakeBytes();
 }
 
@@ -80,6 +104,13 @@ RunRow ReadRunRow(String const& body) {
         in.Read(element.note);
         row.elements.push_back(std::move(element));
     }
+    // Rows of old end here.
+    if (!in.AtEnd() && in.Get<bool>()) {
+        row.stop.emplace();
+        row.stop->status = in.Get<int32_t>();
+        in.Read(row.stop->reason);
+        row.stop->action = static_cast<StopAction>(in.Get<int32_t>());
+    }
     return row;
 }
 
@@ -91,6 +122,11 @@ String WriteRow(JobStateRow const& row) {
     out.Count(row.engineOfUnit.size());
     for (UID const& engine : row.engineOfUnit)
         out.Write(engine);
+    out.Count(row.goneWaits.size());
+    for (auto const& [id, gone] : row.goneWaits) {
+        out.Write(id);
+        WriteGone(out, gone);
+    }
     return out.TakeBytes();
 }
 
@@ -102,6 +138,11 @@ JobStateRow ReadJobStateRow(String const& body) {
     in.Read(row.failuresResetAt);
     for (uint32_t left = in.Count(); left > 0; --left)
         row.engineOfUnit.push_back(in.Get<UID>());
+    // Rows of old end here.
+    for (uint32_t left = in.AtEnd() ? 0 : in.Count(); left > 0; --left) {
+        UID const id = in.Get<UID>();
+        row.goneWaits[id] = ReadGone(in);
+    }
     return row;
 }
 
@@ -139,7 +180,8 @@ EngineHistoryRow ReadEngineHistoryRow(String const& body) {
     return row;
 }
 
-String WriteRow(FailureItem const& item) {
+String WriteRow(FailureEntry const& entry) {
+    vorlan::FailureItem const& item = entry.item;
     Writer out;
     out.Write(item.job);
     out.Write(item.engine);
@@ -147,12 +189,17 @@ String WriteRow(FailureItem const& item) {
     out.Write(static_cast<uint32_t>(item.count));
     out.Write(item.time);
     out.Write(static_cast<uint32_t>(item.total));
+    out.Write(entry.note);
+    out.Write(entry.finishedElsewhere);
+    out.Write(entry.cleared);
     return out.TakeBytes();
 }
 
-FailureItem ReadFailureRow(String const& body) {
-    Reader in(body);
-    FailureItem item;
+FailureEntry ReadFailureRow(Record const& record) {
+    Reader in(record.body);
+    FailureEntry entry;
+    entry.number = record.number;
+    vorlan::FailureItem& item = entry.item;
     in.Read(item.job);
     in.Read(item.engine);
     in.Read(item.product);
@@ -160,7 +207,12 @@ FailureItem ReadFailureRow(String const& body) {
     in.Read(item.time);
     // Rows of old end here.
     item.total = in.AtEnd() ? item.count : in.Get<uint32_t>();
-    return item;
+    if (in.AtEnd())
+        return entry;
+    in.Read(entry.note);
+    in.Read(entry.finishedElsewhere);
+    in.Read(entry.cleared);
+    return entry;
 }
 
 String WriteRow(OptionMap const& options) {
@@ -172,6 +224,41 @@ String WriteRow(OptionMap const& options) {
 OptionMap ReadOptionRow(String const& body) {
     Reader in(body);
     return ReadMap(in);
+}
+
+String WriteRow(GoneWait const& gone) {
+    Writer out;
+    WriteGone(out, gone);
+    return out.TakeBytes();
+}
+
+GoneWait ReadGoneWaitRow(String const& body) {
+    Reader in(body);
+    return ReadGone(in);
+}
+
+String WriteRow(StaggerRow const& row) {
+    Writer out;
+    out.Write(row.owner);
+    out.Write(row.product);
+    out.Count(row.starts.size());
+    for (auto const& [engine, time] : row.starts) {
+        out.Write(engine);
+        out.Write(time);
+    }
+    return out.TakeBytes();
+}
+
+StaggerRow ReadStaggerRow(String const& body) {
+    Reader in(body);
+    StaggerRow row;
+    in.Read(row.owner);
+    in.Read(row.product);
+    for (uint32_t left = in.Count(); left > 0; --left) {
+        UID const engine = in.Get<UID>();
+        row.starts.emplace_back(engine, in.Get<Time>());
+    }
+    return row;
 }
 
 String RowOf(Run const& run, Outcome outcome) {
@@ -188,6 +275,7 @@ String RowOf(Run const& run, Outcome outcome) {
         out.Write(element.time);
         out.Write(element.note);
     }
+    WriteStop(out, run.stop);
     return out.TakeBytes();
 }
 

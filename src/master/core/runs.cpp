@@ -2,6 +2,7 @@
 
 #include "master/core/conditions.h"
 #include "master/core/distributor.h"
+#include "master/core/engines.h"
 #include "master/core/jobs.h"
 #include "master/core/loader.h"
 
@@ -18,8 +19,8 @@ namespace {
 
 // How long an Engine may take to confirm a stop: its own five seconds, and some.
 constexpr Time k_StopPatience = Time::Seconds(30);
-// What is older by the time of day when the program starts counts as no older.
-constexpr Time k_LongestAge = Time::Days(366);
+// No run is longer, whatever its Engine says.
+constexpr Time k_LongestRun = Time::Days(3660);
 // A unit is compared with the average when that many have finished.
 constexpr uint64_t k_FinishedForOvertime = 5;
 
@@ -80,6 +81,7 @@ Run& Runs::Make(uint64_t number, UID const& work, JobEntry* job, EngineEntry& en
 }
 
 boost::shared_ptr<Job> Runs::MakeUnit(Run const& run) const {
+    m_farm.about = run.job->number;
     auto unit = boost::make_shared<Job>(run.work);
     unit->parentID = run.job->id;
     auto const values = run.job->job->Snapshot();
@@ -95,6 +97,7 @@ boost::shared_ptr<Job> Runs::MakeUnit(Run const& run) const {
     builder.Add(Known(p_Status).number, status);
     builder.Add(Known(p_DispatchCPUs).number, cores);
     builder.Remove(Known(p_PercentDone).number);
+    builder.Remove(Known(p_Standstill).number);
     unit->SetSnapshot(builder.Build());
     unit->SetCreated(run.HasStarted() ? run.StartedAt() : run.Assigned());
     return unit;
@@ -130,8 +133,10 @@ void Runs::Release(Run& run) {
     run.job->usage.Remove(&engine);
     m_farm.productUsage[run.type].Remove(&engine);
     m_farm.poolUsage[run.pool].Remove(&engine);
-    for (size_t const index : m_farm.creatorMatcher.Match(run.creator))
+    for (size_t const index : m_farm.creatorMatcher.Match(run.creator)) {
         m_farm.creatorUsage[index].Remove(&engine);
+        m_farm.distributor->CreatorFreed(index);
+    }
 }
 
 void Runs::Destroy(Run& run) {
@@ -144,21 +149,33 @@ void Runs::Destroy(Run& run) {
 }
 
 void Runs::NoteStart(Run& run) {
-    JobEntry& job = *run.job;
     EngineEntry& engine = *run.engine;
-    Steady const at = run.assignedAt;
-    Distributor& distributor = *m_farm.distributor;
-    bool const isNewEngine = !job.usage.engines.contains(&engine);
-    distributor.WakeJob(job, job.stagger.Note(job.settings.stagger, engine.id, isNewEngine, at));
+    NoteJobStart(*run.job, engine, run.assignedAt);
     PoolRule const& pool = m_farm.RuleOfPool(run.pool);
-    if (pool.stagger.Active()) {
-        bool const isNew = !m_farm.UsageOf(m_farm.poolUsage, run.pool).engines.contains(&engine);
-        distributor.WakeAll(m_farm.poolStaggers[run.pool].Note(pool.stagger, engine.id, isNew, at));
-    }
-    if (EngineProduct const* const product = m_farm.ProductOn(engine, run.type);
-        product && product->rule.stagger.Active())
-        distributor.WakeAll(engine.productStaggers[run.type].Note(product->rule.stagger, engine.id, false, at));
-    distributor.WakeAll(m_farm.globalStagger.Note(m_farm.policy.globalStagger, UID::Null, false, at));
+    bool const isNew = !m_farm.UsageOf(m_farm.poolUsage, run.pool).engines.contains(&engine);
+    NoteStart(m_farm.poolStaggers[run.pool], pool.stagger, {run.pool, UID::Null}, engine, isNew);
+    if (EngineProduct const* const product = m_farm.ProductOn(engine, run.type))
+        NoteStart(engine.productStaggers[run.type], product->rule.stagger, {engine.id, run.type}, engine, false);
+    NoteStart(m_farm.globalStagger, m_farm.policy.globalStagger, {UID::Null, UID::Null}, engine, false);
+}
+
+void Runs::NoteJobStart(JobEntry& job, EngineEntry& engine, Steady at) {
+    bool const isNew = !job.usage.engines.contains(&engine);
+    m_farm.distributor->WakeJob(job, job.stagger.Note(job.settings.stagger, engine.id, isNew, at));
+}
+
+void Runs::NoteStart(Stagger& stagger, StaggerRule const& rule, std::pair<UID, UID> const& owner,
+                     EngineEntry const& engine, bool isNew) {
+    if (!rule.Active())
+        return;
+    m_farm.distributor->WakeAll(stagger.Note(rule, engine.id, isNew, m_farm.steady));
+    uint64_t& number = m_farm.staggerRows[owner];
+    if (number == 0)
+        number = m_farm.NextNumber();
+    StaggerRow row{owner.first, owner.second, {}};
+    for (auto const& [each, at] : stagger.All())
+        row.starts.emplace_back(each, m_farm.now - (m_farm.steady - at));
+    m_farm.out.Put(RecordKind::Stagger, number, owner.first, WriteRow(row));
 }
 
 Run& Runs::Give(JobEntry& job, EngineEntry& engine, Spans packet) {
@@ -188,18 +205,20 @@ Run& Runs::Give(JobEntry& job, EngineEntry& engine, Spans packet) {
     return run;
 }
 
-void Runs::Begin(Run& run, Time at) {
+void Runs::Begin(Run& run, Time ago) {
     if (!run.job || run.HasStarted())
         return;
-    run.elements.push_back({Started, std::clamp(at, run.Assigned(), std::max(m_farm.now, run.Assigned())), String()});
-    run.startedAt = m_farm.steady;
+    ago = std::clamp(ago, Time(), m_farm.steady - run.assignedAt);
+    run.startedAt = m_farm.steady - ago;
+    // Behind the assignment: a run that was taken back has its loss in its history.
+    run.elements.insert(run.elements.begin() + 1, {Started, std::max(m_farm.now - ago, run.Assigned()), String()});
     Store(run, Outcome::Open);
     auto unit = boost::make_shared<Job>(*run.unit);
     unit->SetStatus(Started);
     unit->SetCreated(run.StartedAt());
     run.unit = unit;
     TellUnit(run);
-    TellElement(*run.job, run.work, run.engine->id, run.subRange, run.elements.back());
+    TellElement(*run.job, run.work, run.engine->id, run.subRange, run.elements[1]);
 }
 
 void Runs::SetValues(Run& run, OptionMap const& values) {
@@ -248,32 +267,65 @@ void Runs::JobParameterSet(JobEntry& job, String const& name, String const& valu
 
 // Counts a failure and gives the status, which a limit may have turned into the end of
 // the unit.
-int Runs::CountFailure(Run const& run, int status) {
+int Runs::CountFailure(Run const& run, int status, String const& note) {
     if (!IsFailedStatus(status))
         return status;
     JobEntry& job = *run.job;
-    unsigned const failures = ++job.unitFailures[run.subRange];
+    Jobs::NoteFailure(job, run.subRange, run.engine->id);
+    unsigned const failures = job.unitFailures[run.subRange].count;
     bool const isNew = !m_farm.failures.Has(job.id, run.engine->id);
     FailureEntry const& entry =
-        m_farm.failures.Add(job.id, run.engine->id, run.type, m_farm.now, isNew ? m_farm.NextNumber() : 0);
-    m_farm.out.Put(RecordKind::Failure, entry.number, job.id, WriteRow(entry.item));
-    bool const atLimit = job.settings.failureLimit > 0 && failures >= static_cast<unsigned>(job.settings.failureLimit);
+        m_farm.failures.Add(job.id, run.engine->id, run.type, m_farm.now, note, isNew ? m_farm.NextNumber() : 0);
+    m_farm.out.Put(RecordKind::Failure, entry.number, job.id, WriteRow(entry));
+    ++m_farm.possibilities;
+    m_farm.engineActions->ShowBarred(*run.engine);
+    unsigned const total = m_farm.policy.maxTotalFailures;
+    bool const atLimit =
+        (job.settings.failureLimit > 0 && failures >= static_cast<unsigned>(job.settings.failureLimit)) ||
+        (total > 0 && m_farm.failures.OfJob(job.id) >= total);
     return atLimit ? static_cast<int>(Failed) : status;
 }
 
-// Closes the history of a run and takes its frames from it.
-void Runs::Finish(Run& run, int status, String const& note, Time at, Outcome outcome) {
+// A success speaks against those Engines that failed on the same unit, and for this one
+// where other Jobs failed on it.
+void Runs::CountSuccess(Run const& run) {
     JobEntry& job = *run.job;
-    Time const earliest = run.elements.back().time;
-    at = std::clamp(at.IsZero() ? m_farm.now : at, earliest, std::max(earliest, m_farm.now));
+    auto const store = [this](FailureEntry const& entry) {
+        m_farm.out.Put(RecordKind::Failure, entry.number, entry.item.job, WriteRow(entry));
+        if (EngineEntry* const engine = m_farm.FindEngine(entry.item.engine))
+            m_farm.engineActions->ShowBarred(*engine);
+    };
+    if (auto const failed = job.unitFailures.find(run.subRange); failed != job.unitFailures.end()) {
+        for (UID const& engine : failed->second.engines) {
+            FailureEntry const* const entry =
+                engine == run.engine->id ? nullptr : m_farm.failures.NoteFinishedElsewhere(job.id, engine);
+            if (entry)
+                store(*entry);
+        }
+    }
+    for (FailureEntry const& entry : m_farm.failures.NoteSuccess(job.id, run.engine->id, run.type))
+        store(entry);
+}
+
+// Closes the history of a run and takes its frames from it.
+void Runs::Finish(Run& run, int status, String const& note, Time at, Time ran, Outcome outcome) {
+    JobEntry& job = *run.job;
+    if (run.HasStarted()) {
+        // The length is what is known best: clocks differ, and are set.
+        ran = std::clamp(ran.IsZero() ? m_farm.steady - run.startedAt : ran, Time(), k_LongestRun);
+        at = run.StartedAt() + ran;
+    } else {
+        Time const earliest = run.Assigned();
+        at = std::clamp(at.IsZero() ? m_farm.now : at, earliest, std::max(earliest, m_farm.now));
+    }
     run.elements.push_back({status, at, note});
     run.elements.push_back({Closed, at, String()});
     job.past.push_back({run.number, RowOf(run, outcome)});
     m_farm.out.Put(RecordKind::History, run.number, run.work, job.past.back().row, job.number);
-    if (outcome == Outcome::Finished && run.elements.size() > 3) {
+    if (outcome == Outcome::Finished && run.HasStarted()) {
         ++job.finishedRuns;
         job.finishedFrames += CountOf(run.frames);
-        job.finishedMs += (at - run.StartedAt()).Milliseconds();
+        job.finishedMs += ran.Milliseconds();
     }
     for (size_t i = run.elements.size() - 2; i < run.elements.size(); ++i)
         TellElement(job, run.work, run.engine->id, run.subRange, run.elements[i]);
@@ -286,12 +338,15 @@ void Runs::Finish(Run& run, int status, String const& note, Time at, Outcome out
     Release(run);
 }
 
-void Runs::End(Run& run, int status, String const& note, Time at) {
+void Runs::End(Run& run, int status, String const& note, Time at, Time ran) {
     if (!run.job) {
         Destroy(run);
         return;
     }
     JobEntry& job = *run.job;
+    // It started while nobody could hear of it.
+    if (!ran.IsZero())
+        Begin(run, std::max(m_farm.now - at, Time()) + ran);
     String text = note;
     StopAction const action = run.stop ? run.stop->action : StopAction::Requeue;
     if (status != Finished && run.stop) {
@@ -301,14 +356,16 @@ void Runs::End(Run& run, int status, String const& note, Time at) {
     StatusInfo const* const info = FindStatus(status);
     if (!info || info->active || info->held || status == Queued || status == Closed)
         status = Unsuccessful;
-    status = CountFailure(run, status);
+    status = CountFailure(run, status, text);
+    if (status == Finished)
+        CountSuccess(run);
     Outcome outcome = OutcomeOf(status);
     if (outcome == Outcome::Requeued && job.settings.IsFinished())
         outcome = Outcome::Canceled;
 
     Spans frames = run.frames;
     String const subRange = run.subRange;
-    Finish(run, status, text, at, outcome);
+    Finish(run, status, text, at, ran, outcome);
     Destroy(run);
     switch (outcome) {
     case Outcome::Finished:
@@ -331,16 +388,16 @@ void Runs::End(Run& run, int status, String const& note, Time at) {
 
 void Runs::GiveUp(Run& run, int status, String const& note) {
     if (run.job)
-        run.job->givenUp[run.work] = run.number;
+        run.job->givenUp[run.work] = {run.number, false};
     run.stop.reset();
-    End(run, status, note, m_farm.now);
+    End(run, status, note, m_farm.now, Time());
 }
 
 void Runs::EndUnconfirmed(Run& run) {
     if (run.job)
-        run.job->givenUp[run.work] = run.number;
+        run.job->givenUp[run.work] = {run.number, true};
     PendingStop const stop = run.stop.value_or(PendingStop{});
-    End(run, stop.status, stop.reason, m_farm.now);
+    End(run, stop.status, stop.reason, m_farm.now, Time());
 }
 
 void Runs::Stop(Run& run, int status, String const& reason, StopAction action) {
@@ -350,6 +407,8 @@ void Runs::Stop(Run& run, int status, String const& reason, StopAction action) {
         EndUnconfirmed(run);
         return;
     }
+    if (run.job)
+        Store(run, Outcome::Open);
     SendStop(run);
 }
 
@@ -361,117 +420,39 @@ void Runs::SendStop(Run const& run) {
     m_farm.out.To(run.engine->peer, message);
 }
 
-void Runs::Orphan(Run& run, String const& reason) {
-    bool const told = run.stop.has_value();
-    run.stop = PendingStop{UserCanceled, reason, StopAction::Cancel, m_farm.steady};
-    run.job = nullptr;
-    if (!run.engine->Online()) {
-        Destroy(run);
-        return;
-    }
-    if (!told)
-        SendStop(run);
-}
-
-void Runs::DropJob(Run& run) {
-    if (m_farm.out.Wanted<FinishedWorkMsg>()) {
-        auto message = FinishedWorkMsg::New();
-        message->work = run.work;
-        message->status = UserCanceled;
-        m_farm.out.ToFollowers(message);
-    }
-    Release(run);
-    Orphan(run, "The Job was deleted");
-}
-
-void Runs::AdoptOrphan(EngineEntry& engine, UID const& work, unsigned cores, String const& reason) {
-    Run& run = Make(m_farm.NextNumber(), work, nullptr, engine, cores);
-    Use(run);
-    Orphan(run, reason);
-}
-
-// Ends a run of which another one's result takes the frames `taken`.
-void Runs::Supersede(Run& run, SpanSet const& taken, String const& note) {
-    JobEntry& job = *run.job;
-    SpanSet left;
-    left.Insert(run.frames);
-    left.Erase(taken.All());
-    job.givenUp[run.work] = run.number;
-    Finish(run, Lost, note, m_farm.now, Outcome::Superseded);
-    job.queue.AddFresh(left.All());
-    Orphan(run, note);
-}
-
-// The frames of a sub-range that are not done, as text; `open` gets those that are in
-// the Job's range now. The others count as well: the range may get them back.
-String Runs::OpenFrames(JobEntry const& job, String const& subRange, SpanSet& open) {
-    FrameRange range;
-    FrameRange::Parse(subRange, range);
-    open.Insert(job.frames.PositionsOf(range));
-    for (SpanSet const* const done : {&job.finished, &job.failed, &job.canceled})
-        open.Erase(done->All());
-    std::vector<int> frames;
-    range.ForEach([&](int frame) {
-        auto const position = job.frames.PositionOf(frame);
-        if (!position || open.Contains(*position))
-            frames.push_back(frame);
-    });
-    return FrameRange::FromFrames(frames).Text();
-}
-
-void Runs::LateResult(JobEntry& job, WorkEnded const& ended) {
-    auto const known = job.givenUp.find(ended.work);
-    if (ended.status != Finished || known == job.givenUp.end() || job.settings.IsFinished())
-        return;
-    auto const past =
-        std::find_if(job.past.begin(), job.past.end(), [&](PastRun const& run) { return run.number == known->second; });
-    job.givenUp.erase(known);
-    if (past == job.past.end())
-        return;
-    RunRow row = ReadRunRow(past->row);
-    SpanSet taken;
-    row.subRange = OpenFrames(job, row.subRange, taken);
-    if (row.subRange.Empty())
-        return;
-
-    EngineEntry const* const engine = m_farm.FindEngine(row.engine);
-    String const note =
-        "Finished on " + (engine ? engine->engine->Name() : String("an Engine")) + " while it was away from the Master";
-    std::vector<Run*> const runs = job.runs;
-    for (Run* const run : runs) {
-        if (taken.Intersects(run->frames))
-            Supersede(*run, taken, note);
-    }
-    job.queue.Remove(taken.All());
-    job.finished.Insert(taken);
-
-    TellLateRun(job, std::move(row), ended.time, note);
-    m_farm.jobActions->UnitEnded(job);
-}
-
-// The history tells a late result as a run of its own, since the one given up has its
-// result.
-void Runs::TellLateRun(JobEntry& job, RunRow row, Time ended, String const& note) {
+void Runs::SettleQueued(JobEntry& job, Spans const& frames, int status, String const& note) {
+    Outcome const outcome = OutcomeOf(status);
+    RunRow row;
     row.work = m_farm.random.NextUID();
-    row.outcome = Outcome::Finished;
-    std::erase_if(row.elements,
-                  [](RunElement const& element) { return element.status != Assigned && element.status != Started; });
-    Time const earliest = row.elements.empty() ? m_farm.now : row.elements.back().time;
-    Time const at = std::clamp(ended, earliest, std::max(earliest, m_farm.now));
-    row.elements.push_back({Finished, at, note});
-    row.elements.push_back({Closed, at, String()});
+    row.subRange = job.frames.TextOf(frames);
+    row.outcome = outcome;
+    row.elements = {{status, m_farm.now, note}, {Closed, m_farm.now, String()}};
     uint64_t const number = m_farm.NextNumber();
     job.past.push_back({number, WriteRow(row)});
     m_farm.out.Put(RecordKind::History, number, row.work, job.past.back().row, job.number);
     for (RunElement const& element : row.elements)
-        TellElement(job, row.work, row.engine, row.subRange, element);
-    CountPast(job, row);
+        TellElement(job, row.work, UID::Null, row.subRange, element);
+    job.queue.Remove(frames);
+    (outcome == Outcome::FailedForGood ? job.failed : job.canceled).Insert(frames);
+}
+
+// A row without elements, and so without a line in the history: it tells the frames alone.
+void Runs::RunAgain(JobEntry& job, Spans const& frames) {
+    RunRow row;
+    row.work = m_farm.random.NextUID();
+    row.subRange = job.frames.TextOf(frames);
+    row.outcome = Outcome::Requeued;
+    uint64_t const number = m_farm.NextNumber();
+    job.past.push_back({number, WriteRow(row)});
+    m_farm.out.Put(RecordKind::History, number, row.work, job.past.back().row, job.number);
+    job.failed.Erase(frames);
+    job.queue.AddFresh(frames);
 }
 
 void Runs::SubmitAsNew(JobEntry const& job, String const& subRange) {
     auto copy = boost::make_shared<Job>(*job.job);
     copy->id = m_farm.random.NextUID();
-    for (char const* const name : {p_FinishedTime, p_PercentDone, p_Status})
+    for (char const* const name : {p_FinishedTime, p_PercentDone, p_Standstill, p_Status})
         copy->Clear(name);
     copy->SetStatus(Queued);
     copy->SetCreated(m_farm.now);
@@ -479,7 +460,7 @@ void Runs::SubmitAsNew(JobEntry const& job, String const& subRange) {
     if (job.product &&
         (job.product->Class() == ProductClass::Sequence || job.product->Class() == ProductClass::VirtualModule))
         copy->Set(p_Range, subRange);
-    m_farm.jobActions->Submit(copy, 0);
+    m_farm.jobActions->Submit(copy, 0, job.goneWaits);
 }
 
 void Runs::CheckTimes() {
@@ -523,39 +504,6 @@ void Runs::CheckTimes() {
     }
 }
 
-void Runs::RestoreOpen(JobEntry& job, EngineEntry& engine, uint64_t number, RunRow const& row) {
-    Run& run = Make(number, row.work, &job, engine, row.cores);
-    run.subRange = row.subRange;
-    run.elements = row.elements;
-    if (run.elements.empty())
-        run.elements.push_back({Assigned, m_farm.now, String()});
-    run.assignedAt = m_farm.Now().SteadyOf(run.Assigned(), k_LongestAge);
-    run.startedAt = run.HasStarted() ? m_farm.Now().SteadyOf(run.StartedAt(), k_LongestAge) : Steady();
-    FrameRange range;
-    FrameRange::Parse(row.subRange, range);
-    run.frames = job.frames.PositionsOf(range);
-    run.type = job.settings.type;
-    run.pool = job.settings.pool;
-    NoteStart(run);
-    Use(run);
-    run.unit = MakeUnit(run);
-}
-
-void Runs::CountPast(JobEntry& job, RunRow const& row) {
-    job.workedOn.insert(row.engine);
-    if (row.outcome != Outcome::Finished)
-        return;
-    auto const started = std::find_if(row.elements.begin(), row.elements.end(),
-                                      [](RunElement const& element) { return element.status == Started; });
-    if (started == row.elements.end())
-        return;
-    FrameRange range;
-    FrameRange::Parse(row.subRange, range);
-    ++job.finishedRuns;
-    job.finishedFrames += range.Count();
-    job.finishedMs += (row.elements.back().time - started->time).Milliseconds();
-}
-
 void Runs::CountCreators() {
     m_farm.creatorMatcher = CreatorMatcher(m_farm.policy.creatorLimits);
     m_farm.creatorUsage.assign(m_farm.policy.creatorLimits.size(), Usage());
@@ -565,6 +513,7 @@ void Runs::CountCreators() {
         for (size_t const index : m_farm.creatorMatcher.Match(run->creator))
             m_farm.creatorUsage[index].Add(run->engine);
     }
+    m_farm.distributor->CreatorsChanged();
 }
 
 void Runs::Store(Run const& run, Outcome outcome) {

@@ -19,11 +19,13 @@ public:
     // Gives a packet, just taken from the Job's queue, to a connected Engine.
     Run& Give(JobEntry& job, EngineEntry& engine, Spans packet);
 
-    void Begin(Run& run, Time at);
+    // It has started: so long ago.
+    void Begin(Run& run, Time ago);
     void SetValues(Run& run, OptionMap const& values);
 
-    // The run has ended: its Engine said so.
-    void End(Run& run, int status, String const& note, Time at);
+    // The run has ended: its Engine said so. `at` is when by the Master's time of day, and
+    // `ran` how long it ran by the Engine's steady clock; zero where that is not known.
+    void End(Run& run, int status, String const& note, Time at, Time ran);
 
     // Ends a run that its Engine did not end; the unit goes back to the queue. A
     // result that comes later still counts as long as the unit has not been given out
@@ -39,7 +41,16 @@ public:
     void SendStop(Run const& run);
 
     // A result of a run that was given up. Does nothing for any other.
-    void LateResult(JobEntry& job, WorkEnded const& ended);
+    void LateResult(JobEntry& job, WorkEnded const& ended, Time at);
+
+    // An Engine that was away has a run still: it goes on where its frames are all queued
+    // and nobody asked for its end. Null where that is not so.
+    Run* TakeBack(EngineEntry& engine, RunState const& state);
+
+    // Frames that are queued end without a run, with a line in the history.
+    void SettleQueued(JobEntry& job, Spans const& frames, int status, String const& note);
+    // Frames that failed for good are queued again.
+    void RunAgain(JobEntry& job, Spans const& frames);
 
     // The Job of the run is gone: its Engine is to end it, and its cores stay in use
     // until it has.
@@ -54,11 +65,19 @@ public:
     static void JobEdited(JobEntry& job);
     static void JobParameterSet(JobEntry& job, String const& name, String const& value);
 
+    // The Pool or Engine is gone.
+    void ForgetStaggers(UID const& owner);
+
     // Time-outs of all runs.
     void CheckTimes();
 
     // Restoring.
     void RestoreOpen(JobEntry& job, EngineEntry& engine, uint64_t number, RunRow const& row);
+    void RestoreStagger(Record const& record);
+    // All rows are in, the time is known.
+    void RestoreStaggers();
+    // The starts of ended runs of a Job.
+    void RestoreStarts(JobEntry& job);
     // Takes the figures of an ended run into the Job's.
     static void CountPast(JobEntry& job, RunRow const& row);
 
@@ -71,19 +90,25 @@ private:
     void Use(Run& run);
     void Release(Run& run);
     void Destroy(Run& run);
-    void Finish(Run& run, int status, String const& note, Time at, Outcome outcome);
-    int CountFailure(Run const& run, int status);
+    void Finish(Run& run, int status, String const& note, Time at, Time ran, Outcome outcome);
+    int CountFailure(Run const& run, int status, String const& note);
+    void CountSuccess(Run const& run);
     void NoteStart(Run& run);
+    void NoteJobStart(JobEntry& job, EngineEntry& engine, Steady at);
+    void NoteStart(Stagger& stagger, StaggerRule const& rule, std::pair<UID, UID> const& owner,
+                   EngineEntry const& engine, bool isNew);
     void TellElement(JobEntry const& job, UID const& work, UID const& engine, String const& subRange,
                      RunElement const& element);
     void TellUnit(Run const& run);
+    Run& MakeFrom(RunRow const& row, JobEntry& job, EngineEntry& engine, uint64_t number);
     void SubmitAsNew(JobEntry const& job, String const& subRange);
     void Store(Run const& run, Outcome outcome);
     static String OpenFrames(JobEntry const& job, String const& subRange, SpanSet& open);
-    void TellLateRun(JobEntry& job, RunRow row, Time ended, String const& note);
+    void TellLateRun(JobEntry& job, RunRow row, Time ended, Time ran, String const& note);
     void Supersede(Run& run, SpanSet const& taken, String const& note);
 
     Farm& m_farm;
+    std::vector<StaggerRow> m_staggers; // while restoring
 };
 
 } // namespace farm

@@ -70,6 +70,8 @@ void Settings::OnOptions(PeerId peer, SetMasterOptionsMsg const& message) {
     if (message.section.CompareNoCase(o_Distribution) == 0 &&
         message.options.contains(std::string_view(o_LogDispatch)) && m_farm.policy.logDispatch)
         m_farm.out.LogDispatch(m_farm.reporter->Round(), true);
+    m_farm.engineActions->ShowAllBarred();
+    m_farm.jobActions->GiveUpAllAtLimit();
     if (message.section.CompareNoCase(o_Setup) == 0) {
         auto const info = InfoMessage();
         for (auto const& [id, other] : m_farm.peers.All())
@@ -155,6 +157,7 @@ void Settings::OnDeletePool(PeerId peer, DeletePoolMsg const& message) {
         return;
     }
     m_farm.out.Erase(RecordKind::Pool, at->second.number);
+    m_farm.runActions->ForgetStaggers(message.pool);
     m_farm.pools.erase(at);
     auto told = DeletePoolMsg::New();
     told->pool = message.pool;
@@ -341,9 +344,7 @@ void Settings::RestoreProduct(Record const& record) {
     entry.text = record.body;
 }
 
-void Settings::RestoreFailure(Record const& record) {
-    m_farm.failures.Restore({record.number, ReadFailureRow(record.body)});
-}
+void Settings::RestoreFailure(Record const& record) { m_farm.failures.Restore(ReadFailureRow(record)); }
 
 void Settings::RestoreDone() {
     for (auto const& [name, section] : m_farm.sections)

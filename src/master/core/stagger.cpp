@@ -30,6 +30,17 @@ bool Stagger::Allows(StaggerRule const& rule, UID const& engine, bool newEngine,
     return !Full(m_starts, rule, now);
 }
 
+std::vector<std::pair<UID, Steady>> Stagger::All() const {
+    std::vector<std::pair<UID, Steady>> all;
+    for (Steady const at : m_starts)
+        all.emplace_back(UID::Null, at);
+    for (auto const& [engine, starts] : m_byEngine) {
+        for (Steady const at : starts)
+            all.emplace_back(engine, at);
+    }
+    return all;
+}
+
 Steady Stagger::Note(StaggerRule const& rule, UID const& engine, bool newEngine, Steady now) {
     if (!rule.Active() || (rule.mode == StaggerMode::Engines && !newEngine))
         return Steady::Never();

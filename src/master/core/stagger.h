@@ -38,6 +38,10 @@ public:
     // rule is used up now, else Never.
     Steady Note(StaggerRule const& rule, UID const& engine, bool newEngine, Steady now);
 
+    // The starts that it remembers, each with its Engine where starts count by Engine; to be
+    // noted again after a restart.
+    std::vector<std::pair<UID, Steady>> All() const;
+
 private:
     using Starts = std::vector<Steady>; // at most `count`, the oldest first
     static void Trim(Starts& starts, StaggerRule const& rule, Steady now);

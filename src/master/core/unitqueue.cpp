@@ -38,6 +38,8 @@ bool UnitQueue::ContainsAll(Spans const& spans) const {
 }
 
 void UnitQueue::PutBack(Spans packet, Place place) {
+    if (packet.empty())
+        return; // its frames have left the range
     m_againCount += CountOf(packet);
     (place == Place::Front ? m_front : m_back).push_back(std::move(packet));
 }

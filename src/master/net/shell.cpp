@@ -78,6 +78,7 @@ std::unique_ptr<Core> Shell::RestoredCore() {
     config.releaseDate = m_options.releaseDate;
     config.startTime = m_startTime;
     config.products = m_options.products;
+    config.setApart = m_jobsApart;
     config.historyLog = m_logs.History();
     config.dispatchLog = m_logs.Dispatch();
     auto core = std::make_unique<Core>(std::move(config));
@@ -85,9 +86,9 @@ std::unique_ptr<Core> Shell::RestoredCore() {
     m_store->LoadAll([&](Record const& record) {
         try {
             core->Restore(record);
-        } catch (corekit::ParseException const& error) {
+        } catch (std::exception const& error) {
             ++lost;
-            corekit::LogDebug(error.Message());
+            corekit::LogDebug(error.what());
         }
     });
     if (lost > 0) {
@@ -186,22 +187,82 @@ void Shell::Turn(std::deque<Incoming>& events) {
     Moment const now = CurrentMoment();
     auto const end = std::chrono::steady_clock::now() + k_TurnTime;
     std::vector<Effect> effects;
-    std::deque<Incoming> handled;
-    while (!events.empty() &&
-           (handled.size() % k_EventsPerLook != 0 || handled.empty() || std::chrono::steady_clock::now() < end)) {
-        handled.push_back(std::move(events.front()));
+    std::deque<Incoming> taken;
+    bool handled = true;
+    while (handled && !events.empty() &&
+           (taken.size() % k_EventsPerLook != 0 || taken.empty() || std::chrono::steady_clock::now() < end)) {
+        taken.push_back(std::move(events.front()));
         events.pop_front();
-        auto const* event = std::get_if<Event>(&handled.back());
+        auto const* event = std::get_if<Event>(&taken.back());
         if (event && !TakesLogRequest(*event))
-            m_core->Handle(now, *event, effects);
+            handled = HandleEvent(now, *event, effects);
     }
-    if (m_core->NextDeadline() <= now.steady)
-        m_core->Handle(now, Tick{}, effects);
+    if (handled && m_core->NextDeadline() <= now.steady)
+        handled = HandleEvent(now, Tick{}, effects);
     String reason;
-    if (Commit(effects, reason))
-        Perform(effects);
-    else
-        Forget(handled, reason);
+    if (!Commit(effects, reason)) {
+        Forget(taken, reason);
+        return;
+    }
+    Perform(effects);
+    if (!handled)
+        StartAnew();
+}
+
+// False when it cannot be handled: then there is no effect of it, and the Core is lost.
+bool Shell::HandleEvent(Moment const& now, Event const& event, std::vector<Effect>& effects) {
+    auto const* const told = std::get_if<PeerMessage>(&event);
+    if (told && told->who && m_kindsApart.contains({told->who->instance, told->message->Type()})) {
+        LogError(String("Passed over a ") + told->message->TypeName() + " of " + told->who->Text() +
+                 ": one like it could not be handled.");
+        return true;
+    }
+    size_t const before = effects.size();
+    try {
+        m_core->Handle(now, event, effects);
+        return true;
+    } catch (HandlingFailed const& problem) {
+        effects.erase(effects.begin() + static_cast<std::ptrdiff_t>(before), effects.end());
+        SetApart(event, problem);
+        return false;
+    }
+}
+
+void Shell::SetApart(Event const& event, HandlingFailed const& problem) {
+    auto const* const told = std::get_if<PeerMessage>(&event);
+    auto const job = m_core->State().jobs.find(problem.Job());
+    if (job != m_core->State().jobs.end()) {
+        m_jobsApart[problem.Job()] = problem.Message();
+        LogError("The Job \"" + job->second->job->Name() + "\" {" + job->second->id.ToString() +
+                 "} cannot be handled and is set apart: " + problem.Message());
+    } else if (told && told->who) {
+        m_kindsApart.insert({told->who->instance, told->message->Type()});
+        LogError(String("A ") + told->message->TypeName() + " of " + told->who->Text() +
+                 " cannot be handled and is passed over: " + problem.Message());
+    } else {
+        LogError("An event cannot be handled: " + problem.Message());
+    }
+    ConnectionPtr const connection = told ? Find(told->peer) : nullptr;
+    if (connection) {
+        auto refused = vorlan::RefusedMsg::New();
+        refused->reason = "The Master could not handle this: " + problem.Message();
+        connection->Send(refused);
+    }
+}
+
+// The Core is lost. What was committed stands.
+void Shell::StartAnew() {
+    m_loading.clear();
+    try {
+        m_core = RestoredCore();
+    } catch (StoreException const& error) {
+        LogError(error.Message());
+        WaitForStore();
+        return;
+    }
+    CommonMutex::Lock const lock(m_connectionsGuard);
+    for (auto const& [peer, connection] : m_connections)
+        connection->Close("the Master has read its store anew");
 }
 
 bool Shell::Commit(std::vector<Effect> const& effects, String& reason) {
@@ -226,14 +287,15 @@ void Shell::Forget(std::deque<Incoming> const& events, String const& reason) {
     for (Incoming const& incoming : events) {
         auto const* event = std::get_if<Event>(&incoming);
         auto const* told = event ? std::get_if<PeerMessage>(event) : nullptr;
-        auto const job = told ? boost::dynamic_pointer_cast<vorlan::JobMsg>(told->message) : nullptr;
-        ConnectionPtr const connection = job && job->job ? Find(told->peer) : nullptr;
-        if (connection) {
-            auto refused = vorlan::RefusedMsg::New();
+        ConnectionPtr const connection = told && m_core->IsCommand(*told->message) ? Find(told->peer) : nullptr;
+        if (!connection)
+            continue;
+        auto const job = boost::dynamic_pointer_cast<vorlan::JobMsg>(told->message);
+        auto refused = vorlan::RefusedMsg::New();
+        if (job && job->job)
             refused->id = job->job->id;
-            refused->reason = "The Job was not accepted. " + reason;
-            connection->Send(refused);
-        }
+        refused->reason = (job ? "The Job was not accepted. " : "The command was not carried out. ") + reason;
+        connection->Send(refused);
     }
     std::map<PeerId, ConnectionPtr> connections;
     {

@@ -33,7 +33,8 @@ namespace farm {
 // in one transaction, and only then sends what the Core said: nobody ever hears of
 // something that the store could forget. When the store cannot be written nothing of
 // the turn is sent; the Core is made anew from the store, the peers are dropped and
-// come back with a fresh load.
+// come back with a fresh load. The same where an event cannot be handled: what it was
+// about, a Job or a kind of message of its sender, is set apart from then on.
 class Shell {
 public:
     struct Options {
@@ -70,6 +71,9 @@ private:
     std::unique_ptr<Core> RestoredCore();
     void OpenPort();
     void Turn(std::deque<Incoming>& events);
+    bool HandleEvent(Moment const& now, Event const& event, std::vector<Effect>& effects);
+    void SetApart(Event const& event, HandlingFailed const& problem);
+    void StartAnew();
     void Forget(std::deque<Incoming> const& events, String const& reason);
     bool Commit(std::vector<Effect> const& effects, String& reason);
     void Perform(std::vector<Effect> const& effects);
@@ -102,6 +106,8 @@ private:
 
     // The working thread only.
     std::unique_ptr<Core> m_core;
+    std::map<uint64_t, String> m_jobsApart;     // numbers of Jobs that the Core cannot handle, and why
+    std::set<std::pair<UID, UID>> m_kindsApart; // instance and kind of message, the same
     std::unique_ptr<StateWriter> m_stateWriter; // null: none is wanted
     std::vector<Record> m_records;
     std::deque<Incoming> m_waiting; // taken from the inbox, for the next turn
