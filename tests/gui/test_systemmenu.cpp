@@ -305,7 +305,7 @@ TEST_F(SystemMenuTest, TheMastersLogsNeedTheirIds) {
 
 TEST_F(SystemMenuTest, CommandsToTheMasterAreSent) {
     Start(true).SetAdministrator(true);
-    outside.TakeSteps();
+    EXPECT_EQ(outside.TakeSteps().back(), "send AdministrateMsg");
     LogLines log(LogLevel::Status);
     Command(k_IdLogDump);
     EXPECT_EQ(CountLines(log, "Sending Log Dump Message to the network"), 1u);

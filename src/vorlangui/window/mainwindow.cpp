@@ -152,6 +152,8 @@ void MainWindow::ShowView(int view) {
         _EngineModeTimeout::ResetCurrent();
         m_firstRun = false;
         NoteServing();
+        if (m_administrator)
+            DeclareAdministrator();
     }
     SetTitlebar();
     Layout();
@@ -176,8 +178,17 @@ void MainWindow::SetTitlebar() {
     SetTitle(title);
 }
 
+// The Master takes commands of an administrator from those connections alone that said so.
+void MainWindow::DeclareAdministrator() const {
+    auto message = AdministrateMsg::New();
+    message->on = m_administrator;
+    SendToMaster(message);
+}
+
 void MainWindow::SetAdministrator(bool administrator) {
     m_administrator = administrator;
+    if (Outside::Get().IsConnected())
+        DeclareAdministrator();
     BuildMenus(Outside::Get().IsConnected());
     if (GetStatusBar())
         SetStatusText(administrator ? _("Administrator Mode") : wxString(), k_FieldAdministrator);

@@ -151,6 +151,7 @@ private:
     // Checks the menu's item and sets the toolbar's button.
     void SetChecked(int id, bool checked);
     void BuildStatusBar();
+    void DeclareAdministrator() const;
     void BuildPanes();
     void SetTitlebar();
     void NoteServing();
