@@ -1,6 +1,12 @@
 # Functions that ./run, ./test and ./bench share. To be sourced from the root folder.
 # shellcheck shell=bash
 
+# Work runs as root only where that is said: in a container, where these commands are root.
+if ((EUID == 0)) && [[ -z ${VORLAN_WORK_ACCOUNT:-} ]]; then
+    echo "Runs as root: so does the work of the Engines started here (VORLAN_WORK_ACCOUNT=root)" >&2
+    export VORLAN_WORK_ACCOUNT=root
+fi
+
 # build PRESET [TARGET...]: configures and builds; everything if no target is named.
 build() {
     local preset=$1 log

@@ -45,6 +45,10 @@ VORLAN_MESSAGE(RunWorkMsg, ToEngines, k_V300, "Run a work unit.",
 VORLAN_MESSAGE(EndWorkMsg, ToEngines, k_V300, "Stop a run.", (UID, work, "Work", "the run"),
                (int, status, "Status", "the result it gets"), (String, reason, "Reason", "the note of the result"));
 
+VORLAN_MESSAGE(WorkPreparingMsg, FromEngines, k_V300,
+               "A run is not late: its commands before the start are under way. Repeated while they are.",
+               (UID, work, "Work", "the run"));
+
 VORLAN_MESSAGE(WorkBegunMsg, FromEngines, k_V300, "The process of a run has started.", (UID, work, "Work", "the run"),
                (Time, time, "Time", "when"));
 

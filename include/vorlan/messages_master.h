@@ -6,6 +6,7 @@
 #include <corekit/time.h>
 #include <vorlan/failures.h>
 #include <vorlan/messagetable.h>
+#include <vorlan/pathtranslation.h>
 
 #include <map>
 #include <vector>
@@ -19,7 +20,6 @@ class MasterMessages;
 using ProductLimits = std::map<UID, int>;
 using CommandRestrictions = std::map<String, bool, String::ciless>;
 using StartValues = std::map<int, int>;
-using PathNames = std::vector<std::map<String, String>>;
 
 using FailureItem = Failures::FailureItem;
 
@@ -58,7 +58,8 @@ VORLAN_MESSAGE(DispatchResultMsg, ToClients, k_V300, "Why a Job or an Engine get
 VORLAN_MESSAGE(MasterLogsMsg, ToClients, k_V300, "Lines of the Master's log.",
                (std::vector<String>, lines, "Lines", "the lines, the oldest first"));
 
-VORLAN_MESSAGE(PathTranslationsMsg, FromClients | ToClients, k_V300, "What a path is called on other platforms.",
+VORLAN_MESSAGE(PathTranslationsMsg, FromClients | ToClients | ToEngines, k_V300,
+               "What a path is called on other platforms.",
                (PathNames, translations, "Translations", "for each folder its path by platform"));
 
 VORLAN_MESSAGE(ProductMsg, FromClients | ToClients | ToEngines, k_V300, "A Product that is new or changed.",

@@ -50,14 +50,15 @@ bool EngineApp::Startup(CommandLine& commandLine) {
     m_outputDays = GetOptions().GetValue(o_Setup, o_OutputFileCleanup, o_OutputFileCleanupDefault);
     LogSystem(SFormat("VorlanEngine %s starts on %s.", k_VorlanVersionText, m_facts.name.c_str()));
     MakeParts(folder);
-    MakeLink();
     return true;
 }
 
 void EngineApp::MakeParts(Path const& folder) {
     m_hardware = std::make_unique<HardwareSampler>();
     m_outputFolder = std::make_unique<OutputFolder>(folder / "output");
-    m_runner = std::make_unique<LocalRunner>(m_program, m_facts.engine, m_listener);
+    // Nothing is told to the Master before all that an earlier Engine ran has ended.
+    m_runner = std::make_unique<LocalRunner>(m_program, m_facts.engine, m_listener,
+                                             [this] { m_loop.Post([this] { MakeLink(); }); });
 
     DeskSetup setup;
     setup.engine = m_facts.engine;
@@ -66,8 +67,8 @@ void EngineApp::MakeParts(Path const& folder) {
     setup.clock = &m_clock;
     setup.runner = m_runner.get();
     setup.output = m_outputFolder.get();
-    setup.aside = [](std::function<void()> work) { ThreadPool::Queue(std::move(work)); };
-    setup.post = [this](std::function<void()> task) { m_loop.Post(std::move(task)); };
+    setup.users = WorkUsers::Read(GetOptions());
+    setup.aside = [this](AsideThreads::Work work) { m_aside.Run(std::move(work)); };
     setup.describe = [this] { return Describe(); };
     m_desk = std::make_unique<WorkDesk>(std::move(setup));
     m_listener.SetListener(m_desk.get());
@@ -77,6 +78,7 @@ void EngineApp::MakeParts(Path const& folder) {
     m_infoPort = std::make_unique<InfoPort>(
         *m_output, [this](std::function<void()> task) { m_loop.Post(std::move(task)); }, m_facts.name);
     MasterDispatch::Hooks hooks;
+    hooks.takesCommands = GetOptions().GetValue(o_Setup, "RemoteCommands", true);
     hooks.stop = [this] { BeginStop("VorlanEngine was shut down while this ran"); };
     hooks.stopPrograms = [this] { StopPrograms(); };
     hooks.keepOutputDays = [this](unsigned days) {
@@ -185,9 +187,10 @@ void EngineApp::CleanOutput() {
     if (m_outputDays == 0)
         return;
     Time const before = m_clock.Now() - Time::Days(m_outputDays);
-    ThreadPool::Queue([folder = m_outputFolder.get(), before] {
-        if (size_t const deleted = folder->Cleanup(before); deleted > 0)
+    m_aside.Run([folder = *m_outputFolder, before] {
+        if (size_t const deleted = folder.Cleanup(before); deleted > 0)
             LogInfo(SFormat("Deleted the output of %zu old runs.", deleted));
+        return AsideThreads::Then();
     });
     m_desk->CleanFolders(before);
 }

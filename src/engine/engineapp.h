@@ -2,6 +2,7 @@
 
 // The program VorlanEngine.
 
+#include "engine/asidethreads.h"
 #include "engine/engineloop.h"
 #include "engine/machinefacts.h"
 #include "engine/masterdispatch.h"
@@ -66,6 +67,7 @@ private:
 
     // The parts, in the order in which they are made; they end in the opposite one.
     EngineLoop m_loop;
+    AsideThreads m_aside{[this](AsideThreads::Then then) { m_loop.Post(std::move(then)); }};
     LoopListener m_listener{m_loop};
     std::unique_ptr<HardwareSampler> m_hardware;
     std::unique_ptr<OutputFolder> m_outputFolder;

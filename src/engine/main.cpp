@@ -22,7 +22,9 @@ constexpr char k_Usage[] = "VorlanEngine runs work on this machine for the Maste
 int main(int argc, char** argv) {
     if (argc == 3 && std::strcmp(argv[1], "--runner") == 0) {
         corekit::UID machine;
-        return corekit::UID::FromString(argv[2], machine) ? vorlan::runner::HelperMain(machine) : 2;
+        if (!corekit::UID::FromString(argv[2], machine))
+            return 2;
+        vorlan::runner::HelperMain(machine);
     }
     corekit::CommandLine commandLine(argc, argv);
     if (vorlan::AnswerUsage(commandLine, k_Usage))

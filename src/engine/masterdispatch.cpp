@@ -2,6 +2,7 @@
 
 #include <corekit/exception.h>
 #include <corekit/log.h>
+#include <corekit/sformat.h>
 #include <vorlan/jobfactory.h>
 #include <vorlan/keys.h>
 #include <vorlan/productfile.h>
@@ -36,16 +37,24 @@ MasterDispatch::MasterDispatch(WorkDesk& desk, OutputService& output, Hooks hook
     On<WorkEndedAckMsg>([this](SinkPtr const&, auto const& message) { m_desk.OnAcknowledged(message); });
     On<EngineSettingsMsg>([this](SinkPtr const&, auto const& message) { m_desk.OnSettings(message); });
     On<JobGoneMsg>([this](SinkPtr const&, auto const& message) { m_desk.OnJobGone(message); });
-    On<ExecuteCommandMsg>([this](SinkPtr const&, auto const& message) { m_desk.OnExecute(message); });
+    On<ExecuteCommandMsg>([this](SinkPtr const&, auto const& message) {
+        Command("to run a command", [&] { m_desk.OnExecute(message); });
+    });
     On<GetOutputMsg>([this](SinkPtr const& master, auto const& message) { m_output.Request(master, message); });
     On<CloseOutputMsg>([this](SinkPtr const& master, auto const& message) { m_output.Close(master, message.request); });
     On<ProductMsg>([this](SinkPtr const&, auto const& message) { OnProduct(message); });
     On<RemoveProductMsg>(
         [](SinkPtr const&, auto const& message) { JobFactory::s_JobFactory->RemoveProduct(message.product); });
-    On<MachineMsg>([this](SinkPtr const&, auto const& message) { OnMachine(message); });
-    On<StopVorlanOnNodeMsg>([this](SinkPtr const&, auto const&) { m_hooks.stopPrograms(); });
-    On<ShutdownMsg>([this](SinkPtr const&, auto const&) { m_hooks.stop(); });
+    On<MachineMsg>([this](SinkPtr const&, auto const& message) {
+        Command("to stop or start its machine", [&] { OnMachine(message); });
+    });
+    On<StopVorlanOnNodeMsg>(
+        [this](SinkPtr const&, auto const&) { Command("to end all programs", m_hooks.stopPrograms); });
+    On<ShutdownMsg>([this](SinkPtr const&, auto const&) { Command("to end", m_hooks.stop); });
+    On<PathTranslationsMsg>([this](SinkPtr const&, auto const& message) { m_desk.OnTranslations(message); });
     On<SetMasterOptionsMsg>([this](SinkPtr const&, auto const& message) {
+        if (message.section.CompareNoCase(o_Setup) != 0)
+            return;
         if (auto const days = message.options.find(o_OutputFileCleanup); days != message.options.end())
             m_hooks.keepOutputDays(static_cast<unsigned>(days->second.Uint(o_OutputFileCleanupDefault)));
     });
@@ -59,6 +68,12 @@ void MasterDispatch::Handle(SinkPtr const& master, boost::shared_ptr<Message> co
         handler->second(master, *message);
     else
         LogDebug("Passed over a " + String(message->TypeName()) + ".");
+}
+
+void MasterDispatch::Command(char const* what, std::function<void()> const& action) {
+    if (m_hooks.takesCommands)
+        return action();
+    m_desk.History().Note(SFormat("Was told %s and did not: RemoteCommands is No in its VorlanEngine.ini", what));
 }
 
 void MasterDispatch::OnProduct(ProductMsg const& message) {

@@ -19,6 +19,7 @@ namespace vorlan {
 class MasterDispatch {
 public:
     struct Hooks {
+        bool takesCommands = true;          // of people, run with the Engine's own rights; and its end
         std::function<void()> stop;         // the Engine is to end
         std::function<void()> stopPrograms; // all programs of this machine are to end
         std::function<void(unsigned)> keepOutputDays;
@@ -33,6 +34,8 @@ private:
     void On(Function function);
     void OnProduct(ProductMsg const& message);
     void OnMachine(MachineMsg const& message);
+    // Does it, unless the machine's options keep people from it.
+    void Command(char const* what, std::function<void()> const& action);
 
     WorkDesk& m_desk;
     OutputService& m_output;

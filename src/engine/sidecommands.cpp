@@ -2,7 +2,10 @@
 
 #include "engine/verdict.h"
 
+#include <corekit/sformat.h>
+
 #include <algorithm>
+#include <limits>
 
 namespace vorlan {
 
@@ -21,8 +24,8 @@ SideCommand MakeSideCommand(EventCommand const& command, Path const& folder, Sid
     return side;
 }
 
-SideCommands::SideCommands(Runner& runner, Report report, Settled settled)
-    : m_runner(runner), m_report(std::move(report)), m_settled(std::move(settled)) {}
+SideCommands::SideCommands(Runner& runner, EngineClock const& clock, Report report, Settled settled)
+    : m_runner(runner), m_clock(clock), m_report(std::move(report)), m_settled(std::move(settled)) {}
 
 void SideCommands::Run(SideCommand command) {
     if (m_waiting.size() >= k_Waiting && !command.owed) {
@@ -45,6 +48,7 @@ void SideCommands::StartNext() {
         SideCommand& command = m_running[process] = std::move(m_waiting.front());
         m_waiting.pop_front();
         ++command.tries;
+        command.endMs = m_clock.SteadyMs() + k_LimitMs;
         m_runner.Start(command.spec);
     }
 }
@@ -79,12 +83,28 @@ void SideCommands::ReportEnd(SideCommand const& command, RunEnd const& end) {
     if (HasSucceeded(end, {0}) && command.tell == SideCommand::Tell::Failures)
         return;
     String text = "The " + command.label + " command ended: " + EndText(end);
+    if (command.overdue)
+        text += SFormat("; it was stopped after %d minutes", static_cast<int>(k_LimitMs / 60'000));
     String rest = String(command.output).Trim();
     for (size_t lines = 0; !rest.Empty() && lines < k_OutputLines; ++lines) {
         text += "\n" + rest.LeftFirst("\n");
         rest = rest.Contains("\n") ? rest.RightFirst("\n") : String();
     }
     m_report(rest.Empty() ? text : text + "\n...");
+}
+
+void SideCommands::StopOverdue(int64_t nowMs, int graceMs) {
+    for (auto& [process, command] : m_running) {
+        if (command.endMs <= nowMs && !std::exchange(command.overdue, true))
+            m_runner.Stop(process, graceMs);
+    }
+}
+
+int64_t SideCommands::NextOverdueMs() const {
+    int64_t next = std::numeric_limits<int64_t>::max();
+    for (auto const& [process, command] : m_running)
+        next = command.overdue ? next : std::min(next, command.endMs);
+    return next;
 }
 
 void SideCommands::StopAll(int graceMs) {

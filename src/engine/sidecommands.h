@@ -2,6 +2,7 @@
 
 // Commands that run beside the units: nobody waits for them.
 
+#include "engine/engineclock.h"
 #include "engine/eventcommands.h"
 #include "engine/report/outputscanner.h"
 #include "engine/runner/runner.h"
@@ -27,6 +28,8 @@ struct SideCommand {
     Tell tell = Tell::Failures;
     bool owed = false; // never left out, and run again when it was cut off
     int tries = 0;
+    int64_t endMs = 0;    // when it must have ended, once it runs
+    bool overdue = false; // and was ended
     std::string output;
 };
 
@@ -46,11 +49,12 @@ public:
     static constexpr size_t k_Waiting = 10000;
     static constexpr size_t k_OutputLines = 20;
     static constexpr int k_Tries = 3; // of an owed one
+    static constexpr int64_t k_LimitMs = 3'600'000;
 
     using Report = std::function<void(String const& line)>;
     using Settled = std::function<void(SideCommand const& command)>;
 
-    SideCommands(Runner& runner, Report report, Settled settled);
+    SideCommands(Runner& runner, EngineClock const& clock, Report report, Settled settled);
 
     // Too many that wait: it is left out, with a report.
     void Run(SideCommand command);
@@ -61,6 +65,10 @@ public:
     bool OnOutput(UID const& process, std::string_view bytes);
     bool OnEnded(UID const& process, RunEnd const& end);
 
+    // Ends those that have run for too long.
+    void StopOverdue(int64_t nowMs, int graceMs);
+    int64_t NextOverdueMs() const;
+
     size_t Running() const { return m_running.size(); }
     void StopAll(int graceMs);
 
@@ -69,6 +77,7 @@ private:
     void ReportEnd(SideCommand const& command, RunEnd const& end);
 
     Runner& m_runner;
+    EngineClock const& m_clock;
     Report const m_report;
     Settled const m_settled;
     std::map<UID, SideCommand> m_running;

@@ -44,6 +44,8 @@ struct Unit {
     bool inRunner = false;
     std::deque<EventCommand> commands;
     String commandLabel;           // of the command that runs
+    int64_t commandEndMs = 0;      // when it must have ended
+    int64_t preparingMs = 0;       // when the Master is told again that it runs
     bool parameterCommand = false; // the unit or its Engine wants to hear of new values
 
     Launch launch;
@@ -51,6 +53,10 @@ struct Unit {
     std::unique_ptr<OutputLog> log;
     std::unique_ptr<OutputScanner> scanner;
     ProgressThrottle progress;
+
+    bool overdue = false; // the command that runs was ended
+    // One of its commands runs, and not the unit itself.
+    bool RunsCommand() const { return inRunner && stage != Stage::Running; }
 
     std::optional<Verdict> stop; // asked for from outside; settles the result
     Verdict verdict;

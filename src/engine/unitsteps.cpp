@@ -1,15 +1,17 @@
 // The way of a unit through the WorkDesk, stage by stage.
-#include "engine/unituser.h"
 #include "engine/workdesk.h"
 
 #include <corekit/exception.h>
 #include <corekit/file.h>
 #include <corekit/log.h>
+#include <corekit/platform.h>
 #include <corekit/sformat.h>
 #include <vorlan/events.h>
 #include <vorlan/jobfactory.h>
 #include <vorlan/keys.h>
+#include <vorlan/pathtranslation.h>
 #include <vorlan/status.h>
+#include <vorlan/values.h>
 
 #include <algorithm>
 
@@ -28,16 +30,24 @@ String Printable(String text, Job const& work) {
 }
 
 // The shares that the unit needs: as the Engine's options say, else as the Job does.
-String SharesOf(Unit const& unit) {
+String SharesOf(Job const& work, OptionMap const& options) {
     String resources;
-    if (auto const option = unit.values.find(p_Resources); option != unit.values.end())
+    if (auto const option = options.find(p_Resources); option != options.end())
         resources = option->second;
     if (resources.Empty())
-        unit.work->GetParameter(p_Resources, resources);
+        work.GetParameter(p_Resources, resources);
     return resources;
 }
 
 } // namespace
+
+// With shares, the Username is theirs.
+String WorkDesk::ChooseUser(Job const& work, OptionMap const& options, RunSpec& spec) const {
+    String user;
+    if (SharesOf(work, options).Trim().Empty())
+        work.GetParameter(p_Username, user);
+    return m_setup.users.Choose(user, spec);
+}
 
 void WorkDesk::AcceptWork(boost::shared_ptr<Job> const& work, OptionMap const& options) {
     Unit& unit = m_units[work->id];
@@ -55,12 +65,28 @@ void WorkDesk::AcceptWork(boost::shared_ptr<Job> const& work, OptionMap const& o
         return Fail(unit, SFormat("%s does not know the Product {%s}: it was removed, or the Master has not sent it.",
                                   m_setup.host.c_str(), work->Type().ToString().c_str()));
     }
+    CallPathsAsHere(unit);
     try {
         Plan(unit);
     } catch (Exception const& error) {
         return Fail(unit, error.Message());
     }
     Step(unit);
+}
+
+// The Job may come from another platform. What it is called here is its own: the Master's
+// values stay as they are.
+void WorkDesk::CallPathsAsHere(Unit& unit) const {
+    if (m_translations.empty())
+        return;
+    OptionMap changed;
+    for (auto const& [name, value] : unit.work->Values()) {
+        bool const isPath = FindValue(name) == nullptr || FindValue(name)->Has(v_EventCommand);
+        String const here = isPath ? TranslatePaths(value, m_translations, Platform::PlatformNumber()) : value;
+        if (here != value)
+            changed[name] = here;
+    }
+    unit.work->SetValues(changed);
 }
 
 // Makes all that is known before anything runs.
@@ -76,17 +102,9 @@ void WorkDesk::Plan(Unit& unit) {
     for (auto const& [name, value] : unit.launch.environment)
         unit.spec.environment[name] = value;
     bool const isKnown = IsKnownJob(work);
-    unit.spec.folder = unit.launch.folder;
-    if (unit.spec.folder.Empty()) {
-        unit.spec.folder = JobFolder(work.parentID);
-        if (!isKnown || !unit.spec.folder.IsFolder())
-            File::MakeFolder(unit.spec.folder);
-    }
-    String user;
-    if (SharesOf(unit).Trim().Empty()) { // with shares it is their user
-        work.GetParameter(p_Username, user);
-    }
-    if (String const error = RunAsUser(unit.spec, user, m_setup.host, unit.launch.folder.Empty()); !error.Empty())
+    unit.spec.ownFolder = unit.launch.folder.Empty();
+    unit.spec.folder = unit.spec.ownFolder ? JobFolder(work.parentID) : unit.launch.folder;
+    if (String const error = ChooseUser(work, unit.values, unit.spec); !error.Empty())
         throw ArgumentException(error);
     unit.log->AppendLine(SFormat("[VorlanEngine on %s, %s: %s]", m_setup.host.c_str(),
                                  unit.taken.Format(k_DateTimeNoMS).c_str(), NameOf(unit).c_str()));
@@ -126,6 +144,13 @@ void WorkDesk::RunCommand(Unit& unit, EventCommand const& command) {
     unit.scanner = std::make_unique<OutputScanner>(OutputRules{}, String());
     RunSpec spec = SpecOf(command.script, m_setup.folder); // the unit's own may not be there yet
     spec.work = unit.work->id;
+    spec.user = unit.spec.user;
+    spec.mayBeRoot = unit.spec.mayBeRoot;
+    int64_t const now = m_setup.clock->SteadyMs();
+    unit.commandEndMs = now + k_CommandLimitMs;
+    unit.overdue = false;
+    if (unit.stage == Unit::Stage::Before)
+        TellPreparing(unit, now);
     unit.inRunner = true;
     m_setup.runner->Start(spec);
 }
@@ -133,12 +158,12 @@ void WorkDesk::RunCommand(Unit& unit, EventCommand const& command) {
 // Shares are looked for after the commands, which may have connected them.
 void WorkDesk::CheckSurroundings(Unit& unit) {
     unit.stage = Unit::Stage::Checking;
-    String const resources = SharesOf(unit);
+    String const resources = SharesOf(*unit.work, unit.values);
     Path const make = unit.launch.createFolder ? unit.spec.folder : Path();
     UID const work = unit.work->id;
     if (resources.Trim().Empty() && make.Empty())
         return OnChecked(work, String());
-    m_setup.aside([this, work, resources, make, host = m_setup.host, post = m_setup.post] {
+    m_setup.aside([this, work, resources, make, host = m_setup.host]() -> AsideThreads::Then {
         String error = CheckShares(resources, host);
         try {
             if (error.Empty() && !make.Empty())
@@ -146,7 +171,7 @@ void WorkDesk::CheckSurroundings(Unit& unit) {
         } catch (Exception const& exception) {
             error = exception.what();
         }
-        post([this, work, error] { OnChecked(work, error); });
+        return [this, work, error] { OnChecked(work, error); };
     });
 }
 
@@ -186,8 +211,12 @@ void WorkDesk::OnRunEnded(UID const& work, RunEnd const& end) {
 void WorkDesk::EndCommand(Unit& unit, RunEnd const& end) {
     if (!HasSucceeded(end, {0}) && !unit.stop) {
         String note = "The " + unit.commandLabel + " command failed: " + EndText(end);
+        if (unit.overdue)
+            note += SFormat("; it was stopped after %d minutes", static_cast<int>(k_CommandLimitMs / 60'000));
         if (!unit.scanner->LastLine().Empty())
             note += ": " + unit.scanner->LastLine();
+        if (end.kind == RunEnd::Kind::Lost)
+            return Report(unit, {Lost, note});
         if (unit.stage == Unit::Stage::Before)
             return Fail(unit, note);
         if (unit.verdict.status == Finished)
@@ -202,10 +231,11 @@ void WorkDesk::JudgeFiles(Unit& unit, RunEnd const& end) {
     bool const succeeded = HasSucceeded(end, unit.product->GetOutputRules().successCodes);
     if (!succeeded || unit.launch.expectedFiles.empty())
         return OnJudged(work, end, String());
-    m_setup.aside([this, work, end, files = unit.launch.expectedFiles, folder = unit.spec.folder, post = m_setup.post] {
-        String const missing = FindMissingFile(files, folder);
-        post([this, work, end, missing] { OnJudged(work, end, missing); });
-    });
+    m_setup.aside(
+        [this, work, end, files = unit.launch.expectedFiles, folder = unit.spec.folder]() -> AsideThreads::Then {
+            String const missing = FindMissingFile(files, folder);
+            return [this, work, end, missing] { OnJudged(work, end, missing); };
+        });
 }
 
 void WorkDesk::OnJudged(UID const& work, RunEnd const& end, String const& missingFile) {
@@ -279,8 +309,8 @@ void WorkDesk::OweFinishedCommands(Unit const& unit, Verdict const& verdict) {
     for (char const* const event :
          {WorkFinishedEvt::TypeName(), verdict.status == Finished ? WorkFinishedSuccessfulEvt::TypeName()
                                                                   : WorkFinishedUnsuccessfulEvt::TypeName()}) {
-        for (EventCommand const& command : SideCommandsFor(event, *unit.work, unit.product.get(), extra)) {
-            SideCommand const side = MakeSideCommand(command, unit.spec.folder);
+        for (SideCommand const& side :
+             SideCommandsFor(event, *unit.work, unit.product.get(), extra, unit.spec.folder)) {
             OwedCommand const owed{side.label, unit.work->parentID, side.spec};
             m_journal.Owe(owed);
             RunOwed(owed);

@@ -45,8 +45,9 @@ Verdict Judge(EndFacts const& facts) {
                         "this Engine.",
                         facts.program.c_str(), facts.host.c_str(), Short(facts.command, k_CommandLength).c_str())};
     case RunEnd::Kind::NotStarted:
-    case RunEnd::Kind::Lost:
         return {Unsuccessful, facts.end.error};
+    case RunEnd::Kind::Lost:
+        return {Lost, facts.end.error};
     case RunEnd::Kind::Exited:
     case RunEnd::Kind::Signaled:
         break;

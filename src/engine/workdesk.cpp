@@ -22,7 +22,7 @@ WorkDesk::WorkDesk(DeskSetup setup)
       m_journal(m_setup.folder / "results.journal", m_setup.clock->Now()),
       m_history(m_setup.engine, *m_setup.clock),
       m_side(
-          *m_setup.runner, [this](String const& line) { m_history.Note(line); },
+          *m_setup.runner, *m_setup.clock, [this](String const& line) { m_history.Note(line); },
           [this](SideCommand const& command) { OnSettled(command); }) {
     if (size_t const cutOff = m_journal.CutOff(); cutOff > 0) {
         m_history.Note(
@@ -142,8 +142,10 @@ void WorkDesk::CleanUpBehind(UID const& id) {
     Job const& job = known.empty() ? unknown : *known.mapped();
     auto const product = JobFactory::s_JobFactory->GetProduct(job.Type());
     OptionMap const extra{{p_ID, id.ToString()}, {"Engine.Name", m_setup.host}};
-    for (EventCommand const& command : SideCommandsFor(FinishedJobEvt::TypeName(), job, product.get(), extra))
-        m_side.Run(MakeSideCommand(command, m_setup.folder));
+    for (SideCommand& side : SideCommandsFor(FinishedJobEvt::TypeName(), job, product.get(), extra, m_setup.folder)) {
+        side.job = UID::Null; // its folder is gone
+        m_side.Run(std::move(side));
+    }
 }
 
 void WorkDesk::CleanFolders(Time before) {
@@ -174,18 +176,26 @@ void WorkDesk::RemoveFolder(Path const& folder) {
         std::filesystem::remove_all(gone.Native(), error);
         if (error)
             LogWarning(SFormat("Cannot delete \"%s\": %s. Delete it by hand.", gone.c_str(), error.message().c_str()));
+        return AsideThreads::Then();
     });
 }
 
 // Those that nobody waits for: one that cannot be used is told and left out.
-std::vector<EventCommand> WorkDesk::SideCommandsFor(char const* eventName, Job const& work, Product const* product,
-                                                    OptionMap const& extra) {
+std::vector<SideCommand> WorkDesk::SideCommandsFor(char const* eventName, Job const& work, Product const* product,
+                                                   OptionMap const& extra, Path const& folder) {
+    std::vector<SideCommand> sides;
     try {
-        return CommandsFor(eventName, m_settings.get(), work, product, extra);
+        for (EventCommand const& command : CommandsFor(eventName, m_settings.get(), work, product, extra)) {
+            SideCommand side = MakeSideCommand(command, folder);
+            side.job = work.parentID;
+            if (String const error = ChooseUser(work, extra, side.spec); !error.Empty())
+                throw ArgumentException("The " + side.label + " command is left out: " + error);
+            sides.push_back(std::move(side));
+        }
     } catch (Exception const& error) {
         m_history.Note(error.Message());
-        return {};
     }
+    return sides;
 }
 
 void WorkDesk::RunOwed(OwedCommand const& owed) {
@@ -194,6 +204,12 @@ void WorkDesk::RunOwed(OwedCommand const& owed) {
     command.spec = owed.spec;
     command.job = owed.job;
     command.owed = true;
+    String const error = m_setup.users.Choose(owed.spec.user, command.spec); // it may have changed since
+    if (!error.Empty()) {
+        m_history.Note("The " + command.label + " command is left out: " + error);
+        m_journal.Settled(command.spec.work);
+        return;
+    }
     m_side.Run(std::move(command));
 }
 
@@ -252,10 +268,8 @@ void WorkDesk::TellProgress(Unit& unit, int64_t now) {
     message->work = unit.work->id;
     message->values = std::move(values);
     Send(message);
-    for (EventCommand const& command :
-         SideCommandsFor(WorkParameterChangedEvt::TypeName(), *unit.work, unit.product.get(), unit.values)) {
-        SideCommand side = MakeSideCommand(command, unit.spec.folder);
-        side.job = unit.work->parentID;
+    for (SideCommand& side : SideCommandsFor(WorkParameterChangedEvt::TypeName(), *unit.work, unit.product.get(),
+                                             unit.values, unit.spec.folder)) {
         m_side.Run(std::move(side));
     }
 }
@@ -265,14 +279,30 @@ void WorkDesk::Tick() {
     for (auto& [work, unit] : m_units) {
         if (unit.progress.DueMs() <= now)
             TellProgress(unit, now);
+        if (unit.RunsCommand() && unit.stage == Unit::Stage::Before && unit.preparingMs <= now)
+            TellPreparing(unit, now);
+        if (unit.RunsCommand() && unit.commandEndMs <= now && !std::exchange(unit.overdue, true))
+            m_setup.runner->Stop(work, k_StopGraceMs);
     }
+    m_side.StopOverdue(now, k_StopGraceMs);
+}
+
+// Its commands may take longer than the Master lets a start take.
+void WorkDesk::TellPreparing(Unit& unit, int64_t now) {
+    unit.preparingMs = now + k_PreparingMs;
+    auto message = WorkPreparingMsg::New();
+    message->work = unit.work->id;
+    Send(message);
 }
 
 int64_t WorkDesk::NextTickMs() const {
     int64_t next = ProgressThrottle::k_Never;
-    for (auto const& [work, unit] : m_units)
+    for (auto const& [work, unit] : m_units) {
         next = std::min(next, unit.progress.DueMs());
-    return next;
+        if (unit.RunsCommand() && !unit.overdue)
+            next = std::min({next, unit.commandEndMs, unit.stage == Unit::Stage::Before ? unit.preparingMs : next});
+    }
+    return std::min(next, m_side.NextOverdueMs());
 }
 
 void WorkDesk::EndTurn() {

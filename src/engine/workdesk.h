@@ -2,6 +2,7 @@
 
 // All work of this Engine: takes units, runs them, reports what became of them.
 
+#include "engine/asidethreads.h"
 #include "engine/engineclock.h"
 #include "engine/historyreporter.h"
 #include "engine/recentids.h"
@@ -10,9 +11,11 @@
 #include "engine/report/resultjournal.h"
 #include "engine/sidecommands.h"
 #include "engine/unit.h"
+#include "engine/workusers.h"
 
 #include <vorlan/messages_engines.h>
 #include <vorlan/messages_farm.h>
+#include <vorlan/messages_master.h>
 #include <vorlan/messages_requests.h>
 
 #include <deque>
@@ -31,10 +34,10 @@ struct DeskSetup {
     EngineClock const* clock = nullptr;
     Runner* runner = nullptr;
     OutputFolder* output = nullptr;
-    // Runs a function on another thread, since it may have to wait for a disk far away.
-    std::function<void(std::function<void()>)> aside;
-    // Runs a function on the desk's own thread, soon. From any thread.
-    std::function<void(std::function<void()>)> post;
+    WorkUsers users;
+    // Runs a function on another thread, since it may have to wait for a disk far away, and
+    // what that gives back on the desk's own.
+    std::function<void(AsideThreads::Work)> aside;
     // The Engine's record as it is now.
     std::function<Engine()> describe;
 };
@@ -59,6 +62,7 @@ public:
     void OnEndWork(EndWorkMsg const& message);
     void OnAcknowledged(WorkEndedAckMsg const& message);
     void OnSettings(EngineSettingsMsg const& message);
+    void OnTranslations(PathTranslationsMsg const& message) { m_translations = message.translations; }
     void OnJobGone(JobGoneMsg const& message);
     void OnExecute(ExecuteCommandMsg const& message);
 
@@ -87,16 +91,22 @@ public:
 
 private:
     static constexpr int k_StopGraceMs = 5000;
+    // An event command may take so long; while one holds a unit up, the Master is told every
+    // so often that it is not late.
+    static constexpr int64_t k_CommandLimitMs = 3'600'000;
+    static constexpr int64_t k_PreparingMs = 10'000;
     static constexpr size_t k_KnownJobs = 5000;
     // A run that has been silent for so long gets its log all the same.
     static constexpr Time k_SilentTime = Time::Seconds(2);
 
     // A unit's way, in this order; unitsteps.cpp.
     void AcceptWork(boost::shared_ptr<Job> const& work, OptionMap const& options);
+    void CallPathsAsHere(Unit& unit) const;
     void Plan(Unit& unit);
     void AddCommands(Unit& unit, char const* eventName);
-    std::vector<EventCommand> SideCommandsFor(char const* eventName, Job const& work, Product const* product,
-                                              OptionMap const& extra);
+    std::vector<SideCommand> SideCommandsFor(char const* eventName, Job const& work, Product const* product,
+                                             OptionMap const& extra, Path const& folder);
+    String ChooseUser(Job const& work, OptionMap const& options, RunSpec& spec) const;
     void Step(Unit& unit);
     void RunCommand(Unit& unit, EventCommand const& command);
     void CheckSurroundings(Unit& unit);
@@ -113,6 +123,7 @@ private:
     void SendResult(WorkEnded const& ended);
     void TakeFound(Unit& unit, OutputScanner::Found const& found);
     void TellProgress(Unit& unit, int64_t now);
+    void TellPreparing(Unit& unit, int64_t now);
     Path JobFolder(UID const& job);
     void RemoveFolder(Path const& folder);
     bool IsBusyWith(UID const& job) const;
@@ -125,6 +136,7 @@ private:
     DeskSetup const m_setup;
     SinkPtr m_master;
     boost::shared_ptr<CommonEngine const> m_settings;
+    PathNames m_translations;
     ResultJournal m_journal;
     HistoryReporter m_history;
     SideCommands m_side;

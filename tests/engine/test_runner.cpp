@@ -2,7 +2,9 @@
 #include "engine/runner/leftovers.h"
 #include "engine/runner/localrunner.h"
 #include "engine/runner/runnerprotocol.h"
-#include "engine/runner/spawn.h"
+
+#include <sys/mount.h>
+#include <sys/resource.h>
 
 namespace vorlan::test_runner {
 
@@ -49,6 +51,43 @@ RunSpec Script(std::string const& script) {
     spec.arguments = {"sh", "-c", String(script)};
     spec.environment = {{"PATH", "/usr/bin:/bin"}, {"MESSAGE", "hello"}};
     return spec;
+}
+
+// A folder in which everything hangs, as on a share whose server is gone.
+class HungFolder {
+public:
+    HungFolder() : m_fuse(open("/dev/fuse", O_RDWR | O_CLOEXEC)) {
+        String const options = SFormat("fd=%d,rootmode=40000,user_id=0,group_id=0", m_fuse.Get());
+        isThere = m_fuse && mount("hung", folder.Folder().c_str(), "fuse", 0, options.c_str()) == 0;
+    }
+    ~HungFolder() { umount2(folder.Folder().c_str(), MNT_DETACH); }
+
+    TempFolder folder;
+    bool isThere = false;
+
+private:
+    UniqueFd m_fuse;
+};
+
+// Copied by the unit: a helper that started while this program writes the file would keep
+// it open, and nobody could start it.
+std::string UnmarkedSleep(Path const& name) {
+    return "cp /bin/sleep " + name.Str() + "; env -i setsid " + name.Str() + " 600 & echo ready; sleep 600";
+}
+
+bool Runs(Path const& program) {
+    for (auto const& entry : std::filesystem::directory_iterator("/proc")) {
+        std::error_code error;
+        if (std::filesystem::read_symlink(entry.path() / "exe", error) == program.Native())
+            return true;
+    }
+    return false;
+}
+
+rlimit Descriptors() {
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    return limit;
 }
 
 bool NobodyCarries(String const& prefix) { return runner::MarkedProcesses(prefix).empty(); }
@@ -140,18 +179,8 @@ TEST_F(RunnerTest, AStoppedGroupHasItsGraceEachProcessOfIt) {
 TEST_F(RunnerTest, ProcessesWithoutAMarkEndWithTheLastUnit) {
     TempFolder const folder;
     Path const name = folder / "unmarked";
-    auto const alive = [&] {
-        for (auto const& entry : std::filesystem::directory_iterator("/proc")) {
-            std::error_code error;
-            if (std::filesystem::read_symlink(entry.path() / "exe", error) == name.Native())
-                return true;
-        }
-        return false;
-    };
-    // Copied by the unit: a helper that started while this program writes the file would
-    // keep it open, and nobody could start it.
-    std::string const script =
-        "cp /bin/sleep " + name.Str() + "; env -i setsid " + name.Str() + " 600 & echo ready; sleep 600";
+    auto const alive = [&] { return Runs(name); };
+    std::string const script = UnmarkedSleep(name);
     RunSpec const first = RunToReady(script);
     EXPECT_TRUE(WaitFor(alive));
     runner->Stop(first.work, 100);
@@ -172,11 +201,14 @@ TEST_F(RunnerTest, WhatAUnitLeavesBehindEndsWithIt) {
 }
 
 TEST_F(RunnerTest, AHelperThatIsKilledIsReplacedAndItsUnitsAreReported) {
-    RunSpec const first = RunToReady("echo ready; sleep 600");
+    TempFolder const folder;
+    Path const name = folder / "unmarked";
+    RunSpec const first = RunToReady(UnmarkedSleep(name));
+    EXPECT_TRUE(WaitFor([&] { return Runs(name); }));
     ASSERT_GT(runner->HelperPid(), 0);
     kill(runner->HelperPid(), SIGKILL);
     EXPECT_EQ(End(first.work).ends[0].kind, RunEnd::Kind::Lost);
-    EXPECT_TRUE(NobodyCarries(runner::MarkPrefix(machine)));
+    EXPECT_TRUE(NobodyCarries(runner::MarkPrefix(machine)) && !Runs(name)) << "before it is told";
     EXPECT_EQ(End(Run("echo again").work).output, "again\n");
 }
 
@@ -188,6 +220,67 @@ TEST_F(RunnerTest, AUnitThatIsTooLongLeavesTheOthersAlone) {
     EXPECT_TRUE(End(big.work).ends[0].error.Contains("at most 4194304 can be passed"));
     runner->Stop(other.work, 100);
     EXPECT_EQ(End(other.work).ends[0].kind, RunEnd::Kind::Signaled);
+}
+
+TEST_F(RunnerTest, AUnitGetsNoDescriptorOfOurs) {
+    runner.reset();
+    UniqueFd const ours(open("/dev/null", O_WRONLY)); // as a library opens it
+    runner = std::make_unique<LocalRunner>(Path(EngineProgram()), machine, recorder);
+    EXPECT_EQ(End(Run("ls /proc/self/fd").work).output, "0\n1\n2\n3\n") << "the last one is that of ls";
+}
+
+TEST_F(RunnerTest, AProgramWithoutADescriptorLeftRunsUnitsAllTheSame) {
+    End(Run("true").work);
+    rlimit const before = Descriptors();
+    rlimit const few{256, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &few);
+    std::vector<UniqueFd> strangers;
+    for (int one = 0; (one = open("/dev/null", O_RDONLY | O_CLOEXEC)) >= 0;)
+        strangers.emplace_back(one);
+    RunSpec const spec = Run("echo ran");
+    EXPECT_EQ(End(spec.work).output, "ran\n");
+    setrlimit(RLIMIT_NOFILE, &before);
+}
+
+TEST_F(RunnerTest, WorkIsRootOnlyWhereThatIsSaid) {
+    if (geteuid() != 0)
+        GTEST_SKIP() << "needs to be root";
+    Rows<char const*, bool, char const*> const cases = {
+        {"root", true, "root\n"}, {"root", false, "has all rights"}, {"nobody", false, "nobody\n"}};
+    for (auto const& [user, mayBeRoot, expected] : cases) {
+        RunSpec spec = Script("id -un");
+        spec.user = user;
+        spec.mayBeRoot = mayBeRoot;
+        runner->Start(spec);
+        Recorder::Run const run = End(spec.work);
+        EXPECT_TRUE(String(run.output + run.ends[0].error.Str()).Contains(expected)) << run.ends[0].error;
+    }
+}
+
+TEST_F(RunnerTest, AShareThatHangsHoldsNothingElseUp) {
+    HungFolder const hung;
+    if (!hung.isThere)
+        GTEST_SKIP() << "a file system cannot be mounted here";
+    std::vector<RunSpec> stuck;
+    for (int i = 0; i < 8; ++i) {
+        RunSpec spec = Script("true");
+        if (i % 2 == 0)
+            spec.folder = hung.folder.Folder();
+        else
+            spec.arguments[0] = (hung.folder / "renderer").Text();
+        runner->Start(spec);
+        stuck.push_back(spec);
+    }
+    EXPECT_EQ(End(Run("echo fine").work).output, "fine\n");
+    for (size_t i = 0; i < 4; ++i)
+        runner->Stop(stuck[i].work, 10);
+    for (size_t i = 0; i < 4; ++i)
+        EXPECT_NE(End(stuck[i].work).ends[0].kind, RunEnd::Kind::Exited);
+    RunSpec const last = RunToReady("trap '' TERM; echo ready; sleep 600");
+    auto const start = std::chrono::steady_clock::now();
+    runner.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
+    EXPECT_TRUE(NobodyCarries(runner::MarkOf(machine, last.work)));
 }
 
 TEST_F(RunnerTest, ManyShortUnitsEachEndOnce) {

@@ -42,7 +42,7 @@ TEST(Verdict, SaysWhatBecameOfAUnitAndWhy) {
         Verdict const verdict =
             Judge({one.end, "povray", "povray +Ia.pov", "render07", one.codes, one.error, one.lastLine, one.missing});
         EXPECT_EQ(verdict.note, one.note);
-        EXPECT_EQ(verdict.status, *one.note ? Unsuccessful : Finished) << one.note;
+        EXPECT_EQ(verdict.status, !*one.note ? Finished : one.end.kind == Kind::Lost ? Lost : Unsuccessful) << one.note;
     }
 }
 

@@ -35,8 +35,8 @@ public:
         setup.clock = &clock;
         setup.runner = &runner;
         setup.output = &output;
-        setup.aside = [this](std::function<void()> task) { aside.push_back(std::move(task)); };
-        setup.post = [this](std::function<void()> task) { posted.push_back(std::move(task)); };
+        setup.users = users;
+        setup.aside = [this](AsideThreads::Work task) { aside.push_back(std::move(task)); };
         setup.describe = [this] { return Engine(engine); };
         desk = std::make_unique<WorkDesk>(std::move(setup));
         Connect();
@@ -93,11 +93,9 @@ public:
     }
     // The other thread does its work.
     void RunAside() {
-        for (auto* const queue : {&aside, &posted}) {
-            auto const tasks = std::move(*queue);
-            queue->clear();
-            for (auto const& task : tasks)
-                task();
+        for (auto const& task : std::exchange(aside, {})) {
+            if (auto const then = task())
+                then();
         }
         desk->EndTurn();
     }
@@ -135,8 +133,8 @@ public:
     FakeClock clock;
     FakeRunner runner;
     OutputFolder output{temp / "output"};
-    std::vector<std::function<void()>> aside;
-    std::vector<std::function<void()>> posted;
+    std::vector<AsideThreads::Work> aside;
+    WorkUsers users;
     std::unique_ptr<WorkDesk> desk;
     boost::shared_ptr<FakeSink> master;
 };
@@ -149,7 +147,7 @@ TEST_F(WorkDeskTest, RunsAUnitFromTheOrderToTheReport) {
     RunSpec const& spec = runner.started[0];
     EXPECT_EQ(spec.work, work->id);
     EXPECT_EQ(spec.arguments, (std::vector<String>{"render", "1-4"}));
-    EXPECT_TRUE(spec.folder.IsFolder()) << "a folder of the Engine";
+    EXPECT_TRUE(spec.ownFolder && spec.folder.StartsWith((temp / "work").Text()));
     EXPECT_TRUE(Told<WorkBegunMsg>().empty());
 
     Begin(work->id);
@@ -322,6 +320,83 @@ TEST(WorkDesk, AStopIsAnsweredInEveryStage) {
     }
 }
 
+TEST_F(WorkDeskTest, ACommandBeforeTheStartIsToldOfAndEndsInTime) {
+    auto const work = Give({{p_WorkAssignedEvt, "mount"}});
+    size_t told = 0;
+    for (; runner.stopped.empty() && told < 1000; ++told) {
+        EXPECT_EQ(Told<WorkPreparingMsg>().size(), told + 1);
+        clock.ms += 10'000;
+        EXPECT_LE(desk->NextTickMs(), clock.ms);
+        desk->Tick();
+        desk->EndTurn();
+    }
+    EXPECT_EQ(told, 360U) << "an hour";
+    End(work->id, 143);
+    EXPECT_TRUE(OnlyResult().note.Contains("stopped after 60 minutes")) << OnlyResult().note;
+}
+
+TEST_F(WorkDeskTest, PathsOfOtherPlatformsAreCalledAsHere) {
+    PathTranslationsMsg names;
+    names.translations = {{{"1", "X:\\"}, {"3", "/mnt/share/"}, {"2", "/Volumes/Share"}},
+                          {{"1", "X:\\cache"}, {"3", "/var/cache"}},
+                          {{"1", "Y:"}, {"2", "/Volumes/Other"}}};
+    desk->OnTranslations(names);
+    Rows<char const*, char const*> const cases = {
+        {R"(x:\my show\a.blend)", "/mnt/share/my show/a.blend"},
+        {R"(X:/cache/b)", "/var/cache/b"},
+        {R"(/Volumes/Share)", "/mnt/share"},
+        {R"(/Volumes/Shares/a)", "/Volumes/Shares/a"},
+        {R"(Y:\a)", R"(Y:\a)"},
+        {R"(-i X:\a\b -e 's\d' --out="X:\c d\e" f\g)", R"(-i /mnt/share/a/b -e 's\d' --out="/mnt/share/c d/e" f\g)"},
+    };
+    for (auto const& [there, here] : cases) {
+        Give({{"CommandLine", "render \"$(Scene)\""}, {"Scene", there}});
+        EXPECT_EQ(runner.started.back().arguments.back(), here);
+    }
+}
+
+TEST_F(WorkDeskTest, WhatFailsForTheMachinesReasonsIsLost) {
+    for (char const* const command : {"", "mount"}) {
+        auto const work = Give({{p_WorkAssignedEvt, command}});
+        desk->OnRunEnded(work->id, {RunEnd::Kind::Lost, 0, "Too many open files"});
+        desk->EndTurn();
+        EXPECT_EQ(Told<WorkEndedMsg>().back().ended.status, Lost);
+    }
+}
+
+TEST_F(WorkDeskTest, AllThatRunsForAUnitRunsAsItsUser) {
+    WorkUsers const asRoot{true, "work", {}};
+    Rows<WorkUsers, char const*, char const*> const cases = {
+        {{false, "work", {}}, "", ""},
+        {{false, "work", {}}, "ann", "ann"}, // the start says that it cannot be
+        {asRoot, "", "work"},
+        {asRoot, "ann", "ann"},
+        {{true, "work", {"ann"}}, "ann", "ann"},
+        {{true, "work", {"bob"}}, "ann", nullptr},
+        {{true, "", {}}, "", nullptr},
+    };
+    for (auto const& [rules, username, user] : cases) {
+        users = rules;
+        Restart();
+        Connect();
+        runner.started.clear();
+        auto const work =
+            Give({{p_Username, username}, {p_WorkStartedEvt, "started"}, {p_WorkFinishedEvt, "finished"}});
+        if (!user) {
+            EXPECT_TRUE(OnlyResult().note.Contains("VorlanEngine.ini")) << OnlyResult().note;
+            continue;
+        }
+        End(work->id, 0);
+        End(work->id, 0);
+        ASSERT_EQ(runner.started.size(), 3U);
+        for (RunSpec const& spec : runner.started) {
+            EXPECT_EQ(spec.user, user);
+            EXPECT_FALSE(spec.mayBeRoot && rules.account != spec.user && rules.allowed.empty());
+        }
+        End(runner.started[2].work, 0);
+    }
+}
+
 TEST_F(WorkDeskTest, AnswersAStopOfWorkThatItDoesNotHave) {
     UID const unknown(true);
     Stop(unknown, UserAborted, "why");
@@ -454,6 +529,7 @@ TEST_F(WorkDeskTest, WhatIsOwedToAUnitIsDoneBeforeItsFolderGoes) {
     for (size_t i = 0; i < 3 * SideCommands::k_AtOnce; ++i) {
         auto const work = Give({{p_WorkFinishedEvt, "publish $(SubRange)"}});
         folder = runner.started.back().folder;
+        File::MakeFolder(folder);
         End(work->id, 0);
     }
     File::WriteWhole(folder / "image.png", "left by a unit");

@@ -312,6 +312,54 @@ TEST(CoreWork, AFinishedJobIsTakenUpAgainAsANewOne) {
     EXPECT_NE(farm.FindUnit("1"), nullptr);
 }
 
+TEST(CoreWork, AUnitWhoseCommandsRunIsNotLate) {
+    CoreFarm farm;
+    farm.AddEngine("e", 1);
+    farm.Submit("a", {{p_Range, "1"}});
+    UID const work = farm.FindUnit("1")->work;
+    size_t stops = 0;
+    auto const pass = [&] {
+        farm.Pass(Time::Seconds(10));
+        stops += farm.Sent<EndWorkMsg>(farm.engines["e"]).size();
+        farm.Send(farm.engines["e"], HeartbeatMsg::New());
+    };
+    for (int i = 0; i < 20; ++i) {
+        pass();
+        auto message = WorkPreparingMsg::New();
+        message->work = work;
+        farm.Send(farm.engines["e"], message);
+    }
+    EXPECT_EQ(stops, 0U);
+    for (int i = 0; i < 7; ++i)
+        pass();
+    EXPECT_EQ(stops, 1U);
+}
+
+TEST(CoreWork, AnEngineHasTheOptionsThatAreMeantForIt) {
+    CoreFarm farm;
+    farm.SetOptions(o_Setup, {{o_OutputFileCleanup, "3"}});
+    UID const type = CoreFarm::TypeOf(ProductClass::Sequence);
+    farm.SetOptions(type.ToString().c_str(), {{"A", "all"}, {"B", "all"}, {"C", "all"}});
+    auto common = DefaultEngineOptionsMsg::New();
+    common->product = type;
+    common->options = {{"B", "default"}, {"C", "default"}};
+    farm.Send(farm.client, common);
+    UID const engine = farm.AddEngine("e", 1);
+    auto const told = farm.Sent<SetMasterOptionsMsg>(farm.engines["e"]);
+    ASSERT_EQ(told.size(), 1U);
+    EXPECT_EQ(told[0]->options.at(o_OutputFileCleanup), "3");
+    farm.SetOptions(o_Setup, {{o_OutputFileCleanup, "4"}});
+    EXPECT_EQ(farm.Sent<SetMasterOptionsMsg>(farm.engines["e"]).size(), 1U);
+    auto own = EngineOptionsMsg::New();
+    own->AddEngine(engine);
+    own->AddOptions(type, {{"C", "own"}});
+    farm.Send(farm.client, own);
+    farm.Submit("a", {{p_Range, "1"}});
+    auto const orders = farm.Sent<RunWorkMsg>(farm.engines["e"]);
+    ASSERT_EQ(orders.size(), 1U);
+    EXPECT_EQ(orders[0]->engineOptions, (OptionMap{{"A", "all"}, {"B", "default"}, {"C", "own"}}));
+}
+
 TEST(CoreWork, RefusesWhatCannotBe) {
     CoreFarm farm;
     UID const job = farm.Submit("a", {});

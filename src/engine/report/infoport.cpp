@@ -10,6 +10,9 @@ namespace vorlan {
 
 namespace {
 
+// Whoever listens takes no descriptor that a unit needs.
+constexpr size_t k_Connections = 256;
+constexpr size_t k_Unproved = 32;
 // A listener that does not read gets no more figures.
 constexpr size_t k_QueueBytes = 65536;
 
@@ -26,6 +29,8 @@ void InfoPort::Open(FarmKey const& key) {
     Close();
     net::ServerOptions options;
     options.key = key;
+    options.limits.connections = k_Connections;
+    options.limits.unproved = k_Unproved;
     options.self = net::PeerInfo::Self(net::PeerKind::Engine, "VorlanEngine");
     options.self.machineName = m_machineName;
     using ConnectionPtr = boost::shared_ptr<net::Connection>;

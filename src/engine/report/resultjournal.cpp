@@ -80,6 +80,7 @@ bool ReadNumber(std::string_view text, T& number, int base = 10) {
 constexpr char k_Argument = 'a';
 constexpr char k_Variable = 'e';
 constexpr char k_Folder = 'f';
+constexpr char k_User = 'u';
 
 template <class Add>
 void AddOwed(OwedCommand const& command, Add const& add) {
@@ -87,6 +88,7 @@ void AddOwed(OwedCommand const& command, Add const& add) {
     add(command.job.ToString());
     add(command.label);
     addPart(k_Folder, command.spec.folder.Text());
+    addPart(k_User, command.spec.user);
     for (String const& argument : command.spec.arguments)
         addPart(k_Argument, argument);
     for (auto const& [name, value] : command.spec.environment)
@@ -102,6 +104,8 @@ bool ReadOwed(std::vector<std::string_view> const& fields, OwedCommand& command)
         char const kind = fields[i].empty() ? '\0' : fields[i][0];
         if (kind == k_Folder)
             command.spec.folder = Path(text);
+        else if (kind == k_User)
+            command.spec.user = text;
         else if (kind == k_Argument)
             command.spec.arguments.push_back(text);
         else if (kind == k_Variable)

@@ -22,19 +22,36 @@ namespace vorlan::runner {
 namespace {
 
 // An environment that is longer than this belongs to no unit.
-constexpr size_t k_EnvironmentLimit = size_t{4} << 20;
+constexpr size_t k_ReadLimit = size_t{4} << 20;
 
-std::string ReadEnvironment(pid_t pid) {
-    UniqueFd file(open(SFormat("/proc/%d/environ", pid).c_str(), O_RDONLY | O_CLOEXEC));
+// Of the system's own files below "/proc".
+std::string ReadFile(String const& name) {
+    UniqueFd file(open(name.c_str(), O_RDONLY | O_CLOEXEC));
     std::string text;
     char buffer[16384];
-    while (file && text.size() < k_EnvironmentLimit) {
+    while (file && text.size() < k_ReadLimit) {
         ssize_t const count = read(file.Get(), buffer, sizeof buffer);
         if (count <= 0)
             break;
         text.append(buffer, static_cast<size_t>(count));
     }
     return text;
+}
+
+std::string ReadEnvironment(pid_t pid) { return ReadFile(SFormat("/proc/%d/environ", pid)); }
+
+// The entries of a folder that are numbers: processes, or threads.
+std::vector<pid_t> NumbersIn(char const* path) {
+    std::vector<pid_t> found;
+    std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(path), closedir);
+    while (dirent const* entry = folder ? readdir(folder.get()) : nullptr) {
+        std::string_view const name(entry->d_name);
+        pid_t number = 0;
+        auto const parsed = std::from_chars(name.data(), name.data() + name.size(), number);
+        if (parsed.ec == std::errc() && parsed.ptr == name.data() + name.size())
+            found.push_back(number);
+    }
+    return found;
 }
 
 // What follows `wanted` in the variable that begins with it. A process that has ended
@@ -64,18 +81,33 @@ std::optional<UID> MarkedWork(pid_t pid, UID const& machine) {
 }
 
 std::vector<pid_t> MarkedProcesses(String const& prefix) {
-    std::vector<pid_t> found;
-    std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir("/proc"), closedir);
-    while (dirent const* entry = folder ? readdir(folder.get()) : nullptr) {
-        std::string_view const name(entry->d_name);
-        pid_t pid = 0;
-        auto const parsed = std::from_chars(name.data(), name.data() + name.size(), pid);
-        if (parsed.ec == std::errc() && parsed.ptr == name.data() + name.size() && pid != getpid() &&
-            ValueBehind(ReadEnvironment(pid), Wanted(prefix))) {
-            found.push_back(pid);
-        }
-    }
+    std::vector<pid_t> found = NumbersIn("/proc");
+    std::erase_if(found,
+                  [&](pid_t pid) { return pid == getpid() || !ValueBehind(ReadEnvironment(pid), Wanted(prefix)); });
     return found;
+}
+
+std::vector<pid_t> ChildrenOfThread(pid_t thread) {
+    std::string const text = ReadFile(SFormat("/proc/self/task/%d/children", thread));
+    std::vector<pid_t> children;
+    for (char const *at = text.data(), *end = at + text.size(); at < end;) {
+        pid_t pid = 0;
+        auto const parsed = std::from_chars(at, end, pid);
+        if (parsed.ec != std::errc())
+            break;
+        at = parsed.ptr + 1;
+        children.push_back(pid);
+    }
+    return children;
+}
+
+std::vector<pid_t> ChildrenOfAllThreads() {
+    std::vector<pid_t> children;
+    for (pid_t const thread : NumbersIn("/proc/self/task")) {
+        auto const own = ChildrenOfThread(thread);
+        children.insert(children.end(), own.begin(), own.end());
+    }
+    return children;
 }
 
 size_t EndMarkedProcesses(String const& prefix, int timeoutMs) {

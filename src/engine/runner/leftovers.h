@@ -30,6 +30,11 @@ std::vector<pid_t> MarkedProcesses(String const& prefix);
 // The unit whose mark this process carries; nothing when it carries none of this Engine.
 std::optional<UID> MarkedWork(pid_t pid, UID const& machine);
 
+// The processes, ended and not yet collected ones too, whose parent is this thread of
+// this program; of all its threads.
+std::vector<pid_t> ChildrenOfThread(pid_t thread);
+std::vector<pid_t> ChildrenOfAllThreads();
+
 // Kills all processes with such a mark, again and again until none is left or the
 // time is over. The number of processes killed.
 size_t EndMarkedProcesses(String const& prefix, int timeoutMs);

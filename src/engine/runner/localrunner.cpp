@@ -8,11 +8,14 @@
 #include <corekit/sformat.h>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -29,8 +32,11 @@ namespace {
 
 constexpr uint64_t k_WakeTag = 1;
 constexpr uint64_t k_HelperTag = 2;
-constexpr int k_LeftoverMs = 2000;
+constexpr int k_EndAgainMs = 5;
+constexpr std::chrono::seconds k_EndPatience{10}; // then it is told what does not end
 constexpr int k_HelperRetryMs = 500;
+constexpr int k_HelperEndMs = 8000;
+constexpr size_t k_Reserve = 64;
 // How long output is waited for after the end: somebody else may hold the pipe.
 constexpr std::chrono::milliseconds k_OutputGrace{300};
 // Read from one unit at a time, so that a loud one does not starve the others.
@@ -39,13 +45,17 @@ constexpr int k_ReadsAtOnce = 4;
 
 } // namespace
 
-LocalRunner::LocalRunner(Path program, UID const& machine, Listener& listener)
+LocalRunner::LocalRunner(Path program, UID const& machine, Listener& listener, std::function<void()> onClean)
     : Thread("Runner"),
       m_program(std::move(program)),
       m_machine(machine),
       m_listener(listener),
+      m_onClean(std::move(onClean)),
       m_wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
-      m_poll(epoll_create1(EPOLL_CLOEXEC)) {
+      m_poll(epoll_create1(EPOLL_CLOEXEC)),
+      m_group(machine) {
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
+    FillReserve();
     Watch(m_wake.Get(), k_WakeTag, EPOLLIN);
     Thread::Start();
 }
@@ -53,9 +63,23 @@ LocalRunner::LocalRunner(Path program, UID const& machine, Listener& listener)
 LocalRunner::~LocalRunner() {
     Thread::Stop();
     m_socket.Reset();
-    if (int const pid = m_helperPid; pid > 0) {
-        waitpid(pid, nullptr, 0); // it has ended every unit by then
+    WaitForHelper();
+    m_group.Kill();
+    m_group.Remove();
+}
+
+// It ends every unit before itself; but a thread of it may hang in a share.
+void LocalRunner::WaitForHelper() {
+    int const pid = m_helperPid;
+    if (pid <= 0)
+        return;
+    UniqueFd const process(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
+    pollfd waited{process.Get(), POLLIN, 0};
+    if (!process || poll(&waited, 1, k_HelperEndMs) == 0) {
+        LogWarning("The runner's helper does not end. It is left behind.");
+        kill(pid, SIGKILL);
     }
+    waitpid(pid, nullptr, WNOHANG);
 }
 
 void LocalRunner::Start(RunSpec const& spec) {
@@ -93,10 +117,9 @@ void LocalRunner::Watch(int descriptor, uint64_t tag, uint32_t events) {
 }
 
 bool LocalRunner::Execute() {
-    if (!m_cleaned) {
-        m_cleaned = true;
-        if (size_t const ended = runner::EndMarkedProcesses(runner::MarkPrefix(m_machine), k_LeftoverMs); ended > 0)
-            LogWarning(SFormat("Ended %zu processes that an earlier VorlanEngine left behind.", ended));
+    if (!m_clean && !EndRest()) {
+        Sleep(k_EndAgainMs);
+        return true;
     }
     if (!m_socket && !StartHelper()) {
         Sleep(k_HelperRetryMs);
@@ -139,6 +162,7 @@ bool LocalRunner::StartHelper() {
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, theirs.Get(), runner::k_HelperSocket);
+    posix_spawn_file_actions_addclosefrom_np(&actions, runner::k_HelperSocket + 1);
     pid_t pid = 0;
     int const error = posix_spawn(&pid, file.c_str(), &actions, nullptr, arguments, environ);
     posix_spawn_file_actions_destroy(&actions);
@@ -147,6 +171,7 @@ bool LocalRunner::StartHelper() {
                          file.c_str(), std::strerror(error)));
         return false;
     }
+    m_group.Take(pid);
     m_helperPid = pid;
     m_socket = std::move(mine);
     Watch(m_socket.Get(), k_HelperTag, EPOLLIN);
@@ -154,16 +179,48 @@ bool LocalRunner::StartHelper() {
 }
 
 void LocalRunner::LoseHelper() {
-    int const pid = m_helperPid.exchange(0);
+    m_lostHelper = m_helperPid.exchange(0);
     m_socket.Reset();
-    if (pid > 0) {
-        kill(pid, SIGKILL);
-        waitpid(pid, nullptr, 0);
-    }
+    kill(m_lostHelper, SIGKILL);
     m_in.clear();
     m_out.clear();
-    runner::EndMarkedProcesses(runner::MarkPrefix(m_machine), k_LeftoverMs);
-    LogError(SFormat("The runner's helper ended unexpectedly; its %zu units were ended with it.", m_units.size()));
+    m_clean = false;
+    m_dirtySince = Clock::now();
+    LogError(SFormat("The runner's helper ended unexpectedly; its %zu units are ended with it.", m_units.size()));
+}
+
+// Ends what an earlier Engine or helper has left: what stands in its control group, what
+// carries the mark, and what the helper's end made children of this program. True when
+// nothing is left.
+bool LocalRunner::EndRest() {
+    std::vector<pid_t> rest = runner::MarkedProcesses(runner::MarkPrefix(m_machine));
+    if (m_lostHelper > 0) {
+        auto const left = runner::ChildrenOfAllThreads();
+        rest.insert(rest.end(), left.begin(), left.end());
+    }
+    m_group.Kill();
+    for (pid_t const pid : rest) {
+        kill(pid, SIGKILL);
+        if (m_lostHelper > 0)
+            waitpid(pid, nullptr, WNOHANG);
+    }
+    if (!rest.empty() || !m_group.IsEmpty()) {
+        if (Clock::now() - m_dirtySince > k_EndPatience) {
+            m_dirtySince = Clock::now();
+            LogError(SFormat("Processes of earlier work do not end, such as number %d. No work can run until they do.",
+                             rest.empty() ? 0 : rest.front()));
+        }
+        return false;
+    }
+    m_clean = true;
+    m_lostHelper = 0;
+    FinishLost();
+    if (auto const onClean = std::exchange(m_onClean, {}))
+        onClean();
+    return true;
+}
+
+void LocalRunner::FinishLost() {
     std::vector<UID> works;
     for (auto& [work, unit] : m_units) {
         if (!unit.ended) {
@@ -175,6 +232,24 @@ void LocalRunner::LoseHelper() {
     for (UID const& work : works) {
         DrainOutput(work, m_units[work]);
         FinishUnit(work);
+    }
+}
+
+bool LocalRunner::MakePipe(int (&ends)[2]) {
+    while (pipe2(ends, O_CLOEXEC) != 0) {
+        if ((errno != EMFILE && errno != ENFILE) || m_reserve.empty())
+            return false;
+        m_reserve.pop_back();
+    }
+    return true;
+}
+
+void LocalRunner::FillReserve() {
+    while (m_reserve.size() < k_Reserve) {
+        UniqueFd one(open("/dev/null", O_RDONLY | O_CLOEXEC));
+        if (!one)
+            return;
+        m_reserve.push_back(std::move(one));
     }
 }
 
@@ -205,8 +280,8 @@ void LocalRunner::BeginUnit(Frame frame) {
         return;
     }
     int ends[2];
-    if (!m_socket || pipe2(ends, O_CLOEXEC) != 0) {
-        unit.end = RunEnd{RunEnd::Kind::NotStarted, 0, SFormat("No pipe for its output: %s.", std::strerror(errno))};
+    if (!MakePipe(ends)) {
+        unit.end = RunEnd{RunEnd::Kind::Lost, 0, SFormat("No pipe for its output: %s.", std::strerror(errno))};
         unit.ended = true;
         FinishUnit(frame.work);
         return;
@@ -325,8 +400,11 @@ bool LocalRunner::DrainOutput(UID const& work, Unit& unit) {
 void LocalRunner::FinishUnit(UID const& work) {
     auto unit = m_units.extract(work);
     std::erase_if(m_tags, [&](auto const& entry) { return entry.second == work; });
-    if (!unit.empty())
-        m_listener.OnRunEnded(work, unit.mapped().end);
+    if (unit.empty())
+        return;
+    unit.mapped().output.Reset();
+    FillReserve();
+    m_listener.OnRunEnded(work, unit.mapped().end);
 }
 
 void LocalRunner::FinishOverdue() {

@@ -4,6 +4,7 @@
 
 #include "engine/runner/runner.h"
 #include "engine/runner/runnerprotocol.h"
+#include "engine/runner/unitgroup.h"
 
 #include <corekit/commonmutex.h>
 #include <corekit/thread.h>
@@ -11,8 +12,10 @@
 
 #include <chrono>
 #include <deque>
+#include <functional>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace vorlan {
 
@@ -21,14 +24,16 @@ namespace vorlan {
 //
 // Owned by the Engine; `listener` must outlive it. Start and Stop from any thread.
 // All work is done, and the listener called, on the runner's own thread. Every unit
-// that was started gets its end reported once, also when the helper dies; when the
-// runner itself is destroyed the helper ends all units, and nothing is reported.
+// that was started gets its end reported once, also when the helper dies, and then not
+// before everything of it has ended; when the runner itself is destroyed the helper ends
+// all units, and nothing is reported. The program becomes the parent of what the helper
+// leaves behind: whatever it starts besides must be ended by itself by then.
 class LocalRunner final : public Runner, private Thread {
 public:
     // `program` is the file of VorlanEngine itself, `machine` the id that marks its
     // units' processes. Leftovers with that mark, of an Engine that was killed, are
-    // ended before anything starts.
-    LocalRunner(Path program, UID const& machine, Listener& listener);
+    // ended before anything starts; then `onClean` is called, on the runner's thread.
+    LocalRunner(Path program, UID const& machine, Listener& listener, std::function<void()> onClean = {});
     ~LocalRunner() override;
 
     void Start(RunSpec const& spec) override;
@@ -57,6 +62,11 @@ private:
 
     bool StartHelper();
     void LoseHelper();
+    bool EndRest();
+    void FinishLost();
+    bool MakePipe(int (&ends)[2]);
+    void FillReserve();
+    void WaitForHelper();
     void TakeCommands();
     void BeginUnit(runner::Frame frame);
     void Flush();
@@ -73,6 +83,7 @@ private:
     Path const m_program;
     UID const m_machine;
     Listener& m_listener;
+    std::function<void()> m_onClean;
     UniqueFd m_wake;
     UniqueFd m_poll;
 
@@ -86,7 +97,11 @@ private:
     std::map<UID, Unit> m_units;
     std::map<uint64_t, UID> m_tags; // what the numbers given to the poll mean
     uint64_t m_nextTag = 16;
-    bool m_cleaned = false;
+    bool m_clean = false; // nothing of an earlier Engine or helper is left
+    Clock::time_point m_dirtySince = Clock::now();
+    pid_t m_lostHelper = 0;
+    runner::UnitGroup m_group;
+    std::vector<UniqueFd> m_reserve; // given up for units when the program has no other descriptor
 
     std::atomic<int> m_helperPid{0};
 };

@@ -19,6 +19,9 @@ struct RunSpec {
     std::vector<String> arguments;        // the program first, looked for in the process's PATH
     std::map<String, String> environment; // added to the Engine's own, or instead of what that has
     Path folder;                          // empty: the Engine's own
+    bool ownFolder = false;               // it is the Engine's, for this user: made when it is not there
+    String user;                          // empty: the Engine's own
+    bool mayBeRoot = false;               // that user may have all rights
 };
 
 // How the process of a unit ended.
@@ -28,7 +31,7 @@ struct RunEnd {
         Signaled,   // `code` is the signal
         NotFound,   // the program is not there; never ran
         NotStarted, // `error` says why; never ran
-        Lost,       // the runner itself ended; whatever was left of the unit has been ended too
+        Lost,       // the machine could not run it, or no longer: that says nothing about the unit
     };
     Kind kind = Kind::Exited;
     int code = 0;

@@ -41,7 +41,7 @@ constexpr int k_KillWaitMs = 100;
 class Helper {
 public:
     explicit Helper(UID const& machine) : m_machine(machine) {}
-    int Run();
+    void Run();
 
 private:
     struct Unit {
@@ -56,12 +56,11 @@ private:
     void Handle(Frame const& frame);
     void StartUnit(Frame const& frame);
     void TakeStarted();
-    static void StopUnit(Unit& unit, int graceMs);
+    void StopUnit(Unit& unit, int graceMs);
     void CollectChildren();
     void Collect(siginfo_t const& info);
     void FinishUnit(UID const& work, Frame const& ended);
     void FinishStopped();
-    static std::vector<pid_t> Children();
     static bool IsStray(pid_t pid);
     void EndStrays();
     bool BelongsToRunningUnit(pid_t pid) const;
@@ -81,7 +80,7 @@ private:
     std::unordered_map<pid_t, UID> m_byPid;
 };
 
-int Helper::Run() {
+void Helper::Run() {
     prctl(PR_SET_NAME, "vorlan-runner");
     prctl(PR_SET_CHILD_SUBREAPER, 1);
     setsid();
@@ -103,7 +102,9 @@ int Helper::Run() {
             {m_childSignals.Get(), POLLIN, 0},
             {m_pool->Descriptor(), POLLIN, 0},
         };
-        poll(waited, 3, PollTimeoutMs());
+        int const tendMs = m_pool->Tend();
+        int const waitMs = PollTimeoutMs();
+        poll(waited, 3, tendMs < 0 ? waitMs : waitMs < 0 ? tendMs : std::min(waitMs, tendMs));
         bool const started = (waited[2].revents & POLLIN) != 0;
         if (started)
             TakeStarted();
@@ -119,7 +120,6 @@ int Helper::Run() {
         Flush();
     }
     EndEverything();
-    return 0;
 }
 
 bool Helper::ReadFrames() {
@@ -196,8 +196,7 @@ void Helper::TakeStarted() {
         answer.work = done.work;
         if (done.result.pid <= 0) {
             answer.kind = FrameKind::Ended;
-            answer.end.kind = done.result.notFound ? RunEnd::Kind::NotFound : RunEnd::Kind::NotStarted;
-            answer.end.error = done.result.error;
+            answer.end = done.result.failure;
             FinishUnit(done.work, answer);
             continue;
         }
@@ -213,11 +212,10 @@ void Helper::TakeStarted() {
 }
 
 void Helper::StopUnit(Unit& unit, int graceMs) {
-    if (unit.pid == 0) {
+    if (unit.pid == 0)
         unit.stopMs = graceMs;
-        return;
-    }
-    kill(-unit.pid, SIGTERM);
+    else
+        kill(-unit.pid, SIGTERM);
     unit.killAt = std::min(unit.killAt, Clock::now() + std::chrono::milliseconds(graceMs));
 }
 
@@ -277,36 +275,15 @@ void Helper::FinishStopped() {
         FinishUnit(ended.work, ended);
 }
 
-// Those of this thread alone.
-std::vector<pid_t> Helper::Children() {
-    char path[64];
-    snprintf(path, sizeof path, "/proc/self/task/%d/children", getpid());
-    UniqueFd file(open(path, O_RDONLY | O_CLOEXEC));
-    std::string text;
-    char buffer[4096];
-    for (ssize_t count = 0; file && (count = read(file.Get(), buffer, sizeof buffer)) > 0;)
-        text.append(buffer, static_cast<size_t>(count));
-    std::vector<pid_t> children;
-    for (char const *at = text.data(), *end = at + text.size(); at < end;) {
-        pid_t pid = 0;
-        auto const parsed = std::from_chars(at, end, pid);
-        if (parsed.ec != std::errc())
-            break;
-        at = parsed.ptr + 1;
-        children.push_back(pid);
-    }
-    return children;
-}
-
 bool Helper::IsStray(pid_t pid) {
-    auto const children = Children();
+    auto const children = ChildrenOfThread(getpid());
     return std::find(children.begin(), children.end(), pid) != children.end();
 }
 
 // Children of this thread, which starts none, were left behind by a unit and came to
 // their reaper. Those whose unit has ended end too.
 void Helper::EndStrays() {
-    for (pid_t const pid : Children()) {
+    for (pid_t const pid : ChildrenOfThread(getpid())) {
         if (!BelongsToRunningUnit(pid))
             kill(pid, SIGKILL);
     }
@@ -322,12 +299,25 @@ bool Helper::BelongsToRunningUnit(pid_t pid) const {
 
 void Helper::KillOverdue() {
     auto const now = Clock::now();
+    std::vector<UID> unstarted;
     for (auto& [work, unit] : m_units) {
-        if (unit.killAt <= now) { // never before it is there
-            unit.killAt = now + std::chrono::milliseconds(k_KillAgainMs);
-            kill(-unit.pid, SIGKILL);
-            EndMarkedProcesses(MarkOf(m_machine, work), k_KillWaitMs);
+        if (unit.killAt > now)
+            continue;
+        unit.killAt = now + std::chrono::milliseconds(k_KillAgainMs);
+        if (unit.pid == 0) {
+            if (m_pool->Kill(work, [this](pid_t pid) { return m_byPid.contains(pid); }))
+                unstarted.push_back(work);
+            continue;
         }
+        kill(-unit.pid, SIGKILL);
+        EndMarkedProcesses(MarkOf(m_machine, work), k_KillWaitMs);
+    }
+    for (UID const& work : unstarted) {
+        Frame ended;
+        ended.kind = FrameKind::Ended;
+        ended.work = work;
+        ended.end = {RunEnd::Kind::NotStarted, 0, "It was stopped before it could start."};
+        FinishUnit(work, ended);
     }
     FinishStopped();
 }
@@ -352,29 +342,31 @@ void Helper::Flush() {
 }
 
 void Helper::EndEverything() {
-    m_pool->Stop();
+    m_pool->Abandon([this](pid_t pid) { return m_byPid.contains(pid); });
     TakeStarted();
-    std::erase_if(m_units, [](auto const& entry) { return entry.second.pid == 0; });
-    for (auto const& [work, unit] : m_units)
-        kill(-unit.pid, SIGTERM);
+    for (auto const& [pid, work] : m_byPid)
+        kill(-pid, SIGTERM);
     auto const until = Clock::now() + std::chrono::milliseconds(k_OrphanGraceMs);
-    while (!m_units.empty() && Clock::now() < until) {
+    while (!m_byPid.empty() && Clock::now() < until) {
         pollfd waited{m_childSignals.Get(), POLLIN, 0};
         poll(&waited, 1, 10);
         signalfd_siginfo info;
         while (read(m_childSignals.Get(), &info, sizeof info) > 0) {
         }
+        TakeStarted();
         CollectChildren();
     }
-    for (auto const& [work, unit] : m_units)
-        kill(-unit.pid, SIGKILL);
+    for (auto const& [pid, work] : m_byPid)
+        kill(-pid, SIGKILL);
     m_units.clear(); // from here on every child is a stray, with or without a mark
     m_byPid.clear();
     auto const giveUp = Clock::now() + std::chrono::milliseconds(k_SweepMs);
     pid_t collected = 0;
     do {
-        EndMarkedProcesses(MarkPrefix(m_machine), k_SweepMs);
-        EndStrays();
+        for (pid_t const pid : ChildrenOfAllThreads())
+            kill(pid, SIGKILL);
+        for (pid_t const pid : MarkedProcesses(MarkPrefix(m_machine)))
+            kill(pid, SIGKILL);
         do {
             collected = waitpid(-1, nullptr, WNOHANG);
         } while (collected > 0);
@@ -383,6 +375,10 @@ void Helper::EndEverything() {
 
 } // namespace
 
-int HelperMain(UID const& machine) { return Helper(machine).Run(); }
+void HelperMain(UID const& machine) {
+    Helper helper(machine);
+    helper.Run();
+    _exit(0); // a thread may hang in a share
+}
 
 } // namespace vorlan::runner

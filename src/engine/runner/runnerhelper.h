@@ -11,11 +11,11 @@ namespace vorlan::runner {
 inline constexpr int k_HelperSocket = 3;
 
 // The body of `VorlanEngine --runner`: serves the socket until the Engine closes it,
-// then ends every process of every unit. The process's exit code.
+// then ends every process of every unit, and itself.
 //
 // A process of its own because its memory stays small, so that starting is quick;
 // because it outlives an Engine that is killed, and can then clean up; and because,
 // as the reaper of its descendants, it sees also those that left their group.
-int HelperMain(UID const& machine);
+[[noreturn]] void HelperMain(UID const& machine);
 
 } // namespace vorlan::runner

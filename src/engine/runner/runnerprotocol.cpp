@@ -51,6 +51,8 @@ void AppendSpec(RunSpec const& spec, std::string& out) {
         AppendText(value, out);
     }
     AppendText(spec.folder.Text(), out);
+    AppendText(spec.user, out);
+    AppendNumber((spec.ownFolder ? 1U : 0U) | (spec.mayBeRoot ? 2U : 0U), out);
 }
 
 void TakeSpec(Cursor& cursor, RunSpec& spec) {
@@ -61,6 +63,10 @@ void TakeSpec(Cursor& cursor, RunSpec& spec) {
         spec.environment[name] = cursor.Text();
     }
     spec.folder = Path(cursor.Text());
+    spec.user = cursor.Text();
+    uint32_t const flags = cursor.Number();
+    spec.ownFolder = (flags & 1) != 0;
+    spec.mayBeRoot = (flags & 2) != 0;
 }
 
 } // namespace

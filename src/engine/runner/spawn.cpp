@@ -2,16 +2,21 @@
 
 #include "engine/runner/leftovers.h"
 
+#include <corekit/file.h>
 #include <corekit/sformat.h>
 
 #include <fcntl.h>
+#include <pwd.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
 
 extern char** environ;
@@ -20,6 +25,7 @@ namespace vorlan::runner {
 
 namespace {
 
+constexpr char const* k_SetPriv = "/usr/bin/setpriv";
 constexpr char const* k_DefaultPath = "/usr/local/bin:/usr/bin:/bin";
 
 bool IsProgram(std::string const& file) {
@@ -98,8 +104,18 @@ private:
     std::vector<char*> m_pointers;
 };
 
-} // namespace
+// The system has run out of something, which is no fault of what was to be started.
+bool IsOfMachine(int error) {
+    constexpr int k_Shortages[] = {EMFILE, ENFILE, ENOMEM, EAGAIN, ENOSPC, EDQUOT, EIO, ESTALE, EROFS};
+    return std::find(std::begin(k_Shortages), std::end(k_Shortages), error) != std::end(k_Shortages);
+}
 
+RunEnd Failure(int error, String const& text) {
+    return {IsOfMachine(error) ? RunEnd::Kind::Lost : RunEnd::Kind::NotStarted, 0, text};
+}
+
+// The file that the program's name means: as it stands when it holds a stroke, else the
+// first one in the process's PATH that can be executed. Empty when there is none.
 String FindProgram(RunSpec const& spec) {
     String const& name = spec.arguments.front();
     if (name.Contains("/"))
@@ -119,43 +135,126 @@ String FindProgram(RunSpec const& spec) {
     return {};
 }
 
-SpawnResult SpawnUnit(RunSpec const& spec, String const& mark, int output) {
-    SpawnResult result;
-    if (spec.arguments.empty()) {
-        result.error = "There is no command to run.";
-        return result;
-    }
-    String const file = FindProgram(spec);
-    if (file.Empty()) {
-        result.notFound = true;
-        result.error = SFormat("The program \"%s\" was not found.", spec.arguments.front().c_str());
-        return result;
-    }
+// The account under which the process is to run.
+struct Account {
+    bool isOther = false; // than this program's own
+    uid_t uid = 0;
+    gid_t gid = 0;
+};
 
+std::optional<RunEnd> FindAccount(RunSpec& spec, Account& account) {
+    if (spec.user.Empty())
+        return std::nullopt;
+    passwd found{};
+    passwd* entry = nullptr;
+    std::vector<char> buffer(16384);
+    int const error = getpwnam_r(spec.user.c_str(), &found, buffer.data(), buffer.size(), &entry);
+    char const* const user = spec.user.c_str();
+    if (IsOfMachine(error))
+        return Failure(error, SFormat("The user \"%s\" cannot be looked up: %s.", user, std::strerror(error)));
+    if (!entry)
+        return Failure(
+            0, SFormat("There is no user \"%s\" on this machine. Create it there, or name another one: the Job's "
+                       "Username, or the WorkAccount in VorlanEngine.ini.",
+                       user));
+    if (entry->pw_uid == 0 && !spec.mayBeRoot) {
+        return Failure(0, SFormat("The user \"%s\" has all rights, and this machine lets no work run like that. Use "
+                                  "another Username, or name this one in its WorkUsers.",
+                                  user));
+    }
+    account = {entry->pw_uid != geteuid(), entry->pw_uid, entry->pw_gid};
+    if (!account.isOther)
+        return std::nullopt;
+    if (geteuid() != 0) {
+        return Failure(0, SFormat("VorlanEngine does not run as root here and cannot run work as \"%s\". Empty "
+                                  "Username, or start it as root.",
+                                  user));
+    }
+    spec.environment["HOME"] = entry->pw_dir;
+    spec.environment["USER"] = entry->pw_name;
+    spec.environment["LOGNAME"] = entry->pw_name;
+    return std::nullopt;
+}
+
+std::optional<RunEnd> MakeOwnFolder(Path const& folder, Account const& account) {
+    try {
+        if (!folder.IsFolder())
+            File::MakeFolder(folder);
+    } catch (FileException const& error) {
+        return Failure(error.SystemError(), error.Message());
+    }
+    if (account.isOther && chown(folder.c_str(), account.uid, account.gid) != 0) {
+        return Failure(
+            errno, SFormat("The folder \"%s\" cannot be given to its user: %s.", folder.c_str(), std::strerror(errno)));
+    }
+    return std::nullopt;
+}
+
+// Changes the ids and becomes the program: no process in between.
+void ChangeUser(RunSpec& spec, Account const& account) {
+    std::vector<String> arguments{
+        k_SetPriv, "--reuid", String::From(account.uid), "--regid", String::From(account.gid), "--init-groups", "--"};
+    arguments.insert(arguments.end(), spec.arguments.begin(), spec.arguments.end());
+    spec.arguments = std::move(arguments);
+}
+
+// What the new process has open, and where it stands.
+void SetUp(Actions& actions, Path const& folder, int output) {
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    for (int const descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
+        if (output >= 0)
+            posix_spawn_file_actions_adddup2(&actions, output, descriptor);
+        else
+            posix_spawn_file_actions_addopen(&actions, descriptor, "/dev/null", O_WRONLY, 0);
+    }
+    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
+    if (!folder.Empty())
+        posix_spawn_file_actions_addchdir_np(&actions, folder.c_str());
+}
+
+} // namespace
+
+SpawnResult SpawnUnit(RunSpec spec, String const& mark, int output, std::function<bool()> const& mayStart) {
+    if (spec.arguments.empty())
+        return {0, Failure(0, "There is no command to run.")};
+    Account account;
+    if (auto const error = FindAccount(spec, account))
+        return {0, *error};
+    if (spec.ownFolder) {
+        if (auto const error = MakeOwnFolder(spec.folder, account))
+            return {0, *error};
+    }
+    String file = FindProgram(spec);
+    if (file.Empty()) {
+        return {
+            0,
+            {RunEnd::Kind::NotFound, 0, SFormat("The program \"%s\" was not found.", spec.arguments.front().c_str())}};
+    }
+    if (account.isOther) {
+        ChangeUser(spec, account);
+        file = k_SetPriv;
+    }
     std::vector<std::string> arguments;
     for (String const& argument : spec.arguments)
         arguments.push_back(argument.Str());
-
     Actions actions;
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    if (output >= 0) {
-        posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
-        posix_spawn_file_actions_adddup2(&actions, output, STDERR_FILENO);
-    }
-    String const folder = spec.folder.Text();
-    if (!folder.Empty())
-        posix_spawn_file_actions_addchdir_np(&actions, folder.c_str());
+    SetUp(actions, spec.folder, output);
     Attributes attributes;
     std::vector<char*> argumentPointers = Pointers(arguments);
     Environment environment(spec, mark);
+    if (!mayStart())
+        return {0, Failure(0, "It was stopped before it could start.")};
+    SpawnResult result;
     int const error =
         posix_spawn(&result.pid, file.c_str(), &actions, &attributes, argumentPointers.data(), environment.Pointers());
     if (error != 0) {
         result.pid = 0;
+        Path const& folder = spec.folder;
         bool const badFolder = !folder.Empty() && access(folder.c_str(), X_OK) != 0;
-        result.error = badFolder ? SFormat("The working folder \"%s\" cannot be entered: %s.", folder.c_str(),
-                                           std::strerror(error))
-                                 : SFormat("\"%s\" could not be started: %s.", file.c_str(), std::strerror(error));
+        result.failure =
+            Failure(error, badFolder ? SFormat("The working folder \"%s\" cannot be entered: %s.", folder.c_str(),
+                                               std::strerror(error))
+                                     : SFormat("\"%s\" could not be started: %s.", file.c_str(), std::strerror(error)));
     }
     return result;
 }

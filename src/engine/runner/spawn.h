@@ -6,21 +6,20 @@
 
 #include <sys/types.h>
 
+#include <functional>
+
 namespace vorlan::runner {
 
 struct SpawnResult {
-    pid_t pid = 0; // 0 or below: it did not start
-    bool notFound = false;
-    String error; // in words that a user can act on
+    pid_t pid = 0;  // 0 or below: it did not start
+    RunEnd failure; // why not, in words that a user can act on
 };
 
 // Starts the process in a session and group of its own, with `output` (a descriptor,
-// or -1 for none) as its standard output and error. Its environment is the calling
-// program's own with what `spec` says and the mark.
-SpawnResult SpawnUnit(RunSpec const& spec, String const& mark, int output);
-
-// The file that the program's name means: as it stands when it holds a stroke, else the
-// first one in the process's PATH that can be executed. Empty when there is none.
-String FindProgram(RunSpec const& spec);
+// or -1 for none) as its standard output and error and no other descriptor of this
+// program's. Its environment is the calling program's own with what `spec` says and the
+// mark. All that is looked for may be on a share that hangs: whoever calls may wait as
+// long. `mayStart` is asked right before the process is made.
+SpawnResult SpawnUnit(RunSpec spec, String const& mark, int output, std::function<bool()> const& mayStart);
 
 } // namespace vorlan::runner

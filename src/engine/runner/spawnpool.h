@@ -7,41 +7,56 @@
 #include <corekit/commonmutex.h>
 #include <corekit/uniquefd.h>
 
+#include <chrono>
 #include <deque>
-#include <thread>
+#include <functional>
+#include <memory>
 #include <vector>
 
 namespace vorlan::runner {
 
 // A few threads that do nothing but start processes: whoever starts one waits until
 // the new program is loaded, and one thread alone reaches half of what the machine can.
+// A folder, a program or a user may be on a share that hangs, and the thread with it:
+// then others are started, and at the end those that hang are left behind.
 //
 // Owned by the helper, whose one thread makes all calls.
 class SpawnPool {
 public:
-    static constexpr int k_Threads = 4;
+    static constexpr size_t k_Threads = 4;
+    static constexpr size_t k_MostThreads = 256;
+    static constexpr int k_StuckMs = 250; // then another thread is started for those that wait
 
     struct Done {
         UID work;
         SpawnResult result;
     };
+    using IsKnown = std::function<bool(pid_t)>;
 
     SpawnPool();
-    ~SpawnPool() { Stop(); }
+    ~SpawnPool();
     SpawnPool(SpawnPool const&) = delete;
     SpawnPool& operator=(SpawnPool const&) = delete;
 
-    void Start(RunSpec spec, String mark, UniqueFd output) CK_EXCLUDES(m_guard);
+    void Start(RunSpec spec, String mark, UniqueFd output);
 
     // Readable when there is something to take.
-    int Descriptor() const { return m_ready.Get(); }
+    int Descriptor() const;
     // What has been started, or could not be, since the last call.
-    std::vector<Done> TakeDone() CK_EXCLUDES(m_guard);
+    std::vector<Done> TakeDone();
     // How many were asked for and not taken yet.
     size_t InFlight() const { return m_inFlight; }
 
-    // Drops what has not begun and waits for the rest, which can still be taken.
-    void Stop() CK_EXCLUDES(m_guard);
+    // Starts another thread where one is due. In how many milliseconds it wants to be
+    // called again; -1 for never.
+    int Tend();
+
+    // Keeps a unit that is being started from running. True: it never will, and is not
+    // among those done. Else its process is killed before it is a program, and it is told
+    // as any other. `isKnown` says which processes have been taken.
+    bool Kill(UID const& work, IsKnown const& isKnown);
+    // The same for all of them.
+    void Abandon(IsKnown const& isKnown);
 
 private:
     struct Order {
@@ -49,17 +64,30 @@ private:
         String mark;
         UniqueFd output;
     };
-    void Work() CK_EXCLUDES(m_guard);
+    struct Worker {
+        enum class Stage { Idle, Looking, Starting };
+        pid_t thread = 0;
+        UID work;
+        Stage stage = Stage::Idle;
+        bool canceled = false;
+        std::chrono::steady_clock::time_point since;
+    };
+    // Outlives the pool as long as a thread hangs.
+    struct State {
+        UniqueFd ready;
+        CommonMutex guard;
+        CommonCondition wake;
+        std::deque<Order> orders CK_GUARDED_BY(guard);
+        std::vector<Done> done CK_GUARDED_BY(guard);
+        std::vector<std::shared_ptr<Worker>> workers CK_GUARDED_BY(guard);
+        bool stopping CK_GUARDED_BY(guard) = false;
+    };
+    static void Work(std::shared_ptr<State> const& state, std::shared_ptr<Worker> const& worker);
+    void AddThread() CK_REQUIRES(m_state->guard);
+    bool Cancel(Worker& worker, IsKnown const& isKnown) CK_REQUIRES(m_state->guard);
 
-    UniqueFd m_ready;
+    std::shared_ptr<State> const m_state = std::make_shared<State>();
     size_t m_inFlight = 0;
-    std::vector<std::thread> m_threads;
-
-    CommonMutex m_guard;
-    CommonCondition m_wake;
-    std::deque<Order> m_orders CK_GUARDED_BY(m_guard);
-    std::vector<Done> m_done CK_GUARDED_BY(m_guard);
-    bool m_stopping CK_GUARDED_BY(m_guard) = false;
 };
 
 } // namespace vorlan::runner

@@ -110,6 +110,7 @@ void Core::ListenToEngines() {
     Farm& f = *m_farm;
     On<RegisterEngineMsg>(k_Reports, [&f](Peer& p, auto const& m) { f.engineActions->OnRegister(p, *m); });
     On<HeartbeatMsg>(k_Reports, [](Peer&, auto const&) {}); // that it was heard is all
+    On<WorkPreparingMsg>(k_Reports, [&f](Peer& p, auto const& m) { f.engineActions->OnPreparing(p, *m); });
     On<WorkBegunMsg>(k_Reports, [&f](Peer& p, auto const& m) { f.engineActions->OnBegun(p, *m); });
     On<WorkProgressMsg>(k_Reports, [&f](Peer& p, auto const& m) { f.engineActions->OnProgress(p, *m); });
     On<WorkEndedMsg>(k_Reports, [&f](Peer& p, auto const& m) { f.engineActions->OnEnded(p, *m); });

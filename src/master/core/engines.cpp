@@ -4,6 +4,7 @@
 #include "master/core/jobs.h"
 #include "master/core/rows.h"
 #include "master/core/runs.h"
+#include "master/core/settings.h"
 
 #include <boost/make_shared.hpp>
 #include <corekit/sformat.h>
@@ -163,6 +164,7 @@ void Engines::OnRegister(Peer& peer, RegisterEngineMsg const& message) {
     StoreEngine(*engine);
     TellEngine(*engine);
     SendSettings(*engine);
+    m_farm.settings->SendToEngine(peer.id);
     Note(*engine, isNew ? "Connected for the first time" : "Connected");
     CompareClocks(*engine, message.clock);
     m_farm.out.Log(LogLevel::Status, "Engine " + record->Name() + " connected");
@@ -285,6 +287,13 @@ void Engines::Settle(EngineEntry& engine, RegisterEngineMsg const& message) {
 // it, how long ago by its steady clock.
 Time Engines::AgoAt(EngineEntry const& engine, Time const& at, int64_t steadyMs) const {
     return steadyMs > 0 ? Time(steadyMs) : std::max(m_farm.now - (at + engine.clockOffset), Time());
+}
+
+// The time for its start begins anew.
+void Engines::OnPreparing(Peer& peer, WorkPreparingMsg const& message) {
+    Run* const run = m_farm.FindRun(message.work);
+    if (run && peer.engine && run->engine == peer.engine)
+        run->assignedAt = m_farm.steady;
 }
 
 void Engines::OnBegun(Peer& peer, WorkBegunMsg const& message) {

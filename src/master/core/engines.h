@@ -16,6 +16,7 @@ public:
 
     // From Engines.
     void OnRegister(Peer& peer, RegisterEngineMsg const& message);
+    void OnPreparing(Peer& peer, WorkPreparingMsg const& message);
     void OnBegun(Peer& peer, WorkBegunMsg const& message);
     void OnProgress(Peer& peer, WorkProgressMsg const& message);
     // A line of the Engine's own; cut to a length for people.

@@ -69,8 +69,8 @@ struct Run {
     std::vector<RunElement> elements;
     boost::shared_ptr<Job> unit; // as clients were told last; never changed once told
     std::optional<PendingStop> stop;
-    Steady assignedAt;
-    Steady startedAt; // once it has started
+    Steady assignedAt; // or when its Engine last said that it prepares it
+    Steady startedAt;  // once it has started
 
     // What it counts for, as it was when it was given out.
     UID type;

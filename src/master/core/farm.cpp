@@ -95,6 +95,21 @@ Usage const& Farm::UsageOf(std::unordered_map<UID, Usage> const& usages, UID con
     return at == usages.end() ? s_none : at->second;
 }
 
+OptionMap Farm::OptionsOn(EngineEntry const& engine, UID const& type) const {
+    OptionMap options;
+    auto const add = [&](OptionMap const& more) {
+        for (auto const& [name, value] : more)
+            options[name] = value;
+    };
+    if (auto const common = sections.find(type.ToString()); common != sections.end())
+        add(common->second.options);
+    if (auto const common = defaultProducts.find(type); common != defaultProducts.end())
+        add(common->second.options);
+    if (auto const own = engine.products.find(type); own != engine.products.end())
+        add(own->second.options);
+    return options;
+}
+
 EngineProduct const* Farm::ProductOn(EngineEntry const& engine, UID const& type) const {
     auto const own = engine.products.find(type);
     if (own != engine.products.end())

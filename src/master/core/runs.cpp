@@ -197,8 +197,7 @@ Run& Runs::Give(JobEntry& job, EngineEntry& engine, Spans packet) {
 
     auto order = RunWorkMsg::New();
     order->work = run.unit;
-    if (EngineProduct const* const product = m_farm.ProductOn(engine, run.type))
-        order->engineOptions = product->options;
+    order->engineOptions = m_farm.OptionsOn(engine, run.type);
     m_farm.out.To(engine.peer, order);
     TellUnit(run);
     TellElement(job, run.work, engine.id, run.subRange, run.elements.back());

@@ -74,9 +74,17 @@ void Settings::OnOptions(PeerId peer, SetMasterOptionsMsg const& message) {
     m_farm.jobActions->GiveUpAllAtLimit();
     if (message.section.CompareNoCase(o_Setup) == 0) {
         auto const info = InfoMessage();
-        for (auto const& [id, other] : m_farm.peers.All())
+        for (auto const& [id, other] : m_farm.peers.All()) {
             m_farm.out.To(id, info);
+            if (other.engine)
+                SendToEngine(id);
+        }
     }
+}
+
+void Settings::SendToEngine(PeerId peer) {
+    m_farm.out.To(peer, SectionMessage(o_Setup));
+    SendTranslations(peer);
 }
 
 // Reads what the distribution needs of a section that changed.

@@ -31,6 +31,8 @@ public:
     void SendOptions(PeerId peer);
     void SendLimits(PeerId peer) { m_farm.out.To(peer, LimitsMessage()); }
     void SendRestrictions(PeerId peer) { m_farm.out.To(peer, RestrictionsMessage()); }
+    // What an Engine needs to know of them.
+    void SendToEngine(PeerId peer);
     void SendTranslations(PeerId peer) { m_farm.out.To(peer, TranslationsMessage()); }
     void SendStartup(PeerId peer) { m_farm.out.To(peer, StartupMessage()); }
     void SendPools(PeerId peer);
