@@ -52,12 +52,11 @@ String ReadInput(std::istream& in) {
 }
 
 // The Jobs of the file, their paths absolute.
-std::vector<JobPtr> JobsOfFile(Context& context, Path const& path) {
+std::vector<JobPtr> JobsOfFile(Context& context, Path const& path, String const& input) {
     bool const isInput = path.Text() == k_StandardInput;
     // Owned here: a file cannot be moved.
-    auto const opened = isInput
-                            ? std::make_unique<JobFile>(ReadInput(context.In()), "The Job file on the standard input")
-                            : std::make_unique<JobFile>(path, true, false);
+    auto const opened = isInput ? std::make_unique<JobFile>(input, "The Job file on the standard input")
+                                : std::make_unique<JobFile>(path, true, false);
     JobFile& file = *opened;
     file.ConformFromVersion(0);
     if (String const warning = file.CheckNames(); !warning.Empty())
@@ -97,14 +96,14 @@ void Override(Job& job, SubmitOptions const& options) {
     TakeShownChoices(job, *product);
 }
 
-std::vector<JobPtr> MakeJobs(Context& context, SubmitOptions const& options) {
+std::vector<JobPtr> MakeJobs(Context& context, SubmitOptions const& options, String const& input) {
     Farm& farm = context.TheFarm();
     farm.LoadPools();
     std::vector<JobPtr> jobs;
     if (options.file.empty())
         jobs.push_back(JobFactory::s_JobFactory->CreateJob(ResolveProduct(options.product)->Type()));
     else
-        jobs = JobsOfFile(context, options.file);
+        jobs = JobsOfFile(context, options.file, input);
     if (jobs.size() > 1 && !options.name.empty())
         throw CommandException(ExitCode::Usage,
                                "--name is for one Job; the file has " + String::From(jobs.size()) + ".");
@@ -147,15 +146,17 @@ ExitCode Submit(Context& context, SubmitOptions const& options) {
     if (options.file.empty() == options.product.empty())
         throw CommandException(ExitCode::Usage, "Give either a Job file or --product.");
     Farm& farm = context.TheFarm();
-    std::vector<JobPtr> const jobs = MakeJobs(context, options);
+    String const input = options.file == k_StandardInput ? ReadInput(context.In()) : String();
+    auto const tell = [&context](String const& reason) {
+        context.Err() << "vorlan: " << Printable(reason, true) << " Waiting for it to come back, to submit again."
+                      << std::endl;
+    };
+    std::vector<JobPtr> const jobs = farm.Surely([&] { return MakeJobs(context, options, input); }, tell);
     Farm::MessageList messages;
     UID const submission(true);
     for (JobPtr const& job : jobs)
         messages.push_back(JobMsg::Create(job, submission));
-    auto const refusals = farm.DoAllSurely(messages, [&context](String const& reason) {
-        context.Err() << "vorlan: " << Printable(reason, true) << " Waiting for it to come back, to submit again."
-                      << std::endl;
-    });
+    auto const refusals = farm.Surely([&] { return farm.DoAll(messages); }, tell);
     std::vector<JobPtr> accepted;
     for (JobPtr const& job : jobs) {
         auto const refused =

@@ -142,8 +142,11 @@ private:
     void PrintJson() {
         if (!m_request.json)
             return;
+        // As it is now: how much of it is active was not followed.
+        std::set<UID> const ids(m_request.jobs.begin(), m_request.jobs.end());
         m_farm.LoadFailures();
-        m_farm.LoadHistories({m_request.jobs.begin(), m_request.jobs.end()});
+        m_farm.LoadJobs(ids);
+        m_farm.LoadHistories(ids);
         Json list = Json::array();
         for (UID const& id : m_request.jobs) {
             auto const end = m_ends.find(id);

@@ -138,21 +138,6 @@ std::vector<Farm::Refusal> Farm::DoAll(MessageList const& messages) {
     return std::exchange(m_refusals, {});
 }
 
-std::vector<Farm::Refusal> Farm::DoAllSurely(MessageList const& messages,
-                                             std::function<void(String const&)> const& tell) {
-    auto const deadline = Clock::now() + k_Patience;
-    for (;;) {
-        try {
-            return DoAll(messages);
-        } catch (CommandException const& exception) {
-            if (exception.Exit() != ExitCode::NoMaster || Clock::now() >= deadline)
-                throw;
-            tell(exception.Message());
-        }
-        Reconnect(deadline);
-    }
-}
-
 String Farm::Report(boost::shared_ptr<Message const> const& request) {
     m_refusals.clear();
     Send(request);

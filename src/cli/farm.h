@@ -2,6 +2,7 @@
 
 // The farm as a command sees it: a connection and what came over it.
 
+#include "cli/exitcode.h"
 #include "cli/farmview.h"
 #include "cli/masterlink.h"
 
@@ -50,9 +51,22 @@ public:
     };
     using MessageList = std::vector<boost::shared_ptr<Message const>>;
     std::vector<Refusal> DoAll(MessageList const& messages);
-    // The same for messages that may be sent again: a Master that goes away is waited
-    // for. `tell` hears of it.
-    std::vector<Refusal> DoAllSurely(MessageList const& messages, std::function<void(String const&)> const& tell);
+    // What `function` gives. It may be called again: a Master that goes away meanwhile is
+    // waited for. `tell` hears of it.
+    template <class Function>
+    auto Surely(Function const& function, std::function<void(String const&)> const& tell) {
+        auto const deadline = Clock::now() + k_Patience;
+        for (;;) {
+            try {
+                return function();
+            } catch (CommandException const& exception) {
+                if (exception.Exit() != ExitCode::NoMaster || Clock::now() >= deadline)
+                    throw;
+                tell(exception.Message());
+            }
+            Reconnect(deadline);
+        }
+    }
     // Sends without waiting for anything.
     void Send(boost::shared_ptr<Message const> const& message) { m_link->Send(message); }
 

@@ -139,13 +139,21 @@ TEST_F(Submitting, NamesBecomeIds) {
 
 TEST_F(Submitting, ReadsTheStandardInputAndTellsTheStateAfterTheWait) {
     m_master.input = File::Read(WriteJobFile(R"("SceneFile": "/a.pov", "OutputFolder": "o")")).Str();
-    m_master.later.push_back([](FakeMaster& m) { m.TellFinished(m.jobs.begin()->second, Failed); });
+    m_master.onCommand = [this] {
+        if (m_master.units.empty() && !m_master.jobs.empty())
+            m_master.AddUnit(m_master.jobs.begin()->first, UID(true), "1");
+    };
+    m_master.later.push_back([](FakeMaster& m) {
+        m.units.clear();
+        m.TellFinished(m.jobs.begin()->second, Failed);
+    });
     auto const result = Run("submit - --wait --json");
     EXPECT_EQ(result.code, 1);
     json const printed = json::parse(result.out);
     ASSERT_EQ(printed.size(), 1U);
     EXPECT_EQ(printed[0].at("status").at("name"), "Failed");
     EXPECT_EQ(printed[0].at("failedFrames"), "");
+    EXPECT_EQ(printed[0].at("activeWork"), 0);
     EXPECT_EQ(m_master.Got<JobMsg>().at(0)->job->Get("OutputFolder", false),
               String(std::filesystem::current_path().native()) + "/o");
     m_master.input = "{";
