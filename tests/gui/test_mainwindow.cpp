@@ -1,6 +1,7 @@
 // The main window's parts: splitter, menus, bars.
 #include "guitest.h"
 
+#include "rows/jobcolumns.h"
 #include "window/infofacts.h"
 #include "window/infopane.h"
 #include "window/toolbar.h"
@@ -191,6 +192,22 @@ TEST_F(MainWindowTest, TheInfoPaneKeepsUp) {
     EXPECT_TRUE(PumpUntil([&] { return pane.Facts().state == "Disabled"; }));
     Window().ClearData();
     EXPECT_EQ(pane.Facts(), InfoFacts());
+}
+
+TEST_F(MainWindowTest, TheInfoPaneSaysWhatTheListsSay) {
+    StartLarge();
+    auto const job = NewJob("beauty");
+    job->SetParameter(p_PercentDone, "4.07");
+    EXPECT_EQ(FactsOf(JobInfo(job), Time()).facts[0].value, ProgressBarText(4.07F));
+    InfoPane& pane = *Window().Info();
+    auto const unit = Unit("7", AddJob("beauty")->job->id);
+    Assign(unit, AddEngine("rack7", true));
+    pane.SetToWork(WorkList::Get().FindWork(unit->id));
+    Say<FinishedWorkMsg>([&](FinishedWorkMsg& message) {
+        message.work = unit->id;
+        message.status = Finished;
+    });
+    EXPECT_TRUE(PumpUntil([&] { return pane.Facts().stateColor == ColorName::TextBlue; }));
 }
 
 TEST_F(MainWindowTest, ANarrowInfoPaneBreaksNoWordAndScrolls) {

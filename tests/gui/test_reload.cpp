@@ -77,6 +77,18 @@ TEST_F(ReloadWindowTest, WhatIsSeenGoesFromTheOldRowsToTheNew) {
     EXPECT_TRUE(Looks(work, Work()));
 }
 
+TEST_F(ReloadWindowTest, AMasterThatDoesNotAnswerIsToldOf) {
+    wxImage const before = ScreenPixels(Jobs());
+    Refresh();
+    for (int i = 0; i < 24; ++i)
+        Tick();
+    EXPECT_FALSE(Looks(before, Jobs()));
+    EXPECT_EQ(FirstStalePixel(Jobs()), "");
+    TellJobs();
+    Tick();
+    EXPECT_TRUE(Looks(before, Jobs())) << "place and row of the keyboard as before";
+}
+
 TEST_F(ReloadWindowTest, AListThatStaysEmptySaysSoAtTheEnd) {
     wxImage const before = ScreenPixels(Jobs());
     Refresh();

@@ -3,6 +3,7 @@
 #include <corekit/callentry.h>
 #include <vorlan/vorlanapp.h>
 #include <wx/bookctrl.h>
+#include <wx/intl.h>
 #include <wx/listctrl.h>
 #include <wx/thread.h>
 #include <wx/wxtimed.h>
@@ -15,6 +16,8 @@ namespace {
 
 // Time columns run on once a second.
 constexpr int k_TicksPerSecond = 1000 / wxTimed::k_PeriodMs;
+// After so many ticks without an answer a list says what it waits for.
+constexpr int k_TicksOfPatience = 5 * k_TicksPerSecond;
 // So many rows above and below one that is gone are looked at for one that is left.
 constexpr int k_MostNeighbours = 1000;
 
@@ -96,7 +99,15 @@ void ListCtrlBase::OnListCleared() {
     m_placeBeforeLoad = std::make_unique<Place>(TakePlace());
     m_placeBeforeLoad->selection.clear();
     m_placeBeforeLoad->anchor = UID::Null;
+    m_loadTicks = 0;
     Clear();
+}
+
+void ListCtrlBase::LosePatience() {
+    if (!m_placeBeforeLoad || !IsLoading() || ++m_loadTicks != k_TicksOfPatience)
+        return;
+    SetEmptyText(_("Waiting for the Master..."));
+    ReleasePicture();
 }
 
 // The last window below a book is its page; the page in front is the one that is seen. A
@@ -114,6 +125,7 @@ bool ListCtrlBase::IsAwake() const {
 
 void ListCtrlBase::OnTick() {
     UpdateIfDirty();
+    LosePatience();
     FitColumns();
     int const type = TimeColumnType();
     if (type < 0 || ++m_ticks < k_TicksPerSecond)

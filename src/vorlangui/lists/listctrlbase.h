@@ -129,6 +129,8 @@ private:
     String TranslatedLabel(int type, String const& label) const;
     String UntranslatedLabel(int column) const;
     void FitColumns();
+    // A load that nobody answers is told of in place of the old picture.
+    void LosePatience();
 
     String const m_section;
     ListContents m_contents;
@@ -139,6 +141,7 @@ private:
     int m_ticks = 0;
     // Of the rows that were there before the list was emptied for a load.
     std::unique_ptr<Place> m_placeBeforeLoad;
+    int m_loadTicks = 0; // since then
     // Changes have been missed while nobody looked.
     bool m_isStale = false;
     // The columns are those that a list begins with, and nobody has made one wider.

@@ -3,8 +3,9 @@
 #include "client/farmclient.h"
 #include "model/joblist.h"
 #include "model/pooltable.h"
+#include "rows/jobcolumns.h"
+#include "rows/workcolumns.h"
 
-#include <algorithm>
 #include <corekit/sformat.h>
 #include <vorlan/keys.h>
 #include <wx/translation.h>
@@ -35,8 +36,7 @@ String Span(Time const& span) {
 }
 
 String Progress(Job const& job) {
-    double const percent = std::clamp(static_cast<double>(job.PercentDone()), 0.0, 100.0);
-    String text = SFormat("%.4g%%", static_cast<double>(static_cast<int>(percent * 10)) / 10);
+    String text = ProgressBarText(job.PercentDone());
     if (int64_t const frames = job.GetParameterString(p_RangeCount).Int(); frames > 0)
         text += SFormat(" of %lld frame%s", static_cast<long long>(frames), frames == 1 ? "" : "s");
     return text;
@@ -55,6 +55,12 @@ ColorName JobColor(JobInfo const& info) {
     default:
         return ColorName::Text;
     }
+}
+
+ColorName WorkColor(Job const& unit) {
+    if (unit.IsFailed())
+        return ColorName::TextRed;
+    return unit.IsFinished() ? ColorName::TextBlue : ColorName::TextGreen;
 }
 
 ColorName EngineColor(EngineInfo const& engine) {
@@ -127,14 +133,14 @@ InfoFacts FactsOf(WorkInfo const& work, Time const& now) {
         return facts;
     facts.heading = work.work->Name();
     facts.state = work.work->StatusAsString();
-    facts.stateColor = ColorName::TextGreen;
+    facts.stateColor = WorkColor(*work.work);
     Collector collect(facts);
     if (work.job && work.job->job)
         collect.Add(wxTRANSLATE("Job"), work.job->job->Name());
     if (work.engine)
         collect.Add(wxTRANSLATE("Engine"), work.engine->Name());
     collect.Add(wxTRANSLATE("Elapsed"), Span(work.Elapsed(now)));
-    collect.Add(wxTRANSLATE("Percent Done"), SFormat("%.0f%%", static_cast<double>(work.work->PercentDone())));
+    collect.Add(wxTRANSLATE("Percent Done"), WorkProgressText(work.work->PercentDone()));
     collect.Add(wxTRANSLATE("Pool"), work.Pool());
     collect.Add(wxTRANSLATE("Note"), work.work->Note());
     return facts;

@@ -24,7 +24,7 @@ constexpr int k_FactsTop = 76;
 constexpr int k_FactHeight = 22;
 constexpr int k_LineHeight = 18; // within a fact
 constexpr int k_NameGap = 16;
-constexpr int k_LeastValueWidth = 88; // beside the names: a date, and most words
+constexpr int k_LeastValueWidth = 80; // beside the names: a date, and most words
 constexpr int k_GapBelow = 4;         // more behind a value below its name
 constexpr int k_WidestName = 160;
 constexpr int k_HeadingPoints = 4;
@@ -83,7 +83,12 @@ void InfoPane::SetToEngine(boost::shared_ptr<EngineInfo> const& engine) {
 void InfoPane::SetToWork(boost::shared_ptr<WorkInfo> const& work) {
     if (!work)
         return SetToNone();
-    SetTo([work] { return FactsOf(*work, Time::CurrentTime()); });
+    // The time of a unit that has ended stands still.
+    SetTo([work, now = Time::CurrentTime()]() mutable {
+        if (work->work && WorkList::Get().FindWork(work->work->id))
+            now = Time::CurrentTime();
+        return FactsOf(*work, now);
+    });
 }
 
 void InfoPane::OnTimer() {
