@@ -103,8 +103,10 @@ void ListCtrlBase::FitColumns() {
         int const start = StartWidth(GetColumnType(static_cast<size_t>(column)));
         int const label = GetLabelWidth(column);
         SetColumnWidth(column, k_FitWidth, false);
-        needs.push_back({std::max(FromDIP(start), label), GetColumnWidth(static_cast<size_t>(column)),
-                         std::max(FromDIP(ColumnWidth::Least(start)), label)});
+        int const content =
+            std::max(GetColumnWidth(static_cast<size_t>(column)), FromDIP(std::min<int>(start, ColumnWidth::Word)));
+        needs.push_back(
+            {std::max(FromDIP(start), label), content, std::max(FromDIP(ColumnWidth::Least(start)), label)});
     }
     std::vector<int> const widths = FittedWidths(needs, room, FromDIP(k_MostFitted));
     for (int column = 0; column < GetColumnCount(); ++column)

@@ -29,7 +29,7 @@ std::vector<int> FittedWidths(std::span<ColumnNeed const> needs, int room, int m
     for (bool const keepsContent : {true, false}) {
         std::vector<int> gifts;
         for (size_t i = 0; i < needs.size(); ++i) {
-            int const kept = keepsContent ? std::max(needs[i].least, needs[i].content) : needs[i].least;
+            int const kept = keepsContent ? needs[i].content : std::min(needs[i].content, needs[i].least);
             gifts.push_back(std::max(0, widths[i] - kept));
         }
         Shrink(widths, gifts, room);

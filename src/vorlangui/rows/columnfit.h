@@ -10,8 +10,8 @@ namespace vorlan {
 // What one column asks for, in pixels.
 struct ColumnNeed {
     int start;   // what columns of its type begin with
-    int content; // what its title and the cells in sight want
-    int least;   // nothing takes it below that
+    int content; // what its title and the cells in sight want, and some room for others
+    int least;   // nothing takes it below that, unless its content wants less
 };
 
 // Each as wide as its content wants, no less than its start and no more than `most` unless

@@ -140,7 +140,8 @@ InfoFacts FactsOf(WorkInfo const& work, Time const& now) {
     if (work.engine)
         collect.Add(wxTRANSLATE("Engine"), work.engine->Name());
     collect.Add(wxTRANSLATE("Elapsed"), Span(work.Elapsed(now)));
-    collect.Add(wxTRANSLATE("Percent Done"), WorkProgressText(work.work->PercentDone()));
+    if (!work.work->IsFinished())
+        collect.Add(wxTRANSLATE("Percent Done"), WorkProgressText(work.work->PercentDone()));
     collect.Add(wxTRANSLATE("Pool"), work.Pool());
     collect.Add(wxTRANSLATE("Note"), work.work->Note());
     return facts;
