@@ -1,7 +1,5 @@
 #pragma once
 
-#include "ids.h"
-
 #include <corekit/string.h>
 #include <corekit/uid.h>
 #include <map>
@@ -26,18 +24,9 @@ struct CustomCommand {
 class CustomCommands {
 public:
     // Nothing when all numbers are taken.
-    std::optional<int> Add(CustomCommand command) {
-        int const id = m_commands.empty() ? int{k_IdFirstCustom} : m_commands.rbegin()->first + 1;
-        if (id > k_IdLastCustom)
-            return std::nullopt;
-        m_commands.emplace(id, std::move(command));
-        return id;
-    }
+    std::optional<int> Add(CustomCommand command);
     // Null for a number that was not given out, or not since Clear.
-    CustomCommand const* Find(int id) const {
-        auto const found = m_commands.find(id);
-        return found == m_commands.end() ? nullptr : &found->second;
-    }
+    CustomCommand const* Find(int id) const;
     // Their menus are made anew.
     void Clear() { m_commands.clear(); }
 

@@ -1,7 +1,8 @@
 #pragma once
 
 // The numbers of all commands. Menus, toolbar, lists and events know a command by its
-// number alone, so this page includes nothing.
+// number alone. This page includes nothing, and no header includes it: a new number builds
+// the few files anew that name one.
 
 namespace vorlan {
 

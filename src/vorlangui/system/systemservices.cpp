@@ -189,6 +189,7 @@ bool CanAct(int id) {
     return command->service != Service::EngineControl || IsServiceInstalled(Service::Engine);
 }
 
+// OnInstallEngine and its eleven fellows, by the number of the command.
 void OnService(MainWindow& window, wxCommandEvent& event) {
     CALL_ENTRY();
     std::optional<ServiceCommand> const command = ServiceCommandOf(event.GetId());
