@@ -4,11 +4,12 @@
 // asks here. Pure; any thread.
 
 #include <vorlan/fwd.h>
+#include <vorlan/values.h>
 
 namespace vorlan {
 
-inline constexpr int k_LowestPriority = 0;
-inline constexpr int k_HighestPriority = 100;
+inline constexpr int k_LowestPriority = static_cast<int>(Known(p_Priority).Info().low);
+inline constexpr int k_HighestPriority = static_cast<int>(Known(p_Priority).Info().high);
 
 // Neither finished nor paused.
 bool CanPause(Job const& job);

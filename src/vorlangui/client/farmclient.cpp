@@ -25,7 +25,7 @@ FarmClient::FarmClient() {
     EngineList::Get().SetMostLogLines([] { return k_OptionMaxEngineHistoryItems.Get(); });
     WorkList::Get();
     PoolTable::Get().Clear();
-    StatusFlags::Take();
+    StatusFlags::TakeMarked();
     Tick::s_Timer0250.Connect(this, &FarmClient::UpdateStatusStrings);
 }
 
@@ -115,7 +115,7 @@ void FarmClient::OnDeletePoolEvt(DeletePoolEvt& event) {
 }
 
 void FarmClient::UpdateStatusStrings() {
-    uint32_t const flags = StatusFlags::Take();
+    uint32_t const flags = StatusFlags::TakeMarked();
     if (flags == 0)
         return;
     auto marked = [flags](StatusFlag flag) { return (flags & static_cast<uint32_t>(flag)) != 0; };
@@ -158,7 +158,7 @@ void FarmClient::ForgetStatus() {
     m_engineStatus = String();
     m_jobStatus = String();
     m_workStatus = String();
-    StatusFlags::Take();
+    StatusFlags::TakeMarked();
     UpdateStatusBar();
 }
 

@@ -120,6 +120,11 @@ inline constexpr LocalOption<String> k_OptionInfoWork{k_WindowSection, "WORK", "
 inline constexpr LocalOption<bool> k_OptionAutoComplete{k_WindowSection, o_AutoComplete, o_AutoCompleteDefault,
                                                         "text fields complete what is typed"};
 
+// Of each list, in a section of its own.
+inline constexpr SectionOption<String> k_OptionAllColumns{"AllColumns", "", "its columns; empty: those it begins with"};
+inline constexpr SectionOption<int> k_OptionSortColumn{"SortCol", 0, "the column that sorts it"};
+inline constexpr SectionOption<int> k_OptionSecondSortColumn{"Sort2Col", -1, "the one before that; -1: none"};
+
 inline constexpr LocalOption<bool> k_OptionAlwaysAdministrate{o_Setup, "AlwaysAdministrate", false,
                                                               "this client starts in administrator mode"};
 inline constexpr LocalOption<unsigned> k_OptionMaxEngineHistoryItems{

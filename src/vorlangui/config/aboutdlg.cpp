@@ -1,7 +1,5 @@
 #include "aboutdlg.h"
 
-#include "rows/enginecolumns.h"
-
 #include <vorlan/messenger.h>
 #include <vorlan/version.h>
 #include <wx/intl.h>

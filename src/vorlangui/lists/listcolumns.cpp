@@ -1,4 +1,5 @@
 // The columns of a ListCtrlBase: which sort it, and how the options remember them.
+#include "client/options.h"
 #include "listctrlbase.h"
 #include "rows/columnfit.h"
 
@@ -13,10 +14,6 @@
 namespace vorlan {
 
 namespace {
-
-constexpr char k_AllColumns[] = "AllColumns";
-constexpr char k_SortColumn[] = "SortCol";
-constexpr char k_SecondSortColumn[] = "Sort2Col";
 
 // The pictures of SortImages.
 constexpr int k_FirstImages = 0;
@@ -112,7 +109,7 @@ void ListCtrlBase::FitColumns() {
     for (int column = 0; column < GetColumnCount(); ++column)
         SetColumnWidth(column, widths[static_cast<size_t>(column)], false);
     Refresh(false); // the header, too
-    if (!VorlanApp::GetOptions().GetValue(m_section, k_AllColumns, String()).Empty())
+    if (!k_OptionAllColumns.Get(VorlanApp::GetOptions(), m_section).Empty())
         SaveColumnInfo();
 }
 
@@ -142,7 +139,7 @@ void ListCtrlBase::SetDefaultColumns() {
 
 void ListCtrlBase::LoadColumnInfo() {
     IniFile const& options = VorlanApp::GetOptions();
-    StringTokenizer records(options.GetValue(m_section, k_AllColumns, String()), ";", '"', '`');
+    StringTokenizer records(k_OptionAllColumns.Get(options, m_section), ";", '"', '`');
     for (String record; records.Next(record);) {
         record.Replace("`;", ";");
         record.Replace("``", "`");
@@ -154,10 +151,10 @@ void ListCtrlBase::LoadColumnInfo() {
     }
     // From the current section, other than they are saved: what it remembers depends on
     // who has read the options before.
-    int column = 0;
-    options.GetValue(k_SortColumn, column);
+    int column = k_OptionSortColumn.Default();
+    options.GetValue(k_OptionSortColumn.Key(), column);
     m_primary = column < 0 || column >= GetColumnCount() ? 0 : column;
-    options.GetValue(k_SecondSortColumn, column);
+    options.GetValue(k_OptionSecondSortColumn.Key(), column);
     m_secondary = column < 0 || column >= GetColumnCount() || column == m_primary ? -1 : column;
     SetSortColImage(-1);
 }
@@ -217,9 +214,9 @@ void ListCtrlBase::SaveColumnInfo() const {
         record.Replace(";", "`;");
         joined += (joined.Empty() ? "" : ";") + record;
     }
-    options.SetValue(m_section, k_AllColumns, joined);
-    options.SetValue(m_section, k_SortColumn, m_primary);
-    options.SetValue(m_section, k_SecondSortColumn, m_secondary);
+    k_OptionAllColumns.Set(options, m_section, joined);
+    k_OptionSortColumn.Set(options, m_section, m_primary);
+    k_OptionSecondSortColumn.Set(options, m_section, m_secondary);
 }
 
 } // namespace vorlan

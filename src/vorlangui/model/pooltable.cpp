@@ -2,8 +2,6 @@
 
 #include "enginelist.h"
 
-#include <vorlan/keys.h>
-
 #include <utility>
 
 namespace vorlan {

@@ -6,6 +6,7 @@
 #include <corekit/uid.h>
 
 #include <map>
+#include <vorlan/keys.h>
 
 namespace vorlan {
 
@@ -35,7 +36,7 @@ public:
 private:
     mutable CommonMutex m_mutex{LockRank::PoolTable};
     std::map<UID, String> m_names CK_GUARDED_BY(m_mutex);
-    bool m_usesWholeSystem CK_GUARDED_BY(m_mutex) = true;
+    bool m_usesWholeSystem CK_GUARDED_BY(m_mutex) = o_UseWholeSystemDefault;
     Signal0<> m_namesChanged;
 };
 

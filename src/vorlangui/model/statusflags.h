@@ -20,7 +20,7 @@ public:
             s_flags.fetch_or(bit, std::memory_order_acq_rel);
     }
     // The bits that were marked since the last time.
-    static uint32_t Take() { return s_flags.exchange(0, std::memory_order_acq_rel); }
+    static uint32_t TakeMarked() { return s_flags.exchange(0, std::memory_order_acq_rel); }
 
 private:
     inline static std::atomic<uint32_t> s_flags{0};

@@ -6,6 +6,7 @@
 #include <corekit/sformat.h>
 #include <vorlan/failures.h>
 #include <vorlan/jobtemplate.h>
+#include <vorlan/version.h>
 
 #include <array>
 
@@ -216,9 +217,5 @@ RowColor Color(EngineInfo const& info, Time now) {
 bool IsTinted(EngineInfo const& info) { return FailureCounts(info.id).failures != 0; }
 
 } // namespace EngineColumns
-
-String VersionText(unsigned version) {
-    return SFormat("%u.%u.%u", version / 10000, version / 100 % 100, version % 100);
-}
 
 } // namespace vorlan

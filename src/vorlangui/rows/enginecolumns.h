@@ -47,7 +47,4 @@ bool IsTinted(EngineInfo const& info);
 
 } // namespace EngineColumns
 
-// "3.0.0" of 30000.
-String VersionText(unsigned version);
-
 } // namespace vorlan

@@ -205,7 +205,7 @@ String MainWindow::_GetMasterOption(String const& key) { return s_window ? s_win
 String MainWindow::DefaultCreator() {
     if (!s_window)
         return {};
-    switch (_GetMasterOption(o_CreatorMode).Int()) {
+    switch (_GetMasterOption(o_CreatorMode).Int(o_CreatorModeDefault)) {
     case 1:
         return Application::GetMachineName();
     case 2:
