@@ -365,8 +365,11 @@ TEST_F(MessengerTest, OutputThatComesFasterThanItIsWrittenEndsWithAWord) {
     ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0); // takes nothing while nobody reads
     ASSERT_TRUE(FileServer::Request(request, UID::FromName("silent"), true) != nullptr);
     String const data(std::string(FileServer::k_MaxQueuedBytes / 3, 'x'));
-    for (int64_t i = 0; i < 6; ++i)
+    for (int64_t i = 0; i < 2; ++i)
         OutputDataMsg::s_Signal.Emit(OutputDataMsg::Create(request, i * static_cast<int64_t>(data.size()), data));
+    // Pieces without data fill the memory as well.
+    for (size_t i = 0; i < FileServer::k_MaxQueuedBytes / sizeof(OutputDataMsg); ++i)
+        OutputDataMsg::s_Signal.Emit(OutputDataMsg::Create(request, 2 * static_cast<int64_t>(data.size())));
     std::ifstream reader(path.c_str());
     EXPECT_LE(std::string(std::istreambuf_iterator<char>(reader), {}).size(),
               FileServer::k_MaxQueuedBytes + data.size());

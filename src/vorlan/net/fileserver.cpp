@@ -62,12 +62,14 @@ private:
             CommonMutex::Lock const lock(m_guard);
             if (m_isOver)
                 return;
-            m_isOver = m_queuedBytes + message->data.size() > FileServer::k_MaxQueuedBytes;
+            m_isOver = m_queuedBytes + SizeOf(*message) > FileServer::k_MaxQueuedBytes;
             m_pieces.push_back(m_isOver ? Failed("it comes faster than this machine can write it") : message);
-            m_queuedBytes += m_pieces.back()->data.size();
+            m_queuedBytes += SizeOf(*m_pieces.back());
         }
         m_some.notify_one();
     }
+    // In memory: one without data counts, too.
+    static size_t SizeOf(OutputDataMsg const& piece) { return sizeof(piece) + piece.data.size() + piece.error.size(); }
     void OnDisconnected() { OnData(Failed("the connection to the Master was lost")); }
     boost::shared_ptr<OutputDataMsg> Failed(char const* reason) const {
         auto const end = OutputDataMsg::Create(m_request);
@@ -110,7 +112,7 @@ boost::shared_ptr<OutputDataMsg> FileRequest::NextPiece() {
         return {};
     boost::shared_ptr<OutputDataMsg> const piece = m_pieces.front();
     m_pieces.pop_front();
-    m_queuedBytes -= piece->data.size();
+    m_queuedBytes -= SizeOf(*piece);
     return piece;
 }
 
