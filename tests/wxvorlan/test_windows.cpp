@@ -15,6 +15,7 @@ std::ostream& operator<<(std::ostream& out, wxRect const& rect) {
 TEST(WindowPlace, IsWithinTheScreensThatThereAre) {
     std::vector<wxRect> const one{{0, 27, 800, 573}};
     std::vector<wxRect> const two{{0, 27, 1920, 1053}, {1920, 0, 1280, 1024}};
+    std::vector<wxRect> const same{one.front(), one.front()}; // two that show the same
     struct {
         std::vector<wxRect> const& screens;
         wxRect wanted, place;
@@ -25,6 +26,7 @@ TEST(WindowPlace, IsWithinTheScreensThatThereAre) {
         {one, {200, 100, 2400, 1300}, {0, 27, 800, 573}},
         {one, {-5000, -5000, 640, 400}, {0, 27, 640, 400}},
         {one, {100, 100, 320, 200}, {100, 100, 640, 400}},
+        {same, {450, 100, 700, 400}, {100, 100, 700, 400}},
         {two, {1400, 100, 1000, 800}, {1400, 100, 1000, 800}},
         {two, {1800, 900, 1300, 800}, {1920, 224, 1280, 800}},
         {two, {100, 900, 1000, 700}, {100, 380, 1000, 700}},

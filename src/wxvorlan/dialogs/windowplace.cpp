@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <wx/display.h>
+#include <wx/region.h>
 
 namespace {
 
@@ -16,16 +17,16 @@ wxRect wxvPlaceWithin(wxRect wanted, wxSize const& smallest, std::vector<wxRect>
     wanted.height = std::max(wanted.height, smallest.y);
     wxRect best = screens.front();
     int64_t most = 0;
-    int64_t shown = 0;
+    wxRegion all; // screens that show the same lie over each other
     for (wxRect const& screen : screens) {
+        all.Union(screen);
         int64_t const part = AreaOf(screen.Intersect(wanted));
-        shown += part;
         if (part > most) {
             most = part;
             best = screen;
         }
     }
-    if (shown >= AreaOf(wanted))
+    if (all.Contains(wanted) == wxInRegion)
         return wanted;
     wanted.width = std::min(wanted.width, best.width);
     wanted.height = std::min(wanted.height, best.height);

@@ -11,8 +11,7 @@
 namespace {
 
 // What the toolkit draws by itself, with `@Name` for each colour. No size is set
-// here that the toolkit would not choose, except for the padding of menus. A menu bar
-// has none at its sides: the toolkit lays it out two pixels wide before the first show.
+// here that the toolkit would not choose, except for the padding of menus.
 constexpr char k_StyleSheet[] = R"(
 @define-color placeholder_text_color @TextGrey;
 @define-color vorlan_header @Header;
