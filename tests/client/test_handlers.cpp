@@ -4,6 +4,7 @@
 
 #include "model/enginewatcher.h"
 #include "model/jobwatcher.h"
+#include "rows/rowkinds.h"
 
 #include <corekit/tick.h>
 
@@ -49,6 +50,14 @@ TEST_F(HandlersTest, TheMastersSettingsAreKept) {
         Say<SetMasterLimitsMsg>(
             [&name = name, &limit = limit](auto& message) { message.limits[UID::FromName(name)] = limit; });
     EXPECT_EQ(mirror.Master().Limits(), (std::map<UID, int>{{UID::FromName("b"), 5}})) << "as a whole";
+    // What stands for no Pool has another name, by which rows may be sorted.
+    uint32_t const names = CountNameChanges();
+    Say<SetMasterOptionsMsg>([](auto& message) {
+        message.section = o_Distribution;
+        message.options[o_UseWholeSystem] = k_No;
+    });
+    EXPECT_EQ(PoolName(UID::Null), "None");
+    EXPECT_NE(CountNameChanges(), names);
 }
 
 TEST_F(HandlersTest, TheWindowsHearWhatConcernsThem) {
@@ -59,6 +68,9 @@ TEST_F(HandlersTest, TheWindowsHearWhatConcernsThem) {
     Say<DispatchResultMsg>([](auto& message) { message.report = "line one\nline two"; });
     Say(MasterInfoMsg::New());
     Say(MasterDefaultStartupMsg::New());
+    LogLines log(LogLevel::Info);
+    Say<MasterLogsMsg>([](auto& message) { message.lines = {"a line of its log"}; });
+    EXPECT_TRUE(log.Has("Master: a line of its log"));
     EXPECT_EQ(windows.seen,
               (std::vector<String>{"restrictions", "Dispatch Report|line one\nline two", "heard", "heard"}));
 }

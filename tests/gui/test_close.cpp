@@ -115,9 +115,12 @@ TEST_F(CloseTest, AConnectionThatComesTooLateChangesNothing) {
     StartClient();
     outside.connected = true;
     Window().Close(true);
+    outside.TakeSteps();
     Connected();
+    EXPECT_TRUE(outside.TakeSteps().empty());
     Window().ShowView(MainWindow::k_ViewMain);
     Disconnected();
+    EXPECT_TRUE(outside.TakeSteps().empty());
     EXPECT_TRUE(PumpUntil([] { return MainWindow::Get() == nullptr; }));
     EXPECT_EQ(Gui().Window(), nullptr);
 }

@@ -6,6 +6,8 @@
 #include "lists/joblistctrl.h"
 #include "lists/worklistctrl.h"
 
+#include <wx/dcmemory.h>
+#include <wx/image.h>
 #include <wx/listctrl.h>
 #include <wx/menu.h>
 #include <wx/notebook.h>
@@ -340,6 +342,28 @@ TEST_F(ListCtrlTest, ColumnsAreAsWideAsWhatTheyHold) {
     EXPECT_EQ(list.GetCellRect(0, 1).GetRight(), list.GetClientSize().x - 1);
     list.SetColumnWidth(1, 2000);
     EXPECT_EQ(list.GetCellRect(0, 1).width, 2000);
+}
+
+// What the bar's end looks like: a line that can be told from both sides of it.
+TEST_F(ListCtrlTest, TheEndOfAProgressBarIsALine) {
+    auto& list = Add<>();
+    JobList::Get().UpdateJob(AddJob("begun", 1), p_PercentDone, "20");
+    list.Update();
+    constexpr int k_Progress = 3;
+    wxRect const cell = list.GetCellRect(0, k_Progress);
+    wxBitmap bitmap(list.GetClientSize());
+    wxMemoryDC dc(bitmap);
+    list.PaintCopy(dc);
+    dc.SelectObject(wxNullBitmap);
+    wxImage const image = bitmap.ConvertToImage();
+    std::vector<int> edges;
+    for (int x = cell.x; x < cell.GetRight(); ++x) {
+        if (int const y = cell.y + 4;
+            wxColour(image.GetRed(x, y), image.GetGreen(x, y), image.GetBlue(x, y)) == ProgressColorsOf(false).edge)
+            edges.push_back(x);
+    }
+    ASSERT_EQ(edges.size(), 1u);
+    EXPECT_NEAR(edges.front(), cell.x + cell.width / 5, 3);
 }
 
 // A language in which one word is known.

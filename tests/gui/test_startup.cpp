@@ -26,8 +26,12 @@ protected:
 };
 
 TEST_F(StartupTest, AFirstRunStartsEngineThenMaster) {
+    Options().SetValue("Communication", "Master", "here there");
+    Options().SetValue("Communication", "MasterPort", 7500);
     CommandLine line("VorlanGui", {});
     MainWindow& window = StartClient(&line);
+    EXPECT_EQ(Gui().OwnHosts().hosts, "here there");
+    EXPECT_EQ(Gui().OwnHosts().port, 7500);
     EXPECT_EQ(outside.TakeSteps(), (std::vector<String>{"start VorlanEngine", "start VorlanMaster", "stop Brakka",
                                                         "stop Merrow", "stop Panvale"}));
     EXPECT_TRUE(window.IsFirstRun());
@@ -39,6 +43,7 @@ TEST_F(StartupTest, AFirstRunStartsEngineThenMaster) {
     EXPECT_EQ(window.GetSize(), wxSize(wxSystemSettings::GetMetric(wxSYS_SCREEN_X) * 2 / 3,
                                        wxSystemSettings::GetMetric(wxSYS_SCREEN_Y) * 2 / 3));
     EXPECT_TRUE(PumpUntil([&] { return window.GetPosition() == wxPoint(0, 0); }));
+    EXPECT_EQ(window.GetTitle(), "VorlanGui - " + wxvText(Application::GetMachineName()));
 }
 
 TEST_F(StartupTest, AFirstRunOnARenderNodeIsEngineMode) {
