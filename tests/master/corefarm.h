@@ -65,7 +65,7 @@ public:
         m_config.setApart = setApart;
         core = std::make_unique<Core>(m_config);
         for (auto const& [key, record] : m_rows)
-            core->Restore(record);
+            core->Apply(record);
         core->RestoreDone(now);
     }
 

@@ -151,6 +151,16 @@ TEST_F(ShellTest, AJobIsStoredToldAndThereAgainAfterARestart) {
     ASSERT_TRUE(told);
     EXPECT_EQ(told->job->Name(), "first");
     EXPECT_TRUE(again.Take<EndJobInfoMsg>());
+    // Each transaction says which it is, and of which Master.
+    again.Follow();
+    again.Send(JobMsg::Create(NewJob("second")));
+    ASSERT_TRUE(again.Take<JobMsg>());
+    String position;
+    m_store->LoadAll([&](farm::Record const& record) {
+        if (record.kind == farm::RecordKind::Counter && record.number == farm::k_PositionRow)
+            position = record.body;
+    });
+    EXPECT_EQ(position, "2 2");
 }
 
 TEST_F(ShellTest, AFullDiskRefusesTheJobSaysSoAndTheFarmGoesOn) {

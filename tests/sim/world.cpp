@@ -1,6 +1,7 @@
 #include "sim/world.h"
 
 #include "master/core/audit.h"
+#include "master/core/dump.h"
 
 namespace sim {
 
@@ -36,6 +37,33 @@ World::World(WorldOptions const& options)
         m_clients.push_back(std::make_unique<SimClient>(m_products));
     m_core = std::make_unique<Core>(ConfigFor(m_random.Next(), m_products));
     m_core->RestoreDone(m_now);
+    m_follower = FromStore();
+}
+
+std::unique_ptr<Core> World::FromStore() {
+    auto core = std::make_unique<Core>(ConfigFor(m_random.Next(), m_products));
+    for (auto const& [key, record] : m_store.Rows())
+        core->Apply(record);
+    return core;
+}
+
+// One that has read the store and one that has followed it know the same.
+void World::CompareCores(Core const& reader, Core const& follower) {
+    std::vector<std::string> read;
+    StateSnapshot(reader.State()).Write([&](std::string_view line) {
+        read.emplace_back(line);
+        return true;
+    });
+    size_t at = 0;
+    StateSnapshot(follower.State()).Write([&](std::string_view line) {
+        if (at >= read.size() || read[at] != line)
+            Fail("a follower knows something else than the store: " + String(std::string(line)) + "\nrather than " +
+                 (at < read.size() ? String(read[at]) : String("nothing")));
+        ++at;
+        return m_fault.Empty();
+    });
+    if (at < read.size())
+        Fail("a follower lacks what the store has: " + String(read[at]));
 }
 
 // Most clocks are right.
@@ -188,6 +216,8 @@ void World::Turn(std::vector<Event> const& events, Fate fate) {
             records.push_back(*record);
     }
     m_store.Commit(records);
+    for (Record const& record : records)
+        m_follower->Apply(record);
     RememberFinished(finished);
     if (fate == Fate::LostAfterCommit) {
         Trace("the Master dies before it sends");
@@ -290,14 +320,18 @@ void World::Restart() {
         engine->peer = 0;
     for (auto const& client : m_clients)
         client->peer = 0;
-    m_core = std::make_unique<Core>(ConfigFor(m_random.Next(), m_products));
-    for (auto const& [key, record] : m_store.Rows())
-        m_core->Restore(record);
+    m_core = FromStore();
     Pass(Time(static_cast<int64_t>(Pick(5000))));
     // The machine may have been started anew as well.
     if (Chance(30))
         m_now.steady = Steady(Time(static_cast<int64_t>(Pick(100'000))));
     m_core->RestoreDone(m_now);
+    m_follower->RestoreDone(m_now);
+    CompareCores(*m_core, *m_follower);
+    // Whoever followed the dead Master takes over as well as one that reads the store.
+    if (Chance(50))
+        m_core.swap(m_follower);
+    m_follower = FromStore();
 }
 
 // Everybody is connected, and all that is under way has arrived.

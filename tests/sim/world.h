@@ -60,6 +60,8 @@ private:
         return all[Pick(all.size())];
     }
 
+    std::unique_ptr<Core> FromStore();
+    void CompareCores(Core const& reader, Core const& follower);
     Time SomeSkew();
     void Pass(Time span) {
         m_now += span;
@@ -115,6 +117,7 @@ private:
     Time m_passed; // the steady clock of all Engines
     SimStore m_store;
     std::unique_ptr<Core> m_core;
+    std::unique_ptr<Core> m_follower; // is told what the other one has committed
     SimClient::Products m_products;
     std::vector<std::unique_ptr<SimEngine>> m_engines;
     std::vector<std::unique_ptr<SimClient>> m_clients;

@@ -20,8 +20,7 @@ namespace {
 // Time-outs are looked at that often.
 constexpr Time k_CheckEvery = Time::Seconds(1);
 
-// The row that holds the numbers that may be in use, and how many are set aside at once.
-constexpr uint64_t k_NumbersRow = 1;
+// How many numbers of rows are set aside at once.
 constexpr uint64_t k_NumbersAtOnce = 1000;
 
 } // namespace
@@ -125,47 +124,47 @@ void Core::ListenToEngines() {
     });
 }
 
-void Core::Restore(Record const& record) {
+void Core::Apply(Record const& record) {
     m_farm->lastNumber = std::max(m_farm->lastNumber, record.number);
     switch (record.kind) {
     case RecordKind::Job:
-        m_farm->jobActions->RestoreJob(record);
+        m_farm->jobActions->ApplyJob(record);
         break;
     case RecordKind::JobState:
-        m_farm->jobActions->RestoreState(record);
+        m_farm->jobActions->ApplyState(record);
         break;
     case RecordKind::History:
-        m_farm->jobActions->RestoreRun(record);
+        m_farm->jobActions->ApplyRun(record);
         break;
     case RecordKind::Engine:
-        m_farm->engineActions->RestoreEngine(record);
+        m_farm->engineActions->ApplyEngine(record);
         break;
     case RecordKind::EngineOptions:
-        m_farm->engineActions->RestoreOptions(record);
+        m_farm->engineActions->ApplyOptions(record);
         break;
     case RecordKind::Pool:
-        m_farm->settings->RestorePool(record);
+        m_farm->settings->ApplyPool(record);
         break;
     case RecordKind::Product:
-        m_farm->settings->RestoreProduct(record);
+        m_farm->settings->ApplyProduct(record);
         break;
     case RecordKind::Option:
-        m_farm->settings->RestoreOption(record);
+        m_farm->settings->ApplyOption(record);
         break;
     case RecordKind::Failure:
-        m_farm->settings->RestoreFailure(record);
+        m_farm->settings->ApplyFailure(record);
         break;
     case RecordKind::EngineHistory:
-        m_farm->engineActions->RestoreHistory(record);
+        m_farm->engineActions->ApplyHistory(record);
         break;
     case RecordKind::Stagger:
-        m_farm->runActions->RestoreStagger(record);
+        m_farm->runActions->ApplyStagger(record);
         break;
     case RecordKind::DeletedJob:
-        m_farm->jobActions->RestoreDeleted(record);
+        m_farm->jobActions->ApplyDeleted(record);
         break;
     case RecordKind::Counter:
-        if (record.number == k_NumbersRow)
+        if (record.number == k_NumbersRow && record.op == Record::Op::Put)
             m_farm->lastNumber = std::max<uint64_t>(m_farm->lastNumber, record.body.Uint());
         m_farm->reservedNumbers = m_farm->lastNumber;
         break;

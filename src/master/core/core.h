@@ -55,11 +55,13 @@ public:
     Core(Core const&) = delete;
     Core& operator=(Core const&) = delete;
 
-    // One row of the store, in ascending order of kind and number, before anything
-    // else. Throws ParseException for a row that makes no sense; it is left out then,
-    // and restoring may go on.
-    void Restore(Record const& record);
-    // All rows are in. Needed after an empty store, too.
+    // One row, before anything else: of a store as a whole, in ascending order of kind and
+    // number, and then each that another Core has committed, in the order of its commits.
+    // It may come any number of times, the last one counts. So a Core can follow another
+    // one until it is to decide itself. Throws ParseException for a row that makes no
+    // sense; it is left out then, and the next may be applied.
+    void Apply(Record const& record);
+    // All rows are in: it decides from now on. Needed after an empty store, too.
     void RestoreDone(Moment const& now);
 
     // Appends to `effects`. Throws HandlingFailed, after which this Core is of no use any

@@ -513,7 +513,16 @@ void Engines::CheckTimes() {
     }
 }
 
-void Engines::RestoreEngine(Record const& record) {
+void Engines::ApplyEngine(Record const& record) {
+    auto const at = m_farm.engines.find(record.number);
+    if (record.op != Record::Op::Put) {
+        if (at == m_farm.engines.end())
+            return;
+        if (m_farm.FindEngine(at->second->id) == at->second.get())
+            m_farm.enginesById.erase(at->second->id);
+        m_farm.engines.erase(at);
+        return;
+    }
     auto engine = boost::make_shared<Engine>();
     DecodeEngine(record.body, *engine);
     UID const id = UIDOfRecord(record);
@@ -523,10 +532,19 @@ void Engines::RestoreEngine(Record const& record) {
         return;
     }
     engine->SetOnline(false);
-    Make(id, record.number).engine = engine;
+    (at == m_farm.engines.end() ? Make(id, record.number) : *at->second).engine = engine;
 }
 
-void Engines::RestoreOptions(Record const& record) {
+void Engines::ApplyOptions(Record const& record) {
+    if (record.op != Record::Op::Put) {
+        auto const erase = [&](auto& products) {
+            std::erase_if(products, [&](auto const& product) { return product.second.number == record.number; });
+        };
+        erase(m_farm.defaultProducts);
+        for (auto const& [number, engine] : m_farm.engines)
+            erase(engine->products);
+        return;
+    }
     EngineProductRow row = ReadEngineProductRow(record.body);
     ProductRule const rule = ProductRule::Read(row.options);
     EngineProduct product{record.number, std::move(row.options), rule};
@@ -536,9 +554,16 @@ void Engines::RestoreOptions(Record const& record) {
         engine->products[row.product] = std::move(product);
 }
 
-void Engines::RestoreHistory(Record const& record) {
+void Engines::ApplyHistory(Record const& record) {
+    auto const isIt = [&](auto const& line) { return line.first == record.number; };
+    if (record.op != Record::Op::Put) {
+        for (auto const& [number, engine] : m_farm.engines)
+            std::erase_if(engine->history, isIt);
+        return;
+    }
     EngineHistoryRow row = ReadEngineHistoryRow(record.body);
-    if (EngineEntry* const engine = m_farm.FindEngine(row.engine))
+    EngineEntry* const engine = m_farm.FindEngine(row.engine);
+    if (engine && std::none_of(engine->history.begin(), engine->history.end(), isIt))
         engine->history.emplace_back(record.number, std::move(row.element));
 }
 

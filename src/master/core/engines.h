@@ -49,10 +49,10 @@ public:
     // Adds a line to the Engine's log.
     void Note(EngineEntry& engine, String const& text);
 
-    // Restoring.
-    void RestoreEngine(Record const& record);
-    void RestoreOptions(Record const& record);
-    void RestoreHistory(Record const& record);
+    // Rows, before RestoreDone.
+    void ApplyEngine(Record const& record);
+    void ApplyOptions(Record const& record);
+    void ApplyHistory(Record const& record);
     void RestoreDone();
 
 private:

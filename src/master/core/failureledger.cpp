@@ -69,10 +69,21 @@ FailureEntry const& FailureLedger::Add(UID const& job, UID const& engine, UID co
 }
 
 void FailureLedger::Restore(FailureEntry const& entry) {
-    m_entries[{entry.item.job, entry.item.engine}] = entry;
+    FailureEntry& known = m_entries[{entry.item.job, entry.item.engine}];
+    std::vector<FailureEntry> changed;
+    Reset(known, changed);
+    known = entry;
     if (entry.item.count > 0)
         m_byJob[entry.item.job] += entry.item.count;
     Index(entry);
+}
+
+void FailureLedger::RemoveRow(uint64_t number) {
+    std::vector<uint64_t> numbers;
+    auto const at = std::find_if(m_entries.begin(), m_entries.end(),
+                                 [number](auto const& entry) { return entry.second.number == number; });
+    if (at != m_entries.end())
+        Remove(at, numbers);
 }
 
 unsigned FailureLedger::OfJob(UID const& job) const {

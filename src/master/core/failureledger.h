@@ -43,7 +43,9 @@ public:
     // Counts one more; the entry is stored under `number` if it is new.
     FailureEntry const& Add(UID const& job, UID const& engine, UID const& product, Time time, String const& note,
                             uint64_t number);
+    // An entry as it is stored: it takes the place of the one that was there.
     void Restore(FailureEntry const& entry);
+    void RemoveRow(uint64_t number);
 
     unsigned OfJob(UID const& job) const;
     unsigned OnEngine(UID const& job, UID const& engine) const;

@@ -50,11 +50,11 @@ public:
     void CheckTimes();
     Steady NextTime() const;
 
-    // Restoring, in this order.
-    void RestoreJob(Record const& record);
-    void RestoreState(Record const& record);
-    void RestoreRun(Record const& record);
-    void RestoreDeleted(Record const& record);
+    // Rows, before RestoreDone.
+    void ApplyJob(Record const& record);
+    void ApplyState(Record const& record);
+    void ApplyRun(Record const& record);
+    void ApplyDeleted(Record const& record);
     // All rows are in, the Engines too: puts the frames where they belong.
     void RestoreDone();
     // In the first event after that: ends the Jobs that have nothing left to do.
@@ -72,6 +72,8 @@ private:
     void FillEngines(JobEntry& job);
     void SetApart(JobEntry& job, String const& why);
     void RestoreFrames(JobEntry& job);
+    void ReadRuns(JobEntry& job);
+    void RestoreOpen(JobEntry& job, uint64_t number, RunRow row);
     void ReadSettings(JobEntry& job);
     void ReadAgain(JobEntry& job);
     void Rebuild(JobEntry& job);
@@ -96,8 +98,8 @@ private:
     void TellJob(JobEntry const& job);
 
     Farm& m_farm;
-    std::vector<uint64_t> m_unfinished; // after restoring: Jobs with nothing left to do
-    std::map<uint64_t, std::vector<std::pair<uint64_t, RunRow>>> m_open; // while restoring: runs that were out, by Job
+    std::vector<uint64_t> m_unfinished;                    // after restoring: Jobs with nothing left to do
+    std::map<uint64_t, std::map<uint64_t, String>> m_rows; // before RestoreDone: of the runs, by Job and number
 };
 
 } // namespace farm

@@ -23,25 +23,35 @@ int ResultOf(RunRow const& row) {
 
 } // namespace
 
-void Jobs::RestoreJob(Record const& record) {
-    auto owned = std::make_unique<JobEntry>();
+void Jobs::ApplyJob(Record const& record) {
+    if (record.op != Record::Op::Put) {
+        if (JobEntry* const job = m_farm.FindJob(record.number)) {
+            if (m_farm.FindJob(job->id) == job)
+                m_farm.jobsById.erase(job->id);
+            m_farm.jobs.erase(record.number);
+        }
+        m_rows.erase(record.number);
+        return;
+    }
+    auto const values = DecodeJob(record.body);
+    if (values->id != UIDOfRecord(record))
+        throw ParseException("A Job of the store has another id in its values than in its row.");
+    std::unique_ptr<JobEntry>& owned = m_farm.jobs[record.number];
+    if (!owned)
+        owned = std::make_unique<JobEntry>();
     JobEntry& job = *owned;
     job.number = record.number;
-    job.job = DecodeJob(record.body);
-    job.id = job.job->id;
-    if (job.job->Has(p_PercentDone))
-        job.toldPermille = -1; // the row may have an older one
-    job.job->Clear(p_Standstill);
-    if (job.id != UIDOfRecord(record))
-        throw ParseException("A Job of the store has another id in its values than in its row.");
+    job.id = values->id;
+    job.job = values;
+    job.toldPermille = values->Has(p_PercentDone) ? -1 : 0; // the row may have an older one
+    values->Clear(p_Standstill);
     m_farm.jobsById[job.id] = &job;
-    m_farm.jobs.emplace(job.number, std::move(owned));
 }
 
-void Jobs::RestoreState(Record const& record) {
+void Jobs::ApplyState(Record const& record) {
     JobEntry* const job = m_farm.FindJob(record.job);
-    if (!job)
-        return;
+    if (!job || record.op != Record::Op::Put)
+        return; // it goes with its Job
     JobStateRow row = ReadJobStateRow(record.body);
     job->deleting = row.deleting;
     job->redividedAt = row.redividedAt;
@@ -55,23 +65,46 @@ void Jobs::RestoreState(Record const& record) {
     }
 }
 
-void Jobs::RestoreRun(Record const& record) {
-    JobEntry* const job = m_farm.FindJob(record.job);
-    if (!job)
-        return;
-    RunRow row = ReadRunRow(record.body);
-    job->given += row.engine.IsNull() ? 0 : 1;
-    if (row.outcome == Outcome::Open) {
-        m_open[job->number].emplace_back(record.number, std::move(row));
+void Jobs::ApplyRun(Record const& record) {
+    if (record.op == Record::Op::EraseJob) {
+        m_rows.erase(record.job);
+    } else if (record.op == Record::Op::Erase) {
+        m_rows[record.job].erase(record.number);
+    } else {
+        ReadRunRow(record.body); // throws where it is none
+        m_rows[record.job][record.number] = record.body;
+    }
+}
+
+// All rows of its runs are in.
+void Jobs::ReadRuns(JobEntry& job) {
+    for (auto& [number, body] : m_rows[job.number]) {
+        RunRow row = ReadRunRow(body);
+        job.given += row.engine.IsNull() ? 0 : 1;
+        if (row.outcome == Outcome::Open) {
+            RestoreOpen(job, number, std::move(row));
+            continue;
+        }
+        Runs::CountPast(job, row);
+        if (IsFailedStatus(ResultOf(row)) && number > job.failuresResetAt)
+            NoteFailure(job, row.subRange, row.engine);
+        if (row.outcome == Outcome::Requeued || row.outcome == Outcome::Superseded)
+            job.givenUp[row.work] = {number, row.stop.has_value()};
+        job.past.push_back({number, std::move(body)});
+    }
+    m_rows.erase(job.number);
+}
+
+void Jobs::RestoreOpen(JobEntry& job, uint64_t number, RunRow row) {
+    if (EngineEntry* const engine = m_farm.FindEngine(row.engine)) {
+        m_farm.runActions->RestoreOpen(job, *engine, number, row);
         return;
     }
-    Runs::CountPast(*job, row);
-    int const result = ResultOf(row);
-    if (IsFailedStatus(result) && record.number > job->failuresResetAt)
-        NoteFailure(*job, row.subRange, row.engine);
-    if (row.outcome == Outcome::Requeued || row.outcome == Outcome::Superseded)
-        job->givenUp[row.work] = {record.number, row.stop.has_value()};
-    job->past.push_back({record.number, record.body});
+    // Its Engine was removed: the unit is queued again.
+    row.outcome = Outcome::Requeued;
+    row.elements.push_back({Lost, m_farm.now, "Its Engine is not known any more"});
+    row.elements.push_back({Closed, m_farm.now, String()});
+    job.past.push_back({number, WriteRow(row)});
 }
 
 void Jobs::NoteFailure(JobEntry& job, String const& subRange, UID const& engine) {
@@ -80,10 +113,21 @@ void Jobs::NoteFailure(JobEntry& job, String const& subRange, UID const& engine)
     failures.engines.insert(engine);
 }
 
-void Jobs::RestoreDeleted(Record const& record) {
+void Jobs::ApplyDeleted(Record const& record) {
+    auto& inOrder = m_farm.deletedInOrder;
+    if (record.op != Record::Op::Put) {
+        auto const at = inOrder.lower_bound({record.number, UID::Null});
+        if (at != inOrder.end() && at->first == record.number) {
+            m_farm.deletedJobs.erase(at->second);
+            inOrder.erase(at);
+        }
+        return;
+    }
     UID const id = UIDOfRecord(record);
+    if (auto const former = m_farm.deletedJobs.find(id); former != m_farm.deletedJobs.end())
+        inOrder.erase({former->second.number, id});
     m_farm.deletedJobs[id] = {record.number, ReadGoneWaitRow(record.body)};
-    m_farm.deletedInOrder.insert({record.number, id});
+    inOrder.insert({record.number, id});
 }
 
 // What an ended run made of its frames, the later run deciding.
@@ -171,7 +215,7 @@ void Jobs::RestoreDone() {
             CheckRange(*job.job, *job.product, job.frames);
     });
     each([this](JobEntry& job) { RestoreFrames(job); });
-    m_open.clear();
+    m_rows.clear();
     // What the end of the program cut short.
     std::vector<uint64_t> numbers;
     for (auto const& [number, job] : m_farm.jobs) {
@@ -185,22 +229,8 @@ void Jobs::RestoreDone() {
 }
 
 void Jobs::RestoreFrames(JobEntry& job) {
+    ReadRuns(job);
     m_farm.runActions->RestoreStarts(job);
-    auto const open = m_open.find(job.number);
-    if (open != m_open.end()) {
-        for (auto const& [runNumber, row] : open->second) {
-            if (EngineEntry* const engine = m_farm.FindEngine(row.engine)) {
-                m_farm.runActions->RestoreOpen(job, *engine, runNumber, row);
-                continue;
-            }
-            // Its Engine was removed: the unit is queued again.
-            RunRow lost = row;
-            lost.outcome = Outcome::Requeued;
-            lost.elements.push_back({Lost, m_farm.now, "Its Engine is not known any more"});
-            lost.elements.push_back({Closed, m_farm.now, String()});
-            job.past.push_back({runNumber, WriteRow(lost)});
-        }
-    }
     Rebuild(job);
     ShowProgress(job);
     if (job.settings.IsFinished())

@@ -43,6 +43,17 @@ struct Record {
     uint64_t job = 0; // the number of the Job that a Job, JobState or History row is part of
 };
 
+// Where a transaction stands among all: the term of the Master that made it, which grows
+// with each that takes over, and its number, which only grows.
+struct Position {
+    uint64_t term = 0;
+    uint64_t index = 0;
+};
+
+// The rows of the kind Counter.
+inline constexpr uint64_t k_NumbersRow = 1;  // up to where numbers of rows may be in use
+inline constexpr uint64_t k_PositionRow = 2; // the Position of the last transaction, a part of it
+
 // The id of a row that has one of 16 bytes.
 inline corekit::UID UIDOfRecord(Record const& record) {
     return corekit::UID::FromBytes({reinterpret_cast<uint8_t const*>(record.id.data()), record.id.size()});

@@ -73,7 +73,7 @@ public:
 
     // Restoring.
     void RestoreOpen(JobEntry& job, EngineEntry& engine, uint64_t number, RunRow const& row);
-    void RestoreStagger(Record const& record);
+    void ApplyStagger(Record const& record);
     // All rows are in, the time is known.
     void RestoreStaggers();
     // The starts of ended runs of a Job.
@@ -108,7 +108,7 @@ private:
     void Supersede(Run& run, SpanSet const& taken, String const& note);
 
     Farm& m_farm;
-    std::vector<StaggerRow> m_staggers; // while restoring
+    std::map<uint64_t, StaggerRow> m_staggers; // before RestoreDone, by the number of the row
 };
 
 } // namespace farm

@@ -152,10 +152,11 @@ void Runs::RestoreOpen(JobEntry& job, EngineEntry& engine, uint64_t number, RunR
     run.unit = MakeUnit(run);
 }
 
-void Runs::RestoreStagger(Record const& record) {
-    StaggerRow row = ReadStaggerRow(record.body);
-    m_farm.staggerRows[{row.owner, row.product}] = record.number;
-    m_staggers.push_back(std::move(row));
+void Runs::ApplyStagger(Record const& record) {
+    if (record.op == Record::Op::Put)
+        m_staggers[record.number] = ReadStaggerRow(record.body);
+    else
+        m_staggers.erase(record.number);
 }
 
 void Runs::ForgetStaggers(UID const& owner) {
@@ -167,7 +168,8 @@ void Runs::ForgetStaggers(UID const& owner) {
 }
 
 void Runs::RestoreStaggers() {
-    for (StaggerRow const& row : std::exchange(m_staggers, {})) {
+    for (auto const& [number, row] : std::exchange(m_staggers, {})) {
+        m_farm.staggerRows[{row.owner, row.product}] = number;
         EngineEntry* const engine = m_farm.FindEngine(row.owner);
         if (!row.product.IsNull() && !engine)
             continue;

@@ -322,7 +322,7 @@ void Settings::SendFailures(PeerId peer) {
     m_farm.out.To(peer, message);
 }
 
-void Settings::RestoreOption(Record const& record) {
+void Settings::ApplyOption(Record const& record) {
     m_farm.settingRows[record.id] = record.number;
     auto const decode = [&](auto message) {
         using T = typename decltype(message)::element_type;
@@ -340,19 +340,34 @@ void Settings::RestoreOption(Record const& record) {
         m_farm.sections[record.id] = {record.number, ReadOptionRow(record.body)};
 }
 
-void Settings::RestorePool(Record const& record) { m_farm.pools[UIDOfRecord(record)] = {record.number, record.body}; }
+void Settings::ApplyPool(Record const& record) {
+    if (record.op == Record::Op::Put)
+        m_farm.pools[UIDOfRecord(record)] = {record.number, record.body};
+    else
+        std::erase_if(m_farm.pools, [&](auto const& pool) { return pool.second.number == record.number; });
+}
 
-void Settings::RestoreProduct(Record const& record) {
+void Settings::ApplyProduct(Record const& record) {
+    if (record.op != Record::Op::Put) {
+        std::erase_if(m_farm.products, [&](auto const& product) { return product.second.number == record.number; });
+        return;
+    }
+    auto const product = record.body.Empty() ? nullptr : ProductFromText(record.body);
     ProductEntry& entry = m_farm.products[UIDOfRecord(record)];
     entry.number = record.number;
-    entry.removed = record.body.Empty();
-    if (entry.removed)
+    entry.removed = !product;
+    if (!product)
         return;
-    entry.product = ProductFromText(record.body);
+    entry.product = product;
     entry.text = record.body;
 }
 
-void Settings::RestoreFailure(Record const& record) { m_farm.failures.Restore(ReadFailureRow(record)); }
+void Settings::ApplyFailure(Record const& record) {
+    if (record.op == Record::Op::Put)
+        m_farm.failures.Restore(ReadFailureRow(record));
+    else
+        m_farm.failures.RemoveRow(record.number);
+}
 
 void Settings::RestoreDone() {
     for (auto const& [name, section] : m_farm.sections)

@@ -41,11 +41,11 @@ public:
     void SendFailures(PeerId peer);
     void SendMasterInfo(PeerId peer) { m_farm.out.To(peer, InfoMessage()); }
 
-    // Restoring.
-    void RestoreOption(Record const& record);
-    void RestorePool(Record const& record);
-    void RestoreProduct(Record const& record);
-    void RestoreFailure(Record const& record);
+    // Rows, before RestoreDone.
+    void ApplyOption(Record const& record);
+    void ApplyPool(Record const& record);
+    void ApplyProduct(Record const& record);
+    void ApplyFailure(Record const& record);
     void RestoreDone();
 
 private:

@@ -42,6 +42,15 @@ Moment CurrentMoment() {
     return {Time::CurrentTime(), Steady(Time(steady.count()))};
 }
 
+Record PositionRow(Position const& position) {
+    Record row;
+    row.kind = RecordKind::Counter;
+    row.number = k_PositionRow;
+    row.id = "position";
+    row.body = String::From(position.term) + " " + String::From(position.index);
+    return row;
+}
+
 // What the handshake proved of the other end, for as long as anybody holds it.
 Identity IdentityOf(boost::shared_ptr<net::Connection> const& connection) {
     return Identity(connection, &connection->Peer());
@@ -84,8 +93,12 @@ std::unique_ptr<Core> Shell::RestoredCore() {
     auto core = std::make_unique<Core>(std::move(config));
     size_t lost = 0;
     m_store->LoadAll([&](Record const& record) {
+        if (record.kind == RecordKind::Counter && record.number == k_PositionRow) {
+            uint64_t const term = record.body.LeftFirst(" ").Uint();
+            m_position = {std::max(m_position.term, term), record.body.RightFirst(" ").Uint()};
+        }
         try {
-            core->Restore(record);
+            core->Apply(record);
         } catch (std::exception const& error) {
             ++lost;
             corekit::LogDebug(error.what());
@@ -141,6 +154,7 @@ void Shell::OpenPort() {
 void Shell::Start() {
     OpenPort();
     m_core = RestoredCore();
+    ++m_position.term;
     if (!m_options.stateFile.Empty())
         m_stateWriter = std::make_unique<StateWriter>(m_options.stateFile);
     m_logSink = corekit::Log::AddSink([this](corekit::LogLevel level, String const& text) {
@@ -271,8 +285,13 @@ bool Shell::Commit(std::vector<Effect> const& effects, String& reason) {
         if (auto const* record = std::get_if<Record>(&effect))
             m_records.push_back(*record);
     }
+    Position const position{m_position.term, m_position.index + 1};
+    if (!m_records.empty())
+        m_records.push_back(PositionRow(position));
     try {
         m_store->Commit(m_records);
+        if (!m_records.empty())
+            m_position = position;
         return true;
     } catch (StoreException const& error) {
         reason = error.Message();

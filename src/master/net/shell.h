@@ -110,6 +110,7 @@ private:
     std::set<std::pair<UID, UID>> m_kindsApart; // instance and kind of message, the same
     std::unique_ptr<StateWriter> m_stateWriter; // null: none is wanted
     std::vector<Record> m_records;
+    Position m_position;            // of the last transaction
     std::deque<Incoming> m_waiting; // taken from the inbox, for the next turn
     bool m_untidy = true;           // the store has something to tidy
     MasterLogs m_logs;
