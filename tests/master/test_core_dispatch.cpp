@@ -105,6 +105,12 @@ TEST(CoreDispatch, ReportsTheFirstConditionThatSaysNo) {
         {"Pool", {}, options(o_UseWholeSystem, k_No)},
         {"included Engines", {{p_IncludeEngines, UID::FromName("f").ToString()}}, {}},
         {"excluded Engines", {{p_ExcludeEngines, UID::FromName("e").ToString()}}, {}},
+        {"excluded Engines", {{p_ExcludeEngines, UID::FromName("pool").ToString()}}, engine([](Engine& e) {
+             e.SetPools({UID::FromName("pool")});
+         })},
+        {"", {{p_IncludeEngines, UID::FromName("pool").ToString()}}, engine([](Engine& e) {
+             e.SetPools({UID::FromName("pool")});
+         })},
         {"Product enabled", {}, engine([&](Engine& e) { e.DisableProducts({sequence}); })},
         {"CPUs", {{p_CPUs, "9"}}, {}},
         {"restricted times", {}, engine([](Engine& e) {

@@ -177,14 +177,22 @@ bool IsLargeEnough(Question const& q, String* why) {
            Refuse(why, SFormat("The Job wants %u CPUs, the Engine has %u.", wanted, q.engine->settings.most));
 }
 
+// The Engine itself, or a Pool that it is in.
+bool IsAmong(std::set<UID> const& list, EngineEntry const& engine) {
+    auto const& pools = engine.settings.pools;
+    return list.contains(engine.id) ||
+           std::any_of(pools.begin(), pools.end(), [&list](UID const& pool) { return list.contains(pool); });
+}
+
 bool IsIncluded(Question const& q, String* why) {
     auto const& include = q.job.settings.include;
-    return include.empty() || include.contains(q.engine->id) ||
+    return include.empty() || IsAmong(include, *q.engine) ||
            Refuse(why, "The Engine is not among the Job's included Engines.");
 }
 
 bool IsNotExcluded(Question const& q, String* why) {
-    return !q.job.settings.exclude.contains(q.engine->id) || Refuse(why, "The Engine is excluded from the Job.");
+    auto const& exclude = q.job.settings.exclude;
+    return exclude.empty() || !IsAmong(exclude, *q.engine) || Refuse(why, "The Engine is excluded from the Job.");
 }
 
 bool HasUnitForEngine(Question const& q, String* why) {
