@@ -226,7 +226,10 @@ void Engines::CheckRivals() {
             due.push_back(id);
     }
     for (UID const& id : due) {
-        Rival const rival = m_rivals.extract(id).mapped();
+        auto const node = m_rivals.extract(id);
+        if (node.empty())
+            continue;
+        Rival const& rival = node.mapped();
         EngineEntry* const engine = m_farm.FindEngine(id);
         Peer* const peer = m_farm.peers.Find(rival.peer);
         if (engine && engine->Online()) {
@@ -353,6 +356,8 @@ void Engines::PeerGone(EngineEntry& engine) {
             m_farm.runActions->EndUnconfirmed(*run);
     }
     m_farm.distributor->EngineChanged(engine);
+    // Another one may have waited for its place.
+    CheckRivals();
 }
 
 void Engines::OnEngine(PeerId peer, EngineMsg const& message) {
