@@ -4,6 +4,9 @@
 
 #include <soci/soci.h>
 #include <soci/sqlite3/soci-sqlite3.h>
+#include <vorlan/job.h>
+#include <vorlan/keys.h>
+#include <vorlan/message.h>
 
 namespace corekit::test_store {
 
