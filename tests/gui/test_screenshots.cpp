@@ -31,8 +31,8 @@ protected:
     }
 
     void Start(wxSize const& size) {
-        outside.connected = true;
         StartClient().SetSize(wxRect(wxPoint(0, 0), Window().FromDIP(size)));
+        outside.connected = true;
         Connected();
         Say<EndEngineInfoMsg>([](auto&) {});
         Say<EndJobInfoMsg>([](auto&) {});
