@@ -317,7 +317,17 @@ TEST_F(ListCtrlTest, ColumnsAreAsWideAsWhatTheyHold) {
     AddJob("the name of a Job that is longer than most names that anybody gives", 1);
     Tick();
     EXPECT_EQ(list.GetColumnWidth(k_Name), name) << "nobody has seen a row yet";
+    std::vector<UID> const ids = Jobs::GetAllJobs();
+    JobList::Get().RemoveJob(ids.front());
     m_frame->Show();
+    // Shown without a row, until the desktop has given it its size.
+    for (int i = 0; i < 40; ++i) {
+        Pump();
+        Tick();
+        wxMilliSleep(5);
+    }
+    EXPECT_EQ(list.GetColumnWidth(k_Name), name);
+    AddJob("the name of a Job that is longer than most names that anybody gives", 1);
     ASSERT_TRUE(PumpUntil([&] {
         Tick();
         return list.GetColumnWidth(k_Name) > name;

@@ -1,5 +1,6 @@
 // The main window's parts: splitter, menus, bars.
 #include "guitest.h"
+#include "screenpixels.h"
 
 #include "rows/jobcolumns.h"
 #include "window/infofacts.h"
@@ -9,6 +10,8 @@
 #include <wx/menu.h>
 #include <wx/splitter.h>
 #include <wx/statusbr.h>
+#include <wx/wxdblistctrl.h>
+#include <wx/wxtimed.h>
 #include <wx/wxvcolors.h>
 #include <wx/wxvstatusbar.h>
 #include <wx/wxvtext.h>
@@ -228,6 +231,43 @@ TEST_F(MainWindowTest, AFieldWithoutATextLendsItsRoom) {
     int const alone = bar.RoomOf(0);
     Window().SetAdministrator(true);
     EXPECT_LT(bar.RoomOf(0) + 100, alone);
+}
+
+TEST_F(MainWindowTest, TheKeyboardIsSeenWhereverItStops) {
+    StartLarge();
+    // A list whose rows are on their way keeps its picture.
+    EngineList::Get().Lists().ForgetRequests();
+    JobList::Get().Lists().ForgetRequests();
+    Say<EndEngineInfoMsg>([](auto&) {});
+    Say<EndJobInfoMsg>([](auto&) {});
+    wxTimed::s_Timer0250.Emit();
+    std::vector<wxWindow*> stops;
+    std::function<void(wxWindow&)> const look = [&](wxWindow& window) {
+        bool const isList = dynamic_cast<wxDBListCtrl*>(&window);
+        for (wxWindow* const child : window.GetChildren())
+            look(*child);
+        if (window.IsShownOnScreen() && window.AcceptsFocusFromKeyboard() && (isList || window.GetChildren().empty()))
+            stops.push_back(&window);
+    };
+    look(Window());
+    EXPECT_GE(stops.size(), 3u) << "the tabs and two lists";
+    for (size_t i = 0; i < stops.size(); ++i) {
+        wxWindow& stop = *stops[i];
+        stops[(i + 1) % stops.size()]->SetFocus();
+        PumpAndDraw(stop);
+        wxImage const without = ScreenPixels(stop);
+        stop.SetFocus();
+        EXPECT_TRUE(PumpUntil([&] { return stop.HasFocus(); }));
+        EXPECT_TRUE(PumpUntil(
+            [&] {
+                PumpAndDraw(stop);
+                wxImage const with = ScreenPixels(stop);
+                size_t const bytes = static_cast<size_t>(with.GetWidth()) * static_cast<size_t>(with.GetHeight()) * 3;
+                return std::memcmp(with.GetData(), without.GetData(), bytes) != 0;
+            },
+            3000))
+            << stop.GetName() << " " << stop.GetClassInfo()->GetClassName();
+    }
 }
 
 } // namespace vorlan
