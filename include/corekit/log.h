@@ -54,6 +54,7 @@ public:
 
     // Also prints each record on the standard error output.
     static void SetConsole(bool on);
+    static bool IsConsole();
     // The lowest level that is recorded; Info at start.
     static void SetLevel(LogLevel level);
     static LogLevel GetLevel();

@@ -10,4 +10,8 @@ namespace vorlan {
 // and the program is to end without having begun. `usage` is the whole text of the help.
 bool AnswerUsage(corekit::CommandLine const& commandLine, char const* usage);
 
+// False, with a line on the standard error output, if a switch was given that stands
+// nowhere in the help.
+bool KnowsSwitches(int argc, char const* const* argv, char const* usage);
+
 } // namespace vorlan

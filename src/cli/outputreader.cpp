@@ -8,6 +8,7 @@ namespace vorlan::cli {
 
 namespace {
 
+constexpr int64_t k_Window = 4 << 20;       // bytes that may be under way
 constexpr size_t k_LongestLine = 64 * 1024; // then it is written without its end
 
 } // namespace
@@ -18,6 +19,7 @@ void OutputReader::Ask(UID const& work, UID const& engine, Mode mode, String con
     request->work = work;
     request->engine = engine;
     request->follow = mode == Mode::Follow;
+    request->window = k_Window;
     m_requests[request->request] = Request{prefix, std::move(take), String()};
     m_asked.insert(work);
     m_context.TheFarm().Send(request);
@@ -32,6 +34,13 @@ bool OutputReader::TakeMessage(Message const& message) {
         return false;
     bool const end = output.end || !output.error.Empty();
     Write(at->second, output.data, end);
+    if (int64_t const taken = output.offset + static_cast<int64_t>(output.data.size());
+        !end && taken - at->second.taken >= k_Window / 4) {
+        auto const told = OutputTakenMsg::New();
+        told->request = output.request;
+        told->offset = at->second.taken = taken;
+        m_context.TheFarm().Send(told);
+    }
     if (!output.error.Empty()) {
         ++m_errors;
         m_lastError = output.error;

@@ -37,7 +37,8 @@ private:
     struct Request {
         String prefix;
         LineTaker take;
-        String line; // begun, not ended
+        String line;       // begun, not ended
+        int64_t taken = 0; // what the Engine was told of
     };
     void Write(Request& request, String const& data, bool end);
 

@@ -67,8 +67,12 @@ void Application::Cleanup() {}
 void Application::OnStatistics() {}
 
 bool Application::OnException(Exception* exception) {
-    LogError(exception ? "The program met an error that it cannot go on from: " + exception->Message()
-                       : String("The program met an error of an unknown kind that it cannot go on from"));
+    String const text = exception ? "The program met an error that it cannot go on from: " + exception->Message()
+                                  : String("The program met an error of an unknown kind that it cannot go on from");
+    LogError(text);
+    // Whoever started it looks at the terminal, not for a log. Without one it stands there already.
+    if (!Log::FileName().Empty() && !Log::IsConsole())
+        std::fprintf(stderr, "%s: %s\n", program_invocation_short_name, text.c_str());
     return true;
 }
 

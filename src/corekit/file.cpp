@@ -142,9 +142,14 @@ int64_t File::Size(Path const& path) noexcept {
 }
 
 String File::Read(Path const& path) {
-    UniqueFd const fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    // Without waiting for the other end of a pipe that has the file's name.
+    UniqueFd const fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!fd)
         throw Failure("read", path, errno);
+    struct stat info {};
+    if (fstat(fd.Get(), &info) == 0 && (S_ISFIFO(info.st_mode) || S_ISSOCK(info.st_mode)))
+        throw FileException("Cannot read \"" + path + "\": it is a pipe. Move it away, or give the name of a file.", {},
+                            EINVAL);
     String text;
     constexpr size_t piece = 64 * 1024;
     for (;;) {

@@ -39,6 +39,9 @@ bool IsSameFile(int fd, Path const& path) {
            opened.st_dev == named.st_dev;
 }
 
+// Whoever may open the file may lock it: nobody else is to.
+constexpr mode_t k_Mode = 0600;
+
 bool LockNow(int fd) {
     while (flock(fd, LOCK_EX | LOCK_NB) != 0) {
         if (errno != EINTR)
@@ -61,7 +64,7 @@ std::unique_ptr<FileLock> FileLock::TryTake(Path const& path, String const& prog
     constexpr int tries = 10;
     constexpr auto pause = std::chrono::milliseconds(2);
     for (int left = tries; left > 0; --left) {
-        int const fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+        int const fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, k_Mode);
         if (fd < 0) {
             int const systemError = errno;
             if (systemError == EACCES && IsHeld(path, holder))
@@ -70,6 +73,7 @@ std::unique_ptr<FileLock> FileLock::TryTake(Path const& path, String const& prog
         }
         if (LockNow(fd)) {
             if (IsSameFile(fd, path)) {
+                ::fchmod(fd, k_Mode); // one that was left behind by an older version
                 WriteHolder(fd, programName);
                 return std::unique_ptr<FileLock>(new FileLock(path, fd));
             }

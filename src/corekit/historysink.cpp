@@ -18,6 +18,12 @@ namespace {
 // What is started does not get it, and others may not read it.
 spdlog::file_event_handlers OnOpened() {
     spdlog::file_event_handlers handlers;
+    handlers.before_open = [](spdlog::filename_t const& name) {
+        struct stat info {};
+        // Opening it would wait for its other end.
+        if (::stat(name.c_str(), &info) == 0 && S_ISFIFO(info.st_mode))
+            throw spdlog::spdlog_ex(name + " is a pipe");
+    };
     handlers.after_open = [](spdlog::filename_t const&, std::FILE* file) {
         ::fcntl(::fileno(file), F_SETFD, FD_CLOEXEC);
         ::fchmod(::fileno(file), k_LogMode);

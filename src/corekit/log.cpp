@@ -229,6 +229,7 @@ Path Log::FileName() {
     return file ? file->name : Path();
 }
 
+bool Log::IsConsole() { return State().console; }
 void Log::SetConsole(bool on) { State().console = on; }
 void Log::SetLevel(LogLevel level) { State().level = level; }
 LogLevel Log::GetLevel() { return State().level; }

@@ -41,6 +41,9 @@ MasterDispatch::MasterDispatch(WorkDesk& desk, OutputService& output, Hooks hook
         Command("to run a command", [&] { m_desk.OnExecute(message); });
     });
     On<GetOutputMsg>([this](SinkPtr const& master, auto const& message) { m_output.Request(master, message); });
+    On<OutputTakenMsg>([this](SinkPtr const& master, auto const& message) {
+        m_output.Taken(master, message.request, message.offset);
+    });
     On<CloseOutputMsg>([this](SinkPtr const& master, auto const& message) { m_output.Close(master, message.request); });
     On<ProductMsg>([this](SinkPtr const&, auto const& message) { OnProduct(message); });
     On<RemoveProductMsg>(

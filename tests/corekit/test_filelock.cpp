@@ -8,8 +8,11 @@ TEST(FileLock, OneHolderAtATimeWhoIsNamed) {
     TempFolder const folder;
     Path const path = folder / "Master.lock";
     EXPECT_FALSE(FileLock::IsHeld(path));
+    File::WriteWhole(path, "left behind", 0644);
     auto lock = FileLock::TryTake(path, "VorlanMaster");
     ASSERT_TRUE(lock);
+    EXPECT_EQ(std::filesystem::status(path.Native()).permissions(), std::filesystem::perms(0600))
+        << "whoever may open it may lock it";
 
     String const expected = SFormat("VorlanMaster (%d)", static_cast<int>(getpid()));
     String holder;

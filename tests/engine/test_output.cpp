@@ -77,6 +77,17 @@ TEST_F(OutputTest, LinesOfTheEngineStandOnLinesOfTheirOwn) {
     EXPECT_EQ(Content(), "[start]\nno line feed\n[end]\n");
 }
 
+TEST_F(OutputTest, HowARunEndedStandsInALogPastItsLimitToo) {
+    {
+        OutputLog log(
+            folder.PathOf(work), [](Path const&, int) {}, size_t{1} << 20);
+        for (int piece = 0; piece < 5; ++piece)
+            log.Append(std::string(400'000, 'x'));
+        log.AppendLine("[ended]");
+    }
+    EXPECT_TRUE(Content().EndsWith("longer than 1 MB; the rest is not kept.]\n[ended]\n"));
+}
+
 TEST_F(OutputTest, CleansUpOldLogsAndNothingElse) {
     folder.Create(work)->Append("x");
     File::WriteWhole(temp / "notes.log", "mine");
@@ -127,6 +138,25 @@ TEST_F(OutputTest, ASlowReceiverGetsNoMoreThanItTakes) {
     slow->queued = 0;
     EXPECT_EQ(service.Pump(), -1);
     EXPECT_EQ(PutTogether(*slow, request.request).text, big);
+}
+
+// No more is under way than the reader has room for.
+TEST_F(OutputTest, ARequestWithAWindowGoesOnAsItsReaderTakes) {
+    std::string const big(1'000'000, 'x');
+    folder.Create(work)->Append(big);
+    GetOutputMsg request = Ask(work, false);
+    request.window = 200'000;
+    service.Request(sink, request);
+    int64_t taken = 0;
+    for (int round = 0; round < 100 && !PutTogether(*sink, request.request).end; ++round) {
+        EXPECT_EQ(service.Pump(), -1);
+        auto const sent = static_cast<int64_t>(PutTogether(*sink, request.request).text.size());
+        EXPECT_LT(sent - taken, request.window + static_cast<int64_t>(OutputService::k_PieceBytes));
+        taken = sent;
+        service.Taken(sink, request.request, taken);
+    }
+    EXPECT_EQ(PutTogether(*sink, request.request).text, big);
+    EXPECT_TRUE(PutTogether(*sink, request.request).end);
 }
 
 TEST_F(OutputTest, SaysWhyThereIsNothingAndForgetsWhoIsGone) {

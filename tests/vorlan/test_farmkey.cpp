@@ -75,6 +75,14 @@ TEST(FarmKey, SecretsThatOthersCanReadAreClosed) {
     EXPECT_EQ(ModeOf(FarmKey::FilePath(folder.Folder())), 0600u);
     ASSERT_EQ(lines.Get().size(), 1u);
     EXPECT_TRUE(lines.Get()[0].Contains("farm.key"));
+
+    // What a link points to is left alone.
+    Path const target = folder / "elsewhere";
+    std::filesystem::rename(FarmKey::FilePath(folder.Folder()).Native(), target.Native());
+    ASSERT_EQ(::chmod(target.c_str(), 0644), 0);
+    std::filesystem::create_symlink(target.Native(), FarmKey::FilePath(folder.Folder()).Native());
+    EXPECT_EQ(FarmKey::Load(folder.Folder()), key);
+    EXPECT_EQ(ModeOf(target), 0644u);
 }
 
 TEST(FarmKey, AProofHoldsForOneKeyPurposeAndText) {

@@ -144,6 +144,55 @@ TEST_F(NetHostile, ASlowReaderIsDroppedAndTheOthersAreNot) {
     EXPECT_EQ(slowOne->QueuedBytes(), 0u);
 }
 
+// With the key in hand: messages that never end, and more of them than fit.
+TEST_F(NetHostile, MessagesUnderWayAreBoundedInTimeAndInSum) {
+    Limits limits;
+    limits.partMs = 300;
+    limits.assembling = 6u << 20;
+    unsigned short const port = Listen(limits);
+    ExpectServing();
+    // All but the last part of a message of so many bytes.
+    auto const begun = [](size_t bytes) {
+        std::string parts;
+        AppendParts(parts, MasterLogsMsg::s_Type, Noise(bytes), 1u << 20, 1u << 30);
+        return parts.substr(0, parts.size() / (1u << 20) * ((1u << 20) + k_FrameHeader));
+    };
+    RawPeer silent(port);
+    ASSERT_TRUE(silent.StartTls() && silent.Prove(key) && silent.Send(begun(3u << 20)));
+    ASSERT_TRUE(WaitFor([&] { return server.HasReason("did not go on for 300 ms"); }));
+    RawPeer greedy(port);
+    ASSERT_TRUE(greedy.StartTls() && greedy.Prove(key));
+    greedy.Send(begun(20u << 20)); // as far as it gets
+    ASSERT_TRUE(WaitFor([&] { return server.HasReason("over the limit of 6291456"); }));
+    EXPECT_TRUE(silent.SeesEnd() && greedy.SeesEnd());
+    EXPECT_EQ(client.closed, 0);
+    ExpectServing();
+}
+
+// Nothing is lost while a connection is not read, and it goes on where it stood.
+TEST_F(NetHostile, WhoIsNotReadWaits) {
+    constexpr size_t k_Messages = 5'000;
+    server.onMessage = [&](ConnectionPtr const& connection, auto const&) {
+        if (server.messages == 10)
+            connection->SetReading(false);
+    };
+    unsigned short const port = Listen({});
+    RawPeer fast(port);
+    ASSERT_TRUE(fast.StartTls() && fast.Prove(key));
+    std::string bytes;
+    for (size_t i = 0; i < k_Messages; ++i) {
+        String const body = EncodeMessage(*Line("line"));
+        AppendFrameHeader(bytes, MasterLogsMsg::s_Type, body.size());
+        bytes += body.Str();
+    }
+    ASSERT_TRUE(fast.Send(bytes));
+    ASSERT_TRUE(WaitFor([&] { return server.messages >= 11; }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(server.messages, 11U);
+    server.Last()->SetReading(true);
+    EXPECT_TRUE(WaitFor([&] { return server.messages == k_Messages; }));
+}
+
 TEST_F(NetHostile, WhoHoldsConnectionsWithoutAProofKeepsNobodyOut) {
     Limits limits;
     limits.unproved = 8;

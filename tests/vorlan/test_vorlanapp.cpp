@@ -1,3 +1,4 @@
+#include <vorlan/usage.h>
 #include <vorlan/vorlanapp.h>
 
 #include "nettools.h"
@@ -117,6 +118,20 @@ TEST_F(VorlanAppTest, TheOrderOfTheVirtualOperationsIsFixed) {
     std::vector<ptrdiff_t> expected(24);
     std::iota(expected.begin(), expected.end(), 2);
     EXPECT_EQ(slots, expected);
+}
+
+TEST(Usage, ASwitchThatTheHelpDoesNotKnowIsRefused) {
+    for (auto const& [word, known] : Rows<char const*, bool>{{"--Port", true},
+                                                             {"-port=5", true},
+                                                             {"--help", true},
+                                                             {"-5", true},
+                                                             {"word", true},
+                                                             {"--bogus", false},
+                                                             {"--Por", false},
+                                                             {"--Portal", false}}) {
+        char const* const words[] = {"VorlanMaster", word};
+        EXPECT_EQ(KnowsSwitches(2, words, "--Port N  listen\n --help"), known) << word;
+    }
 }
 
 TEST_F(VorlanAppTest, AListenerCanRefuseTheStart) {

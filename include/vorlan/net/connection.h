@@ -56,6 +56,11 @@ public:
     // What is queued still goes out if the peer takes it soon (Limits::lingerMs);
     // nothing is received any more. onClosed gets the reason. The first call counts.
     virtual void Close(String const& reason) = 0;
+    // Whether more is read of the other end; what has come already is kept for later. For
+    // one who sends faster than it is served. Nothing is lost: its sending waits.
+    virtual void SetReading(bool on) = 0;
+    // Within onMessage: how many bytes the message had on its way.
+    virtual size_t MessageBytes() const = 0;
     virtual bool IsOpen() const = 0;
 
     virtual PeerInfo const& Peer() const = 0;

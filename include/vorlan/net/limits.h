@@ -12,6 +12,12 @@ struct Limits {
     size_t frame = 1u << 20;
     // Bytes of a message that travels in parts, put together.
     size_t message = 1u << 30;
+    // Bytes of such messages that all connections of one server may have under way; above
+    // it the one who holds most is closed. And how long the next part may take.
+    size_t assembling = size_t{2} << 30;
+    int partMs = 30'000;
+    // Messages of one connection that are handled before the others have their turn.
+    size_t messagesAtOnce = 64;
     // Bytes of live events that wait for a slow reader.
     size_t queued = 64u << 20;
     // A load goes on when fewer bytes than this wait.

@@ -28,10 +28,11 @@ void OutputLog::Append(std::string_view bytes) {
 void OutputLog::Add(std::string_view bytes) {
     if (m_full || bytes.empty())
         return;
-    if (m_total + bytes.size() > k_FileLimit) {
+    if (m_total + bytes.size() > m_limit) {
         m_full = true;
+        m_atLineStart = true;
         m_waiting +=
-            SFormat("\n[VorlanEngine: the output is longer than %zu MB; the rest is not kept.]\n", k_FileLimit >> 20);
+            SFormat("\n[VorlanEngine: the output is longer than %zu MB; the rest is not kept.]\n", m_limit >> 20);
         return;
     }
     m_total += bytes.size();
@@ -45,7 +46,14 @@ void OutputLog::AppendLine(std::string_view text) {
     std::string line(m_atLineStart ? "" : "\n");
     line += text;
     line += '\n';
-    Add(line);
+    if (!m_full)
+        return Add(line);
+    // How it ended is told also where the output itself has no room any more.
+    if (m_ownPastLimit + line.size() <= k_OwnPastLimit) {
+        m_ownPastLimit += line.size();
+        m_waiting += line;
+        m_atLineStart = true;
+    }
 }
 
 void OutputLog::Flush() {

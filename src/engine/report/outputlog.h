@@ -20,16 +20,18 @@ namespace vorlan {
 // Owned by its unit, made by OutputFolder; one thread. Bytes are gathered and written
 // by Flush. There is a file from the first output on, or when Keep asks for it: the lines
 // of the Engine's own do not make one. A disk that cannot take them costs the bytes, never the unit; the file says
-// how many are missing once there is room again. The file ends at k_FileLimit with a
-// line that says so.
+// how many are missing once there is room again. The output ends at k_FileLimit with a
+// line that says so; lines of the Engine's own may follow.
 class OutputLog {
 public:
     static constexpr size_t k_FileLimit = size_t{512} << 20;
+    static constexpr size_t k_OwnPastLimit = size_t{64} << 10;
     static constexpr size_t k_FlushBytes = size_t{256} << 10;
 
     using OnError = std::function<void(Path const& file, int systemError)>;
 
-    OutputLog(Path file, OnError onError) : m_file(std::move(file)), m_onError(std::move(onError)) {}
+    OutputLog(Path file, OnError onError, size_t limit = k_FileLimit)
+        : m_file(std::move(file)), m_onError(std::move(onError)), m_limit(limit) {}
     ~OutputLog() { Flush(); }
     OutputLog(OutputLog const&) = delete;
     OutputLog& operator=(OutputLog const&) = delete;
@@ -48,10 +50,12 @@ private:
 
     Path const m_file;
     OnError const m_onError;
+    size_t const m_limit;
     UniqueFd m_fd;
     std::string m_waiting;
     size_t m_total = 0;
     size_t m_lost = 0;
+    size_t m_ownPastLimit = 0;
     bool m_kept = false;
     bool m_atLineStart = true;
     bool m_full = false;

@@ -20,12 +20,21 @@ OutputService::OutputService(OutputFolder const& folder, std::function<RunOutput
     : m_folder(folder), m_outputOf(std::move(outputOf)) {}
 
 void OutputService::Request(SinkPtr const& sink, GetOutputMsg const& message) {
-    Reader reader{sink, message.request, message.work, std::max<int64_t>(message.offset, 0), message.follow, {}};
+    int64_t const offset = std::max<int64_t>(message.offset, 0);
+    Reader reader{
+        sink, message.request, message.work, offset, message.follow, {}, std::max<int64_t>(message.window, 0), offset};
     if (m_readers.size() >= k_Requests) {
         SendPiece(reader, {}, true, "The Engine sends too much output at the moment. Try again later.");
         return;
     }
     m_readers.push_back(std::move(reader));
+}
+
+void OutputService::Taken(SinkPtr const& sink, UID const& request, int64_t offset) {
+    for (Reader& reader : m_readers) {
+        if (reader.sink == sink && reader.request == request)
+            reader.taken = std::max(reader.taken, std::min(offset, reader.offset));
+    }
 }
 
 void OutputService::Close(SinkPtr const& sink, UID const& request) {
@@ -58,6 +67,8 @@ OutputService::Result OutputService::Send(Reader& reader) {
     for (;;) {
         if (reader.sink->QueuedBytes() > k_QueueBytes)
             return Result::Slow;
+        if (reader.window > 0 && reader.offset - reader.taken >= reader.window)
+            return Result::Waits; // until its receiver has taken some
         ssize_t const count = pread(reader.file.Get(), buffer, sizeof buffer, reader.offset);
         if (count < 0 && errno == EINTR)
             continue;

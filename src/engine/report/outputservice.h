@@ -23,7 +23,8 @@ enum class RunOutput {
 //
 // Owned by the Engine's main part; its thread. Works with the files of OutputFolder.
 // A request that follows ends when its run has ended and all has been sent. Never more
-// than k_QueueBytes wait for one receiver.
+// than k_QueueBytes wait for one receiver, and no more than a request's window between here
+// and whoever reads it.
 class OutputService {
 public:
     static constexpr size_t k_PieceBytes = size_t{64} << 10;
@@ -35,6 +36,8 @@ public:
     OutputService(OutputFolder const& folder, std::function<RunOutput(UID const&)> outputOf);
 
     void Request(SinkPtr const& sink, GetOutputMsg const& message);
+    // The receiver has taken what stands before `offset`.
+    void Taken(SinkPtr const& sink, UID const& request, int64_t offset);
     void Close(SinkPtr const& sink, UID const& request);
     // The receiver is gone with all its requests.
     void Gone(SinkPtr const& sink);
@@ -51,6 +54,8 @@ private:
         int64_t offset;
         bool follow;
         UniqueFd file;
+        int64_t window; // bytes that may be under way; 0: any number
+        int64_t taken;  // the first byte that the receiver has not taken
     };
 
     enum class Result { Done, Waits, Slow };

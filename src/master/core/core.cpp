@@ -98,6 +98,7 @@ void Core::ListenToClients() {
     On<AdministrateMsg>(k_Reads, [](Peer& p, auto const& m) { p.administrates = m->on; });
     // What goes on to Engines.
     On<GetOutputMsg>(k_Reads, [&f](Peer& p, auto const& m) { f.relay->OnGetOutput(p.id, m); });
+    On<OutputTakenMsg>(k_Reads, [&f](Peer& p, auto const& m) { f.relay->OnOutputTaken(p.id, m); });
     On<CloseOutputMsg>(k_Reads, [&f](Peer& p, auto const& m) { f.relay->OnCloseOutput(p.id, m); });
     On<ExecuteCommandMsg>(k_Administers, [&f](Peer& p, auto const& m) { f.relay->OnExecute(p.id, m); });
     On<MachineMsg>(k_Administers, [&f](Peer& p, auto const& m) { f.relay->OnMachine(p.id, m); });
@@ -264,6 +265,11 @@ bool Core::Allows(Peer const& peer, Entry const& entry, Message const& message) 
                         String(message.TypeName()) + " from " + peer.who->user + ", " + peer.Name());
     }
     return true;
+}
+
+bool Core::Changes(Message const& message) const {
+    auto const at = m_handlers.find(message.Type());
+    return at != m_handlers.end() && at->second.rule.changes;
 }
 
 bool Core::IsCommand(Message const& message) const {

@@ -74,6 +74,8 @@ public:
     // When a Tick is wanted at the latest.
     Steady NextDeadline() const;
 
+    // Whether a message changes anything, rather than asking for it.
+    bool Changes(Message const& message) const;
     // A command of a client that changes something, and of which it must hear when it was
     // not carried out.
     bool IsCommand(Message const& message) const;

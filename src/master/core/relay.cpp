@@ -5,6 +5,7 @@ namespace farm {
 namespace {
 
 constexpr size_t k_MaxRequests = 10'000;
+constexpr size_t k_MaxRequestsOfPeer = 200;
 
 } // namespace
 
@@ -24,12 +25,28 @@ void Relay::OnGetOutput(PeerId peer, boost::shared_ptr<GetOutputMsg> const& mess
                     : String("The Engine is not there any more."));
         return;
     }
-    if (m_requests.size() >= k_MaxRequests || m_requests.contains(message->request)) {
+    auto const of = m_requestsOf.find(peer);
+    if (m_requests.size() >= k_MaxRequests || m_requests.contains(message->request) ||
+        (of != m_requestsOf.end() && of->second >= k_MaxRequestsOfPeer)) {
         Fail(peer, message->request, "Too many requests for output.");
         return;
     }
     m_requests[message->request] = {peer, engine->peer};
+    ++m_requestsOf[peer];
     m_farm.out.To(engine->peer, message);
+}
+
+Relay::Requests::iterator Relay::Remove(Requests::iterator at) {
+    auto const of = m_requestsOf.find(at->second.client);
+    if (--of->second == 0)
+        m_requestsOf.erase(of);
+    return m_requests.erase(at);
+}
+
+void Relay::OnOutputTaken(PeerId peer, boost::shared_ptr<OutputTakenMsg> const& message) {
+    auto const at = m_requests.find(message->request);
+    if (at != m_requests.end() && at->second.client == peer)
+        m_farm.out.To(at->second.engine, message);
 }
 
 void Relay::OnCloseOutput(PeerId peer, boost::shared_ptr<CloseOutputMsg> const& message) {
@@ -37,7 +54,7 @@ void Relay::OnCloseOutput(PeerId peer, boost::shared_ptr<CloseOutputMsg> const& 
     if (at == m_requests.end() || at->second.client != peer)
         return;
     m_farm.out.To(at->second.engine, message);
-    m_requests.erase(at);
+    Remove(at);
 }
 
 void Relay::OnOutput(Peer& peer, boost::shared_ptr<OutputDataMsg> const& message) {
@@ -53,7 +70,7 @@ void Relay::OnOutput(Peer& peer, boost::shared_ptr<OutputDataMsg> const& message
     }
     m_farm.out.To(at->second.client, message);
     if (message->end)
-        m_requests.erase(at);
+        Remove(at);
 }
 
 void Relay::ToEngine(PeerId peer, UID const& id, MessagePtr message) {
@@ -98,10 +115,10 @@ void Relay::PeerGone(PeerId peer) {
             auto close = CloseOutputMsg::New();
             close->request = at->first;
             m_farm.out.To(at->second.engine, close);
-            at = m_requests.erase(at);
+            at = Remove(at);
         } else if (at->second.engine == peer) {
             Fail(at->second.client, at->first, "The Engine has disconnected.");
-            at = m_requests.erase(at);
+            at = Remove(at);
         } else {
             ++at;
         }

@@ -18,6 +18,7 @@ public:
 
     // From clients.
     void OnGetOutput(PeerId peer, boost::shared_ptr<GetOutputMsg> const& message);
+    void OnOutputTaken(PeerId peer, boost::shared_ptr<OutputTakenMsg> const& message);
     void OnCloseOutput(PeerId peer, boost::shared_ptr<CloseOutputMsg> const& message);
     void OnExecute(PeerId peer, boost::shared_ptr<ExecuteCommandMsg> const& message);
     void OnMachine(PeerId peer, boost::shared_ptr<MachineMsg> const& message);
@@ -34,11 +35,14 @@ private:
         PeerId client = 0;
         PeerId engine = 0;
     };
+    using Requests = std::map<UID, Request>;
+    Requests::iterator Remove(Requests::iterator at);
     void Fail(PeerId peer, UID const& request, String const& error);
     void ToEngine(PeerId peer, UID const& engine, MessagePtr message);
 
     Farm& m_farm;
     std::map<UID, Request> m_requests;
+    std::map<PeerId, size_t> m_requestsOf; // how many a client has
 };
 
 } // namespace farm

@@ -1,5 +1,6 @@
 #include <vorlan/usage.h>
 
+#include <cctype>
 #include <cstdio>
 #include <vorlan/version.h>
 
@@ -13,6 +14,25 @@ bool AnswerUsage(corekit::CommandLine const& commandLine, char const* usage) {
         std::fputs(usage, stdout);
     else
         std::printf("Vorlan %s\n", k_VorlanVersionText);
+    return true;
+}
+
+bool KnowsSwitches(int argc, char const* const* argv, char const* usage) {
+    corekit::String const known = corekit::String(usage).Lower() + " ";
+    for (int i = 1; i < argc; ++i) {
+        corekit::String const word = argv[i];
+        if (word == "--")
+            return true;
+        if (word.size() < 2 || word[0] != '-' || std::isdigit(static_cast<unsigned char>(word[1])))
+            continue;
+        std::string name = "--" + word.LeftFirst("=").Lower().Str();
+        name.erase(2, name.find_first_not_of('-', 2) - 2);
+        size_t const at = known.Find(name);
+        if (at != corekit::String::npos && !std::isalnum(static_cast<unsigned char>(known[at + name.size()])))
+            continue;
+        std::fprintf(stderr, "There is no switch %s. --help tells which there are.\n", argv[i]);
+        return false;
+    }
     return true;
 }
 

@@ -18,6 +18,9 @@ std::atomic<uint64_t> s_lastNumber{0};
 // How long the other end may take to close its side after all was sent.
 constexpr int k_ClosingMs = 500;
 
+// Bytes of a message in parts that must come within Limits::partMs.
+constexpr size_t k_PartProgress = 64 * 1024;
+
 constexpr char k_ExporterLabel[] = "EXPORTER-Channel-Binding";
 
 boost::shared_ptr<EncodedMessage const> EncodeBody(UID const& type, std::string_view body) {
@@ -80,7 +83,8 @@ Channel::Channel(Socket socket, Loop& loop, asio::ssl::context& tls, ChannelOpti
       m_stream(std::move(socket), tls),
       m_timer(m_executor),
       m_reader(m_options.limits.frameBeforeProof),
-      m_parts(m_options.limits.message) {
+      m_parts(m_options.limits.message),
+      m_partTimer(m_executor) {
     m_peer.address = m_options.address;
 }
 
@@ -111,6 +115,9 @@ void Channel::OnTlsDone(error_code error) {
 }
 
 void Channel::Read() {
+    if (m_readPending)
+        return;
+    m_readPending = true;
     std::span<char> const room = m_reader.Room();
     m_stream.async_read_some(
         asio::buffer(room.data(), room.size()),
@@ -118,6 +125,7 @@ void Channel::Read() {
 }
 
 void Channel::OnRead(error_code error, size_t bytes) {
+    m_readPending = false;
     if (m_state == State::Ended)
         return;
     if (error) {
@@ -129,22 +137,48 @@ void Channel::OnRead(error_code error, size_t bytes) {
                    : plain                   ? String("the other end closed the connection")
                                              : "the connection broke: " + String(error.message()));
     }
-    if (m_state != State::Closing) {
-        m_reader.Filled(bytes);
-        try {
-            Frame frame;
-            while ((m_state == State::Starting || (m_state == State::Open && IsOpen())) && m_reader.Next(frame)) {
-                if (m_state == State::Starting)
-                    TakeHandshakeFrame(frame);
-                else
-                    TakeFrame(frame);
+    if (m_state == State::Closing)
+        return Read(); // for the other end's end
+    m_reader.Filled(bytes);
+    TakeFrames();
+}
+
+// What has come so far, some messages at a time, so that other connections of this thread
+// have their turn; then reads on.
+void Channel::TakeFrames() {
+    m_takePending = false;
+    try {
+        Frame frame;
+        for (size_t taken = 0; m_reading && (m_state == State::Starting || (m_state == State::Open && IsOpen()));
+             ++taken) {
+            if (taken == m_options.limits.messagesAtOnce) {
+                m_takePending = true;
+                return asio::post(m_executor, [self = shared_from_this()] { self->TakeFrames(); });
             }
-        } catch (std::exception const& exception) {
-            return Fault(exception.what());
+            if (!m_reader.Next(frame))
+                break;
+            if (m_state == State::Starting)
+                TakeHandshakeFrame(frame);
+            else
+                TakeFrame(frame);
         }
+    } catch (std::exception const& exception) {
+        return Fault(exception.what());
     }
-    if (m_state != State::Ended)
+    if (m_state == State::Closing || (m_reading && m_state != State::Ended))
         Read();
+}
+
+void Channel::SetReading(bool on) {
+    // Within a handler it holds before the next message.
+    asio::dispatch(m_executor, [self = shared_from_this(), on] {
+        if (std::exchange(self->m_reading, on) == on || !on)
+            return;
+        if (!self->m_readPending && !self->m_takePending && self->m_state == State::Open) {
+            self->m_takePending = true;
+            asio::post(self->m_executor, [self] { self->TakeFrames(); });
+        }
+    });
 }
 
 void Channel::TakeHandshakeFrame(Frame const& frame) {
@@ -180,13 +214,42 @@ void Channel::TakeFrame(Frame const& frame) {
             throw NetException("a message came in the midst of another one's parts");
         return Deliver(frame.type, frame.body);
     }
-    if (!m_parts.TakePart(frame.body))
+    TakePart(frame.body);
+}
+
+void Channel::TakePart(std::string_view part) {
+    bool const begins = !m_parts.Busy();
+    bool const whole = m_parts.TakePart(part);
+    if (!m_host->MayAssemble(shared_from_this(), m_parts.HeldBytes()))
+        throw NetException(SFormat("the messages under way of all peers are over the limit of %zu bytes together",
+                                   m_options.limits.assembling));
+    m_partBytes += part.size();
+    if (!whole) {
+        if (begins || m_partBytes >= k_PartProgress)
+            AwaitPart();
         return;
+    }
+    m_partTimer.cancel();
     Deliver(m_parts.Type(), m_parts.Body());
     m_parts.Clear();
+    m_host->MayAssemble(shared_from_this(), 0);
+}
+
+// A message that is begun goes on, or its memory is given back.
+void Channel::AwaitPart() {
+    m_partBytes = 0;
+    m_partTimer.expires_after(std::chrono::milliseconds(m_options.limits.partMs));
+    m_partTimer.async_wait([self = shared_from_this()](error_code error) {
+        if (error || self->m_state != State::Open)
+            return;
+        if (!self->m_reading)
+            return self->AwaitPart(); // it is we who do not read
+        self->Fault(SFormat("a message in parts did not go on for %d ms", self->m_options.limits.partMs));
+    });
 }
 
 void Channel::Deliver(UID const& type, std::string_view body) {
+    m_messageBytes = body.size();
     boost::shared_ptr<Message> const message = DecodeMessage(type, body);
     if (!message) {
         LogDebug("Passed over a message of the unknown type " + type.ToString() + " from " + m_peer.Text());
@@ -352,9 +415,11 @@ void Channel::End(String const& reason) {
     m_closeAsked = true;
     m_open = false;
     m_timer.cancel();
+    m_partTimer.cancel();
     error_code ignored;
     m_stream.next_layer().close(ignored);
     m_parts.Clear();
+    m_host->MayAssemble(shared_from_this(), 0);
     {
         CommonMutex::Lock const lock(m_guard);
         m_queue.Clear();

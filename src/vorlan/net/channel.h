@@ -25,6 +25,8 @@ public:
     virtual void OnProved(ChannelPtr const& channel) = 0;
     virtual void OnMessage(ChannelPtr const& channel, boost::shared_ptr<Message> const& message) = 0;
     virtual void OnDrained(ChannelPtr const& channel) = 0;
+    // So many bytes it holds of a message that is not whole yet. False: it may not.
+    virtual bool MayAssemble(ChannelPtr const&, size_t) { return true; }
     // The last call of each channel. `proved`: OnProved came before.
     virtual void OnEnded(ChannelPtr const& channel, bool proved, String const& reason) = 0;
 };
@@ -61,6 +63,8 @@ public:
     void SendEncoded(boost::shared_ptr<EncodedMessage const> const& message, Traffic traffic) override;
     size_t QueuedBytes() const override;
     void Close(String const& reason) override;
+    void SetReading(bool on) override;
+    size_t MessageBytes() const override { return m_messageBytes; }
     bool IsOpen() const override { return m_open.load(std::memory_order_acquire); }
     PeerInfo const& Peer() const override { return m_peer; }
     uint64_t Number() const override { return m_number; }
@@ -75,9 +79,12 @@ private:
     void OnTlsDone(error_code error);
     void Read();
     void OnRead(error_code error, size_t bytes);
+    void TakeFrames();
     void TakeHandshakeFrame(Frame const& frame);
     void OnProof();
     void TakeFrame(Frame const& frame);
+    void TakePart(std::string_view part);
+    void AwaitPart();
     void Deliver(UID const& type, std::string_view body);
 
     template <class... Content>
@@ -123,6 +130,12 @@ private:
     bool m_proved = false;
     bool m_sendingDone = false;
     bool m_readEnded = false;
+    bool m_reading = true;      // SetReading
+    bool m_readPending = false; // a read is under way
+    bool m_takePending = false; // TakeFrames is to be called again
+    size_t m_messageBytes = 0;  // of the message that is being delivered
+    size_t m_partBytes = 0;     // that have come since the part timer was set
+    Timer m_partTimer;
     String m_reason;
 };
 

@@ -19,6 +19,9 @@ namespace vorlan {
 
 namespace {
 
+// So much may be under way from the Engine, by way of the Master.
+constexpr int64_t k_Window = 4 << 20;
+
 // One request: takes the pieces on the message thread, writes them on its own.
 class FileRequest final : public Thread, private HasSlots<ThreadPolicy::LocalThreaded> {
 public:
@@ -30,6 +33,7 @@ public:
                                                    [this](MessengerDisconnectedEvt&) { OnDisconnected(); });
         m_ask = GetOutputMsg::Create(request, work, engine);
         m_ask->follow = follow;
+        m_ask->window = k_Window;
     }
     ~FileRequest() override {
         Disconnect();
@@ -78,6 +82,7 @@ private:
     }
     boost::shared_ptr<OutputDataMsg> NextPiece();
     void Write(OutputDataMsg const& piece);
+    void TellTaken();
     FileTransfer Transfer(String const& error = {}) const {
         return {m_request, m_path, Messenger::MasterMachineName(), error};
     }
@@ -97,6 +102,7 @@ private:
     // The own thread only.
     UniqueFd m_file;
     int64_t m_written = 0;
+    int64_t m_told = 0; // of that, what the Engine knows of
     bool m_ended = false;
 };
 
@@ -136,6 +142,17 @@ void FileRequest::Write(OutputDataMsg const& piece) {
     m_written += static_cast<int64_t>(piece.data.size());
 }
 
+// Lets the Engine go on: a slow line, a slow disk or a slow reader slows it down, and
+// nothing gathers on the way.
+void FileRequest::TellTaken() {
+    if (m_written - m_told < k_Window / 4)
+        return;
+    auto const taken = OutputTakenMsg::New();
+    taken->request = m_request;
+    taken->offset = m_told = m_written;
+    Messenger::Send(taken);
+}
+
 bool FileRequest::Execute() {
     String error;
     bool more = true;
@@ -152,6 +169,7 @@ bool FileRequest::Execute() {
             throw NetException(piece->error);
         bool const first = !m_file;
         Write(*piece);
+        TellTaken();
         if (first && !m_released)
             FileReceivingEvt(Transfer()).Trigger();
         more = !piece->end;

@@ -77,6 +77,8 @@ public:
     // True when that was the last piece: the message is in Type and Body until the
     // next TakePart or Clear. Throws NetException for what is no right piece.
     bool TakePart(std::string_view part);
+    // Memory that it holds.
+    size_t HeldBytes() const { return m_capacity; }
     // In the midst of a message.
     bool Busy() const { return m_nextIndex != 0; }
     UID const& Type() const { return m_type; }

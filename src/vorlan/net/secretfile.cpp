@@ -4,8 +4,10 @@
 #include <corekit/file.h>
 #include <corekit/log.h>
 #include <corekit/uid.h>
+#include <corekit/uniquefd.h>
 
 #include <cerrno>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -26,10 +28,12 @@ bool CreateSecretFile(Path const& path, std::string_view text) {
 }
 
 void KeepSecret(Path const& path) {
+    // What a link points to is not ours to change.
+    UniqueFd const file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
     struct stat info {};
-    if (::stat(path.c_str(), &info) != 0 || (info.st_mode & 077) == 0)
+    if (!file || ::fstat(file.Get(), &info) != 0 || !S_ISREG(info.st_mode) || (info.st_mode & 077) == 0)
         return;
-    bool const fixed = ::chmod(path.c_str(), 0600) == 0;
+    bool const fixed = ::fchmod(file.Get(), 0600) == 0;
     LogWarning("Others could read " + path + (fixed ? ". Its rights are 0600 now." : ". Run `chmod 0600` on it."));
 }
 

@@ -28,6 +28,7 @@ public:
     void OnProved(ChannelPtr const& channel) override;
     void OnMessage(ChannelPtr const& channel, boost::shared_ptr<Message> const& message) override;
     void OnDrained(ChannelPtr const& channel) override;
+    bool MayAssemble(ChannelPtr const& channel, size_t bytes) override;
     void OnEnded(ChannelPtr const& channel, bool proved, String const& reason) override;
 
 private:
@@ -55,6 +56,8 @@ private:
     Channels m_unproved CK_GUARDED_BY(m_guard); // the oldest first
     Channels m_proved CK_GUARDED_BY(m_guard);
     bool m_stopping CK_GUARDED_BY(m_guard) = false;
+    std::map<uint64_t, size_t> m_assembling CK_GUARDED_BY(m_guard); // bytes of messages under way
+    size_t m_assemblingBytes CK_GUARDED_BY(m_guard) = 0;            // all of them
 };
 
 void Server::Impl::Start() {
@@ -187,6 +190,39 @@ void Server::Impl::OnMessage(ChannelPtr const& channel, boost::shared_ptr<Messag
 }
 
 void Server::Impl::OnDrained(ChannelPtr const& channel) { Guarded("onDrained", m_handlers.onDrained, channel); }
+
+// Who holds most has to go, be it this one or another.
+bool Server::Impl::MayAssemble(ChannelPtr const& channel, size_t bytes) {
+    ChannelPtr largest;
+    {
+        CommonMutex::Lock const lock(m_guard);
+        auto const known = m_assembling.find(channel->Number());
+        size_t const before = known == m_assembling.end() ? 0 : known->second;
+        if (before == bytes)
+            return true;
+        m_assemblingBytes += bytes - before;
+        if (bytes == 0)
+            m_assembling.erase(known);
+        else
+            m_assembling[channel->Number()] = bytes;
+        if (bytes < before || m_assemblingBytes <= m_options.limits.assembling)
+            return true;
+        auto const most = std::max_element(m_assembling.begin(), m_assembling.end(),
+                                           [](auto const& a, auto const& b) { return a.second < b.second; });
+        if (most->first == channel->Number())
+            return false;
+        if (auto const at = m_proved.find(most->first); at != m_proved.end())
+            largest = at->second;
+    }
+    if (largest) {
+        String const reason = SFormat("it holds most of the messages under way, which are over the limit of %zu bytes "
+                                      "together",
+                                      m_options.limits.assembling);
+        LogWarning("Closed the connection to " + largest->Peer().Text() + ": " + reason);
+        largest->Drop(reason);
+    }
+    return true;
+}
 
 void Server::Impl::OnEnded(ChannelPtr const& channel, bool, String const& reason) {
     bool known = false;
