@@ -193,10 +193,10 @@ struct Farm {
     PoolRule const& RuleOfPool(UID const& pool) const;
     int LimitOfProduct(UID const& type) const;
     Usage const& UsageOf(std::unordered_map<UID, Usage> const& usages, UID const& id) const;
-    // The options and limits of a Product on an Engine; those of the default Engine
-    // where it has none of its own.
     // The options of an Engine for a Product: those for all, those of the default Engine, its own.
     OptionMap OptionsOn(EngineEntry const& engine, UID const& type) const;
+    // The options and limits of a Product on an Engine; those of the default Engine
+    // where it has none of its own.
     EngineProduct const* ProductOn(EngineEntry const& engine, UID const& type) const;
 };
 
