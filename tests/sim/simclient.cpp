@@ -4,9 +4,11 @@ namespace sim {
 
 namespace {
 
-template <class T>
-T const* As(Message const& message) {
-    return message.Type() == T::s_Type ? static_cast<T const*>(&message) : nullptr;
+// Calls it with the message, if it is a T.
+template <class T, class Handler>
+void On(Message const& message, Handler const& handler) {
+    if (message.Type() == T::s_Type)
+        handler(static_cast<T const&>(message));
 }
 
 template <class Map>
@@ -17,11 +19,10 @@ std::vector<UID> KeysOf(Map const& map) {
     return keys;
 }
 
-String TextOf(VorlanObject const& object) {
-    String text;
-    for (auto const& [name, value] : object.Values())
-        text += name.Lower() + "=" + value + ";";
-    return text;
+template <class Map>
+auto ValueIn(Map const& map, UID const& key) {
+    auto const at = map.find(key);
+    return at == map.end() ? nullptr : at->second;
 }
 
 // All elements of a history, one line for each run.
@@ -29,53 +30,44 @@ std::map<UID, String> RunsOf(JobHistory const& history) {
     std::map<UID, String> runs;
     for (auto at = history.ebegin(); at != history.eend(); ++at) {
         WorkRun const& run = at.Run();
-        String& line = runs[run.Work()];
         for (size_t i = 0; i < run.ElementCount(); ++i) {
-            WorkHistoryElement const element = run[i];
-            line += String::From(element.status) + "@" + String::From(element.time.Milliseconds()) + " " +
-                    element.note + " " + element.subRange + " " + element.engine.ToString() + "; ";
+            auto const& [status, time, note, subRange, work, job, engine] = run[i];
+            runs[run.Work()] += String::From(status) + "@" + String::From(time.Milliseconds()) + " " + note + " " +
+                                subRange + " " + engine.ToString() + "; ";
         }
     }
     return runs;
 }
 
-template <class Map, class Text>
-void CompareMaps(Map const& mirror, Map const& fresh, String const& what, Text text, std::vector<String>& faults) {
+} // namespace
+
+template <class Map>
+void SimClient::CompareMaps(Map const& mirror, Map const& fresh, char const* what, std::vector<String>& faults) {
     for (auto const& [key, value] : fresh) {
-        auto const at = mirror.find(key);
-        if (at == mirror.end())
-            faults.push_back(what + " is missing: " + text(key, value));
-        else if (text(key, at->second) != text(key, value))
-            faults.push_back(what + " differs:\n  told  " + text(key, at->second) + "\n  fresh " + text(key, value));
+        String const name = String(what) + " " + Text(key);
+        if (auto const at = mirror.find(key); at == mirror.end())
+            faults.push_back(name + " is missing: " + Text(value));
+        else if (Text(at->second) != Text(value))
+            faults.push_back(name + " differs:\n  told  " + Text(at->second) + "\n  fresh " + Text(value));
     }
     for (auto const& [key, value] : mirror) {
         if (!fresh.contains(key))
-            faults.push_back(what + " should not be there: " + text(key, value));
+            faults.push_back(String(what) + " " + Text(key) + " should not be there: " + Text(value));
     }
 }
 
-} // namespace
+String SimClient::Text(boost::shared_ptr<VorlanObject const> const& object) {
+    String text;
+    for (auto const& [name, value] : object->Values())
+        text += name.Lower() + "=" + value + ";";
+    return text;
+}
 
-std::vector<boost::shared_ptr<Message>> SimClient::Refresh() {
-    ++m_pendingLoads;
-    m_jobs.clear();
-    m_works.clear();
-    m_engines.clear();
-    m_engineOptions.clear();
-    m_pools.clear();
-    m_sections.clear();
-    m_limits.clear();
-    m_failures.clear();
-    m_histories.clear();
-    auto follow = NotifyOnEventMsg::New();
-    follow->AddAll();
-    auto engines = GetEngineInfoMsg::New();
-    engines->AddAll();
+Messages SimClient::Refresh() {
+    m_farm = {};
+    auto engines = GetEngineInfoMsg::Create(true);
     engines->wantHistory = engines->wantOptions = engines->wantState = true;
-    auto jobs = GetJobInfoMsg::New();
-    jobs->AddAll();
-    jobs->wantJob = true;
-    return {follow,
+    return {NotifyOnEventMsg::Create(true),
             GetMasterOptionsMsg::New(),
             GetMasterLimitsMsg::New(),
             GetMasterRestrictionsMsg::New(),
@@ -83,195 +75,147 @@ std::vector<boost::shared_ptr<Message>> SimClient::Refresh() {
             GetFailureArchiveMsg::New(),
             GetPoolsMsg::New(),
             engines,
-            jobs};
+            GetJobInfoMsg::Create(true, std::set<UID>(), true)};
 }
 
-std::vector<UID> SimClient::Jobs() const { return KeysOf(m_jobs); }
-std::vector<UID> SimClient::Works() const { return KeysOf(m_works); }
-std::vector<UID> SimClient::Engines() const { return KeysOf(m_engines); }
-
-boost::shared_ptr<Job> SimClient::FindJob(UID const& id) const {
-    auto const at = m_jobs.find(id);
-    return at == m_jobs.end() ? nullptr : at->second;
-}
-
-boost::shared_ptr<Engine> SimClient::FindEngine(UID const& id) const {
-    auto const at = m_engines.find(id);
-    return at == m_engines.end() ? nullptr : at->second;
-}
+std::vector<UID> SimClient::Jobs() const { return KeysOf(m_farm.jobs); }
+std::vector<UID> SimClient::Works() const { return KeysOf(m_farm.works); }
+std::vector<UID> SimClient::Engines() const { return KeysOf(m_farm.engines); }
+boost::shared_ptr<Job> SimClient::FindJob(UID const& id) const { return ValueIn(m_farm.jobs, id); }
+boost::shared_ptr<Engine> SimClient::FindEngine(UID const& id) const { return ValueIn(m_farm.engines, id); }
 
 boost::shared_ptr<Message> SimClient::AskHistory(UID const& job) {
-    m_histories[job].received = false;
-    auto message = GetJobInfoMsg::New();
-    message->AddID(job);
-    message->wantHistory = true;
-    return message;
+    m_farm.histories[job].received = false;
+    return GetJobInfoMsg::Create(false, std::set<UID>{job}, false, true);
 }
 
 void SimClient::OnJob(boost::shared_ptr<Job> const& job, bool updatesWork) {
-    auto& known = m_jobs[job->id];
+    auto& known = m_farm.jobs[job->id];
     if (known)
         known->UpdateFrom(*job, false);
     else
         known = boost::make_shared<Job>(*job);
-    if (!updatesWork)
-        return;
-    for (auto& [id, work] : m_works) {
-        if (work.job->parentID == job->id)
+    for (auto& [id, work] : m_farm.works) {
+        if (updatesWork && work.job->parentID == job->id)
             work.job->UpdateFromParent(*known);
     }
 }
 
-void SimClient::OnParameter(JobParameterMsg const& message, std::vector<boost::shared_ptr<Message>>& answers) {
+void SimClient::OnParameter(JobParameterMsg const& message, Messages& answers) {
     auto const job = FindJob(message.job);
     if (!job) {
-        auto ask = GetJobInfoMsg::New();
-        ask->AddID(message.job);
-        ask->wantJob = ask->wantHistory = true;
-        answers.push_back(ask);
+        answers.push_back(GetJobInfoMsg::Create(false, std::set<UID>{message.job}, true, true));
         return;
     }
     job->SetParameter(message.name, message.value);
-    auto const product = m_products.find(job->Type());
-    auto const parameter = product == m_products.end() ? nullptr : product->second->GetParam(message.name);
+    auto const product = ValueIn(m_products, job->Type());
+    auto const parameter = product ? product->GetParam(message.name) : nullptr;
     if (!parameter || parameter->HasFlag(Parameter::f_NoParentUpdate))
         return;
-    for (auto& [id, work] : m_works) {
+    for (auto& [id, work] : m_farm.works) {
         if (work.job->parentID == message.job)
             work.job->SetParameter(message.name, message.value);
     }
 }
 
-void SimClient::OnGone(UID const& job) {
-    m_jobs.erase(job);
-    m_histories.erase(job);
-    std::erase_if(m_works, [&](auto const& work) { return work.second.job->parentID == job; });
-    std::erase_if(m_failures, [&](auto const& at) { return at.first.first == job && at.second.count == 0; });
+void SimClient::OnJobGone(UID const& job) {
+    m_farm.jobs.erase(job);
+    m_farm.histories.erase(job);
+    std::erase_if(m_farm.works, [&](auto const& work) { return work.second.job->parentID == job; });
+    std::erase_if(m_farm.failures, [&](auto const& at) { return at.first.first == job && at.second.count == 0; });
 }
 
 void SimClient::OnWork(boost::shared_ptr<Job> const& work, UID const& engine) {
-    if (m_jobs.contains(work->parentID) && m_engines.contains(engine))
-        m_works[work->id] = {boost::make_shared<Job>(*work), engine};
+    if (m_farm.jobs.contains(work->parentID) && m_farm.engines.contains(engine))
+        m_farm.works[work->id] = {boost::make_shared<Job>(*work), engine};
 }
 
 void SimClient::OnFinishedWork(FinishedWorkMsg const& message) {
-    auto const at = m_works.find(message.work);
-    if (at == m_works.end())
+    auto const at = m_farm.works.find(message.work);
+    if (at == m_farm.works.end())
         return;
-    if (IsFailedStatus(message.status))
-        m_failures[{at->second.job->parentID, at->second.engine}].AddOne();
-    m_works.erase(at);
+    if (IsFailedStatus(message.status)) {
+        FailureCounts& counts = m_farm.failures[{at->second.job->parentID, at->second.engine}];
+        counts = {counts.count + 1, counts.total + 1};
+    }
+    m_farm.works.erase(at);
 }
 
-void SimClient::Receive(Message const& message, std::vector<boost::shared_ptr<Message>>& answers) {
-    if (auto const* const job = As<JobMsg>(message))
-        OnJob(job->job, true);
-    else if (auto const* const finished = As<FinishedJobMsg>(message))
-        OnJob(finished->job, false);
-    else if (auto const* const parameter = As<JobParameterMsg>(message))
-        OnParameter(*parameter, answers);
-    else if (auto const* const gone = As<DeleteJobMsg>(message))
-        OnGone(gone->job);
-    else if (auto const* const assigned = As<AssignedWorkMsg>(message))
-        OnWork(assigned->work, assigned->engine);
-    else if (auto const* const started = As<StartedWorkMsg>(message))
-        OnWork(started->work, started->engine);
-    else if (auto const* const ended = As<FinishedWorkMsg>(message))
-        OnFinishedWork(*ended);
-    else if (auto const* const value = As<WorkParameterChangedMsg>(message)) {
-        if (auto const at = m_works.find(value->work); at != m_works.end())
-            at->second.job->SetParameter(value->name, value->value);
-    } else if (auto const* const history = As<JobHistoryMsg>(message)) {
-        if (auto const at = m_histories.find(history->job); at != m_histories.end())
-            at->second = {true, history->history};
-    } else if (auto const* const element = As<WorkHistoryElementMsg>(message)) {
-        if (auto const at = m_histories.find(element->element.job); at != m_histories.end())
-            at->second.history.Append(element->element);
-    } else if (As<EndJobInfoMsg>(message)) {
-        // Answers about single Jobs are bracketed, too: those do not count.
-    } else {
-        OnEngines(message);
-        OnSettings(message);
-    }
+void SimClient::OnEngineGone(UID const& engine) {
+    m_farm.engines.erase(engine);
+    std::erase_if(m_farm.works, [&](auto const& work) { return work.second.engine == engine; });
+    std::erase_if(m_farm.engineOptions, [&](auto const& entry) { return entry.first.first == engine; });
+    std::erase_if(m_farm.failures, [&](auto const& entry) { return entry.first.second == engine; });
 }
 
-void SimClient::OnEngines(Message const& message) {
-    if (auto const* const engine = As<EngineMsg>(message))
-        m_engines[engine->engine.id] = boost::make_shared<Engine>(engine->engine);
-    else if (auto const* const options = As<EngineOptionsMsg>(message)) {
-        for (UID const& id : options->engines)
-            m_engineOptions[{id, options->product}] = options->options;
-    } else if (auto const* const gone = As<RemoveEngineMsg>(message)) {
-        m_engines.erase(gone->engine);
-        std::erase_if(m_works, [&](auto const& work) { return work.second.engine == gone->engine; });
-        std::erase_if(m_engineOptions, [&](auto const& entry) { return entry.first.first == gone->engine; });
-        std::erase_if(m_failures, [&](auto const& entry) { return entry.first.second == gone->engine; });
-    } else if (auto const* const reset = As<ResetEngineFailuresMsg>(message)) {
-        for (auto at = m_failures.begin(); at != m_failures.end();) {
-            bool const counted = at->first.second == reset->engine && std::exchange(at->second.count, 0) != 0;
-            at = counted && !m_jobs.contains(at->first.first) ? m_failures.erase(at) : std::next(at);
-        }
-    }
+void SimClient::OnEngineReset(UID const& engine) {
+    std::erase_if(m_farm.failures, [&](auto const& entry) {
+        return entry.first.second == engine && entry.second.count != 0 && !m_farm.jobs.contains(entry.first.first);
+    });
+    for (auto& [key, counts] : m_farm.failures)
+        counts.count = key.second == engine ? 0 : counts.count;
 }
 
-void SimClient::OnSettings(Message const& message) {
-    if (auto const* const pools = As<PoolMsg>(message)) {
-        for (auto const& [id, name] : pools->pools)
-            m_pools[id] = name;
-    } else if (auto const* const gone = As<DeletePoolMsg>(message))
-        m_pools.erase(gone->pool);
-    else if (auto const* const options = As<SetMasterOptionsMsg>(message))
-        m_sections[options->section] = options->options;
-    else if (auto const* const limits = As<SetMasterLimitsMsg>(message))
-        m_limits = {limits->limits.begin(), limits->limits.end()};
-    else if (auto const* const reset = As<ResetJobFailuresMsg>(message)) {
-        for (auto& [key, counts] : m_failures)
-            counts.count = key.first == reset->job ? 0 : counts.count;
-    } else if (auto const* const archive = As<FailureArchiveMsg>(message)) {
-        m_failures.clear();
-        for (FailureItem const& item : archive->items)
-            m_failures[{item.job, item.engine}] = {item.count, item.total};
-    }
+void SimClient::Receive(Message const& message, Messages& answers) {
+    On<JobMsg>(message, [&](auto& m) { OnJob(m.job, true); });
+    On<FinishedJobMsg>(message, [&](auto& m) { OnJob(m.job, false); });
+    On<JobParameterMsg>(message, [&](auto& m) { OnParameter(m, answers); });
+    On<DeleteJobMsg>(message, [&](auto& m) { OnJobGone(m.job); });
+    On<AssignedWorkMsg>(message, [&](auto& m) { OnWork(m.work, m.engine); });
+    On<StartedWorkMsg>(message, [&](auto& m) { OnWork(m.work, m.engine); });
+    On<FinishedWorkMsg>(message, [&](auto& m) { OnFinishedWork(m); });
+    On<WorkParameterChangedMsg>(message, [&](auto& m) {
+        if (auto const at = m_farm.works.find(m.work); at != m_farm.works.end())
+            at->second.job->SetParameter(m.name, m.value);
+    });
+    On<JobHistoryMsg>(message, [&](auto& m) {
+        if (auto const at = m_farm.histories.find(m.job); at != m_farm.histories.end())
+            at->second = {true, m.history};
+    });
+    On<WorkHistoryElementMsg>(message, [&](auto& m) {
+        if (auto const at = m_farm.histories.find(m.element.job); at != m_farm.histories.end())
+            at->second.history.Append(m.element);
+    });
+    On<EngineMsg>(message, [&](auto& m) { m_farm.engines[m.engine.id] = boost::make_shared<Engine>(m.engine); });
+    On<EngineOptionsMsg>(message, [&](auto& m) {
+        for (UID const& id : m.engines)
+            m_farm.engineOptions[{id, m.product}] = m.options;
+    });
+    On<RemoveEngineMsg>(message, [&](auto& m) { OnEngineGone(m.engine); });
+    On<ResetEngineFailuresMsg>(message, [&](auto& m) { OnEngineReset(m.engine); });
+    On<PoolMsg>(message, [&](auto& m) {
+        for (auto const& [id, name] : m.pools)
+            m_farm.pools[id] = name;
+    });
+    On<DeletePoolMsg>(message, [&](auto& m) { m_farm.pools.erase(m.pool); });
+    On<SetMasterOptionsMsg>(message, [&](auto& m) { m_farm.sections[m.section] = m.options; });
+    On<SetMasterLimitsMsg>(message, [&](auto& m) { m_farm.limits = {m.limits.begin(), m.limits.end()}; });
+    On<ResetJobFailuresMsg>(message, [&](auto& m) {
+        for (auto& [key, counts] : m_farm.failures)
+            counts.count = key.first == m.job ? 0 : counts.count;
+    });
+    On<FailureArchiveMsg>(message, [&](auto& m) {
+        m_farm.failures.clear();
+        for (FailureItem const& item : m.items)
+            m_farm.failures[{item.job, item.engine}] = {item.count, item.total};
+    });
 }
 
 std::vector<String> SimClient::Compare(SimClient const& mirror, SimClient const& fresh) {
     std::vector<String> faults;
-    auto const object = [](UID const& id, auto const& value) { return id.ToString() + " " + TextOf(*value); };
-    CompareMaps(mirror.m_jobs, fresh.m_jobs, "Job", object, faults);
-    CompareMaps(mirror.m_engines, fresh.m_engines, "Engine", object, faults);
-    CompareMaps(
-        mirror.m_works, fresh.m_works, "work",
-        [](UID const& id, Work const& work) {
-            return id.ToString() + " on " + work.engine.ToString() + " " + TextOf(*work.job);
-        },
-        faults);
-    CompareMaps(
-        mirror.m_engineOptions, fresh.m_engineOptions, "Engine options",
-        [](auto const& key, OptionMap const& options) { return key.first.ToString() + " " + OptionsToString(options); },
-        faults);
-    CompareMaps(
-        mirror.m_pools, fresh.m_pools, "Pool",
-        [](UID const& id, String const& name) { return id.ToString() + " " + name; }, faults);
-    CompareMaps(
-        mirror.m_sections, fresh.m_sections, "section",
-        [](String const& name, OptionMap const& options) { return name + " " + OptionsToString(options); }, faults);
-    CompareMaps(
-        mirror.m_limits, fresh.m_limits, "limit",
-        [](UID const& id, int limit) { return id.ToString() + " " + String::From(limit); }, faults);
-    CompareMaps(
-        mirror.m_failures, fresh.m_failures, "failures",
-        [](FailureKey const& key, FailureCounts const& counts) {
-            return key.first.ToString() + " on " + key.second.ToString() + " " + String::From(counts.count) + " of " +
-                   String::From(counts.total);
-        },
-        faults);
-    for (auto const& [job, history] : mirror.m_histories) {
-        auto const other = fresh.m_histories.find(job);
-        if (!history.received || other == fresh.m_histories.end())
-            continue;
-        CompareMaps(
-            RunsOf(history.history), RunsOf(other->second.history), "run in the history of a Job",
-            [](UID const& id, String const& run) { return id.ToString() + " " + run; }, faults);
+    Farm const& told = mirror.m_farm;
+    Farm const& loaded = fresh.m_farm;
+    CompareMaps(told.jobs, loaded.jobs, "Job", faults);
+    CompareMaps(told.engines, loaded.engines, "Engine", faults);
+    CompareMaps(told.works, loaded.works, "work", faults);
+    CompareMaps(told.engineOptions, loaded.engineOptions, "Engine options", faults);
+    CompareMaps(told.pools, loaded.pools, "Pool", faults);
+    CompareMaps(told.sections, loaded.sections, "section", faults);
+    CompareMaps(told.limits, loaded.limits, "limit", faults);
+    CompareMaps(told.failures, loaded.failures, "failures", faults);
+    for (auto const& [job, history] : told.histories) {
+        if (auto const other = loaded.histories.find(job); history.received && other != loaded.histories.end())
+            CompareMaps(RunsOf(history.history), RunsOf(other->second.history), "run in the history of a Job", faults);
     }
     return faults;
 }

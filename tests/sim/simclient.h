@@ -4,7 +4,7 @@
 
 #include "domain.h"
 
-#include "master/core/event.h"
+#include "sim/simengine.h"
 
 #include <vorlan/jobhistory.h>
 
@@ -21,13 +21,10 @@ public:
     farm::PeerId peer = 0; // 0: not connected
 
     // Forgets everything; gives what it asks for on a new connection.
-    std::vector<boost::shared_ptr<Message>> Refresh();
+    Messages Refresh();
 
     // Takes a message; `answers` are to be sent.
-    void Receive(Message const& message, std::vector<boost::shared_ptr<Message>>& answers);
-
-    // The end of the Jobs of the last refresh has come.
-    bool Loaded() const { return m_pendingLoads == 0; }
+    void Receive(Message const& message, Messages& answers);
 
     std::vector<UID> Jobs() const;
     boost::shared_ptr<Job> FindJob(UID const& id) const;
@@ -50,32 +47,42 @@ private:
         bool received = false;
         JobHistory history;
     };
-    using FailureKey = std::pair<UID, UID>;
     struct FailureCounts {
-        void AddOne() { ++count, ++total; }
         unsigned count = 0;
         unsigned total = 0;
     };
+    struct Farm {
+        std::map<UID, boost::shared_ptr<Job>> jobs;
+        std::map<UID, Work> works;
+        std::map<UID, boost::shared_ptr<Engine>> engines;
+        std::map<std::pair<UID, UID>, OptionMap> engineOptions; // by Engine and Product
+        std::map<UID, String> pools;
+        std::map<String, OptionMap> sections;
+        std::map<UID, int> limits;
+        std::map<std::pair<UID, UID>, FailureCounts> failures; // by Job and Engine
+        std::map<UID, History> histories;
+    };
 
     void OnWork(boost::shared_ptr<Job> const& work, UID const& engine);
-    void OnParameter(JobParameterMsg const& message, std::vector<boost::shared_ptr<Message>>& answers);
+    void OnParameter(JobParameterMsg const& message, Messages& answers);
     void OnFinishedWork(FinishedWorkMsg const& message);
     void OnJob(boost::shared_ptr<Job> const& job, bool updatesWork);
-    void OnGone(UID const& job);
-    void OnSettings(Message const& message);
-    void OnEngines(Message const& message);
+    void OnJobGone(UID const& job);
+    void OnEngineGone(UID const& engine);
+    void OnEngineReset(UID const& engine);
+    static String Text(String const& text) { return text; }
+    static String Text(int number) { return String::From(number); }
+    static String Text(UID const& id) { return id.ToString(); }
+    static String Text(std::pair<UID, UID> const& ids) { return Text(ids.first) + " " + Text(ids.second); }
+    static String Text(OptionMap const& options) { return OptionsToString(options); }
+    static String Text(Work const& work) { return "on " + Text(work.engine) + " " + Text(work.job); }
+    static String Text(FailureCounts const& counts) { return SFormat("%u of %u", counts.count, counts.total); }
+    static String Text(boost::shared_ptr<VorlanObject const> const& object);
+    template <class Map>
+    static void CompareMaps(Map const& mirror, Map const& fresh, char const* what, std::vector<String>& faults);
 
     Products const& m_products;
-    unsigned m_pendingLoads = 0;
-    std::map<UID, boost::shared_ptr<Job>> m_jobs;
-    std::map<UID, Work> m_works;
-    std::map<UID, boost::shared_ptr<Engine>> m_engines;
-    std::map<std::pair<UID, UID>, OptionMap> m_engineOptions;
-    std::map<UID, String> m_pools;
-    std::map<String, OptionMap> m_sections;
-    std::map<UID, int> m_limits;
-    std::map<FailureKey, FailureCounts> m_failures;
-    std::map<UID, History> m_histories;
+    Farm m_farm;
 };
 
 } // namespace sim

@@ -36,21 +36,15 @@ boost::shared_ptr<Message> SimEngine::Ended(UID const& work, Run const& run, int
                           status == Finished ? 0 : 1,
                           run.started ? RanMs(run, now) : 0};
     m_ended[work] = ended;
-    auto message = WorkEndedMsg::New();
-    message->ended = ended;
-    return message;
+    return WorkEndedMsg::Create(ended);
 }
 
-String SimEngine::Receive(Message const& message, Moment const& now, std::vector<boost::shared_ptr<Message>>& answers) {
+String SimEngine::Receive(Message const& message, Moment const& now, Messages& answers) {
     if (message.Type() == RunWorkMsg::s_Type) {
         auto const& unit = *static_cast<RunWorkMsg const&>(message).work;
         if (!m_seen.insert(unit.id).second)
             return "work {" + unit.id.ToString() + "} was given to " + m_name + " twice";
-        Run run;
-        run.job = unit.parentID;
-        run.subRange = unit.Get(p_SubRange, false);
-        run.cores = static_cast<unsigned>(unit.Get(p_DispatchCPUs, false).Uint());
-        m_runs[unit.id] = run;
+        m_runs[unit.id] = {unit.parentID, unit.Get(p_SubRange, false)};
     } else if (message.Type() == EndWorkMsg::s_Type) {
         auto const& order = static_cast<EndWorkMsg const&>(message);
         auto const run = m_runs.find(order.work);
@@ -73,40 +67,31 @@ boost::shared_ptr<Message> SimEngine::Begin(size_t choice, Moment const& now) {
     if (works.empty())
         return nullptr;
     UID const work = works[choice % works.size()];
-    m_runs[work].started = true;
-    m_runs[work].startedAt = now.wall + m_skew;
-    m_runs[work].startedSteady = now.steady;
-    auto message = WorkBegunMsg::New();
-    message->work = work;
-    message->time = m_runs[work].startedAt;
-    return message;
+    Run& run = m_runs[work];
+    run.started = true;
+    run.startedAt = now.wall + m_skew;
+    run.startedSteady = now.steady;
+    return WorkBegunMsg::Create(work, run.startedAt);
 }
 
 boost::shared_ptr<Message> SimEngine::Progress(size_t choice, int percent) const {
     if (m_runs.empty())
         return nullptr;
-    auto const at = std::next(m_runs.begin(), static_cast<ptrdiff_t>(choice % m_runs.size()));
-    auto message = WorkProgressMsg::New();
-    message->work = at->first;
-    message->values[p_PercentDone] = String::From(percent);
-    return message;
+    return WorkProgressMsg::Create(Nth(m_runs, choice % m_runs.size())->first,
+                                   OptionMap{{p_PercentDone, String::From(percent)}});
 }
 
 boost::shared_ptr<Message> SimEngine::End(size_t choice, int status, Moment const& now) {
     if (m_runs.empty())
         return nullptr;
-    auto const at = std::next(m_runs.begin(), static_cast<ptrdiff_t>(choice % m_runs.size()));
+    auto const at = Nth(m_runs, choice % m_runs.size());
     auto const message = Ended(at->first, at->second, status, now);
     m_runs.erase(at);
     return message;
 }
 
 boost::shared_ptr<Message> SimEngine::RepeatEnded(size_t choice) const {
-    if (m_ended.empty())
-        return nullptr;
-    auto message = WorkEndedMsg::New();
-    message->ended = std::next(m_ended.begin(), static_cast<ptrdiff_t>(choice % m_ended.size()))->second;
-    return message;
+    return m_ended.empty() ? nullptr : WorkEndedMsg::Create(Nth(m_ended, choice % m_ended.size())->second);
 }
 
 void SimEngine::Crash(bool reports, Moment const& now) {

@@ -10,6 +10,12 @@ namespace sim {
 
 using namespace vorlan;
 using farm::Moment;
+using Messages = std::vector<boost::shared_ptr<Message>>;
+
+template <class Map>
+auto Nth(Map& map, size_t number) {
+    return std::next(map.begin(), static_cast<ptrdiff_t>(number));
+}
 
 // Behaves towards the Master as an Engine does, without processes.
 //
@@ -23,7 +29,6 @@ public:
     struct Run {
         UID job;
         String subRange;
-        unsigned cores = 0;
         bool started = false;
         Time startedAt;
         farm::Steady startedSteady;
@@ -39,7 +44,7 @@ public:
     boost::shared_ptr<Message> Register(Moment const& now) const;
 
     // Takes a message; `answers` are to be sent. Gives a fault, empty if there is none.
-    String Receive(Message const& message, Moment const& now, std::vector<boost::shared_ptr<Message>>& answers);
+    String Receive(Message const& message, Moment const& now, Messages& answers);
 
     // What happens on it; null when there was nothing to do. The answer is only sent
     // while it is connected, and told at the next registration otherwise.

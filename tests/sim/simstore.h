@@ -13,21 +13,17 @@ class SimStore {
 public:
     void Commit(std::vector<farm::Record> const& records) {
         for (farm::Record const& record : records) {
-            int const kind = static_cast<int>(record.kind);
-            switch (record.op) {
-            case farm::Record::Op::Put:
-                if (record.kind == farm::RecordKind::Job)
-                    m_jobs.insert(record.id);
-                m_rows[{kind, record.number}] = record;
-                break;
-            case farm::Record::Op::Erase:
-                m_rows.erase({kind, record.number});
-                break;
-            case farm::Record::Op::EraseJob:
-                std::erase_if(m_rows,
-                              [&](auto const& row) { return row.first.first == kind && row.second.job == record.job; });
-                break;
-            }
+            std::pair const key(static_cast<int>(record.kind), record.number);
+            if (record.op == farm::Record::Op::Put)
+                m_rows[key] = record;
+            else if (record.op == farm::Record::Op::Erase)
+                m_rows.erase(key);
+            else
+                std::erase_if(m_rows, [&](auto const& row) {
+                    return row.second.kind == record.kind && row.second.job == record.job;
+                });
+            if (record.op == farm::Record::Op::Put && record.kind == farm::RecordKind::Job)
+                m_jobs.insert(record.id);
         }
     }
 

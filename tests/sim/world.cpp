@@ -8,9 +8,7 @@ namespace sim {
 namespace {
 
 CoreConfig ConfigFor(uint64_t seed, SimClient::Products const& products) {
-    CoreConfig config;
-    config.seed = seed;
-    config.machineName = "simulated";
+    CoreConfig config{.seed = seed, .machineName = "simulated"};
     for (auto const& [type, product] : products)
         config.products.push_back(product);
     return config;
@@ -100,40 +98,33 @@ boost::shared_ptr<Message> World::OverTheWire(MessagePtr const& message) const {
 
 void World::Connect(SimEngine* engine, SimClient* client) {
     PeerId const peer = ++m_lastPeer;
-    Link& link = m_links[peer];
-    link.peer = peer;
-    link.engine = engine;
-    link.client = client;
+    Link& link = m_links[peer] = {.engine = engine, .client = client};
+    link.Peer() = peer;
     auto who = boost::make_shared<net::PeerInfo>();
     who->kind = engine ? net::PeerKind::Engine : net::PeerKind::Client;
     who->machineName = engine ? engine->Name() : String("client");
-    PeerConnected const event{peer, who};
     Trace("connects " + who->machineName + " as " + String::From(peer));
-    if (engine) {
-        engine->peer = peer;
-        SendUp(peer, {engine->Register(EngineNow())});
-    } else {
-        client->peer = peer;
-        SendUp(peer, client->Refresh());
-    }
-    Turn({event}, Fate::Normal);
+    SendUp(peer, engine ? Messages{engine->Register(EngineNow())} : client->Refresh());
+    Turn({PeerConnected{peer, who}});
 }
 
-void World::Drop(PeerId peer, bool tellsCore) {
+void World::Drop(PeerId peer) {
     auto const at = m_links.find(peer);
     if (at == m_links.end())
         return;
     Trace("breaks connection " + String::From(peer));
-    if (at->second.engine && at->second.engine->peer == peer)
-        at->second.engine->peer = 0;
-    if (at->second.client && at->second.client->peer == peer)
-        at->second.client->peer = 0;
+    at->second.Peer() = 0;
     m_links.erase(at);
-    if (tellsCore)
-        m_gone.push_back(peer);
+    m_gone.push_back(peer);
 }
 
-void World::SendUp(PeerId peer, std::vector<boost::shared_ptr<Message>> const& messages) {
+void World::NoticeGone() {
+    PeerId const peer = m_gone.back();
+    m_gone.pop_back();
+    Turn({PeerGone{peer}});
+}
+
+void World::SendUp(PeerId peer, Messages const& messages) {
     auto const at = m_links.find(peer);
     if (at == m_links.end())
         return;
@@ -151,15 +142,14 @@ void World::NoteReports(Event const& event, std::vector<UID>& finished) const {
     auto const peer = m_core->State().peers.All().find(message->peer);
     if (peer == m_core->State().peers.All().end())
         return;
-    if (message->message->Type() == WorkEndedMsg::s_Type && peer->second.engine) {
-        WorkEnded const& ended = static_cast<WorkEndedMsg const&>(*message->message).ended;
+    std::vector<WorkEnded> reports;
+    if (message->message->Type() == WorkEndedMsg::s_Type && peer->second.engine)
+        reports = {static_cast<WorkEndedMsg const&>(*message->message).ended};
+    else if (message->message->Type() == RegisterEngineMsg::s_Type && !peer->second.engine)
+        reports = static_cast<RegisterEngineMsg const&>(*message->message).ended;
+    for (WorkEnded const& ended : reports) {
         if (ended.status == Finished)
             finished.push_back(ended.work);
-    } else if (message->message->Type() == RegisterEngineMsg::s_Type && !peer->second.engine) {
-        for (WorkEnded const& ended : static_cast<RegisterEngineMsg const&>(*message->message).ended) {
-            if (ended.status == Finished)
-                finished.push_back(ended.work);
-        }
     }
 }
 
@@ -207,8 +197,7 @@ void World::Turn(std::vector<Event> const& events, Fate fate) {
     }
     if (fate == Fate::LostBeforeCommit) {
         Trace("the Master dies before it commits");
-        Restart();
-        return;
+        return Restart();
     }
     std::vector<Record> records;
     for (Effect const& effect : effects) {
@@ -221,25 +210,20 @@ void World::Turn(std::vector<Event> const& events, Fate fate) {
     RememberFinished(finished);
     if (fate == Fate::LostAfterCommit) {
         Trace("the Master dies before it sends");
-        Restart();
-        return;
+        return Restart();
     }
     for (Effect const& effect : effects)
         Deliver(effect);
     CheckFinished();
-    for (String const& fault : Audit(m_core->State())) {
+    for (String const& fault : Audit(m_core->State()))
         Fail(fault);
-        return;
-    }
 }
 
 void World::CheckUnit(EngineEntry const& engine, Job const& unit) {
     Farm const& state = m_core->State();
     auto const at = state.jobsById.find(unit.parentID);
-    if (at == state.jobsById.end()) {
-        Fail("a unit of an unknown Job was given out");
-        return;
-    }
+    if (at == state.jobsById.end())
+        return Fail("a unit of an unknown Job was given out");
     JobEntry const& job = *at->second;
     String const subRange = unit.Get(p_SubRange, false);
     String const what = "unit " + subRange + " of " + job.job->Name() + " on " + engine.engine->Name();
@@ -303,7 +287,7 @@ void World::Deliver(Effect const& effect) {
         for (PeerId const peer : *all->peers)
             put(peer, all->message);
     } else if (auto const* const close = std::get_if<ClosePeer>(&effect)) {
-        Drop(close->peer, true);
+        Drop(close->peer);
     } else if (auto const* const load = std::get_if<LoadReady>(&effect)) {
         if (auto const at = m_links.find(load->peer); at != m_links.end())
             at->second.wantsPull = true;
@@ -314,12 +298,10 @@ void World::Deliver(Effect const& effect) {
 
 void World::Restart() {
     ++m_restarts;
+    for (auto& [peer, link] : m_links)
+        link.Peer() = 0;
     m_links.clear();
     m_gone.clear();
-    for (auto const& engine : m_engines)
-        engine->peer = 0;
-    for (auto const& client : m_clients)
-        client->peer = 0;
     m_core = FromStore();
     Pass(Time(static_cast<int64_t>(Pick(5000))));
     // The machine may have been started anew as well.
@@ -338,12 +320,8 @@ void World::Restart() {
 void World::Settle() {
     for (int round = 0; round < 10'000 && m_fault.Empty(); ++round) {
         bool busy = false;
-        while (!m_gone.empty() && m_fault.Empty()) {
-            PeerId const peer = m_gone.back();
-            m_gone.pop_back();
-            Turn({PeerGone{peer}}, Fate::Normal);
-            busy = true;
-        }
+        for (; !m_gone.empty() && m_fault.Empty(); busy = true)
+            NoticeGone();
         for (auto const& engine : m_engines) {
             if (engine->peer == 0 && (busy = true))
                 Connect(engine.get(), nullptr);
@@ -361,7 +339,7 @@ void World::Settle() {
             link.up.clear();
         }
         if (!events.empty())
-            Turn(events, Fate::Normal);
+            Turn(events);
         if (!busy && events.empty())
             return;
     }
@@ -417,23 +395,19 @@ void World::CompareClients() {
         return;
     SimClient fresh(m_products);
     Connect(nullptr, &fresh);
-    std::vector<boost::shared_ptr<Message>> asks;
-    for (UID const& job : fresh.Jobs())
-        asks.push_back(fresh.AskHistory(job));
     Settle();
+    Messages asks;
     for (UID const& job : fresh.Jobs())
         asks.push_back(fresh.AskHistory(job));
     SendUp(fresh.peer, asks);
     Settle();
     for (auto const& client : m_clients) {
-        std::vector<String> const faults = SimClient::Compare(*client, fresh);
-        if (!faults.empty())
-            Fail("a client was told something else than a fresh load tells: " + faults.front());
+        for (String const& fault : SimClient::Compare(*client, fresh))
+            Fail("a client was told something else than a fresh load tells: " + fault);
     }
     ++m_compared;
-    PeerId const peer = fresh.peer;
-    Drop(peer, false);
-    Turn({PeerGone{peer}}, Fate::Normal);
+    Drop(fresh.peer);
+    Settle();
 }
 
 } // namespace sim

@@ -39,7 +39,7 @@ public:
 
 private:
     struct Link {
-        PeerId peer = 0;
+        PeerId& Peer() { return engine ? engine->peer : client->peer; }
         SimEngine* engine = nullptr;
         SimClient* client = nullptr;
         std::deque<boost::shared_ptr<Message>> up;
@@ -84,6 +84,9 @@ private:
     void Command();
 
     // Commands of clients.
+    UID const& AnyProduct();
+    UID const& AnyEngine();
+    String AnyNumber(uint64_t count, int lowest = 0);
     boost::shared_ptr<Message> SubmitCommand();
     boost::shared_ptr<Message> JobCommand(UID const& job);
     boost::shared_ptr<Message> WorkCommand();
@@ -92,7 +95,7 @@ private:
     void SendCommand(boost::shared_ptr<Message> const& message);
 
     // Machinery.
-    void Turn(std::vector<Event> const& events, Fate fate);
+    void Turn(std::vector<Event> const& events, Fate fate = Fate::Normal);
     void NoteReports(Event const& event, std::vector<UID>& finished) const;
     void NoteRunAgain(Event const& event);
     void RememberFinished(std::vector<UID> const& works);
@@ -100,8 +103,9 @@ private:
     void CheckUnit(EngineEntry const& engine, Job const& unit);
     void Deliver(Effect const& effect);
     void Connect(SimEngine* engine, SimClient* client);
-    void Drop(PeerId peer, bool tellsCore);
-    void SendUp(PeerId peer, std::vector<boost::shared_ptr<Message>> const& messages);
+    void Drop(PeerId peer);
+    void NoticeGone();
+    void SendUp(PeerId peer, Messages const& messages);
     void CheckRuns();
     void NoteFinishedJob(Message const& message);
     void CheckFinished();
@@ -130,7 +134,7 @@ private:
     std::map<uint64_t, std::set<int>> m_finishedFrames; // of each Job, reported and stored
     std::set<uint64_t> m_finishedJobs;                  // numbers of those that anybody was told have finished
     std::vector<uint64_t> m_newlyFinished;              // in the turn that is going on
-    std::set<UID> m_submitted;
+    size_t m_submitted = 0;
 
     std::deque<String> m_trace;
     String m_fault;

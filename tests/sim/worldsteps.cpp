@@ -40,12 +40,8 @@ void World::Step() {
 }
 
 void World::DeliverUp() {
-    if (!m_gone.empty() && Chance(30)) {
-        PeerId const peer = m_gone.back();
-        m_gone.pop_back();
-        Turn({PeerGone{peer}}, Fate::Normal);
-        return;
-    }
+    if (!m_gone.empty() && Chance(30))
+        return NoticeGone();
     // A turn takes what is there from some connections, in each one's order.
     std::vector<Event> events;
     for (auto& [peer, link] : m_links) {
@@ -70,7 +66,7 @@ void World::DeliverUp() {
 void World::DeliverDown(bool all) {
     for (auto& [peer, link] : m_links) {
         uint64_t left = all ? link.down.size() : (Chance(50) ? Pick(20) : 0);
-        std::vector<boost::shared_ptr<Message>> answers;
+        Messages answers;
         for (; left > 0 && !link.down.empty(); --left) {
             MessagePtr const message = link.down.front();
             link.down.pop_front();
@@ -116,31 +112,26 @@ void World::EngineActs() {
 
 void World::ConnectSomebody() {
     for (auto const& engine : m_engines) {
-        if (engine->peer == 0 && Chance(50)) {
-            Connect(engine.get(), nullptr);
-            return;
-        }
+        if (engine->peer == 0 && Chance(50))
+            return Connect(engine.get(), nullptr);
     }
     for (auto const& client : m_clients) {
-        if (client->peer == 0) {
-            Connect(nullptr, client.get());
-            return;
-        }
+        if (client->peer == 0)
+            return Connect(nullptr, client.get());
     }
     // Somebody presses Refresh.
     if (Chance(20)) {
-        SimClient& client = *m_clients[Pick(m_clients.size())];
-        if (client.peer != 0)
-            SendUp(client.peer, client.Refresh());
+        SimClient& client = *OneOf(m_clients);
+        SendUp(client.peer, client.Refresh());
     }
 }
 
 void World::BreakConnection() {
     if (m_links.empty())
         return;
-    auto const at = std::next(m_links.begin(), static_cast<ptrdiff_t>(Pick(m_links.size())));
+    auto const at = Nth(m_links, Pick(m_links.size()));
     SimEngine* const engine = at->second.engine;
-    Drop(at->first, true);
+    Drop(at->first);
     if (engine && Chance(40)) {
         Trace(engine->Name() + " crashes");
         engine->Crash(Chance(50), EngineNow());
@@ -148,8 +139,7 @@ void World::BreakConnection() {
 }
 
 void World::AdvanceClock() {
-    static constexpr uint64_t s_spans[] = {10, 200, 1000, 1000, 5000, 30'000, 130'000};
-    auto left = static_cast<int64_t>(Pick(s_spans[Pick(std::size(s_spans))] + 1));
+    auto left = static_cast<int64_t>(Pick(OneOf<uint64_t>({10, 200, 1000, 1000, 5000, 30'000, 130'000}) + 1));
     // Somebody sets the clock of the Master.
     if (m_options.faults && Pick(40) == 0) {
         Time const jump = SomeSkew();
@@ -162,23 +152,20 @@ void World::AdvanceClock() {
         int64_t const part = std::min(left, beat);
         left -= part;
         Pass(Time(part));
-        std::vector<Event> events{Tick{}};
+        std::vector<Event> events;
         for (auto const& engine : m_engines) {
             if (engine->peer != 0 && part <= 20'000)
-                events.insert(events.begin(), PeerMessage{engine->peer, HeartbeatMsg::New()});
+                events.push_back(PeerMessage{engine->peer, HeartbeatMsg::New()});
         }
-        Turn(events, Fate::Normal);
+        events.push_back(Tick{});
+        Turn(events);
     }
 }
 
-void World::SendCommand(boost::shared_ptr<Message> const& message) {
-    SimClient& client = *m_clients[Pick(m_clients.size())];
-    if (message && client.peer != 0)
-        SendUp(client.peer, {message});
-}
+void World::SendCommand(boost::shared_ptr<Message> const& message) { SendUp(OneOf(m_clients)->peer, {message}); }
 
 void World::Command() {
-    SimClient& client = *m_clients[Pick(m_clients.size())];
+    SimClient& client = *OneOf(m_clients);
     if (client.peer == 0)
         return;
     std::vector<UID> const jobs = client.Jobs();
@@ -194,7 +181,7 @@ void World::Command() {
         SendCommand(EngineCommand());
     else if (choice < 92)
         SendCommand(OptionCommand());
-    else if (m_links.contains(client.peer))
+    else
         SendUp(client.peer, {client.AskHistory(OneOf(jobs))});
 }
 
@@ -202,59 +189,36 @@ void World::Command() {
 void World::Quiet() {
     Trace("quiet");
     m_fault.clear();
-    auto const options = [](std::initializer_list<std::pair<char const*, char const*>> values) {
-        auto message = SetMasterOptionsMsg::New();
-        message->section = o_Distribution;
-        for (auto const& [key, value] : values)
-            message->options[key] = value;
-        return message;
-    };
     Settle();
     SimClient& client = *m_clients.front();
-    std::vector<boost::shared_ptr<Message>> commands{options({{o_GlobalStaggerCount, "0"},
-                                                              {o_UserLimits, ""},
-                                                              {o_AllowFewerCPUs, k_Yes},
-                                                              {o_UseWholeSystem, k_Yes},
-                                                              {o_MaxTotalJobFailures, "0"},
-                                                              {o_MaxJobFailures, "0"},
-                                                              {o_MaxTypeFailures, "0"},
-                                                              {o_PriorityZeroIsPaused, k_No}}),
-                                                     SetMasterLimitsMsg::New()};
+    Messages commands{SetMasterOptionsMsg::Create(o_Distribution, OptionMap{{o_GlobalStaggerCount, "0"},
+                                                                            {o_UserLimits, ""},
+                                                                            {o_AllowFewerCPUs, k_Yes},
+                                                                            {o_UseWholeSystem, k_Yes},
+                                                                            {o_MaxTotalJobFailures, "0"},
+                                                                            {o_MaxJobFailures, "0"},
+                                                                            {o_MaxTypeFailures, "0"},
+                                                                            {o_PriorityZeroIsPaused, k_No}}),
+                      SetMasterLimitsMsg::New()};
     for (UID const& id : client.Engines()) {
-        auto message = EngineMsg::New();
-        message->engine = *client.FindEngine(id);
+        auto message = EngineMsg::Create(*client.FindEngine(id));
         message->engine.SetEnabled(true);
         message->engine.SetPools(m_pools);
         commands.push_back(message);
-        auto none = EngineOptionsMsg::New();
-        for (auto const& [type, product] : m_products) {
-            none = EngineOptionsMsg::New();
-            none->AddEngine(id);
-            none->product = type;
-            commands.push_back(none);
-        }
+        for (auto const& [type, product] : m_products)
+            commands.push_back(EngineOptionsMsg::Create(std::set<UID>{id}, type));
     }
+    Rows<char const*, char const*> const values = {
+        {p_Status, "0"}, {p_IncludeEngines, ""}, {p_ExcludeEngines, ""}, {p_WaitForJobID, ""}, {p_StaggerStart, "0"}};
     for (UID const& id : client.Jobs()) {
-        for (auto const& [name, value] :
-             std::initializer_list<std::pair<char const*, char const*>>{{p_Status, "0"},
-                                                                        {p_IncludeEngines, ""},
-                                                                        {p_ExcludeEngines, ""},
-                                                                        {p_WaitForJobID, ""},
-                                                                        {p_StaggerStart, "0"}}) {
-            auto message = JobParameterMsg::New();
-            message->job = id;
-            message->name = name;
-            message->value = value;
-            commands.push_back(message);
-        }
+        for (auto const& [name, value] : values)
+            commands.push_back(JobParameterMsg::Create(id, name, value));
     }
     SendUp(client.peer, commands);
     for (int round = 0; round < 2000 && m_fault.Empty(); ++round) {
         Settle();
-        bool open = false;
-        for (auto const& [number, job] : m_core->State().jobs)
-            open = open || !job->settings.IsFinished();
-        if (!open)
+        auto const& jobs = m_core->State().jobs;
+        if (std::all_of(jobs.begin(), jobs.end(), [](auto const& job) { return job.second->settings.IsFinished(); }))
             break;
         for (auto const& engine : m_engines) {
             while (auto message = engine->Begin(0, EngineNow()))
