@@ -18,11 +18,7 @@ public:
     std::map<UID, boost::shared_ptr<Job>> jobs;
     std::map<UID, JobHistory> histories;
     std::vector<Engine> engines;
-    struct Unit {
-        boost::shared_ptr<Job> work;
-        UID engine;
-    };
-    std::vector<Unit> units;
+    Rows<boost::shared_ptr<Job>, UID> units;    // and the Engine of each
     std::map<UID, String> refuses;              // ids of Jobs, null for new ones, and why
     std::map<UID, std::vector<String>> outputs; // pieces, by work
     std::function<void()> onCommand;            // after each
@@ -38,12 +34,13 @@ public:
     FarmKey key;
     bool isThere = true;
 
-    void Tell(boost::shared_ptr<Message> const& message) { m_queue.push_back(message); }
-    // A new message, for the caller to fill in.
-    template <class T>
-    T& Tell() {
-        auto const message = T::New();
-        Tell(message);
+    // A message with these first fields.
+    template <class T, class... Values>
+    T& Tell(Values const&... values) {
+        auto message = T::New();
+        if constexpr (sizeof...(values) > 0)
+            message = T::Create(values...);
+        m_queue.push_back(message);
         return *message;
     }
     void Drop() { m_dropped = true; }
@@ -90,7 +87,7 @@ public:
         auto ended = boost::make_shared<Job>(*job);
         ended->SetStatus(status);
         jobs[job->id] = ended;
-        Tell<FinishedJobMsg>().job = ended;
+        Tell<FinishedJobMsg>(ended);
     }
 
     static boost::shared_ptr<Product> ShippedProduct(char const* file) {
@@ -106,7 +103,6 @@ public:
         std::string out;
         std::string err;
     };
-
     // Runs a command line as a person would type it behind the program's name.
     Result Run(String const& line) {
         std::vector<std::string> arguments;
@@ -141,7 +137,7 @@ private:
         m_queue.clear();
         m_dropped = false;
         for (char const* file : {"command.json", "povray.json"})
-            Tell<ProductMsg>().text = ProductToText(*ShippedProduct(file));
+            Tell<ProductMsg>(ProductToText(*ShippedProduct(file)));
         Tell<LoadedMsg>();
         return std::make_unique<Link>(*this);
     }
@@ -171,15 +167,11 @@ private:
         if (message->Type() == GetEngineInfoMsg::s_Type)
             return SendEngines();
         if (message->Type() == GetPoolsMsg::s_Type)
-            return static_cast<void>(Tell<PoolMsg>().pools = pools);
+            return static_cast<void>(Tell<PoolMsg>(pools));
         if (message->Type() == GetFailureArchiveMsg::s_Type)
-            return static_cast<void>(Tell<FailureArchiveMsg>().items = failures);
+            return static_cast<void>(Tell<FailureArchiveMsg>(failures));
         if (message->Type() == ReportJobStatusMsg::s_Type || message->Type() == WatchJobDispatchMsg::s_Type)
-            return static_cast<void>(Tell<DispatchResultMsg>().report = "no Engine is online");
-        if (message->Type() == GetFailureArchiveMsg::s_Type)
-            return static_cast<void>(Tell<FailureArchiveMsg>().items = failures);
-        if (message->Type() == ReportJobStatusMsg::s_Type || message->Type() == WatchJobDispatchMsg::s_Type)
-            return static_cast<void>(Tell<DispatchResultMsg>().report = "no Engine is online");
+            return static_cast<void>(Tell<DispatchResultMsg>("no Engine is online"));
         commands.push_back(message);
         if (message->Type() == JobMsg::s_Type)
             Submit(static_cast<JobMsg const&>(*message).job);
@@ -201,9 +193,7 @@ private:
         auto const at = refuses.find(id);
         if (at == refuses.end())
             return false;
-        auto& refused = Tell<RefusedMsg>();
-        refused.id = told;
-        refused.reason = at->second;
+        Tell<RefusedMsg>(told, at->second);
         return true;
     }
 
@@ -213,19 +203,13 @@ private:
             if (!request.all && !request.ids.contains(id))
                 continue;
             if (request.wantJob)
-                Tell(JobMsg::Create(boost::make_shared<Job>(*job)));
-            if (request.wantHistory) {
-                auto& history = Tell<JobHistoryMsg>();
-                history.job = id;
-                history.history = histories[id];
-            }
+                Tell<JobMsg>(boost::make_shared<Job>(*job));
+            if (request.wantHistory)
+                Tell<JobHistoryMsg>(id, histories[id]);
         }
-        for (Unit const& unit : units) {
-            if (!request.wantJob || !(request.all || request.ids.contains(unit.work->parentID)))
-                continue;
-            auto& started = Tell<StartedWorkMsg>();
-            started.work = unit.work;
-            started.engine = unit.engine;
+        for (auto const& [work, engine] : units) {
+            if (request.wantJob && (request.all || request.ids.contains(work->parentID)))
+                Tell<StartedWorkMsg>(work, engine);
         }
         Tell<EndJobInfoMsg>();
     }
@@ -233,25 +217,29 @@ private:
     void SendEngines() {
         Tell<StartEngineInfoMsg>();
         for (Engine const& engine : engines)
-            Tell<EngineMsg>().engine = engine;
+            Tell<EngineMsg>(engine);
         Tell<EndEngineInfoMsg>();
     }
 
     void SendOutput(GetOutputMsg const& request) {
         auto const at = outputs.find(request.work);
-        for (String const& piece : at == outputs.end() ? std::vector<String>() : at->second) {
-            auto& data = Tell<OutputDataMsg>();
-            data.request = request.request;
-            data.data = piece;
-        }
-        auto& last = Tell<OutputDataMsg>();
-        last.request = request.request;
-        last.end = true;
-        last.error = at == outputs.end() ? "The output is not there any more." : "";
+        bool const found = at != outputs.end();
+        for (String const& piece : found ? at->second : std::vector<String>())
+            Tell<OutputDataMsg>(request.request, 0, piece);
+        Tell<OutputDataMsg>(request.request, 0, "", true, found ? "" : "The output is not there any more.");
     }
 
     std::deque<boost::shared_ptr<Message>> m_queue;
     bool m_dropped = false;
 };
+
+// A result with that code, with that text among what is said of failures, and that output.
+inline testing::Matcher<FakeMaster::Result const&> Ends(int code, std::string const& says = "",
+                                                        testing::Matcher<std::string const&> const& out = testing::_) {
+    using Result = FakeMaster::Result;
+    return testing::AllOf(testing::Field("code", &Result::code, code),
+                          testing::Field("err", &Result::err, testing::HasSubstr(says)),
+                          testing::Field("out", &Result::out, out));
+}
 
 } // namespace vorlan::cli

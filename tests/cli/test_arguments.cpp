@@ -42,10 +42,7 @@ TEST(Arguments, AreCheckedBeforeAMasterIsLookedFor) {
     FakeMaster master;
     master.isThere = false;
     for (auto const& [line, code, err] : cases) {
-        auto const result = master.Run(line);
-        EXPECT_EQ(result.code, code) << line;
-        EXPECT_THAT(result.err, HasSubstr(err)) << line;
-        EXPECT_THAT(result.out, IsEmpty()) << line;
+        EXPECT_THAT(master.Run(line), Ends(code, err, IsEmpty())) << line;
     }
     auto const help = master.Run("--help");
     EXPECT_EQ(help.code, 0);

@@ -39,19 +39,16 @@ TEST_F(Submitting, SendsAFileWithItsOptionsAndAbsolutePaths) {
     auto job = m_master.Got<JobMsg>().back()->job;
     EXPECT_EQ(plain.out, job->id.ToString().Str() + "\n");
     EXPECT_THAT(plain.err, IsEmpty());
-    EXPECT_EQ(job->Get("SceneFile", false), m_root + "/demo/a.pov");
-    EXPECT_EQ(job->Get("OutputFolder", false), m_root + "/out");
-    EXPECT_EQ(job->Status(), Queued);
-    EXPECT_FALSE(job->Creator().Empty());
-    EXPECT_FALSE(job->Created().IsZero());
+    EXPECT_EQ(std::tuple(job->Get("SceneFile", false), job->Get("OutputFolder", false), job->Status()),
+              std::tuple(m_root + "/demo/a.pov", m_root + "/out", int{Queued}));
+    EXPECT_FALSE(job->Creator().Empty() || job->Created().IsZero());
 
     json const printed =
         Json("submit --set Width=20 -s Height=30 " + file + " --name New --frames 7-9 --out " + m_folder.Folder());
     job = m_master.Got<JobMsg>().back()->job;
-    EXPECT_EQ(job->Name(), "New");
-    EXPECT_EQ(job->Get(p_Range, false), "7-9");
-    EXPECT_EQ(job->Get("Width", false) + " " + job->Get("Height", false), "20 30");
-    EXPECT_EQ(job->Get("OutputFolder", false), m_folder.Folder());
+    EXPECT_EQ(std::tuple(job->Name(), job->Get(p_Range, false), job->Get("Width", false), job->Get("Height", false),
+                         job->Get("OutputFolder", false)),
+              std::tuple("New", "7-9", "20", "30", m_folder.Folder()));
     EXPECT_EQ(printed.at(0).at("id"), job->id.ToString().Str());
     EXPECT_EQ(printed.at(0).at("frames"), 3);
 
@@ -92,17 +89,12 @@ TEST_F(Submitting, WhatCannotBeIsSentNowhere) {
         {command + "Pool=Day", 1, "There is no Pool \"Day\""},
     };
     for (auto const& [arguments, code, err] : cases) {
-        auto const result = Run("submit " + arguments);
-        EXPECT_EQ(result.code, code) << arguments;
-        EXPECT_THAT(result.err, HasSubstr(err));
-        EXPECT_THAT(result.out, IsEmpty());
+        EXPECT_THAT(Run("submit " + arguments), Ends(code, err, IsEmpty())) << arguments;
         EXPECT_THAT(m_master.commands, IsEmpty());
     }
     m_master.refuses[UID::Null] = "The Job's Product is not known to the Master.";
-    auto const refused = Run("submit -p Command -s CommandLine=x --frames 1 --wait");
-    EXPECT_EQ(refused.code, 1);
-    EXPECT_THAT(refused.err, HasSubstr("The Job's Product is not known to the Master."));
-    EXPECT_THAT(refused.out, IsEmpty());
+    EXPECT_THAT(Run("submit -p Command -s CommandLine=x --frames 1 --wait"),
+                Ends(1, "The Job's Product is not known to the Master.", IsEmpty()));
 }
 
 TEST_F(Submitting, NamesBecomeIds) {
@@ -161,10 +153,9 @@ TEST_F(Submitting, ReadsTheStandardInputAndTellsTheStateAfterTheWait) {
 }
 
 TEST_F(Submitting, WhatAnotherVersionWroteIsKept) {
-    auto const result = Run("submit " + WriteJobFile(R"("SceneFile": "a.pov", "OutputFolder": "o", "Grain": 5)", 1,
-                                                     R"("program": 20000, )"));
-    EXPECT_EQ(result.code, 0);
-    EXPECT_THAT(result.err, HasSubstr("POV-Ray: Grain"));
+    EXPECT_THAT(Run("submit " + WriteJobFile(R"("SceneFile": "a.pov", "OutputFolder": "o", "Grain": 5)", 1,
+                                             R"("program": 20000, )")),
+                Ends(0, "POV-Ray: Grain"));
     EXPECT_EQ(m_master.Got<JobMsg>().back()->job->Get("Grain", false), "5");
 }
 
@@ -178,8 +169,7 @@ TEST_F(Submitting, IsTriedAgainAsTheSameWhenTheConnectionEnds) {
     auto const got = m_master.Got<JobMsg>();
     ASSERT_EQ(got.size(), 2U);
     EXPECT_FALSE(got[0]->submission.IsNull());
-    EXPECT_EQ(got[1]->submission, got[0]->submission);
-    EXPECT_EQ(got[1]->job->id, got[0]->job->id);
+    EXPECT_EQ(std::tuple(got[1]->submission, got[1]->job->id), std::tuple(got[0]->submission, got[0]->job->id));
     EXPECT_EQ(result.out, got[0]->job->id.ToString().Str() + "\n");
 }
 
@@ -194,8 +184,8 @@ TEST_F(Waiting, EndsWithTheJobs) {
         {UserCanceled, 1, "ended as User Canceled"},
         {AdministratorCanceled, 1, "ended as Administrator Canceled"},
     };
-    for (auto const& row : cases) {
-        int const status = std::get<0>(row);
+    for (auto const& [ended, code, err] : cases) {
+        int const status = ended;
         FakeMaster master;
         auto const job = master.AddJob("Shot");
         auto const other = master.AddJob("Other");
@@ -203,11 +193,10 @@ TEST_F(Waiting, EndsWithTheJobs) {
         master.later.push_back([&](FakeMaster& m) {
             m.TellFinished(job, status);
             // A Job may be gone as soon as it is finished.
-            m.Tell<DeleteJobMsg>().job = job->id;
+            m.Tell<DeleteJobMsg>(job->id);
         });
         auto const result = master.Run("wait Shot Other --json");
-        EXPECT_EQ(result.code, std::get<1>(row)) << status;
-        EXPECT_THAT(result.err, HasSubstr(std::get<2>(row)));
+        EXPECT_THAT(result, Ends(code, err)) << status;
         EXPECT_EQ(json::parse(result.out).at(0).at("status").at("number"), status);
         EXPECT_TRUE(master.later.empty());
     }
@@ -218,12 +207,9 @@ TEST_F(Waiting, NoticesEveryWayToEnd) {
     using Step = std::function<void(FakeMaster&)>;
     Step const drop = [](FakeMaster& m) { m.Drop(); };
     Step const finish = [](FakeMaster& m) { m.TellFinished(m.jobs.begin()->second, Finished); };
-    Step const remove = [](FakeMaster& m) { m.Tell<DeleteJobMsg>().job = m.jobs.begin()->first; };
+    Step const remove = [](FakeMaster& m) { m.Tell<DeleteJobMsg>(m.jobs.begin()->first); };
     Step const stand = [](FakeMaster& m) {
-        auto& changed = m.Tell<JobParameterMsg>();
-        changed.job = m.jobs.begin()->first;
-        changed.name = p_Standstill;
-        changed.value = "its scene is gone";
+        m.Tell<JobParameterMsg>(m.jobs.begin()->first, p_Standstill, "its scene is gone");
     };
     Step const failUnseen = [](FakeMaster& m) {
         m.jobs.begin()->second->SetStatus(Failed);
@@ -243,9 +229,7 @@ TEST_F(Waiting, NoticesEveryWayToEnd) {
         FakeMaster master;
         master.AddJob("Shot", status);
         master.later = steps;
-        auto const result = master.Run(line);
-        EXPECT_EQ(result.code, code) << line << " " << err;
-        EXPECT_THAT(result.err, HasSubstr(err));
+        EXPECT_THAT(master.Run(line), Ends(code, err)) << line;
         EXPECT_EQ(master.connections, connections) << line << " " << err;
     }
 }
@@ -254,48 +238,54 @@ TEST_F(Waiting, ProgressWithoutATerminalIsALineEachStep) {
     auto const job = m_master.AddJob("Shot", Queued, "1-100");
     UID const engine = m_master.AddEngine("render07");
     for (int percent = 1; percent <= 12; ++percent) {
-        m_master.later.push_back([&, percent](FakeMaster& m) {
-            auto& changed = m.Tell<JobParameterMsg>();
-            changed.job = job->id;
-            changed.name = p_PercentDone;
-            changed.value = String::From(percent);
-        });
+        m_master.later.push_back(
+            [&, percent](FakeMaster& m) { m.Tell<JobParameterMsg>(job->id, p_PercentDone, String::From(percent)); });
     }
     m_master.later.push_back([&](FakeMaster& m) {
-        m.Tell<WorkHistoryElementMsg>().element = {
-            Unsuccessful, Time::CurrentTime(), "no licence", "13", UID(true), job->id, engine};
+        m.Tell<WorkHistoryElementMsg>(
+            WorkHistoryElement{Unsuccessful, Time::CurrentTime(), "no licence", "13", UID(true), job->id, engine});
         m.TellFinished(job, Finished);
     });
     auto const result = Run("wait --progress Shot");
-    EXPECT_EQ(result.code, 0);
-    EXPECT_THAT(result.err, HasSubstr("Shot: 5 %"));
-    EXPECT_THAT(result.err, HasSubstr("Shot: 10 %"));
-    EXPECT_THAT(result.err, HasSubstr("13 on render07: Unsuccessful, no licence"));
+    for (char const* said : {"Shot: 5 %", "Shot: 10 %", "13 on render07: Unsuccessful, no licence"})
+        EXPECT_THAT(result, Ends(0, said, IsEmpty()));
     EXPECT_LE(std::count(result.err.begin(), result.err.end(), '\n'), 5);
-    EXPECT_THAT(result.out, IsEmpty());
 }
 
 // Control.
 
 class Controlling : public CommandsTest {};
 
-TEST_F(Controlling, JobValuesAreChanged) {
-    auto const job = m_master.AddJob("Shot");
-    auto const held = m_master.AddJob("Held", Paused);
-    Rows<String, UID, char const*, char const*> const cases = {
-        {"pause Shot Held", job->id, p_Status, "-1"},
-        {"resume Shot " + held->id.ToString(), held->id, p_Status, "0"},
-        {"priority " + job->id.ToString().Mid(0, 9) + " 80", job->id, p_Priority, "80"},
+template <class Messages>
+std::vector<String> TextsOf(Messages const& messages) {
+    std::vector<String> texts;
+    for (auto const& message : messages)
+        texts.push_back(message->Text());
+    return texts;
+}
+
+TEST_F(Controlling, EachCommandSendsWhatItSays) {
+    UID const shot = m_master.AddJob("Shot")->id;
+    UID const held = m_master.AddJob("Held", Paused)->id;
+    UID const done = m_master.AddJob("Done", Failed, "1-10")->id;
+    UID const engine = m_master.AddEngine("render07");
+    Rows<String, std::vector<boost::shared_ptr<Message>>> const cases = {
+        {"pause Shot Held", {JobParameterMsg::Create(shot, p_Status, "-1")}}, // only what it changes
+        {"resume Shot " + held.ToString(), {JobParameterMsg::Create(held, p_Status, "0")}},
+        {"priority " + shot.ToString().Mid(0, 9) + " 80", {JobParameterMsg::Create(shot, p_Priority, "80")}},
+        {"--admin jobs", {AdministrateMsg::Create(true)}},
+        {"jobs", {}},
+        {"delete Shot", {DeleteJobMsg::Create(shot, true)}},
+        {"delete --deferred Shot", {DeleteJobMsg::Create(shot, false)}},
+        {"requeue Done --failed", {RunAgainMsg::Create(done)}},
+        {"requeue Done --failed --frames 3", {RunAgainMsg::Create(done, "3")}},
+        {"reset Done render07", {ResetJobFailuresMsg::Create(done), ResetEngineFailuresMsg::Create(engine)}},
     };
-    for (auto const& [line, changed, name, value] : cases) {
-        m_master.commands.clear();
-        EXPECT_EQ(Run(line).code, 0) << line;
-        auto const got = m_master.Got<JobParameterMsg>();
-        ASSERT_EQ(got.size(), 1U) << "only what it changes: " << line;
-        EXPECT_EQ(got[0]->job, changed);
-        EXPECT_EQ(got[0]->name, name);
-        EXPECT_EQ(got[0]->value, value);
+    for (auto const& [line, sent] : cases) {
+        EXPECT_THAT(Run(line), Ends(0)) << line;
+        EXPECT_EQ(TextsOf(std::exchange(m_master.commands, {})), TextsOf(sent)) << line;
     }
+    EXPECT_THAT(Run("reset nobody"), Ends(1));
 }
 
 TEST_F(Controlling, ARefusalDoesNotHoldUpTheRestAndAnUnknownNameDoes) {
@@ -306,9 +296,8 @@ TEST_F(Controlling, ARefusalDoesNotHoldUpTheRestAndAnUnknownNameDoes) {
     EXPECT_EQ(Run("delete Shot Shoot").code, 1);
     EXPECT_THAT(m_master.commands, IsEmpty());
     auto const result = Run("pause Done Kept Shot");
-    EXPECT_EQ(result.code, 1);
-    EXPECT_THAT(result.err, HasSubstr("Done: The Job is finished."));
-    EXPECT_THAT(result.err, HasSubstr("Kept: The Job is kept."));
+    for (char const* said : {"Done: The Job is finished.", "Kept: The Job is kept."})
+        EXPECT_THAT(result, Ends(1, said));
     EXPECT_EQ(m_master.Got<JobParameterMsg>().size(), 2U) << "nobody asks for what changes nothing";
 }
 
@@ -318,19 +307,15 @@ TEST_F(Controlling, ARefusalIsToldThoughTheConnectionEndsBehindIt) {
     m_master.onCommand = [this] { m_master.Drop(); };
     Rows<char const*, int> const cases = {{"pause Kept", 1}, {"pause Kept Shot", 3}};
     for (auto const& [line, code] : cases) {
-        auto const result = Run(line);
-        EXPECT_EQ(result.code, code) << line;
-        EXPECT_THAT(result.err, HasSubstr("The Job is kept."));
+        EXPECT_THAT(Run(line), Ends(code, "The Job is kept.")) << line;
     }
 }
 
 TEST_F(Controlling, StopsWork) {
-    Rows<bool, char const*, int, int, size_t, size_t> const cases = {
-        {true, "", UserAborted, 0, 2, 0},
-        {true, " --permanently", UserCanceled, 1, 2, 1},
-        {false, "", UserAborted, 0, 1, 0},
-        {false, " --permanently", UserCanceled, 1, 1, 0},
-    };
+    Rows<bool, char const*, int, int, size_t, size_t> const cases = {{true, "", UserAborted, 0, 2, 0},
+                                                                     {true, " --permanently", UserCanceled, 1, 2, 1},
+                                                                     {false, "", UserAborted, 0, 1, 0},
+                                                                     {false, " --permanently", UserCanceled, 1, 1, 0}};
     for (auto const& [wholeJob, option, status, action, stopCount, jobChanges] : cases) {
         FakeMaster master;
         auto const job = master.AddJob("Shot");
@@ -341,31 +326,12 @@ TEST_F(Controlling, StopsWork) {
         EXPECT_EQ(master.Run("stop " + (wholeJob ? String("Shot") : unit.ToString()) + option).code, 0);
         auto const stops = master.Got<StopWorkMsg>();
         ASSERT_EQ(stops.size(), stopCount);
-        EXPECT_EQ(stops[0]->status, status);
-        EXPECT_EQ(stops[0]->action, action);
+        EXPECT_EQ(std::tuple(stops[0]->status, stops[0]->action), std::tuple(status, action));
         auto const changes = master.Got<JobParameterMsg>();
         ASSERT_EQ(changes.size(), jobChanges);
         for (auto const& change : changes)
             EXPECT_EQ(change->value, String::From(static_cast<int>(UserCanceled)));
     }
-}
-
-TEST_F(Controlling, AnAdministratorSaysSo) {
-    EXPECT_EQ(Run("--admin jobs").code, 0);
-    ASSERT_EQ(m_master.Got<AdministrateMsg>().size(), 1U);
-    EXPECT_TRUE(m_master.Got<AdministrateMsg>()[0]->on);
-    EXPECT_EQ(Run("jobs").code, 0);
-    EXPECT_EQ(m_master.Got<AdministrateMsg>().size(), 1U);
-}
-
-TEST_F(Controlling, DeletesNowOrLater) {
-    m_master.AddJob("Shot");
-    EXPECT_EQ(Run("delete Shot").code, 0);
-    EXPECT_EQ(Run("delete --deferred Shot").code, 0);
-    auto const got = m_master.Got<DeleteJobMsg>();
-    ASSERT_EQ(got.size(), 2U);
-    EXPECT_TRUE(got[0]->immediately);
-    EXPECT_FALSE(got[1]->immediately);
 }
 
 TEST_F(Controlling, RequeuesWholeJobsAndSomeFrames) {
@@ -374,8 +340,7 @@ TEST_F(Controlling, RequeuesWholeJobsAndSomeFrames) {
     EXPECT_EQ(Run("requeue Done").code, 0);
     auto const got = m_master.Got<JobMsg>();
     ASSERT_EQ(got.size(), 1U);
-    EXPECT_EQ(got[0]->job->id, done->id);
-    EXPECT_EQ(got[0]->job->Status(), Queued);
+    EXPECT_EQ(std::tuple(got[0]->job->id, got[0]->job->Status()), std::tuple(done->id, int{Queued}));
 
     auto const some = Run("requeue " + id + " --frames 3,7");
     EXPECT_EQ(some.code, 0);
@@ -389,23 +354,6 @@ TEST_F(Controlling, RequeuesWholeJobsAndSomeFrames) {
     m_master.AddJob("Running");
     EXPECT_EQ(Run("requeue Running").code, 1);
     EXPECT_THAT(m_master.commands, IsEmpty());
-}
-
-TEST_F(Controlling, FailedFramesRunAgainInPlaceAndFailuresAreForgotten) {
-    UID const job = m_master.AddJob("Done", Failed, "1-10")->id;
-    UID const engine = m_master.AddEngine("render07");
-    EXPECT_EQ(Run("requeue Done --failed").code, 0);
-    EXPECT_EQ(Run("requeue Done --failed --frames 3").code, 0);
-    auto const again = m_master.Got<RunAgainMsg>();
-    ASSERT_EQ(again.size(), 2U);
-    EXPECT_EQ(again[0]->job, job);
-    EXPECT_EQ(again[0]->frames + again[1]->frames, "3");
-    EXPECT_EQ(Run("reset Done render07").code, 0);
-    ASSERT_EQ(m_master.Got<ResetJobFailuresMsg>().size(), 1U);
-    EXPECT_EQ(m_master.Got<ResetJobFailuresMsg>()[0]->job, job);
-    ASSERT_EQ(m_master.Got<ResetEngineFailuresMsg>().size(), 1U);
-    EXPECT_EQ(m_master.Got<ResetEngineFailuresMsg>()[0]->engine, engine);
-    EXPECT_EQ(Run("reset nobody").code, 1);
 }
 
 // Listing.
@@ -495,9 +443,7 @@ TEST_F(Listing, AnEmptyFarmIsAnEmptyList) {
     FakeMaster empty;
     for (String const command : {"jobs", "work", "engines", "pools"}) {
         EXPECT_EQ(empty.Run(command + " --json").out, "[]\n") << command;
-        auto const text = empty.Run(command);
-        EXPECT_EQ(text.code, 0);
-        EXPECT_THAT(text.out, Not(IsEmpty())) << command;
+        EXPECT_THAT(empty.Run(command), Ends(0, "", Not(IsEmpty()))) << command;
     }
 }
 
@@ -517,14 +463,10 @@ TEST_F(Listing, OutputOfRuns) {
     m_master.outputs[m_unit] = {"frame 2\nhalf ", "a line"};
     EXPECT_EQ(Run("log " + m_unit.ToString()).out, "frame 2\nhalf a line");
     m_master.outputs[m_run] = {"frame 1\n"};
-    auto const whole = Run("log Küche");
-    EXPECT_EQ(whole.code, 0);
-    EXPECT_EQ(whole.out, "==> 1 on render07, Unsuccessful <==\nframe 1\n");
+    EXPECT_THAT(Run("log Küche"), Ends(0, "", "==> 1 on render07, Unsuccessful <==\nframe 1\n"));
     EXPECT_EQ(Run("log Küche --frame 3").code, 1);
     m_master.outputs.clear();
-    auto const gone = Run("log Küche");
-    EXPECT_EQ(gone.code, 1);
-    EXPECT_THAT(gone.err, HasSubstr("not there any more"));
+    EXPECT_THAT(Run("log Küche"), Ends(1, "not there any more"));
     EXPECT_EQ(Run("log nothing").code, 1);
 }
 
@@ -533,14 +475,10 @@ TEST_F(Listing, FollowingNamesTheFramesAndEndsWithTheJob) {
     m_master.later.push_back([&](FakeMaster& m) {
         UID const late = m.AddUnit(m_job->id, m_engine, "3");
         m.outputs[late] = {"of another\n"};
-        auto& started = m.Tell<StartedWorkMsg>();
-        started.work = m.units.back().work;
-        started.engine = m_engine;
+        m.Tell<StartedWorkMsg>(std::get<0>(m.units.back()), m_engine);
     });
     m_master.later.push_back([&](FakeMaster& m) { m.TellFinished(m_job, Finished); });
-    auto const followed = Run("log --follow Küche");
-    EXPECT_EQ(followed.code, 0);
-    EXPECT_EQ(followed.out, "[2] first\n[2] second\n[2] third\n[3] of another\n");
+    EXPECT_THAT(Run("log --follow Küche"), Ends(0, "", "[2] first\n[2] second\n[2] third\n[3] of another\n"));
 }
 
 } // namespace vorlan::cli

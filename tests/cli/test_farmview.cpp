@@ -8,26 +8,23 @@ namespace vorlan::cli {
 
 class FarmViewTest : public testing::Test {
 protected:
-    template <class Kind, class Fill>
-    void Take(Fill fill) {
-        Kind message;
-        fill(message);
-        m_view.TakeMessage(message);
+    // A message with these first fields.
+    template <class Kind, class... Values>
+    void Take(Values const&... values) {
+        m_view.TakeMessage(*Kind::Create(values...));
     }
     UID TakeJob(int64_t created) {
         auto const job = boost::make_shared<Job>(UID(true));
         job->SetCreated(Time(created));
-        m_view.TakeMessage(*JobMsg::Create(job));
+        Take<JobMsg>(job);
         return job->id;
     }
     template <class Kind>
     UID TakeWork(UID const& parent, int64_t since, UID const& id = UID(true)) {
-        Take<Kind>([&](Kind& message) {
-            message.work = boost::make_shared<Job>(id);
-            message.work->parentID = parent;
-            message.work->SetCreated(Time(since));
-            message.engine = m_engine;
-        });
+        auto const work = boost::make_shared<Job>(id);
+        work->parentID = parent;
+        work->SetCreated(Time(since));
+        Take<Kind>(work, m_engine);
         return id;
     }
 
@@ -51,39 +48,32 @@ TEST_F(FarmViewTest, FollowsJobsAndTheirWork) {
     TakeWork<StartedWorkMsg>(job, 6000, assigned);
     EXPECT_EQ(m_view.Units().at(assigned).status, Started);
     EXPECT_EQ(m_view.UnitCount(job), 2U);
-    Take<WorkParameterChangedMsg>([&](WorkParameterChangedMsg& message) {
-        message.work = assigned;
-        message.name = p_PercentDone;
-        message.value = "40";
-    });
+    Take<WorkParameterChangedMsg>(assigned, p_PercentDone, "40");
     EXPECT_EQ(m_view.Units().at(assigned).work->PercentDone(), 40);
     for (int i = 0; i < 2; ++i) {
-        Take<FinishedWorkMsg>([&](FinishedWorkMsg& message) { message.work = assigned; });
-        EXPECT_EQ(m_view.UnitCount(job), 1U);
-        EXPECT_EQ(m_view.UnitCountOn(m_engine), 2U);
+        Take<FinishedWorkMsg>(assigned);
+        EXPECT_EQ(std::tuple(m_view.UnitCount(job), m_view.UnitCountOn(m_engine)), std::tuple(size_t{1}, size_t{2}));
     }
-    Take<DeleteJobMsg>([&](DeleteJobMsg& message) { message.job = job; });
+    Take<DeleteJobMsg>(job);
     EXPECT_FALSE(m_view.FindJob(job));
     EXPECT_EQ(m_view.UnitCountOn(m_engine), 1U);
     // What comes late about it, and what says nothing, changes nothing.
-    Take<JobParameterMsg>([&](JobParameterMsg& message) { message.job = job; });
+    Take<JobParameterMsg>(job);
     m_view.TakeMessage(JobMsg());
-    Take<ProductMsg>([](ProductMsg& message) { message.text = "{\"Name\": 7"; });
+    Take<ProductMsg>("{\"Name\": 7");
     EXPECT_EQ(m_view.Jobs().size(), 1U);
 }
 
 TEST_F(FarmViewTest, NamesWhatItKnowsAndGivesTheUIDOfTheRest) {
     UID const pool(true);
-    Take<EngineMsg>([&](EngineMsg& message) {
-        message.engine = Engine(m_engine);
-        message.engine.SetName("render07");
-    });
-    Take<PoolMsg>([&](PoolMsg& message) { message.pools[pool] = "Night"; });
+    Engine engine(m_engine);
+    engine.SetName("render07");
+    Take<EngineMsg>(engine);
+    Take<PoolMsg>(std::map<UID, String>{{pool, "Night"}});
     EXPECT_EQ(m_view.EngineName(m_engine), "render07");
-    EXPECT_EQ(m_view.PoolName(pool), "Night");
-    EXPECT_EQ(m_view.PoolName(UID::Null), "Whole System");
-    Take<RemoveEngineMsg>([&](RemoveEngineMsg& message) { message.engine = m_engine; });
-    Take<DeletePoolMsg>([&](DeletePoolMsg& message) { message.pool = pool; });
+    EXPECT_EQ(m_view.PoolName(pool) + ", " + m_view.PoolName(UID::Null), "Night, Whole System");
+    Take<RemoveEngineMsg>(m_engine);
+    Take<DeletePoolMsg>(pool);
     EXPECT_EQ(m_view.EngineName(m_engine), m_engine.ToString());
     EXPECT_EQ(m_view.PoolName(pool), pool.ToString());
     EXPECT_EQ(m_view.JobName(pool), pool.ToString());
