@@ -58,11 +58,14 @@ template <class M>
 void Say(boost::shared_ptr<M> const& message) {
     M::s_Signal.Emit(message);
 }
-// One of that kind, after `fill` has set what is in it.
-template <class M, class Fill>
-void Say(Fill const& fill) {
-    auto const message = M::New();
-    fill(*message);
+// One of that kind with these first fields, or as a function fills it.
+template <class M, class... Values>
+void Say(Values const&... values) {
+    auto message = M::New();
+    if constexpr ((std::is_invocable_v<Values const&, M&> && ...))
+        (values(*message), ...);
+    else
+        message = M::Create(values...);
     Say(message);
 }
 
@@ -109,12 +112,7 @@ protected:
         unit->parentID = parent;
         return unit;
     }
-    static void Assign(boost::shared_ptr<Job> const& unit, UID const& engine) {
-        Say<AssignedWorkMsg>([&](auto& message) {
-            message.work = unit;
-            message.engine = engine;
-        });
-    }
+    static void Assign(boost::shared_ptr<Job> const& unit, UID const& engine) { Say<AssignedWorkMsg>(unit, engine); }
 
     FakeOutside outside;
 
@@ -132,39 +130,17 @@ class MirrorTest : public FarmTest {
 protected:
     MirrorTest() { mirror.ConnectMessages(); }
 
-    static void Finish(UID const& unit, int status) {
-        Say<FinishedWorkMsg>([&](auto& message) {
-            message.work = unit;
-            message.status = status;
-        });
-    }
-    static void Value(UID const& job, char const* name, String const& value) {
-        Say<JobParameterMsg>([&](auto& message) {
-            message.job = job;
-            message.name = name;
-            message.value = value;
-        });
-    }
-    static void RemoveEngine(UID const& engine) {
-        Say<RemoveEngineMsg>([&](auto& message) { message.engine = engine; });
-    }
-    static void DeleteJob(UID const& job) {
-        Say<DeleteJobMsg>([&](auto& message) { message.job = job; });
-    }
+    static void Finish(UID const& unit, int status) { Say<FinishedWorkMsg>(unit, status); }
+    static void Value(UID const& job, char const* name, String const& value) { Say<JobParameterMsg>(job, name, value); }
+    static void RemoveEngine(UID const& engine) { Say<RemoveEngineMsg>(engine); }
+    static void DeleteJob(UID const& job) { Say<DeleteJobMsg>(job); }
     static WorkHistoryElement NewElement(String const& unit, UID const& job, int status = Started,
                                          Time time = Time(1'000'000), String const& subRange = "7") {
-        WorkHistoryElement element;
-        element.status = status;
-        element.time = time;
-        element.subRange = subRange;
-        element.work = UID::FromName(unit.c_str());
-        element.job = job;
-        element.engine = UID::FromName("engine");
-        return element;
+        return {status, time, "", subRange, UID::FromName(unit.c_str()), job, UID::FromName("engine")};
     }
     template <class... Args>
     static void Element(Args const&... args) {
-        Say<WorkHistoryElementMsg>([&](auto& message) { message.element = NewElement(args...); });
+        Say<WorkHistoryElementMsg>(NewElement(args...));
     }
 
     FarmClient mirror;

@@ -8,25 +8,17 @@
 namespace vorlan {
 
 TEST(RenderNode, IsGuessedFromTheName) {
-    struct Case {
-        char const* name;
-        bool node;
-    };
-    constexpr Case k_Cases[] = {{"RENDER07", true},   {"RENDER", false}, {"10-0-3-17", true}, {"7-12", true},
-                                {"artist3", false},   {"Blade1", true},  {"my-FARM-2", true}, {"node", false},
-                                {"2vorlan", true},    {"", false},       {"---", false},      {"7", true},
-                                {"10.0.3.17", false}, {"rend3r", false}, {"7-12a", false},    {"supernode9x", true}};
-    for (Case const& c : k_Cases)
-        EXPECT_EQ(LooksLikeRenderNode(c.name), c.node) << c.name;
+    Rows<char const*, bool> const cases = {
+        {"RENDER07", true},   {"RENDER", false}, {"10-0-3-17", true}, {"7-12", true},
+        {"artist3", false},   {"Blade1", true},  {"my-FARM-2", true}, {"node", false},
+        {"2vorlan", true},    {"", false},       {"---", false},      {"7", true},
+        {"10.0.3.17", false}, {"rend3r", false}, {"7-12a", false},    {"supernode9x", true}};
+    for (auto const& [name, isNode] : cases)
+        EXPECT_EQ(LooksLikeRenderNode(name), isNode) << name;
 }
 
 TEST(DecideStart, AsksItsSourcesInOrder) {
-    struct Case {
-        char const* what;
-        StartSources sources;
-        StartDecision expected;
-    };
-    Case const cases[] = {
+    Rows<char const*, StartSources, StartDecision> const cases = {
         {"the command line logs as a local option", {0, false, 1, 2, 1}, {0, "Local option"}},
         {"the command line counts on a first run", {2, true, -1, -1, 1}, {2, "Local option"}},
         {"a negative switch asks on", {-1, false, 1, 2, 1}, {2, "Master startup request"}},
@@ -40,21 +32,14 @@ TEST(DecideStart, AsksItsSourcesInOrder) {
         {"an odd request stays a value", {std::nullopt, false, -1, 7, 0}, {7, "Master startup request"}},
         {"a request of -2 is one", {std::nullopt, false, -1, -2, 1}, {-2, "Master startup request"}},
     };
-    for (Case const& c : cases)
-        EXPECT_EQ(DecideStart(c.sources), c.expected) << c.what;
+    for (auto const& [what, sources, expected] : cases)
+        EXPECT_EQ(DecideStart(sources), expected) << what;
     EXPECT_FALSE((StartDecision{-2, "", false}.Stop())) << "a negative value stops nothing";
     EXPECT_TRUE((StartDecision{7, "", false}.Start()));
 }
 
 TEST(DecideStop, OnlyTwoIsLeftRunning) {
-    struct Case {
-        char const* what;
-        int component, localOption;
-        std::optional<int> masterDefault;
-        char const* source;
-        bool stop;
-    };
-    Case const cases[] = {
+    Rows<char const*, int, int, std::optional<int>, char const*, bool> const cases = {
         {"local 0", 1, 0, 2, "Local option", true},
         {"local 1", 1, 1, 2, "Local option", true},
         {"local 2", 1, 2, 0, "Local option", false},
@@ -65,32 +50,22 @@ TEST(DecideStop, OnlyTwoIsLeftRunning) {
         {"nobody says anything", 0, -1, std::nullopt, "Hard coded default", true},
         {"nor about a tool", 4, -1, std::nullopt, "Hard coded default", true},
     };
-    for (Case const& c : cases) {
-        StopDecision const decision = DecideStop(c.component, c.localOption, c.masterDefault);
-        EXPECT_EQ(decision.source, c.source) << c.what;
-        EXPECT_EQ(decision.Stop(), c.stop) << c.what;
+    for (auto const& [what, component, localOption, masterDefault, source, stop] : cases) {
+        StopDecision const decision = DecideStop(component, localOption, masterDefault);
+        EXPECT_EQ(decision.source, source) << what;
+        EXPECT_EQ(decision.Stop(), stop) << what;
     }
     EXPECT_EQ(DecideStop(1, -2, std::nullopt).disposition, 4294967294u);
 }
 
-class ComponentTest : public MirrorTest {
-protected:
-    static void Say(std::map<int, int> const& values) {
-        vorlan::Say<MasterDefaultStartupMsg>([&](auto& message) { message.components = values; });
-    }
-};
+using testing::ElementsAre;
+using Startup = std::map<int, int>;
+
+class ComponentTest : public MirrorTest {};
 
 TEST_F(ComponentTest, WhatIsDecidedIsDone) {
-    struct Case {
-        char const* what;
-        int component;
-        char const* section;
-        char const* key;
-        int value;
-        bool serves;
-        std::vector<String> steps;
-    };
-    Case const cases[] = {
+    // Whether this machine's Master serves, and what is done.
+    Rows<char const*, int, char const*, char const*, int, bool, std::vector<String>> const cases = {
         {"a local no", k_ComponentEngine, "Configuration", "StartEngine", 0, false, {"stop VorlanEngine"}},
         {"a negative value", k_ComponentEngine, "MasterDefaultStartup", "VorlanEngine", -3, false, {}},
         {"no Master here", k_ComponentMaster, "Configuration", "StartMaster", 0, false, {"stop VorlanMaster"}},
@@ -101,13 +76,13 @@ TEST_F(ComponentTest, WhatIsDecidedIsDone) {
     CommandLine line("VorlanGui", {"--StartBrakka", "--StartMerrow", "0"});
     mirror.SetCommandLine(&line);
     LogLines log(LogLevel::Status);
-    for (Case const& c : cases) {
+    for (auto const& [what, component, section, key, value, serves, steps] : cases) {
         Options().Clear();
         HasRunBefore();
-        Options().SetValue(c.section, c.key, c.value);
-        outside.master = c.serves ? outside.MachineID() : UID::FromName("another");
-        mirror._StartComponent(c.component, -1);
-        EXPECT_EQ(outside.TakeSteps(), c.steps) << c.what;
+        Options().SetValue(section, key, value);
+        outside.master = serves ? outside.MachineID() : UID::FromName("another");
+        mirror._StartComponent(component, -1);
+        EXPECT_EQ(outside.TakeSteps(), steps) << what;
     }
     EXPECT_EQ(CountLines(log, "Local option requesting not to start component: VorlanEngine (start = 0)"), 1u);
 }
@@ -115,8 +90,8 @@ TEST_F(ComponentTest, WhatIsDecidedIsDone) {
 TEST_F(ComponentTest, AFirstRunNotesThatNothingIsChosen) {
     for (int component = 0; component < k_ComponentCount; ++component)
         mirror._StartComponent(component, -1);
-    EXPECT_EQ(outside.TakeSteps(), (std::vector<String>{"start VorlanMaster", "start VorlanEngine", "stop Brakka",
-                                                        "stop Merrow", "stop Panvale"}));
+    EXPECT_THAT(outside.TakeSteps(),
+                ElementsAre("start VorlanMaster", "start VorlanEngine", "stop Brakka", "stop Merrow", "stop Panvale"));
     for (char const* key : {"StartMaster", "StartEngine", "StartBrakka", "StartMerrow", "StartPanvale"})
         EXPECT_EQ(Option(key), -1) << key;
 }
@@ -124,11 +99,12 @@ TEST_F(ComponentTest, AFirstRunNotesThatNothingIsChosen) {
 TEST_F(ComponentTest, TheMastersWordIsDoneAndKept) {
     HasRunBefore();
     LogLines log(LogLevel::Info);
-    Say({{0, 2}, {1, 0}, {2, 1}, {4, 1}, {5, 9}});
-    EXPECT_EQ(outside.TakeSteps(),
-              (std::vector<String>{"start VorlanMaster", "stop VorlanEngine", "start Merrow", "start Panvale"}));
-    for (auto const& [name, kept] : std::initializer_list<std::pair<char const*, int>>{
-             {"VorlanMaster", 2}, {"VorlanEngine", 0}, {"VorlanGui", -99}, {"Merrow", 1}, {"Panvale", 9}})
+    Say<MasterDefaultStartupMsg>(Startup{{0, 2}, {1, 0}, {2, 1}, {4, 1}, {5, 9}});
+    EXPECT_THAT(outside.TakeSteps(),
+                ElementsAre("start VorlanMaster", "stop VorlanEngine", "start Merrow", "start Panvale"));
+    Rows<char const*, int> const stored = {
+        {"VorlanMaster", 2}, {"VorlanEngine", 0}, {"VorlanGui", -99}, {"Merrow", 1}, {"Panvale", 9}};
+    for (auto const& [name, kept] : stored)
         EXPECT_EQ(Options().GetValue("MasterDefaultStartup", name, -99), kept) << name;
     for (char const* text :
          {"----- Processing MasterDefaultStartupMsg: -----", "...VorlanMaster set to start and leave running",
@@ -148,7 +124,7 @@ TEST_F(ComponentTest, TheMastersMachineIgnoresANoStartOfTheMaster) {
     HasRunBefore();
     outside.master = outside.MachineID();
     LogLines log(LogLevel::System);
-    Say({{0, 0}});
+    Say<MasterDefaultStartupMsg>(Startup{{0, 0}});
     EXPECT_TRUE(outside.TakeSteps().empty());
     EXPECT_FALSE(Options().HasSection("MasterDefaultStartup"));
     EXPECT_EQ(CountLines(log, "... Ignoring Master no-start request because this machine is the Master"), 1u);

@@ -114,9 +114,8 @@ TEST_F(HistoryTest, AnElementOfAnUnknownUnitStandsUnderOneLikeIt) {
     auto const info = AddJob("job");
     Element("run", info->job->id, Unsuccessful);
     WorkRun const& run = info->history.FindWork(UID::FromName("run"));
-    EXPECT_EQ(run.Key(), "7");
-    EXPECT_EQ(run.Engine(), UID::FromName("engine"));
-    EXPECT_EQ(run.Status(), Unsuccessful);
+    EXPECT_EQ(std::tuple(run.Key(), run.Engine(), run.Status()),
+              std::tuple("7", UID::FromName("engine"), int{Unsuccessful}));
     EXPECT_EQ(info->elementWork, std::set<UID>{UID::FromName("run")});
 }
 

@@ -16,8 +16,7 @@ UID Numbered(unsigned number) {
 
 TEST(ListContents, RowsAndIdsFindEachOther) {
     ListContents contents;
-    EXPECT_TRUE(contents.empty());
-    EXPECT_TRUE(contents[size_t{0}].IsNull());
+    EXPECT_TRUE(contents.empty() && contents[size_t{0}].IsNull());
     EXPECT_EQ(contents[Numbered(1)], ListContents::k_NoRow);
     for (unsigned number : {5u, 3u, 9u, 3u, 1u, 5u, 5u, 7u})
         contents.Insert(Numbered(number));
@@ -27,15 +26,12 @@ TEST(ListContents, RowsAndIdsFindEachOther) {
         EXPECT_EQ(contents[size_t{row}], Numbered(expected[row]));
         EXPECT_EQ(contents[Numbered(expected[row])], row);
     }
-    EXPECT_TRUE(contents[contents.size()].IsNull());
-    EXPECT_TRUE(contents[~size_t{0}].IsNull());
+    EXPECT_TRUE(contents[contents.size()].IsNull() && contents[~size_t{0}].IsNull());
     EXPECT_EQ(contents[Numbered(4)], ListContents::k_NoRow);
 
     contents.Sort([](UID const& a, UID const& b) { return b < a; });
     contents.Insert(Numbered(8));
-    EXPECT_EQ(contents[Numbered(9)], 0u);
-    EXPECT_EQ(contents[Numbered(1)], 4u);
-    EXPECT_EQ(contents[Numbered(8)], 5u);
+    EXPECT_EQ(std::tuple(contents[Numbered(9)], contents[Numbered(1)], contents[Numbered(8)]), std::tuple(0u, 4u, 5u));
 }
 
 TEST(ListContents, WhatHasNoRowIsTakenOutOfASet) {
@@ -100,8 +96,7 @@ TEST(SortKeys, OrderAsTheTextsDo) {
                     {0, bytes.At(places[i].first), static_cast<uint32_t>(places[i].second), static_cast<uint32_t>(i)});
             SortKeys(rows);
             std::vector<uint32_t> expected(texts.size());
-            for (uint32_t i = 0; i < expected.size(); ++i)
-                expected[i] = i;
+            std::iota(expected.begin(), expected.end(), 0u);
             std::stable_sort(expected.begin(), expected.end(), [&](uint32_t a, uint32_t b) {
                 corekit::String const x = texts[a];
                 String const y = texts[b];

@@ -9,6 +9,8 @@
 
 namespace vorlan::test_lists {
 
+using testing::ElementsAre;
+
 // What the events of Jobs say.
 struct Events : HasSlots<> {
     Events() {
@@ -24,23 +26,21 @@ struct Events : HasSlots<> {
     std::vector<String> seen;
 };
 
-// Total, active, finished.
-using JobCounts = std::array<size_t, 3>;
-
-JobCounts Counts() {
-    JobCounts counts{99, 99, 99};
-    Jobs::GetCounts(counts[0], counts[1], counts[2]);
-    return counts;
+// "total active finished".
+String Counts() {
+    size_t total, active, finished;
+    Jobs::GetCounts(total, active, finished);
+    return SFormat("%zu %zu %zu", total, active, finished);
 }
 
 class ListsTest : public MirrorTest {};
 
 TEST_F(ListsTest, JobsAreNewChangedFinishedAndRemoved) {
-    EXPECT_EQ(Counts(), (JobCounts{0, 0, 0}));
+    EXPECT_EQ(Counts(), "0 0 0");
     Events events;
     auto const a = NewJob("a");
-    Say(JobMsg::Create(a));
-    Say(JobMsg::Create(NewJob("b")));
+    Say<JobMsg>(a);
+    Say<JobMsg>(NewJob("b"));
     auto const info = Jobs::FindJobInfo(a->id);
     ASSERT_TRUE(info);
     {
@@ -49,12 +49,12 @@ TEST_F(ListsTest, JobsAreNewChangedFinishedAndRemoved) {
     }
     auto const changed = NewJob("a");
     changed->SetParameter(p_Note, "changed");
-    Say(JobMsg::Create(changed));
+    Say<JobMsg>(changed);
     EXPECT_EQ(Jobs::GetJobA(a->id), a) << "the Job itself is updated, not replaced";
     EXPECT_EQ(a->Note(), "changed");
 
-    Say<FinishedJobMsg>([](auto& message) { message.job = NewJob("a", Finished); });
-    EXPECT_EQ(Counts(), (JobCounts{2, 0, 1}));
+    Say<FinishedJobMsg>(NewJob("a", Finished));
+    EXPECT_EQ(Counts(), "2 0 1");
     EXPECT_EQ(Jobs::FindJobInfo(a->id), info) << "the Job moves with all that is known of it";
     EXPECT_EQ(Jobs::GetFinishedIDs(), std::vector<UID>{a->id});
     EXPECT_EQ(Jobs::GetAllJobs(), (std::vector<UID>{UID::FromName("b"), a->id})) << "the finished ones are last";
@@ -63,16 +63,16 @@ TEST_F(ListsTest, JobsAreNewChangedFinishedAndRemoved) {
     LogLines log(LogLevel::Info);
     DeleteJob(a->id);
     EXPECT_EQ(CountLines(log, "Removing Job: *** Unknown Job ***"), 1u);
-    EXPECT_EQ(events.seen, (std::vector<String>{"new a", "new b", "changed a", "changed a", "finished a", "deleting a",
-                                                "deleting nothing"}));
+    EXPECT_THAT(events.seen, ElementsAre("new a", "new b", "changed a", "changed a", "finished a", "deleting a",
+                                         "deleting nothing"));
 }
 
 TEST_F(ListsTest, AJobThatComesBackIsNew) {
     auto const former = AddJob("a", Finished);
     EXPECT_NE(AddJob("a"), former);
-    EXPECT_EQ(Counts(), (JobCounts{2, 0, 1}));
+    EXPECT_EQ(Counts(), "2 0 1");
     JobList::Get().RemoveJob(UID::FromName("a"));
-    EXPECT_EQ(Counts(), (JobCounts{0, 0, 0})) << "both entries go";
+    EXPECT_EQ(Counts(), "0 0 0") << "both entries go";
 }
 
 TEST_F(ListsTest, AValueThatOvertakesItsJobIsAskedForEachTime) {
@@ -99,13 +99,12 @@ TEST_F(ListsTest, WorkComesAndGoes) {
     Assign(unit, engine);
     EXPECT_EQ(CountLines(log, "Work 'unit' not assigned to Engine 'engine': Assigned"), 2u);
     EXPECT_EQ(WorkList::Get().Count(), 1u) << "the same unit again takes the place of the former one";
-    EXPECT_EQ(WorkList::Get().GetJobCurrentCount(job), 1u);
-    EXPECT_EQ(WorkList::Get().GetEngineCurrentCount(engine), 1u);
-    EXPECT_EQ(Counts(), (JobCounts{1, 1, 0}));
+    EXPECT_EQ(WorkList::Get().GetJobCurrentCount(job) + WorkList::Get().GetEngineCurrentCount(engine), 2u);
+    EXPECT_EQ(Counts(), "1 1 0");
 
     Finish(unit->id, Unsuccessful);
     EXPECT_EQ(WorkList::Get().Count(), 0u);
-    EXPECT_EQ(Counts(), (JobCounts{1, 0, 0}));
+    EXPECT_EQ(Counts(), "1 0 0");
     EXPECT_EQ(EngineList::Get().FindEngine(engine)->DisplayFailures(), "1 Failure (1 Job 1 Product)");
     EXPECT_EQ(CountLines(log, ("Removing work: {" + unit->id.ToString() + "} unit: engine").c_str()), 1u);
 
@@ -125,15 +124,12 @@ TEST_F(ListsTest, WorkOfUnknownsIsDiscarded) {
     Assign(Unit("orphan", job), engine);
     AddJob("job");
     Assign(Unit("homeless", job), nobody);
-    Say<StartedWorkMsg>([&](auto& message) {
-        message.work = Unit("homeless", job);
-        message.engine = nobody;
-    });
+    Say<StartedWorkMsg>(Unit("homeless", job), nobody);
     EXPECT_EQ(WorkList::Get().Count(), 0u);
-    EXPECT_EQ(log.Get(), (std::vector<String>{
-                             "Received work 'orphan' for unknown job: " + job.ToString() + " ... discarding",
-                             "Received work 'homeless' for unknown engine: " + job.ToString() + " ... discarding",
-                             "Received work 'homeless' for unknown engine: " + nobody.ToString() + " ... discarding"}));
+    EXPECT_THAT(log.Get(),
+                ElementsAre("Received work 'orphan' for unknown job: " + job.ToString() + " ... discarding",
+                            "Received work 'homeless' for unknown engine: " + job.ToString() + " ... discarding",
+                            "Received work 'homeless' for unknown engine: " + nobody.ToString() + " ... discarding"));
 }
 
 TEST_F(ListsTest, WorkOfAJobOrAnEngineGoesWithIt) {
@@ -141,20 +137,16 @@ TEST_F(ListsTest, WorkOfAJobOrAnEngineGoesWithIt) {
     UID const second = AddEngine("second");
     auto const a = AddJob("a");
     auto const b = AddJob("b");
-    struct {
-        char const* name;
-        boost::shared_ptr<JobInfo> job;
-        UID engine;
-        char const* priority;
-    } const units[] = {{"a1", a, first, "10"}, {"a2", a, second, "20"}, {"b1", b, first, "30"}};
-    for (auto const& each : units) {
-        auto const unit = Unit(each.name, each.job->job->id);
-        unit->SetParameter(p_Priority, each.priority);
-        Assign(unit, each.engine);
+    Rows<char const*, boost::shared_ptr<JobInfo>, UID, char const*> const units = {
+        {"a1", a, first, "10"}, {"a2", a, second, "20"}, {"b1", b, first, "30"}};
+    for (auto const& [name, job, engine, priority] : units) {
+        auto const unit = Unit(name, job->job->id);
+        unit->SetParameter(p_Priority, priority);
+        Assign(unit, engine);
     }
     EXPECT_EQ(WorkList::Get().GetAllWorkForJob(a->job->id).size(), 2u);
     EXPECT_EQ(WorkList::Get().GetAllWorkForEngine(first).size(), 2u);
-    for (auto const& [priority, count] : {std::pair(10, 0u), std::pair(11, 1u), std::pair(30, 2u)})
+    for (auto const& [priority, count] : Rows<int, size_t>{{10, 0}, {11, 1}, {30, 2}})
         EXPECT_EQ(WorkList::Get().WorkUnderPriority(priority).size(), count) << priority;
 
     RemoveEngine(first);
@@ -175,6 +167,7 @@ TEST_F(ListsTest, TimeRunsFromTheStartElseFromTheMaking) {
     auto const info = WorkList::Get().FindWork(unit->id);
     EXPECT_EQ(info->Elapsed(Time(1'060'000)), Time(60'000));
     Element("unit", job, Assigned, Time(1'040'000));
+    EXPECT_EQ(info->Elapsed(Time(1'060'000)), Time(60'000));
     Element("unit", job, Started, Time(1'050'000));
     EXPECT_EQ(info->Elapsed(Time(1'060'000)), Time(10'000));
     EXPECT_EQ(WorkInfo().Elapsed(Time(5)), Time());
@@ -188,8 +181,7 @@ TEST_F(ListsTest, AHistoryIsAskedForOnce) {
     ASSERT_EQ(outside.TakeSteps(), std::vector<String>{"send GetJobInfoMsg"});
     auto const request = boost::dynamic_pointer_cast<GetJobInfoMsg>(outside.Sent().front());
     EXPECT_TRUE(request->wantHistory && !request->wantJob);
-    EXPECT_EQ(info->elementWork.size(), 3u);
-    EXPECT_EQ(info->history.size(), 3u);
+    EXPECT_EQ(std::tuple(info->elementWork.size(), info->history.size()), std::tuple(size_t{3}, size_t{3}));
     info->RequestHistory(true);
     info->RequestHistory(false);
     EXPECT_TRUE(info->IsHistoryHeld()) << "somebody else still holds it";
@@ -209,11 +201,7 @@ TEST_F(ListsTest, EnginesKeepTheirExtrasAndOptionsSkipTheGone) {
     auto const info = EngineList::Get().FindEngine(engine);
     UID const product = UID::FromName("product");
     LogLines log(LogLevel::Warning);
-    Say<EngineOptionsMsg>([&](auto& message) {
-        message.engines = {UID::FromName("gone"), engine};
-        message.product = product;
-        message.options["Path"] = "/opt";
-    });
+    Say<EngineOptionsMsg>(std::set<UID>{UID::FromName("gone"), engine}, product, OptionMap{{"Path", "/opt"}});
     EXPECT_EQ(CountLines(log, "Received options for unknown Product"), 1u);
     EXPECT_EQ(CountLines(log, "  Cannot set options for unknown Engine: "), 1u);
     AddEngine("engine", false);
@@ -231,8 +219,7 @@ TEST_F(ListsTest, ControlsHearOfEachChangeOnce) {
     first.TakeDirty(); // a new one may have something to show
     AddJob("a");
     AddJob("b");
-    EXPECT_TRUE(first.TakeDirty());
-    EXPECT_FALSE(first.TakeDirty());
+    EXPECT_TRUE(first.TakeDirty() && !first.TakeDirty());
     EXPECT_FALSE(JobList::Get().AnyJobSelected());
     second.selected = true;
     EXPECT_TRUE(JobList::Get().AnyJobSelected());
@@ -247,8 +234,7 @@ TEST_F(ListsTest, ControlsHearOfEachChangeOnce) {
     EXPECT_EQ(served, std::vector<ListView*>{&first});
     lists.Add(&second);
     JobList::Get().Clear();
-    EXPECT_EQ(first.cleared, 0);
-    EXPECT_EQ(second.cleared, 1);
+    EXPECT_EQ(std::tuple(first.cleared, second.cleared), std::tuple(0, 1));
     lists.Remove(&second);
 }
 
@@ -256,17 +242,14 @@ TEST_F(ListsTest, AWatcherHearsOfItsJobAlone) {
     auto const a = AddJob("a");
     auto const b = AddJob("b");
     Counting<JobWatcher> watcher(a);
-    struct {
-        boost::shared_ptr<JobInfo> watched;
-        boost::shared_ptr<JobInfo> refreshed;
-        int updates;
-    } const cases[] = {{a, b, 0}, {a, a, 1}, {b, a, 1}, {b, b, 2}, {nullptr, b, 2}};
-    for (auto const& test : cases) {
-        watcher.SetJobA(test.watched);
+    using Info = boost::shared_ptr<JobInfo>;
+    Rows<Info, Info, int> const cases = {{a, b, 0}, {a, a, 1}, {b, a, 1}, {b, b, 2}, {nullptr, b, 2}};
+    for (auto const& [watched, refreshed, updates] : cases) {
+        watcher.SetJobA(watched);
         for (int i = 0; i < 2; ++i)
-            JobList::Get().RefreshJob(test.refreshed->job->id);
+            JobList::Get().RefreshJob(refreshed->job->id);
         Tick::s_Timer0250.Emit();
-        EXPECT_EQ(watcher.updates, test.updates) << "any number of changes between two ticks is one update";
+        EXPECT_EQ(watcher.updates, updates) << "any number of changes between two ticks is one update";
     }
 }
 
@@ -292,12 +275,9 @@ TEST_F(ListsTest, ADisplayLooksThingsUpInTheMiddleOfAnUpdate) {
 TEST_F(ListsTest, PoolNames) {
     UID const pool = UID::FromName("pool");
     EXPECT_EQ(PoolName(UID::Null), "Whole System") << "the Master has not said anything";
-    for (auto const& [value, name] : std::initializer_list<std::pair<char const*, char const*>>{
+    for (auto const& [value, name] : Rows<char const*, char const*>{
              {"0", "None"}, {"1", "Whole System"}, {"false", "None"}, {"true", "Whole System"}}) {
-        Say<SetMasterOptionsMsg>([&value = value](auto& message) {
-            message.section = o_Distribution;
-            message.options[o_UseWholeSystem] = value;
-        });
+        Say<SetMasterOptionsMsg>(o_Distribution, OptionMap{{o_UseWholeSystem, value}});
         EXPECT_EQ(PoolName(UID::Null), name) << value;
     }
     LogLines log(LogLevel::Info);

@@ -10,13 +10,8 @@
 namespace vorlan {
 
 TEST(OptionTable, FindsWhatIsWrongWithTheOptions) {
-    struct Case {
-        char const* section;
-        char const* key;
-        char const* value;
-        char const* fault; // null: none
-    };
-    constexpr Case k_Cases[] = {
+    // Null: no fault.
+    Rows<char const*, char const*, char const*, char const*> const cases = {
         {"Configuration", "StartEngine", "2", nullptr},
         {"Configuration", "startengine", "-2", nullptr},
         {"Configuration", "StartEngine", "", nullptr},
@@ -34,14 +29,13 @@ TEST(OptionTable, FindsWhatIsWrongWithTheOptions) {
         {"Communication", "MasterPort", "70000", "from 0 to 65535"},
         {"A Product", "anything", "at all", nullptr},
     };
-    for (Case const& c : k_Cases) {
+    for (auto const& [section, key, value, fault] : cases) {
         IniFile options;
-        options.SetValue(c.section, c.key, c.value);
+        options.SetValue(section, key, value);
         auto const faults = CheckOptions(options, LocalOptions());
-        ASSERT_EQ(faults.size(), c.fault ? 1u : 0u) << c.key << " = " << c.value;
-        if (c.fault) {
-            EXPECT_TRUE(faults.front().Contains(c.fault)) << faults.front();
-            EXPECT_TRUE(faults.front().Contains(c.key)) << faults.front();
+        ASSERT_EQ(faults.size(), fault ? 1u : 0u) << key << " = " << value;
+        if (fault) {
+            EXPECT_TRUE(faults.front().Contains(fault) && faults.front().Contains(key)) << faults.front();
         }
     }
 }
@@ -63,18 +57,16 @@ TEST(OptionTable, HoldsEachHandleWithADefaultOfItsType) {
 
 TEST(OptionTable, AHandleGivesItsDefaultForWhatIsMissingOrWrong) {
     IniFile options;
-    EXPECT_FALSE(k_OptionDropImmediate.Get(options));
-    EXPECT_TRUE(k_OptionDropImmediateAtDrop.Get(options));
+    EXPECT_TRUE(!k_OptionDropImmediate.Get(options) && k_OptionDropImmediateAtDrop.Get(options));
     options.SetValue("Configuration", "RepeatCount", "many");
-    EXPECT_EQ(k_OptionRepeatCount.Get(options), 20u);
-    EXPECT_EQ(k_OptionRepeatCount.GetText(options), "20");
+    EXPECT_EQ(std::tuple(k_OptionRepeatCount.Get(options), k_OptionRepeatCount.GetText(options)),
+              std::tuple(20u, "20"));
     k_OptionRepeatCount.Set(options, 7);
     k_OptionDropImmediate.Set(options, false);
     EXPECT_EQ(options.GetValue("configuration", "repeatcount", 0), 7);
     EXPECT_FALSE(k_OptionDropImmediateAtDrop.Get(options));
     k_OptionToolbarGroup.Set(options, "3", false);
-    EXPECT_FALSE(k_OptionToolbarGroup.Get(options, "3"));
-    EXPECT_TRUE(k_OptionToolbarGroup.Get(options, "4"));
+    EXPECT_TRUE(!k_OptionToolbarGroup.Get(options, "3") && k_OptionToolbarGroup.Get(options, "4"));
     k_OptionRepeatCount.Clear(options);
     EXPECT_FALSE(k_OptionRepeatCount.Has(options));
     for (int const component : k_StopOrder)

@@ -26,15 +26,12 @@ boost::shared_ptr<Job> JobAt(UID const& id, int status, unsigned round) {
     return job;
 }
 
-struct JobDisplay : JobWatcher {
-    using JobWatcher::JobWatcher;
-    void Update() override { seen += Watched()->history.size() + Watched()->job->Name().size(); }
-    size_t seen = 0;
-};
-
-struct EngineDisplay : EngineWatcher {
-    using EngineWatcher::EngineWatcher;
-    void Update() override { seen += Watched()->history.size() + Watched()->StatusString().size(); }
+template <class Watcher>
+struct Display : Watcher {
+    using Watcher::Watcher;
+    void Update() override { seen += this->Watched()->history.size() + Name(*this->Watched()).size(); }
+    static String Name(JobInfo const& info) { return info.job->Name(); }
+    static String Name(EngineInfo const& info) { return info.StatusString(); }
     size_t seen = 0;
 };
 
@@ -69,15 +66,12 @@ protected:
         Engine engine(EngineID(round));
         engine.SetName("engine " + String::From(round));
         engine.SetOnline(round % 3 != 0);
-        Say<EngineMsg>([&](auto& message) { message.engine = engine; });
-        Say<EngineHistoryElementMsg>([&](auto& message) {
-            message.engine = engine.id;
-            message.element = {Time(round), "line"};
-        });
-        Say<PoolMsg>([&](auto& message) { message.pools[EngineID(round)] = "pool " + String::From(round); });
+        Say<EngineMsg>(engine);
+        Say<EngineHistoryElementMsg>(engine.id, EngineHistoryElement{Time(round), "line"});
+        Say<PoolMsg>(std::map<UID, String>{{EngineID(round), "pool " + String::From(round)}});
 
         UID const id = JobID(round);
-        Say(JobMsg::Create(JobAt(id, round % 5 == 0 ? Paused : Queued, round)));
+        Say<JobMsg>(JobAt(id, round % 5 == 0 ? Paused : Queued, round));
         auto const unit = JobAt(UnitID(round), Assigned, round);
         unit->parentID = id;
         Assign(unit, engine.id);
@@ -86,7 +80,7 @@ protected:
         if (round >= 4)
             Finish(UnitID(round - 4), Finished);
         if (round % 7 == 0)
-            Say<FinishedJobMsg>([&](auto& message) { message.job = JobAt(JobID(round + 1), Finished, round); });
+            Say<FinishedJobMsg>(JobAt(JobID(round + 1), Finished, round));
         if (round % 11 == 0) {
             DeleteJob(JobID(round + 2));
             RemoveEngine(EngineID(round + 1));
@@ -107,8 +101,8 @@ TEST_F(RacesTest, TheListsAreReadWhileTheyChange) {
     size_t bytes = 0;
     unsigned round = 0;
     while (!done) {
-        JobDisplay job(Jobs::FindJobInfo(JobID(round)));
-        EngineDisplay engine(EngineList::Get().FindEngine(EngineID(round)));
+        Display<JobWatcher> job(Jobs::FindJobInfo(JobID(round)));
+        Display<EngineWatcher> engine(EngineList::Get().FindEngine(EngineID(round)));
         bytes += Show(round, view);
         Engine const* const kept = mirror.FindEngineToKeep(EngineID(round));
         if (round % 50 == 49)

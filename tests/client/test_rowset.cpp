@@ -142,43 +142,31 @@ protected:
         char const* const percents[] = {"0", "12.5", "99.95", "100", "x"};
         char const* const people[] = {"anna", "Anna", "bob"};
         int const states[] = {Paused, Queued, Queued, Finished, Failed, UserCanceled};
-        switch (Pick(16)) {
-        case 0:
-            job.SetName(OneOf(names));
-            break;
-        case 1:
-            job.SetNote(OneOf(names));
-            break;
-        case 2:
-            job.SetStatus(OneOf(states));
-            break;
-        case 3:
-            job.SetParameter(p_PercentDone, OneOf(percents));
-            break;
-        case 4:
-            job.SetCreator(OneOf(people));
-            break;
-        case 5:
-            job.SetCreated(Time(63'900'000'000'000 + 60'000 * Pick(3)));
-            break;
-        case 6:
-            job.SetFinishedTime(Time(Pick(3) * 1000));
-            break;
-        case 7:
-            job.SetParameter(p_WaitForJobID, Pick(2) ? UID::FromName("other").ToString() : String());
-            break;
-        default: {
-            char const* const keys[] = {p_Priority,     p_CPUs,         p_RAM,        p_UsageLimit,       p_StaggerMode,
-                                        p_StaggerCount, p_StaggerStart, p_JobSummary, p_FinishDisposition};
-            job.SetParameter(OneOf(keys), String::From(static_cast<int>(Pick(5)) - 2));
-        }
-        }
+        char const* const keys[] = {p_Priority,     p_CPUs,         p_RAM,        p_UsageLimit,       p_StaggerMode,
+                                    p_StaggerCount, p_StaggerStart, p_JobSummary, p_FinishDisposition};
+        std::function<void()> const changes[] = {
+            [&] { job.SetName(OneOf(names)); },
+            [&] { job.SetNote(OneOf(names)); },
+            [&] { job.SetStatus(OneOf(states)); },
+            [&] { job.SetParameter(p_PercentDone, OneOf(percents)); },
+            [&] { job.SetCreator(OneOf(people)); },
+            [&] { job.SetCreated(Time(63'900'000'000'000 + 60'000 * Pick(3))); },
+            [&] { job.SetFinishedTime(Time(Pick(3) * 1000)); },
+            [&] { job.SetParameter(p_WaitForJobID, Pick(2) ? UID::FromName("other").ToString() : String()); },
+            [&] { job.SetParameter(OneOf(keys), String::From(static_cast<int>(Pick(5)) - 2)); },
+        };
+        changes[std::min<size_t>(Pick(16), std::size(changes) - 1)]();
     }
 
-    // As the messages of a busy farm do.
     void ChangeSomething() {
         UID const& id = m_jobs[Pick(static_cast<unsigned>(m_jobs.size()))];
         boost::shared_ptr<Job> const job = Jobs::GetJobA(id);
+        auto const changed = [&](int changes) {
+            auto const copy = SDuplicateJob(*job, false);
+            for (; changes > 0; --changes)
+                ChangeValue(*copy);
+            return copy;
+        };
         switch (job ? Pick(10) : 9) {
         case 0:
             AddJob();
@@ -194,21 +182,14 @@ protected:
             Failures::Add(id, UID::FromName("product"), m_engine, Time(1));
             JobList::Get().RefreshJob(id);
             break;
-        case 4: {
-            auto copy = SDuplicateJob(*job, false);
-            ChangeValue(*copy);
-            ChangeValue(*copy);
-            JobList::Get().InsertJob(copy); // it may move to the finished ones, or come back
+        case 4:
+            JobList::Get().InsertJob(changed(2)); // it may move to the finished ones, or come back
             break;
-        }
         case 5: {
             char const* const name = Pick(2) == 0 ? "west" : "east";
-            Say<PoolMsg>([&](auto& message) { message.pools[UID::FromName("pool")] = name; });
+            Say<PoolMsg>(std::map<UID, String>{{UID::FromName("pool"), name}});
             JobList::Get().UpdateJob(id, p_Pool, (Pick(2) == 0 ? UID::Null : UID::FromName("pool")).ToString());
-            Say<SetMasterOptionsMsg>([&](auto& message) {
-                message.section = o_Distribution;
-                message.options[o_UseWholeSystem] = Pick(2) == 0 ? "1" : "0";
-            });
+            Say<SetMasterOptionsMsg>(o_Distribution, OptionMap{{o_UseWholeSystem, Pick(2) == 0 ? "1" : "0"}});
             break;
         }
         case 9:
@@ -217,12 +198,9 @@ protected:
                 m_units.pop_back();
             }
             break;
-        default: {
-            auto copy = SDuplicateJob(*job, false);
-            ChangeValue(*copy);
-            for (auto const& [name, value] : copy->Values())
+        default:
+            for (auto const& [name, value] : changed(1)->Values())
                 JobList::Get().UpdateJob(id, name, value);
-        }
         }
     }
 
@@ -254,17 +232,17 @@ protected:
 
     // What is wrong with the rows, in words; empty: nothing.
     static String Difference(std::vector<UID> const& rows, std::vector<UID> const& expected) {
-        if (rows.size() != expected.size())
-            return SFormat("%zu rows instead of %zu", rows.size(), expected.size());
-        auto const at = std::ranges::mismatch(rows, expected).in1 - rows.begin();
-        if (at == static_cast<std::ptrdiff_t>(rows.size()))
-            return String();
         auto const describe = [](UID const& id) {
             auto const info = Jobs::FindJobInfo(id);
             return info ? info->job->Name() + ", " + info->Status() : String("gone");
         };
-        auto const row = static_cast<size_t>(at);
-        return SFormat("row %zu is ", row) + describe(rows[row]) + ", not " + describe(expected[row]);
+        if (rows.size() != expected.size())
+            return SFormat("%zu rows instead of %zu", rows.size(), expected.size());
+        for (size_t row = 0; row < rows.size(); ++row) {
+            if (rows[row] != expected[row])
+                return SFormat("row %zu is ", row) + describe(rows[row]) + ", not " + describe(expected[row]);
+        }
+        return String();
     }
 
     static std::vector<UID> Rebuild(JobRowSet& rows, JobRowSet::Request const& request) {

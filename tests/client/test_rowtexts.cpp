@@ -20,20 +20,15 @@ protected:
     }
 };
 
-// What a column shows of an object whose value `name` is `value`.
-struct TextCase {
-    int type;
-    char const* name;
-    char const* value;
-    char const* text;
-};
+// A column, a value's name and text, and what the column shows.
+using TextCases = Rows<int, char const*, char const*, char const*>;
 
 TEST_F(RowTextsTest, TextsOfJobs) {
-    TextCase const cases[] = {
+    TextCases const cases = {
         {JobColumns::Progress, p_PercentDone, "0", "0%"},
         {JobColumns::Progress, p_PercentDone, "12.345", "12.3%"},
         {JobColumns::Progress, p_PercentDone, "99.89", "99.9%"},
-        {JobColumns::Progress, p_PercentDone, "99.95", "99.9%"},
+        {JobColumns::Progress, p_PercentDone, "99.96", "99.9%"},
         {JobColumns::Progress, p_PercentDone, "100", "100%"},
         {JobColumns::UsageLimit, p_UsageLimit, "-1", "1 engine"},
         {JobColumns::UsageLimit, p_UsageLimit, "-3", "3 engines"},
@@ -50,10 +45,10 @@ TEST_F(RowTextsTest, TextsOfJobs) {
         {JobColumns::Staggering, p_StaggerCount, "4", "No Job staggering"},
         {18, p_Name, "unused", ""},
     };
-    for (auto const& test : cases) {
+    for (auto const& [type, name, value, text] : cases) {
         Job job(UID::FromName("job"));
-        job.SetParameter(test.name, test.value);
-        EXPECT_EQ(JobText(job, test.type), test.text) << test.type << " " << test.value;
+        job.SetParameter(name, value);
+        EXPECT_EQ(JobText(job, type), text) << type << " " << value;
     }
     char const* const staggering[] = {"Start 2 Work every 30 seconds", "Start 2 on an Engine every 30 seconds",
                                       "Start 2 Engines every 30 seconds", "Start 2 Work every 30 seconds"};
@@ -64,30 +59,24 @@ TEST_F(RowTextsTest, TextsOfJobs) {
         EXPECT_EQ(JobText(job, JobColumns::Staggering), staggering[mode]);
         EXPECT_EQ(JobText(job, JobColumns::Custom, "$(Name): $(StaggerCount)$(NoSuchName)!"), "a: 2!");
     }
-    EXPECT_EQ(ProgressBarText(9.876F), "9.9%");
-    EXPECT_EQ(ProgressBarText(12.345F), "12.3%");
-    EXPECT_EQ(ProgressBarText(99.95F), "99.9%");
+    EXPECT_EQ(ProgressBarText(9.876F) + ProgressBarText(12.345F) + ProgressBarText(99.96F), "9.9%12.3%99.9%");
     EXPECT_EQ(JobColumns::Text(JobInfo(), JobColumns::Name, String(), Time()), "") << "a record without a Job";
 }
 
 TEST_F(RowTextsTest, TextsOfEngines) {
     Time const now(63'900'000'000'000);
-    struct {
-        bool online;
-        int status;
-        int64_t minutes;
-        char const* text;
-    } const uptimes[] = {
+    // Online or not, the status, minutes up.
+    Rows<bool, int, int64_t, char const*> const uptimes = {
         {true, 0, 0, "0m"},        {true, 0, 5, "5m"},
         {true, 0, 125, "2h 05m"},  {true, 0, 1440 * 12 + 61, "12d 01h 01m"},
         {false, -1, 61, "1h 01m"}, {false, 0, 61, ""},
     };
-    for (auto const& test : uptimes) {
+    for (auto const& [online, status, minutes, text] : uptimes) {
         EngineInfo engine(UID::FromName("engine"));
-        engine.SetOnline(test.online);
-        engine.SetStatus(test.status);
-        engine.SetStartTime(now - Time::Minutes(test.minutes) - Time::Seconds(59));
-        EXPECT_EQ(EngineColumns::Text(engine, EngineColumns::Uptime, String(), now), test.text);
+        engine.SetOnline(online);
+        engine.SetStatus(status);
+        engine.SetStartTime(now - Time::Minutes(minutes) - Time::Seconds(59));
+        EXPECT_EQ(EngineColumns::Text(engine, EngineColumns::Uptime, String(), now), text);
     }
     EngineInfo engine(UID::FromName("engine"));
     auto const errors = [&] { return EngineColumns::Text(engine, EngineColumns::Errors, String(), now); };
@@ -108,7 +97,7 @@ TEST_F(RowTextsTest, TextsOfEngines) {
 }
 
 TEST_F(RowTextsTest, TextsOfWork) {
-    TextCase const cases[] = {
+    TextCases const cases = {
         {WorkColumns::Progress, p_PercentDone, "99.6", "99%"},
         {WorkColumns::Progress, p_PercentDone, "100", "100%"},
         {WorkColumns::Progress, p_PercentDone, "98.6", "99%"},
@@ -116,14 +105,14 @@ TEST_F(RowTextsTest, TextsOfWork) {
         {WorkColumns::UsageLimit, p_UsageLimit, "-2", "2 engines"},
         {WorkColumns::UsageLimit, p_UsageLimit, "3", "3 works"},
     };
-    for (auto const& test : cases) {
+    for (auto const& [type, name, value, text] : cases) {
         auto const job = NewJob("job");
-        job->SetParameter(test.name, test.value);
         WorkInfo info;
         info.job = boost::make_shared<JobInfo>(job);
         info.work = Unit("unit", job->id);
-        info.work->SetParameter(test.name, test.value);
-        EXPECT_EQ(WorkColumns::Text(info, test.type, String(), Time()), test.text) << test.value;
+        for (auto const& one : {job, info.work})
+            one->SetParameter(name, value);
+        EXPECT_EQ(WorkColumns::Text(info, type, String(), Time()), text) << value;
     }
     WorkInfo info;
     info.work = NewJob("unit");
@@ -131,33 +120,26 @@ TEST_F(RowTextsTest, TextsOfWork) {
     EXPECT_EQ(WorkColumns::Text(info, WorkColumns::Elapsed, String(), Time(1'125'000)), "2m 05s");
     info.started.store(1'120'000);
     EXPECT_EQ(WorkColumns::Text(info, WorkColumns::Elapsed, String(), Time(1'125'000)), "5s");
-    EXPECT_EQ(WorkColumns::Text(info, WorkColumns::JobName, String(), Time()), "");
-    EXPECT_EQ(WorkColumns::Text(info, WorkColumns::Engine, String(), Time()), "");
+    for (int const type : {WorkColumns::JobName, WorkColumns::Engine})
+        EXPECT_EQ(WorkColumns::Text(info, type, String(), Time()), "");
 }
 
 TEST_F(RowTextsTest, StatusAndColourOfJobs) {
-    struct {
-        int status, units;
-        char const* text;
-        int statusClass;
-        RowColor color;
-    } const cases[] = {
-        {Queued, 0, "Queued", 0, RowColor::Base},
-        {Paused, 0, "Paused", 1, RowColor::Grey},
-        {Queued, 2, "2 Active", 2, RowColor::Green},
-        {Paused, 3, "Paused: 3 Active", 2, RowColor::Cyan},
-        {Finished, 1, "Finished: 1 Active", 2, RowColor::Blue},
-        {Finished, 0, "Finished", 3, RowColor::Blue},
-        {Failed, 0, "Failed", 3, RowColor::Blue},
-        {UserCanceled, 0, "User Canceled", 3, RowColor::Blue},
-    };
+    // A status, how many units, and what is made of them.
+    Rows<int, int, char const*, int, RowColor> const cases = {{Queued, 0, "Queued", 0, RowColor::Base},
+                                                              {Paused, 0, "Paused", 1, RowColor::Grey},
+                                                              {Queued, 2, "2 Active", 2, RowColor::Green},
+                                                              {Paused, 3, "Paused: 3 Active", 2, RowColor::Cyan},
+                                                              {Finished, 1, "Finished: 1 Active", 2, RowColor::Blue},
+                                                              {Finished, 0, "Finished", 3, RowColor::Blue},
+                                                              {Failed, 0, "Failed", 3, RowColor::Blue},
+                                                              {UserCanceled, 0, "User Canceled", 3, RowColor::Blue}};
     UID const engine = AddEngine("engine");
-    for (auto const& test : cases) {
-        auto const info = AddJob(test.text, test.status);
-        Run(test.units, info->job->id, engine);
-        EXPECT_EQ(info->Status(), test.text);
-        EXPECT_EQ(info->StatusClass(), test.statusClass) << test.text;
-        EXPECT_EQ(JobColumns::Color(*info), test.color) << test.text;
+    for (auto const& [status, units, text, statusClass, color] : cases) {
+        auto const info = AddJob(text, status);
+        Run(units, info->job->id, engine);
+        EXPECT_EQ(info->Status(), text);
+        EXPECT_EQ(std::tuple(info->StatusClass(), JobColumns::Color(*info)), std::tuple(statusClass, color)) << text;
         JobList::Get().Clear();
         WorkList::Get().Clear();
     }
@@ -166,21 +148,13 @@ TEST_F(RowTextsTest, StatusAndColourOfJobs) {
     Fail("job", "product");
     EXPECT_TRUE(JobColumns::IsTinted(info)) << "also when it is finished";
     JobInfo const empty;
-    EXPECT_EQ(JobColumns::Color(empty), RowColor::Base);
     EXPECT_EQ(empty.Status() + empty.Summary() + empty.Pool(), "");
-    EXPECT_EQ(empty.StatusClass(), 0);
+    EXPECT_EQ(std::tuple(empty.StatusClass(), JobColumns::Color(empty)), std::tuple(0, RowColor::Base));
 }
 
 TEST_F(RowTextsTest, StatusColourAndOrderOfEngines) {
-    struct {
-        char const* text;
-        bool online;
-        int status;
-        bool enabled, restricted;
-        int units;
-        RowColor color;
-    } const cases[] = {
-        // In the order of their status.
+    // In the order of their status: online, asleep (-1), enabled, restricted, units.
+    Rows<char const*, bool, int, bool, bool, int, RowColor> const cases = {
         {"Asleep", false, -1, true, false, 0, RowColor::DarkCyan},
         {"Offline", false, 0, false, false, 0, RowColor::Grey},
         {"Disabled", true, 0, false, false, 0, RowColor::Blue},
@@ -195,20 +169,20 @@ TEST_F(RowTextsTest, StatusColourAndOrderOfEngines) {
     UID const job = AddJob("job")->job->id;
     Time const now = Time::CurrentTime();
     std::vector<UID> expected;
-    for (auto const& test : cases) {
-        Engine engine(UID::FromName(test.text));
-        engine.SetOnline(test.online);
-        engine.SetStatus(test.status);
-        engine.SetEnabled(test.enabled);
-        engine.Restrict(test.restricted);
+    for (auto const& [text, online, status, enabled, restricted, units, color] : cases) {
+        Engine engine(UID::FromName(text));
+        engine.SetOnline(online);
+        engine.SetStatus(status);
+        engine.SetEnabled(enabled);
+        engine.Restrict(restricted);
         engine.RestrictDays(0x7F);
         engine.RestrictTimes(Time(), Time()); // all day
         EngineList::Get().InsertEngine(engine);
         expected.push_back(engine.id);
-        Run(test.units, job, engine.id);
+        Run(units, job, engine.id);
         auto const info = EngineList::Get().FindEngine(engine.id);
-        EXPECT_EQ(info->StatusString(), test.text);
-        EXPECT_EQ(EngineColumns::Color(*info, now), test.color) << test.text;
+        EXPECT_EQ(info->StatusString(), text);
+        EXPECT_EQ(EngineColumns::Color(*info, now), color) << text;
     }
     for (bool const ascending : {true, false}) {
         RowSet<EngineRows> rows;
@@ -228,21 +202,16 @@ TEST_F(RowTextsTest, RestrictionsAndWhenTheyShow) {
     engine.SetOnline(true);
     EXPECT_EQ(engine.Restrictions(), "");
     engine.Restrict(true);
-    struct {
-        unsigned cores, days;
-        Time from;
-        Time to;
-        char const* text;
-    } const cases[] = {
-        {1, 0b1000001, Time(22 * 3'600'000 + 5 * 60'000), Time(30 * 60'000), "1 core:  S-----S  22:05 - 00:30"},
-        {2, 0b0111110, Time(9 * 3'600'000), Time(18 * 3'600'000), "2 cores:  -MTWTF-  09:00 - 18:00"},
-        {2, 0b1000000, Time(9 * 3'600'000), Time(18 * 3'600'000), "2 cores:  ------S  09:00 - 18:00"},
+    Rows<unsigned, unsigned, Time, Time, char const*> const cases = {
+        {1, 0b1000001, Time::Minutes(22 * 60 + 5), Time::Minutes(30), "1 core:  S-----S  22:05 - 00:30"},
+        {2, 0b0111110, Time::Hours(9), Time::Hours(18), "2 cores:  -MTWTF-  09:00 - 18:00"},
+        {2, 0b1000000, Time::Hours(9), Time::Hours(18), "2 cores:  ------S  09:00 - 18:00"},
     };
-    for (auto const& test : cases) {
-        engine.RestrictCores(test.cores);
-        engine.RestrictDays(test.days);
-        engine.RestrictTimes(test.from, test.to);
-        EXPECT_EQ(engine.Restrictions(), test.text);
+    for (auto const& [cores, days, from, to, text] : cases) {
+        engine.RestrictCores(cores);
+        engine.RestrictDays(static_cast<unsigned char>(days));
+        engine.RestrictTimes(from, to);
+        EXPECT_EQ(engine.Restrictions(), text);
     }
     // 2026-11-21 is a Saturday, 2026-11-22 a Sunday.
     Time const saturdayNoon = Time::FromUnixMs(1'795'262'400'000);

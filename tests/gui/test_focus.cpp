@@ -13,8 +13,8 @@ TEST_F(GuiTest, EachStopOfTabShowsThatItHasTheFocus) {
     HasRunBefore();
     StartConnected().SetSize(1100, 700);
     AddJob("job");
-    Say<EndEngineInfoMsg>([](auto&) {});
-    Say<EndJobInfoMsg>([](auto&) {});
+    Say<EndEngineInfoMsg>();
+    Say<EndJobInfoMsg>();
     wxTimed::s_Timer0250.Emit();
     ASSERT_TRUE(PumpUntil([this] { return Window().IsActive() && wxWindow::FindFocus(); }));
     auto const picture = [this] {

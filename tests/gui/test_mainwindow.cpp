@@ -105,7 +105,7 @@ TEST_F(MainWindowTest, BarsAreShownAsToldAndOnlyTheToolbarRemembers) {
 TEST_F(MainWindowTest, RestrictionsChangeTheMenusAtOnce) {
     StartLarge();
     EXPECT_TRUE(Has("Components"));
-    Say<SetMasterRestrictionsMsg>([](auto& message) { message.restrictions["core process CONTROL"] = true; });
+    Say<SetMasterRestrictionsMsg>(CommandRestrictions{{"core process CONTROL", true}});
     // Not under the hand of somebody who has a menu open.
     wxMenu* const menu = Window().GetMenuBar()->GetMenu(0);
     Menu(wxEVT_MENU_OPEN, menu);

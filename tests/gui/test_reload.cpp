@@ -32,11 +32,11 @@ protected:
     ListCtrlBase& Work() { return List(WorkListCtrl::k_BaseID); }
     static void TellJobs() {
         for (int i = 0; i < k_Jobs; ++i)
-            Say<JobMsg>([i](JobMsg& message) { message.job = NewJob(SFormat("job %02d", i).c_str()); });
+            Say<JobMsg>(NewJob(SFormat("job %02d", i).c_str()));
     }
     static void TellEnd() {
-        Say<EndEngineInfoMsg>([](auto&) {});
-        Say<EndJobInfoMsg>([](auto&) {});
+        Say<EndEngineInfoMsg>();
+        Say<EndJobInfoMsg>();
     }
     void Refresh() { Command(k_IdRefresh); }
     void Tick() {

@@ -34,8 +34,8 @@ protected:
         StartClient().SetSize(wxRect(wxPoint(0, 0), Window().FromDIP(size)));
         outside.connected = true;
         Connected();
-        Say<EndEngineInfoMsg>([](auto&) {});
-        Say<EndJobInfoMsg>([](auto&) {});
+        Say<EndEngineInfoMsg>();
+        Say<EndJobInfoMsg>();
         Window().ShowConnection("Connected to farm-master");
         ASSERT_TRUE(PumpUntil([] { return MainWindow::Get()->IsShownOnScreen(); }));
     }
