@@ -55,25 +55,19 @@ private:
 
     void Stranger(Packer& out) {
         static constexpr uint32_t k_ExtLengths[] = {5, 8, 300};
-        switch (Below(6)) {
-        case 0:
-            out.pack_nil();
-            break;
-        case 1:
-            out.pack(std::tuple(1, 2.5f, std::map<std::string, bool>{{"deep", true}}));
-            break;
-        case 2:
-            out.pack(msgpack::type::ext(3, k_ExtLengths[Below(3)]));
-            break;
-        case 3:
-            out.pack(Text());
-            break;
-        case 4:
-            out.pack(std::map<int, std::vector<int>>{{1, {}}, {-70000, std::vector<int>(20, -300)}});
-            break;
-        default:
-            out.pack(Number(64, true));
-        }
+        std::function<void()> const kinds[] = {
+            [&] { out.pack_nil(); },
+            [&] {
+                out.pack(std::tuple(1, 2.5f, std::map<std::string, bool>{{"deep", true}}));
+            },
+            [&] { out.pack(msgpack::type::ext(3, k_ExtLengths[Below(3)])); },
+            [&] { out.pack(Text()); },
+            [&] {
+                out.pack(std::map<int, std::vector<int>>{{1, {}}, {-70000, std::vector<int>(20, -300)}});
+            },
+            [&] { out.pack(Number(64, true)); },
+        };
+        kinds[Below(6)]();
     }
 
     void Object(Packer& out, bool parent) {
@@ -84,6 +78,13 @@ private:
         for (uint32_t i = Below(50); i > 0; --i)
             values["Value" + std::to_string(i)] = Text();
         out.pack("Values").pack(values);
+    }
+
+    void EngineHistoryValue(Packer& out) {
+        uint32_t const lines = Below(20);
+        out.pack_array(lines);
+        for (uint32_t i = 0; i < lines; ++i)
+            out.pack(std::tuple(Number(50, true), Text()));
     }
 
     void JobHistoryValue(Packer& out) {
@@ -129,27 +130,19 @@ private:
 
     void Value(Packer& out, std::string_view type) {
         auto const bits = [&](size_t prefix) { return std::stoi(std::string(type.substr(prefix))); };
-        if (type == "bool") {
-            out.pack(Below(2) == 0);
-        } else if (type == "number") {
-            out.pack(static_cast<double>(Number(40, true)) / (Below(2) ? 1 : 7));
-        } else if (type == "text") {
-            out.pack(Text());
-        } else if (type == "id") {
-            out.pack(Id());
-        } else if (type == "time") {
-            out.pack(Number(62, true));
-        } else if (type == "Job") {
-            Object(out, Below(2) == 0);
-        } else if (type == "Engine") {
-            Object(out, false);
-        } else if (type == "JobHistory") {
-            JobHistoryValue(out);
-        } else if (type == "EngineHistory") {
-            uint32_t const lines = Below(20);
-            out.pack_array(lines);
-            for (uint32_t i = 0; i < lines; ++i)
-                out.pack(std::tuple(Number(50, true), Text()));
+        std::map<std::string_view, std::function<void()>> const kinds = {
+            {"bool", [&] { out.pack(Below(2) == 0); }},
+            {"number", [&] { out.pack(static_cast<double>(Number(40, true)) / (Below(2) ? 1 : 7)); }},
+            {"text", [&] { out.pack(Text()); }},
+            {"id", [&] { out.pack(Id()); }},
+            {"time", [&] { out.pack(Number(62, true)); }},
+            {"Job", [&] { Object(out, Below(2) == 0); }},
+            {"Engine", [&] { Object(out, false); }},
+            {"JobHistory", [&] { JobHistoryValue(out); }},
+            {"EngineHistory", [&] { EngineHistoryValue(out); }},
+        };
+        if (auto const kind = kinds.find(type); kind != kinds.end()) {
+            kind->second();
         } else if (type.starts_with("int")) {
             out.pack(Number(bits(3), true));
         } else if (type.starts_with("uint")) {

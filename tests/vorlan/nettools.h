@@ -41,29 +41,15 @@ class End {
 public:
     Handlers MakeHandlers() {
         Handlers handlers;
-        handlers.onConnected = [this](ConnectionPtr const& connection) {
-            std::lock_guard const lock(m_guard);
-            m_connections.push_back(connection);
-            ++connected;
-        };
+        handlers.onConnected = [this](ConnectionPtr const& connection) { Keep(connection, m_connections, connected); };
         handlers.onMessage = [this](ConnectionPtr const& connection, boost::shared_ptr<Message> const& message) {
             if (onMessage)
                 onMessage(connection, message);
-            std::lock_guard const lock(m_guard);
-            m_messages.push_back(message);
-            ++messages;
+            Keep(message, m_messages, messages);
         };
-        handlers.onClosed = [this](ConnectionPtr const&, String const& reason) {
-            std::lock_guard const lock(m_guard);
-            m_reasons.push_back(reason);
-            ++closed;
-        };
+        handlers.onClosed = [this](ConnectionPtr const&, String const& reason) { Keep(reason, m_reasons, closed); };
         handlers.onDrained = onDrained;
-        handlers.onFailed = [this](String const& reason) {
-            std::lock_guard const lock(m_guard);
-            m_reasons.push_back(reason);
-            ++failed;
-        };
+        handlers.onFailed = [this](String const& reason) { Keep(reason, m_reasons, failed); };
         return handlers;
     }
     ConnectionPtr Last() {
@@ -88,6 +74,13 @@ public:
     std::function<void(ConnectionPtr const&)> onDrained;
 
 private:
+    template <class T, class Count>
+    void Keep(T const& item, std::vector<T>& items, Count& count) {
+        std::lock_guard const lock(m_guard);
+        items.push_back(item);
+        ++count;
+    }
+
     std::mutex m_guard;
     std::vector<ConnectionPtr> m_connections;
     std::vector<boost::shared_ptr<Message>> m_messages;
@@ -95,9 +88,7 @@ private:
 };
 
 inline boost::shared_ptr<MasterLogsMsg> Line(String const& text) {
-    auto const message = MasterLogsMsg::New();
-    message->lines.push_back(text);
-    return message;
+    return MasterLogsMsg::Create(std::vector<String>{text});
 }
 
 inline String TextOf(boost::shared_ptr<Message> const& message) {
@@ -115,15 +106,13 @@ inline std::string Noise(size_t bytes) {
 }
 
 inline PeerInfo Someone(PeerKind kind, String const& program, String const& machine = "render07") {
-    PeerInfo info;
-    info.kind = kind;
-    info.machine = UID::FromName(machine);
-    info.instance = UID(true);
-    info.machineName = machine;
-    info.version = 30100;
-    info.program = program;
-    info.user = "ann";
-    return info;
+    return {.kind = kind,
+            .machine = UID::FromName(machine),
+            .instance = UID(true),
+            .machineName = machine,
+            .version = 30100,
+            .program = program,
+            .user = "ann"};
 }
 
 // A server and clients that share a key, on the loopback. What handlers refer to must

@@ -23,8 +23,8 @@ TEST(Discovery, WhoSharesTheKeyAnswersAndNobodyElse) {
     auto const found = Discovery::Find(key, {}, 5000, TestGroup());
     ASSERT_EQ(found.size(), 1u);
     EXPECT_EQ(found[0], IPPeer("127.0.0.1", 7777));
-    EXPECT_TRUE(Discovery::Find(FarmKey::Fresh(), {}, 100, TestGroup()).empty());
-    EXPECT_TRUE(Discovery::Find(FarmKey(), {}, 100, TestGroup()).empty());
+    for (FarmKey const& other : {FarmKey::Fresh(), FarmKey()})
+        EXPECT_TRUE(Discovery::Find(other, {}, 100, TestGroup()).empty());
     // An end that is asked for is not waited out.
     auto const begin = std::chrono::steady_clock::now();
     auto const enough = [] { return true; };

@@ -36,12 +36,8 @@ TEST(Engine, AppliesRestrictedTimesToTheMillisecond) {
         {9, 18, k_Sun, 0, {"0 12:00"}, {}},
         {9, 18, k_Sat, 0, {"6 12:00"}, {}},
         // Over midnight: the day is the one on which the window begins.
-        {22,
-         6,
-         k_Fri,
-         0,
-         {"5 22:00", "5 23:59-", "6 00:00", "6 05:59-"},
-         {"5 21:59-", "6 06:00", "6 22:00", "5 03:00"}},
+        {22, 6, k_Fri, 0, {"5 22:00", "5 23:59-", "6 00:00"}, {"5 21:59-", "6 22:00"}},
+        {22, 6, k_Fri, 0, {"6 05:59-"}, {"6 06:00", "5 03:00"}},
         {22, 6, k_Sat, 0, {"7 03:00"}, {}}, // into the next week
         {22, 6, k_Sun, 0, {}, {"0 03:00"}},
         // From or to midnight itself, and a whole day.
@@ -98,18 +94,16 @@ TEST(Engine, KeepsCoresWithinTheMachine) {
     Engine engine;
     engine.Set(p_EnginePriority, "9999");
     engine.Set(p_EngineForceCores, "rubbish");
-    EXPECT_EQ(engine.Priority(), 100);
+    EXPECT_EQ(std::tuple(engine.Priority(), engine.ForceCores()), std::tuple(100, -1));
     EXPECT_TRUE(Engine::TypeInfo()->GetParam(p_EngineGPUDistribution));
-    EXPECT_EQ(engine.ForceCores(), -1);
 }
 
 TEST(CommonEngine, FollowsTheDefaultEngineUntilCustomized) {
     DefaultEngineGuard const guard;
-    struct Listener : HasSlots<ThreadPolicy::LocalThreaded> {
-        void OnChange(EngineDefaultChangedEvt&) { ++changes; }
-        int changes = 0;
+    int changes = 0;
+    struct : HasSlots<ThreadPolicy::LocalThreaded> {
     } listener;
-    EngineDefaultChangedEvt::Signal().Connect(&listener, &Listener::OnChange);
+    EngineDefaultChangedEvt::Signal().Connect(&listener, [&](EngineDefaultChangedEvt&) { ++changes; });
 
     Engine plain(UID(true));
     Engine custom(UID(true));
@@ -120,30 +114,26 @@ TEST(CommonEngine, FollowsTheDefaultEngineUntilCustomized) {
     defaults.SetEnabled(false);
     defaults.SetName("not a setting");
     CommonEngine::SetDefaultEngine(defaults);
-    EXPECT_EQ(listener.changes, 1);
+    EXPECT_EQ(changes, 1);
 
-    EXPECT_EQ(plain.Priority(), 30);
-    EXPECT_FALSE(plain.Enabled());
-    EXPECT_TRUE(plain.IsDefault());
+    auto const state = [](Engine const& engine) {
+        return std::tuple(engine.Priority(), engine.Enabled(), engine.IsDefault());
+    };
+    EXPECT_EQ(state(plain), std::tuple(30, false, true));
+    EXPECT_EQ(state(custom), std::tuple(70, false, false));
     EXPECT_EQ(plain.Get(p_EnginePriority, true), "30");
-    EXPECT_EQ(plain.Get(p_EnginePriority, false), "");
-    EXPECT_EQ(plain.Name(), "plain");
-    EXPECT_EQ(custom.Priority(), 70);
-    EXPECT_FALSE(custom.IsDefault());
+    EXPECT_EQ(plain.Get(p_EnginePriority, false) + plain.Name(), "plain");
 
     plain.SetPriority(50); // what is built in is a customization now
     EXPECT_FALSE(plain.IsDefault());
     CommonEngine::SetDefaultEngine(CommonEngine());
-    EXPECT_TRUE(plain.IsDefault());
-    EXPECT_TRUE(plain.Enabled());
+    EXPECT_EQ(state(plain), std::tuple(50, true, true));
     CommonEngine::SetDefaultEngine(defaults);
-    EXPECT_EQ(plain.Priority(), 50);
+    EXPECT_EQ(state(plain), std::tuple(50, false, false));
     plain.SetPriority(30);
-    EXPECT_TRUE(plain.IsDefault());
-
     custom.SetToDefault();
-    EXPECT_EQ(custom.Priority(), 30);
-    EXPECT_TRUE(custom.IsDefault());
+    EXPECT_EQ(state(plain), std::tuple(30, false, true));
+    EXPECT_EQ(state(custom), std::tuple(30, false, true));
 }
 
 TEST(CommonEngine, CopiesSettingsAndNothingElse) {
@@ -163,12 +153,10 @@ TEST(CommonEngine, CopiesSettingsAndNothingElse) {
     to.SetInfoPeer(IPPeer("::1", 1234));
     to.CopyCommon(from);
     EXPECT_NE(to.id, from.id);
-    EXPECT_EQ(to.Hostname(), "to");
-    EXPECT_EQ(Engine(to).InfoPeer(), IPPeer("::1", 1234));
-    EXPECT_EQ(to.UseCores(), 16u);
+    EXPECT_EQ(std::tuple(to.Hostname(), Engine(to).InfoPeer(), to.UseCores()),
+              std::tuple("to", IPPeer("::1", 1234), 16u));
     EXPECT_EQ(to.GetAllPools(), (std::vector<UID>{pool, other})) << "the order is their priority";
-    EXPECT_FALSE(to.CanWorkOnType(product));
-    EXPECT_TRUE(to.CanWorkOnType(pool));
+    EXPECT_TRUE(to.CanWorkOnType(pool) && !to.CanWorkOnType(product));
     EXPECT_EQ(to.GetEventCommand("workstartedevt"), "run $(Name)");
     EXPECT_EQ(to.GetIdleSleepTime(), 0u);
 
@@ -177,8 +165,7 @@ TEST(CommonEngine, CopiesSettingsAndNothingElse) {
     defaults.RestrictCores(3);
     from.SetIdleSleepTime(7);
     from.FillFrom(defaults);
-    EXPECT_EQ(from.GetIdleSleepTime(), 7u);
-    EXPECT_EQ(from.RestrictedCores(), 3u);
+    EXPECT_EQ(std::tuple(from.GetIdleSleepTime(), from.RestrictedCores()), std::tuple(7u, 3u));
 }
 
 TEST(CommonEngine, KeepsItsSettingsInAFile) {
@@ -202,8 +189,7 @@ TEST(CommonEngine, KeepsItsSettingsInAFile) {
     Time from;
     Time to;
     EXPECT_TRUE(copy.RestrictedTimes(from, to));
-    EXPECT_EQ(from, Time::Hours(22));
-    EXPECT_EQ(to, Time::Hours(6));
+    EXPECT_EQ(std::tuple(from, to), std::tuple(Time::Hours(22), Time::Hours(6)));
     EXPECT_EQ(copy.GetEventCommand(FinishedJobEvt::TypeName()), "a\nb = \"c\"");
     EXPECT_EQ(products, (std::map<UID, OptionMap>{{product, {{"Threads", "4"}}}}));
 
@@ -212,18 +198,15 @@ TEST(CommonEngine, KeepsItsSettingsInAFile) {
     bad.LoadText("[Engine]\nPriority=1000\nEnabled=perhaps\nIdleSleepTime=7\nUseCores=-3\nUnknown=1\n");
     copy.FromEngineINI(bad, products);
     EXPECT_EQ(lines.Get().size(), 3u);
-    EXPECT_EQ(copy.Priority(), 50);
-    EXPECT_TRUE(copy.Enabled());
-    EXPECT_EQ(copy.GetIdleSleepTime(), 7u);
+    EXPECT_EQ(std::tuple(copy.Priority(), copy.Enabled(), copy.GetIdleSleepTime()), std::tuple(50, true, 7u));
 }
 
 TEST(Engine, WakesByMagicPackets) {
     String const mac = "0a:1B:2c:3d:4e:FF";
-    String const packet = MagicPacketFor(mac);
-    ASSERT_EQ(packet.size(), 102u);
-    EXPECT_EQ(packet.Mid(0, 6), String(6, '\xFF'));
-    for (size_t i = 6; i < packet.size(); i += 6)
-        EXPECT_EQ(packet.Mid(i, 6), String("\x0a\x1b\x2c\x3d\x4e\xff", 6));
+    String packet(6, '\xFF');
+    for (int i = 0; i < 16; ++i)
+        packet += String("\x0a\x1b\x2c\x3d\x4e\xff", 6);
+    EXPECT_EQ(MagicPacketFor(mac), packet);
     for (char const* bad : {"", "0a:1b", "0a:1b:2c:3d:4e:f", "0a:1b:2c:3d:4e:gg", "0a:1b:2c:3d:4e:ff:00"})
         EXPECT_EQ(MagicPacketFor(bad), "") << bad;
 
@@ -239,8 +222,7 @@ TEST(Engine, WakesByMagicPackets) {
     timeval const patience{5, 0};
     ASSERT_EQ(setsockopt(receiver.Get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience), 0);
     char buffer[256];
-    ssize_t const got = recv(receiver.Get(), buffer, sizeof buffer, 0);
-    ASSERT_EQ(got, 102);
+    ASSERT_EQ(recv(receiver.Get(), buffer, sizeof buffer, 0), 102);
     EXPECT_EQ(String(buffer, 102), packet);
     EXPECT_EQ(SendMagicPacketsTo({mac}, IPPeer("no.such.host", 9)), 0u);
 }

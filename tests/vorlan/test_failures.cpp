@@ -40,11 +40,10 @@ TEST_F(FailuresTest, CountsByJobEngineAndProduct) {
     Fail(jobC, sweep, engine1);
     Fail(jobA, paint, engine2, 3);
     EXPECT_EQ(OfJob(jobA), "5 0");
-    EXPECT_EQ(OnEngine(engine1), "2 3 4");
-    EXPECT_EQ(OnEngine(engine2), "1 1 3");
-    EXPECT_EQ(Failures::JobFailureCount(jobA), 5u);
-    EXPECT_EQ(Failures::CountOn(jobA, engine2), 3u);
-    EXPECT_EQ(Failures::ProductCountOn(paint, engine1), 3u);
+    EXPECT_EQ(OnEngine(engine1) + ", " + OnEngine(engine2), "2 3 4, 1 1 3");
+    EXPECT_EQ(std::tuple(Failures::JobFailureCount(jobA), Failures::CountOn(jobA, engine2),
+                         Failures::ProductCountOn(paint, engine1)),
+              std::tuple(5u, 3u, 3u));
 
     std::vector<UID> ids{UID::Full};
     Failures::EnginesFailedOnJob(jobB, ids);
@@ -64,8 +63,7 @@ TEST_F(FailuresTest, ResetMovesCountsIntoHistory) {
     Fail(jobB, paint, engine1);
     Failures::ResetEngineFailures(engine1);
     EXPECT_EQ(OnEngine(engine1), "0 0 0");
-    EXPECT_EQ(OfJob(jobA), "1 2");
-    EXPECT_EQ(OfJob(jobB), "0 1");
+    EXPECT_EQ(OfJob(jobA) + ", " + OfJob(jobB), "1 2, 0 1");
     Failures::ResetJobFailures(jobA);
     EXPECT_EQ(OfJob(jobA), "0 3");
     std::vector<UID> ids;
@@ -79,15 +77,12 @@ TEST_F(FailuresTest, ResetMovesCountsIntoHistory) {
     EXPECT_EQ(OfJob(jobA), "1 2") << "what counts against an Engine stays";
     Failures::ResetEngineFailures(engine1);
     Failures::RemoveJob(jobA);
-    EXPECT_EQ(OfJob(jobA), "0 0");
-    EXPECT_EQ(OnEngine(engine1), "0 0 0");
+    EXPECT_EQ(OfJob(jobA) + ", " + OnEngine(engine1), "0 0, 0 0 0");
     Failures::ReplaceAll(items);
-    EXPECT_EQ(OnEngine(engine1), "1 1 1");
     EXPECT_EQ(Failures::All(), items);
-    EXPECT_EQ(OfJob(jobA), "1 3");
+    EXPECT_EQ(OfJob(jobA) + ", " + OnEngine(engine1), "1 3, 1 1 1");
     Failures::RemoveEngine(engine1);
-    EXPECT_EQ(OfJob(jobA), "0 1");
-    EXPECT_EQ(OfJob(jobB), "0 0");
+    EXPECT_EQ(OfJob(jobA) + ", " + OfJob(jobB), "0 1, 0 0");
 }
 
 TEST_F(FailuresTest, BlamesTheJobOfAWorkUnit) {
@@ -95,8 +90,7 @@ TEST_F(FailuresTest, BlamesTheJobOfAWorkUnit) {
     work.parentID = jobA;
     work.Set(p_Type, paint.ToString());
     Failures::Add(work, engine1);
-    EXPECT_EQ(OfJob(jobA), "1 0");
-    EXPECT_EQ(OfJob(work.id), "0 0");
+    EXPECT_EQ(OfJob(jobA) + ", " + OfJob(work.id), "1 0, 0 0");
     EXPECT_EQ(Failures::ProductCountOn(paint, engine1), 1u);
     Failures::Add(work, UID::Null);
     EXPECT_EQ(OfJob(jobA), "1 0") << "a failure on no Engine blames nobody";
@@ -117,8 +111,7 @@ TEST_F(FailuresTest, LosesNoneOfManyThreads) {
     }
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_EQ(OfJob(jobA), "1000 0");
-    EXPECT_EQ(OnEngine(engine2), "1 2 1000");
+    EXPECT_EQ(OfJob(jobA) + ", " + OnEngine(engine2), "1000 0, 1 2 1000");
 }
 
 } // namespace vorlan::test_failures

@@ -16,18 +16,16 @@ TEST(FarmKey, IsMadeOnceAndJoinedElsewhere) {
     TempFolder const engine;
     EXPECT_TRUE(FarmKey::Load(master.Folder()).IsNull());
     FarmKey const made = FarmKey::LoadOrCreate(master.Folder());
-    EXPECT_FALSE(made.IsNull());
-    EXPECT_FALSE(made.IsJoined());
+    EXPECT_FALSE(made.IsNull() || made.IsJoined());
     EXPECT_EQ(made.Fingerprint().size(), 64u);
-    EXPECT_EQ(ModeOf(FarmKey::FilePath(master.Folder())), 0600u);
-    EXPECT_EQ(ModeOf(master / "certificate.pem"), 0600u);
+    for (Path const& secret : {FarmKey::FilePath(master.Folder()), master / "certificate.pem"})
+        EXPECT_EQ(ModeOf(secret), 0600u) << secret;
     EXPECT_EQ(FarmKey::LoadOrCreate(master.Folder()), made);
 
     FarmKey::FromText("  " + made.Text() + "\n").Join(engine.Folder());
     FarmKey const joined = FarmKey::Load(engine.Folder());
-    EXPECT_EQ(joined, made);
+    EXPECT_TRUE(joined == made && joined.IsJoined());
     EXPECT_EQ(joined.Fingerprint(), made.Fingerprint());
-    EXPECT_TRUE(joined.IsJoined());
     EXPECT_EQ(ModeOf(FarmKey::FilePath(engine.Folder())), 0600u);
 }
 

@@ -38,11 +38,9 @@ TEST_F(JobFileTest, BringsAnyJobsBack) {
 
     JobFile const stored(path, true, true);
     ASSERT_EQ(stored.Jobs().size(), out.Jobs().size());
-    for (size_t i = 0; i < stored.Jobs().size(); ++i) {
-        EXPECT_EQ(stored.Jobs()[i]->Values(), out.Jobs()[i]->Values());
-        EXPECT_EQ(stored.Jobs()[i]->id, out.Jobs()[i]->id);
-        EXPECT_EQ(stored.Jobs()[i]->parentID, out.Jobs()[i]->parentID);
-    }
+    auto const whole = [](Job const& job) { return std::tuple(job.id, job.parentID, job.Values()); };
+    for (size_t i = 0; i < stored.Jobs().size(); ++i)
+        EXPECT_EQ(whole(*stored.Jobs()[i]), whole(*out.Jobs()[i]));
     EXPECT_EQ(stored.WriterVersion(), k_VorlanVersion);
 }
 
@@ -60,12 +58,9 @@ TEST_F(JobFileTest, MakesNewJobsOfStoredOnes) {
     JobFile const in(path, true, false);
     Job const& job = *in.Jobs()[0];
     Job const& other = *in.Jobs()[1];
-    EXPECT_NE(job.id, jobs[0]->id);
-    EXPECT_NE(other.id, job.id);
-    EXPECT_EQ(job.Status(), Queued);
-    EXPECT_TRUE(job.FinishedTime().IsZero());
-    EXPECT_EQ(job.PercentDone(), 0.0F);
-    EXPECT_EQ(job.Get(p_Range, false), "1-5");
+    EXPECT_TRUE(job.id != jobs[0]->id && other.id != jobs[1]->id && job.id != other.id);
+    EXPECT_EQ(std::tuple(job.Status(), job.FinishedTime(), job.PercentDone(), job.Get(p_Range, false)),
+              std::tuple(Queued, Time(), 0.0F, "1-5"));
     EXPECT_EQ(StringToUIDs(job.Get(p_WaitForJobID, false)), (std::vector<UID>{other.id, elsewhere}));
     EXPECT_TRUE(other.IsPaused());
     EXPECT_EQ(other.Get(p_WaitForJobID, false), other.id.ToString() + ", " + in.Jobs()[2]->id.ToString() + ", nobody")
@@ -80,9 +75,9 @@ TEST_F(JobFileTest, KeepsWhatANewerProgramWrote) {
     })");
     JobFile file(path, true, true);
     EXPECT_EQ(file.WriterVersion(), 90000u);
-    EXPECT_EQ(file.Jobs().at(0)->Get("Count", false), "7");
-    EXPECT_EQ(file.Jobs().at(0)->Get("Draft", false), k_Yes);
-    file.Jobs().at(0)->SetName("new");
+    Job& old = *file.Jobs().at(0);
+    EXPECT_EQ(std::tuple(old.Get("Count", false), old.Get("Draft", false)), std::tuple("7", k_Yes));
+    old.SetName("new");
     file.AddJob(MakeJob({{p_Name, "second"}}));
     file.SaveJobs();
 
@@ -98,12 +93,11 @@ TEST_F(JobFileTest, KeepsWhatANewerProgramWrote) {
 
 TEST_F(JobFileTest, GivesAProductThatChangedItsIdToOldJobs) {
     UID const oldType = UID::FromName("old id");
-    File::WriteWhole(path, R"({"format": "Vorlan Jobs", "version": 1, "jobs": [
-        {"product": "Old Paint", "values": {"Type": ")" +
-                               oldType.ToString().Str() + R"("}},
-        {"product": "Gone", "values": {"Type": ")" +
-                               oldType.ToString().Str() + R"("}},
-        {"values": {}}]})");
+    Json const values = {{"Type", oldType.ToString().Str()}};
+    Json const jobs = {{{"product", "Old Paint"}, {"values", values}},
+                       {{"product", "Gone"}, {"values", values}},
+                       {{"values", Json::object()}}};
+    File::WriteWhole(path, Json{{"format", "Vorlan Jobs"}, {"version", 1}, {"jobs", jobs}}.dump());
     auto const product = boost::make_shared<Product>("Paint", UID::FromName("new id"));
     product->AddAlias("old paint");
     JobFactory::s_JobFactory->SetProduct(product);

@@ -6,40 +6,33 @@
 
 namespace vorlan::test_jobhistory {
 
-UID NumberedID(uint8_t kind, unsigned number) {
-    std::array<uint8_t, UID::k_Size> bytes{};
-    bytes[0] = kind;
-    bytes[13] = static_cast<uint8_t>(number >> 16);
-    bytes[14] = static_cast<uint8_t>(number >> 8);
-    bytes[15] = static_cast<uint8_t>(number);
-    return UID(bytes);
-}
-
+UID WorkID(unsigned number) { return UID::FromName(SFormat("work %u", number)); }
+UID EngineID(unsigned number) { return UID::FromName(SFormat("engine %u", number)); }
+UID const k_Job = UID::FromName("job");
 Time const k_Morning = Time::FromUnixMs(1'700'000'000'000);
 
 using Elements = std::vector<WorkHistoryElement>;
 
 // The elements by run as they are kept: each once, in the order of a run's life, with
 // the Engine that one of them names.
-std::map<UID, Elements> Sorted(Elements const& elements) {
+std::map<UID, Elements> Sorted(Elements elements) {
     auto const rank = [](WorkHistoryElement const& element) {
         int const status = element.status;
         int const stage = status == Closed ? 4 : status == Started ? 2 : status == Assigned ? 1 : status > 0 ? 3 : 0;
         return std::tuple(stage, element.time, status, element.note);
     };
-    std::map<UID, std::map<decltype(rank(elements[0])), WorkHistoryElement>> ranked;
     std::map<UID, UID> engines;
     for (WorkHistoryElement const& element : elements) {
-        ranked[element.work].emplace(rank(element), element);
         if (!element.engine.IsNull())
             engines[element.work] = element.engine;
     }
+    std::sort(elements.begin(), elements.end(), [&](auto const& a, auto const& b) { return rank(a) < rank(b); });
     std::map<UID, Elements> runs;
-    for (auto& [work, itsElements] : ranked) {
-        for (auto& [place, element] : itsElements) {
-            element.engine = engines[work];
-            runs[work].push_back(element);
-        }
+    for (WorkHistoryElement& element : elements) {
+        element.engine = engines[element.work];
+        Elements& run = runs[element.work];
+        if (run.empty() || rank(run.back()) != rank(element))
+            run.push_back(element);
     }
     return runs;
 }
@@ -54,44 +47,41 @@ struct Sums {
 
     void Add(WorkRun const& run) {
         ++tasks;
-        Time const time = run.RunTime(Time());
-        if (!run.StartTime().IsZero())
-            firstStart = firstStart.IsZero() ? run.StartTime() : std::min(firstStart, run.StartTime());
-        if (!run.StartTime().IsZero() && !run.HasEnded()) {
+        if (run.StartTime().IsZero())
+            return;
+        TakeFirst(run.StartTime(), firstStart);
+        if (!run.HasEnded()) {
             ++active;
-            activeSince = activeSince.IsZero() ? run.StartTime() : std::min(activeSince, run.StartTime());
-        } else if (run.HasEnded() && !run.StartTime().IsZero()) {
-            ++ended;
-            totalTime += time;
-            lastEnd = std::max(lastEnd, run.EndTime());
-            last = std::max(last, {run.EndTime(), run.Work(), time});
-            Take(time, run.Key(), longest, shortest);
-            if (run.Status() == Finished) {
-                ++finished;
-                finishedTime += time;
-                Take(time, run.Key(), longestFinished, shortestFinished);
-            }
+            return TakeFirst(run.StartTime(), activeSince);
+        }
+        Time const time = run.RunTime(Time());
+        ++ended;
+        totalTime += time;
+        lastEnd = std::max(lastEnd, run.EndTime());
+        last = std::max(last, {run.EndTime(), run.Work(), time});
+        Take(time, run.Key(), longest, shortest);
+        if (run.Status() == Finished) {
+            ++finished;
+            finishedTime += time;
+            Take(time, run.Key(), longestFinished, shortestFinished);
         }
     }
+    static void TakeFirst(Time time, Time& first) { first = first.IsZero() ? time : std::min(first, time); }
     static void Take(Time time, String const& key, Best& longest, Best& shortest) {
         if (time > longest.first)
             longest = {time, key};
         if (!time.IsZero() && (shortest.first.IsZero() || time < shortest.first))
             shortest = {time, key};
     }
-    static Time Average(Time sum, size_t count) {
-        return Time(count ? sum.Milliseconds() / static_cast<int64_t>(count) : 0);
-    }
+    static Time Average(Time sum, size_t count) { return count ? sum / static_cast<int64_t>(count) : Time(); }
 };
 
 // The history holds these runs, and its figures are what they add up to.
 void ExpectSame(JobHistory const& history, std::map<UID, Elements> const& runs) {
     std::map<String, std::set<std::pair<Time, UID>>, SubRangeLess> units;
-    std::map<UID, std::map<String, std::set<UID>, SubRangeLess>> byEngine;
     size_t count = 0;
     for (auto const& [work, elements] : runs) {
         units[elements[0].subRange].emplace(elements[0].time, work);
-        byEngine[elements[0].engine][elements[0].subRange].insert(work);
         count += elements.size();
     }
     Sums all;
@@ -129,13 +119,12 @@ void ExpectSame(JobHistory const& history, std::map<UID, Elements> const& runs) 
     }
     EXPECT_EQ(std::tuple(history.ElementCount(), history.RunCount(), history.FinishedRuns(), history.ActiveRuns()),
               std::tuple(count, runs.size(), all.finished, all.active));
-    EXPECT_EQ(history.FinishedEngineTime(), all.finishedTime);
-    EXPECT_EQ(history.AverageFinishTime(), all.Average(all.finishedTime, all.finished));
-    EXPECT_EQ(history.FirstStartTime(), all.firstStart);
-    EXPECT_EQ(history.LastFinishTime(), all.lastEnd);
+    EXPECT_EQ(std::tuple(history.FinishedEngineTime(), history.AverageFinishTime(), history.FirstStartTime(),
+                         history.LastFinishTime()),
+              std::tuple(all.finishedTime, all.Average(all.finishedTime, all.finished), all.firstStart, all.lastEnd));
     if (all.active == 0) {
-        EXPECT_EQ(history.TotalEngineTime(), all.totalTime);
-        EXPECT_EQ(history.ElapsedRealTime(), std::max(Time(), all.lastEnd - all.firstStart));
+        EXPECT_EQ(std::tuple(history.TotalEngineTime(), history.ElapsedRealTime()),
+                  std::tuple(all.totalTime, std::max(Time(), all.lastEnd - all.firstStart)));
     }
     EXPECT_EQ(std::pair(history.LongestFinishedTime(), history.LongestFinishedKey()), all.longestFinished);
     EXPECT_EQ(std::pair(history.ShortestFinishedTime(), history.ShortestFinishedKey()), all.shortestFinished);
@@ -144,18 +133,13 @@ void ExpectSame(JobHistory const& history, std::map<UID, Elements> const& runs) 
     EXPECT_EQ(std::pair(history.LongestTotalTime(), history.LongestTotalKey()), longestTotal);
     EXPECT_EQ(std::pair(size_t{history.MostTries()}, history.MostTriesKey()), mostTries);
 
-    auto run = history.ebegin();
-    for (auto const& [engine, keys] : byEngine) {
-        for (auto const& [key, works] : keys) {
-            for (UID const& work : works) {
-                ASSERT_NE(run, history.eend());
-                EXPECT_EQ(run->Work(), work);
-                EXPECT_EQ(&history.FindWorkIndex(work), &*run);
-                ++run;
-            }
-        }
+    std::vector<std::tuple<UID, ptrdiff_t, UID>> walked; // Engine, place of the unit, run
+    for (auto run = history.ebegin(); run != history.eend(); ++run) {
+        EXPECT_EQ(&history.FindWorkIndex(run->Work()), &*run);
+        walked.emplace_back(run->Engine(), std::distance(units.begin(), units.find(run->Key())), run->Work());
     }
-    EXPECT_EQ(run, history.eend());
+    EXPECT_EQ(walked.size(), runs.size());
+    EXPECT_EQ(std::adjacent_find(walked.begin(), walked.end(), std::greater_equal<>()), walked.end());
 
     engines.erase(UID());
     EXPECT_EQ(history.Engines().size(), engines.size());
@@ -164,8 +148,8 @@ void ExpectSame(JobHistory const& history, std::map<UID, Elements> const& runs) 
         EXPECT_EQ(std::tuple(stats.Tasks(), stats.FinishedTasks()), std::tuple(sums.tasks, sums.finished));
         EXPECT_EQ(std::tuple(stats.ActiveSince(), stats.FinishedTime(), stats.TotalWorkTime(), stats.LastWorkTime()),
                   std::tuple(sums.activeSince, sums.finishedTime, sums.totalTime, std::get<2>(sums.last)));
-        EXPECT_EQ(stats.AverageWork(), sums.Average(sums.totalTime, sums.ended));
-        EXPECT_EQ(stats.AverageFinish(), sums.Average(sums.finishedTime, sums.finished));
+        EXPECT_EQ(std::tuple(stats.AverageWork(), stats.AverageFinish()),
+                  std::tuple(sums.Average(sums.totalTime, sums.ended), sums.Average(sums.finishedTime, sums.finished)));
     }
 }
 
@@ -180,9 +164,9 @@ Elements RandomDay(std::mt19937& random) {
         unsigned const unit = random() % 20;
         int const first = static_cast<int>(unit) * 10 - 50;
         element.subRange = unit == 19 ? String("whole") : String::From(first) + "-" + String::From(first + 9);
-        element.work = NumberedID(2, i);
-        element.job = NumberedID(1, 1);
-        UID const engine = NumberedID(3, random() % 5);
+        element.work = WorkID(i);
+        element.job = k_Job;
+        UID const engine = EngineID(random() % 5);
         Time time = k_Morning + Time(static_cast<int64_t>(random() % 86'400'000));
         auto const add = [&](int status, char const* note) {
             element.status = status;
@@ -218,7 +202,7 @@ TEST(JobHistory, HoldsEachElementOnceInAnyOrderAndAddsUp) {
         Elements elements = RandomDay(random);
         auto const runs = Sorted(elements);
         Elements doubled = elements;
-        doubled.insert(doubled.end(), elements.begin(), elements.begin() + static_cast<ptrdiff_t>(elements.size() / 2));
+        std::copy_n(elements.begin(), elements.size() / 2, std::back_inserter(doubled));
         for (int order = 0; order < 3; ++order) {
             if (order > 0)
                 std::shuffle(doubled.begin(), doubled.end(), random);
@@ -246,31 +230,22 @@ TEST(JobHistory, HoldsEachElementOnceInAnyOrderAndAddsUp) {
 
 TEST(JobHistory, IsEmptyAndHarmlessWithoutElements) {
     JobHistory history;
-    EXPECT_TRUE(history.Empty());
-    EXPECT_EQ(history.begin(), history.end());
-    EXPECT_EQ(history.ebegin(), history.eend());
-    EXPECT_EQ(history["1-10"].Tries(), 0u);
-    EXPECT_EQ(history["1-10"].LastRun().ElementCount(), 0u);
+    UID const none(true);
+    EXPECT_TRUE(history.begin() == history.end() && history.ebegin() == history.eend());
+    EXPECT_EQ(history["1-10"].Tries() + history["1-10"].LastRun().ElementCount(), 0u);
     EXPECT_EQ(history["1-10"].TotalTime(history, "1-10"), Time());
-    EXPECT_TRUE(history.FindWorkIndex(UID(true)).IsNull());
-    EXPECT_EQ(history.FindWork(UID(true)).Key() + history.FindWork(UID(true)).LastNote(), "");
-    EXPECT_EQ(history.FindWork(UID(true))[3].status, 0);
+    EXPECT_TRUE(history.FindWorkIndex(none).IsNull());
+    EXPECT_EQ(history.FindWork(none).Key() + history.FindWork(none).LastNote(), "");
+    EXPECT_EQ(history.FindWork(none)[3].status, 0);
     EXPECT_EQ(history.ElapsedRealTime(), Time());
     EXPECT_FALSE(history.Append({})) << "an element without a run";
     EXPECT_TRUE(history.Empty());
 }
 
-WorkHistoryElement Element(unsigned work, int status, int seconds, char const* key = "1-10", char const* note = "") {
-    WorkHistoryElement element;
-    element.work = NumberedID(2, work);
-    element.job = NumberedID(1, 1);
-    element.engine = NumberedID(3, 1);
-    element.status = status;
-    element.time = k_Morning + Time::Seconds(seconds);
-    element.subRange = key;
-    element.note = note;
-    return element;
+WorkHistoryElement Element(unsigned work, int status, Time time, String const& key = "1-10", char const* note = "") {
+    return {status, time, note, key, WorkID(work), k_Job, EngineID(1)};
 }
+Time Second(int number) { return k_Morning + Time::Seconds(number); }
 
 TEST(JobHistory, ARunIsWhatItsElementsSay) {
     // The run's status, start and end in seconds, 0 for none, and what says so.
@@ -283,28 +258,23 @@ TEST(JobHistory, ARunIsWhatItsElementsSay) {
         {Lost, 0, 20, {{Assigned, 1}, {Lost, 20}}},
         {Lost, 5, 30, {{Started, 5}, {Finished, 20}, {Lost, 30}}},
     };
-    auto const second = [](int number) { return number ? k_Morning + Time::Seconds(number) : Time(); };
     for (auto const& [status, start, end, life] : cases) {
         JobHistory history;
         for (auto const& [what, when] : life)
-            EXPECT_TRUE(history.Append(Element(1, what, when, "1-10", what == Closed ? "closed" : "a note")));
-        WorkRun const& run = history.FindWork(NumberedID(2, 1));
-        EXPECT_EQ(run.Status(), status);
-        EXPECT_EQ(run.LastNote(), "a note");
-        EXPECT_EQ(run.StartTime(), second(start)) << status;
-        EXPECT_EQ(run.EndTime(), second(end)) << status;
-        EXPECT_EQ(run.LastElementTime(), second(std::get<1>(life.back())));
-        EXPECT_EQ(run.IsActive(), end == 0) << status;
+            EXPECT_TRUE(history.Append(Element(1, what, Second(when), "1-10", what == Closed ? "closed" : "a note")));
+        WorkRun const& run = history.FindWork(WorkID(1));
+        EXPECT_EQ(std::tuple(run.Status(), run.LastNote(), run.IsActive()), std::tuple(status, "a note", end == 0));
+        EXPECT_EQ(run.StartTime(), start ? Second(start) : Time()) << status;
+        EXPECT_EQ(run.EndTime(), end ? Second(end) : Time()) << status;
+        EXPECT_EQ(run.LastElementTime(), Second(std::get<1>(life.back())));
     }
 }
 
 TEST(JobHistory, ActiveRunsGrowWithTheClock) {
     Time const before = Time::CurrentTime();
     JobHistory history;
-    auto first = Element(1, Started, 0);
-    first.time = before - Time::Seconds(100);
-    auto second = Element(2, Started, 0, "11-20");
-    second.time = before - Time::Seconds(40);
+    auto const first = Element(1, Started, before - Time::Seconds(100));
+    auto const second = Element(2, Started, before - Time::Seconds(40), "11-20");
     history.Append(second);
     history.Append(first);
     auto const between = [&](Time value, int seconds) {
@@ -314,7 +284,7 @@ TEST(JobHistory, ActiveRunsGrowWithTheClock) {
     EXPECT_TRUE(between(history.ElapsedRealTime(), 100)) << history.ElapsedRealTime();
     EXPECT_TRUE(between(history.TotalEngineTime(), 140)) << history.TotalEngineTime();
     EXPECT_EQ(history.ActiveRuns(), 2u);
-    EXPECT_EQ(history.EngineStatistics(NumberedID(3, 1)).ActiveSince(), first.time);
+    EXPECT_EQ(history.EngineStatistics(EngineID(1)).ActiveSince(), first.time);
 
     // The longest total follows an active unit only when it is asked to.
     history["1-10"].TotalTime(history, k_DontUpdateLongestTotal);
@@ -325,26 +295,20 @@ TEST(JobHistory, ActiveRunsGrowWithTheClock) {
     EXPECT_TRUE(between(history["11-20"].TotalTime(history, "11-20"), 40));
     EXPECT_EQ(history.LongestTotalKey(), "1-10");
 
-    auto ended = Element(1, Finished, 0);
-    ended.time = first.time + Time::Seconds(30);
-    history.Append(ended);
-    EXPECT_EQ(history.EngineStatistics(NumberedID(3, 1)).ActiveSince(), second.time);
+    history.Append(Element(1, Finished, first.time + Time::Seconds(30)));
+    EXPECT_EQ(history.EngineStatistics(EngineID(1)).ActiveSince(), second.time);
+    EXPECT_TRUE(between(history.TotalEngineTime(), 70)) << history.TotalEngineTime();
     EXPECT_EQ(history.AverageFinishTime(), Time::Seconds(30));
 }
 
 TEST(JobHistory, WorkAndJobFillWhatAnElementLeavesOut) {
-    auto const job = boost::make_shared<Job>(NumberedID(1, 9));
-    auto const work = boost::make_shared<Job>(NumberedID(2, 9));
+    auto const job = boost::make_shared<Job>(k_Job);
+    auto const work = boost::make_shared<Job>(WorkID(9));
     work->Set(p_SubRange, "21-30");
-    WorkHistoryElement element;
-    element.status = Started;
-    element.time = k_Morning;
     JobHistory history;
-    EXPECT_TRUE(history.Append(job, work, NumberedID(3, 9), element));
+    EXPECT_TRUE(history.Append(job, work, EngineID(9), {Started, k_Morning}));
     WorkIndex const& index = history.FindWorkIndex(work->id);
-    EXPECT_EQ(index.Key(), "21-30");
-    EXPECT_EQ(index.Engine(), NumberedID(3, 9));
-    EXPECT_EQ(history.JobID(), job->id);
+    EXPECT_EQ(std::tuple(index.Key(), index.Engine(), history.JobID()), std::tuple("21-30", EngineID(9), k_Job));
 }
 
 TEST(JobHistory, SubRangesFollowTheFrames) {
@@ -362,12 +326,8 @@ TEST(JobHistory, AbsurdTimesStayNumbers) {
     unsigned work = 0;
     for (int64_t const start : ends) {
         for (int64_t const end : ends) {
-            auto element = Element(++work, Started, 0, "1");
-            element.time = Time(start);
-            history.Append(element);
-            element.status = Finished;
-            element.time = Time(end);
-            history.Append(element);
+            history.Append(Element(++work, Started, Time(start), "1"));
+            history.Append(Element(work, Finished, Time(end), "1"));
         }
     }
     EXPECT_EQ(history.RunCount(), 25u);
@@ -383,13 +343,13 @@ TEST(JobHistory, LongHistoriesAreTakenInWithoutQuadraticWork) {
     for (unsigned i = 0; i < 100'000; ++i) {
         String const key = String::From(i * 10) + "-" + String::From(i * 10 + 9);
         for (int const status : {Started, Assigned, Finished, Closed})
-            history.Append(Element(i, status, static_cast<int>(i) + status, key.c_str()));
+            history.Append(Element(i, status, Second(static_cast<int>(i) + status), key));
     }
     for (unsigned i = 20'000; i > 0; --i)
-        history.Append(Element(200'000 + i, Started, static_cast<int>(i), "bad"));
+        history.Append(Element(200'000 + i, Started, Second(static_cast<int>(i)), "bad"));
     EXPECT_EQ(history.RunCount(), 120'000u);
     EXPECT_EQ(history.MostTriesKey(), "bad");
-    EXPECT_EQ(history["bad"][0].Work(), NumberedID(2, 200'001));
+    EXPECT_EQ(history["bad"][0].Work(), WorkID(200'001));
     EXPECT_EQ(history.FinishedRuns(), 100'000u);
 }
 

@@ -14,10 +14,9 @@ std::vector<MessageDescription> AllMessages() {
     return all;
 }
 
-boost::shared_ptr<Job> MakeJob(OptionMap const& values) {
-    auto job = boost::make_shared<Job>(UID(true));
-    job->SetValues(values);
-    return job;
+// A body with one field, of a value that is encoded already.
+std::string Field(std::string const& name, std::string const& value) {
+    return std::string(1, '\x81') + static_cast<char>(0xa0 + name.size()) + name + value;
 }
 
 TEST(Messages, EveryKindKeepsEveryFieldThroughDecodingAndEncoding) {
@@ -49,18 +48,14 @@ TEST(Messages, UnknownFieldsArePassedOverAndMissingOnesKeepTheirDefaults) {
             EXPECT_EQ(EncodeMessage(*DecodeMessage(message.type, encoded)), encoded);
         }
     }
-    auto const info = boost::static_pointer_cast<GetJobInfoMsg>(DecodeMessage(GetJobInfoMsg::s_Type, "\x81\xa3"
-                                                                                                     "All\xc3"));
-    EXPECT_TRUE(info->all);
-    EXPECT_FALSE(info->wantJob);
-    EXPECT_TRUE(info->ids.empty());
-    auto const nil = boost::static_pointer_cast<GetJobInfoMsg>(
-        DecodeMessage(GetJobInfoMsg::s_Type, std::string_view("\x82\xa3"
-                                                              "All\xc0\xa7WantJob\xc3")));
-    EXPECT_FALSE(nil->all);
-    EXPECT_TRUE(nil->wantJob);
+    for (auto const& [body, all, wantJob] :
+         Rows<std::string, bool, bool>{{Field("All", "\xc3"), true, false},
+                                       {"\x82" + Field("All", "\xc0").substr(1) + "\xa7WantJob\xc3", false, true}}) {
+        auto const info = boost::static_pointer_cast<GetJobInfoMsg>(DecodeMessage(GetJobInfoMsg::s_Type, body));
+        EXPECT_EQ(std::tuple(info->all, info->wantJob, info->ids.size()), std::tuple(all, wantJob, 0u));
+    }
     EXPECT_THROW(DecodeMessage(JobMsg::s_Type, "\x80"), ParseException) << "a message about a Job without a Job";
-    EXPECT_THROW(DecodeMessage(JobMsg::s_Type, "\x81\xa3Job\xc0"), ParseException);
+    EXPECT_THROW(DecodeMessage(JobMsg::s_Type, Field("Job", "\xc0")), ParseException);
 }
 
 // Objects of a kind are coded by the names of the last one. Whatever the
@@ -86,12 +81,13 @@ TEST(Messages, JobsOfDifferentKindsFollowEachOther) {
         EXPECT_THROW(DecodeJob(cut), ParseException);
     }
     // A doubled name: the last one counts, now and after it was seen once.
-    std::string const twice = std::string("\x82\xa2ID\xc4\x10") + std::string(16, 'i') +
-                              "\xa6Values\x82\xa1"
-                              "a\xa1"
-                              "1\xa1"
-                              "A\xa1"
-                              "2";
+    std::string const twice = "\x82\xa2ID\xc4\x10" + std::string(16, 'i') + "\xa6Values\x82" +
+                              Field("a", "\xa1"
+                                         "1")
+                                  .substr(1) +
+                              Field("A", "\xa1"
+                                         "2")
+                                  .substr(1);
     for (int i = 0; i < 3; ++i) {
         auto const job = DecodeJob(twice);
         EXPECT_EQ(job->Snapshot()->Count(), 1u);
@@ -110,26 +106,21 @@ TEST(Messages, AStopGetsItsActionFromTheStatus) {
 }
 
 TEST(Messages, TheLogShowsOneLineAndNoPassword) {
-    auto const parameter = JobParameterMsg::New();
-    parameter->name = "password";
-    parameter->value = "s3cret";
-    auto const job =
-        JobMsg::Create(MakeJob({{"Name", "Shot"}, {p_Password, "s3cret"}, {"More", "{Password=\"s3cret\"}"}}));
-    auto const options = SetMasterOptionsMsg::New();
-    options->options = {{"Password", "s3cret"}, {"User", "joe\nbloggs"}};
+    auto const parameter = JobParameterMsg::Create(UID(), "password", "s3cret");
+    auto const secret = boost::make_shared<Job>(UID(true));
+    secret->SetValues({{"Name", "Shot"}, {p_Password, "s3cret"}, {"More", "{Password=\"s3cret\"}"}});
+    auto const job = JobMsg::Create(secret);
+    auto const options = SetMasterOptionsMsg::Create("", OptionMap{{"Password", "s3cret"}, {"User", "joe\nbloggs"}});
     auto const engine = EngineMsg::New();
     engine->engine.Set(p_Password, "s3cret");
     for (boost::shared_ptr<Message> const& message :
          std::initializer_list<boost::shared_ptr<Message>>{parameter, job, options, engine}) {
         String const text = message->Text();
-        EXPECT_FALSE(text.Contains("s3cret")) << text;
-        EXPECT_TRUE(text.Contains("***")) << text;
-        EXPECT_FALSE(text.Contains("\n")) << text;
+        EXPECT_TRUE(text.Contains("***") && !text.Contains("s3cret") && !text.Contains("\n")) << text;
     }
     EXPECT_TRUE(options->Text().Contains("joe\\nbloggs"));
-    parameter->name = "Priority";
-    parameter->value = "50";
-    EXPECT_EQ(parameter->Text(), "JobParameterMsg Job=" + UID().ToString() + " Name=\"Priority\" Value=\"50\"");
+    EXPECT_EQ(JobParameterMsg::Create(UID(), "Priority", "50")->Text(),
+              "JobParameterMsg Job=" + UID().ToString() + " Name=\"Priority\" Value=\"50\"");
 
     auto const logs = MasterLogsMsg::New();
     logs->lines.assign(100'000, String(5'000, 'x'));
@@ -143,46 +134,43 @@ TEST(Messages, TheLogShowsOneLineAndNoPassword) {
 TEST(Messages, BadBodiesAreRefusedWithTheirField) {
     std::string const deepMaps(100, '\x81');
     std::string const deepLists(1000, '\x91');
-    auto const field = [](std::string const& name, std::string const& value) {
-        return std::string(1, '\x81') + static_cast<char>(0xa0 + name.size()) + name + value;
-    };
     Rows<UID, std::string, char const*> const cases = {
         {DeleteJobMsg::s_Type, "", "ends too early"},
         {DeleteJobMsg::s_Type, "\xc0", "not a map"},
         {DeleteJobMsg::s_Type, std::string("\x80\x80", 2), "after its end"},
-        {DeleteJobMsg::s_Type, field("Job", "\x01"), "\"Job\""},
-        {DeleteJobMsg::s_Type, field("Job", "\xc4\x0f" + std::string(15, 'x')), "\"Job\" is not an id"},
-        {DeleteJobMsg::s_Type, field("Immediately", "\x01"), "\"Immediately\" is neither true nor false"},
-        {DeleteJobMsg::s_Type, field("Other", "\xc1"), "begins nothing"},
-        {DeleteJobMsg::s_Type, field("Other", deepLists), "deep"},
-        {DeleteJobMsg::s_Type, field("Other", "\xdd\xff\xff\xff\xff"), "ends too early"},
-        {DeleteJobMsg::s_Type, field("Other", "\xc6\xff\xff\xff\xff"), "ends too early"},
+        {DeleteJobMsg::s_Type, Field("Job", "\x01"), "\"Job\""},
+        {DeleteJobMsg::s_Type, Field("Job", "\xc4\x0f" + std::string(15, 'x')), "\"Job\" is not an id"},
+        {DeleteJobMsg::s_Type, Field("Immediately", "\x01"), "\"Immediately\" is neither true nor false"},
+        {DeleteJobMsg::s_Type, Field("Other", "\xc1"), "begins nothing"},
+        {DeleteJobMsg::s_Type, Field("Other", deepLists), "deep"},
+        {DeleteJobMsg::s_Type, Field("Other", "\xdd\xff\xff\xff\xff"), "ends too early"},
+        {DeleteJobMsg::s_Type, Field("Other", "\xc6\xff\xff\xff\xff"), "ends too early"},
         {DeleteJobMsg::s_Type, "\xdf\xff\xff\xff\xff", "too many items"},
-        {MasterLogsMsg::s_Type, field("Lines", "\xdd\xff\xff\xff\xff" + std::string(1000, '\xa0')),
+        {MasterLogsMsg::s_Type, Field("Lines", "\xdd\xff\xff\xff\xff" + std::string(1000, '\xa0')),
          "\"Lines\" has too many"},
-        {MasterLogsMsg::s_Type, field("Lines", std::string("\xdd\x00\x0f\x00\x00", 5)), "\"Lines\" ends too early"},
-        {MasterLogsMsg::s_Type, field("Lines", "\x91\xdb\xff\xff\xff\xff"), "\"Lines\""},
-        {PoolMsg::s_Type, field("Pools", "\x91\x01"), "\"Pools\" is not a map"},
-        {FinishedWorkMsg::s_Type, field("Status", std::string("\xcf\x00\x00\x00\x01\x00\x00\x00\x00", 9)),
+        {MasterLogsMsg::s_Type, Field("Lines", std::string("\xdd\x00\x0f\x00\x00", 5)), "\"Lines\" ends too early"},
+        {MasterLogsMsg::s_Type, Field("Lines", "\x91\xdb\xff\xff\xff\xff"), "\"Lines\""},
+        {PoolMsg::s_Type, Field("Pools", "\x91\x01"), "\"Pools\" is not a map"},
+        {FinishedWorkMsg::s_Type, Field("Status", std::string("\xcf\x00\x00\x00\x01\x00\x00\x00\x00", 9)),
          "out of range"},
-        {FinishedWorkMsg::s_Type, field("Status", std::string("\xcf\xff\x00\x00\x00\x00\x00\x00\x00", 9)), "too large"},
-        {MasterInfoMsg::s_Type, field("Port", std::string("\xce\x00\x01\x00\x00", 5)), "\"Port\" is out of range"},
-        {MasterInfoMsg::s_Type, field("Port", "\xff"), "\"Port\" is below zero"},
-        {HeartbeatMsg::s_Type, field("CpuPercent", std::string("\xcb\x7f\xf8\x00\x00\x00\x00\x00\x00", 9)),
+        {FinishedWorkMsg::s_Type, Field("Status", std::string("\xcf\xff\x00\x00\x00\x00\x00\x00\x00", 9)), "too large"},
+        {MasterInfoMsg::s_Type, Field("Port", std::string("\xce\x00\x01\x00\x00", 5)), "\"Port\" is out of range"},
+        {MasterInfoMsg::s_Type, Field("Port", "\xff"), "\"Port\" is below zero"},
+        {HeartbeatMsg::s_Type, Field("CpuPercent", std::string("\xcb\x7f\xf8\x00\x00\x00\x00\x00\x00", 9)),
          "not a number"},
-        {HeartbeatMsg::s_Type, field("CpuPercent", std::string("\xca\x7f\x80\x00\x00", 5)), "not a number"},
-        {HeartbeatMsg::s_Type, field("CpuPercent", "\xa1x"), "not a number"},
-        {JobMsg::s_Type, field("Job", "\x80"), "\"Job\" has no id"},
-        {JobMsg::s_Type, field("Job", field("ID", "\xa4text")), "not an id"},
-        {JobMsg::s_Type, field("Job", field("Values", std::string("\x81\xa0\xa0"))), "values that are none"},
-        {JobMsg::s_Type, field("Job", field("Values", "\x81\xda\x04\x01" + std::string(1025, 'n') + "\xa0")),
+        {HeartbeatMsg::s_Type, Field("CpuPercent", std::string("\xca\x7f\x80\x00\x00", 5)), "not a number"},
+        {HeartbeatMsg::s_Type, Field("CpuPercent", "\xa1x"), "not a number"},
+        {JobMsg::s_Type, Field("Job", "\x80"), "\"Job\" has no id"},
+        {JobMsg::s_Type, Field("Job", Field("ID", "\xa4text")), "not an id"},
+        {JobMsg::s_Type, Field("Job", Field("Values", std::string("\x81\xa0\xa0"))), "values that are none"},
+        {JobMsg::s_Type, Field("Job", Field("Values", "\x81\xda\x04\x01" + std::string(1025, 'n') + "\xa0")),
          "too long"},
-        {JobMsg::s_Type, field("Job", deepMaps), "\"Job\""},
-        {ZjobsMsg::s_Type, field("Jobs", "\x91\xc0"), "\"Jobs\""},
-        {WorkEndedMsg::s_Type, field("Ended", field("ExitCode", "\xa1x")), "\"ExitCode\" is not a whole number"},
-        {JobHistoryMsg::s_Type, field("History", field("Units", "\x91\x91\xa1x")), "too few items"},
-        {JobHistoryMsg::s_Type, field("History", "\x90"), "\"History\" is not a map"},
-        {EngineHistoryMsg::s_Type, field("History", "\x91\x92\xa1x\xa1y"), "\"History\""},
+        {JobMsg::s_Type, Field("Job", deepMaps), "\"Job\""},
+        {ZjobsMsg::s_Type, Field("Jobs", "\x91\xc0"), "\"Jobs\""},
+        {WorkEndedMsg::s_Type, Field("Ended", Field("ExitCode", "\xa1x")), "\"ExitCode\" is not a whole number"},
+        {JobHistoryMsg::s_Type, Field("History", Field("Units", "\x91\x91\xa1x")), "too few items"},
+        {JobHistoryMsg::s_Type, Field("History", "\x90"), "\"History\" is not a map"},
+        {EngineHistoryMsg::s_Type, Field("History", "\x91\x92\xa1x\xa1y"), "\"History\""},
     };
     for (auto const& [type, body, text] : cases) {
         try {

@@ -14,62 +14,56 @@ using net::WaitFor;
 class Listener : public HasSlots<ThreadPolicy::LocalThreaded> {
 public:
     Listener() {
-        MessengerConnectedEvt::Signal().Connect(this, &Listener::OnConnected);
-        MessengerDisconnectedEvt::Signal().Connect(this, &Listener::OnDisconnected);
+        MessengerConnectedEvt::Signal().Connect(this, [this](MessengerConnectedEvt&) {
+            knownAtConnect = KnownProducts();
+            ++connected;
+        });
+        MessengerDisconnectedEvt::Signal().Connect(this, [this](MessengerDisconnectedEvt&) { ++disconnected; });
         MasterLogsMsg::s_Signal.Connect(this, &Listener::OnLogs);
-        ProductMsg::s_Signal.Connect(this, &Listener::OnProduct);
-        FileReceivedEvt::Signal().Connect(this, &Listener::OnReceived);
+        ProductMsg::s_Signal.Connect(
+            this, [this](boost::shared_ptr<ProductMsg> const&) { productsKnown += KnownProducts(); });
+        FileReceivedEvt::Signal().Connect(this, [this](FileReceivedEvt& event) {
+            std::lock_guard const lock(guard);
+            received[event.request] = event;
+        });
     }
 
-    void OnConnected(MessengerConnectedEvt&) {
-        knownAtConnect = static_cast<int>(JobFactory::s_JobFactory->ListProducts().size());
-        ++connected;
-    }
-    void OnDisconnected(MessengerDisconnectedEvt&) { ++disconnected; }
-    void OnProduct(boost::shared_ptr<ProductMsg> const&) {
-        productsKnown += static_cast<int>(JobFactory::s_JobFactory->ListProducts().size());
-    }
-    void OnReceived(FileReceivedEvt& event) {
-        std::lock_guard const lock(guard);
-        received[event.request] = event;
-    }
+    static size_t KnownProducts() { return JobFactory::s_JobFactory->ListProducts().size(); }
     void OnLogs(boost::shared_ptr<MasterLogsMsg> const& message) {
         onMessageThread = onMessageThread && Messenger::IsMessageThread();
         String const text = TextOf(message);
         {
-            std::unique_lock lock(guard);
+            std::lock_guard const lock(guard);
             lines.push_back(text);
-            wake.wait(lock, [this] { return !hold; });
         }
+        hold.wait(true);
         if (text == "throw")
             throw ArgumentException("for the test");
     }
-    size_t Count() {
-        std::lock_guard const lock(guard);
-        return lines.size();
+    bool Heard(size_t count) {
+        return WaitFor([&] {
+            std::lock_guard const lock(guard);
+            return lines.size() >= count;
+        });
     }
     bool Received(UID const& request) {
         std::lock_guard const lock(guard);
         return received.contains(request);
     }
     void Hold(bool on) {
-        {
-            std::lock_guard const lock(guard);
-            hold = on;
-        }
-        wake.notify_all();
+        hold = on;
+        hold.notify_all();
     }
 
     std::atomic<int> connected{0};
     std::atomic<int> disconnected{0};
-    std::atomic<int> knownAtConnect{-1};
-    std::atomic<int> productsKnown{0};
+    std::atomic<size_t> knownAtConnect{99};
+    std::atomic<size_t> productsKnown{0};
     std::atomic<bool> onMessageThread{true};
+    std::atomic<bool> hold{false};
     std::mutex guard;
-    std::condition_variable wake;
     std::vector<String> lines;            // guarded by guard
     std::map<UID, FileTransfer> received; // guarded by guard
-    bool hold = false;                    // guarded by guard
 };
 
 String ProductText(char const* name, UID const& type) {
@@ -86,13 +80,8 @@ protected:
             // As an Engine's port and a Master answer.
             if (message->Type() == GetOutputMsg::s_Type)
                 Answer(connection, static_cast<GetOutputMsg const&>(*message));
-            else if (message->Type() == GetHardwareMsg::s_Type) {
-                auto const figures = HardwareMsg::New();
-                figures->totalPhysicalMB = 4000;
-                figures->freePhysicalMB = -5;
-                figures->cpuPercent = 250;
-                connection->Send(figures);
-            }
+            else if (message->Type() == GetHardwareMsg::s_Type)
+                connection->Send(HardwareMsg::Create(4000, -5, 0, 0, 250));
         };
         StartMaster();
     }
@@ -108,13 +97,7 @@ protected:
     // Of the work "good" there are two pieces, of "gap" the second one is out of place.
     static void Answer(net::ConnectionPtr const& connection, GetOutputMsg const& request) {
         auto const piece = [&](int64_t offset, char const* text, bool end, char const* error = "") {
-            auto const data = OutputDataMsg::New();
-            data->request = request.request;
-            data->offset = offset;
-            data->data = text;
-            data->end = end;
-            data->error = error;
-            connection->Send(data);
+            connection->Send(OutputDataMsg::Create(request.request, offset, text, end, error));
         };
         if (request.work == UID::FromName("silent"))
             return;
@@ -135,19 +118,10 @@ protected:
     }
     // A Master's whole load.
     void Load(net::ConnectionPtr const& connection, std::vector<String> const& products = {}) {
-        auto const info = MasterInfoMsg::New();
-        info->machine = UID::FromName("the master");
-        info->machineName = "master01";
-        info->version = 30002;
-        info->administrate = 77;
-        info->message = "Maintenance on Friday";
-        info->port = port;
-        connection->Send(info);
-        for (String const& text : products) {
-            auto const message = ProductMsg::New();
-            message->text = text;
-            connection->Send(message);
-        }
+        connection->Send(MasterInfoMsg::Create(UID::FromName("the master"), "master01", port, 30002u, Time(), Time(),
+                                               "Maintenance on Friday", 77u));
+        for (String const& text : products)
+            connection->Send(ProductMsg::Create(text));
         connection->Send(LoadedMsg::New());
     }
     net::ConnectionPtr Connect(int count = 1) {
@@ -169,32 +143,28 @@ TEST_F(MessengerTest, ConnectedMeansLoaded) {
     UID const second = UID::FromName("second");
     Messenger::Start();
     net::ConnectionPtr const connection = Accepted(1);
-    EXPECT_EQ(connection->Peer().kind, net::PeerKind::Client);
-    EXPECT_EQ(connection->Peer().program, "VorlanGui");
-    EXPECT_FALSE(Messenger::IsConnected());
-    EXPECT_TRUE(Messenger::MasterInfo() == nullptr);
+    EXPECT_EQ(std::tuple(connection->Peer().kind, connection->Peer().program),
+              std::tuple(net::PeerKind::Client, "VorlanGui"));
+    EXPECT_FALSE(Messenger::IsConnected() || Messenger::MasterInfo());
     auto const failures = FailureArchiveMsg::New();
-    failures->items.push_back({UID::FromName("job"), UID::FromName("engine"), first, 3, Time(5), 7});
+    failures->items = {{UID::FromName("job"), UID::FromName("engine"), first, 3, Time(5), 7}};
     connection->Send(failures);
     auto const engine = DefaultEngineMsg::New();
     engine->engine.SetPriority(17);
     connection->Send(engine);
     connection->Send(DefaultEngineOptionsMsg::Create(first, OptionMap{{"Path", "/p"}}));
     auto const paths = PathTranslationsMsg::New();
-    paths->translations.push_back({{"1", "P:\\"}, {"3", "/p"}});
+    paths->translations = {{{"1", "P:\\"}, {"3", "/p"}}};
     connection->Send(paths);
     Load(connection, {ProductText("First", first), ProductText("Second", second)});
     ASSERT_TRUE(WaitFor([&] { return listener.connected == 1; }));
 
-    EXPECT_EQ(listener.knownAtConnect, 2);
-    EXPECT_EQ(listener.productsKnown, 3) << "a signal came before its Product was known";
+    EXPECT_EQ(listener.knownAtConnect, 2u);
+    EXPECT_EQ(listener.productsKnown, 3u) << "a signal came before its Product was known";
     EXPECT_TRUE(Messenger::IsConnected());
-    EXPECT_EQ(Messenger::MasterID(), UID::FromName("the master"));
-    EXPECT_EQ(Messenger::MasterMachineName(), "master01");
-    EXPECT_EQ(Messenger::MasterVersion(), 30002u);
-    EXPECT_EQ(Messenger::MasterAdministrate(), 77u);
-    EXPECT_EQ(Messenger::MasterMessage(), "Maintenance on Friday");
-    EXPECT_EQ(Messenger::MasterPort(), port);
+    EXPECT_EQ(std::tuple(Messenger::MasterID(), Messenger::MasterMachineName(), Messenger::MasterVersion(),
+                         Messenger::MasterAdministrate(), Messenger::MasterMessage(), Messenger::MasterPort()),
+              std::tuple(UID::FromName("the master"), "master01", 30002u, 77u, "Maintenance on Friday", port));
     EXPECT_FALSE(Messenger::ConnectedTime().IsZero());
     EXPECT_EQ(Messenger::PathTranslations().at(0).at("3"), "/p");
     EXPECT_EQ(Failures::All(), failures->items);
@@ -211,8 +181,8 @@ TEST_F(MessengerTest, ConnectedMeansLoaded) {
     Load(Accepted(2), {ProductText("Second, renamed", second)});
     ASSERT_TRUE(WaitFor([&] { return listener.connected == 2; }));
     EXPECT_TRUE(Messenger::LastFailure().Empty());
-    EXPECT_TRUE(JobFactory::s_JobFactory->GetProduct(first) == nullptr);
-    EXPECT_TRUE(JobFactory::s_JobFactory->GetProduct(second) != nullptr);
+    EXPECT_FALSE(JobFactory::s_JobFactory->GetProduct(first));
+    EXPECT_TRUE(JobFactory::s_JobFactory->GetProduct(second));
 }
 
 TEST_F(MessengerTest, AHandlerThatThrowsCostsItsOwnMessageOnly) {
@@ -220,11 +190,9 @@ TEST_F(MessengerTest, AHandlerThatThrowsCostsItsOwnMessageOnly) {
     net::ConnectionPtr const connection = Connect();
     for (char const* text : {"one", "throw", "two"})
         connection->Send(Line(text));
-    auto const bad = ProductMsg::New();
-    bad->text = "no product";
-    connection->Send(bad);
+    connection->Send(ProductMsg::Create("no product"));
     connection->Send(Line("three"));
-    ASSERT_TRUE(WaitFor([&] { return listener.Count() == 4; }));
+    ASSERT_TRUE(listener.Heard(4));
     EXPECT_TRUE(listener.onMessageThread);
     ASSERT_EQ(lines.Get().size(), 2u);
     EXPECT_TRUE(lines.Get()[0].Contains("MasterLogsMsg") && lines.Get()[0].Contains("for the test"));
@@ -252,7 +220,7 @@ TEST_F(MessengerTest, PurgeDropsWhatCameFromTheDeadConnectionAlone) {
     listener.Hold(true);
     for (int i = 0; i < 100; ++i)
         connection->Send(Line("old"));
-    ASSERT_TRUE(WaitFor([&] { return listener.Count() == 1; }));
+    ASSERT_TRUE(listener.Heard(1));
     connection->Close("for the test");
     net::ConnectionPtr const next = Accepted(2);
     Load(next);
@@ -261,22 +229,20 @@ TEST_F(MessengerTest, PurgeDropsWhatCameFromTheDeadConnectionAlone) {
     ASSERT_TRUE(WaitFor([&] { return !Messenger::IsConnected(); }));
     Messenger::PurgeMessageQueues();
     listener.Hold(false);
-    ASSERT_TRUE(WaitFor([&] { return listener.Count() >= 3; }));
+    ASSERT_TRUE(listener.Heard(3));
     ASSERT_TRUE(WaitFor([&] { return listener.connected == 2 && listener.disconnected == 1; }));
-    std::vector<String> lines = listener.lines;
-    std::sort(lines.begin(), lines.end());
-    EXPECT_EQ(lines, (std::vector<String>{"new", "old", "self"}));
+    EXPECT_THAT(listener.lines, testing::UnorderedElementsAre("new", "old", "self"));
 }
 
 TEST_F(MessengerTest, StoppedItStillTalksToItselfAndConnectsAgainWhenForced) {
     Messenger::SSendMessageToSelf(Line("never started"));
-    ASSERT_TRUE(WaitFor([&] { return listener.Count() == 1; }));
+    ASSERT_TRUE(listener.Heard(1));
     Connect();
     Messenger::Stop(false, false, false);
     EXPECT_FALSE(Messenger::IsConnected());
     ASSERT_TRUE(WaitFor([&] { return listener.disconnected == 1; }));
     Messenger::SSendMessageToSelf(Line("stopped"));
-    ASSERT_TRUE(WaitFor([&] { return listener.Count() == 2; }));
+    ASSERT_TRUE(listener.Heard(2));
     Messenger::Stop(false, false, true);
     Connect(2);
     // A forced connect while connected drops the connection and comes back.
@@ -288,16 +254,15 @@ TEST_F(MessengerTest, StoppedItStillTalksToItselfAndConnectsAgainWhenForced) {
 // What comes late must not find handlers that are gone.
 TEST_F(MessengerTest, AfterTheEndNothingIsDispatched) {
     Messenger::SSendMessageToSelf(Line("early"));
-    ASSERT_TRUE(WaitFor([&] { return listener.Count() == 1; }));
+    ASSERT_TRUE(listener.Heard(1));
     Messenger::Stop(false, true, false);
     Messenger::SSendMessageToSelf(Line("late"));
     Messenger::Stop(false, true, false);
     EXPECT_FALSE(Messenger::IsMessageThread());
     Connect();
     Messenger::SSendMessageToSelf(Line("again"));
-    ASSERT_TRUE(WaitFor([&] { return listener.Count() == 2; }));
-    std::vector<String> const lines = listener.lines;
-    EXPECT_EQ(lines, (std::vector<String>{"early", "again"}));
+    ASSERT_TRUE(listener.Heard(2));
+    EXPECT_EQ(listener.lines, (std::vector<String>{"early", "again"}));
 }
 
 // A Master that is faster than the handlers is held up, loses nothing, and a stop
@@ -308,15 +273,15 @@ TEST_F(MessengerTest, AFastMasterWaitsForSlowHandlers) {
     listener.Hold(true);
     for (size_t i = 0; i < k_Count; ++i)
         connection->Send(Line(String::From(i)));
-    ASSERT_TRUE(WaitFor([&] { return listener.Count() == 1; }));
+    ASSERT_TRUE(listener.Heard(1));
     listener.Hold(false);
-    ASSERT_TRUE(WaitFor([&] { return listener.Count() == k_Count; }));
+    ASSERT_TRUE(listener.Heard(k_Count));
     for (size_t i = 0; i < k_Count; ++i)
         ASSERT_EQ(listener.lines[i], String::From(i));
     listener.Hold(true);
     for (size_t i = 0; i < k_Count; ++i)
         connection->Send(Line("x"));
-    ASSERT_TRUE(WaitFor([&] { return listener.Count() == k_Count + 1; }));
+    ASSERT_TRUE(listener.Heard(k_Count + 1));
     Messenger::Stop(false, false, false);
     listener.Hold(false);
 }
@@ -387,9 +352,7 @@ TEST_F(MessengerTest, AnInfoClientTakesSamplesAndNoticesTheEnd) {
     EXPECT_TRUE(info.IsConnected());
     EXPECT_EQ(info.Peer(), peer);
     ASSERT_TRUE(info.Receive(20));
-    EXPECT_EQ(info.TotalPhysical(), 4000u);
-    EXPECT_EQ(info.FreePhysical(), 0u);
-    EXPECT_EQ(info.CPU(), 100u);
+    EXPECT_EQ(std::tuple(info.TotalPhysical(), info.FreePhysical(), info.CPU()), std::tuple(4000u, 0u, 100u));
     EXPECT_FALSE(info.Receive(0)) << "one sample counts once";
     listening.reset();
     ASSERT_TRUE(WaitFor([&] { return !info.IsConnected(); }));

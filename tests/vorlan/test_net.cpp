@@ -13,10 +13,10 @@ TEST_F(Net, BothSidesHearEachOtherInOrder) {
         connection->Send(message);
     };
     Connect();
-    EXPECT_EQ(client.Last()->Peer().program, "VorlanMaster");
-    EXPECT_EQ(client.Last()->Peer().kind, PeerKind::Master);
-    EXPECT_EQ(server.Last()->Peer().kind, PeerKind::Engine);
-    EXPECT_EQ(server.Last()->Peer().address.Host(), "127.0.0.1");
+    PeerInfo const& master = client.Last()->Peer();
+    EXPECT_EQ(std::tuple(master.program, master.kind), std::tuple("VorlanMaster", PeerKind::Master));
+    PeerInfo const& engine = server.Last()->Peer();
+    EXPECT_EQ(std::tuple(engine.address.Host(), engine.kind), std::tuple("127.0.0.1", PeerKind::Engine));
     std::vector<std::thread> threads;
     for (int thread = 0; thread < k_Threads; ++thread) {
         threads.emplace_back([&, thread] {
@@ -46,10 +46,7 @@ TEST_F(Net, LongMessagesTravelInPartsAmongShortOnes) {
         sent.push_back(Line(String(size, 'x')));
     sent.push_back(Line("after"));
     for (size_t i = 0; i < sent.size(); ++i) {
-        if (i % 2 == 0)
-            client.Last()->Send(sent[i]);
-        else
-            client.Last()->SendEncoded(EncodedMessage::Encode(*sent[i]));
+        i % 2 == 0 ? client.Last()->Send(sent[i]) : client.Last()->SendEncoded(EncodedMessage::Encode(*sent[i]));
     }
     ASSERT_TRUE(WaitFor([&] { return server.messages == sent.size(); }, 60'000));
     auto const got = server.Messages();
@@ -100,16 +97,15 @@ TEST_F(Net, AWrongKeyIsOneLineOnBothSidesAndNothingIsParsed) {
     stranger.Start();
     ASSERT_TRUE(WaitFor([&] { return client.failed >= 5; }));
     stranger.Stop();
-    EXPECT_EQ(server.connected, 0);
-    EXPECT_EQ(client.connected, 0);
-    int here = 0;
-    int there = 0;
-    for (String const& line : lines.Get()) {
-        here += line.Contains("does not have this farm's key") && line.Contains(" here.");
-        there += line.Contains("does not have this farm's key") && line.Contains(" there.");
-    }
-    EXPECT_EQ(here, 1);
-    EXPECT_EQ(there, 1);
+    EXPECT_EQ(server.connected + client.connected, 0);
+    auto const said = lines.Get();
+    for (char const* side : {" here.", " there."})
+        EXPECT_EQ(std::count_if(said.begin(), said.end(),
+                                [side](String const& line) {
+                                    return line.Contains("does not have this farm's key") && line.Contains(side);
+                                }),
+                  1)
+            << side;
 }
 
 TEST_F(Net, AClientComesBackAfterTheServersRestart) {
@@ -188,15 +184,13 @@ TEST_F(Net, AFailingHandlerCostsOneMessageOnlyAndPingsNone) {
             throw ArgumentException("for the test");
     };
     Connect();
-    auto const ping = PingMsg::New();
-    ping->time = Time(12345);
-    client.Last()->Send(ping);
+    client.Last()->Send(PingMsg::Create(Time(12345)));
     for (char const* text : {"one", "bad", "two"})
         client.Last()->Send(Line(text));
     ASSERT_TRUE(WaitFor([&] { return server.messages == 2 && client.messages == 1; }));
     EXPECT_EQ(TextOf(server.Messages()[1]), "two");
     ASSERT_EQ(lines.Get().size(), 1u);
-    EXPECT_TRUE(lines.Get()[0].Contains("for the test"));
+    EXPECT_TRUE(lines.Has("for the test"));
     EXPECT_EQ(static_cast<PongMsg const&>(*client.Messages()[0]).time, Time(12345));
 }
 

@@ -12,31 +12,32 @@ std::string FrameOf(std::string_view body) {
     return bytes.append(body);
 }
 
-void Feed(FrameReader& reader, std::string_view bytes) {
+using Bodies = std::vector<std::string>;
+
+void Feed(FrameReader& reader, std::string_view bytes, UID const& type, Bodies& got) {
     while (!bytes.empty()) {
         std::span<char> const room = reader.Room();
         size_t const size = std::min(room.size(), bytes.size());
         std::copy_n(bytes.data(), size, room.data());
         reader.Filled(size);
         bytes.remove_prefix(size);
+        for (Frame frame; reader.Next(frame);) {
+            EXPECT_EQ(frame.type, type);
+            got.emplace_back(frame.body);
+        }
     }
 }
 
 TEST(FrameReader, CutsAnyPiecesIntoTheSameFrames) {
-    std::vector<std::string> const bodies = {"", "a", Noise(100), Noise(40'000), "", Noise(300'000), "end"};
+    Bodies const bodies = {"", "a", Noise(100), Noise(40'000), "", Noise(300'000), "end"};
     std::string stream;
     for (std::string const& body : bodies)
         stream += FrameOf(body);
     for (size_t const step : {size_t{1}, size_t{7}, size_t{19}, size_t{20}, size_t{4096}, stream.size()}) {
         FrameReader reader(1u << 20);
-        std::vector<std::string> got;
-        for (size_t at = 0; at < stream.size(); at += step) {
-            Feed(reader, std::string_view(stream).substr(at, step));
-            for (Frame frame; reader.Next(frame);) {
-                EXPECT_EQ(frame.type, k_Type);
-                got.emplace_back(frame.body);
-            }
-        }
+        Bodies got;
+        for (size_t at = 0; at < stream.size(); at += step)
+            Feed(reader, std::string_view(stream).substr(at, step), k_Type, got);
         EXPECT_EQ(got, bodies) << "in steps of " << step;
         EXPECT_FALSE(reader.InFrame());
     }
@@ -49,32 +50,30 @@ TEST(Parts, WhatIsNoRightPartIsRefused) {
         std::string stream;
         AppendParts(stream, k_Type, body, k_Frame, k_Limit);
         FrameReader reader(k_Frame);
-        Feed(reader, stream);
-        std::vector<std::string> parts;
-        for (Frame frame; reader.Next(frame);)
-            parts.emplace_back(frame.body);
+        Bodies parts;
+        Feed(reader, stream, k_PartType, parts);
         return parts;
     };
     std::string over;
     EXPECT_THROW(AppendParts(over, k_Type, std::string(k_Limit + 1, 'a'), k_Frame, k_Limit), ArgumentException);
-    std::vector<std::string> const good = partsOf(Noise(9000));
+    Bodies const good = partsOf(Noise(9000));
     ASSERT_GT(good.size(), 3u);
     auto const with = [&](size_t part, size_t offset, char value) {
-        std::vector<std::string> parts = good;
+        Bodies parts = good;
         parts[part][offset] = value;
         return parts;
     };
-    std::vector<std::string> const late(good.begin() + 1, good.end());
-    std::vector<std::string> gap = good;
+    Bodies const late(good.begin() + 1, good.end());
+    Bodies gap = good;
     gap.erase(gap.begin() + 1);
-    std::vector<std::string> twice = good;
+    Bodies twice = good;
     twice.insert(twice.begin() + 1, good[1]);
-    std::vector<std::string> more = good;
+    Bodies more = good;
     more.back() += "more";
     // A small message under the announcement of a smaller one.
-    std::vector<std::string> bomb = partsOf(std::string(90'000, 'a'));
+    Bodies bomb = partsOf(std::string(90'000, 'a'));
     bomb[0].replace(UID::k_Size, 8, std::string("\0\0\0\0\0\0\0\x10", 8));
-    Rows<char const*, std::vector<std::string>> const cases = {
+    Rows<char const*, Bodies> const cases = {
         {"shorter than its header", {good[0].substr(0, k_PartHeader - 1)}},
         {"begins in the midst", late},
         {"one is missing", gap},

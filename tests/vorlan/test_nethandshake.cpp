@@ -42,16 +42,13 @@ TEST(Handshake, BothLearnWhoTheOtherIs) {
     FarmKey const key = FarmKey::Fresh();
     Talk talk(key, key);
     talk.Run();
-    ASSERT_EQ(talk.called, Handshake::Step::Done);
-    ASSERT_EQ(talk.listened, Handshake::Step::Done);
+    ASSERT_TRUE(talk.called == Handshake::Step::Done && talk.listened == Handshake::Step::Done);
     PeerInfo const& engine = talk.listener.Peer();
-    EXPECT_EQ(engine.program + " " + engine.user, "VorlanEngine ann");
-    EXPECT_EQ(engine.kind, PeerKind::Engine);
-    EXPECT_EQ(engine.machine, UID::FromName("render07"));
+    EXPECT_EQ(std::tuple(engine.program, engine.user, engine.kind, engine.machine, engine.version),
+              std::tuple("VorlanEngine", "ann", PeerKind::Engine, UID::FromName("render07"), 30100u));
     EXPECT_FALSE(engine.instance.IsNull());
-    EXPECT_EQ(engine.version, 30100u);
-    EXPECT_EQ(talk.caller.Peer().machineName, "master01");
-    EXPECT_EQ(talk.caller.Peer().protocol, k_ProtocolVersion);
+    PeerInfo const& master = talk.caller.Peer();
+    EXPECT_EQ(std::tuple(master.machineName, master.protocol), std::tuple("master01", k_ProtocolVersion));
 }
 
 TEST(Handshake, FailuresTellBothWhatToDo) {
@@ -71,10 +68,9 @@ TEST(Handshake, FailuresTellBothWhatToDo) {
     };
     for (auto& [talk, failure, saidHere, saidThere] : cases) {
         talk.Run();
-        EXPECT_EQ(talk.called, Handshake::Step::Failed) << saidHere;
-        EXPECT_EQ(talk.listened, Handshake::Step::Failed) << saidHere;
-        EXPECT_EQ(talk.caller.Why(), failure) << saidHere;
-        EXPECT_EQ(talk.listener.Why(), failure) << saidHere;
+        for (auto const& [step, why] :
+             {std::pair(talk.called, talk.caller.Why()), std::pair(talk.listened, talk.listener.Why())})
+            EXPECT_TRUE(step == Handshake::Step::Failed && why == failure) << saidHere;
         String const here = talk.caller.FailureText("10.0.0.1:7466", "master01");
         String const there = talk.listener.FailureText("10.0.0.7:40000", {});
         EXPECT_TRUE(here.StartsWith("10.0.0.1:7466 ") && here.Contains(saidHere)) << here;

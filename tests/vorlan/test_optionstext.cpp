@@ -21,12 +21,13 @@ private:
     std::mt19937 m_random;
 };
 
-// Braces open before they close, and no comma stands outside of them.
+// Braces open before they close, no comma stands outside of them, and the line feeds are
+// the only control characters.
 bool IsOnePiece(String const& text) {
     int depth = 0;
     for (char const c : text) {
         depth += c == '{' ? 1 : c == '}' ? -1 : 0;
-        if (depth < 0 || (c == ',' && depth == 0))
+        if (depth < 0 || (c == ',' && depth == 0) || (static_cast<unsigned char>(c) < 0x20 && c != '\n'))
             return false;
     }
     return depth == 0;
@@ -48,8 +49,7 @@ TEST(OptionsText, BringsAnyMapBack) {
         UID readType = UID::Full;
         UID readID = UID::Full;
         ASSERT_EQ(StringToOptions(text, &readType, &readID), options) << text;
-        ASSERT_EQ(readType, type);
-        ASSERT_EQ(readID, id);
+        ASSERT_EQ(std::pair(readType, readID), std::pair(type, id));
 
         // A text that was cut off is none.
         size_t const whole = text.Trim().size();
@@ -59,23 +59,21 @@ TEST(OptionsText, BringsAnyMapBack) {
 }
 
 TEST(OptionsText, ReadsWhatPeopleWrite) {
-    Rows<char const*, OptionMap> const cases = {
-        {"", {}},
-        {"plain text", {}},
-        {"{}", {}},
-        {"{} and more", {}},
-        {"{a=1 b=\"2\"}", {{"a", "1"}, {"b", "2"}}},
-        {"  { a = 1 }", {}},
-        {"{a=1,\n\tA=2 }\n", {{"a", "2"}}},
-        {"{a=}", {}},
-        {"{a=\"\"}", {{"a", ""}}},
-        {"{a=\"raw { brace\"}", {{"a", "raw { brace"}}},
-        {"{a=\"\\x4\"}", {}},
-        {"{a=\"\\xZZ\"}", {}},
-        {"{#not-a-uid a=1}", {}},
-        {"{{a=1}}", {}},
-        {"{\"a b\"=\"\\x41\\q\"}", {{"a b", "Aq"}}},
-    };
+    Rows<char const*, OptionMap> const cases = {{"", {}},
+                                                {"plain text", {}},
+                                                {"{}", {}},
+                                                {"{} and more", {}},
+                                                {"{a=1 b=\"2\"}", {{"a", "1"}, {"b", "2"}}},
+                                                {"  { a = 1 }", {}},
+                                                {"{a=1,\n\tA=2 }\n", {{"a", "2"}}},
+                                                {"{a=}", {}},
+                                                {"{a=\"\"}", {{"a", ""}}},
+                                                {"{a=\"raw { brace\"}", {{"a", "raw { brace"}}},
+                                                {"{a=\"\\x4\"}", {}},
+                                                {"{a=\"\\xZZ\"}", {}},
+                                                {"{#not-a-uid a=1}", {}},
+                                                {"{{a=1}}", {}},
+                                                {"{\"a b\"=\"\\x41\\q\"}", {{"a b", "Aq"}}}};
     for (auto const& [text, expected] : cases)
         EXPECT_EQ(StringToOptions(text), expected) << text;
     EXPECT_EQ(OptionsToString({{"a", ""}, {"b", "1"}}, OptionsToStringMode::Brief), "{b=\"1\"}");
@@ -93,19 +91,17 @@ TEST(StringLists, BringAnyListBack) {
 }
 
 TEST(StringLists, SplitWhatPeopleType) {
-    Rows<char const*, char, std::vector<String>> const cases = {
-        {"", ',', {}},
-        {"a", ',', {"a"}},
-        {"a,b", ',', {"a", "b"}},
-        {"a,", ',', {"a"}},
-        {",", ',', {""}},
-        {",a", ',', {"", "a"}},
-        {"a\\,b", ',', {"a,b"}},
-        {"a\\\\,b", ',', {"a\\", "b"}},
-        {"C:\\temp\\x", ',', {"C:\\temp\\x"}},
-        {"a\\", ',', {"a\\"}},
-        {"\\!no yes", ' ', {"\\!no", "yes"}},
-    };
+    Rows<char const*, char, std::vector<String>> const cases = {{"", ',', {}},
+                                                                {"a", ',', {"a"}},
+                                                                {"a,b", ',', {"a", "b"}},
+                                                                {"a,", ',', {"a"}},
+                                                                {",", ',', {""}},
+                                                                {",a", ',', {"", "a"}},
+                                                                {"a\\,b", ',', {"a,b"}},
+                                                                {"a\\\\,b", ',', {"a\\", "b"}},
+                                                                {"C:\\temp\\x", ',', {"C:\\temp\\x"}},
+                                                                {"a\\", ',', {"a\\"}},
+                                                                {"\\!no yes", ' ', {"\\!no", "yes"}}};
     for (auto const& [text, separator, expected] : cases)
         EXPECT_EQ(StringToStrings(text, separator, '\\'), expected) << text;
 }

@@ -27,11 +27,7 @@ TEST(PasswordValue, IsTheSumOfShiftedCharacters) {
 constexpr Service k_All[] = {Service::Engine, Service::EngineControl, Service::Master};
 
 ServiceSetup SetupOf(ServiceScope scope, Path const& programs) {
-    ServiceSetup setup;
-    setup.scope = scope;
-    setup.account = Platform::GetCurrentUserName();
-    setup.programs = programs;
-    return setup;
+    return {.scope = scope, .account = Platform::GetCurrentUserName(), .programs = programs};
 }
 
 TEST(Services, TheUnitsAreMadeFromTheirTemplates) {

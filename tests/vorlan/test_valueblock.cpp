@@ -14,10 +14,9 @@ String Listed(ValueBlock const& block) {
 }
 
 TEST(NameTable, TakesAnySpellingAndKeepsTheFirst) {
-    uint32_t const number = NameTable::Number("TestSpelling");
-    EXPECT_EQ(NameTable::Number("TESTspelling"), number);
-    EXPECT_EQ(NameTable::Lookup("testspelling"), number);
-    EXPECT_EQ(NameTable::Name(number), "TestSpelling");
+    for (char const* spelling : {"TestSpelling", "TESTspelling"})
+        EXPECT_EQ(NameTable::Name(NameTable::Number(spelling)), "TestSpelling");
+    EXPECT_EQ(NameTable::Lookup("testspelling"), NameTable::Number("TestSpelling"));
     EXPECT_EQ(NameTable::Name(NameTable::Number("pRiOrItY")), p_Priority);
     size_t const count = NameTable::Count();
     EXPECT_EQ(NameTable::Lookup("never a name of this test"), NameTable::k_None);

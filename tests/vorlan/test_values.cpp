@@ -49,6 +49,12 @@ TEST(Values, SaysWhyATextIsNone) {
     }
 }
 
+std::pair<int, int> RangeOf(Product const& product, char const* name) {
+    std::pair<int, int> range;
+    product.GetParam(name)->Number_GetRange(range.first, range.second);
+    return range;
+}
+
 TEST(Values, FormsShowWhatCounts) {
     auto const product = Product::CreateDefault(ProductClass::Sequence);
     for (size_t i = 0; i < product->GetParamCount(); ++i) {
@@ -59,10 +65,7 @@ TEST(Values, FormsShowWhatCounts) {
         EXPECT_EQ(parameter->GetDefault(), value->fallback) << value->name;
         EXPECT_EQ(parameter->HasFlag(Parameter::f_NoParentUpdate), value->Has(v_UnitsOwn)) << value->name;
     }
-    int low = 0;
-    int high = 0;
-    product->GetParam(p_Priority)->Number_GetRange(low, high);
-    EXPECT_EQ(std::pair(low, high), std::pair(0, 100));
+    EXPECT_EQ(RangeOf(*product, p_Priority), std::pair(0, 100));
 }
 
 TEST(Values, AnEnginesFormIsReadAsProductsAre) {
@@ -77,10 +80,7 @@ TEST(Values, AnEnginesFormIsReadAsProductsAre) {
         EXPECT_EQ(parameter->HasFlag(Parameter::f_HideOnInput), !value->Has(v_Setting) && !value->Has(v_UnitsOwn))
             << value->name << ": people change what is a setting";
     }
-    int low = 0;
-    int high = 0;
-    type->GetParam(p_EnginePriority)->Number_GetRange(low, high);
-    EXPECT_EQ(std::pair(low, high), std::pair(0, 100));
+    EXPECT_EQ(RangeOf(*type, p_EnginePriority), std::pair(0, 100));
     EXPECT_EQ(type->GetParam(p_EngineGPUDistribution)->GetChoicesCount(), 3u);
 }
 

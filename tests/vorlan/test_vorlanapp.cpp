@@ -25,24 +25,17 @@ public:
 };
 
 // Hears the start and the end of the program.
-class Follower : public HasSlots<ThreadPolicy::LocalThreaded> {
-public:
-    Follower() {
-        VorlanAppStartupEvt::Signal().Connect(this, &Follower::OnStartup);
-        VorlanClientAppCleanupEvt::Signal().Connect(this, &Follower::OnCleanup);
+struct Follower : HasSlots<ThreadPolicy::LocalThreaded> {
+    explicit Follower(bool allow = true) {
+        VorlanAppStartupEvt::Signal().Connect(this, [this, allow](VorlanAppStartupEvt& event) {
+            seen.push_back(event.success ? "starts" : "starts in vain");
+            event.commandLine->AddSwitch("DisableMessenger");
+            event.success = allow;
+        });
+        VorlanClientAppCleanupEvt::Signal().Connect(
+            this, [this](VorlanClientAppCleanupEvt&) { seen.push_back("cleans up"); });
     }
-    void OnStartup(VorlanAppStartupEvt& event) {
-        ++started;
-        wasSuccess = event.success;
-        event.commandLine->AddSwitch("DisableMessenger");
-        event.success = allow;
-    }
-    void OnCleanup(VorlanClientAppCleanupEvt&) { ++cleaned; }
-
-    bool allow = true;
-    bool wasSuccess = false;
-    int started = 0;
-    int cleaned = 0;
+    std::vector<String> seen;
 };
 
 // The places of virtual operations in the table, as this platform's compilers lay
@@ -83,9 +76,7 @@ TEST_F(VorlanAppTest, RunsUntilAShutdownMessage) {
     int code = -1;
     std::thread runner([&] { code = app.Run(commandLine); });
     Messenger::SSendMessageToSelf(JobGoneMsg::New());
-    auto const refusal = RefusedMsg::New();
-    refusal->reason = "no such Product";
-    Messenger::SSendMessageToSelf(refusal);
+    Messenger::SSendMessageToSelf(RefusedMsg::Create(UID(), "no such Product"));
     EXPECT_TRUE(net::WaitFor([&] {
         std::lock_guard const lock(app.guard);
         return app.unhandled == std::vector<String>{"JobGoneMsg"} &&
@@ -98,9 +89,7 @@ TEST_F(VorlanAppTest, RunsUntilAShutdownMessage) {
     }));
     runner.join();
     EXPECT_EQ(code, 0);
-    EXPECT_EQ(follower.started, 1);
-    EXPECT_TRUE(follower.wasSuccess);
-    EXPECT_EQ(follower.cleaned, 1);
+    EXPECT_EQ(follower.seen, (std::vector<String>{"starts", "cleans up"}));
     EXPECT_TRUE((folder / "user/History.log").Exists());
     // With the switch of the start-up event nothing looked for a Master.
     EXPECT_TRUE(Messenger::LastFailure().Empty());
@@ -135,10 +124,9 @@ TEST(Usage, ASwitchThatTheHelpDoesNotKnowIsRefused) {
 }
 
 TEST_F(VorlanAppTest, AListenerCanRefuseTheStart) {
-    Follower follower;
-    follower.allow = false;
+    Follower follower(false);
     EXPECT_EQ(App().Run(commandLine), 1);
-    EXPECT_EQ(follower.cleaned, 1);
+    EXPECT_EQ(follower.seen, (std::vector<String>{"starts", "cleans up"}));
 }
 
 } // namespace vorlan::test_vorlanapp
