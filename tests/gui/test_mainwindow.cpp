@@ -206,10 +206,7 @@ TEST_F(MainWindowTest, TheInfoPaneSaysWhatTheListsSay) {
     auto const unit = Unit("7", AddJob("beauty")->job->id);
     Assign(unit, AddEngine("rack7", true));
     pane.SetToWork(WorkList::Get().FindWork(unit->id));
-    Say<FinishedWorkMsg>([&](FinishedWorkMsg& message) {
-        message.work = unit->id;
-        message.status = Finished;
-    });
+    Say<FinishedWorkMsg>(unit->id, int{Finished});
     EXPECT_TRUE(PumpUntil([&] { return pane.Facts().stateColor == ColorName::TextBlue; }));
 }
 
