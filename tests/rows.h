@@ -3,11 +3,7 @@
 #include <tuple>
 #include <vector>
 
-namespace vorlan {
-
 // The cases of one test, a row each. What the parts are is said where they are read:
 // for (auto const& [text, expected] : rows).
 template <class... Parts>
 using Rows = std::vector<std::tuple<Parts...>>;
-
-} // namespace vorlan

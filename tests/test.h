@@ -58,3 +58,20 @@
 #include <corekit/string.h>
 #include <corekit/time.h>
 #include <corekit/uid.h>
+
+// Whether the long runs are asked for: VORLAN_SOAK=full.
+inline bool IsFullSoak() {
+    char const* const soak = std::getenv("VORLAN_SOAK");
+    return soak && corekit::String(soak).CompareNoCase("full") == 0;
+}
+
+// Looks again and again until the condition holds; false when the time is over.
+inline bool WaitFor(std::function<bool()> const& condition, int timeoutMs = 20'000, int everyMs = 1) {
+    auto const until = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > until)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(everyMs));
+    }
+    return true;
+}

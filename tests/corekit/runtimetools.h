@@ -4,23 +4,12 @@
 
 #include "test.h"
 
+#include <corekit/thread.h>
 #include <corekit/uniquefd.h>
 
 #include <sys/syscall.h>
 
 namespace corekit::test {
-
-// Polls until the condition holds. False when it did not within the deadline.
-template <class Condition>
-bool WaitFor(Condition condition, int deadlineMs = 20000) {
-    auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(deadlineMs);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 // A child that does this and ends with its result.
 inline pid_t Fork(std::function<int()> const& body) {
@@ -63,5 +52,21 @@ inline bool IsAlive(long process) {
 }
 
 inline long CurrentThread() { return ::syscall(SYS_gettid); }
+
+// Does what it was made with, again and again.
+class TestThread : public Thread {
+public:
+    TestThread(String name, std::function<bool(TestThread&)> body) : Thread(std::move(name)), m_body(std::move(body)) {}
+    ~TestThread() override { Stop(); }
+    using Thread::Sleep;
+    std::atomic<int> endings{0};
+
+protected:
+    bool Execute() override { return m_body(*this); }
+    void OnThreadStopping() override { ++endings; }
+
+private:
+    std::function<bool(TestThread&)> m_body;
+};
 
 } // namespace corekit::test

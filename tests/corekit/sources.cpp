@@ -58,6 +58,25 @@ string LibraryOf(fs::path const& path) {
     return parts[1];
 }
 
+string const& At(Tokens const& tokens, size_t at) {
+    static string const nothing;
+    return at < tokens.size() ? tokens[at].text : nothing;
+}
+
+size_t Closing(Tokens const& tokens, size_t open) {
+    static std::map<string, string> const pairs = {{"(", ")"}, {"{", "}"}, {"[", "]"}, {"<", ">"}};
+    string const& opens = tokens[open].text;
+    string const& closes = pairs.at(opens);
+    size_t depth = 0;
+    for (size_t at = open; at < tokens.size(); ++at) {
+        depth += tokens[at].text == opens;
+        depth -= tokens[at].text == closes;
+        if (depth == 0)
+            return at;
+    }
+    return tokens.size();
+}
+
 namespace {
 
 bool IsWord(char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; }

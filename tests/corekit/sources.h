@@ -26,11 +26,17 @@ struct Token {
     }
 };
 
+using Tokens = std::vector<Token>;
+// The text of a token; empty behind the last one.
+std::string const& At(Tokens const& tokens, size_t at);
+// The bracket that closes the one at `open`; the number of tokens when none does.
+size_t Closing(Tokens const& tokens, size_t open);
+
 // A source taken apart. Texts in quotes are one token `"`.
 struct Code {
-    std::vector<Token> tokens;
+    Tokens tokens;
     // Each as it stands, with its mark.
-    std::vector<Token> comments;
+    Tokens comments;
 };
 Code ReadCode(std::string_view text);
 

@@ -10,7 +10,6 @@ public:
     explicit TestApplication(std::function<int(char)> body) : m_body(std::move(body)) {}
     std::string steps;
     String message;
-
     bool Startup(CommandLine&) override { return Do('s') != 0; }
     int Execute() override { return Do('e'); }
     void Cleanup() override { steps += "c"; }
@@ -29,25 +28,19 @@ private:
 };
 
 TEST(Application, CleansUpWhateverHappens) {
-    struct Case {
-        std::function<int(char)> body;
-        int code;
-        char const* steps;
-        char const* message;
-    } const cases[] = {
-        {[](char) { return 5; }, 5, "sec", ""},
-        {[](char) { return 0; }, 1, "sc", ""},
-        {[](char) -> int { throw FileException("no file"); }, 1, "sxc", "no file"},
-        {[](char step) { return step == 's' ? 1 : throw std::runtime_error("standard"); }, 1, "sexc", "standard"},
-        {[](char step) { return step == 's' ? 1 : throw 1; }, 1, "sexc", "unknown"},
-    };
-    for (auto const& test : cases) {
+    for (auto const& [body, code, steps, message] : Rows<std::function<int(char)>, int, char const*, char const*>{
+             {[](char) { return 5; }, 5, "sec", ""},
+             {[](char) { return 0; }, 1, "sc", ""},
+             {[](char) -> int { throw FileException("no file"); }, 1, "sxc", "no file"},
+             {[](char step) { return step == 's' ? 1 : throw std::runtime_error("standard"); }, 1, "sexc", "standard"},
+             {[](char step) { return step == 's' ? 1 : throw 1; }, 1, "sexc", "unknown"},
+         }) {
         CommandLine line("program", {});
-        TestApplication app(test.body);
+        TestApplication app(body);
         EXPECT_EQ(Application::the_Application, &app);
-        EXPECT_EQ(app.Run(line), test.code);
-        EXPECT_EQ(app.steps, test.steps);
-        EXPECT_EQ(app.message, test.message);
+        EXPECT_EQ(app.Run(line), code);
+        EXPECT_EQ(app.steps, steps);
+        EXPECT_EQ(app.message, message);
     }
     EXPECT_EQ(Application::the_Application, nullptr);
 }

@@ -5,13 +5,10 @@
 namespace corekit::test::test_commandline {
 
 TEST(CommandLine, FindsSwitchesAndTheirValues) {
-    struct Case {
-        std::vector<String> words;
-        bool has;         // the switch StartMaster
-        int number;       // its first value, 1 when there is none
-        char const* text; // its second value, "none" when there is none
-        std::vector<String> positional;
-    } const cases[] = {
+    // has: the switch StartMaster
+    // number: its first value, 1 when there is none
+    // text: its second value, "none" when there is none
+    Rows<std::vector<String>, bool, int, char const*, std::vector<String>> const cases = {
         {{}, false, 1, "none", {}},
         {{"--StartMaster"}, true, 1, "none", {}},
         {{"--StartMaster=2"}, true, 2, "none", {}},
@@ -27,13 +24,13 @@ TEST(CommandLine, FindsSwitchesAndTheirValues) {
         {{"/tmp", "/etc/hosts", "-", "-5", "--7"}, false, 1, "none", {"/tmp", "/etc/hosts", "-", "-5", "--7"}},
         {{"--StartMasters", "2"}, false, 1, "none", {}},
     };
-    for (auto const& test : cases) {
-        SCOPED_TRACE(::testing::PrintToString(test.words));
-        CommandLine line("program", test.words);
-        EXPECT_EQ(line.HasSwitch("StartMaster"), test.has);
-        EXPECT_EQ(line.GetArgument("StartMaster", 0, 1), test.number);
-        EXPECT_EQ(line.GetArgument("StartMaster", 1, "none"), test.text);
-        EXPECT_EQ(line.Positional(), test.positional);
+    for (auto const& [words, has, number, text, positional] : cases) {
+        SCOPED_TRACE(::testing::PrintToString(words));
+        CommandLine line("program", words);
+        EXPECT_EQ(line.HasSwitch("StartMaster"), has);
+        EXPECT_EQ(line.GetArgument("StartMaster", 0, 1), number);
+        EXPECT_EQ(line.GetArgument("StartMaster", 1, "none"), text);
+        EXPECT_EQ(line.Positional(), positional);
     }
     LogLines log;
     EXPECT_EQ(CommandLine("program", {"--StartMaster", "two"}).GetArgument("StartMaster", 0, 1), 1);

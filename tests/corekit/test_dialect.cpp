@@ -2,40 +2,18 @@
 
 #include "sources.h"
 
+#include <regex>
+
 namespace test_dialect {
 
+using house::At;
 using house::Code;
 using house::Token;
+using house::Tokens;
 using std::string;
-using Tokens = std::vector<Token>;
 
 // A line and what is wrong there.
 using Faults = std::vector<std::pair<size_t, string>>;
-
-string const& At(Tokens const& tokens, size_t at) {
-    static string const nothing;
-    return at < tokens.size() ? tokens[at].text : nothing;
-}
-
-// The bracket that closes the one at `open`; the number of tokens when none does.
-size_t Closing(Tokens const& tokens, size_t open) {
-    static std::map<string, string> const pairs = {{"(", ")"}, {"{", "}"}, {"[", "]"}, {"<", ">"}};
-    string const& opens = tokens[open].text;
-    string const& closes = pairs.at(opens);
-    size_t depth = 0;
-    for (size_t at = open; at < tokens.size(); ++at) {
-        depth += tokens[at].text == opens;
-        depth -= tokens[at].text == closes;
-        if (depth == 0)
-            return at;
-    }
-    return tokens.size();
-}
-
-bool IsControl(string const& word) {
-    static std::set<string> const words = {"if", "for", "while", "switch", "do", "try", "else"};
-    return words.contains(word);
-}
 
 // Comments and the first line of a header.
 Faults CommentFaults(Code const& code) {
@@ -71,114 +49,58 @@ Faults ConstFaults(Code const& code) {
 
 // What is asked for being empty by its size, and containers by the name of a former home.
 Faults ContainerFaults(Code const& code) {
-    static std::set<string> const containers = {"vector",   "map",           "set",           "list",  "deque",
-                                                "multimap", "unordered_map", "unordered_set", "array", "pair"};
+    static std::regex const container(
+        "corekit::(vector|map|set|list|deque|multimap|unordered_map|unordered_set|array|pair)\\b");
+    static std::regex const size(
+        R"((\.|>)(size|length)\(\)(==|!=|>)0(?![\w.'])|!(\w|::|\.|->)+(\.|->)(size|length)\(\))");
+    std::map<size_t, string> lines;
+    for (Token const& token : code.tokens)
+        lines[token.line] += token.text;
     Faults faults;
-    Tokens const& tokens = code.tokens;
-    for (size_t at = 0; at < tokens.size(); ++at) {
-        if (At(tokens, at) == "corekit" && At(tokens, at + 1) == "::" && containers.contains(At(tokens, at + 2)))
-            faults.push_back({tokens[at].line, "std::" + At(tokens, at + 2)});
-        bool const isSize = (At(tokens, at) == "size" || At(tokens, at) == "length") && At(tokens, at + 1) == "(" &&
-                            At(tokens, at + 2) == ")";
-        if (!isSize || at == 0 || (At(tokens, at - 1) != "." && At(tokens, at - 1) != ">"))
-            continue;
-        string const compare = At(tokens, at + 3) + At(tokens, at + 4);
-        bool const isZero = (compare == "==" || compare == "!=") && At(tokens, at + 5) == "0";
-        bool const isAbove = At(tokens, at + 3) == ">" && At(tokens, at + 4) == "0";
-        size_t first = at;
-        while (first > 0 &&
-               (tokens[first - 1].IsName() || At(tokens, first - 1) == "." || At(tokens, first - 1) == "-" ||
-                At(tokens, first - 1) == ">" || At(tokens, first - 1) == "::"))
-            --first;
-        if (isZero || isAbove || (first > 0 && At(tokens, first - 1) == "!"))
-            faults.push_back({tokens[at].line, "ask empty()"});
+    for (auto const& [number, line] : lines) {
+        if (std::regex_search(line, container))
+            faults.push_back({number, "a container of the standard library"});
+        if (std::regex_search(line, size))
+            faults.push_back({number, "ask empty()"});
     }
     return faults;
-}
-
-// One body of a control statement, to its last token.
-struct Branch {
-    size_t body;
-    size_t end;
-    bool isPlainInBraces = false;
-    bool isControl = false;
-};
-
-// Whether the braces at `open` hold one plain statement of one line and nothing else.
-// Macros may hide more than one statement.
-bool HoldsPlainStatement(Code const& code, size_t open, size_t close) {
-    Tokens const& tokens = code.tokens;
-    if (close <= open + 1 || IsControl(At(tokens, open + 1)) || At(tokens, close - 1) != ";")
-        return false;
-    size_t const first = tokens[open + 1].line;
-    if (tokens[close - 1].line != first)
-        return false;
-    for (size_t at = open + 1; at + 1 < close; ++at) {
-        if (At(tokens, at) == ";")
-            return false;
-    }
-    for (Token const& comment : code.comments) {
-        if (comment.line >= tokens[open].line && comment.line <= tokens[close].line)
-            return false;
-    }
-    string const& word = At(tokens, open + 1);
-    return std::any_of(word.begin(), word.end(),
-                       [](char c) { return (c >= 'a' && c <= 'z') || c == '+' || c == '-' || c == '*' || c == '('; });
-}
-
-// The branch whose head begins at `head` and whose body at `body`. Braces below a head
-// of several lines may stay: they set the body apart from it.
-Branch ReadBranch(Code const& code, size_t head, size_t body) {
-    Tokens const& tokens = code.tokens;
-    Branch branch{body, body};
-    if (At(tokens, body) == "{") {
-        branch.end = Closing(tokens, body);
-        branch.isPlainInBraces = tokens[head].line == tokens[body].line && HoldsPlainStatement(code, body, branch.end);
-        return branch;
-    }
-    branch.isControl = IsControl(At(tokens, body));
-    while (branch.end < tokens.size() && At(tokens, branch.end) != ";") {
-        bool const opens = At(tokens, branch.end) == "(" || At(tokens, branch.end) == "{";
-        branch.end = opens ? Closing(tokens, branch.end) + 1 : branch.end + 1;
-    }
-    return branch;
 }
 
 // A body of one plain statement has no braces; one that is itself a control statement has.
-Faults BraceFaults(Code const& code) {
+// Of code as clang-format leaves it, a line for each statement. Braces below a head of
+// several lines may stay, since they set the body apart from it; macros may hide more than
+// one statement.
+Faults BraceFaults(string const& text) {
+    static std::regex const head(R"( *(if|for|while) \(.*\) \{)"), next(R"( *\} else (if \(.*\) )?\{)"), end(R"( *\})"),
+        bare(R"( *(\} )?(else )?(if|for|while) \(.*\)|.*\belse)"), control(R"( *(if|for|while|switch|do|try)\b.*)"),
+        plain(R"( +(?! |(if|for|while|switch|do|try|else)\b|[A-Z0-9_]+\(|//)((?!//).)*;)");
     Faults faults;
-    Tokens const& tokens = code.tokens;
-    for (size_t at = 0; at < tokens.size(); ++at) {
-        string const& word = At(tokens, at);
-        if ((word != "if" && word != "for" && word != "while") || (at > 0 && At(tokens, at - 1) == "else"))
+    std::vector<string> lines;
+    std::istringstream stream(text);
+    for (string line; std::getline(stream, line);)
+        lines.push_back(line);
+    auto const is = [&lines](size_t at, std::regex const& kind) {
+        return at < lines.size() && std::regex_match(lines[at], kind);
+    };
+    for (size_t at = 0; at < lines.size(); ++at) {
+        if ((lines[at].ends_with(")") || lines[at].ends_with("else")) && is(at, bare) && is(at + 1, control))
+            faults.push_back({at + 1, "a control statement as a body has braces"});
+        if (!lines[at].ends_with("{") || !is(at, head))
             continue;
         // All branches of one chain have braces or none has.
-        bool isPlain = true;
-        for (size_t head = at; head < tokens.size();) {
-            bool const isElse = At(tokens, head) == "else" && At(tokens, head + 1) != "if";
-            size_t body = head + 1;
-            if (!isElse) {
-                while (body < tokens.size() && At(tokens, body) != "(")
-                    ++body;
-                body = body < tokens.size() ? Closing(tokens, body) + 1 : body;
-            }
-            Branch const branch = ReadBranch(code, head, body);
-            if (branch.isControl)
-                faults.push_back({tokens[head].line, "a control statement as a body has braces"});
-            isPlain = isPlain && branch.isPlainInBraces;
-            if (branch.isControl || At(tokens, branch.end + 1) != "else")
-                break;
-            head = branch.end + 1;
-        }
-        if (isPlain)
-            faults.push_back({tokens[at].line, "a body of one plain statement has no braces"});
+        size_t last = at;
+        while (is(last + 1, plain) && is(last + 2, next))
+            last += 2;
+        if (is(last + 1, plain) && is(last + 2, end))
+            faults.push_back({at + 1, "a body of one plain statement has no braces"});
     }
     return faults;
 }
 
-Faults DialectFaults(Code const& code) {
-    Faults all;
-    for (auto const& check : {CommentFaults, ConstFaults, ContainerFaults, BraceFaults}) {
+Faults DialectFaults(string const& text) {
+    Code const code = house::ReadCode(text);
+    Faults all = BraceFaults(text);
+    for (auto const& check : {CommentFaults, ConstFaults, ContainerFaults}) {
         for (auto const& fault : check(code))
             all.push_back(fault);
     }
@@ -189,7 +111,7 @@ TEST(House, SpeaksOneDialect) {
     size_t count = 0;
     for (auto const& path : house::Sources({"include", "src", "tests", "benchmarks", "fuzz", "cmake"})) {
         string const text = house::ReadText(path);
-        for (auto const& [line, fault] : DialectFaults(house::ReadCode(text)))
+        for (auto const& [line, fault] : DialectFaults(text))
             ADD_FAILURE() << house::Relative(path) << ":" << line << ": " << fault;
         EXPECT_TRUE(path.extension() != ".h" || text.starts_with("#pragma once\n")) << house::Relative(path);
         ++count;
@@ -205,7 +127,7 @@ TEST(House, HearsAnotherDialect) {
           "corekit::vector<int> a;", "if (a) {\n    b();\n}", "for (;;) {\n    ++a;\n}",
           "if (a) {\n    b();\n} else {\n    c();\n}", "if (a)\n    for (;;)\n        b();",
           "while (a)\n    if (b)\n        c();", "if (a)\n    b();\nelse\n    while (c)\n        d();"}) {
-        EXPECT_EQ(1u, DialectFaults(house::ReadCode(text)).size()) << text;
+        EXPECT_EQ(1u, DialectFaults(text).size()) << text;
     }
     for (char const* text :
          {"// a /* b", "char const* a = \"/* const b */\";", "std::string const a;", "int F() const override;",
@@ -215,7 +137,7 @@ TEST(House, HearsAnotherDialect) {
           "int a = 1'000;", "do\n    b();\nwhile (a);", "struct {\n} const a[] = {};",
           "if (a &&\n    b) {\n    c();\n}", "if (a)\n    b();\nelse if (c)\n    d();",
           "char a = '\"'; // ' const b"}) {
-        EXPECT_EQ(Faults(), DialectFaults(house::ReadCode(text))) << text;
+        EXPECT_EQ(Faults(), DialectFaults(text)) << text;
     }
 }
 

@@ -10,28 +10,25 @@ int ModeOf(Path const& path) {
 }
 
 TEST(File, AFailedWriteLeavesTheOldFileWholeAndSaysWhatToDo) {
-    struct Case {
-        Fault fault;
-        size_t roomBytes;
-        char const* advice;
-    };
     String const big(100000, 'n');
-    for (Case const& c : {Case{Fault::FullDisk, 0, "Free some space"}, Case{Fault::FullDisk, 5000, "Free some space"},
-                          Case{Fault::Open, 0, "access rights"}, Case{Fault::Sync, 0, "Check the disk"},
-                          Case{Fault::Close, 0, "Free some space"}, Case{Fault::Rename, 0, "access rights"}}) {
+    Rows<Fault, size_t, char const*> const cases = {
+        {Fault::FullDisk, 0, "Free some space"}, {Fault::FullDisk, 5000, "Free some space"},
+        {Fault::Open, 0, "access rights"},       {Fault::Sync, 0, "Check the disk"},
+        {Fault::Close, 0, "Free some space"},    {Fault::Rename, 0, "access rights"}};
+    for (auto const& [fault, roomBytes, advice] : cases) {
         TempFolder const folder;
         Path const path = folder / "options.ini";
         File::WriteWhole(path, "old");
         {
             FaultyLayer layer;
-            layer.fault = c.fault;
-            layer.roomBytes = c.roomBytes;
+            layer.fault = fault;
+            layer.roomBytes = roomBytes;
             try {
                 File::WriteWhole(path, big);
-                ADD_FAILURE() << "no exception for fault " << static_cast<int>(c.fault);
+                ADD_FAILURE() << "no exception for fault " << static_cast<int>(fault);
             } catch (FileException const& exception) {
                 EXPECT_TRUE(exception.Message().Contains(path)) << exception.what();
-                EXPECT_TRUE(exception.Message().Contains(c.advice)) << exception.what();
+                EXPECT_TRUE(exception.Message().Contains(advice)) << exception.what();
                 EXPECT_FALSE(exception.Detail().Empty());
             }
         }
@@ -81,13 +78,11 @@ TEST(File, ReadsDeletesAndMovesAside) {
     EXPECT_FALSE(File::Delete(path));
     File::WriteWhole(path, bytes);
     EXPECT_EQ(File::Size(path), 4);
-
     EXPECT_EQ(File::MoveAside(path), path + ".damaged");
     File::WriteWhole(path, "second");
     EXPECT_EQ(File::MoveAside(path), path + ".damaged-2");
     EXPECT_EQ(File::Read(path + ".damaged"), bytes);
     EXPECT_THROW(File::MoveAside(path), FileException);
-
     EXPECT_TRUE(File::Delete(path + ".damaged"));
     EXPECT_THROW(File::Delete(folder.Folder()), FileException);
     File::MakeFolder(folder / "x/y/z");
@@ -112,7 +107,6 @@ TEST(File, FoldersFollowTheHomeOfTheSystem) {
     EXPECT_EQ(File::GetConnectionFile(), File::s_AppDir / "Connection.ini");
     EXPECT_EQ(File::GetUserConnectionFile(), folder / ".config/vorlan/Connection.ini");
     EXPECT_EQ(File::s_AppDir, Path(std::filesystem::read_symlink("/proc/self/exe")).Branch());
-
     // What lies at our place in the folder of all users may be a trap.
     Path const expected = folder / ("vorlan-" + String::From(geteuid()));
     std::filesystem::create_directory_symlink((folder / "user").Native(), expected.Native());

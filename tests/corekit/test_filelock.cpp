@@ -13,7 +13,6 @@ TEST(FileLock, OneHolderAtATimeWhoIsNamed) {
     ASSERT_TRUE(lock);
     EXPECT_EQ(std::filesystem::status(path.Native()).permissions(), std::filesystem::perms(0600))
         << "whoever may open it may lock it";
-
     String const expected = SFormat("VorlanMaster (%d)", static_cast<int>(getpid()));
     String holder;
     EXPECT_FALSE(FileLock::TryTake(path, "Other", &holder));
@@ -23,7 +22,6 @@ TEST(FileLock, OneHolderAtATimeWhoIsNamed) {
     EXPECT_TRUE(FileLock::IsHeld(path, &holder, &processId));
     EXPECT_EQ(holder, expected);
     EXPECT_EQ(processId, getpid());
-
     lock.reset();
     EXPECT_FALSE(path.Exists());
     EXPECT_TRUE(FileLock::TryTake(path, "Other"));

@@ -87,7 +87,6 @@ TEST(IniFile, ReadsWhatPeopleWrite) {
         (OptionMap{
             {"Host", "second"}, {"Path", "C:\\temp\\new"}, {"Port", "9000 ; not a comment"}, {"Name", "A\\{42"}}));
     EXPECT_EQ(file.GetValue("Connection", "PORT", 0), 9000);
-
     // What was not understood and what was remarked is still there after a save.
     file.SetValue("Connection", "Host", "third");
     String const saved = file.SaveText();
@@ -147,7 +146,6 @@ TEST(IniFile, WalksSectionsByNameAndKeysInTheOrderOfWriting) {
     }
     EXPECT_EQ(all, "1: 1Name 1Job 1Area; 2: 2Name 2Job 2Area; 3: 3Name 3Job 3Area; ");
     EXPECT_EQ(file.Sections(), (std::vector<String>{"1", "3"}));
-
     // A key that goes while the walk is under way is not given.
     file.SetSection("3");
     String key, value;
@@ -156,7 +154,6 @@ TEST(IniFile, WalksSectionsByNameAndKeysInTheOrderOfWriting) {
     EXPECT_FALSE(file.ClearKey("Job"));
     ASSERT_TRUE(file.GetNextValue(key, value));
     EXPECT_EQ(key, "Area");
-
     EXPECT_TRUE(file.EraseFirstSection());
     file.InsertSection("3");
     EXPECT_TRUE(file.HasSection("3") && file.Keys("3").empty() && file.SectionCount() == 1);
@@ -170,7 +167,6 @@ TEST(IniFile, LoadsReplacingOrOnTop) {
     IniFile stored;
     stored.SetValue("S", "a", 1);
     stored.Save(path);
-
     IniFile file;
     file.SetValue("S", "a", 5);
     file.SetValue("S", "b", 6);

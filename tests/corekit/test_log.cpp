@@ -31,10 +31,7 @@ TEST_F(LogTest, WritesOneLinePerRecordWithTimeAndLevel) {
 }
 
 TEST_F(LogTest, KeepsARecordInOnePieceWhateverItsText) {
-    struct Case {
-        String text;
-        char const* written;
-    } const cases[] = {
+    Rows<String, char const*> const cases = {
         {"first\nsecond\n\nthird", "Info     first\n    second\n    \n    third\n"},
         {"ends in feeds\r\n\n", "Info     ends in feeds\n"},
         {"windows\r\nlines", "Info     windows\n    lines\n"},
@@ -43,12 +40,12 @@ TEST_F(LogTest, KeepsARecordInOnePieceWhateverItsText) {
         {"", "Info     \n"},
     };
     ASSERT_TRUE(Log::Open(folder.Folder(), "Tester"));
-    for (auto const& test : cases)
-        LogInfo(test.text);
+    for (auto const& [said, written] : cases)
+        LogInfo(said);
     LogInfo(String(200000, 'x'));
     String text = Written();
-    for (auto const& test : cases)
-        EXPECT_TRUE(text.Contains(test.written)) << test.written;
+    for (auto const& [said, written] : cases)
+        EXPECT_TRUE(text.Contains(written)) << written;
     EXPECT_TRUE(text.Contains("more bytes)\n"));
     EXPECT_LT(text.size(), 100000u);
 }

@@ -4,13 +4,10 @@
 
 namespace corekit::test::test_namedpipe {
 
-class CountingPipe : public NamedPipeServerThread {
-public:
+struct CountingPipe : NamedPipeServerThread {
     using NamedPipeServerThread::NamedPipeServerThread;
     ~CountingPipe() override { Stop(); }
     std::atomic<int> connections{0};
-
-protected:
     void OnConnect() override { ++connections; }
 };
 

@@ -6,8 +6,7 @@
 
 namespace corekit::test_optionsfile {
 
-class OptionsFileTest : public testing::Test {
-protected:
+struct OptionsFileTest : testing::Test {
     int Stored(String const& key) const {
         IniFile file;
         file.Load(path);
@@ -149,7 +148,6 @@ TEST_F(OptionsFileTest, ADamagedFileIsMovedAsideAndAnUnreadableOneLeftAlone) {
     options.SetValue("S", "a", 2);
     EXPECT_EQ(Stored("a"), 2);
     EXPECT_EQ(File::Read(path + ".damaged"), damaged);
-
     // A folder in the file's place cannot be read, whoever runs the test.
     Path const unreadable = folder / "b.ini";
     File::MakeFolder(unreadable / "inside");

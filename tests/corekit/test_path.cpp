@@ -3,31 +3,28 @@
 using namespace corekit;
 
 TEST(Path, Parts) {
-    struct Case {
-        char const* path;
-        char const* branch;
-        char const* leaf;
-        char const* stem;
-        char const* extension;
-        bool absolute;
-    };
-    for (Case const& c :
-         {Case{"/shots/a.tar.gz", "/shots", "a.tar.gz", "a.tar", ".gz", true}, Case{"/a", "/", "a", "a", "", true},
-          Case{"a.vj", "", "a.vj", "a", ".vj", false}, Case{"x/.hidden", "x", ".hidden", ".hidden", "", false},
-          Case{"/shots/seq/", "/shots", "seq", "seq", "", true}, Case{"/", "/", "", "", "", true},
-          Case{"", "", "", "", "", false}, Case{"a/..", "a", "..", "..", "", false},
-          Case{"a//b", "a", "b", "b", "", false},
-          // A backslash is an ordinary letter here, and a separator in a path of Windows.
-          Case{"/a\\b.c", "/", "a\\b.c", "a\\b", ".c", true},
-          Case{"C:\\jobs\\a.ma", "C:\\jobs", "a.ma", "a", ".ma", true}, Case{"C:\\a", "C:\\", "a", "a", "", true},
-          Case{"\\\\host\\share\\a", "\\\\host\\share", "a", "a", "", true}, Case{"C:", "C:", "", "", "", true},
-          Case{"\\\\", "\\\\", "", "", "", true}}) {
-        Path const path = c.path;
-        EXPECT_EQ(path.Branch(), c.branch) << c.path;
-        EXPECT_EQ(path.Leaf(), c.leaf) << c.path;
-        EXPECT_EQ(path.Stem(), c.stem) << c.path;
-        EXPECT_EQ(path.Extension(), c.extension) << c.path;
-        EXPECT_EQ(path.IsAbsolute(), c.absolute) << c.path;
+    // Branch, leaf, stem and extension; absolute or not.
+    Rows<char const*, char const*, bool> const cases = {
+        {"/shots/a.tar.gz", "/shots|a.tar.gz|a.tar|.gz", true},
+        {"/a", "/|a|a|", true},
+        {"a.vj", "|a.vj|a|.vj", false},
+        {"x/.hidden", "x|.hidden|.hidden|", false},
+        {"/shots/seq/", "/shots|seq|seq|", true},
+        {"/", "/|||", true},
+        {"", "|||", false},
+        {"a/..", "a|..|..|", false},
+        {"a//b", "a|b|b|", false},
+        // A backslash is an ordinary letter here, and a separator in a path of Windows.
+        {"/a\\b.c", "/|a\\b.c|a\\b|.c", true},
+        {"C:\\jobs\\a.ma", "C:\\jobs|a.ma|a|.ma", true},
+        {"C:\\a", "C:\\|a|a|", true},
+        {"\\\\host\\share\\a", "\\\\host\\share|a|a|", true},
+        {"C:", "C:|||", true},
+        {"\\\\", "\\\\|||", true}};
+    for (auto const& [text, parts, absolute] : cases) {
+        Path const path = text;
+        EXPECT_EQ(path.Branch() + "|" + path.Leaf() + "|" + path.Stem() + "|" + path.Extension(), parts) << text;
+        EXPECT_EQ(path.IsAbsolute(), absolute) << text;
     }
 }
 

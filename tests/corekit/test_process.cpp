@@ -45,24 +45,19 @@ TEST(Process, SaysWhatIsWrongWhenItCannotStart) {
     TempFolder folder;
     File::WriteWhole(folder / "notes.txt", "hello", 0644);
     File::WriteWhole(folder / "noprogram", std::string_view("\x7f\x45LF\0\0\0\0", 8), 0755);
-    struct Case {
-        Path program;
-        Path folder;
-        char const* message;
-    } const cases[] = {
-        {"no-such-renderer-here", {}, "not in the search path"},
-        {"/no/such/renderer", {}, "there is no such file"},
-        {"", {}, "without a name"},
-        {folder / "notes.txt", {}, "right to be executed"},
-        {folder / "noprogram", {}, "not a program for this machine"},
-        {"/bin/sh", folder / "missing", "there is no folder"},
-    };
-    for (auto const& test : cases) {
+    for (auto const& [program, place, message] : Rows<Path, Path, char const*>{
+             {"no-such-renderer-here", {}, "not in the search path"},
+             {"/no/such/renderer", {}, "there is no such file"},
+             {"", {}, "without a name"},
+             {folder / "notes.txt", {}, "right to be executed"},
+             {folder / "noprogram", {}, "not a program for this machine"},
+             {"/bin/sh", folder / "missing", "there is no folder"},
+         }) {
         ProcessOptions options;
-        options.folder = test.folder;
+        options.folder = place;
         String error;
-        EXPECT_EQ(Process::Start(test.program, options, &error), nullptr) << test.message;
-        EXPECT_TRUE(error.Contains(test.message)) << error;
+        EXPECT_EQ(Process::Start(program, options, &error), nullptr) << message;
+        EXPECT_TRUE(error.Contains(message)) << error;
     }
 }
 
@@ -125,26 +120,22 @@ TEST(Process, StartsWithAllSignalsAtTheirDefault) {
 }
 
 TEST(Process, TerminateEndsTheWholeGroup) {
-    struct Case {
-        char const* what;
-        char const* script; // prints the grandchild's number
-        ProcessGroup group;
-        int graceMs;
-    } const cases[] = {
+    // script: prints the grandchild's number
+    Rows<char const*, char const*, ProcessGroup, int> const cases = {
         {"obedient", "sleep 1000 & echo $!; wait", ProcessGroup::Own, 10000},
         {"leader gone first", "sleep 1000 & echo $!; exit 0", ProcessGroup::Own, 10000},
         {"ignores the request", "trap '' TERM; sleep 1000 & echo $!; wait; wait", ProcessGroup::Own, 50},
         {"group of its own within the session", "set -m; sleep 1000 & echo $!; wait", ProcessGroup::Session, 10000},
     };
-    for (auto const& test : cases) {
-        SCOPED_TRACE(test.what);
-        ProcessOptions options = Shell(test.script);
-        options.group = test.group;
+    for (auto const& [what, script, group, graceMs] : cases) {
+        SCOPED_TRACE(what);
+        ProcessOptions options = Shell(script);
+        options.group = group;
         options.stderrFd = ProcessOptions::k_Null;
         TalkingShell shell(options);
         long grandchild = std::stol(shell.Line());
         ASSERT_TRUE(IsAlive(grandchild));
-        shell.process->Terminate(test.graceMs);
+        shell.process->Terminate(graceMs);
         EXPECT_FALSE(IsAlive(grandchild));
         EXPECT_TRUE(shell.process->Wait(0).has_value());
     }

@@ -140,26 +140,23 @@ TEST(RWLockDeathTest, MisuseEndsTheProgramWithAWord) {
 #ifndef NDEBUG
 TEST(LockOrderDeathTest, TheOrderIsKept) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    struct Case {
-        std::vector<LockRank> taken;
-        char const* message; // null: allowed
-    } const cases[] = {
-        {{LockRank::JobInfo, LockRank::JobList, LockRank::WatcherRegistry, LockRank::PoolTable}, nullptr},
-        {{LockRank::PoolTable, LockRank::None}, nullptr},
-        {{LockRank::JobList, LockRank::JobInfo}, "holds JobList asks for JobInfo"},
-        {{LockRank::JobInfo, LockRank::JobInfo}, "holds JobInfo asks for JobInfo"},
-        {{LockRank::JobList, LockRank::PoolTable, LockRank::Failures}, "holds PoolTable asks for Failures"},
-    };
-    for (auto const& test : cases) {
-        auto takeAll = [&] {
+    // Without a message the order is allowed.
+    for (auto const& [taken, message] : Rows<std::vector<LockRank>, char const*>{
+             {{LockRank::JobInfo, LockRank::JobList, LockRank::WatcherRegistry, LockRank::PoolTable}, nullptr},
+             {{LockRank::PoolTable, LockRank::None}, nullptr},
+             {{LockRank::JobList, LockRank::JobInfo}, "holds JobList asks for JobInfo"},
+             {{LockRank::JobInfo, LockRank::JobInfo}, "holds JobInfo asks for JobInfo"},
+             {{LockRank::JobList, LockRank::PoolTable, LockRank::Failures}, "holds PoolTable asks for Failures"},
+         }) {
+        auto takeAll = [&ranks = taken] {
             std::deque<RWLock> locks;
-            for (LockRank rank : test.taken)
+            for (LockRank rank : ranks)
                 locks.emplace_back(rank).ReadLock();
             for (auto lock = locks.rbegin(); lock != locks.rend(); ++lock)
                 lock->ReadUnlock();
         };
-        if (test.message)
-            EXPECT_DEATH(takeAll(), test.message);
+        if (message)
+            EXPECT_DEATH(takeAll(), message);
         else
             takeAll();
         EXPECT_FALSE(LockOrder::IsHeld(LockRank::JobList));

@@ -7,26 +7,20 @@
 namespace corekit::test_servicemanager {
 
 TEST(RunCommand, TellsWhatBecameOfIt) {
-    struct Case {
-        char const* script;
-        char const* input;
-        int timeoutMs;
-        std::optional<int> exitCode;
-        char const* output;
-    };
-    Case const cases[] = {{"echo out; echo err >&2", "", 20'000, 0, "out\nerr\n"},
-                          {"read line; echo got $line; exit 3", "secret\n", 20'000, 3, "got secret\n"},
-                          {"cat", "", 20'000, 0, ""},
-                          {"sleep 60", "", 50, std::nullopt, ""},
-                          // What is left behind keeps the pipe open.
-                          {"sleep 60 & echo done", "", 20'000, 0, "done\n"},
-                          {"exec >&- 2>&-; sleep 60", "", 50, std::nullopt, ""}};
-    for (Case const& c : cases) {
+    Rows<char const*, char const*, int, std::optional<int>, char const*> const cases = {
+        {"echo out; echo err >&2", "", 20'000, 0, "out\nerr\n"},
+        {"read line; echo got $line; exit 3", "secret\n", 20'000, 3, "got secret\n"},
+        {"cat", "", 20'000, 0, ""},
+        {"sleep 60", "", 50, std::nullopt, ""},
+        // What is left behind keeps the pipe open.
+        {"sleep 60 & echo done", "", 20'000, 0, "done\n"},
+        {"exec >&- 2>&-; sleep 60", "", 50, std::nullopt, ""}};
+    for (auto const& [script, input, timeoutMs, exitCode, output] : cases) {
         auto const begin = std::chrono::steady_clock::now();
-        CommandOutcome const outcome = RunCommand("sh", {"-c", c.script}, c.timeoutMs, c.input);
-        EXPECT_EQ(outcome.exitCode, c.exitCode) << c.script;
-        EXPECT_EQ(outcome.output, c.output) << c.script;
-        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(15)) << c.script;
+        CommandOutcome const outcome = RunCommand("sh", {"-c", script}, timeoutMs, input);
+        EXPECT_EQ(outcome.exitCode, exitCode) << script;
+        EXPECT_EQ(outcome.output, output) << script;
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(15)) << script;
     }
     EXPECT_TRUE(RunCommand("no-such-program", {}, 1000).error.Contains("no-such-program"));
     CommandOutcome const much = RunCommand("sh", {"-c", "yes | head -c 300000"}, 20'000);
@@ -61,7 +55,6 @@ public:
         return options;
     }
     Path Unit(char const* scope, char const* name) const { return m_home / scope / name; }
-
     std::vector<String> lines;
     CommandOutcome answer{{}, 0, {}};
 
@@ -103,14 +96,7 @@ TEST(Systemd, InstallsStartsAndRemovesForTheUser) {
 
 TEST(Systemd, AsksForTheRightsOfAnAdministratorTheWayThatThereIs) {
     String const start = "systemctl start a.service";
-    struct Case {
-        std::set<std::string> programs;
-        bool isRoot;
-        std::optional<String> password;
-        String command; // empty: none
-        char const* error;
-    };
-    Case const cases[] = {
+    Rows<std::set<std::string>, bool, std::optional<String>, String, char const*> const cases = {
         {{"systemctl"}, true, {}, start, ""},
         {{"systemctl", "pkexec", "sudo"}, false, "x", "pkexec " + start, ""},
         {{"systemctl", "sudo"}, false, "secret", "sudo -S -k -p  -- " + start + " < secret", ""},
@@ -118,27 +104,22 @@ TEST(Systemd, AsksForTheRightsOfAnAdministratorTheWayThatThereIs) {
         {{"systemctl"}, false, "x", "", "pkexec or sudo"},
         {{"pkexec"}, false, "x", "", "There is no systemctl on this machine"},
     };
-    for (Case const& c : cases) {
+    for (auto const& [programs, isRoot, password, command, wantedError] : cases) {
         Systemd systemd;
-        SystemdManager::Options options = systemd.Options(c.programs);
-        options.isRoot = c.isRoot;
-        options.askPassword = [&c] { return c.password; };
+        SystemdManager::Options options = systemd.Options(programs);
+        options.isRoot = isRoot;
+        options.askPassword = [&answer = password] { return answer; };
         SystemdManager manager(options);
         String const error = What([&] { manager.Start(ServiceScope::System, "a.service"); });
-        EXPECT_EQ(systemd.lines, c.command.Empty() ? std::vector<String>{} : std::vector<String>{c.command}) << error;
-        EXPECT_TRUE(error.Empty() == !c.command.Empty() && error.Contains(c.error)) << error;
+        EXPECT_EQ(systemd.lines, command.Empty() ? std::vector<String>() : std::vector<String>{command}) << error;
+        EXPECT_TRUE(error.Empty() == !command.Empty() && error.Contains(wantedError)) << error;
     }
 }
 
 TEST(Systemd, SaysWhatWentWrong) {
-    struct Case {
-        CommandOutcome answer;
-        ServiceScope scope;
-        char const* error;
-    };
     String const noBus = "Failed to connect to bus: No medium found";
     char const* const notFound = "\"systemctl --user start a.service\" failed. (Unit a.service not found.)";
-    Case const cases[] = {
+    Rows<CommandOutcome, ServiceScope, char const*> const cases = {
         {{{}, 1, noBus}, ServiceScope::User, "Log in on its desktop"},
         {{{}, 5, "Unit a.service not found."}, ServiceScope::User, notFound},
         {{{}, std::nullopt, ""}, ServiceScope::User, "did not end in time"},
@@ -147,10 +128,10 @@ TEST(Systemd, SaysWhatWentWrong) {
     };
     Systemd systemd;
     SystemdManager manager(systemd.Options({"systemctl", "pkexec"}));
-    for (Case const& c : cases) {
-        systemd.answer = c.answer;
-        String const error = What([&] { manager.Start(c.scope, "a.service"); });
-        EXPECT_TRUE(error.Contains(c.error)) << error;
+    for (auto const& [answer, scope, wantedError] : cases) {
+        systemd.answer = answer;
+        String const error = What([&] { manager.Start(scope, "a.service"); });
+        EXPECT_TRUE(error.Contains(wantedError)) << error;
     }
     systemd.lines.clear();
     for (char const* name : {"../a.service", "-a.service", "a b.service", "", "a;b.service"})

@@ -10,7 +10,6 @@ constinit Signal1<int> s_early; // usable before any initialiser has run
 class Listener : public HasSlots<ThreadPolicy::LocalThreaded> {
 public:
     Listener(std::vector<std::string>& calls, std::string name) : m_calls(calls), m_name(std::move(name)) {}
-
     void On(int value) {
         m_calls.push_back(m_name + std::to_string(value));
         if (auto once = std::exchange(then, nullptr))
@@ -50,12 +49,7 @@ TEST_F(SignalTest, SlotsMayChangeTheConnectionsDuringTheEmission) {
         signal.Disconnect(b.get());
         signal.Connect(b.get(), &Listener::On);
     };
-    struct Case {
-        char const* what;
-        std::function<void()> duringB;
-        Calls first;
-        Calls second;
-    } const cases[] = {
+    Rows<char const*, std::function<void()>, Calls, Calls> const cases = {
         {"disconnects itself", [&] { signal.Disconnect(b.get()); }, {"a1", "b1", "c1"}, {"a2", "c2"}},
         {"disconnects a later one", [&] { signal.Disconnect(c.get()); }, {"a1", "b1"}, {"a2", "b2"}},
         {"disconnects an earlier one", [&] { signal.Disconnect(a.get()); }, {"a1", "b1", "c1"}, {"b2", "c2"}},
@@ -64,19 +58,19 @@ TEST_F(SignalTest, SlotsMayChangeTheConnectionsDuringTheEmission) {
         {"moves itself to the end", moveToTheEnd, {"a1", "b1", "c1"}, {"a2", "c2", "b2"}},
         {"connects", [&] { signal.Connect(d.get(), &Listener::On); }, {"a1", "b1", "c1"}, {"a2", "b2", "c2", "d2"}},
     };
-    for (auto const& test : cases) {
-        SCOPED_TRACE(test.what);
+    for (auto const& [what, duringB, first, second] : cases) {
+        SCOPED_TRACE(what);
         a = std::make_unique<Listener>(calls, "a");
         b = std::make_unique<Listener>(calls, "b");
         c = std::make_unique<Listener>(calls, "c");
         d = std::make_unique<Listener>(calls, "d");
         for (Listener* listener : {a.get(), b.get(), c.get()})
             signal.Connect(listener, &Listener::On);
-        b->then = test.duringB;
+        b->then = duringB;
         signal.Emit(1);
-        EXPECT_EQ(std::exchange(calls, {}), test.first);
+        EXPECT_EQ(std::exchange(calls, {}), first);
         signal.Emit(2);
-        EXPECT_EQ(std::exchange(calls, {}), test.second);
+        EXPECT_EQ(std::exchange(calls, {}), second);
     }
 }
 
@@ -197,8 +191,7 @@ TEST(SignalThreads, ObjectsDieWhileOtherThreadsEmit) {
 }
 
 // A slot that stays inside until it is let go.
-class Gate : public HasSlots<ThreadPolicy::LocalThreaded> {
-public:
+struct Gate : HasSlots<ThreadPolicy::LocalThreaded> {
     void On(int) {
         inside = true;
         EXPECT_TRUE(WaitFor([this] { return open.load(); }));
@@ -218,13 +211,11 @@ TEST(SignalThreads, OnlyTheObjectThatIsBeingCalledIsWaitedFor) {
     signal.Connect(other.get(), &Mortal::On);
     std::thread emitter([&] { signal.Emit(1); });
     ASSERT_TRUE(WaitFor([&] { return gate.inside.load(); }));
-
     // Neither a new connection nor another object's death waits for the slot.
     Mortal late(calls);
     signal.Connect(&late, &Mortal::On);
     other.reset();
     EXPECT_FALSE(gate.left);
-
     std::atomic<long> waiter{0};
     std::thread disconnector([&] {
         waiter = CurrentThread();

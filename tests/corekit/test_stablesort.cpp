@@ -15,7 +15,6 @@ TEST(StableSort, KeepsTheOrderOfEqualElementsAndLosesNoneToAnOrderThatLies) {
         std::stable_sort(expected.begin(), expected.end(), less);
         StableSort(elements, less);
         EXPECT_EQ(elements, expected) << size;
-
         StableSort(elements, [&random](auto const&, auto const&) { return random() % 2 == 0; });
         StableSort(elements, [](auto const&, auto const&) { return true; });
         std::sort(elements.begin(), elements.end());

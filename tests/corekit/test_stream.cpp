@@ -22,7 +22,6 @@ TEST(Stream, DataReadsBackAndIsAFaultWhenItEndsTooEarlyAnywhere) {
         String const part = bytes.Mid(0, length);
         InMemory strict(part);
         EXPECT_THROW(ReadSample(strict), ParseException) << length;
-
         InMemory lenient(part);
         SetExceptionLevel const level(lenient, 5);
         LogLines lines;

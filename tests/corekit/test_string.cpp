@@ -37,20 +37,14 @@ TEST(String, Finds) {
 }
 
 TEST(String, Replaces) {
-    struct Case {
-        char const* text;
-        char const* from;
-        char const* to;
-        bool caseSensitive;
-        size_t count;
-        char const* result;
-    };
-    for (Case const& c : {Case{"aXbXc", "X", "--", true, 2, "a--b--c"}, Case{"aaa", "a", "aa", true, 3, "aaaaaa"},
-                          Case{"aaa", "aa", "b", true, 1, "ba"}, Case{"abc", "", "x", true, 0, "abc"},
-                          Case{"Job JOB job", "job", "", false, 3, "  "}, Case{"Job", "job", "x", true, 0, "Job"}}) {
-        String text = c.text;
-        EXPECT_EQ(text.Replace(c.from, c.to, c.caseSensitive), c.count) << c.text;
-        EXPECT_EQ(text, c.result);
+    Rows<char const*, char const*, char const*, bool, size_t, char const*> const cases = {
+        {"aXbXc", "X", "--", true, 2, "a--b--c"},   {"aaa", "a", "aa", true, 3, "aaaaaa"},
+        {"aaa", "aa", "b", true, 1, "ba"},          {"abc", "", "x", true, 0, "abc"},
+        {"Job JOB job", "job", "", false, 3, "  "}, {"Job", "job", "x", true, 0, "Job"}};
+    for (auto const& [before, from, to, caseSensitive, count, result] : cases) {
+        String text = before;
+        EXPECT_EQ(text.Replace(from, to, caseSensitive), count) << before;
+        EXPECT_EQ(text, result);
     }
     String self = "ab";
     EXPECT_EQ(self.Replace(self, self + self), 1u);
@@ -58,21 +52,12 @@ TEST(String, Replaces) {
 }
 
 TEST(String, TakesPartsBySeparator) {
-    struct Case {
-        char const* text;
-        char const* leftFirst;
-        char const* rightFirst;
-        char const* leftLast;
-        char const* rightLast;
-    };
-    for (Case const& c : {Case{"a-b-c", "a", "b-c", "a-b", "c"}, Case{"abc", "abc", "abc", "abc", "abc"},
-                          Case{"-", "", "", "", ""}, Case{"a-", "a", "", "a", ""}, Case{"", "", "", "", ""}}) {
-        String const text = c.text;
-        EXPECT_EQ(text.LeftFirst("-"), c.leftFirst);
-        EXPECT_EQ(text.RightFirst("-"), c.rightFirst);
-        EXPECT_EQ(text.LeftLast("-"), c.leftLast);
-        EXPECT_EQ(text.RightLast("-"), c.rightLast);
-    }
+    Rows<String, char const*> const cases = {
+        {"a-b-c", "a|b-c|a-b|c"}, {"abc", "abc|abc|abc|abc"}, {"-", "|||"}, {"a-", "a||a|"}, {"", "|||"}};
+    for (auto const& [text, parts] : cases)
+        EXPECT_EQ(text.LeftFirst("-") + "|" + text.RightFirst("-") + "|" + text.LeftLast("-") + "|" +
+                      text.RightLast("-"),
+                  parts);
     EXPECT_EQ(String("10::20").RightFirst("::"), "20");
     EXPECT_EQ(String(" \t a b\r\n").Trim(), "a b");
     EXPECT_EQ(String(" \n ").Trim(), "");
@@ -82,22 +67,24 @@ TEST(String, TakesPartsBySeparator) {
 }
 
 TEST(String, ReadsNumbersAndFallsBack) {
-    struct Case {
-        char const* text;
-        int64_t asInt;
-        uint64_t asUint;
-        double asFloat;
-    };
     constexpr int64_t lowest = std::numeric_limits<int64_t>::min();
-    for (Case const& c : {Case{"42", 42, 42, 42}, Case{" +7 frames", 7, 7, 7}, Case{"-3.5", -3, 77, -3.5},
-                          Case{"", 77, 77, 77}, Case{"abc", 77, 77, 77}, Case{"+-5", 77, 77, 77},
-                          Case{"1e3", 1, 1, 1000}, Case{"-9223372036854775808", lowest, 77, -9223372036854775808.0},
-                          Case{"18446744073709551616", 77, 77, 18446744073709551616.0}, Case{"nan", 77, 77, 77},
-                          Case{"1e999", 1, 1, 77}, Case{"inf", 77, 77, 77}, Case{"- 5", 77, 77, 77}}) {
-        String const text = c.text;
-        EXPECT_EQ(text.Int(77), c.asInt) << text;
-        EXPECT_EQ(text.Uint(77), c.asUint) << text;
-        EXPECT_EQ(text.Float(77), c.asFloat) << text;
+    Rows<String, int64_t, uint64_t, double> const cases = {{"42", 42, 42, 42},
+                                                           {" +7 frames", 7, 7, 7},
+                                                           {"-3.5", -3, 77, -3.5},
+                                                           {"", 77, 77, 77},
+                                                           {"abc", 77, 77, 77},
+                                                           {"+-5", 77, 77, 77},
+                                                           {"1e3", 1, 1, 1000},
+                                                           {"-9223372036854775808", lowest, 77, -9223372036854775808.0},
+                                                           {"18446744073709551616", 77, 77, 18446744073709551616.0},
+                                                           {"nan", 77, 77, 77},
+                                                           {"1e999", 1, 1, 77},
+                                                           {"inf", 77, 77, 77},
+                                                           {"- 5", 77, 77, 77}};
+    for (auto const& [text, asInt, asUint, asFloat] : cases) {
+        EXPECT_EQ(text.Int(77), asInt) << text;
+        EXPECT_EQ(text.Uint(77), asUint) << text;
+        EXPECT_EQ(text.Float(77), asFloat) << text;
     }
     for (char const* yes : {"Yes", "TRUE", "on", "1", " yes "})
         EXPECT_TRUE(String(yes).Bool(false)) << yes;
@@ -122,17 +109,18 @@ TEST(String, DoublesReadBackAsTheSameNumber) {
 }
 
 TEST(String, Wraps) {
-    struct Case {
-        char const* text;
-        size_t width;
-        char const* result;
-    };
-    for (Case const& c : {Case{"one two three", 7, "one two|three"}, Case{"one two three", 3, "one|two|thr|ee"},
-                          Case{"abcdefgh", 3, "abc|def|gh"}, Case{"a b", 0, "a b"}, Case{"", 5, ""},
-                          Case{"one\ntwo  three", 5, "one|two|three"}, Case{"\n", 5, "|"},
-                          // Four letters of two bytes each: characters count, and none is cut.
-                          Case{"\xC3\xA4\xC3\xA4\xC3\xA4\xC3\xA4", 3, "\xC3\xA4\xC3\xA4\xC3\xA4|\xC3\xA4"}})
-        EXPECT_EQ(String(c.text).Wrap(c.width, "|"), c.result) << c.text;
+    Rows<char const*, size_t, char const*> const cases = {
+        {"one two three", 7, "one two|three"},
+        {"one two three", 3, "one|two|thr|ee"},
+        {"abcdefgh", 3, "abc|def|gh"},
+        {"a b", 0, "a b"},
+        {"", 5, ""},
+        {"one\ntwo  three", 5, "one|two|three"},
+        {"\n", 5, "|"},
+        // Four letters of two bytes each: characters count, and none is cut.
+        {"\xC3\xA4\xC3\xA4\xC3\xA4\xC3\xA4", 3, "\xC3\xA4\xC3\xA4\xC3\xA4|\xC3\xA4"}};
+    for (auto const& [text, width, result] : cases)
+        EXPECT_EQ(String(text).Wrap(width, "|"), result) << text;
 }
 
 TEST(SFormat, WritesTextOfAnyLength) {

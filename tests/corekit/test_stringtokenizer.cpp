@@ -14,17 +14,20 @@ Tokens All(StringTokenizer tokenizer) {
 }
 
 TEST(StringTokenizer, QuotesAndEscapesHideSeparatorsAndStayInTheToken) {
-    struct Case {
-        char const* text;
-        Tokens tokens;
-    };
-    for (Case const& c : {Case{"a,b,c", {"a", "b", "c"}}, Case{",a,,b,", {"a", "b"}}, Case{"", {}}, Case{",,,", {}},
-                          Case{"\"a,b\",c", {"\"a,b\"", "c"}}, Case{"a\\,b,c", {"a\\,b", "c"}},
-                          Case{"\\\"a,b\"c,d\"", {"\\\"a", "b\"c,d\""}}, Case{"\"a\\\",b\",c", {"\"a\\\",b\"", "c"}},
-                          // A quote without a partner must not swallow the rest.
-                          Case{"5\" disk,b,c", {"5\" disk", "b", "c"}}, Case{"\"a\",b\",c", {"\"a\"", "b\"", "c"}},
-                          Case{"a,b\\", {"a", "b\\"}}})
-        EXPECT_EQ(All({c.text, ","}), c.tokens) << c.text;
+    Rows<char const*, Tokens> const cases = {{"a,b,c", {"a", "b", "c"}},
+                                             {",a,,b,", {"a", "b"}},
+                                             {"", {}},
+                                             {",,,", {}},
+                                             {"\"a,b\",c", {"\"a,b\"", "c"}},
+                                             {"a\\,b,c", {"a\\,b", "c"}},
+                                             {"\\\"a,b\"c,d\"", {"\\\"a", "b\"c,d\""}},
+                                             {"\"a\\\",b\",c", {"\"a\\\",b\"", "c"}},
+                                             // A quote without a partner must not swallow the rest.
+                                             {"5\" disk,b,c", {"5\" disk", "b", "c"}},
+                                             {"\"a\",b\",c", {"\"a\"", "b\"", "c"}},
+                                             {"a,b\\", {"a", "b\\"}}};
+    for (auto const& [text, tokens] : cases)
+        EXPECT_EQ(All({text, ","}), tokens) << text;
     EXPECT_EQ(All({"a,,b,", ",", '"', '\\', StringTokenizer::EmptyTokens::Keep}), (Tokens{"a", "", "b", ""}));
     EXPECT_EQ(All({"a;b c", "; "}), (Tokens{"a", "b", "c"}));
     EXPECT_EQ(All({"\"a,b\\,c", ",", '\0', '\0'}), (Tokens{"\"a", "b\\", "c"}));

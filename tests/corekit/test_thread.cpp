@@ -1,26 +1,9 @@
 #include "runtimetools.h"
 
 #include <corekit/callentry.h>
-#include <corekit/thread.h>
 #include <corekit/threadpool.h>
 
 namespace corekit::test::test_thread {
-
-class TestThread : public Thread {
-public:
-    TestThread(String name, std::function<bool(TestThread&)> body) : Thread(std::move(name)), m_body(std::move(body)) {}
-    ~TestThread() override { Stop(); }
-    using Thread::Sleep;
-
-    std::atomic<int> endings{0};
-
-protected:
-    bool Execute() override { return m_body(*this); }
-    void OnThreadStopping() override { ++endings; }
-
-private:
-    std::function<bool(TestThread&)> m_body;
-};
 
 TEST(Thread, RunsUntilItHasEnoughAndCanStartAgain) {
     std::atomic<int> calls{0};

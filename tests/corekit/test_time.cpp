@@ -14,13 +14,7 @@ constexpr Triple k_HoursToSeconds{6, 8, 5, 2, '0'};
 constexpr Triple k_DaysToSeconds{6, 9, 5, 2, '0'};
 constexpr Triple k_DaysToMinutes{7, 9, 6, 2, '0'};
 
-struct DurationCase {
-    Triple units;
-    int64_t ms;
-    char const* text;
-};
-
-DurationCase const k_Durations[] = {
+Rows<Triple, int64_t, char const*> const k_Durations = {
     {k_Long, 0, "0 seconds"},
     {k_Long, 1 * k_Second, "1 second"},
     {k_Long, 59 * k_Second + 999, "59 seconds"},
@@ -53,11 +47,10 @@ DurationCase const k_Durations[] = {
 };
 
 TEST(Time, DurationsOfEveryTripleInUse) {
-    for (DurationCase const& c : k_Durations) {
-        Triple const& u = c.units;
-        EXPECT_EQ(Time(c.ms).FormatDuration(u.unit1, u.unit2, u.unit3, true, u.width, u.fill, k_DurationLimitMs),
-                  c.text)
-            << u.unit1 << "," << u.unit2 << "," << u.unit3 << " of " << c.ms << " ms";
+    for (auto const& [units, ms, text] : k_Durations) {
+        Triple const& u = units;
+        EXPECT_EQ(Time(ms).FormatDuration(u.unit1, u.unit2, u.unit3, true, u.width, u.fill, k_DurationLimitMs), text)
+            << u.unit1 << "," << u.unit2 << "," << u.unit3 << " of " << ms << " ms";
     }
     EXPECT_EQ(Time::Minutes(62).FormatDuration(7, 9, 6, false, 2, '0'), "1h02m");
     // Units that do not exist must not read past the table.

@@ -5,9 +5,9 @@
 
 namespace test_unity {
 
-using house::Token;
+using house::At;
+using house::Tokens;
 using std::string;
-using Tokens = std::vector<Token>;
 
 // Reads the declarations that stand in namespaces, and notes what the file keeps to
 // itself: names in anonymous namespaces, static and constant ones, and all types.
@@ -17,135 +17,107 @@ public:
         while (m_at < m_tokens.size())
             ReadDeclaration();
     }
-    std::set<string> const& Names() const { return m_names; }
+    std::set<string> names;
 
 private:
-    string const& Now(size_t ahead = 0) const {
-        static string const nothing;
-        return m_at + ahead < m_tokens.size() ? m_tokens[m_at + ahead].text : nothing;
-    }
-    bool Is(string const& text) const { return Now() == text; }
-
-    // Past the bracket that closes the one here.
-    void SkipBrackets() {
-        static std::map<string, string> const pairs = {{"(", ")"}, {"{", "}"}, {"[", "]"}, {"<", ">"}};
-        string const opens = Now(), closes = pairs.at(opens);
-        size_t depth = 0;
-        do {
-            depth += Is(opens);
-            depth -= Is(closes);
-            ++m_at;
-        } while (depth > 0 && m_at < m_tokens.size());
-    }
-
-    // Past the end of the declaration: a semicolon, or a function's body.
-    void SkipRest(bool isValue = false) {
-        while (m_at < m_tokens.size() && !Is(";")) {
-            if (Is("(") || Is("[")) {
-                SkipBrackets();
-            } else if (Is("{")) {
-                SkipBrackets();
-                // What follows an initial value, or a member's before the body.
-                if (!isValue && !Is(";") && !Is(",") && !Is("{"))
-                    return;
-            } else {
-                ++m_at;
-            }
-        }
-        ++m_at;
-    }
-
-    void ReadNamespace() {
-        bool isAnonymous = true;
-        for (++m_at; m_at < m_tokens.size() && !Is("{") && !Is(";"); ++m_at)
-            isAnonymous = false;
-        if (Is("{"))
-            m_anonymous.push_back(isAnonymous || IsAnonymous());
-        ++m_at;
-    }
+    string const& Now(size_t ahead = 0) const { return At(m_tokens, m_at + ahead); }
     bool IsAnonymous() const { return !m_anonymous.empty() && m_anonymous.back(); }
-
-    void ReadType() {
-        bool const isOpenEnum = Is("enum") && Now(1) != "class" && Now(1) != "struct";
-        while (Is("struct") || Is("class") || Is("enum") || Is("union"))
-            ++m_at;
-        while (Is("["))
-            SkipBrackets();
-        // Not a type of another file, nor one that is declared only.
-        if (m_tokens[m_at].IsName() && (Now(1) == "{" || Now(1) == ":" || Now(1) == "final"))
-            m_names.insert(Now());
-        while (isOpenEnum && m_at < m_tokens.size() && !Is("}") && !Is(";")) {
-            ++m_at;
-            if ((m_tokens[m_at - 1].text == "{" || m_tokens[m_at - 1].text == ",") && m_tokens[m_at].IsName())
-                m_names.insert(Now());
-        }
-        SkipRest();
-    }
-
-    // A function or a variable: its name is the last word before what begins its value,
-    // its parameters or its end.
-    void ReadObject() {
-        bool isStatic = false, isOperator = false, isConstant = false;
-        string name, before;
-        size_t words = 0;
-        for (; m_at < m_tokens.size() && !Is("(") && !Is("=") && !Is("{") && !Is(";"); ++words) {
-            isStatic = isStatic || Is("static") || Is("constexpr");
-            isOperator = isOperator || Is("operator");
-            if (Is("<") || Is("[")) {
-                SkipBrackets();
-                if (m_tokens[m_at - 1].text == "]")
-                    continue;
-                before = name, name = ">";
-                continue;
-            }
-            before = name, name = Now();
-            ++m_at;
-        }
-        isConstant = before == "const" && !Is("(");
-        bool const isName = words > 1 && !isOperator && before != "::" && name != ">" && name != "extern";
-        if (isName && (IsAnonymous() || isStatic || isConstant))
-            m_names.insert(name);
-        SkipRest(Is("=") && !isOperator);
-    }
-
     void ReadDeclaration() {
-        if (Is("namespace") || (Is("inline") && Now(1) == "namespace")) {
-            ReadNamespace();
-        } else if (Is("extern") && Now(1) == "\"" && Now(2) == "{") {
+        if (Now() == "namespace" || (Now() == "inline" && Now(1) == "namespace")) {
+            bool isAnonymous = true;
+            for (++m_at; m_at < m_tokens.size() && Now() != "{" && Now() != ";"; ++m_at)
+                isAnonymous = false;
+            if (Now() == "{")
+                m_anonymous.push_back(isAnonymous || IsAnonymous());
+            ++m_at;
+        } else if (Now() == "extern" && Now(1) == "\"" && Now(2) == "{") {
             m_anonymous.push_back(IsAnonymous());
             m_at += 3;
-        } else if (Is("}")) {
+        } else if (Now() == "}") {
             if (!m_anonymous.empty())
                 m_anonymous.pop_back();
             ++m_at;
-        } else if (Is("template") && Now(1) == "<") {
-            ++m_at;
-            SkipBrackets();
-        } else if (Is("[")) {
-            SkipBrackets();
-        } else if (Is("using")) {
-            if (Now(2) == "=" && IsAnonymous())
-                m_names.insert(Now(1));
-            SkipRest();
-        } else if (Is("struct") || Is("class") || Is("enum") || Is("union")) {
-            ReadType();
-        } else if (Is(";")) {
-            ++m_at;
         } else {
-            ReadObject();
+            Tokens const words = ReadWords();
+            static std::set<string> const types = {"struct", "class", "enum", "union"};
+            if (types.contains(At(words, 0)))
+                NoteType(words, types);
+            else if (At(words, 0) == "using" && At(words, 2) == "=" && IsAnonymous())
+                names.insert(At(words, 1));
+            else if (At(words, 0) != "using")
+                NoteObject(words);
         }
     }
 
+    // The words of one declaration, up to its semicolon or its body, but for templates'
+    // parameters and attributes in front. A bracket stands for all that it holds.
+    Tokens ReadWords() {
+        Tokens words;
+        bool isOperator = false, isValue = false, isHead = true;
+        for (bool isOpen = true; isOpen && m_at < m_tokens.size();) {
+            string const& word = Now();
+            isOperator = isOperator || word == "operator";
+            isValue = isValue || (word == "=" && !isOperator);
+            isHead = isHead && word != "(" && word != "=" && word != "{";
+            bool const isBracket = word == "(" || word == "[" || word == "{" || (word == "<" && isHead && !isOperator);
+            if (!words.empty() || (word != "template" && word != "<" && word != "["))
+                words.push_back(m_tokens[m_at]);
+            if (word == "{" && At(words, 0) == "enum" && At(words, 1) != "class" && At(words, 1) != "struct")
+                NoteEntries();
+            if (isBracket)
+                m_at = house::Closing(m_tokens, m_at);
+            ++m_at;
+            // What follows an initial value, or a member's before the body.
+            bool const isBody = word == "{" && !isValue && Now() != ";" && Now() != "," && Now() != "{";
+            isOpen = word != ";" && !isBody;
+        }
+        return words;
+    }
+    // Of an enumeration whose names stand around it, too.
+    void NoteEntries() {
+        for (size_t at = m_at; at + 1 < m_tokens.size() && At(m_tokens, at) != "}"; ++at) {
+            if ((At(m_tokens, at) == "{" || At(m_tokens, at) == ",") && m_tokens[at + 1].IsName())
+                names.insert(At(m_tokens, at + 1));
+        }
+    }
+    // Not a type of another file, nor one that is declared only.
+    void NoteType(Tokens const& words, std::set<string> const& types) {
+        size_t at = 1;
+        while (types.contains(At(words, at)) || At(words, at) == "[")
+            ++at;
+        string const& next = At(words, at + 1);
+        if (at < words.size() && words[at].IsName() && (next == "{" || next == ":" || next == "final"))
+            names.insert(At(words, at));
+    }
+    // A function or a variable: its name is the last word before what begins its value,
+    // its parameters or its end.
+    void NoteObject(Tokens words) {
+        auto const end = std::find_if(words.begin(), words.end(), [](auto const& word) {
+            return word.text == "(" || word.text == "=" || word.text == "{" || word.text == ";";
+        });
+        bool const isCall = end != words.end() && end->text == "(";
+        words.erase(end, words.end());
+        std::erase_if(words, [](auto const& word) { return word.text == "["; });
+        auto const has = [&words](char const* text) {
+            return std::any_of(words.begin(), words.end(), [text](auto const& word) { return word.text == text; });
+        };
+        if (words.size() < 2 || has("operator"))
+            return;
+        string const& name = words.back().text;
+        string const& before = words[words.size() - 2].text;
+        bool const isKept = IsAnonymous() || has("static") || has("constexpr") || (before == "const" && !isCall);
+        if (isKept && before != "::" && name != "<" && name != "extern")
+            names.insert(name);
+    }
     Tokens const& m_tokens;
     size_t m_at = 0;
     // One for each namespace that is open.
     std::vector<bool> m_anonymous;
-    std::set<string> m_names;
 };
 
 std::set<string> NamesOf(string const& text) {
     auto const code = house::ReadCode(text);
-    return NameReader(code.tokens).Names();
+    return NameReader(code.tokens).names;
 }
 
 // The library that CMake builds a file into.

@@ -12,7 +12,6 @@
 
 namespace vorlan::test_engineprocess {
 
-using corekit::test::WaitFor;
 
 UID const k_Type = UID::FromName("shell product");
 

@@ -8,7 +8,6 @@
 
 namespace vorlan::test_runner {
 
-using corekit::test::WaitFor;
 
 String EngineProgram() { return String(vorlan::k_BinDir) + "/VorlanEngine"; }
 
