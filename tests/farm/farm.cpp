@@ -1,5 +1,3 @@
-#include "domain.h"
-
 #include "farm/farm.h"
 
 #include "cli/exitcode.h"
@@ -9,72 +7,6 @@
 namespace vorlan::farmtest {
 
 using namespace corekit;
-
-namespace {
-
-UniqueFd OpenFile(Path const& path, int flags) { return UniqueFd(::open(path.c_str(), flags | O_CLOEXEC, 0600)); }
-
-} // namespace
-
-bool WaitUntil(std::function<bool()> const& condition, int timeoutMs, int everyMs) {
-    auto const until = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > until)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(everyMs));
-    }
-    return true;
-}
-
-Program::Program(String name, Path home, std::vector<String> prefix)
-    : m_name(std::move(name)), m_home(std::move(home)), m_prefix(std::move(prefix)) {}
-
-Program::~Program() {
-    if (m_process)
-        m_process->Kill();
-}
-
-void Program::Start(std::vector<String> const& arguments) {
-    UniqueFd const output = OpenFile(m_home / (m_name + ".output"), O_WRONLY | O_CREAT | O_APPEND);
-    ProcessOptions options;
-    options.env["VORLAN_HOME"] = m_home;
-    options.stdoutFd = output.Get();
-    options.stderrFd = output.Get();
-    options.group = ProcessGroup::Session;
-    Path program = Path(vorlan::k_BinDir) / m_name;
-    if (!m_prefix.empty()) {
-        options.args.assign(m_prefix.begin() + 1, m_prefix.end());
-        options.args.push_back(program);
-        program = m_prefix.front();
-    }
-    options.args.insert(options.args.end(), arguments.begin(), arguments.end());
-    String error;
-    m_process = corekit::Process::Start(program, options, &error);
-    ASSERT_TRUE(m_process) << error;
-}
-
-void Program::KillAlone() {
-    ASSERT_TRUE(m_process);
-    ::kill(m_process->Pid(), SIGKILL);
-    EXPECT_EQ(m_process->Wait(10'000), -SIGKILL) << m_name;
-}
-
-std::optional<int> Program::Stop(int timeoutMs) {
-    if (!m_process)
-        return std::nullopt;
-    ::kill(m_process->Pid(), SIGTERM);
-    return m_process->Wait(timeoutMs);
-}
-
-String Program::Output() const {
-    Path const path = m_home / (m_name + ".output");
-    return path.Exists() ? File::Read(path) : String();
-}
-
-String Program::Log() const {
-    Path const path = m_home / "machine" / m_name / "History.log";
-    return path.Exists() ? File::Read(path) : String();
-}
 
 FarmFixture::FarmFixture()
     : m_home("VORLAN_HOME", m_folder.Folder().c_str()),
@@ -90,14 +22,12 @@ FarmFixture::~FarmFixture() {
     EXPECT_TRUE(m_guard.End()) << "processes of the test are still there";
 }
 
-unsigned short FarmFixture::MasterPort() const { return MasterFinder::LocalPort(); }
-
 void FarmFixture::StartMaster() {
     Path const port = MasterFinder::PortFile();
     if (port.Exists())
         File::Delete(port);
     ASSERT_NO_FATAL_FAILURE(m_master.Start());
-    ASSERT_TRUE(WaitUntil([&] { return port.Exists() || !m_master.Running(); }, k_StartMs));
+    ASSERT_TRUE(WaitFor([&] { return port.Exists() || !m_master.Running(); }, k_StartMs));
     ASSERT_TRUE(m_master.Running());
 }
 
@@ -105,7 +35,7 @@ void FarmFixture::StartEngine() {
     ASSERT_NO_FATAL_FAILURE(m_engine.Start());
     auto const farm = Connect();
     ASSERT_TRUE(farm);
-    ASSERT_TRUE(WaitUntil(
+    ASSERT_TRUE(WaitFor(
         [&] {
             farm->LoadEngines();
             auto const& engines = farm->View().Engines();
@@ -116,7 +46,7 @@ void FarmFixture::StartEngine() {
 
 std::unique_ptr<cli::Farm> FarmFixture::Connect() const {
     std::unique_ptr<cli::Farm> farm;
-    WaitUntil(
+    WaitFor(
         [&] {
             try {
                 farm = std::make_unique<cli::Farm>([] { return cli::ConnectToMaster({}); });
@@ -130,22 +60,25 @@ std::unique_ptr<cli::Farm> FarmFixture::Connect() const {
     return farm;
 }
 
-boost::shared_ptr<Job> FarmFixture::CommandJob(String const& name, String const& commandLine,
-                                               String const& range) const {
+boost::shared_ptr<Job> FarmFixture::Submit(String const& name, String const& commandLine, String const& range,
+                                           OptionMap const& values) const {
+    auto const farm = Connect();
     auto const product = JobFactory::s_JobFactory->FindProduct("Command");
-    if (!product)
-        throw std::runtime_error("connect first: the Products come from the Master");
+    if (!farm || !product)
+        throw std::runtime_error("no Master, or it has no Product \"Command\"");
     auto job = JobFactory::s_JobFactory->CreateJob(product->Type());
     job->SetName(name);
     job->Set("CommandLine", commandLine);
     job->Set(p_Range, range);
+    for (auto const& [key, value] : values)
+        job->Set(key, value);
+    farm->Do(JobMsg::Create(job));
     return job;
 }
 
-boost::shared_ptr<Job> FarmFixture::CountingJob(String const& range, String const& seconds) const {
-    auto job = CommandJob("counting", "sleep " + seconds + "; echo $(First) >>" + (Home() / "frames"), range);
-    job->Set("Shell", k_Yes);
-    return job;
+boost::shared_ptr<Job> FarmFixture::SubmitCounting(String const& range, String const& seconds, OptionMap values) const {
+    values["Shell"] = k_Yes;
+    return Submit("counting", "sleep " + seconds + "; echo $(First) >>" + (Home() / "frames"), range, values);
 }
 
 std::map<int, int> FarmFixture::CountedFrames() const {
@@ -159,7 +92,7 @@ std::map<int, int> FarmFixture::CountedFrames() const {
 int FarmFixture::WaitForEnd(UID const& id, int timeoutMs) const {
     int status = Queued;
     std::unique_ptr<cli::Farm> farm;
-    WaitUntil(
+    WaitFor(
         [&] {
             try {
                 if (!farm)
@@ -214,8 +147,8 @@ std::vector<pid_t> FarmFixture::UnitProcesses() const {
 }
 
 std::unique_ptr<corekit::Process> FarmFixture::StartVorlan(std::vector<String> const& arguments) const {
-    UniqueFd const out = OpenFile(Home() / "vorlan.out", O_WRONLY | O_CREAT | O_TRUNC);
-    UniqueFd const err = OpenFile(Home() / "vorlan.err", O_WRONLY | O_CREAT | O_TRUNC);
+    UniqueFd const out = OpenFile(Home() / "vorlan.out", O_TRUNC);
+    UniqueFd const err = OpenFile(Home() / "vorlan.err", O_TRUNC);
     ProcessOptions options;
     options.args = {arguments.begin(), arguments.end()};
     options.env["VORLAN_HOME"] = Home();
@@ -226,10 +159,6 @@ std::unique_ptr<corekit::Process> FarmFixture::StartVorlan(std::vector<String> c
     EXPECT_TRUE(process) << error;
     return process;
 }
-
-String FarmFixture::VorlanOutput() const { return File::Read(Home() / "vorlan.out"); }
-
-String FarmFixture::VorlanErrors() const { return File::Read(Home() / "vorlan.err"); }
 
 FarmFixture::Ran FarmFixture::Vorlan(std::vector<String> const& arguments, int timeoutMs) const {
     auto const process = StartVorlan(arguments);

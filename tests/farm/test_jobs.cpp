@@ -1,22 +1,17 @@
 // Jobs of real Products, from the command line to the files they make.
 #include "farm/farm.h"
 
-#include <vorlan/keys.h>
-
 namespace vorlan::farmtest {
 
 using nlohmann::json;
 using testing::HasSubstr;
 
-class FarmJobs : public FarmFixture {
-protected:
+struct FarmJobs : FarmFixture {
     void SetUp() override { ASSERT_NO_FATAL_FAILURE(StartFarm()); }
 };
 
 TEST_F(FarmJobs, ACommandRunsOnceForEachFrame) {
-    auto const farm = Connect();
-    auto const job = CountingJob("1-50");
-    Submit(*farm, job);
+    auto const job = SubmitCounting("1-50");
     EXPECT_EQ(WaitForEnd(job->id), Finished);
     ExpectEachFrameFinishedOnce(job->id, 50);
     auto const counted = CountedFrames();
@@ -36,7 +31,6 @@ TEST_F(FarmJobs, TheCommandLineSubmitsWaitsAndShows) {
     auto const waited = Vorlan({"wait", "--progress", "--timeout", "2m", id});
     EXPECT_EQ(waited.code, 0) << waited.err;
     EXPECT_THAT(waited.err, HasSubstr("Hello: 100 %"));
-
     auto const log = Vorlan({"log", "Hello", "--frame", "4"});
     EXPECT_EQ(log.code, 0) << log.err;
     EXPECT_THAT(log.out, HasSubstr("\nthis is 3 of 3-4\n"));
@@ -50,15 +44,12 @@ TEST_F(FarmJobs, TheCommandLineSubmitsWaitsAndShows) {
 }
 
 TEST_F(FarmJobs, RunningWorkIsStoppedAndCanceled) {
-    auto const farm = Connect();
-    auto const job = CommandJob("Long", "echo begun; exec sleep 1000", "1");
-    job->Set("Shell", k_Yes);
-    Submit(*farm, job);
-    ASSERT_TRUE(WaitUntil([&] { return UnitProcesses().size() == 1; }, k_JobMs));
-    ASSERT_TRUE(WaitUntil([&] { return Vorlan({"log", "Long"}).out.find("\nbegun\n") != std::string::npos; }, k_JobMs));
+    auto const job = Submit("Long", "echo begun; exec sleep 1000", "1", {{"Shell", k_Yes}});
+    ASSERT_TRUE(WaitFor([&] { return UnitProcesses().size() == 1; }, k_JobMs));
+    ASSERT_TRUE(WaitFor([&] { return Vorlan({"log", "Long"}).out.find("\nbegun\n") != std::string::npos; }, k_JobMs));
     pid_t const first = UnitProcesses().front();
     EXPECT_EQ(Vorlan({"stop", "Long", "--requeue"}).code, 0);
-    ASSERT_TRUE(WaitUntil(
+    ASSERT_TRUE(WaitFor(
         [&] {
             auto const now = UnitProcesses();
             return now.size() == 1 && now.front() != first;
@@ -68,20 +59,17 @@ TEST_F(FarmJobs, RunningWorkIsStoppedAndCanceled) {
     EXPECT_EQ(Vorlan({"wait", "Long", "--timeout", "0.2"}).code, 4);
     EXPECT_EQ(Vorlan({"stop", "Long", "--permanently"}).code, 0);
     EXPECT_EQ(Vorlan({"wait", "Long", "--timeout", "1m"}).code, 1);
-    EXPECT_TRUE(WaitUntil([&] { return UnitProcesses().empty(); }, 10'000));
+    EXPECT_TRUE(WaitFor([&] { return UnitProcesses().empty(); }, 10'000));
     EXPECT_EQ(WaitForEnd(job->id), UserCanceled);
 }
 
 TEST_F(FarmJobs, OutputIsFollowedWhileItIsWritten) {
-    auto const farm = Connect();
     // It goes on when the test has seen its first line.
-    auto const job =
-        CommandJob("Talk", "echo first; while [ ! -e " + (Home() / "go") + " ]; do sleep 0.02; done; echo last", "7");
-    job->Set("Shell", k_Yes);
-    Submit(*farm, job);
+    Submit("Talk", "echo first; while [ ! -e " + (Home() / "go") + " ]; do sleep 0.02; done; echo last", "7",
+           {{"Shell", k_Yes}});
     auto const log = StartVorlan({"log", "--follow", "Talk"});
     ASSERT_TRUE(log);
-    EXPECT_TRUE(WaitUntil([&] { return VorlanOutput().Contains("[7] first\n"); }, k_JobMs));
+    EXPECT_TRUE(WaitFor([&] { return VorlanOutput().Contains("[7] first\n"); }, k_JobMs));
     EXPECT_FALSE(VorlanOutput().Contains("[7] last\n"));
     File::WriteWhole(Home() / "go", "");
     EXPECT_EQ(log->Wait(k_JobMs), 0);
@@ -89,16 +77,13 @@ TEST_F(FarmJobs, OutputIsFollowedWhileItIsWritten) {
 }
 
 TEST_F(FarmJobs, AnInterruptEndsTheCommandAtOnce) {
-    auto const farm = Connect();
-    auto const job = CommandJob("Long", "sleep 1000", "1");
-    Submit(*farm, job);
-    for (std::vector<String> const& arguments :
-         {std::vector<String>{"wait", "Long"}, std::vector<String>{"log", "--follow", "Long"}}) {
+    Submit("Long", "sleep 1000", "1");
+    for (auto const& arguments : std::vector<std::vector<String>>{{"wait", "Long"}, {"log", "--follow", "Long"}}) {
         auto const process = StartVorlan(arguments);
         ASSERT_TRUE(process);
         String const begun = "process " + String::From(process->Pid());
         Path const history = Home() / "user/vorlan/History.log";
-        EXPECT_TRUE(WaitUntil([&] { return history.Exists() && File::Read(history).Contains(begun); }, k_StartMs));
+        EXPECT_TRUE(WaitFor([&] { return TextOf(history).Contains(begun); }, k_StartMs));
         ::kill(process->Pid(), SIGINT);
         EXPECT_EQ(process->Wait(2'000), 130);
     }
@@ -106,26 +91,20 @@ TEST_F(FarmJobs, AnInterruptEndsTheCommandAtOnce) {
 }
 
 TEST_F(FarmJobs, PausedJobsWaitAndPriorityDecides) {
-    auto const farm = Connect();
-    auto const paused = CountingJob("1-3");
-    paused->SetName("Paused");
-    paused->SetStatus(Paused);
-    Submit(*farm, paused);
-    auto const other = CommandJob("Other", "true", "1-20");
-    Submit(*farm, other);
+    auto const paused = SubmitCounting("1-3", "0", {{p_Name, "Paused"}, {p_Status, String::From(int{Paused})}});
+    auto const other = Submit("Other", "true", "1-20");
     EXPECT_EQ(WaitForEnd(other->id), Finished);
     EXPECT_TRUE(CountedFrames().empty());
     EXPECT_EQ(Vorlan({"priority", "Paused", "90"}).code, 0);
     EXPECT_EQ(Vorlan({"resume", "Paused"}).code, 0);
     EXPECT_EQ(WaitForEnd(paused->id), Finished);
+    auto const farm = Connect();
     farm->LoadJobs();
     EXPECT_EQ(farm->View().FindJob(paused->id)->Priority(), 90);
 }
 
 TEST_F(FarmJobs, AProgramThatIsNotThereIsNamedInTheHistory) {
-    auto const farm = Connect();
-    auto const job = CommandJob("Missing", "no-such-renderer --frame $(First)", "1");
-    Submit(*farm, job);
+    auto const job = Submit("Missing", "no-such-renderer --frame $(First)", "1");
     EXPECT_EQ(WaitForEnd(job->id), Failed);
     JobHistory const history = HistoryOf(job->id);
     WorkHistory const& work = history["1"];

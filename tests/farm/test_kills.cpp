@@ -1,12 +1,9 @@
 // Programs that die at any moment: nothing is lost, nothing is done twice.
 #include "farm/farm.h"
 
-#include <vorlan/keys.h>
-
 namespace vorlan::farmtest {
 
-class FarmKills : public FarmFixture {
-protected:
+struct FarmKills : FarmFixture {
     void SetUp() override { ASSERT_NO_FATAL_FAILURE(StartFarm()); }
 
     // The one of the environment, to see a failure again, or a new one.
@@ -17,7 +14,6 @@ protected:
         return seed;
     }
     size_t FramesRun() const { return CountedFrames().size(); }
-
     enum class Victim { Master, Engine, Both };
     void KillAndRestart(Victim victim) {
         if (victim != Victim::Engine)
@@ -37,18 +33,12 @@ TEST_F(FarmKills, NoFrameIsLostOrDoneTwice) {
     unsigned const seed = Seed();
     SCOPED_TRACE("VORLAN_TEST_SEED=" + std::to_string(seed));
     std::mt19937 random(seed);
-    auto const job = [&] {
-        auto const farm = Connect();
-        auto made = CountingJob("1-" + String::From(k_Frames), "0.02");
-        // Neither Engine nor Job is given up because of what is done to them here.
-        made->Set(p_FailureLimit, "0");
-        Submit(*farm, made);
-        return made;
-    }();
+    // Neither Engine nor Job is given up because of what is done to them here.
+    auto const job = SubmitCounting("1-" + String::From(k_Frames), "0.02", {{p_FailureLimit, "0"}});
     for (int kill = 1; kill <= k_Kills; ++kill) {
         // Some frames of each life, and a moment that nobody chose.
         size_t const frames = static_cast<size_t>(kill * (k_Frames - 20) / k_Kills);
-        if (!WaitUntil([&] { return FramesRun() >= frames; }, k_JobMs, 1 + static_cast<int>(random() % 40)))
+        if (!WaitFor([&] { return FramesRun() >= frames; }, k_JobMs, 1 + static_cast<int>(random() % 40)))
             break;
         auto const victim = static_cast<Victim>(random() % 3);
         SCOPED_TRACE("kill " + std::to_string(kill) + " of " + std::to_string(static_cast<int>(victim)));
@@ -57,32 +47,24 @@ TEST_F(FarmKills, NoFrameIsLostOrDoneTwice) {
     EXPECT_EQ(WaitForEnd(job->id), Finished);
     ExpectEachFrameFinishedOnce(job->id, k_Frames);
     EXPECT_EQ(FramesRun(), static_cast<size_t>(k_Frames));
-    EXPECT_TRUE(WaitUntil([&] { return UnitProcesses().empty(); }, 10'000));
+    EXPECT_TRUE(WaitFor([&] { return UnitProcesses().empty(); }, 10'000));
 }
 
 // Also what has left its group and session.
 TEST_F(FarmKills, AKilledEngineLeavesNoUnitBehind) {
-    auto const farm = Connect();
-    auto const job = CommandJob("Long", "setsid sleep 1000 & sleep 1000 & sleep 1000", "1-2");
-    job->Set("Shell", k_Yes);
-    Submit(*farm, job);
-    ASSERT_TRUE(WaitUntil([&] { return UnitProcesses().size() >= 4; }, k_JobMs));
+    Submit("Long", "setsid sleep 1000 & sleep 1000 & sleep 1000", "1-2", {{"Shell", k_Yes}});
+    ASSERT_TRUE(WaitFor([&] { return UnitProcesses().size() >= 4; }, k_JobMs));
     Engine().KillAlone();
-    EXPECT_TRUE(WaitUntil([&] { return UnitProcesses().empty(); }, 1'000))
+    EXPECT_TRUE(WaitFor([&] { return UnitProcesses().empty(); }, 1'000))
         << UnitProcesses().size() << " processes are alive a second after the Engine";
 }
 
 TEST_F(FarmKills, WorkGoesOnWithoutAMaster) {
-    auto const job = [&] {
-        auto const farm = Connect();
-        auto made = CountingJob("1-2", "0.5");
-        Submit(*farm, made);
-        return made;
-    }();
-    ASSERT_TRUE(WaitUntil([&] { return !UnitProcesses().empty(); }, k_JobMs));
+    auto const job = SubmitCounting("1-2", "0.5");
+    ASSERT_TRUE(WaitFor([&] { return !UnitProcesses().empty(); }, k_JobMs));
     Master().KillAlone();
     // What ran ends as it should, while nobody listens.
-    ASSERT_TRUE(WaitUntil([&] { return FramesRun() > 0 && UnitProcesses().empty(); }, k_JobMs));
+    ASSERT_TRUE(WaitFor([&] { return FramesRun() > 0 && UnitProcesses().empty(); }, k_JobMs));
     size_t const done = FramesRun();
     Master().Start();
     EXPECT_EQ(WaitForEnd(job->id), Finished);
@@ -93,16 +75,11 @@ TEST_F(FarmKills, WorkGoesOnWithoutAMaster) {
 }
 
 TEST_F(FarmKills, WaitingOutlivesTheMaster) {
-    auto const job = [&] {
-        auto const farm = Connect();
-        auto made = CountingJob("1-12", "0.3");
-        Submit(*farm, made);
-        return made;
-    }();
+    auto const job = SubmitCounting("1-12", "0.3");
     auto const waiter = StartVorlan({"wait", "--progress", "--timeout", "2m", job->id.ToString()});
     ASSERT_TRUE(waiter);
     // It waits for the Job, and no longer for the connection.
-    ASSERT_TRUE(WaitUntil([&] { return FramesRun() >= 2 && VorlanErrors().Contains("counting: "); }, k_JobMs));
+    ASSERT_TRUE(WaitFor([&] { return FramesRun() >= 2 && VorlanErrors().Contains("counting: "); }, k_JobMs));
     Master().KillAlone();
     Master().Start();
     EXPECT_EQ(waiter->Wait(k_JobMs), 0) << VorlanErrors();

@@ -8,14 +8,12 @@
 
 #include <corekit/filelock.h>
 #include <vorlan/components.h>
-#include <vorlan/version.h>
 #include <vorlan/vorlanapp.h>
 
 namespace vorlan::farmtest::test_startup {
 
 // The real one, as if connected to a Master on another machine.
-class ElsewhereServed : public Outside {
-public:
+struct ElsewhereServed : Outside {
     ElsewhereServed() { Set(this); }
     ~ElsewhereServed() override { Set(nullptr); }
     void Send(boost::shared_ptr<Message> const&) override {}
@@ -33,7 +31,6 @@ protected:
         Components::StopAndWait(k_ComponentEngine);
         Components::WaitForStops();
     }
-
     static void TheMasterSays(int engine) {
         auto message = MasterDefaultStartupMsg::New();
         message->components[k_ComponentEngine] = engine;
@@ -51,7 +48,7 @@ protected:
         return held ? process : 0;
     }
     static bool WaitForEngine() {
-        return WaitUntil([] { return EngineProcess() != 0; }, k_StartMs);
+        return WaitFor([] { return EngineProcess() != 0; }, k_StartMs);
     }
 
 private:
@@ -70,7 +67,6 @@ TEST_F(StartupFarm, TheMasterStartsLeavesAndStopsTheEngine) {
     TheMasterSays(k_StartAndStop);
     TheClientEnds();
     EXPECT_EQ(EngineProcess(), 0);
-
     TheMasterSays(k_StartAndLeave);
     ASSERT_TRUE(WaitForEngine());
     TheMasterSays(k_StartNot);

@@ -3,61 +3,39 @@
 
 #include "cli/exitcode.h"
 #include "cli/masterlink.h"
+#include "vorlan/net/channel.h"
 
-#include <arpa/inet.h>
 #include <corekit/runcommand.h>
-#include <corekit/uniquefd.h>
-#include <sys/socket.h>
 #include <vorlan/farmkey.h>
-#include <vorlan/keys.h>
 
 namespace vorlan::farmtest {
 
 using testing::HasSubstr;
 
-class FarmTrouble : public FarmFixture {
-protected:
+struct FarmTrouble : FarmFixture {
     // A small Job works from submission to end.
     void ExpectFarmWorks() {
-        auto const farm = Connect();
-        ASSERT_TRUE(farm);
-        auto const job = CommandJob("Sound", "true", "1-5");
-        Submit(*farm, job);
+        auto const job = Submit("Sound", "true", "1-5");
         EXPECT_EQ(WaitForEnd(job->id), Finished);
         ExpectEachFrameFinishedOnce(job->id, 5);
     }
-
     static size_t CountLines(String const& log, char const* part) {
         size_t count = 0;
         for (size_t at = log.Find(part); at != String::npos; at = log.Find(part, at + 1))
             ++count;
         return count;
     }
-
     unsigned short EnginePort() {
         auto const farm = Connect();
         farm->LoadEngines();
         return farm->View().Engines().empty() ? static_cast<unsigned short>(0)
                                               : farm->View().Engines().begin()->second.InfoPeer().Port();
     }
-
-    static corekit::UniqueFd ConnectSocket(unsigned short port) {
-        corekit::UniqueFd fd(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(port);
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        timeval const limit{5, 0};
-        ::setsockopt(fd.Get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
-        if (::connect(fd.Get(), reinterpret_cast<sockaddr const*>(&address), sizeof address) != 0)
-            fd.Reset();
-        return fd;
-    }
 };
 
 TEST_F(FarmTrouble, AStrangerWithAnotherKeyGetsNothing) {
     ASSERT_NO_FATAL_FAILURE(StartFarm());
-    String const host = "127.0.0.1:" + String::From(MasterPort());
+    String const host = "127.0.0.1:" + String::From(MasterFinder::LocalPort());
     String const ownKey = FarmKey::Load(File::GetMachineDir()).Text();
     {
         corekit::TempFolder other;
@@ -72,7 +50,7 @@ TEST_F(FarmTrouble, AStrangerWithAnotherKeyGetsNothing) {
             EXPECT_THAT(exception.Message().Str(), HasSubstr(host.Str()));
         }
     }
-    EXPECT_TRUE(WaitUntil([&] { return CountLines(Master().Log(), "farm's key") > 0; }, 10'000))
+    EXPECT_TRUE(WaitFor([&] { return CountLines(Master().Log(), "farm's key") > 0; }, 10'000))
         << "the Master says nothing of it";
     EXPECT_FALSE(Master().Log().Contains(ownKey.LeftLast("-")));
     ExpectFarmWorks();
@@ -86,14 +64,11 @@ TEST_F(FarmTrouble, AnotherMachineJoinsTheFarm) {
     Program engine("VorlanEngine", other.Folder());
     engine.Start(); // before there is a key
     FarmKey::FromText(line).Join(File::GetMachineDir());
-    unsigned short const port = [&] {
-        corekit::EnvironmentValue const first("VORLAN_HOME", Home().c_str());
-        return MasterPort();
-    }();
-    File::WriteWhole(other / "Connection.ini", "[Master]\nPeer = 127.0.0.1:" + String::From(port) + "\n");
     corekit::EnvironmentValue const back("VORLAN_HOME", Home().c_str());
+    File::WriteWhole(other / "Connection.ini",
+                     "[Master]\nPeer = 127.0.0.1:" + String::From(MasterFinder::LocalPort()) + "\n");
     auto const farm = Connect();
-    EXPECT_TRUE(WaitUntil(
+    EXPECT_TRUE(WaitFor(
         [&] {
             farm->LoadEngines();
             return farm->View().Engines().size() == 2;
@@ -106,30 +81,23 @@ TEST_F(FarmTrouble, AnotherMachineJoinsTheFarm) {
 TEST_F(FarmTrouble, GarbageOnEveryPort) {
     ASSERT_NO_FATAL_FAILURE(StartFarm());
     std::mt19937 random(20'26);
-    for (unsigned short const port : {MasterPort(), EnginePort()}) {
+    net::asio::io_context context;
+    for (unsigned short const port : {MasterFinder::LocalPort(), EnginePort()}) {
         ASSERT_NE(port, 0);
-        std::vector<corekit::UniqueFd> held;
+        std::vector<net::asio::ip::tcp::socket> held;
         for (int round = 0; round < 60; ++round) {
-            corekit::UniqueFd fd = ConnectSocket(port);
-            ASSERT_TRUE(fd) << "port " << port << ", round " << round;
-            std::string bytes;
-            switch (round % 4) {
-            case 0:
-                bytes = "GET / HTTP/1.1\r\nHost: farm\r\n\r\n";
-                break;
-            case 1:
-                bytes = std::string("\x16\x03\x01\xff\xff\x01\x00\xff", 8);
-                break; // a record that never ends
-            case 2:
-                bytes = std::string(4, '\xff');
-                break;
-            default:
-                for (unsigned i = 0; i < random() % 5'000; ++i)
-                    bytes += static_cast<char>(random());
-            }
-            (void)!::send(fd.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+            net::asio::ip::tcp::socket socket(context);
+            socket.connect({net::asio::ip::address_v4::loopback(), port});
+            std::string noise(random() % 5'000, ' ');
+            std::generate(noise.begin(), noise.end(), [&] { return static_cast<char>(random()); });
+            std::string const openings[] = {
+                "GET / HTTP/1.1\r\nHost: farm\r\n\r\n",
+                std::string("\x16\x03\x01\xff\xff\x01\x00\xff", 8), // a record without an end
+                std::string(4, '\xff'), noise};
+            net::error_code ignored;
+            socket.send(net::asio::buffer(openings[round % 4]), 0, ignored);
             if (round % 3 == 0)
-                held.push_back(std::move(fd)); // says nothing more, and stays
+                held.push_back(std::move(socket)); // says nothing more, and stays
         }
         ExpectFarmWorks();
     }
@@ -137,42 +105,38 @@ TEST_F(FarmTrouble, GarbageOnEveryPort) {
     EXPECT_TRUE(Engine().Running());
 }
 
-TEST_F(FarmTrouble, ATruncatedStoreIsOneLineAndTheFarmGoesOn) {
+TEST_F(FarmTrouble, ADamagedStoreIsOneLineAndTheFarmGoesOn) {
     ASSERT_NO_FATAL_FAILURE(StartFarm());
     ExpectFarmWorks();
-    ASSERT_EQ(Master().Stop(), 0);
     Path const store = Home() / "machine/VorlanMaster/farm.db";
-    ASSERT_GT(File::Size(store), 8'192);
-    std::filesystem::resize_file(store.Native(), static_cast<uintmax_t>(File::Size(store) / 2));
-    ASSERT_NO_FATAL_FAILURE(StartMaster());
-    ExpectFarmWorks();
-    EXPECT_EQ(CountLines(Master().Log(), " Error"), 1U) << Master().Log();
-    EXPECT_THAT(Master().Log().Str(), HasSubstr("damaged"));
-}
-
-TEST_F(FarmTrouble, AFileThatIsNoStoreIsPutAside) {
-    File::MakeFolder(Home() / "machine/VorlanMaster");
-    File::WriteWhole(Home() / "machine/VorlanMaster/farm.db", std::string(50'000, 'x'));
-    ASSERT_NO_FATAL_FAILURE(StartFarm());
-    ExpectFarmWorks();
-    EXPECT_EQ(CountLines(Master().Log(), " Error"), 1U) << Master().Log();
+    size_t errors = 0;
+    for (bool const isTruncated : {true, false}) {
+        ASSERT_EQ(Master().Stop(), 0);
+        ASSERT_GT(File::Size(store), 8'192);
+        if (isTruncated)
+            std::filesystem::resize_file(store.Native(), static_cast<uintmax_t>(File::Size(store) / 2));
+        else
+            File::WriteWhole(store, std::string(50'000, 'x'));
+        ASSERT_NO_FATAL_FAILURE(StartMaster());
+        ExpectFarmWorks();
+        EXPECT_EQ(CountLines(Master().Log(), " Error"), ++errors) << Master().Log();
+        EXPECT_EQ(CountLines(Master().Log(), "damaged"), errors);
+    }
 }
 
 TEST_F(FarmTrouble, EachProgramEndsWhenAsked) {
     ASSERT_NO_FATAL_FAILURE(StartFarm());
-    auto const farm = Connect();
-    auto const job = CommandJob("Long", "sleep 1000", "1-2");
-    Submit(*farm, job);
-    ASSERT_TRUE(WaitUntil([&] { return UnitProcesses().size() == 2; }, k_JobMs));
+    Submit("Long", "sleep 1000", "1-2");
+    ASSERT_TRUE(WaitFor([&] { return UnitProcesses().size() == 2; }, k_JobMs));
     EXPECT_EQ(Engine().Stop(), 0);
     EXPECT_TRUE(UnitProcesses().empty());
     EXPECT_EQ(Master().Stop(), 0);
-    EXPECT_TRUE(WaitUntil([&] { return Processes().empty(); }, 2'000));
+    EXPECT_TRUE(WaitFor([&] { return Processes().empty(); }, 2'000));
     EXPECT_EQ(Master().Output(), "");
     EXPECT_EQ(Engine().Output(), "");
     // What was cut off is done when they are back.
     ASSERT_NO_FATAL_FAILURE(StartFarm());
-    EXPECT_TRUE(WaitUntil([&] { return UnitProcesses().size() == 2; }, k_JobMs));
+    EXPECT_TRUE(WaitFor([&] { return UnitProcesses().size() == 2; }, k_JobMs));
 }
 
 // Wherever in its start the signal finds it: before there is a handler it ends by the
@@ -188,7 +152,7 @@ TEST_F(FarmTrouble, AProgramThatIsStoppedWhileItStartsEnds) {
             EXPECT_THAT(*code, testing::AnyOf(0, -SIGTERM)) << name << " after " << delayMs << " ms";
         }
     }
-    EXPECT_TRUE(WaitUntil([&] { return Processes().empty(); }, 2'000));
+    EXPECT_TRUE(WaitFor([&] { return Processes().empty(); }, 2'000));
     ASSERT_NO_FATAL_FAILURE(StartFarm());
     ExpectFarmWorks();
 }
@@ -197,14 +161,14 @@ TEST_F(FarmTrouble, ASecondMasterOfAMachineSaysWhoIsThere) {
     ASSERT_NO_FATAL_FAILURE(StartMaster());
     Program second("VorlanMaster", Home());
     second.Start();
-    EXPECT_TRUE(WaitUntil([&] { return !second.Running(); }, k_StartMs));
+    EXPECT_TRUE(WaitFor([&] { return !second.Running(); }, k_StartMs));
     EXPECT_THAT(second.Output().Str(), HasSubstr(std::to_string(Master().Pid())));
     EXPECT_TRUE(Master().Running());
 }
 
 TEST_F(FarmTrouble, TheCommandLineSaysThatThereIsNoMaster) {
     ASSERT_NO_FATAL_FAILURE(StartMaster());
-    unsigned short const port = MasterPort();
+    unsigned short const port = MasterFinder::LocalPort();
     ASSERT_EQ(Master().Stop(), 0);
     auto const result = Vorlan({"jobs", "--master", "127.0.0.1:" + String::From(port)});
     EXPECT_EQ(result.code, 3);
@@ -217,19 +181,16 @@ TEST_F(FarmTrouble, WorksForAPlainUser) {
     if (::geteuid() != 0)
         GTEST_SKIP() << "this test runs as a plain user, and so have all the others";
     std::vector<String> const asNobody{"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
-    Program master("VorlanMaster", Home(), asNobody);
-    Program engine("VorlanEngine", Home(), asNobody);
+    Program master("VorlanMaster", Home());
+    Program engine("VorlanEngine", Home());
     std::filesystem::permissions(Home().Native(), std::filesystem::perms::all);
-    master.Start();
-    if (!WaitUntil([&] { return (Home() / "machine/VorlanMaster/port").Exists() || !master.Running(); }, k_StartMs) ||
+    master.Start(asNobody);
+    if (!WaitFor([&] { return (Home() / "machine/VorlanMaster/port").Exists() || !master.Running(); }, k_StartMs) ||
         (!master.Running() && master.Output().ContainsNoCase("denied")))
         GTEST_SKIP() << "a plain user may not start " << vorlan::k_BinDir;
     ASSERT_TRUE(master.Running()) << master.Output() << master.Log();
-    engine.Start();
-    auto const farm = Connect();
-    ASSERT_TRUE(farm);
-    auto const job = CommandJob("Who", "id -u", "1");
-    Submit(*farm, job);
+    engine.Start(asNobody);
+    auto const job = Submit("Who", "id -u", "1");
     EXPECT_EQ(WaitForEnd(job->id), Finished) << engine.Log();
     EXPECT_THAT(Vorlan({"log", "Who"}).out, HasSubstr("\n65534\n"));
     EXPECT_EQ(engine.Stop(), 0);
