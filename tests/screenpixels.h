@@ -4,10 +4,7 @@
 
 #include "wxtools.h"
 
-#include <wx/bitmap.h>
 #include <wx/dcclient.h>
-#include <wx/dcmemory.h>
-#include <wx/image.h>
 
 // The pixels that are on the screen now; nothing is drawn for it.
 inline wxImage ScreenPixels(wxWindow& window) {
@@ -18,6 +15,11 @@ inline wxImage ScreenPixels(wxWindow& window) {
     memory.Blit(wxPoint(0, 0), size, &screen, wxPoint(0, 0));
     memory.SelectObject(wxNullBitmap);
     return bitmap.ConvertToImage();
+}
+
+inline bool IsSame(wxImage const& one, wxImage const& other) {
+    size_t const bytes = static_cast<size_t>(one.GetWidth()) * static_cast<size_t>(one.GetHeight()) * 3;
+    return one.GetSize() == other.GetSize() && std::memcmp(one.GetData(), other.GetData(), bytes) == 0;
 }
 
 // Until nothing waits to be done or drawn.

@@ -5,12 +5,23 @@
 
 #include "test.h"
 
+#include <corekit/optionsfile.h>
 #include <wx/app.h>
+#include <wx/bitmap.h>
+#include <wx/dcmemory.h>
 #include <wx/frame.h>
+#include <wx/image.h>
 #include <wx/log.h>
+#include <wx/menu.h>
 #include <wx/sizer.h>
+#include <wx/statusbr.h>
+#include <wx/textctrl.h>
 #include <wx/uiaction.h>
 #include <wx/utils.h>
+#include <wx/wxtimed.h>
+#include <wx/wxvcolors.h>
+#include <wx/wxvoptions.h>
+#include <wx/wxvtext.h>
 
 // Everything that is waiting now.
 inline void Pump() { wxYield(); }
@@ -77,6 +88,12 @@ private:
     wxFrame* const m_frame;
 };
 
+// The options of the controls, empty and for one test.
+struct ControlOptions : corekit::OptionsFile {
+    ControlOptions() { wxvSetOptions(this); }
+    ~ControlOptions() { wxvSetOptions(nullptr); }
+};
+
 // Runs all tests inside the application's main loop. From within its OnRun.
 inline int RunTestsInMainLoop(wxApp& app) {
     app.SetExitOnFrameDelete(false);
@@ -89,8 +106,12 @@ inline int RunTestsInMainLoop(wxApp& app) {
     return result;
 }
 
-// The rest of main, after InitGoogleTest. A failed assertion of the toolkit fails the test.
+// Most of main. A failed assertion of the toolkit fails the test.
 inline int RunTestApp(int argc, char** argv, wxAppInitializerFunction makeApp) {
+    testing::InitGoogleTest(&argc, argv);
+    // The build asks for the names of the tests where there may be no display.
+    if (GTEST_FLAG_GET(list_tests))
+        return RUN_ALL_TESTS();
     wxSetAssertHandler(
         [](wxString const& file, int line, wxString const&, wxString const& condition, wxString const& text) {
             ADD_FAILURE_AT(static_cast<char const*>(file.utf8_str()), line)

@@ -2,12 +2,10 @@
 #include "wxtools.h"
 
 #include <corekit/threadpool.h>
-#include <wx/wxvcolors.h>
 
 namespace {
 
-class TestApp : public wxApp {
-public:
+struct TestApp : wxApp {
     bool OnInit() override {
         wxvApplyNativeStyle();
         return true;
@@ -20,14 +18,8 @@ public:
     }
 };
 
-wxAppConsole* CreateTestApp() { return new TestApp; }
-
 } // namespace
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    // The build asks for the names of the tests where there may be no display.
-    if (GTEST_FLAG_GET(list_tests))
-        return RUN_ALL_TESTS();
-    return RunTestApp(argc, argv, CreateTestApp);
+    return RunTestApp(argc, argv, []() -> wxAppConsole* { return new TestApp; });
 }

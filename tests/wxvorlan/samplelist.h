@@ -20,16 +20,14 @@ public:
             parent->Bind(type, [this, name = std::string(name)](wxListEvent& event) {
                 Hear(event, name + std::to_string(name.ends_with(' ') ? event.GetColumn() : event.GetIndex()));
             });
+        auto const count = [this](wxEvent& event) {
+            ++counts[event.GetEventType()];
+            event.Skip();
+        };
         for (auto const& type : {wxEVT_MOTION, wxEVT_LEFT_DOWN, wxEVT_LEFT_UP, wxEVT_LEFT_DCLICK, wxEVT_RIGHT_UP})
-            Bind(type, [this](wxMouseEvent& event) {
-                ++counts[event.GetEventType()];
-                event.Skip();
-            });
+            Bind(type, count);
         for (auto const& type : {wxEVT_KEY_DOWN, wxEVT_KEY_UP})
-            Bind(type, [this](wxKeyEvent& event) {
-                ++counts[event.GetEventType()];
-                event.Skip();
-            });
+            Bind(type, count);
     }
 
     // The rows' names are their numbers in words, of no account here.
@@ -80,8 +78,7 @@ private:
     int m_prepared = -1;
 };
 
-class SampleListTest : public WindowTest {
-protected:
+struct SampleListTest : WindowTest {
     explicit SampleListTest(long style = 0) : list(new SampleList(&Frame(), style)) {
         list->Fill(300);
         Show(list);

@@ -3,14 +3,10 @@
 #include "wxvorlan/lists/cellcanvas.h"
 #include "wxvorlan/lists/textcache.h"
 
-#include <wx/bitmap.h>
-#include <wx/dcmemory.h>
-#include <wx/image.h>
-
 namespace test_celltext {
 
 TEST(DrawableText, IsValidShortAndOnOneLine) {
-    std::pair<std::string, std::string> const cases[] = {
+    Rows<std::string, std::string> const cases = {
         {"plain", "plain"},
         {"", ""},
         {"a\nb\tc\x7F", "a b c "},
@@ -94,7 +90,6 @@ TEST_F(CellCanvasTest, TextStandsWhereItBelongs) {
         EXPECT_NEAR(middle.x + middle.width / 2, place.x + place.width / 2, 3);
         EXPECT_NEAR(left.y + left.height / 2, place.y + place.height / 2, 3);
         EXPECT_EQ(left.width, right.width);
-
         wxRect const cut = Drawn(*canvas, Frame(), endless, place, Align::Left);
         EXPECT_GE(cut.x, place.x);
         EXPECT_LE(cut.GetRight(), place.GetRight() + 1);

@@ -1,18 +1,15 @@
 // The styled controls under mouse and keyboard, on the screen.
 #include "wxtools.h"
 
-#include <corekit/optionsfile.h>
 #include <wx/modalhook.h>
 #include <wx/panel.h>
 #include <wx/slider.h>
 #include <wx/weakref.h>
 #include <wx/wxvbutton.h>
 #include <wx/wxvchoice.h>
-#include <wx/wxvcolors.h>
 #include <wx/wxvdatetimectrl.h>
 #include <wx/wxvnotebook.h>
 #include <wx/wxvnumberselector.h>
-#include <wx/wxvoptions.h>
 #include <wx/wxvorlandlg.h>
 #include <wx/wxvorlanframe.h>
 #include <wx/wxvrhythm.h>
@@ -40,8 +37,7 @@ private:
     int m_count = 0;
 };
 
-class ControlTest : public WindowTest {
-protected:
+struct ControlTest : WindowTest {
     ControlTest() : page(new wxPanel(&Frame())) {}
     // Puts the control on the page and gives it the focus; composites have it inside.
     void Put(wxWindow* control, wxWindow* focused) {
@@ -50,7 +46,6 @@ protected:
         Show();
         Focus(focused);
     }
-
     wxPanel* const page;
 };
 
@@ -74,8 +69,7 @@ private:
     int const m_button;
 };
 
-class NotebookTest : public WindowTest {
-protected:
+struct NotebookTest : WindowTest {
     NotebookTest() : WindowTest(wxSize(400, 300)), book(new wxvNotebook(&Frame(), 2000, "Views")) {}
     void Add(std::initializer_list<char const*> names) {
         for (char const* name : names)
@@ -83,7 +77,6 @@ protected:
         Show();
     }
     std::vector<size_t> Order() const { return book->TabOrder(); }
-
     wxvNotebook* const book;
 };
 
@@ -92,23 +85,19 @@ using Indices = std::vector<size_t>;
 TEST_F(NotebookTest, AnOrderOfTabsIsKeptAndAnyTextIsRead) {
     Add({"A", "B", "C", "D"});
     book->SetSelection(2);
-    struct Case {
-        char const* text;
-        Indices order;
-    } const cases[] = {
-        {"tabs=2,0,3,1", {2, 0, 3, 1}},
-        {"tabs=0,1,2,3", {0, 1, 2, 3}},
-        {"tabs=3", {3, 0, 1, 2}},
-        {"tabs=0,1,2,3", {0, 1, 2, 3}},
-        {"tabs=9,3,3,x,-1,1", {3, 1, 0, 2}},
-        {"tabs=", {3, 1, 0, 2}},
-        {"layout2|name", {3, 1, 0, 2}},
-        {"", {3, 1, 0, 2}},
-        {"tabs=99999999999999999999999,2", {2, 3, 1, 0}},
-    };
-    for (Case const& c : cases) {
-        book->LoadPerspective(c.text);
-        EXPECT_EQ(Order(), c.order) << c.text;
+    for (auto const& [text, order] : Rows<char const*, Indices>{
+             {"tabs=2,0,3,1", {2, 0, 3, 1}},
+             {"tabs=0,1,2,3", {0, 1, 2, 3}},
+             {"tabs=3", {3, 0, 1, 2}},
+             {"tabs=0,1,2,3", {0, 1, 2, 3}},
+             {"tabs=9,3,3,x,-1,1", {3, 1, 0, 2}},
+             {"tabs=", {3, 1, 0, 2}},
+             {"layout2|name", {3, 1, 0, 2}},
+             {"", {3, 1, 0, 2}},
+             {"tabs=99999999999999999999999,2", {2, 3, 1, 0}},
+         }) {
+        book->LoadPerspective(text);
+        EXPECT_EQ(Order(), order) << text;
         EXPECT_EQ(book->GetSelection(), 2) << "the page keeps its index";
     }
     EXPECT_EQ(book->SavePerspective(), "tabs=2,3,1,0");
@@ -121,9 +110,7 @@ TEST_F(NotebookTest, AnOrderOfTabsIsKeptAndAnyTextIsRead) {
 }
 
 TEST_F(NotebookTest, TheLayoutStandsInTheOptionsUnderTheNameOfTheBook) {
-    corekit::TempFolder const folder;
-    corekit::OptionsFile options(folder.Folder() + "/Options.ini");
-    wxvSetOptions(&options);
+    ControlOptions options;
     Add({"A", "B", "C"});
     book->LoadPerspective("tabs=2,1,0");
     book->SaveLayout();
@@ -135,7 +122,6 @@ TEST_F(NotebookTest, TheLayoutStandsInTheOptionsUnderTheNameOfTheBook) {
     nameless->AddPage(new wxPanel(nameless), "X");
     nameless->SaveLayout();
     EXPECT_EQ(options.GetValue("Window", " Layout", "none"), "none");
-    wxvSetOptions(nullptr);
 }
 
 TEST_F(NotebookTest, TheKeyboardGoesRoundInTheOrderOfTheTabs) {
@@ -143,14 +129,12 @@ TEST_F(NotebookTest, TheKeyboardGoesRoundInTheOrderOfTheTabs) {
     auto* const field = new wxvTextCtrl(book->GetPage(0), wxID_ANY);
     book->LoadPerspective("tabs=0,2,1");
     Focus(field);
-    struct Case {
-        int key, modifiers, selected;
-    } const cases[] = {{WXK_TAB, wxMOD_CONTROL, 2},    {WXK_TAB, wxMOD_CONTROL, 1},
-                       {WXK_TAB, wxMOD_CONTROL, 0},    {WXK_TAB, wxMOD_CONTROL | wxMOD_SHIFT, 1},
-                       {WXK_PAGEUP, wxMOD_CONTROL, 2}, {WXK_PAGEDOWN, wxMOD_CONTROL, 1}};
-    for (Case const& c : cases) {
-        Press(c.key, c.modifiers);
-        EXPECT_TRUE(PumpUntil([&] { return book->GetSelection() == c.selected; })) << c.selected;
+    Rows<int, int, int> const cases = {{WXK_TAB, wxMOD_CONTROL, 2},    {WXK_TAB, wxMOD_CONTROL, 1},
+                                       {WXK_TAB, wxMOD_CONTROL, 0},    {WXK_TAB, wxMOD_CONTROL | wxMOD_SHIFT, 1},
+                                       {WXK_PAGEUP, wxMOD_CONTROL, 2}, {WXK_PAGEDOWN, wxMOD_CONTROL, 1}};
+    for (auto const& [key, modifiers, selected] : cases) {
+        Press(key, modifiers);
+        EXPECT_TRUE(PumpUntil([&] { return book->GetSelection() == selected; })) << selected;
     }
 }
 
@@ -245,10 +229,10 @@ TEST_F(ControlTest, ANumberFieldStepsByKeysAndStopsAtItsLimits) {
     Put(number, number->Text());
     number->SetValue("5");
     EXPECT_EQ(heard.Take(), 0);
-    for (auto const& each : {std::pair(WXK_UP, "6"), std::pair(WXK_DOWN, "5"), std::pair(WXK_PAGEUP, "15"),
-                             std::pair(WXK_PAGEUP, "20"), std::pair(WXK_PAGEDOWN, "10")}) {
-        Press(each.first);
-        EXPECT_TRUE(PumpUntil([&] { return number->GetValue() == each.second; })) << each.second;
+    for (auto const& [key, value] : Rows<int, char const*>{
+             {WXK_UP, "6"}, {WXK_DOWN, "5"}, {WXK_PAGEUP, "15"}, {WXK_PAGEUP, "20"}, {WXK_PAGEDOWN, "10"}}) {
+        Press(key);
+        EXPECT_TRUE(PumpUntil([&] { return number->GetValue() == value; })) << value;
         EXPECT_EQ(heard.Take(), 1);
     }
     number->Text()->SelectAll();
@@ -318,21 +302,16 @@ TEST_F(ControlTest, TheWheelOverAChoiceChangesNothing) {
 }
 
 TEST_F(WindowTest, AQuestionIsAnsweredByATextOrNotAtAll) {
-    struct Case {
-        char const* typed;
-        int button;
-        char const* result;
-    } const cases[] = {{"  Night ", wxID_OK, "Night"}, {"   ", wxID_OK, ""}, {"Night", wxID_CANCEL, ""}};
-    for (Case const& c : cases) {
-        Answer answer(c.typed, c.button);
-        EXPECT_EQ(wxvGetTextFromUser("Please supply a name for this preset", "Save Preset", "Day", &Frame()), c.result);
+    for (auto const& [typed, button, result] : Rows<char const*, int, char const*>{
+             {"  Night ", wxID_OK, "Night"}, {"   ", wxID_OK, ""}, {"Night", wxID_CANCEL, ""}}) {
+        Answer answer(typed, button);
+        EXPECT_EQ(wxvGetTextFromUser("Please supply a name for this preset", "Save Preset", "Day", &Frame()), result);
         EXPECT_EQ(answer.start, "Day");
     }
 }
 
 TEST_F(WindowTest, AClosedDialogIsGoneAndComesBackAsLargeAsItWas) {
-    corekit::OptionsFile options;
-    wxvSetOptions(&options);
+    ControlOptions options;
     Show();
     wxSize const size(321, 234);
     for (bool const first : {true, false}) {
@@ -346,7 +325,6 @@ TEST_F(WindowTest, AClosedDialogIsGoneAndComesBackAsLargeAsItWas) {
         dialog->Close();
         EXPECT_TRUE(PumpUntil([&] { return !dialog; })) << first;
     }
-    wxvSetOptions(nullptr);
 }
 
 TEST_F(WindowTest, AnOpenDialogFollowsTheScheme) {

@@ -1,13 +1,9 @@
 // Bars, gradient, the buffered window and the panel that folds.
 #include "wxtools.h"
 
-#include <corekit/optionsfile.h>
-#include <wx/dcmemory.h>
-#include <wx/image.h>
 #include <wx/wxbarhistoryctrl.h>
 #include <wx/wxexpandablepanel.h>
 #include <wx/wxvgradient.h>
-#include <wx/wxvoptions.h>
 
 namespace test_displays {
 
@@ -15,29 +11,23 @@ int Brightness(wxImage const& image, wxPoint const& at) {
     return image.GetRed(at.x, at.y) + image.GetGreen(at.x, at.y) + image.GetBlue(at.x, at.y);
 }
 
-class BufferedWindow : public wxDoubleBufferedWindow {
-public:
+struct BufferedWindow : wxDoubleBufferedWindow {
     explicit BufferedWindow(wxWindow* parent) : wxDoubleBufferedWindow(parent) {}
     int drawn = 0;
     wxSize size;
-
-protected:
     void DrawToBuffer() override {
         ++drawn;
         size = Buffer().GetSize();
     }
 };
 
-class FoldingPanel : public wxExpandablePanel {
-public:
+struct FoldingPanel : wxExpandablePanel {
     FoldingPanel(wxWindow* parent, Setup setup) : wxExpandablePanel(parent, std::move(setup)) {
         auto* const sizer = new wxBoxSizer(wxVERTICAL);
         sizer->Add(new wxPanel(ContentPanel(), wxID_ANY, wxDefaultPosition, wxSize(50, 60)));
         ContentPanel()->SetSizer(sizer);
     }
     int told = 0;
-
-protected:
     void OnExpanded(wxCommandEvent& event) override {
         wxExpandablePanel::OnExpanded(event);
         ++told;
@@ -53,39 +43,32 @@ wxExpandablePanel::Setup MoreOrLess() {
     return setup;
 }
 
-class DisplayTest : public WindowTest {
-protected:
-    DisplayTest() { wxvSetOptions(&options); }
-    ~DisplayTest() override { wxvSetOptions(nullptr); }
-    corekit::OptionsFile options;
+struct DisplayTest : WindowTest {
+    ControlOptions options;
 };
 
 TEST(GradientTest, GoesFromOneColourToTheOtherAndNoFurther) {
     wxColour const light(240, 240, 240);
-    struct Case {
-        bool vertical, forward;
-        double factor;
-        wxPoint first, middle, last;
-    } const cases[] = {
+    Rows<bool, bool, double, wxPoint, wxPoint, wxPoint> const cases = {
         {true, true, 1.0, {20, 10}, {20, 40}, {20, 69}},
         {true, false, 2.0, {20, 69}, {20, 39}, {20, 10}},
         {false, true, 2.0, {10, 20}, {30, 20}, {49, 20}},
     };
-    for (Case const& each : cases) {
+    for (auto const& [vertical, forward, factor, first, middle, last] : cases) {
         wxBitmap bitmap(60, 80, 24);
         wxMemoryDC dc(bitmap);
         dc.SetBackground(*wxRED_BRUSH);
         dc.Clear();
         dc.SetPen(*wxGREEN_PEN);
-        DrawGradedRectangle(dc, wxRect(10, 10, 40, 60), *wxBLACK, light, each.factor, each.vertical, each.forward);
+        DrawGradedRectangle(dc, wxRect(10, 10, 40, 60), *wxBLACK, light, factor, vertical, forward);
         DrawGradedRectangle(dc, wxRect(0, 0, 0, 60), *wxBLACK, light);
         EXPECT_EQ(dc.GetPen().GetColour(), *wxGREEN);
         dc.SelectObject(wxNullBitmap);
         wxImage const image = bitmap.ConvertToImage();
-        EXPECT_LT(Brightness(image, each.first), 60);
-        EXPECT_GT(Brightness(image, each.last), 640);
+        EXPECT_LT(Brightness(image, first), 60);
+        EXPECT_GT(Brightness(image, last), 640);
         // The bent one has only a quarter of the way behind it at half.
-        EXPECT_NEAR(Brightness(image, each.middle), each.factor == 1.0 ? 360 : 180, 40);
+        EXPECT_NEAR(Brightness(image, middle), factor == 1.0 ? 360 : 180, 40);
         for (wxPoint const outside : {wxPoint(9, 40), wxPoint(50, 40), wxPoint(30, 9), wxPoint(30, 70)})
             EXPECT_EQ(Brightness(image, outside), 255) << outside.x << ' ' << outside.y;
     }
@@ -164,7 +147,6 @@ TEST_F(DisplayTest, PanelFoldsByMouseAndKeyAndKeepsItsState) {
     wxWindow* const expander = wxWindow::FindWindowById(wxExpandablePanel::k_ExpanderID, panel);
     ASSERT_TRUE(expander);
     EXPECT_FALSE(panel->IsExpanded());
-
     hand.MouseMove(expander->ClientToScreen(wxPoint(20, 10)));
     hand.MouseClick();
     EXPECT_TRUE(PumpUntil([&] { return below->GetPosition().y == folded + 60; }));
@@ -173,7 +155,6 @@ TEST_F(DisplayTest, PanelFoldsByMouseAndKeyAndKeepsItsState) {
     EXPECT_EQ(options.GetValue("Setup", "Expand History", false), true);
     // One that is made now begins as this one is.
     EXPECT_TRUE((new FoldingPanel(outer, MoreOrLess()))->IsExpanded());
-
     Focus(expander);
     Press(WXK_SPACE);
     EXPECT_TRUE(PumpUntil([&] { return below->GetPosition().y == folded; }));

@@ -36,22 +36,12 @@ std::string Beginning(std::string line) {
 std::string RandomText(std::mt19937& random) {
     std::string text;
     for (unsigned i = random() % 400; i > 0; --i) {
-        switch (random() % 40) {
-        case 0:
-            text += std::string(15'000 + random() % 3'000, 'x');
-            break;
-        case 1:
-            text += std::string(random() % 200'000, 'y');
-            break;
-        case 2:
-            text += std::string("\0\x1b\xff", 3);
-            break;
-        case 3:
-            text += "\r\n";
-            break;
-        default:
-            text += random() % 3 ? "frame \xE2\x82\xAC 17" : "\n";
-        }
+        unsigned const kind = random() % 40;
+        text += kind == 0   ? std::string(15'000 + random() % 3'000, 'x')
+                : kind == 1 ? std::string(random() % 200'000, 'y')
+                : kind == 2 ? std::string("\0\x1b\xff", 3)
+                : kind == 3 ? "\r\n"
+                            : (random() % 3 ? "frame \xE2\x82\xAC 17" : "\n");
     }
     return text;
 }
@@ -65,8 +55,7 @@ std::string ReadAll(TextSnapshot const& text, int first, int end) {
     return all;
 }
 
-class FollowTest : public ::testing::Test {
-protected:
+struct FollowTest : ::testing::Test {
     FollowTest() : path(folder / "render.log") {}
     ~FollowTest() override {
         if (follower)
@@ -78,14 +67,11 @@ protected:
     }
     // Waits until the news say so.
     bool Until(std::function<bool(FileNews const&)> const& condition) {
-        for (int i = 0; i < 4000; ++i) {
+        return WaitFor([&] {
             if (auto taken = follower->TakeNews())
                 news = *taken;
-            if (condition(news))
-                return true;
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        return false;
+            return condition(news);
+        });
     }
     std::string Shown() const {
         std::string shown;
@@ -93,7 +79,6 @@ protected:
             shown += news.page->lines[i].text.Str() + "|";
         return shown;
     }
-
     corekit::TempFolder folder;
     Path path;
     std::unique_ptr<FileFollower> follower;
@@ -159,18 +144,13 @@ TEST(IndexedFileTest, CopiesAndSavesWhatIsThere) {
     }
     auto const snapshot = file->Snapshot();
     TextExport job;
-    struct Case {
-        TextPosition from, to;
-        std::string copied;
-    };
-    Case const cases[] = {
-        {{0, 1}, {1, 3}, "ne\ntwo"},
-        {{1, 4}, {3, 2}, "red\n" + std::string(30'000, 'z') + "\nla"},
-        {{0, 0}, {3, TextPosition::k_LineEnd}, "one\ntwo red\n" + std::string(30'000, 'z') + "\nlast"},
-        {{3, 0}, {9, 9}, "last"},
-    };
-    for (Case const& each : cases)
-        EXPECT_EQ(job.Copy(*snapshot, each.from, each.to).Str(), each.copied) << each.from.line;
+    for (auto const& [from, to, copied] : Rows<TextPosition, TextPosition, std::string>{
+             {{0, 1}, {1, 3}, "ne\ntwo"},
+             {{1, 4}, {3, 2}, "red\n" + std::string(30'000, 'z') + "\nla"},
+             {{0, 0}, {3, TextPosition::k_LineEnd}, "one\ntwo red\n" + std::string(30'000, 'z') + "\nlast"},
+             {{3, 0}, {9, 9}, "last"},
+         })
+        EXPECT_EQ(job.Copy(*snapshot, from, to).Str(), copied) << from.line;
     job.Save(*snapshot, path); // over itself
     EXPECT_EQ(File::Read(path).Str(), text);
     EXPECT_THROW(job.Save(*snapshot, folder / "none" / "log"), corekit::FileException);

@@ -1,8 +1,6 @@
 // The owner-drawn list under mouse and keyboard.
 #include "samplelist.h"
 
-#include <wx/textctrl.h>
-
 TEST_F(SampleListTest, TheMouseSelects) {
     Click(InCell(3));
     EXPECT_EQ(list->Take(), "+3");
@@ -44,7 +42,7 @@ TEST_F(SampleListTest, ARightClickSelectsFirst) {
     Click(InCell(1));
     ClickWith(WXK_CONTROL, InCell(2));
     list->Take();
-    for (auto const& [row, heard] : {std::pair(2, "menu2"), std::pair(5, "-1 -2 +5 menu5")}) {
+    for (auto const& [row, heard] : Rows<int, char const*>{{2, "menu2"}, {5, "-1 -2 +5 menu5"}}) {
         Click(InCell(row), wxMOUSE_BTN_RIGHT);
         EXPECT_EQ(list->Take(), heard);
     }
@@ -56,30 +54,25 @@ TEST_F(SampleListTest, ARightClickSelectsFirst) {
 
 TEST_F(SampleListTest, TheKeyboardMovesAndSelects) {
     int const page = list->GetRowsPerPage();
-    struct Case {
-        char const* what;
-        int key, modifiers, current;
-        std::string selected;
-    } const cases[] = {
-        {"first", WXK_DOWN, wxMOD_NONE, 0, "0"},
-        {"down", WXK_DOWN, wxMOD_NONE, 1, "1"},
-        {"range", WXK_DOWN, wxMOD_SHIFT, 2, "1 2"},
-        {"range turns", WXK_UP, wxMOD_SHIFT, 1, "1"},
-        {"range beyond its beginning", WXK_UP, wxMOD_SHIFT, 0, "0 1"},
-        {"move only", WXK_DOWN, wxMOD_CONTROL, 1, "0 1"},
-        {"and on", WXK_DOWN, wxMOD_CONTROL, 2, "0 1"},
-        {"add", WXK_SPACE, wxMOD_CONTROL, 2, "0 1 2"},
-        {"page", WXK_PAGEDOWN, wxMOD_NONE, 2 + page, std::to_string(2 + page)},
-        {"end", WXK_END, wxMOD_NONE, 299, "299"},
-        {"past the end", WXK_DOWN, wxMOD_NONE, 299, "299"},
-        {"range of a page", WXK_HOME, wxMOD_NONE, 0, "0"},
-        {"past the top", WXK_UP, wxMOD_NONE, 0, "0"},
-    };
-    for (Case const& c : cases) {
-        Key(c.key, c.modifiers);
-        EXPECT_EQ(list->GetCurrentRow(), c.current) << c.what;
-        EXPECT_EQ(list->Selected(), c.selected) << c.what;
-        EXPECT_TRUE(list->GetClientRect().Contains(list->GetRowRect(c.current))) << c.what;
+    for (auto const& [what, key, modifiers, current, selected] : Rows<char const*, int, int, int, std::string>{
+             {"first", WXK_DOWN, wxMOD_NONE, 0, "0"},
+             {"down", WXK_DOWN, wxMOD_NONE, 1, "1"},
+             {"range", WXK_DOWN, wxMOD_SHIFT, 2, "1 2"},
+             {"range turns", WXK_UP, wxMOD_SHIFT, 1, "1"},
+             {"range beyond its beginning", WXK_UP, wxMOD_SHIFT, 0, "0 1"},
+             {"move only", WXK_DOWN, wxMOD_CONTROL, 1, "0 1"},
+             {"and on", WXK_DOWN, wxMOD_CONTROL, 2, "0 1"},
+             {"add", WXK_SPACE, wxMOD_CONTROL, 2, "0 1 2"},
+             {"page", WXK_PAGEDOWN, wxMOD_NONE, 2 + page, std::to_string(2 + page)},
+             {"end", WXK_END, wxMOD_NONE, 299, "299"},
+             {"past the end", WXK_DOWN, wxMOD_NONE, 299, "299"},
+             {"range of a page", WXK_HOME, wxMOD_NONE, 0, "0"},
+             {"past the top", WXK_UP, wxMOD_NONE, 0, "0"},
+         }) {
+        Key(key, modifiers);
+        EXPECT_EQ(list->GetCurrentRow(), current) << what;
+        EXPECT_EQ(list->Selected(), selected) << what;
+        EXPECT_TRUE(list->GetClientRect().Contains(list->GetRowRect(current))) << what;
     }
     list->Take();
     Key(WXK_RETURN);
@@ -123,17 +116,15 @@ TEST_F(SampleListTest, TheWheelScrolls) {
     turn.m_wheelDelta = 120;
     turn.m_linesPerAction = 3;
     int const height = list->GetRowHeight();
-    struct Case {
-        int rotation, times;
-        int top; // pixels of the rows that are out of sight
-    } const cases[] = {{-120, 1, 3 * height}, {120, 5, 0}, {-1, 40, height}, {-30'000'000 / height, 100, -1}};
-    for (Case const& c : cases) {
-        turn.m_wheelRotation = c.rotation;
-        for (int i = 0; i < c.times; ++i)
+    // top: pixels of the rows that are out of sight
+    for (auto const& [rotation, times, wantedTop] :
+         Rows<int, int, int>{{-120, 1, 3 * height}, {120, 5, 0}, {-1, 40, height}, {-30'000'000 / height, 100, -1}}) {
+        turn.m_wheelRotation = rotation;
+        for (int i = 0; i < times; ++i)
             list->GetEventHandler()->ProcessEvent(turn);
         Settle();
         int const top = list->GetHeaderHeight() - list->GetRowRect(0).y;
-        EXPECT_EQ(top, c.top < 0 ? 300 * height - (list->GetClientSize().y - list->GetHeaderHeight()) : c.top);
+        EXPECT_EQ(top, wantedTop < 0 ? 300 * height - (list->GetClientSize().y - list->GetHeaderHeight()) : wantedTop);
     }
 }
 
@@ -269,8 +260,7 @@ TEST_F(SampleListTest, AClippedCellTellsItsText) {
     EXPECT_EQ(list->GetToolTipText(), "");
 }
 
-class SingleListTest : public SampleListTest {
-protected:
+struct SingleListTest : SampleListTest {
     SingleListTest() : SampleListTest(wxLC_SINGLE_SEL | wxLC_NO_HEADER) {}
 };
 

@@ -2,17 +2,10 @@
 #include "samplelist.h"
 #include "screenpixels.h"
 
-#include <wx/bitmap.h>
-#include <wx/dcmemory.h>
-#include <wx/image.h>
-#include <wx/textctrl.h>
-#include <wx/wxvcolors.h>
-
 namespace test_listpaint {
 
 // Rows of its own, and colours for some of them.
-class PaintedList : public SampleList {
-public:
+struct PaintedList : SampleList {
     explicit PaintedList(wxWindow* parent) : SampleList(parent) {}
     wxColour GetRowColor(int row) override { return row == 2 ? unreadable : SampleList::GetRowColor(row); }
     void PrepareColors(int row, int column, int, wxColour&, wxColour& background) override {
@@ -23,15 +16,13 @@ public:
     wxColour const marked{90, 10, 120};
 };
 
-class ListPaintTest : public WindowTest {
-protected:
+struct ListPaintTest : WindowTest {
     ListPaintTest() {
         list->Fill(8);
         Show(list);
         Pump();
     }
     ~ListPaintTest() override { wxvSetColorScheme(static_cast<int>(k_DefaultScheme)); }
-
     wxImage Draw() {
         wxSize const size = list->GetClientSize();
         wxBitmap bitmap(size.x, size.y);
@@ -58,7 +49,6 @@ protected:
         }
         return best;
     }
-
     PaintedList* const list = new PaintedList(&Frame());
 };
 

@@ -1,17 +1,14 @@
 #include "wxtools.h"
 
 #include <wx/clipbrd.h>
-#include <wx/textctrl.h>
 #include <wx/wxtextlinectrl.h>
 
 namespace test_textlinectrl {
 
 using corekit::String;
 
-class TextLineTest : public WindowTest {
-protected:
+struct TextLineTest : WindowTest {
     TextLineTest() : WindowTest(wxSize(400, 300)) {}
-
     wxTextLineCtrl& Make(wxTextLineCtrl::Selecting selecting = wxTextLineCtrl::Selecting::Text) {
         text = new wxTextLineCtrl(&Frame(), wxID_ANY, selecting);
         text->Bind(wxEVT_LISTBOX, [this](wxCommandEvent& event) { rows.push_back(event.GetInt()); });
@@ -38,7 +35,6 @@ protected:
         ADD_FAILURE() << "row " << row << " is out of sight";
         return wxPoint();
     }
-
     wxTextLineCtrl* text = nullptr;
     std::vector<int> rows;
     std::vector<int> activated;
@@ -108,10 +104,10 @@ TEST_F(TextLineTest, LinesAreSelectedByMouseAndKey) {
     hand.MouseMove(PointAt(2));
     hand.MouseClick();
     EXPECT_TRUE(PumpUntil([&] { return text->GetSelection() == 2; }));
-    for (auto const& each : {std::pair(WXK_DOWN, 3), std::pair(WXK_UP, 2), std::pair(WXK_HOME, 0), std::pair(WXK_UP, 0),
-                             std::pair(WXK_END, 99), std::pair(WXK_DOWN, 99)}) {
-        Press(each.first);
-        EXPECT_TRUE(PumpUntil([&] { return text->GetSelection() == each.second; })) << each.first;
+    for (auto const& [key, row] :
+         Rows<int, int>{{WXK_DOWN, 3}, {WXK_UP, 2}, {WXK_HOME, 0}, {WXK_UP, 0}, {WXK_END, 99}, {WXK_DOWN, 99}}) {
+        Press(key);
+        EXPECT_TRUE(PumpUntil([&] { return text->GetSelection() == row; })) << key;
     }
     EXPECT_TRUE(text->IsAtEnd());
     Pump();
@@ -132,21 +128,18 @@ TEST_F(TextLineTest, SelectionGoesWithItsLine) {
     for (char const* const name : {"night", "GPU", "farm", "Io", "gpu"})
         text->Append(name, true);
     EXPECT_EQ(Lines(), (std::vector<String>{"farm", "GPU", "gpu", "Io", "night"}));
-
     text->Select(3);
-    struct Case {
-        std::function<void()> change;
-        int row;
-    };
-    Case const cases[] = {{[&] { text->Swap(3, 2); }, 2},        {[&] { text->Swap(3, 2); }, 3},
-                          {[&] { text->Swap(0, 1); }, 3},        {[&] { text->Append("a", true); }, 4},
-                          {[&] { text->Append("z", true); }, 4}, {[&] { text->Remove(0); }, 3},
-                          {[&] { text->Remove(4); }, 3},         {[&] { text->Remove(17); }, 3},
-                          {[&] { text->SetText(3, "IO"); }, 3},  {[&] { text->Remove(3); }, -1},
-                          {[&] { text->Select(99); }, -1}};
-    for (Case const& each : cases) {
-        each.change();
-        EXPECT_EQ(text->GetSelection(), each.row) << &each - cases;
+    Rows<std::function<void()>, int> const cases = {
+        {[&] { text->Swap(3, 2); }, 2},        {[&] { text->Swap(3, 2); }, 3},
+        {[&] { text->Swap(0, 1); }, 3},        {[&] { text->Append("a", true); }, 4},
+        {[&] { text->Append("z", true); }, 4}, {[&] { text->Remove(0); }, 3},
+        {[&] { text->Remove(4); }, 3},         {[&] { text->Remove(17); }, 3},
+        {[&] { text->SetText(3, "IO"); }, 3},  {[&] { text->Remove(3); }, -1},
+        {[&] { text->Select(99); }, -1}};
+    int step = 0;
+    for (auto const& [change, row] : cases) {
+        change();
+        EXPECT_EQ(text->GetSelection(), row) << step++;
     }
     EXPECT_EQ(text->GetText(99), "");
 }

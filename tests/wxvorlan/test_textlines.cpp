@@ -9,13 +9,6 @@ using corekit::String;
 
 using Hits = std::vector<std::pair<int, int>>;
 
-std::string Repeated(std::string_view text, int count) {
-    std::string all;
-    for (int i = 0; i < count; ++i)
-        all += text;
-    return all;
-}
-
 // All hits of a term, as a naive look at each line finds them.
 std::vector<TextHit> FindNaively(std::vector<std::string> const& lines, String const& term) {
     std::vector<TextHit> hits;
@@ -50,23 +43,21 @@ private:
 };
 
 TEST(ShownLineTest, ShowsAnyBytesAsCharacters) {
-    struct Case {
-        std::string bytes;
-        wchar_t const* shown;
-    };
-    Case const cases[] = {
-        {"a\tb\x01", L"a\tb\xFFFD"},
-        {"gr\xC3\xB6\xC3\x9F", L"gr\x00F6\x00DF"},
-        {"\xff\xfe\xC3(\xE2\x82", L"\xFFFD\xFFFD\xFFFD(\xFFFD\xFFFD"},
-        {"\xC0\xAF\xED\xA0\x80", L"\xFFFD\xFFFD\xFFFD\xFFFD\xFFFD"}, // overlong, half a pair
-        {"\xF0\x9F\x8E\xAC\xF4\x90\x80\x80", L"\x1F3AC\xFFFD\xFFFD\xFFFD\xFFFD"},
-        {std::string("a\0b", 3), L"a\xFFFD\x62"},
-        {"\xE2\x80\xAE!\xE2\x80\xA8!", L"\xFFFD!\xFFFD!"}, // turns the writing round, ends the line
-        {"\x1b[1;31mred\x1b[0m \x1b]0;title\x07ok\x1b(B\x1b[2K.\x1b", L"red ok."},
-    };
-    for (Case const& each : cases)
-        EXPECT_EQ(ShowLine({each.bytes}).text, each.shown) << each.bytes;
-    for (std::string const& text : {std::string(10'000, 'x'), Repeated("\xE2\x82\xAC", 9'000)}) {
+    for (auto const& [bytes, shown] : Rows<std::string, wchar_t const*>{
+             {"a\tb\x01", L"a\tb\xFFFD"},
+             {"gr\xC3\xB6\xC3\x9F", L"gr\x00F6\x00DF"},
+             {"\xff\xfe\xC3(\xE2\x82", L"\xFFFD\xFFFD\xFFFD(\xFFFD\xFFFD"},
+             {"\xC0\xAF\xED\xA0\x80", L"\xFFFD\xFFFD\xFFFD\xFFFD\xFFFD"}, // overlong, half a pair
+             {"\xF0\x9F\x8E\xAC\xF4\x90\x80\x80", L"\x1F3AC\xFFFD\xFFFD\xFFFD\xFFFD"},
+             {std::string("a\0b", 3), L"a\xFFFD\x62"},
+             {"\xE2\x80\xAE!\xE2\x80\xA8!", L"\xFFFD!\xFFFD!"}, // turns the writing round, ends the line
+             {"\x1b[1;31mred\x1b[0m \x1b]0;title\x07ok\x1b(B\x1b[2K.\x1b", L"red ok."},
+         })
+        EXPECT_EQ(ShowLine({bytes}).text, shown) << bytes;
+    std::string euros;
+    while (euros.size() < 27'000)
+        euros += "\u20AC";
+    for (std::string const& text : {std::string(10'000, 'x'), euros}) {
         ShownLine const shown = ShowLine({text});
         EXPECT_EQ(shown.text.length(), TextLine::k_MaxShown);
         EXPECT_EQ(shown.text.Last(), wxUniChar(0x2026));
@@ -76,56 +67,34 @@ TEST(ShownLineTest, ShowsAnyBytesAsCharacters) {
 
 TEST(ShownLineTest, EscapeSequencesBecomeColours) {
     auto const runs = ShowLine({"a\x1b[38;5;3mb\x1b[1;31mc\x1b[0md\x1b[92me\x1b[48;2;1;32;3mf"}).runs;
-    std::vector<std::pair<size_t, ColorName>> seen;
+    Rows<size_t, ColorName> seen;
     for (auto const& run : runs)
         seen.emplace_back(run.from, run.color);
-    EXPECT_EQ(seen, (std::vector<std::pair<size_t, ColorName>>{{1, ColorName::Text},
-                                                               {2, ColorName::TextRed},
-                                                               {3, ColorName::Text},
-                                                               {4, ColorName::TextGreen},
-                                                               {5, ColorName::TextGreen}}));
+    using enum ColorName;
+    EXPECT_EQ(seen, (Rows<size_t, ColorName>{{1, Text}, {2, TextRed}, {3, Text}, {4, TextGreen}, {5, TextGreen}}));
 }
 
 TEST(ShownLineTest, HitsAreCountedInCharacters) {
-    struct Case {
-        std::string text;
-        char const* term;
-        bool matchCase;
-        Hits hits;
-    };
-    Case const cases[] = {
-        {"error: no Error", "ERROR", false, {{0, 5}, {10, 15}}},
-        {"error: no Error", "Error", true, {{10, 15}}},
-        {"aaaa", "aa", false, {{0, 2}, {2, 4}}},
-        {"gr\xC3\xB6\xC3\x9F"
-         "er gr\xC3\xB6\xC3\x9F"
-         "e",
-         "\xC3\x9F"
-         "e",
-         false,
-         {{3, 5}, {10, 12}}},
-        {"\xff"
-         "abc",
-         "abc",
-         false,
-         {{1, 4}}},
-        {"ab\x1b[31mc", "abc", false, {{0, 3}}},
-        {"abc", "", false, {}},
-        {"abc", "abcd", false, {}},
-        {std::string(4092, 'x') + "abcabc", "abc", false, {{4092, 4095}}}, // one in what is cut
-    };
-    for (Case const& each : cases) {
-        EXPECT_EQ(FindInLine(ShowLine({each.text}), TextTerm(each.term, each.matchCase)), each.hits) << each.text;
+    for (auto const& [text, term, matchCase, hits] : Rows<std::string, char const*, bool, Hits>{
+             {"error: no Error", "ERROR", false, {{0, 5}, {10, 15}}},
+             {"error: no Error", "Error", true, {{10, 15}}},
+             {"aaaa", "aa", false, {{0, 2}, {2, 4}}},
+             {"gr\u00F6\u00DFer gr\u00F6\u00DFe", "\u00DFe", false, {{3, 5}, {10, 12}}},
+             {"\377abc", "abc", false, {{1, 4}}},
+             {"ab\x1b[31mc", "abc", false, {{0, 3}}},
+             {"abc", "", false, {}},
+             {"abc", "abcd", false, {}},
+             {std::string(4092, 'x') + "abcabc", "abc", false, {{4092, 4095}}}, // one in what is cut
+         }) {
+        EXPECT_EQ(FindInLine(ShowLine({text}), TextTerm(term, matchCase)), hits) << text;
     }
 }
 
 TEST(ShownLineTest, WordsAreWhatADoubleClickTakes) {
     wxString const text("Saved: /tmp/shot_010.exr now");
-    struct Case {
-        int at, from, to;
-    };
-    for (Case const each : {Case{14, 12, 24}, Case{0, 0, 5}, Case{28, 25, 28}, Case{6, 6, 6}, Case{99, 25, 28}})
-        EXPECT_EQ(WordAt(text, each.at), std::make_pair(each.from, each.to)) << each.at;
+    Rows<int, int, int> const cases = {{14, 12, 24}, {0, 0, 5}, {28, 25, 28}, {6, 6, 6}, {99, 25, 28}};
+    for (auto const& [at, from, to] : cases)
+        EXPECT_EQ(WordAt(text, at), std::make_pair(from, to)) << at;
 }
 
 TEST(TextLinesTest, KeepsLinesAndWhatASnapshotHasSeen) {

@@ -11,8 +11,7 @@ String CellText(wxDBTreeListCtrl&, Item const& item, int column) {
     return column == 0 ? item.GetId() : "cell " + String::From(column);
 }
 
-class Tree : public wxDBTreeListCtrl {
-public:
+struct Tree : wxDBTreeListCtrl {
     explicit Tree(wxWindow* parent) : wxDBTreeListCtrl(parent) {
         AddColumn(0, "Work", 200);
         AddColumn(1, "Time", 100);
@@ -23,17 +22,13 @@ public:
         HideOverlay();
     }
     int Indent(int row) { return GetCellIndent(row, 0); }
-
     std::vector<Item*> toggled;
     int commits = 0;
-
-protected:
     void OnItemToggled(Item* item) override { toggled.push_back(item); }
 };
 
 // 1000 (Run 1 (a, b), Run 2), 1001, 1002 (Run 1).
-class TreeListTest : public WindowTest {
-protected:
+struct TreeListTest : WindowTest {
     TreeListTest() : tree(new Tree(&Frame())) {
         first = tree->Add(nullptr, "1000");
         run = tree->Add(first, "Run 1");
@@ -50,7 +45,6 @@ protected:
         hand.MouseClick();
     }
     String Current() { return tree->GetCurrentItem() ? tree->GetCurrentItem()->GetId() : "none"; }
-
     Tree* const tree;
     Item* first;
     Item* run;
@@ -60,33 +54,30 @@ protected:
 
 TEST_F(TreeListTest, KeysOpenCloseAndGoUpAndDown) {
     tree->SelectItem(first);
-    struct Case {
-        int key, rows;
-        char const* current;
+    Rows<int, int, char const*> const cases = {
+        {WXK_LEFT, 3, "1000"},
+        {WXK_RIGHT, 5, "1000"},
+        {WXK_RIGHT, 5, "Run 1"},
+        {WXK_RIGHT, 7, "Run 1"},
+        {WXK_RIGHT, 7, "a"},
+        {WXK_RIGHT, 7, "a"},
+        {WXK_DOWN, 7, "b"},
+        {WXK_LEFT, 7, "Run 1"},
+        {'-', 5, "Run 1"},
+        {'-', 5, "Run 1"},
+        {WXK_LEFT, 5, "1000"},
+        {WXK_LEFT, 3, "1000"},
+        {WXK_NUMPAD_MULTIPLY, 7, "1000"},
+        {WXK_NUMPAD_SUBTRACT, 3, "1000"},
+        {WXK_NUMPAD_ADD, 7, "1000"},
+        {'-', 3, "1000"},
+        {'+', 7, "1000"}, // with the shift key
+        {WXK_DOWN, 7, "Run 1"},
     };
-    for (Case const& each : {
-             Case{WXK_LEFT, 3, "1000"},
-             {WXK_RIGHT, 5, "1000"},
-             {WXK_RIGHT, 5, "Run 1"},
-             {WXK_RIGHT, 7, "Run 1"},
-             {WXK_RIGHT, 7, "a"},
-             {WXK_RIGHT, 7, "a"},
-             {WXK_DOWN, 7, "b"},
-             {WXK_LEFT, 7, "Run 1"},
-             {'-', 5, "Run 1"},
-             {'-', 5, "Run 1"},
-             {WXK_LEFT, 5, "1000"},
-             {WXK_LEFT, 3, "1000"},
-             {WXK_NUMPAD_MULTIPLY, 7, "1000"},
-             {WXK_NUMPAD_SUBTRACT, 3, "1000"},
-             {WXK_NUMPAD_ADD, 7, "1000"},
-             {'-', 3, "1000"},
-             {'+', 7, "1000"}, // with the shift key
-             {WXK_DOWN, 7, "Run 1"},
-         }) {
-        Press(each.key == '+' ? '=' : each.key, each.key == '+' ? wxMOD_SHIFT : wxMOD_NONE);
-        EXPECT_TRUE(PumpUntil([&] { return Current() == each.current && tree->GetItemCount() == each.rows; }, 2'000))
-            << each.key << ": " << Current().Str() << ", " << tree->GetItemCount() << " rows";
+    for (auto const& [key, rows, current] : cases) {
+        Press(key == '+' ? '=' : key, key == '+' ? wxMOD_SHIFT : wxMOD_NONE);
+        EXPECT_TRUE(PumpUntil([&] { return Current() == current && tree->GetItemCount() == rows; }, 2'000))
+            << key << ": " << Current().Str() << ", " << tree->GetItemCount() << " rows";
     }
     EXPECT_EQ(tree->GetSelectedItems(), std::vector<Item*>{run});
 }
@@ -102,7 +93,6 @@ TEST_F(TreeListTest, MarkOpensWithoutSelecting) {
     EXPECT_LT(tree->Indent(0), tree->Indent(1));
     EXPECT_EQ(tree->Indent(2), tree->Indent(1) + tree->GetIndentMargin());
     EXPECT_EQ(tree->Indent(3), tree->GetIndentMargin());
-
     wxRect const name = tree->GetCellRect(4, 0);
     ASSERT_EQ(tree->GetItem(4), third);
     hand.MouseMove(tree->ClientToScreen(wxPoint(name.x + 60, name.y + 10)));
@@ -120,26 +110,25 @@ TEST_F(TreeListTest, DoubleClickThatSomebodyWantsOpensNothing) {
 }
 
 TEST_F(TreeListTest, SelectionStaysWithItsItemAndGoesToTheOneThatCloses) {
-    std::vector<std::pair<bool, long>> events;
+    std::string events;
     for (auto const& type : {wxEVT_LIST_ITEM_SELECTED, wxEVT_LIST_ITEM_DESELECTED})
         tree->Bind(type, [&](wxListEvent& event) { // not skipped: the tree knows all the same
-            events.emplace_back(event.GetEventType() == wxEVT_LIST_ITEM_SELECTED, event.GetIndex());
+            events += (event.GetEventType() == wxEVT_LIST_ITEM_SELECTED ? "+" : "-") + std::to_string(event.GetIndex());
         });
     tree->SelectItem(third);
-    EXPECT_EQ(events, (std::vector<std::pair<bool, long>>{{true, 2}}));
+    EXPECT_EQ(events, "+2");
     tree->SetAllOpen(first, true);
     EXPECT_EQ(tree->GetSelection(), std::vector<int>{6});
     EXPECT_EQ(Current(), "1002");
     tree->Sort([](Item const& a, Item const& b) { return a.GetId() > b.GetId(); });
     EXPECT_EQ(tree->GetSelection(), std::vector<int>{0});
     EXPECT_EQ(Current(), "1002");
-
     tree->DeselectAll();
     tree->SelectItem(run);
     events.clear();
     tree->SetOpen(first, false);
     EXPECT_EQ(tree->GetSelectedItems(), std::vector<Item*>{first});
-    EXPECT_EQ(events, (std::vector<std::pair<bool, long>>{{true, 2}}));
+    EXPECT_EQ(events, "+2");
     EXPECT_EQ(Current(), "1000");
     tree->SetOpen(first, true);
     tree->SelectItem(run);

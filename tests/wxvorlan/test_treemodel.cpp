@@ -78,7 +78,6 @@ TEST(TreeModelTest, ExpandStateGoesByIdsAndOutlivesTheItems) {
     Add(model, Add(model, a, "b"), "c");
     EXPECT_TRUE(model.PopExpandState(false));
     EXPECT_EQ(Rows(model), "e\na\n new\n b\n  c\n");
-
     // Closed is what is remembered where items begin open.
     model.PushExpandState();
     model.SetAllOpen(nullptr, true);

@@ -2,10 +2,7 @@
 #include "wxtools.h"
 #include "wxvorlan/dialogs/windowplace.h"
 
-#include <corekit/optionsfile.h>
-#include <wx/textctrl.h>
 #include <wx/weakref.h>
-#include <wx/wxvoptions.h>
 #include <wx/wxvorlanframe.h>
 
 std::ostream& operator<<(std::ostream& out, wxRect const& rect) {
@@ -16,34 +13,27 @@ TEST(WindowPlace, IsWithinTheScreensThatThereAre) {
     std::vector<wxRect> const one{{0, 27, 800, 573}};
     std::vector<wxRect> const two{{0, 27, 1920, 1053}, {1920, 0, 1280, 1024}};
     std::vector<wxRect> const same{one.front(), one.front()}; // two that show the same
-    struct {
-        std::vector<wxRect> const& screens;
-        wxRect wanted, place;
-    } const cases[] = {
-        {one, {10, 40, 700, 500}, {10, 40, 700, 500}},
-        {one, {500, 300, 700, 500}, {100, 100, 700, 500}},
-        {one, {0, 0, 640, 400}, {0, 27, 640, 400}},
-        {one, {200, 100, 2400, 1300}, {0, 27, 800, 573}},
-        {one, {-5000, -5000, 640, 400}, {0, 27, 640, 400}},
-        {one, {100, 100, 320, 200}, {100, 100, 640, 400}},
-        {same, {450, 100, 700, 400}, {100, 100, 700, 400}},
-        {two, {1400, 100, 1000, 800}, {1400, 100, 1000, 800}},
-        {two, {1800, 900, 1300, 800}, {1920, 224, 1280, 800}},
-        {two, {100, 900, 1000, 700}, {100, 380, 1000, 700}},
-    };
-    for (auto const& c : cases)
-        EXPECT_EQ(wxvPlaceWithin(c.wanted, wxSize(640, 400), c.screens), c.place) << c.wanted;
+    for (auto const& [screens, wanted, place] : Rows<std::vector<wxRect> const&, wxRect, wxRect>{
+             {one, {10, 40, 700, 500}, {10, 40, 700, 500}},
+             {one, {500, 300, 700, 500}, {100, 100, 700, 500}},
+             {one, {0, 0, 640, 400}, {0, 27, 640, 400}},
+             {one, {200, 100, 2400, 1300}, {0, 27, 800, 573}},
+             {one, {-5000, -5000, 640, 400}, {0, 27, 640, 400}},
+             {one, {100, 100, 320, 200}, {100, 100, 640, 400}},
+             {same, {450, 100, 700, 400}, {100, 100, 700, 400}},
+             {two, {1400, 100, 1000, 800}, {1400, 100, 1000, 800}},
+             {two, {1800, 900, 1300, 800}, {1920, 224, 1280, 800}},
+             {two, {100, 900, 1000, 700}, {100, 380, 1000, 700}},
+         })
+        EXPECT_EQ(wxvPlaceWithin(wanted, wxSize(640, 400), screens), place) << wanted;
     EXPECT_EQ(wxvPlaceWithin(wxRect(1, 2, 300, 200), wxDefaultSize, {}), wxRect(1, 2, 300, 200));
 }
 
-class FrameTest : public ::testing::Test {
-protected:
-    FrameTest() { wxvSetOptions(&options); }
+struct FrameTest : ::testing::Test {
     ~FrameTest() override {
         if (frame)
             frame->Destroy();
         Pump();
-        wxvSetOptions(nullptr);
     }
     void Open(wxSize const& size = wxSize(500, 300)) {
         frame = new wxVorlanFrame(nullptr, "Log", wxPoint(0, 0), size, "Log Files");
@@ -54,8 +44,7 @@ protected:
         field->SetFocus();
         ASSERT_TRUE(PumpUntil([this] { return field->HasFocus(); }));
     }
-
-    corekit::OptionsFile options;
+    ControlOptions options;
     wxWeakRef<wxVorlanFrame> frame;
     wxTextCtrl* field = nullptr;
 };
