@@ -2,7 +2,6 @@
 
 #include <wx/event.h>
 #include <wx/evtloop.h>
-#include <wx/wxvcolors.h>
 #include <wx/wxvorlanapp.h>
 
 namespace vorlan {

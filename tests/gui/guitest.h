@@ -5,13 +5,18 @@
 
 #include "commands/ids.h"
 #include "core/vorlangui.h"
+#include "lists/enginelistctrl.h"
+#include "lists/joblistctrl.h"
+#include "lists/worklistctrl.h"
 #include "menus/menus.h"
 #include "outside/outside.h"
 #include "window/enginemode.h"
+#include "window/infopane.h"
 #include "window/mainwindow.h"
 #include <wx/wxtoolbarbutton.h>
 
 #include "client/clienttest.h"
+#include "modalanswers.h"
 #include "wxtools.h"
 
 namespace vorlan {
@@ -23,8 +28,7 @@ T& FindPart(MainWindow& window, char const* name) {
 }
 
 // The client in a state of a first start: no options, no window, empty lists.
-class GuiTest : public FarmTest {
-protected:
+struct GuiTest : FarmTest {
     GuiTest();
     ~GuiTest() override;
 
@@ -34,6 +38,7 @@ protected:
     // The same, and there is a Master.
     MainWindow& StartConnected();
     MainWindow& Window() { return *MainWindow::Get(); }
+    ListCtrlBase& List(int id) { return dynamic_cast<ListCtrlBase&>(*Window().FindWindow(id)); }
     // What the Messenger tells of its connection.
     void Connected();
     void Disconnected();

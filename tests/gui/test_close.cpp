@@ -1,21 +1,16 @@
 // The end of the client: with a question for people, without one for others.
 #include "guitest.h"
-#include "modalanswers.h"
 
 #include "window/confirmclose.h"
 
 #include <wx/checkbox.h>
-#include <wx/display.h>
-#include <wx/menu.h>
 #include <wx/msgdlg.h>
 #include <wx/textdlg.h>
 #include <wx/wxconfirmdlg.h>
-#include <wx/wxvoptions.h>
 
 namespace vorlan {
 
-class CloseTest : public GuiTest {
-protected:
+struct CloseTest : GuiTest {
     CloseTest() { HasRunBefore(); }
     // Sets the boxes of the question, by their labels, and keeps how they were shown.
     void Choose(ModalAnswers& answers, std::map<String, bool> const& choice) {
@@ -32,7 +27,6 @@ protected:
         };
     }
     std::map<String, bool> boxes;
-
     static constexpr char k_Engine[] = "Leave the Engine running";
     static constexpr char k_Master[] = "Leave the Master running";
     static constexpr char k_DontAsk[] = "Don't ask this again";
@@ -70,7 +64,6 @@ TEST_F(CloseTest, ChoicesAreStored) {
     EXPECT_EQ(Option("StartEngine"), 2);
     EXPECT_EQ(Option("StartMaster"), 1);
     EXPECT_TRUE(Options().GetValue("Confirm", "ConfirmClose", false));
-
     // Told not to ask again.
     StartClient();
     ModalAnswers second(wxID_CANCEL);
@@ -143,37 +136,13 @@ TEST_F(CloseTest, TheWindowsPlaceIsKept) {
     EXPECT_TRUE(PumpUntil([&] { return Window().GetRect() == place; })) << Window().GetSize().x;
 }
 
-// A larger screen was there when it was closed, or it was left all but invisible.
-TEST_F(CloseTest, TheWindowOpensWithinTheScreen) {
-    wxRect const screen = wxDisplay(0u).GetClientArea();
-    struct {
-        wxRect kept, place;
-    } const cases[] = {
-        {{screen.width - 300, screen.height - 200, 900, 600}, {screen.width - 900, screen.height - 600, 900, 600}},
-        {{100, 100, screen.width * 2, screen.height * 2}, screen}};
-    for (auto const& c : cases) {
-        k_OptionLeft.Set(Options(), "Window", c.kept.x);
-        k_OptionTop.Set(Options(), "Window", c.kept.y);
-        k_OptionWidth.Set(Options(), "Window", c.kept.width);
-        k_OptionHeight.Set(Options(), "Window", c.kept.height);
-        StartClient();
-        EXPECT_TRUE(PumpUntil([&] { return Window().IsShown() && Window().GetRect() == c.place; }, 5000))
-            << Window().GetRect().x << "," << Window().GetRect().y << " " << Window().GetSize().x;
-        ModalAnswers const answers(wxID_OK);
-        CloseWindow();
-    }
-}
-
 TEST(LeaveRunning, StoresWhatTheUserChose) {
     constexpr int k_Nothing = -99;
-    constexpr struct {
-        bool checked;
-        int option, stored;
-    } k_Cases[] = {{true, -1, 2}, {true, 0, 2},          {true, 1, 2},          {true, 2, 2},
-                   {false, 2, 1}, {false, 1, k_Nothing}, {false, 0, k_Nothing}, {false, -1, k_Nothing}};
-    for (auto const& c : k_Cases)
-        EXPECT_EQ(LeaveRunningOption(c.checked, c.option).value_or(k_Nothing), c.stored)
-            << c.checked << " " << c.option;
+    Rows<bool, int, int> const cases = {{true, -1, 2},         {true, 0, 2},          {true, 1, 2},
+                                        {true, 2, 2},          {false, 2, 1},         {false, 1, k_Nothing},
+                                        {false, 0, k_Nothing}, {false, -1, k_Nothing}};
+    for (auto const& [checked, option, stored] : cases)
+        EXPECT_EQ(LeaveRunningOption(checked, option).value_or(k_Nothing), stored) << checked << " " << option;
 }
 
 } // namespace vorlan

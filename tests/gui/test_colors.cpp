@@ -1,9 +1,5 @@
 // The colours: what must be legible is computed, and what the user sets is kept.
 #include "guitest.h"
-#include "lists/joblistctrl.h"
-
-#include <wx/wxvcolors.h>
-#include <wx/wxvoptions.h>
 
 namespace vorlan::test_colors {
 
@@ -39,29 +35,22 @@ TEST(Colors, EveryTextReadsInEveryScheme) {
             EXPECT_GE(contrast(text, ColorName::Selected), k_OnTint) << Named(scheme, text, ColorName::Selected);
         }
         // What stands on the surfaces that are none of the three.
-        struct Pair {
-            ColorName text;
-            ColorName surface;
-            double least;
-        };
-        static constexpr Pair k_Pairs[] = {
-            {ColorName::Text, ColorName::Header, k_OnBackground},           // list headers
-            {ColorName::Text, ColorName::Selected, k_OnBackground},         // selected tabs, texts and menus
-            {ColorName::Text, ColorName::ButtonFace, k_OnBackground},       // arrows under the mouse
-            {ColorName::ButtonText, ColorName::ButtonFace, k_OnBackground}, // buttons and choices
-            {ColorName::ButtonText, ColorName::Header, k_OnBackground},     // a button under the mouse
-            {ColorName::TextGrey, ColorName::ButtonFace, k_Mark},           // the arrow of a choice
-            {ColorName::TextBlue, ColorName::WindowBG, k_Mark},             // the lines of selection and focus
-            {ColorName::TextBlue, ColorName::WindowBGDarker, k_Mark},
-            {ColorName::TextBlue, ColorName::Selected, k_Mark}, // the outline of a checked box
-        };
-        for (Pair const& pair : k_Pairs)
-            EXPECT_GE(contrast(pair.text, pair.surface), pair.least) << Named(scheme, pair.text, pair.surface);
+        for (auto const& [text, surface, least] : Rows<ColorName, ColorName, double>{
+                 {ColorName::Text, ColorName::Header, k_OnBackground},           // list headers
+                 {ColorName::Text, ColorName::Selected, k_OnBackground},         // selected tabs, texts and menus
+                 {ColorName::Text, ColorName::ButtonFace, k_OnBackground},       // arrows under the mouse
+                 {ColorName::ButtonText, ColorName::ButtonFace, k_OnBackground}, // buttons and choices
+                 {ColorName::ButtonText, ColorName::Header, k_OnBackground},     // a button under the mouse
+                 {ColorName::TextGrey, ColorName::ButtonFace, k_Mark},           // the arrow of a choice
+                 {ColorName::TextBlue, ColorName::WindowBG, k_Mark},             // the lines of selection and focus
+                 {ColorName::TextBlue, ColorName::WindowBGDarker, k_Mark},
+                 {ColorName::TextBlue, ColorName::Selected, k_Mark}, // the outline of a checked box
+             })
+            EXPECT_GE(contrast(text, surface), least) << Named(scheme, text, surface);
     }
 }
 
-class ColorTest : public GuiTest {
-protected:
+struct ColorTest : GuiTest {
     ~ColorTest() override { wxvSetColorScheme(static_cast<int>(k_DefaultScheme)); }
 };
 
@@ -112,22 +101,21 @@ TEST_F(ColorTest, AChoiceIsKeptAndANumberThatIsNoSchemeIsNot) {
 }
 
 TEST_F(ColorTest, TheOptionsOfControlsAreChecked) {
-    struct {
-        char const *section, *key, *value, *fault;
-    } const cases[] = {{"Colors", "Scheme", "3", nullptr},
-                       {"Colors", "TextDarkRed", "#0aF1b2", nullptr},
-                       {"Colors", "TextDarkRed", "#0aF1g2", "should be a colour"},
-                       {"Colors", "Selected", "blue", "should be a colour"},
-                       {"Colors", "TextPink", "#0aF1b2", "is not known"},
-                       {"Confirm", "ConfirmClose", "perhaps", "should be Yes or No"},
-                       {"Window", "ViewManager Layout", "tabs=1,0", nullptr},
-                       {"Window", "Left", "far", "should be a whole number"}};
-    for (auto const& c : cases) {
+    Rows<char const*, char const*, char const*, char const*> const cases = {
+        {"Colors", "Scheme", "3", nullptr},
+        {"Colors", "TextDarkRed", "#0aF1b2", nullptr},
+        {"Colors", "TextDarkRed", "#0aF1g2", "should be a colour"},
+        {"Colors", "Selected", "blue", "should be a colour"},
+        {"Colors", "TextPink", "#0aF1b2", "is not known"},
+        {"Confirm", "ConfirmClose", "perhaps", "should be Yes or No"},
+        {"Window", "ViewManager Layout", "tabs=1,0", nullptr},
+        {"Window", "Left", "far", "should be a whole number"}};
+    for (auto const& [section, key, value, fault] : cases) {
         IniFile options;
-        options.SetValue(c.section, c.key, c.value);
+        options.SetValue(section, key, value);
         std::vector<String> const faults = CheckOptions(options, wxvOptionTable());
-        ASSERT_EQ(faults.size(), c.fault ? 1u : 0u) << c.key << " = " << c.value;
-        EXPECT_TRUE(faults.empty() || faults.front().Contains(c.fault)) << faults.front();
+        ASSERT_EQ(faults.size(), fault ? 1u : 0u) << key << " = " << value;
+        EXPECT_TRUE(faults.empty() || faults.front().Contains(fault)) << faults.front();
     }
 }
 

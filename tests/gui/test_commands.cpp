@@ -1,9 +1,6 @@
 // Commands as data: what rows become in each menu, and the way from a number to its function.
 #include "guitest.h"
 
-#include <wx/menu.h>
-#include <wx/wxvtext.h>
-
 namespace vorlan::test_commands {
 
 struct User : CommandUser {
@@ -43,15 +40,9 @@ String LabelsOf(wxMenu const& menu) {
 }
 
 TEST(Commands, EachMenuHasWhatItsUserMayDo) {
-    struct Case {
-        CommandMenus kind;
-        std::set<String> restricted;
-        bool administrator;
-        char const* labels;
-    };
     constexpr auto k_Bar = CommandMenus::Bar;
     constexpr auto k_Context = CommandMenus::Context;
-    Case const cases[] = {
+    Rows<CommandMenus, std::set<String>, bool, char const*> const cases = {
         {k_Bar, {}, false, "&New...\tCtrl+N;-;&Pause\tCtrl+P;Up\tCtrl+Up;Add No&te...;"},
         {k_Bar, {"Priority"}, false, "&New...\tCtrl+N;-;&Pause\tCtrl+P;Add No&te...;"},
         {k_Bar, {"Submit", "Change"}, false, "Add No&te...;"},
@@ -59,13 +50,13 @@ TEST(Commands, EachMenuHasWhatItsUserMayDo) {
         {k_Context, {}, false, "&Pause;Up;Add &Note...;"},
         {k_Context, {"Change"}, true, "&Pause;Up;Add &Note...;-;Machine(Sleep;);"},
     };
-    for (Case const& c : cases) {
+    for (auto const& [kind, restricted, administrator, labels] : cases) {
         User user;
-        user.restricted = c.restricted;
-        user.administrator = c.administrator;
+        user.restricted = restricted;
+        user.administrator = administrator;
         wxMenu menu;
-        AppendCommands(menu, user, k_Rows, c.kind);
-        EXPECT_EQ(LabelsOf(menu), c.labels);
+        AppendCommands(menu, user, k_Rows, kind);
+        EXPECT_EQ(LabelsOf(menu), labels);
     }
     User user;
     auto const idOf = [&](int id) {
@@ -101,8 +92,7 @@ TEST(Commands, EveryRowOfTheMenusCanBeUsed) {
     EXPECT_FALSE(IsFixedCommandId(k_IdFirstCustom));
 }
 
-class DispatchTest : public GuiTest {
-protected:
+struct DispatchTest : GuiTest {
     DispatchTest() {
         HasRunBefore();
         StartConnected();

@@ -1,25 +1,21 @@
 // Job files that are dropped on the window.
 #include "guitest.h"
-#include "modalanswers.h"
 
 #include "window/droptarget.h"
 
 #include <vorlan/jobfile.h>
 #include <wx/arrstr.h>
-#include <wx/wxvtext.h>
 
 namespace vorlan {
 
-class DropTest : public GuiTest {
-protected:
+struct DropTest : GuiTest {
     DropTest() {
         HasRunBefore();
         StartClient();
         outside.connected = true;
     }
-
     wxString Write(char const* file, std::vector<char const*> const& jobs) {
-        Path const path(m_folder.Folder() + "/" + file);
+        Path const path = m_folder / file;
         JobFile out(path, false, false);
         for (char const* name : jobs)
             out.AddJob(NewJob(name));
@@ -27,9 +23,8 @@ protected:
         return wxvText(path.Text());
     }
     wxString WriteText(char const* file, char const* text) {
-        Path const path(m_folder.Folder() + "/" + file);
-        corekit::File::WriteWhole(path, text);
-        return wxvText(path.Text());
+        corekit::File::WriteWhole(m_folder / file, text);
+        return wxvText((m_folder / file).Text());
     }
     void Drop(std::vector<wxString> const& files) {
         wxArrayString names;
@@ -45,8 +40,6 @@ protected:
         }
         return names;
     }
-
-private:
     corekit::TempFolder m_folder;
 };
 

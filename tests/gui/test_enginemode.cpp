@@ -11,17 +11,13 @@ namespace vorlan {
 using corekit::NamedPipeServerThread;
 
 TEST(IdleSpan, TheLocalWordBeatsTheMasters) {
-    constexpr struct {
-        int local, master, minutes;
-    } k_Cases[] = {{-1, 0, 0}, {-1, 10, 10}, {0, 10, 0}, {5, 10, 5}, {-7, 3, 3}, {-1, -1, 0}};
-    for (auto const& c : k_Cases)
-        EXPECT_EQ(IdleSpan(c.local, c.master), Time::Minutes(c.minutes)) << c.local << " " << c.master;
+    for (auto const& [local, master, minutes] :
+         Rows<int, int, int>{{-1, 0, 0}, {-1, 10, 10}, {0, 10, 0}, {5, 10, 5}, {-7, 3, 3}, {-1, -1, 0}})
+        EXPECT_EQ(IdleSpan(local, master), Time::Minutes(minutes)) << local << " " << master;
 }
 
-class EngineModeTest : public GuiTest {
-protected:
+struct EngineModeTest : GuiTest {
     EngineModeTest() { HasRunBefore(); }
-
     void Enter() { Command(k_IdEngineMode); }
     // An own Engine, and the Master's word: it times out.
     void StartIdle() {
@@ -58,7 +54,6 @@ TEST_F(EngineModeTest, ShowsItsPaneAndStopsTheMessenger) {
                                      "To change how your machine enters Engine Mode, use the VorlanGui Options."}));
     EXPECT_TRUE(FindPart<MessagePane>(window, "EngineModePane").IsShownOnScreen());
     EXPECT_FALSE(FindPart<MessagePane>(window, "SearchingPane").IsShownOnScreen());
-
     // A second time: no second pipe.
     Enter();
     EXPECT_EQ(CountLines(log, "Entering Engine Mode..."), 2u);
@@ -105,7 +100,6 @@ TEST_F(EngineModeTest, AMachineThatServesGoesOnServing) {
     Enter();
     EXPECT_EQ(outside.TakeSteps(), (std::vector<String>{"start VorlanEngine", "messenger stop 0 0 0"}));
     EXPECT_TRUE(Options().GetValue("Configuration", "WasTheMaster", false));
-
     // The connection is gone now, and with it who the Master is.
     outside.master = UID::Null;
     Enter();
@@ -113,7 +107,6 @@ TEST_F(EngineModeTest, AMachineThatServesGoesOnServing) {
               (std::vector<String>{"start VorlanMaster", "start VorlanEngine", "messenger stop 0 0 0"}));
     Command(k_IdConnect);
     EXPECT_EQ(outside.TakeSteps(), (std::vector<String>{"messenger stop 0 0 1", "start VorlanMaster"}));
-
     // Another one serves: this machine forgets that it did.
     outside.master = UID::FromName("another");
     Window().ShowView(MainWindow::k_ViewMain);
@@ -123,27 +116,21 @@ TEST_F(EngineModeTest, AMachineThatServesGoesOnServing) {
 }
 
 TEST_F(EngineModeTest, OnlyAnIdleClientWithItsOwnEngineTimesOut) {
-    struct Case {
-        char const* what;
-        bool ownEngine, connected;
-        int local, master;
-        bool timesOut;
-    };
-    constexpr Case k_Cases[] = {
+    Rows<char const*, bool, bool, int, int, bool> const k_Cases = {
         {"the Master's minutes", true, true, -1, 10, true},   {"an Engine of somebody else", false, true, 5, 10, false},
         {"no Master yet", true, false, 5, 0, false},          {"never, says this machine", true, true, 0, 10, false},
         {"never, says the Master", true, true, -1, 0, false}, {"this machine alone", true, true, 5, 0, true}};
     StartClient();
-    for (Case const& c : k_Cases) {
-        outside.started = c.ownEngine ? std::set{int{k_ComponentEngine}} : std::set<int>();
-        MasterSaysIdleMinutes(c.master);
-        if (!c.connected)
+    for (auto const& [what, ownEngine, connected, local, master, timesOut] : k_Cases) {
+        outside.started = ownEngine ? std::set{int{k_ComponentEngine}} : std::set<int>();
+        MasterSaysIdleMinutes(master);
+        if (!connected)
             outside.masterInfo.reset();
-        Options().SetValue("Configuration", o_IdleTimeout, c.local);
+        Options().SetValue("Configuration", o_IdleTimeout, local);
         Timeout().Reset();
-        EXPECT_EQ(!Timeout().Expires().IsZero(), c.timesOut) << c.what;
-        EXPECT_EQ(Timeout().HasExpired(Later()), c.timesOut) << c.what;
-        EXPECT_FALSE(Timeout().HasExpired(Later())) << "once only: " << c.what;
+        EXPECT_EQ(!Timeout().Expires().IsZero(), timesOut) << what;
+        EXPECT_EQ(Timeout().HasExpired(Later()), timesOut) << what;
+        EXPECT_FALSE(Timeout().HasExpired(Later())) << "once only: " << what;
     }
 }
 
@@ -156,7 +143,6 @@ TEST_F(EngineModeTest, ADialogHoldsTheTimeOutAndUseBeginsItAnew) {
     ASSERT_TRUE(PumpUntil([&] { return Time::CurrentTime() + Time::Minutes(10) > first; }));
     wxVorlanDlg::s_ModalFinished.Emit();
     EXPECT_GT(Timeout().Expires(), first);
-
     for (auto const& use : std::initializer_list<std::function<void()>>{
              [] { wxVorlanDlg::s_DlgClosed.Emit(); }, [] { wxVorlanFrame::s_WinClosed.Emit(); },
              [&] { Window().ShowView(MainWindow::k_ViewMain); }, [&] { Command(31999); },

@@ -2,11 +2,6 @@
 #include "guitest.h"
 #include "screenpixels.h"
 
-#include "lists/joblistctrl.h"
-
-#include <wx/wxtimed.h>
-#include <wx/wxvtext.h>
-
 namespace vorlan {
 
 TEST_F(GuiTest, EachStopOfTabShowsThatItHasTheFocus) {
@@ -29,8 +24,7 @@ TEST_F(GuiTest, EachStopOfTabShowsThatItHasTheFocus) {
         wxImage const with = picture().GetSubImage(place);
         stop->Navigate();
         wxImage const without = picture().GetSubImage(place);
-        size_t const bytes = static_cast<size_t>(place.width) * static_cast<size_t>(place.height) * 3;
-        EXPECT_NE(std::memcmp(with.GetData(), without.GetData(), bytes), 0)
+        EXPECT_FALSE(IsSame(with, without))
             << stop->GetClassInfo()->GetClassName() << " " << wxvString(stop->GetName()).c_str() << " in "
             << wxvString(stop->GetParent()->GetName()).c_str() << ", " << place.x << " " << place.y << " "
             << place.width << " " << place.height;

@@ -3,19 +3,15 @@
 
 #include <wx/jobcommandmenu.h>
 #include <wx/jobselector.h>
-#include <wx/menu.h>
 #include <wx/productchoice.h>
-#include <wx/wxvtext.h>
 #include <wx/wxvtextctrl.h>
 
 namespace vorlan::test_jobcontrols {
 
 // Products in the factory for one test.
-class KnownProducts {
-public:
+struct KnownProducts {
     KnownProducts() { JobFactory::s_JobFactory->RemoveProduct(UID::Null); }
     ~KnownProducts() { JobFactory::s_JobFactory->RemoveProduct(UID::Null); }
-
     boost::shared_ptr<Product> Add(char const* name, char const* type) {
         auto const product = boost::make_shared<Product>(name, UID::FromName(type));
         JobFactory::s_JobFactory->SetProduct(product);
@@ -55,12 +51,9 @@ constexpr unsigned k_All = Command::f_ForJobs | Command::f_ForWork | Command::f_
 constexpr unsigned k_Line = k_All | Command::f_Separator;
 
 // NotedMenu notes what it would do.
-class NotedMenu : public JobCommandMenu {
-public:
+struct NotedMenu : JobCommandMenu {
     using JobCommandMenu::JobCommandMenu;
     std::string noted;
-
-protected:
     bool PreProcessCommand(String const& label) override { return label == "Mine"; }
     void DoProcessCommand(String const& command, String const& args) override {
         noted += command.Str() + "[" + args.Str() + "]";
@@ -81,27 +74,21 @@ TEST(JobCommandMenu, OffersWhatTheProductsOfTheJobsHave) {
     auto const mix = known.Add("Mix", "mix");
     AddCommand(*mix, "Play", k_All);
     AddCommand(*mix, "Listen", Command::f_ForJobs);
-
     auto const a = NewJob(*paint, "1-3");
     auto const b = NewJob(*paint, "2-9");
     auto const c = NewJob(*mix);
-    struct Case {
-        JobCommandMenu::Jobs jobs;
-        Command::FLAG kind;
-        char const* shape;
-    } const cases[] = {
-        {{}, Command::f_ForJobs, ""},
-        {{a}, Command::f_ForJobs, "View & Frame(1 2 3) | Play"},
-        {{a, b}, Command::f_ForJobs, "View & Frame(2 3) | Play"},
-        {{a}, Command::f_ForWork, "View & Frame(1 2 3) | Output Play"},
-        {{c, a}, Command::f_ForJobs, "Play Listen | View & Frame(1 2 3)"},
-        {{c}, Command::f_ForHistory, "Play"},
-    };
-    for (Case const& test : cases) {
+    for (auto const& [jobs, kind, shape] : Rows<JobCommandMenu::Jobs, Command::FLAG, char const*>{
+             {{}, Command::f_ForJobs, ""},
+             {{a}, Command::f_ForJobs, "View & Frame(1 2 3) | Play"},
+             {{a, b}, Command::f_ForJobs, "View & Frame(2 3) | Play"},
+             {{a}, Command::f_ForWork, "View & Frame(1 2 3) | Output Play"},
+             {{c, a}, Command::f_ForJobs, "Play Listen | View & Frame(1 2 3)"},
+             {{c}, Command::f_ForHistory, "Play"},
+         }) {
         wxMenu menu;
         JobCommandMenu commands([](String const& name) { return name == "Secrets"; });
-        commands.Fill(menu, test.jobs, test.kind);
-        EXPECT_EQ(Shape(menu), test.shape);
+        commands.Fill(menu, jobs, kind);
+        EXPECT_EQ(Shape(menu), shape);
     }
     wxMenu menu;
     JobCommandMenu commands({}, 500, 502);
@@ -181,14 +168,12 @@ TEST(FindJobs, EveryWordCountsAndBeginningsComeFirst) {
                                           {UID::FromName("2"), "sc010_crypto", "light01"},
                                           {UID::FromName("3"), "turntable", ""}};
     using Indices = std::vector<size_t>;
-    struct Case {
-        char const* typed;
-        Indices found;
-    } const cases[] = {{"", {0, 1, 2, 3}},       {"SC010", {1, 2, 0}},    {" sc010 ", {1, 2, 0}}, {"beauty", {0, 1}},
-                       {"light01 SC", {0, 2}},   {"sc010_b fx", {1}},     {"none", {}},           {"table", {3}},
-                       {"SC010_beauty", {1, 0}}, {"beauty turntable", {}}};
-    for (Case const& c : cases)
-        EXPECT_EQ(FindJobs(offers, c.typed, 10), c.found) << c.typed;
+    Rows<char const*, Indices> const cases = {
+        {"", {0, 1, 2, 3}},       {"SC010", {1, 2, 0}},    {" sc010 ", {1, 2, 0}}, {"beauty", {0, 1}},
+        {"light01 SC", {0, 2}},   {"sc010_b fx", {1}},     {"none", {}},           {"table", {3}},
+        {"SC010_beauty", {1, 0}}, {"beauty turntable", {}}};
+    for (auto const& [typed, found] : cases)
+        EXPECT_EQ(FindJobs(offers, typed, 10), found) << typed;
     EXPECT_EQ(FindJobs(offers, "SC010", 2), (Indices{1, 2}));
 }
 
@@ -208,7 +193,6 @@ TEST_F(JobControls, AJobIsFoundByTypingAndTakenByKeys) {
         wxEVT_CHOICE, [&chosen](wxCommandEvent&) { ++chosen; }, selector->GetId());
     Show();
     Focus(selector->Text());
-
     selector->Fill(own);
     selector->SelectJob(beauty);
     EXPECT_EQ(selector->Text()->GetValue(), "SC010_beauty");
@@ -221,7 +205,6 @@ TEST_F(JobControls, AJobIsFoundByTypingAndTakenByKeys) {
     Press(WXK_ESCAPE);
     EXPECT_EQ(selector->Text()->GetValue(), "SC010_beauty");
     EXPECT_TRUE(selector->Shown().empty());
-
     selector->Text()->SelectAll();
     Type("cry");
     Press(WXK_RETURN);
@@ -236,7 +219,6 @@ TEST_F(JobControls, AJobIsFoundByTypingAndTakenByKeys) {
     selector->Text()->Clear();
     EXPECT_TRUE(PumpUntil([&] { return selector->GetJob() == UID(); }));
     EXPECT_EQ(chosen, 3);
-
     selector->SelectJob(own);
     EXPECT_EQ(selector->GetJob(), own) << "what is not offered is kept";
     EXPECT_EQ(selector->Text()->GetValue(), wxvText(own.ToString()));

@@ -4,24 +4,16 @@
 
 #include "rows/jobcolumns.h"
 #include "window/infofacts.h"
-#include "window/infopane.h"
 #include "window/toolbar.h"
 
-#include <wx/menu.h>
 #include <wx/splitter.h>
-#include <wx/statusbr.h>
 #include <wx/wxdblistctrl.h>
-#include <wx/wxtimed.h>
-#include <wx/wxvcolors.h>
 #include <wx/wxvstatusbar.h>
-#include <wx/wxvtext.h>
 
 namespace vorlan {
 
-class MainWindowTest : public GuiTest {
-protected:
+struct MainWindowTest : GuiTest {
     MainWindowTest() { HasRunBefore(); }
-
     void StartLarge() {
         StartClient().SetSize(1100, 700);
         outside.connected = true;
@@ -43,20 +35,17 @@ protected:
 };
 
 TEST_F(MainWindowTest, TheSashStandsWhereItWasLeft) {
-    struct {
-        char const* stored;
-        double part;
-    } const cases[] = {{"nothing", 0.75}, {"1.5", 0.75}, {"0", 0.75}, {"-1", 0.75}, {"0.4", 0.4}};
-    for (auto const& c : cases) {
+    Rows<char const*, double> const cases = {{"nothing", 0.75}, {"1.5", 0.75}, {"0", 0.75}, {"-1", 0.75}, {"0.4", 0.4}};
+    for (auto const& [stored, part] : cases) {
         Options().ClearKey("Window", "Splitter");
-        if (c.stored != cases[0].stored)
-            Options().SetValue("Window", "Splitter", c.stored);
+        if (String(stored) != "nothing")
+            Options().SetValue("Window", "Splitter", stored);
         StartLarge();
-        EXPECT_TRUE(PartIs(c.part)) << Part() << " of " << Splitter().GetClientSize().x << " with " << c.stored;
+        EXPECT_TRUE(PartIs(part)) << Part() << " of " << Splitter().GetClientSize().x << " with " << stored;
         // A larger window is no wish of the user.
         Window().SetSize(1300, 700);
         ASSERT_TRUE(PumpUntil([this] { return Splitter().GetClientSize().x > 1200; }));
-        EXPECT_EQ(Options().GetValue("Window", "Splitter", String("nothing")), c.stored);
+        EXPECT_EQ(Options().GetValue("Window", "Splitter", String("nothing")), stored);
         Window().Destroy();
         ASSERT_TRUE(PumpUntil([] { return MainWindow::Get() == nullptr; }));
     }
@@ -140,7 +129,6 @@ TEST_F(MainWindowTest, TheViewMenuNamesTabsAndOpenWindows) {
     bar.Check(14001, false);
     Command(14001, false);
     EXPECT_TRUE(bar.IsChecked(14001)) << "it is in front still";
-
     wxMenu& view = *bar.GetMenu(static_cast<size_t>(bar.FindMenu("View")));
     auto const windows = [&] {
         Menu(wxEVT_MENU_OPEN, &view);

@@ -1,8 +1,6 @@
 // Dialogs of rows, by the page of the client's own options.
 #include "guitest.h"
-#include "modalanswers.h"
 
-#include "client/options.h"
 #include "config/optionsdlg.h"
 #include "dialogs/rowpage.h"
 #include "submit/repeatfile.h"
@@ -10,15 +8,18 @@
 #include <wx/checkbox.h>
 #include <wx/choice.h>
 #include <wx/stattext.h>
-#include <wx/textctrl.h>
 
 namespace vorlan {
 
-class OptionsDlgTest : public GuiTest {
-protected:
+void ChooseEntry(wxChoice& choice, int entry) {
+    choice.SetSelection(entry);
+    wxCommandEvent event(wxEVT_CHOICE, choice.GetId());
+    choice.HandleWindowEvent(event);
+}
+
+struct OptionsDlgTest : GuiTest {
     OptionsDlgTest() { StartConnected(); }
     ~OptionsDlgTest() override { Close(); }
-
     void Open() {
         Close();
         dialog = new OptionsDlg(&Window());
@@ -34,12 +35,7 @@ protected:
     T& Control(OptionInfo const& option) {
         return dynamic_cast<T&>(*Page().FindControl(option));
     }
-    void Choose(OptionInfo const& option, int entry) {
-        auto& choice = Control<wxChoice>(option);
-        choice.SetSelection(entry);
-        wxCommandEvent event(wxEVT_CHOICE, choice.GetId());
-        choice.HandleWindowEvent(event);
-    }
+    void Choose(OptionInfo const& option, int entry) { ChooseEntry(Control<wxChoice>(option), entry); }
     void Type(OptionInfo const& option, char const* text) { Control<wxTextCtrl>(option).SetValue(text); }
     // The labels of its rows, from the top.
     std::vector<String> Labels() {
@@ -50,12 +46,8 @@ protected:
         }
         return labels;
     }
-    bool Has(char const* label) {
-        auto const labels = Labels();
-        return std::find(labels.begin(), labels.end(), label) != labels.end();
-    }
+    bool Has(String const& label) { return testing::Matches(testing::Contains(label))(Labels()); }
     wxWindow& Minutes() { return *Control<wxChoice>(k_OptionIdleTimeout).GetNextSibling(); }
-
     OptionsDlg* dialog = nullptr;
 };
 
@@ -96,23 +88,21 @@ TEST_F(OptionsDlgTest, StoresWhatWasChosen) {
     EXPECT_FALSE(Options().HasKey("Configuration", "Creator")) << "nothing before OK";
     ASSERT_TRUE(dialog->TransferDataFromWindow());
     EXPECT_EQ(Gui().RepeatJobs().RepeatCount(), 7u);
-    struct {
-        char const *section, *key, *value;
-    } const stored[] = {{"Configuration", "RepeatCount", "7"},
-                        {"Configuration", "Creator", "Night shift"},
-                        {"Configuration", "OvertimeKill", ""},
-                        {"Configuration", "VNCCommand", "viewer $(Engine)"},
-                        {"Configuration", "NewJobWindow", "1"},
-                        {"Configuration", "LoadImmediate", "No"},
-                        {"Configuration", "DropImmediate", "Yes"},
-                        {"Configuration", "PauseOnStopAllWork", "Yes"},
-                        {"Configuration", "StopPermanentlyStatus", "2"},
-                        {"Configuration", "StartEngine", "-1"},
-                        {"Configuration", "StartPanvale", "0"},
-                        {"Configuration", "IdleTimeout", "-1"},
-                        {"Window", "AutoComplete", "No"}};
-    for (auto const& c : stored)
-        EXPECT_EQ(Options().GetValue(c.section, c.key, ""), c.value) << c.key;
+    Rows<char const*, char const*, char const*> const stored = {{"Configuration", "RepeatCount", "7"},
+                                                                {"Configuration", "Creator", "Night shift"},
+                                                                {"Configuration", "OvertimeKill", ""},
+                                                                {"Configuration", "VNCCommand", "viewer $(Engine)"},
+                                                                {"Configuration", "NewJobWindow", "1"},
+                                                                {"Configuration", "LoadImmediate", "No"},
+                                                                {"Configuration", "DropImmediate", "Yes"},
+                                                                {"Configuration", "PauseOnStopAllWork", "Yes"},
+                                                                {"Configuration", "StopPermanentlyStatus", "2"},
+                                                                {"Configuration", "StartEngine", "-1"},
+                                                                {"Configuration", "StartPanvale", "0"},
+                                                                {"Configuration", "IdleTimeout", "-1"},
+                                                                {"Window", "AutoComplete", "No"}};
+    for (auto const& [section, key, value] : stored)
+        EXPECT_EQ(Options().GetValue(section, key, ""), value) << key;
     // The default of the Creator is not kept.
     Open();
     EXPECT_EQ(Control<wxTextCtrl>(k_OptionCreator).GetValue(), "Night shift");
@@ -124,23 +114,20 @@ TEST_F(OptionsDlgTest, StoresWhatWasChosen) {
 }
 
 TEST_F(OptionsDlgTest, TheIdleTimeIsOneOfThreeEntries) {
-    struct {
-        int stored, entry, chosen;
-        char const* typed;
-        int kept;
-    } const cases[] = {{-1, 0, 0, nullptr, -1}, {-1, 0, 2, "45", 45},   {0, 1, 0, nullptr, -1},
-                       {20, 2, 2, nullptr, 20}, {20, 2, 1, nullptr, 0}, {-7, 0, 0, nullptr, -1}};
-    for (auto const& c : cases) {
-        k_OptionIdleTimeout.Set(c.stored);
+    Rows<int, int, int, char const*, int> const cases = {{-1, 0, 0, nullptr, -1}, {-1, 0, 2, "45", 45},
+                                                         {0, 1, 0, nullptr, -1},  {20, 2, 2, nullptr, 20},
+                                                         {20, 2, 1, nullptr, 0},  {-7, 0, 0, nullptr, -1}};
+    for (auto const& [stored, entry, chosen, typed, kept] : cases) {
+        k_OptionIdleTimeout.Set(stored);
         Open();
-        EXPECT_EQ(Control<wxChoice>(k_OptionIdleTimeout).GetSelection(), c.entry) << c.stored;
-        EXPECT_EQ(Minutes().IsThisEnabled(), c.entry == 2);
-        Choose(k_OptionIdleTimeout, c.chosen);
-        EXPECT_EQ(Minutes().IsThisEnabled(), c.chosen == 2);
-        if (c.typed)
-            dynamic_cast<wxTextCtrl&>(Minutes()).SetValue(c.typed);
+        EXPECT_EQ(Control<wxChoice>(k_OptionIdleTimeout).GetSelection(), entry) << stored;
+        EXPECT_EQ(Minutes().IsThisEnabled(), entry == 2);
+        Choose(k_OptionIdleTimeout, chosen);
+        EXPECT_EQ(Minutes().IsThisEnabled(), chosen == 2);
+        if (typed)
+            dynamic_cast<wxTextCtrl&>(Minutes()).SetValue(typed);
         ASSERT_TRUE(dialog->TransferDataFromWindow());
-        EXPECT_EQ(k_OptionIdleTimeout.Get(), c.kept) << c.stored << " to " << c.chosen;
+        EXPECT_EQ(k_OptionIdleTimeout.Get(), kept) << stored << " to " << chosen;
     }
 }
 
@@ -158,22 +145,18 @@ TEST_F(OptionsDlgTest, WhatCannotBeKeptIsToldAndNothingIsStored) {
 }
 
 TEST_F(OptionsDlgTest, RestrictedRowsAreNeitherShownNorStored) {
-    struct {
-        char const* restriction;
-        char const* label;
-        OptionInfo const& option;
-    } const cases[] = {{"My Jobs Only", "Creator string", k_OptionCreator},
-                       {"Core Process Control", "Start the Master on startup", k_OptionStartMaster},
-                       {"Process Control", "Start Merrow on startup", k_OptionStartMerrow}};
-    for (auto const& c : cases) {
+    for (auto const& [restriction, label, option] : Rows<char const*, char const*, OptionInfo const&>{
+             {"My Jobs Only", "Creator string", k_OptionCreator},
+             {"Core Process Control", "Start the Master on startup", k_OptionStartMaster},
+             {"Process Control", "Start Merrow on startup", k_OptionStartMerrow}}) {
         Open();
-        EXPECT_TRUE(Has(c.label));
-        Window().Master().SetRestrictions({{c.restriction, true}});
-        c.option.Clear(Options());
+        EXPECT_TRUE(Has(label));
+        Window().Master().SetRestrictions({{restriction, true}});
+        option.Clear(Options());
         Open();
-        EXPECT_FALSE(Has(c.label));
+        EXPECT_FALSE(Has(label));
         ASSERT_TRUE(dialog->TransferDataFromWindow());
-        EXPECT_FALSE(c.option.Has(Options())) << c.label;
+        EXPECT_FALSE(option.Has(Options())) << label;
         Window().Master().SetRestrictions({});
     }
 }
@@ -194,9 +177,7 @@ TEST(DialogRows, APartThatCannotBeUsedIsWrittenAsItsRowSays) {
     RowPage page(&frame, rows, values);
     auto const store = [&](int entry, char const* typed) {
         auto& choice = dynamic_cast<wxChoice&>(*page.FindControl(count));
-        choice.SetSelection(entry);
-        wxCommandEvent event(wxEVT_CHOICE, choice.GetId());
-        choice.HandleWindowEvent(event);
+        ChooseEntry(choice, entry);
         dynamic_cast<wxTextCtrl&>(*choice.GetNextSibling()).SetValue(typed);
         page.Store();
         return file.GetValue("Distribution", "Count", "") + " " + file.GetValue("Distribution", "Delay", "");

@@ -3,24 +3,13 @@
 #include "guitest.h"
 #include "screenpixels.h"
 
-#include "lists/joblistctrl.h"
-
-#include <wx/listctrl.h>
-#include <wx/textctrl.h>
 #include <wx/tooltip.h>
 #include <wx/wxdbtreelistctrl.h>
-#include <wx/wxtimed.h>
 
 namespace vorlan::test_paintsoak {
 
-int StepsOfPaintSoak() {
-    char const* const wish = std::getenv("VORLAN_SOAK");
-    return wish && std::string_view(wish) == "full" ? 6000 : 300;
-}
-
 // A tree whose texts and colours change.
-class ChangingTree : public wxDBTreeListCtrl {
-public:
+struct ChangingTree : wxDBTreeListCtrl {
     explicit ChangingTree(wxWindow* parent) : wxDBTreeListCtrl(parent) {
         AddColumn(0, "Work", 240);
         AddColumn(1, "State", 150);
@@ -34,8 +23,7 @@ public:
     size_t turn = 0;
 };
 
-class PaintSoak : public GuiTest {
-protected:
+struct PaintSoak : GuiTest {
     PaintSoak() : m_frame(new wxFrame(nullptr, wxID_ANY, "Paint", wxPoint(20, 20), wxSize(760, 420))) {
         wxToolTip::Enable(false);
     }
@@ -44,9 +32,7 @@ protected:
         delete m_frame;
         Pump();
     }
-
     int Pick(int below) { return below > 0 ? static_cast<int>(m_random() % static_cast<unsigned>(below)) : 0; }
-
     void Show(wxDBListCtrl& list) {
         m_frame->SetSizer(new wxBoxSizer(wxVERTICAL));
         m_frame->GetSizer()->Add(&list, wxSizerFlags(1).Expand());
@@ -58,40 +44,29 @@ protected:
 
     // What people do to any list.
     void ActOn(wxDBListCtrl& list) {
-        int const row = Pick(list.GetItemCount());
-        int const rowInSight = list.GetScrollPos(wxVERTICAL) + Pick(list.GetRowsPerPage());
-        switch (Pick(12)) {
-        case 0:
-            list.SetScrollPos(wxVERTICAL, Pick(list.GetItemCount()));
-            break;
-        case 1:
-            list.EnsureVisible(row);
-            break;
-        case 2:
-            list.RedrawColumn(Pick(list.GetColumnCount()));
-            break;
-        case 3:
-            list.SetColumnWidth(Pick(list.GetColumnCount()), 40 + Pick(200));
-            break;
-        case 4:
-            list.SetScrollPos(wxHORIZONTAL, Pick(300));
-            break;
-        case 5:
-            Focus(list, Pick(2) == 0);
-            break;
-        case 6:
-            Press(list, std::array{WXK_UP, WXK_DOWN, WXK_PAGEDOWN, WXK_PAGEUP, WXK_HOME}[static_cast<size_t>(Pick(5))]);
-            break;
-        case 7:
-            list.DeselectAll();
-            list.Select(rowInSight);
-            break;
-        default:
-            Mouse(list, wxEVT_MOTION, wxPoint(Pick(list.GetClientSize().x), Pick(list.GetClientSize().y)));
-        }
+        std::function<void()> const acts[] = {
+            [&] { list.SetScrollPos(wxVERTICAL, Pick(list.GetItemCount())); },
+            [&] { list.EnsureVisible(Pick(list.GetItemCount())); },
+            [&] { list.RedrawColumn(Pick(list.GetColumnCount())); },
+            [&] { list.SetColumnWidth(Pick(list.GetColumnCount()), 40 + Pick(200)); },
+            [&] { list.SetScrollPos(wxHORIZONTAL, Pick(300)); },
+            [&] { (Pick(2) ? m_frame->GetChildren().back() : &list)->SetFocus(); },
+            [&] {
+                Press(list, std::array{WXK_UP, WXK_DOWN, WXK_PAGEDOWN, WXK_PAGEUP, WXK_HOME}.at(
+                                static_cast<size_t>(Pick(5))));
+            },
+            [&] {
+                list.DeselectAll();
+                list.Select(list.GetScrollPos(wxVERTICAL) + Pick(list.GetRowsPerPage()));
+            },
+        };
+        if (auto const act = static_cast<size_t>(Pick(12)); act < std::size(acts))
+            acts[act]();
+        else
+            Move(list, wxPoint(Pick(list.GetClientSize().x), Pick(list.GetClientSize().y)));
     }
-    static void Mouse(wxDBListCtrl& list, wxEventType type, wxPoint const& point) {
-        wxMouseEvent event(type);
+    static void Move(wxDBListCtrl& list, wxPoint const& point) {
+        wxMouseEvent event(wxEVT_MOTION);
         event.SetPosition(point);
         list.ProcessWindowEvent(event);
     }
@@ -102,16 +77,9 @@ protected:
         event.SetShiftDown(Pick(3) == 0);
         list.ProcessWindowEvent(event);
     }
-    void Focus(wxDBListCtrl& list, bool on) {
-        if (on)
-            list.SetFocus();
-        else
-            m_frame->GetChildren().back()->SetFocus();
-    }
-
     // Some things at a time, drawn between them or not, and then a look.
     void Run(wxDBListCtrl& list, std::function<void()> const& act) {
-        for (int step = 0; step < StepsOfPaintSoak(); ++step) {
+        for (int step = 0; step < (IsFullSoak() ? 6000 : 300); ++step) {
             for (int count = 1 + Pick(4); count > 0; --count) {
                 act();
                 int const drawn = Pick(4);
@@ -130,7 +98,6 @@ protected:
             ASSERT_EQ(FirstStalePixel(list), "") << "step " << step;
         }
     }
-
     wxFrame* const m_frame;
     wxSize m_size;
     std::mt19937 m_random{7};
@@ -149,37 +116,29 @@ TEST_F(PaintSoak, JobsOnTheScreenAreTheJobsThereAre) {
     Run(*list, [&] {
         std::vector<UID> const ids = Jobs::GetAllJobs();
         UID const id = ids.empty() ? UID::Null : ids[static_cast<size_t>(Pick(static_cast<int>(ids.size())))];
-        switch (Pick(14)) {
-        case 0:
-        case 1: {
+        auto const sort = [&] {
             wxListEvent event(wxEVT_LIST_COL_CLICK, list->GetId());
             event.m_col = Pick(5);
             list->ProcessWindowEvent(event);
-            break;
-        }
-        case 2:
-            JobList::Get().UpdateJob(id, p_PercentDone, String::From(Pick(100)));
-            break;
-        case 3:
-            JobList::Get().UpdateJob(id, p_Status, String::From(Pick(3) - 1));
-            break;
-        case 4:
-            insert();
-            break;
-        case 5:
-            if (Pick(40) == 0)
-                JobList::Get().Clear();
-            else
-                JobList::Get().RemoveJob(id);
-            break;
-        case 6:
-        case 7:
+        };
+        auto const rename = [&] {
             JobList::Get().UpdateJob(id, p_Name, SFormat("job %03d", Pick(1000)));
             wxTimed::s_Timer0250.Emit();
-            break;
-        default:
+        };
+        std::function<void()> const acts[] = {
+            sort,
+            sort,
+            [&] { JobList::Get().UpdateJob(id, p_PercentDone, String::From(Pick(100))); },
+            [&] { JobList::Get().UpdateJob(id, p_Status, String::From(Pick(3) - 1)); },
+            insert,
+            [&] { Pick(40) ? JobList::Get().RemoveJob(id) : JobList::Get().Clear(); },
+            rename,
+            rename,
+        };
+        if (auto const act = static_cast<size_t>(Pick(14)); act < std::size(acts))
+            acts[act]();
+        else
             ActOn(*list);
-        }
     });
 }
 
@@ -194,28 +153,25 @@ TEST_F(PaintSoak, TheTreeOnTheScreenIsTheTreeThereIs) {
     Show(*tree);
     Run(*tree, [&] {
         auto* const item = tree->GetItem(Pick(tree->GetItemCount()));
-        switch (Pick(12)) {
-        case 0:
-        case 1:
-            tree->Toggle(item);
-            break;
-        case 2:
-            if (tree->GetTreeSize() > 20)
-                tree->RemoveItem(item);
-            break;
-        case 3:
-            tree->AppendItem(item, wxDBTreeListItem::Make(SFormat("%d", Pick(5000)), ChangingTree::Text));
-            break;
-        case 4:
-            tree->Sort([this](auto const&, auto const&) { return Pick(2) == 0; });
-            break;
-        case 5:
-            ++tree->turn;
-            tree->Redraw();
-            break;
-        default:
+        auto const toggle = [&] { tree->Toggle(item); };
+        std::function<void()> const acts[] = {
+            toggle,
+            toggle,
+            [&] {
+                if (tree->GetTreeSize() > 20)
+                    tree->RemoveItem(item);
+            },
+            [&] { tree->AppendItem(item, wxDBTreeListItem::Make(SFormat("%d", Pick(5000)), ChangingTree::Text)); },
+            [&] { tree->Sort([this](auto const&, auto const&) { return Pick(2) == 0; }); },
+            [&] {
+                ++tree->turn;
+                tree->Redraw();
+            },
+        };
+        if (auto const act = static_cast<size_t>(Pick(12)); act < std::size(acts))
+            acts[act]();
+        else
             ActOn(*tree);
-        }
     });
 }
 

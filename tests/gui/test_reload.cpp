@@ -2,19 +2,10 @@
 #include "guitest.h"
 #include "screenpixels.h"
 
-#include "commands/ids.h"
-#include "lists/joblistctrl.h"
-#include "lists/worklistctrl.h"
-
-#include <wx/statusbr.h>
-#include <wx/wxtimed.h>
-
 namespace vorlan {
 
-class ReloadWindowTest : public GuiTest {
-protected:
+struct ReloadWindowTest : GuiTest {
     static constexpr int k_Jobs = 56;
-
     ReloadWindowTest() {
         HasRunBefore();
         StartConnected().SetSize(1100, 800);
@@ -26,8 +17,6 @@ protected:
         Jobs().SetCurrentRow(30);
         Tick();
     }
-
-    ListCtrlBase& List(int id) { return dynamic_cast<ListCtrlBase&>(*Window().FindWindow(id)); }
     ListCtrlBase& Jobs() { return List(JobListCtrl::k_BaseID); }
     ListCtrlBase& Work() { return List(WorkListCtrl::k_BaseID); }
     static void TellJobs() {
@@ -44,11 +33,7 @@ protected:
         PumpAndDraw(Jobs());
         PumpAndDraw(Work());
     }
-    bool Looks(wxImage const& before, ListCtrlBase& list) {
-        wxImage const now = ScreenPixels(list);
-        size_t const bytes = static_cast<size_t>(now.GetWidth()) * static_cast<size_t>(now.GetHeight()) * 3;
-        return now.GetSize() == before.GetSize() && std::memcmp(now.GetData(), before.GetData(), bytes) == 0;
-    }
+    bool Looks(wxImage const& before, ListCtrlBase& list) { return IsSame(before, ScreenPixels(list)); }
 };
 
 TEST_F(ReloadWindowTest, WhatIsSeenGoesFromTheOldRowsToTheNew) {

@@ -7,8 +7,7 @@
 
 namespace vorlan {
 
-class RepeatTest : public GuiTest {
-protected:
+struct RepeatTest : GuiTest {
     RepeatTest() {
         auto const product = Product::CreateDefault(ProductClass::Single);
         m_type = product->Type();
@@ -17,7 +16,6 @@ protected:
             corekit::File::Delete(m_path);
     }
     ~RepeatTest() override { JobFactory::s_JobFactory->RemoveProduct(m_type); }
-
     boost::shared_ptr<Job> NewJob(char const* name, char const* summary, char const* note = "") {
         auto const job = JobFactory::s_JobFactory->CreateJob(m_type);
         job->SetParameter(p_Name, name);
@@ -31,7 +29,6 @@ protected:
             names.push_back(file.GetValue(section, p_Name, ""));
         return names;
     }
-
     UID m_type;
     Path const m_path = corekit::File::GetUserDir() / "RepeatJobs.ini";
 };
@@ -47,14 +44,12 @@ TEST_F(RepeatTest, KeepsTheLastOnesInOrder) {
     EXPECT_EQ(file.GetValue(file.Sections().back(), p_Note, ""), "again");
     file.PushJob(*NewJob("b", "other"));
     EXPECT_EQ(Names(file), (std::vector<String>{"d", "b", "b"}));
-
     RepeatFile read(3);
     read.Load(m_path, true);
     EXPECT_EQ(Names(read), Names(file)) << "each push is on the disk";
     struct stat info {};
     ASSERT_EQ(::stat(m_path.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 0777, 0644u);
-
     read.SetRepeatCount(1);
     EXPECT_EQ(Names(read), std::vector<String>{"b"});
     read.SetRepeatCount(0);

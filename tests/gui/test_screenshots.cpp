@@ -4,16 +4,8 @@
 #include "demofarm.h"
 #include "guitest.h"
 
-#include "lists/enginelistctrl.h"
-#include "lists/joblistctrl.h"
-#include "window/infopane.h"
-
 #include <wx/bookctrl.h>
-#include <wx/menu.h>
-#include <wx/statusbr.h>
-#include <wx/wxvcolors.h>
 #include <wx/wxvorlandlg.h>
-#include <wx/wxvtext.h>
 
 namespace vorlan::test_screenshots {
 
@@ -21,15 +13,13 @@ constexpr char const* k_SchemeNames[k_BuiltInSchemes] = {"lighter", "light", "da
 
 char const* Folder() { return std::getenv("VORLAN_SCREENSHOTS"); }
 
-class Screenshots : public GuiTest {
-protected:
+struct Screenshots : GuiTest {
     Screenshots() { HasRunBefore(); }
     ~Screenshots() override { wxvSetColorScheme(static_cast<int>(k_DefaultScheme)); }
     void SetUp() override {
         if (!Folder())
             GTEST_SKIP() << "VORLAN_SCREENSHOTS names no folder";
     }
-
     void Start(wxSize const& size) {
         StartClient().SetSize(wxRect(wxPoint(0, 0), Window().FromDIP(size)));
         outside.connected = true;
@@ -40,7 +30,7 @@ protected:
         ASSERT_TRUE(PumpUntil([] { return MainWindow::Get()->IsShownOnScreen(); }));
     }
     void SelectJob(char const* name) {
-        auto& list = dynamic_cast<ListCtrlBase&>(*Window().FindWindow(JobListCtrl::k_BaseID));
+        ListCtrlBase& list = List(JobListCtrl::k_BaseID);
         UID const id = UID::FromName(name);
         ASSERT_TRUE(PumpUntil([&] { return list.GetRowOf(id) >= 0; }));
         list.Select(list.GetRowOf(id));
@@ -92,7 +82,7 @@ TEST_F(Screenshots, SmallAndCrowded) {
 TEST_F(Screenshots, Engines) {
     Start({1000, 640});
     FillDemoFarm();
-    auto& list = dynamic_cast<ListCtrlBase&>(*Window().FindWindow(EngineListCtrl::k_BaseID + 2));
+    ListCtrlBase& list = List(EngineListCtrl::k_BaseID + 2);
     auto& book = dynamic_cast<wxBookCtrlBase&>(*list.GetGrandParent());
     book.SetSelection(1);
     ASSERT_TRUE(PumpUntil([&] { return list.GetItemCount() > 0; }));

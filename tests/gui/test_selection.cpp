@@ -1,13 +1,8 @@
 // Selections: storms of row events, and the way back.
 #include "guitest.h"
 
-#include "lists/enginelistctrl.h"
-#include "lists/joblistctrl.h"
-#include "lists/worklistctrl.h"
-#include "window/infopane.h"
 #include "window/selecthistory.h"
 
-#include <wx/menu.h>
 #include <wx/timer.h>
 
 namespace vorlan::test_selection {
@@ -19,13 +14,8 @@ TEST(PendingSelection, FollowsTheLastOfAStorm) {
         int list, row; // what stands in the row
         bool selected;
     };
-    struct Case {
-        char const* name;
-        std::vector<Step> steps;
-        bool counts; // the last one
-        int list, row;
-    };
-    Case const cases[] = {
+    // Whether the last one counts, and what stands then.
+    Rows<char const*, std::vector<Step>, bool, int, int> const cases = {
         {"the last row of many", {{2600, 3, true}, {2600, 4, true}, {2600, 5, true}}, true, 2600, 5},
         {"the one before is next", {{2600, 3, true}, {2600, 4, true}, {2600, 4, false}}, true, 2600, 3},
         {"the only row goes", {{2600, 3, true}, {2600, 3, false}}, true, 2600, -1},
@@ -34,14 +24,14 @@ TEST(PendingSelection, FollowsTheLastOfAStorm) {
         {"another list gives up a row", {{2600, 3, true}, {2501, 3, false}}, false, 2600, 3},
         {"a row twice, out once", {{2600, 3, true}, {2600, 4, true}, {2600, 3, true}, {2600, 3, false}}, true, 2600, 4},
     };
-    for (Case const& c : cases) {
+    for (auto const& [name, steps, wantedCounts, list, row] : cases) {
         PendingSelection pending;
         bool counts = false;
-        for (Step const& step : c.steps)
+        for (Step const& step : steps)
             counts = pending.Note(step.list, Anchor(step.row), step.selected);
-        EXPECT_EQ(counts, c.counts) << c.name;
-        EXPECT_EQ(pending.List(), c.list) << c.name;
-        EXPECT_EQ(pending.Last(IsAny), c.row < 0 ? UID::Null : Anchor(c.row)) << c.name;
+        EXPECT_EQ(counts, wantedCounts) << name;
+        EXPECT_EQ(pending.List(), list) << name;
+        EXPECT_EQ(pending.Last(IsAny), row < 0 ? UID::Null : Anchor(row)) << name;
     }
 }
 
@@ -84,28 +74,21 @@ std::string Walk(SelectHistory& history, std::string const& steps) {
 }
 
 TEST(SelectHistory, GoesBackAndForth) {
-    struct Case {
-        char const* steps;
-        char const* reached;
-        size_t size;
-        bool former, later;
-    };
-    Case const cases[] = {
-        {"", "", 0, false, false},
-        {"<>", "--", 0, false, false},
-        {"p<>", "--", 1, false, false},
-        {"ppp<<<", "21-", 3, false, true},
-        {"ppp<<>>>", "2123-", 3, true, false},
-        // What lay ahead is gone.
-        {"ppp<<p<", "211", 2, false, true},
-        {"ppp<p>", "2-", 3, true, false},
-    };
-    for (Case const& c : cases) {
+    for (auto const& [steps, reached, size, former, later] : Rows<char const*, char const*, size_t, bool, bool>{
+             {"", "", 0, false, false},
+             {"<>", "--", 0, false, false},
+             {"p<>", "--", 1, false, false},
+             {"ppp<<<", "21-", 3, false, true},
+             {"ppp<<>>>", "2123-", 3, true, false},
+             // What lay ahead is gone.
+             {"ppp<<p<", "211", 2, false, true},
+             {"ppp<p>", "2-", 3, true, false},
+         }) {
         SelectHistory history;
-        EXPECT_EQ(Walk(history, c.steps), c.reached) << c.steps;
-        EXPECT_EQ(history.Size(), c.size) << c.steps;
-        EXPECT_EQ(history.HasFormer(), c.former) << c.steps;
-        EXPECT_EQ(history.HasLater(), c.later) << c.steps;
+        EXPECT_EQ(Walk(history, steps), reached) << steps;
+        EXPECT_EQ(history.Size(), size) << steps;
+        EXPECT_EQ(history.HasFormer(), former) << steps;
+        EXPECT_EQ(history.HasLater(), later) << steps;
     }
 }
 
@@ -147,8 +130,7 @@ TEST(SelectHistory, KeepsLongSelectionsOnce) {
 }
 
 // Jobs and Engines in the lists of the window.
-class SelectionTest : public GuiTest {
-protected:
+struct SelectionTest : GuiTest {
     SelectionTest() {
         HasRunBefore();
         StartConnected().SetSize(1100, 800);
@@ -158,8 +140,6 @@ protected:
         EXPECT_TRUE(PumpUntil([this] { return Jobs().GetItemCount() == 3; }));
         Engines().Update();
     }
-
-    ListCtrlBase& List(int id) { return dynamic_cast<ListCtrlBase&>(*Window().FindWindow(id)); }
     ListCtrlBase& Jobs() { return List(2600); }
     ListCtrlBase& Engines() { return List(2502); }
     String Shown() { return Window().Info()->Facts().heading; }

@@ -1,27 +1,20 @@
 // The client's start-up, what it says in its status bar, and its connection.
 #include "guitest.h"
-#include "modalanswers.h"
 
 #include "client/statustext.h"
 
-#include <wx/menu.h>
 #include <wx/settings.h>
-#include <wx/statusbr.h>
-#include <wx/wxvtext.h>
 
 namespace vorlan {
 
 TEST(StatusText, IsJoinedAsItAlwaysWas) {
-    struct {
-        char const *engines, *jobs, *work, *text;
-    } const cases[] = {
+    Rows<char const*, char const*, char const*, char const*> const cases = {
         {"", "", "", ""}, {"E", "", "W", "E   |      |   W"}, {"", "J", "", "J   |   "}, {"", "", "W", "W"}};
-    for (auto const& c : cases)
-        EXPECT_EQ(JoinedStatus(c.engines, c.jobs, c.work), c.text);
+    for (auto const& [engines, jobs, work, text] : cases)
+        EXPECT_EQ(JoinedStatus(engines, jobs, work), text);
 }
 
-class StartupTest : public GuiTest {
-protected:
+struct StartupTest : GuiTest {
     String StatusField(int field) { return wxvString(Window().GetStatusBar()->GetStatusText(field)); }
 };
 
@@ -139,7 +132,6 @@ TEST_F(StartupTest, AConnectionAsksForEverythingInOrder) {
     auto const jobs = boost::dynamic_pointer_cast<GetJobInfoMsg>(sent[8]);
     EXPECT_TRUE(jobs->all && jobs->wantJob);
     EXPECT_FALSE(jobs->wantHistory);
-
     EXPECT_EQ(Window().ShownView(), MainWindow::k_ViewMain);
     EXPECT_EQ(StatusField(2), "Connected to zeus");
     EXPECT_FALSE(Window().IsFirstRun());

@@ -1,6 +1,5 @@
 // The System menu: what stands in it for whom, and its commands.
 #include "guitest.h"
-#include "modalanswers.h"
 
 #include "output/logframe.h"
 #include "system/submitscripts.h"
@@ -8,11 +7,8 @@
 
 #include <corekit/filelock.h>
 #include <vorlan/administrator.h>
-#include <wx/menu.h>
 #include <wx/wxconfirmdlg.h>
 #include <wx/wxtextlinectrl.h>
-#include <wx/wxvcolors.h>
-#include <wx/wxvtext.h>
 
 namespace vorlan {
 
@@ -20,8 +16,7 @@ using corekit::File;
 using corekit::FileLock;
 using corekit::TempFolder;
 
-class SystemMenuTest : public GuiTest {
-protected:
+struct SystemMenuTest : GuiTest {
     SystemMenuTest() {
         HasRunBefore();
         outside.masterInfo = MasterInfoMsg::New();
@@ -65,26 +60,24 @@ TEST_F(SystemMenuTest, HoldsWhatThisUserMayDo) {
                                     k_IdEngineService, k_IdControlService + 3, k_IdMasterService + 3};
     constexpr int k_Administrators[] = {k_IdMasterHistoryLog, k_IdDispatchLog, k_IdLogDispatch, k_IdLogDump,
                                         k_IdSuperExit};
-    struct Case {
-        bool connected, administrator, restricted, components;
-    };
     MainWindow& window = Start(true);
-    for (Case const& c : {Case{false, false, false, true}, Case{true, false, false, true},
-                          Case{true, false, true, false}, Case{true, true, true, true}}) {
-        window.Master().SetRestrictions({{"Core Process Control", c.restricted}});
-        outside.connected = c.connected;
-        window.SetAdministrator(c.administrator);
+    Rows<bool, bool, bool, bool> const cases = {
+        {false, false, false, true}, {true, false, false, true}, {true, false, true, false}, {true, true, true, true}};
+    for (auto const& [connected, administrator, restricted, components] : cases) {
+        window.Master().SetRestrictions({{"Core Process Control", restricted}});
+        outside.connected = connected;
+        window.SetAdministrator(administrator);
         for (int const id : k_Always)
             EXPECT_TRUE(Has(id)) << id;
         for (int const id : k_Components)
-            EXPECT_EQ(Has(id), c.components) << id;
+            EXPECT_EQ(Has(id), components) << id;
         for (int const id : k_Administrators)
-            EXPECT_EQ(Has(id), c.connected && c.administrator) << id;
-        EXPECT_EQ(Has(k_IdAdministrator), c.connected);
+            EXPECT_EQ(Has(id), connected && administrator) << id;
+        EXPECT_EQ(Has(k_IdAdministrator), connected);
         EXPECT_FALSE(Has(k_IdStartBrakka)) << "its program is not there";
-        EXPECT_EQ(LabelOf(k_IdConnect), c.connected ? "Reconnect" : "Connect");
-        if (c.connected) {
-            EXPECT_EQ(LabelOf(k_IdAdministrator), c.administrator ? "Normal Mode" : "Administrator Mode");
+        EXPECT_EQ(LabelOf(k_IdConnect), connected ? "Reconnect" : "Connect");
+        if (connected) {
+            EXPECT_EQ(LabelOf(k_IdAdministrator), administrator ? "Normal Mode" : "Administrator Mode");
         }
     }
 }
@@ -92,8 +85,7 @@ TEST_F(SystemMenuTest, HoldsWhatThisUserMayDo) {
 TEST_F(SystemMenuTest, ColorsAreChosenAndMarked) {
     Start(true);
     EXPECT_FALSE(Has(10014)) << "nobody can edit the custom ones yet";
-    for (auto const& [id, scheme] :
-         {std::pair(k_IdLighter, 0), std::pair(k_IdLight, 1), std::pair(k_IdDarker, 3), std::pair(k_IdDark, 2)}) {
+    for (auto const& [id, scheme] : Rows<int, int>{{k_IdLighter, 0}, {k_IdLight, 1}, {k_IdDarker, 3}, {k_IdDark, 2}}) {
         Command(id);
         EXPECT_EQ(static_cast<int>(wxvGetColorScheme()), scheme);
         Window().BuildMenus(true);
@@ -102,42 +94,37 @@ TEST_F(SystemMenuTest, ColorsAreChosenAndMarked) {
 }
 
 TEST_F(SystemMenuTest, AdministratorModeAsksForThePasswordThatThereIs) {
-    struct Case {
-        char const* what;
-        unsigned master;
-        char const* typed;
-        std::vector<String> dialogs;
-        bool enters;
-    };
     String const asks = "Administrator: Enter administrator password";
     String const wrong = "Administrator: Incorrect password";
-    Case const cases[] = {{"no password", 0, "", {}, true},
-                          {"the right one", PasswordValue("render\xC3\xA9"), "render\xC3\xA9", {asks}, true},
-                          {"a wrong one", PasswordValue("render"), "rendes", {asks, wrong}, false},
-                          {"nothing typed", 97, "", {asks, wrong}, false},
-                          {"one character", 97, "a", {asks}, true}};
+    Rows<char const*, unsigned, char const*, std::vector<String>, bool> const cases = {
+        {"no password", 0, "", {}, true},
+        {"the right one", PasswordValue("render\xC3\xA9"), "render\xC3\xA9", {asks}, true},
+        {"a wrong one", PasswordValue("render"), "rendes", {asks, wrong}, false},
+        {"nothing typed", 97, "", {asks, wrong}, false},
+        {"one character", 97, "a", {asks}, true}};
     MainWindow& window = Start(true);
-    for (Case const& c : cases) {
-        outside.masterInfo->administrate = c.master;
+    for (auto const& [what, master, typed, dialogs, enters] : cases) {
+        outside.masterInfo->administrate = master;
         ModalAnswers answers(wxID_OK);
-        answers.typed = wxvText(c.typed);
+        answers.typed = wxvText(typed);
         Command(k_IdAdministrator);
-        EXPECT_EQ(answers.Take(), c.dialogs) << c.what;
-        EXPECT_EQ(window.IsAdministrator(), c.enters) << c.what;
-        EXPECT_EQ(window.GetTitle().EndsWith(" [ Administrator Mode ]"), c.enters) << c.what;
-        EXPECT_EQ(window.GetStatusBar()->GetStatusText(1), c.enters ? "Administrator Mode" : "") << c.what;
-        if (c.enters)
+        EXPECT_EQ(answers.Take(), dialogs) << what;
+        EXPECT_EQ(window.IsAdministrator(), enters) << what;
+        EXPECT_EQ(window.GetTitle().EndsWith(" [ Administrator Mode ]"), enters) << what;
+        EXPECT_EQ(window.GetStatusBar()->GetStatusText(1), enters ? "Administrator Mode" : "") << what;
+        if (enters)
             Command(k_IdAdministrator);
-        EXPECT_FALSE(window.IsAdministrator()) << c.what;
+        EXPECT_FALSE(window.IsAdministrator()) << what;
         EXPECT_FALSE(answers.Any()) << "leaving needs no password";
     }
 }
 
 TEST_F(SystemMenuTest, ComponentsAreStartedAndStoppedNow) {
     Start(false);
-    for (auto const& [id, step] :
-         {std::pair(k_IdStartEngine, "start VorlanEngine"), std::pair(k_IdStopEngine, "stop VorlanEngine"),
-          std::pair(k_IdStartMaster, "start VorlanMaster"), std::pair(k_IdStopMaster, "stop VorlanMaster")}) {
+    for (auto const& [id, step] : Rows<int, char const*>{{k_IdStartEngine, "start VorlanEngine"},
+                                                         {k_IdStopEngine, "stop VorlanEngine"},
+                                                         {k_IdStartMaster, "start VorlanMaster"},
+                                                         {k_IdStopMaster, "stop VorlanMaster"}}) {
         Command(id);
         EXPECT_EQ(outside.TakeSteps(), std::vector<String>{step});
     }
@@ -159,7 +146,7 @@ TEST_F(SystemMenuTest, WhatWorksHereIsNotEndedWithoutAQuestion) {
     Assign(Unit("beauty", UID::FromName("beauty")), engine.id);
     outside.master = outside.MachineID();
     for (auto const& [id, step] :
-         {std::pair(k_IdStopEngine, "stop VorlanEngine"), std::pair(k_IdStopMaster, "stop VorlanMaster")}) {
+         Rows<int, char const*>{{k_IdStopEngine, "stop VorlanEngine"}, {k_IdStopMaster, "stop VorlanMaster"}}) {
         ModalAnswers no(wxID_CANCEL);
         wxString told;
         no.look = [&told](wxDialog& dialog) {
@@ -237,7 +224,6 @@ TEST_F(SystemMenuTest, FoldersAreShownByTheDesktopOrTheirNameIs) {
             throw Exception("not installed");
     });
     EXPECT_EQ(tried, (std::vector<String>{"xdg-open " + folder.Folder(), "gio open"}));
-
     // A machine without any such program.
     corekit::EnvironmentValue const path("PATH", folder.Folder().c_str());
     ModalAnswers answers(wxID_OK);
@@ -338,7 +324,6 @@ TEST_F(SystemMenuTest, SubmitScriptsAreInstalledAndNothingIsLost) {
     Command(k_IdInstallNuke);
     EXPECT_EQ(answers.Take().size(), 1u);
     EXPECT_FALSE((home / ".nuke").Exists());
-
     File::MakeFolder(home / ".nuke");
     File::WriteWhole(home / ".nuke/menu.py", "print(1)");
     File::WriteWhole(home / ".nuke/vorlan_nuke.py", "my own changes");
@@ -352,7 +337,6 @@ TEST_F(SystemMenuTest, SubmitScriptsAreInstalledAndNothingIsLost) {
     }
     EXPECT_TRUE(
         File::Read(home / ".nuke/vorlan_nuke.py").Contains("PROGRAM = \"" + (File::s_AppDir / "vorlan") + "\""));
-
     File::MakeFolder(home / "maya");
     Command(k_IdInstallMaya);
     ASSERT_TRUE(PumpUntil([&] { return answers.Any(); }));

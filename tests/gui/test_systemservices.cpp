@@ -1,14 +1,11 @@
 // The services by the System menu, with a manager that only takes notes.
 #include "guitest.h"
-#include "modalanswers.h"
 
 #include "system/installservicedlg.h"
 #include "system/systemservices.h"
 
 #include <corekit/filelock.h>
 #include <wx/radiobut.h>
-#include <wx/textctrl.h>
-#include <wx/wxvtext.h>
 
 namespace vorlan::test_systemservices {
 
@@ -35,12 +32,10 @@ public:
         auto const found = m_installed.find(unit);
         return found == m_installed.end() ? std::nullopt : std::optional(found->second);
     }
-
     std::vector<String> Take() {
         std::lock_guard const lock(m_guard);
         return std::exchange(m_notes, {});
     }
-
     String failure; // set before use
 
 private:
@@ -48,14 +43,12 @@ private:
         std::lock_guard const lock(m_guard);
         m_notes.push_back(String(what) + (scope == ServiceScope::User ? " user " : " system ") + unit);
     }
-
     std::mutex m_guard;
     std::vector<String> m_notes;                // guarded by m_guard
     std::map<String, ServiceScope> m_installed; // guarded by m_guard
 };
 
-class SystemServicesTest : public GuiTest {
-protected:
+struct SystemServicesTest : GuiTest {
     SystemServicesTest() {
         HasRunBefore();
         SetMachineServices(services);
@@ -77,7 +70,6 @@ protected:
             told = text.Contains(": ") ? text : told;
         return !told.Empty();
     }
-
     std::shared_ptr<FakeServices> services = std::make_shared<FakeServices>();
     ModalAnswers answers{wxID_OK};
     String told; // by the last message box
@@ -117,9 +109,8 @@ TEST_F(SystemServicesTest, AnEngineServiceTakesTheEngineFromTheClient) {
 }
 
 TEST_F(SystemServicesTest, WhatGoesWrongChangesNothing) {
-    for (auto const& [id, name] :
-         {std::pair(k_IdMasterService + 1, "Master"), std::pair(k_IdEngineService + 3, "Engine"),
-          std::pair(int{k_IdControlService}, "Engine")}) {
+    for (auto const& [id, name] : Rows<int, char const*>{
+             {k_IdMasterService + 1, "Master"}, {k_IdEngineService + 3, "Engine"}, {k_IdControlService, "Engine"}}) {
         told = {};
         EXPECT_TRUE(Choose(id).empty());
         EXPECT_TRUE(told.Contains(SFormat("The %s service is not installed on this machine", name))) << told;

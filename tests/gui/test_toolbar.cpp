@@ -4,56 +4,41 @@
 #include "window/buttonsection.h"
 #include "window/toolbar.h"
 
-#include <wx/menu.h>
-#include <wx/wxvcolors.h>
-
 namespace vorlan {
 
 TEST(ToolButton, LooksAsItIs) {
     using enum ToolButtonLook;
-    struct Case {
-        ToolButtonState state; // enabled, hovered, pressed, toggled
-        ToolButtonLook look;
-    };
-    Case const cases[] = {
+    // Enabled, hovered, pressed, toggled.
+    Rows<ToolButtonState, ToolButtonLook> const cases = {
         {{true, false, false, false}, Normal},  {{true, true, false, false}, Hover},
         {{true, true, true, false}, Pressed},   {{true, false, false, true}, Toggled},
         {{true, true, false, true}, Toggled},   {{true, true, true, true}, Pressed},
         {{false, true, true, false}, Disabled}, {{false, false, false, true}, DisabledToggled},
     };
-    for (Case const& c : cases)
-        EXPECT_EQ(LookOf(c.state), c.look) << c.state.enabled << c.state.hovered << c.state.pressed << c.state.toggled;
+    for (auto const& [state, look] : cases)
+        EXPECT_EQ(LookOf(state), look) << state.enabled << state.hovered << state.pressed << state.toggled;
 }
 
 TEST(Toolbar, GroupsThatDoNotFitGoBelow) {
-    struct Case {
-        std::vector<int> widths;
-        int available;
-        std::vector<SectionPlace> places;
-    };
-    Case const cases[] = {
-        {{}, 100, {}},
-        {{40, 60}, 100, {{0, 0}, {0, 40}}},
-        {{40, 61}, 100, {{0, 0}, {1, 0}}},
-        {{140, 10}, 100, {{0, 0}, {1, 0}}},
-        {{50, 50, 50, 40}, 100, {{0, 0}, {0, 50}, {1, 0}, {1, 50}}},
-    };
-    for (Case const& c : cases)
-        EXPECT_EQ(PlaceSections(c.widths, c.available), c.places) << c.available;
+    for (auto const& [widths, available, places] : Rows<std::vector<int>, int, std::vector<SectionPlace>>{
+             {std::vector<int>(), 100, std::vector<SectionPlace>()},
+             {{40, 60}, 100, {{0, 0}, {0, 40}}},
+             {{40, 61}, 100, {{0, 0}, {1, 0}}},
+             {{140, 10}, 100, {{0, 0}, {1, 0}}},
+             {{50, 50, 50, 40}, 100, {{0, 0}, {0, 50}, {1, 0}, {1, 50}}},
+         })
+        EXPECT_EQ(PlaceSections(widths, available), places) << available;
 }
 
-class ToolbarTest : public GuiTest {
-protected:
+struct ToolbarTest : GuiTest {
     ToolbarTest() {
         HasRunBefore();
         StartConnected();
         // The mouse cannot be held by a window that the screen does not show yet.
         EXPECT_TRUE(PumpUntil([this] { return Window().IsActive(); }));
     }
-
     wxVorlanToolbar& Toolbar() { return *Window().Toolbar(); }
     wxToolbarButton& Button(int id) { return *Toolbar().Find(id); }
-
     static void Send(wxWindow& window, wxEventType type, wxPoint const& place) {
         wxMouseEvent event(type);
         event.SetEventObject(&window);
