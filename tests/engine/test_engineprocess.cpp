@@ -12,7 +12,6 @@
 
 namespace vorlan::test_engineprocess {
 
-
 UID const k_Type = UID::FromName("shell product");
 
 class Master {

@@ -8,7 +8,6 @@
 
 namespace vorlan::test_runner {
 
-
 String EngineProgram() { return String(vorlan::k_BinDir) + "/VorlanEngine"; }
 
 class Recorder : public Runner::Listener {

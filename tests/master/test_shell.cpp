@@ -8,7 +8,6 @@
 
 namespace vorlan::test_shell {
 
-
 // A store that others can look at and break while a shell uses it.
 class SharedStore : public farm::Store {
 public:
