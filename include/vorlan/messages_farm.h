@@ -7,6 +7,7 @@
 #include <vorlan/engine.h>
 #include <vorlan/messagetable.h>
 
+#include <set>
 #include <vector>
 
 namespace vorlan {
@@ -63,6 +64,15 @@ VORLAN_MESSAGE(WorkEndedAckMsg, ToEngines, k_V300, "The result is stored and may
 
 VORLAN_MESSAGE(EngineSettingsMsg, ToEngines, k_V300, "The settings of the Engine.",
                (Engine, engine, "Engine", "the Engine as configured"));
+
+VORLAN_MESSAGE(RunJobCommandMsg, ToEngines, k_V300,
+               "Run the command that a Job has for an event of its own. Repeated until it is taken.",
+               (UID, id, "ID", "of this command"), (String, event, "Event", "DeleteJobEvt and the like"),
+               (boost::shared_ptr<Job>, job, "Job", "the Job as it was then"),
+               (std::set<UID>, engines, "Engines", "the Engines that may run it"));
+
+VORLAN_MESSAGE(JobCommandTakenMsg, FromEngines, k_V300, "The command will be run, whatever happens to the Engine.",
+               (UID, id, "ID", "of the command"));
 
 VORLAN_MESSAGE(JobGoneMsg, ToEngines, k_V300, "A Job has finished or was deleted.", (UID, job, "Job", "the Job"));
 // clang-format on

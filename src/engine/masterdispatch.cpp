@@ -36,6 +36,7 @@ MasterDispatch::MasterDispatch(WorkDesk& desk, OutputService& output, Hooks hook
     On<EndWorkMsg>([this](SinkPtr const&, auto const& message) { m_desk.OnEndWork(message); });
     On<WorkEndedAckMsg>([this](SinkPtr const&, auto const& message) { m_desk.OnAcknowledged(message); });
     On<EngineSettingsMsg>([this](SinkPtr const&, auto const& message) { m_desk.OnSettings(message); });
+    On<RunJobCommandMsg>([this](SinkPtr const&, auto const& message) { m_desk.OnJobCommand(message); });
     On<JobGoneMsg>([this](SinkPtr const&, auto const& message) { m_desk.OnJobGone(message); });
     On<ExecuteCommandMsg>([this](SinkPtr const&, auto const& message) {
         Command("to run a command", [&] { m_desk.OnExecute(message); });

@@ -65,7 +65,7 @@ void WorkDesk::AcceptWork(boost::shared_ptr<Job> const& work, OptionMap const& o
         return Fail(unit, SFormat("%s does not know the Product {%s}: it was removed, or the Master has not sent it.",
                                   m_setup.host.c_str(), work->Type().ToString().c_str()));
     }
-    CallPathsAsHere(unit);
+    CallPathsAsHere(*unit.work);
     try {
         Plan(unit);
     } catch (Exception const& error) {
@@ -76,17 +76,17 @@ void WorkDesk::AcceptWork(boost::shared_ptr<Job> const& work, OptionMap const& o
 
 // The Job may come from another platform. What it is called here is its own: the Master's
 // values stay as they are.
-void WorkDesk::CallPathsAsHere(Unit& unit) const {
+void WorkDesk::CallPathsAsHere(Job& work) const {
     if (m_translations.empty())
         return;
     OptionMap changed;
-    for (auto const& [name, value] : unit.work->Values()) {
+    for (auto const& [name, value] : work.Values()) {
         bool const isPath = FindValue(name) == nullptr || FindValue(name)->Has(v_EventCommand);
         String const here = isPath ? TranslatePaths(value, m_translations, Platform::PlatformNumber()) : value;
         if (here != value)
             changed[name] = here;
     }
-    unit.work->SetValues(changed);
+    work.SetValues(changed);
 }
 
 // Makes all that is known before anything runs.
@@ -309,8 +309,8 @@ void WorkDesk::OweFinishedCommands(Unit const& unit, Verdict const& verdict) {
     for (char const* const event :
          {WorkFinishedEvt::TypeName(), verdict.status == Finished ? WorkFinishedSuccessfulEvt::TypeName()
                                                                   : WorkFinishedUnsuccessfulEvt::TypeName()}) {
-        for (SideCommand const& side :
-             SideCommandsFor(event, *unit.work, unit.product.get(), extra, unit.spec.folder)) {
+        for (SideCommand& side : SideCommandsFor(event, *unit.work, unit.product.get(), extra, unit.spec.folder)) {
+            side.spec.ownFolder = unit.spec.ownFolder; // a unit that never ran has none yet
             OwedCommand const owed{side.label, unit.work->parentID, side.spec};
             m_journal.Owe(owed);
             RunOwed(owed);

@@ -220,6 +220,26 @@ void WorkDesk::OnSettled(SideCommand const& command) {
         CleanUpBehind(command.job);
 }
 
+// Owed like those of a unit: the Master relies on it once it is told.
+void WorkDesk::OnJobCommand(RunJobCommandMsg const& message) {
+    auto taken = JobCommandTakenMsg::New();
+    taken->id = message.id;
+    Send(taken);
+    if (!message.job || m_settled.Contains(message.id) || m_journal.Owed().contains(message.id))
+        return;
+    m_settled.Add(message.id);
+    Job job(*message.job);
+    CallPathsAsHere(job);
+    auto const product = JobFactory::s_JobFactory->GetProduct(job.Type());
+    OptionMap const extra{{p_ID, job.id.ToString()}, {"Engine.Name", m_setup.host}};
+    for (SideCommand& side : SideCommandsFor(message.event.c_str(), job, product.get(), extra, m_setup.folder)) {
+        side.spec.work = message.id;
+        OwedCommand const owed{side.label, UID::Null, side.spec};
+        m_journal.Owe(owed);
+        RunOwed(owed);
+    }
+}
+
 void WorkDesk::OnExecute(ExecuteCommandMsg const& message) {
     m_history.Note("Runs the command: " + message.command);
     m_side.Run(MakeSideCommand({"\"" + message.command.Mid(0, 80) + "\"", {message.command, {}}}, m_setup.folder,

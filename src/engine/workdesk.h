@@ -63,6 +63,7 @@ public:
     void OnAcknowledged(WorkEndedAckMsg const& message);
     void OnSettings(EngineSettingsMsg const& message);
     void OnTranslations(PathTranslationsMsg const& message) { m_translations = message.translations; }
+    void OnJobCommand(RunJobCommandMsg const& message);
     void OnJobGone(JobGoneMsg const& message);
     void OnExecute(ExecuteCommandMsg const& message);
 
@@ -101,7 +102,7 @@ private:
 
     // A unit's way, in this order; unitsteps.cpp.
     void AcceptWork(boost::shared_ptr<Job> const& work, OptionMap const& options);
-    void CallPathsAsHere(Unit& unit) const;
+    void CallPathsAsHere(Job& work) const;
     void Plan(Unit& unit);
     void AddCommands(Unit& unit, char const* eventName);
     std::vector<SideCommand> SideCommandsFor(char const* eventName, Job const& work, Product const* product,

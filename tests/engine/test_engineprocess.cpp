@@ -136,6 +136,21 @@ TEST_F(EngineProcess, StartsBeforeTheKeyAndTheMasterAndRunsWork) {
     EXPECT_TRUE(NothingLeft());
 }
 
+TEST_F(EngineProcess, RootRunsNothingAsRootUnlessItIsTold) {
+    if (geteuid() != 0)
+        GTEST_SKIP() << "needs to be root";
+    EnvironmentValue const account("VORLAN_WORK_ACCOUNT", "nobody");
+    Master master(Key());
+    StartEngine();
+    master.WaitForEngine();
+    UID const plain = master.Run("id -un; pwd; touch made");
+    EXPECT_EQ(master.Result(plain).status, Finished);
+    EXPECT_TRUE(master.Output(plain).Contains("\nnobody\n"));
+    WorkEnded const root = master.Result(master.Run("true", {{p_Username, "root"}}));
+    EXPECT_EQ(root.status, Unsuccessful);
+    EXPECT_TRUE(root.note.Contains("has all rights")) << root.note;
+}
+
 TEST_F(EngineProcess, AnswersOnItsInformationPort) {
     Master master(Key());
     StartEngine();

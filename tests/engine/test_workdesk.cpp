@@ -2,6 +2,8 @@
 
 #include "enginefakes.h"
 
+#include "engine/masterdispatch.h"
+
 namespace vorlan::test_workdesk {
 
 UID const k_Type = UID::FromName("test product");
@@ -511,6 +513,26 @@ TEST_F(WorkDeskTest, RunsCommandsOfPeopleAndTellsWhatTheySaid) {
     EXPECT_TRUE(lines[1].element.message.Contains("exit code 0\nFilesystem\n/dev/sda1"));
 }
 
+TEST_F(WorkDeskTest, CommandsOfPeopleCanBeRefusedAltogether) {
+    OutputService service(output, [](UID const&) { return RunOutput::None; });
+    for (bool const takes : {false, true}) {
+        int ended = 0;
+        MasterDispatch::Hooks hooks;
+        hooks.takesCommands = takes;
+        hooks.stop = hooks.stopPrograms = [&] { ++ended; };
+        MasterDispatch dispatch(*desk, service, std::move(hooks));
+        auto machine = MachineMsg::New();
+        machine->operation = 1;
+        for (boost::shared_ptr<Message> const& message : std::vector<boost::shared_ptr<Message>>{
+                 ExecuteCommandMsg::New(), machine, ShutdownMsg::New(), StopVorlanOnNodeMsg::New()}) {
+            dispatch.Handle(master, message);
+        }
+        EXPECT_EQ(runner.started.size(), takes ? 2U : 0U);
+        EXPECT_EQ(ended, takes ? 2 : 0);
+        EXPECT_EQ(Told<EngineHistoryElementMsg>().front().element.message.Contains("RemoteCommands"), true);
+    }
+}
+
 TEST_F(WorkDeskTest, CleansUpBehindAJobWithTheEnginesCommandOnly) {
     Settings("FinishedJobEvt", "cleanup $(ID) $(CommandLine)");
     auto const work = Give();
@@ -539,7 +561,7 @@ TEST_F(WorkDeskTest, WhatIsOwedToAUnitIsDoneBeforeItsFolderGoes) {
         for (size_t i = 0; i < runner.started.size() && ended < count; ++i) {
             if (runner.started[i].arguments[0] != "/bin/sh" || std::exchange(runner.started[i].arguments[0], "") == "")
                 continue;
-            EXPECT_TRUE(folder.IsFolder());
+            EXPECT_TRUE(folder.IsFolder() && runner.started[i].ownFolder);
             End(runner.started[i].work, 0);
             ran += 1;
             ended += 1;
@@ -562,6 +584,25 @@ TEST_F(WorkDeskTest, WhatIsOwedToAUnitIsDoneBeforeItsFolderGoes) {
     EXPECT_TRUE((temp / "work").IsFolder());
     Restart();
     EXPECT_EQ(desk->Side().Running(), 0U);
+}
+
+TEST_F(WorkDeskTest, AJobsOwnCommandIsTakenOnceAndRunsWhateverHappens) {
+    RunJobCommandMsg message;
+    message.id = UID(true);
+    message.event = p_JobFinishedEvt;
+    message.job = boost::make_shared<Job>(job);
+    message.job->SetValues({{p_Type, k_Type.ToString()}, {p_Name, "shot"}, {p_JobFinishedEvt, "publish $(Name)"}});
+    for (int i = 0; i < 2; ++i)
+        desk->OnJobCommand(message);
+    desk->EndTurn();
+    EXPECT_EQ(Told<JobCommandTakenMsg>().size(), 2U);
+    ASSERT_EQ(runner.started.size(), 1U);
+    EXPECT_EQ(Process(0), "publish shot");
+    Restart();
+    ASSERT_EQ(runner.started.size(), 2U);
+    End(message.id, 0);
+    Restart();
+    EXPECT_EQ(runner.started.size(), 2U);
 }
 
 TEST_F(WorkDeskTest, ABurstOfUnitsDoesNotFloodTheHistory) {

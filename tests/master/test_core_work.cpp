@@ -360,6 +360,46 @@ TEST(CoreWork, AnEngineHasTheOptionsThatAreMeantForIt) {
     EXPECT_EQ(orders[0]->engineOptions, (OptionMap{{"A", "all"}, {"B", "default"}, {"C", "own"}}));
 }
 
+TEST(CoreWork, CommandsOfAJobRunOnAnEngineThatItMayUse) {
+    CoreFarm farm;
+    farm.AddEngine("no", 1);
+    UID const yes = farm.AddEngine("yes", 1);
+    std::vector<String> events;
+    auto const note = [&] {
+        EXPECT_TRUE(farm.Sent<RunJobCommandMsg>(farm.engines["no"]).empty());
+        for (auto const& message : farm.Sent<RunJobCommandMsg>(farm.engines["yes"])) {
+            events.push_back(message->event);
+            EXPECT_EQ(message->job->Name(), "a");
+            auto taken = JobCommandTakenMsg::New();
+            taken->id = message->id;
+            farm.Send(farm.engines["yes"], taken);
+        }
+    };
+    UID const job = farm.Submit("a", {{p_Range, "1,2"},
+                                      {p_PacketSize, "2"},
+                                      {p_IncludeEngines, yes.ToString()},
+                                      {p_JobAssignWorkEvt, "a"},
+                                      {p_JobFirstStartedEvt, "b"},
+                                      {p_JobFinishedEvt, "c"},
+                                      {p_DeleteJobEvt, "d"}});
+    note();
+    farm.Begin(farm.FindUnit("1-2"));
+    note();
+    farm.End(farm.FindUnit("1-2"), Finished);
+    note();
+    farm.Handle(PeerGone{farm.engines["yes"], {}});
+    farm.Delete(farm.client, job, true);
+    farm.Restart();
+    farm.AddEngine("no", 1);
+    note();
+    farm.AddEngine("yes", 1);
+    note();
+    farm.AddEngine("yes", 1);
+    EXPECT_TRUE(farm.Sent<RunJobCommandMsg>().empty()) << "taken";
+    EXPECT_EQ(events,
+              (std::vector<String>{p_JobAssignWorkEvt, p_JobFirstStartedEvt, p_JobFinishedEvt, p_DeleteJobEvt}));
+}
+
 TEST(CoreWork, RefusesWhatCannotBe) {
     CoreFarm farm;
     UID const job = farm.Submit("a", {});

@@ -80,6 +80,7 @@ bool ReadNumber(std::string_view text, T& number, int base = 10) {
 constexpr char k_Argument = 'a';
 constexpr char k_Variable = 'e';
 constexpr char k_Folder = 'f';
+constexpr char k_OwnFolder = 'o'; // one that is made when it is not there
 constexpr char k_User = 'u';
 
 template <class Add>
@@ -87,7 +88,7 @@ void AddOwed(OwedCommand const& command, Add const& add) {
     auto const addPart = [&](char kind, std::string_view text) { add(std::string(1, kind).append(text)); };
     add(command.job.ToString());
     add(command.label);
-    addPart(k_Folder, command.spec.folder.Text());
+    addPart(command.spec.ownFolder ? k_OwnFolder : k_Folder, command.spec.folder.Text());
     addPart(k_User, command.spec.user);
     for (String const& argument : command.spec.arguments)
         addPart(k_Argument, argument);
@@ -102,7 +103,8 @@ bool ReadOwed(std::vector<std::string_view> const& fields, OwedCommand& command)
     for (size_t i = 4; i < fields.size(); ++i) {
         String const text = Unescaped(fields[i].substr(std::min<size_t>(1, fields[i].size())));
         char const kind = fields[i].empty() ? '\0' : fields[i][0];
-        if (kind == k_Folder)
+        command.spec.ownFolder |= kind == k_OwnFolder;
+        if (kind == k_Folder || kind == k_OwnFolder)
             command.spec.folder = Path(text);
         else if (kind == k_User)
             command.spec.user = text;

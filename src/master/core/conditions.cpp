@@ -342,6 +342,12 @@ bool MayEverTake(Farm const& farm, JobEntry const& job, EngineEntry const& engin
     });
 }
 
+bool MayUse(Farm const& farm, JobEntry const& job, EngineEntry const& engine) {
+    Question const question{farm, job, &engine};
+    return IsInPool(question, nullptr) && IsProductEnabled(question, nullptr) && IsIncluded(question, nullptr) &&
+           IsNotExcluded(question, nullptr);
+}
+
 bool TakesPart(Farm const& farm, JobEntry const& job, EngineEntry const& engine) {
     Question const question{farm, job, &engine};
     return IsOnline(question, nullptr) && IsEnabled(question, nullptr) && IsInPool(question, nullptr) &&

@@ -56,6 +56,9 @@ bool MayEverTake(Farm const& farm, JobEntry const& job, EngineEntry const& engin
 // Whether the creator of the Job may have nothing more, on whichever Engine.
 bool IsCreatorExhausted(Farm const& farm, JobEntry const& job);
 
+// Whether the Engine is one of those that the Job may use at all, online or not.
+bool MayUse(Farm const& farm, JobEntry const& job, EngineEntry const& engine);
+
 // Whether a Job of class "Once per Engine" gets a unit for this Engine.
 bool TakesPart(Farm const& farm, JobEntry const& job, EngineEntry const& engine);
 

@@ -3,6 +3,7 @@
 #include "master/core/distributor.h"
 #include "master/core/dump.h"
 #include "master/core/engines.h"
+#include "master/core/jobcommands.h"
 #include "master/core/jobs.h"
 #include "master/core/loader.h"
 #include "master/core/relay.h"
@@ -113,6 +114,7 @@ void Core::ListenToEngines() {
     On<WorkPreparingMsg>(k_Reports, [&f](Peer& p, auto const& m) { f.engineActions->OnPreparing(p, *m); });
     On<WorkBegunMsg>(k_Reports, [&f](Peer& p, auto const& m) { f.engineActions->OnBegun(p, *m); });
     On<WorkProgressMsg>(k_Reports, [&f](Peer& p, auto const& m) { f.engineActions->OnProgress(p, *m); });
+    On<JobCommandTakenMsg>(k_Reports, [&f](Peer&, auto const& m) { f.jobCommands->OnTaken(*m); });
     On<WorkEndedMsg>(k_Reports, [&f](Peer& p, auto const& m) { f.engineActions->OnEnded(p, *m); });
     On<EngineHistoryElementMsg>(k_Reports, [&f](Peer& p, auto const& m) { f.engineActions->OnHistory(p, *m); });
     On<OutputDataMsg>(k_Reads, [&f](Peer& p, auto const& m) { f.relay->OnOutput(p, m); });
@@ -163,6 +165,9 @@ void Core::Apply(Record const& record) {
         break;
     case RecordKind::DeletedJob:
         m_farm->jobActions->ApplyDeleted(record);
+        break;
+    case RecordKind::JobCommand:
+        m_farm->jobCommands->Restore(record);
         break;
     case RecordKind::Counter:
         if (record.number == k_NumbersRow && record.op == Record::Op::Put)

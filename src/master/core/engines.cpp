@@ -1,6 +1,7 @@
 #include "master/core/engines.h"
 
 #include "master/core/distributor.h"
+#include "master/core/jobcommands.h"
 #include "master/core/jobs.h"
 #include "master/core/rows.h"
 #include "master/core/runs.h"
@@ -165,6 +166,7 @@ void Engines::OnRegister(Peer& peer, RegisterEngineMsg const& message) {
     TellEngine(*engine);
     SendSettings(*engine);
     m_farm.settings->SendToEngine(peer.id);
+    m_farm.jobCommands->EngineCame(*engine);
     Note(*engine, isNew ? "Connected for the first time" : "Connected");
     CompareClocks(*engine, message.clock);
     m_farm.out.Log(LogLevel::Status, "Engine " + record->Name() + " connected");
@@ -343,6 +345,7 @@ void Engines::Ended(EngineEntry& engine, WorkEnded const& ended) {
 
 void Engines::PeerGone(EngineEntry& engine) {
     engine.peer = 0;
+    m_farm.jobCommands->EngineGone(engine);
     ++m_farm.possibilities;
     engine.goneSince = m_farm.steady;
     Change(engine)->SetOnline(false);

@@ -218,6 +218,7 @@ struct JobEntry {
     uint64_t finishedFrames = 0; // of the finished runs
     int64_t finishedMs = 0;
     int toldPermille = 0;
+    bool hasStarted = false;      // some run of it has
     bool deleting = false;        // goes when its last run has ended
     uint64_t redividedAt = 0;     // packets of runs up to this number do not hold together
     uint64_t failuresResetAt = 0; // failures of runs up to this number do not count for a unit

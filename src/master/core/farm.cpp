@@ -2,6 +2,7 @@
 
 #include "master/core/distributor.h"
 #include "master/core/engines.h"
+#include "master/core/jobcommands.h"
 #include "master/core/jobs.h"
 #include "master/core/loader.h"
 #include "master/core/relay.h"
@@ -49,6 +50,7 @@ Farm::Farm(CoreConfig coreConfig)
       loader(std::make_unique<Loader>(*this)),
       reporter(std::make_unique<Reporter>(*this)),
       relay(std::make_unique<Relay>(*this)),
+      jobCommands(std::make_unique<JobCommands>(*this)),
       standstills(std::make_unique<Standstills>(*this)) {}
 
 Farm::~Farm() = default;

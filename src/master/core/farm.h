@@ -90,6 +90,7 @@ class Distributor;
 class Loader;
 class Reporter;
 class Relay;
+class JobCommands;
 class Standstills;
 
 // The state of the farm.
@@ -183,6 +184,7 @@ struct Farm {
     std::unique_ptr<Loader> loader;
     std::unique_ptr<Reporter> reporter;
     std::unique_ptr<Relay> relay;
+    std::unique_ptr<JobCommands> jobCommands;
     std::unique_ptr<Standstills> standstills;
 
     JobEntry* FindJob(UID const& id);

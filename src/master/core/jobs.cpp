@@ -3,6 +3,7 @@
 #include "master/core/conditions.h"
 #include "master/core/distributor.h"
 #include "master/core/engines.h"
+#include "master/core/jobcommands.h"
 #include "master/core/runs.h"
 #include "master/core/waits.h"
 
@@ -392,6 +393,7 @@ void Jobs::Delete(JobEntry& job) {
     }
     for (uint64_t const number : m_farm.failures.RemoveReset(job.id))
         m_farm.out.Erase(RecordKind::Failure, number);
+    m_farm.jobCommands->Owe(job, p_DeleteJobEvt);
     m_farm.out.EraseJob(job.number);
     auto told = DeleteJobMsg::New();
     told->job = job.id;
@@ -501,6 +503,7 @@ void Jobs::Finish(JobEntry& job, int status) {
     ReadSettings(job);
     ShowProgress(job);
     StoreJob(job);
+    m_farm.jobCommands->Owe(job, p_JobFinishedEvt);
     if (m_farm.out.Wanted<FinishedJobMsg>()) {
         auto told = FinishedJobMsg::New();
         told->job = job.job;

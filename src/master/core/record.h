@@ -24,6 +24,7 @@ enum class RecordKind : int {
     EngineHistory = 11, // one line of an Engine's history
     DeletedJob = 12,    // a Job that was deleted of late
     Stagger = 13,       // the latest starts under the stagger of the farm, a Pool, or a Product on an Engine
+    JobCommand = 14,    // a command of a Job's own event that no Engine has taken yet
 };
 
 // One row to write or to take away. Its key is (kind, number): an ascending number

@@ -3,6 +3,7 @@
 #include "master/core/conditions.h"
 #include "master/core/distributor.h"
 #include "master/core/engines.h"
+#include "master/core/jobcommands.h"
 #include "master/core/jobs.h"
 #include "master/core/loader.h"
 
@@ -199,6 +200,7 @@ Run& Runs::Give(JobEntry& job, EngineEntry& engine, Spans packet) {
     order->work = run.unit;
     order->engineOptions = m_farm.OptionsOn(engine, run.type);
     m_farm.out.To(engine.peer, order);
+    m_farm.jobCommands->Owe(job, p_JobAssignWorkEvt, &engine);
     TellUnit(run);
     TellElement(job, run.work, engine.id, run.subRange, run.elements.back());
     return run;
@@ -211,6 +213,8 @@ void Runs::Begin(Run& run, Time ago) {
     run.startedAt = m_farm.steady - ago;
     // Behind the assignment: a run that was taken back has its loss in its history.
     run.elements.insert(run.elements.begin() + 1, {Started, std::max(m_farm.now - ago, run.Assigned()), String()});
+    if (!std::exchange(run.job->hasStarted, true))
+        m_farm.jobCommands->Owe(*run.job, p_JobFirstStartedEvt, run.engine);
     Store(run, Outcome::Open);
     auto unit = boost::make_shared<Job>(*run.unit);
     unit->SetStatus(Started);

@@ -139,6 +139,7 @@ Run& Runs::MakeFrom(RunRow const& row, JobEntry& job, EngineEntry& engine, uint6
     run.type = job.settings.type;
     run.pool = job.settings.pool;
     run.creator = job.settings.creator;
+    job.hasStarted |= run.HasStarted();
     return run;
 }
 
@@ -241,11 +242,10 @@ Run* Runs::TakeBack(EngineEntry& engine, RunState const& state) {
 void Runs::CountPast(JobEntry& job, RunRow const& row) {
     if (!row.engine.IsNull())
         job.workedOn.insert(row.engine);
-    if (row.outcome != Outcome::Finished)
-        return;
     auto const started = std::find_if(row.elements.begin(), row.elements.end(),
                                       [](RunElement const& element) { return element.status == Started; });
-    if (started == row.elements.end())
+    job.hasStarted |= started != row.elements.end();
+    if (row.outcome != Outcome::Finished || started == row.elements.end())
         return;
     FrameRange range;
     FrameRange::Parse(row.subRange, range);

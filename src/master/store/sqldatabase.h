@@ -29,7 +29,7 @@ std::string SqlOf(SqlWay way, RecordKind kind);
 class SqlDatabase {
 public:
     static constexpr int k_FirstKind = 1;
-    static constexpr int k_LastKind = static_cast<int>(RecordKind::Stagger);
+    static constexpr int k_LastKind = static_cast<int>(RecordKind::JobCommand);
     // Of these many rows belong to one Job: they go in pieces.
     static constexpr RecordKind k_ManyOfJob = RecordKind::History;
 
