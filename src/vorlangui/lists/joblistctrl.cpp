@@ -25,8 +25,6 @@ constexpr int k_Shade = 50;
 constexpr double k_GradientFactor = 2.0;
 constexpr double k_ReadableOnBar = 4.5;
 constexpr double k_LineReadable = 3.0;
-// How much black the frame has where the bar's ground is light.
-constexpr double k_FrameOnLight = 0.35;
 
 wxColour Shifted(wxColour const& colour, int by) {
     auto const shift = [by](unsigned char channel) {
@@ -51,11 +49,8 @@ ProgressColors ProgressColorsOf(bool selected) {
     if (selected)
         colors.top = Shifted(colors.top, k_Highlight);
     colors.bottom = Shifted(colors.top, -k_Shade);
-    wxColour const ground = wxvGetColor(ColorName::WindowBGLighter);
-    bool const isLight = wxvContrast(*wxBLACK, ground) > wxvContrast(*wxWHITE, ground);
-    colors.frame = isLight ? wxvMixColors(ground, *wxBLACK, k_FrameOnLight) : *wxBLACK;
     colors.edge = wxvGetColor(ColorName::TextBlue);
-    for (wxColour const& beside : {colors.top, colors.bottom, ground})
+    for (wxColour const& beside : {colors.top, colors.bottom, wxvGetColor(ColorName::WindowBGLighter)})
         colors.edge = wxvReadableColor(colors.edge, beside, wxvGetColor(ColorName::Text), k_LineReadable);
     return colors;
 }
@@ -93,7 +88,7 @@ void JobListCtrl::DrawCell(wxDC& dc, int row, int column, wxRect cell, bool sele
     ProgressColors const colors = ProgressColorsOf(selected);
     // A frame drawn by a pen would lie half a pixel off on a screen with double resolution.
     wxDCPenChanger const pen(dc, *wxTRANSPARENT_PEN);
-    wxDCBrushChanger const frame(dc, wxBrush(colors.frame));
+    wxDCBrushChanger const frame(dc, *wxBLACK_BRUSH);
     cell.Deflate(FromDIP(k_BarMargin));
     dc.DrawRectangle(cell);
     cell.Deflate(1);

@@ -30,11 +30,9 @@ private:
     bool IsProgress(int column) const;
 };
 
-// The colours of a progress bar: of the line around it, black where the scheme is dark and
-// softer where it is light; of its fill, at the top and the bottom, and of the line at the
-// fill's end, which can be told from both and from the room beside it.
+// The colours of a progress bar: of its fill, at the top and the bottom, and of the line at
+// the fill's end, which can be told from both and from the room beside it.
 struct ProgressColors {
-    wxColour frame;
     wxColour top;
     wxColour bottom;
     wxColour edge;
