@@ -120,7 +120,7 @@ TEST_F(FarmTrouble, ADamagedStoreIsOneLineAndTheFarmGoesOn) {
         ASSERT_NO_FATAL_FAILURE(StartMaster());
         ExpectFarmWorks();
         EXPECT_EQ(CountLines(Master().Log(), " Error"), ++errors) << Master().Log();
-        EXPECT_EQ(CountLines(Master().Log(), "damaged"), errors);
+        EXPECT_EQ(CountLines(Master().Log(), "The store was damaged"), errors);
     }
 }
 

@@ -2,6 +2,7 @@
 #include "guitest.h"
 
 #include "window/confirmclose.h"
+#include "window/refusals.h"
 
 #include <wx/checkbox.h>
 #include <wx/msgdlg.h>
@@ -143,6 +144,16 @@ TEST(LeaveRunning, StoresWhatTheUserChose) {
                                         {false, 0, k_Nothing}, {false, -1, k_Nothing}};
     for (auto const& [checked, option, stored] : cases)
         EXPECT_EQ(LeaveRunningOption(checked, option).value_or(k_Nothing), stored) << checked << " " << option;
+}
+
+TEST_F(CloseTest, ARefusalOpensNoBoxOverAWindowThatCloses) {
+    StartClient();
+    ModalAnswers answers(wxID_OK);
+    TellRefusal("late");
+    ShowRefusals();
+    Window().Close(true);
+    EXPECT_TRUE(PumpUntil([] { return MainWindow::Get() == nullptr; }));
+    EXPECT_FALSE(answers.Any());
 }
 
 } // namespace vorlan

@@ -45,9 +45,8 @@ TEST_F(Net, LongMessagesTravelInPartsAmongShortOnes) {
     for (size_t const size : {(1u << 20) - 200, (1u << 20) - 20, 1u << 20, (1u << 20) + 1, 3u << 20})
         sent.push_back(Line(String(size, 'x')));
     sent.push_back(Line("after"));
-    for (size_t i = 0; i < sent.size(); ++i) {
+    for (size_t i = 0; i < sent.size(); ++i)
         i % 2 == 0 ? client.Last()->Send(sent[i]) : client.Last()->SendEncoded(EncodedMessage::Encode(*sent[i]));
-    }
     ASSERT_TRUE(WaitFor([&] { return server.messages == sent.size(); }, 60'000));
     auto const got = server.Messages();
     for (size_t i = 0; i < sent.size(); ++i) {

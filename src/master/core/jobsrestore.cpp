@@ -44,7 +44,8 @@ void Jobs::ApplyJob(Record const& record) {
     job.id = values->id;
     job.job = values;
     job.toldPermille = values->Has(p_PercentDone) ? -1 : 0; // the row may have an older one
-    values->Clear(p_Standstill);
+    if (values->Has(p_Standstill))
+        values->Set(p_Standstill, String::Null); // found out anew
     m_farm.jobsById[job.id] = &job;
 }
 

@@ -57,7 +57,8 @@ void ShowRefusals() {
     Gathered().isOpen = true;
     // Not within the idle time of others.
     wxTheApp->CallAfter([reasons] {
-        if (MainWindow* const window = MainWindow::Get())
+        // A box of a window that is going would go with it, and stands on the stack.
+        if (MainWindow* const window = MainWindow::Get(); window && !window->IsClosing())
             wxvMessageDlg::Tell(window, _("The Master refused a command"), wxvText(reasons), MessageKind::Error);
         Gathered().isOpen = false;
     });

@@ -6,6 +6,9 @@
 
 namespace {
 
+// No desktop is larger; beyond it the sums of places and sizes would run over.
+constexpr int k_MostPixels = 1 << 20;
+
 int64_t AreaOf(wxRect const& rect) { return int64_t{rect.width} * rect.height; }
 
 } // namespace
@@ -13,8 +16,10 @@ int64_t AreaOf(wxRect const& rect) { return int64_t{rect.width} * rect.height; }
 wxRect wxvPlaceWithin(wxRect wanted, wxSize const& smallest, std::vector<wxRect> const& screens) {
     if (screens.empty())
         return wanted;
-    wanted.width = std::max(wanted.width, smallest.x);
-    wanted.height = std::max(wanted.height, smallest.y);
+    wanted.x = std::clamp(wanted.x, -k_MostPixels, k_MostPixels);
+    wanted.y = std::clamp(wanted.y, -k_MostPixels, k_MostPixels);
+    wanted.width = std::max(std::min(wanted.width, k_MostPixels), smallest.x);
+    wanted.height = std::max(std::min(wanted.height, k_MostPixels), smallest.y);
     wxRect best = screens.front();
     int64_t most = 0;
     wxRegion all; // screens that show the same lie over each other

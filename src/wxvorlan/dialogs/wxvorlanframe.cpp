@@ -58,9 +58,9 @@ void PlaceWhenRestored(wxTopLevelWindow& window, wxRect const& place) {
 
 // A frame waits for the width of its borders before it is seen, and is laid out a pixel
 // wide meanwhile, which a menu bar complains about. It gets its size beforehand.
-void LayOutBeforeShown([[maybe_unused]] wxTopLevelWindow& window) {
+void LayOutBeforeShown([[maybe_unused]] wxFrame& window) {
 #ifdef __WXGTK__
-    if (gtk_widget_get_realized(window.m_widget))
+    if (!window.GetMenuBar() || gtk_widget_get_realized(window.m_widget))
         return;
     wxSize const size = window.GetSize();
     GtkAllocation allocation = {0, 0, size.x, size.y};
