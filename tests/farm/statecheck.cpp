@@ -273,7 +273,14 @@ void CompareLists(FarmClient& mirror, MasterState const& state, Differences& dif
 
 void CompareStates(MasterState const& before, MasterState const& after, Differences& differences) {
     CompareMaps("Job", before.jobs, after.jobs, differences, [&](String const& what, Json const& a, Json const& b) {
-        CompareOptions(what, OptionsOf(a["values"]), OptionsOf(b["values"]), differences);
+        OptionMap here = OptionsOf(a["values"]);
+        OptionMap there = OptionsOf(b["values"]);
+        for (OptionMap* const values : {&here, &there}) {
+            // A Job that moves again says so; one that never stood says nothing.
+            if (auto const reason = values->find(p_Standstill); reason != values->end() && reason->second.Empty())
+                values->erase(reason);
+        }
+        CompareOptions(what, here, there, differences);
         for (char const* const field : {"failures", "deleting", "endedRuns", "frames"})
             CompareField(what, field, a[field].dump(), b[field].dump(), differences);
     });

@@ -272,6 +272,8 @@ TEST_F(ListCtrlTest, ColumnsAreAsWideAsWhatTheyHold) {
     m_frame->Hide();
     auto& list = Add<>();
     list.SetDefaultColumns();
+    while (list.GetColumnCount() > 5)
+        list.RemoveColumn(5); // a screen may be too narrow for all
     constexpr int k_Name = 0;
     constexpr int k_Priority = 2;
     int const name = list.GetColumnWidth(k_Name);
@@ -282,6 +284,7 @@ TEST_F(ListCtrlTest, ColumnsAreAsWideAsWhatTheyHold) {
     EXPECT_EQ(list.GetColumnWidth(k_Name), name) << "nobody has seen a row yet";
     std::vector<UID> const ids = Jobs::GetAllJobs();
     JobList::Get().RemoveJob(ids.front());
+    Tick();
     m_frame->Show();
     // Shown without a row, until the desktop has given it its size.
     for (int i = 0; i < 40; ++i) {
